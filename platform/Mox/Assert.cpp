@@ -1,0 +1,24 @@
+#include <Mox/Assert.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <unistd.h>
+
+namespace Mox {
+
+void assertionFailed(char const* file, int line, char const* function, char const* text) noexcept {
+    char buffer[1024];
+    int const wanted = std::snprintf(buffer, sizeof buffer, "%s:%d: %s: Assertion '%s' failed.\n",
+                                     file, line, function, text);
+    if (wanted > 0) {
+        auto const length = static_cast<std::size_t>(wanted) < sizeof buffer
+                                ? static_cast<std::size_t>(wanted)
+                                : sizeof buffer - 1;
+        // The process is about to abort: there is nobody to tell that the write failed.
+        [[maybe_unused]] auto const written = ::write(STDERR_FILENO, buffer, length);
+    }
+    std::abort();
+}
+
+} // namespace Mox

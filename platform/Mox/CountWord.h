@@ -1,0 +1,263 @@
+#pragma once
+
+#include <Mox/Assert.h>
+#include <Mox/Export.h>
+#include <Mox/Types.h>
+
+#include <atomic>
+
+namespace Mox {
+
+/// Whether reference counts are kept with atomic operations. Process-wide, off at start.
+VOBGP_EXPORT bool threadSafePtrs() noexcept;
+
+/// Switches the mode of all counts. To be called before there is a second thread; refused with an
+/// assertion while an intern table is live.
+VOBGP_EXPORT void threadSafePtrsIs(bool threadSafe) noexcept;
+
+namespace Detail {
+
+// Read on every retain and release, so the flag itself is visible; only threadSafePtrsIs() and
+// InternTablePresence write.
+VOBGP_EXPORT extern std::atomic<bool> threadSafePtrsFlag;
+
+/// Held by every live intern table; while one exists the mode of counting cannot change.
+class VOBGP_EXPORT InternTablePresence {
+  public:
+    InternTablePresence() noexcept;
+    ~InternTablePresence();
+    static bool any() noexcept;
+    InternTablePresence(InternTablePresence const&) = delete;
+    InternTablePresence& operator=(InternTablePresence const&) = delete;
+};
+
+} // namespace Detail
+
+/// The one word that governs a counted object's life: its reference count, the floor that the
+/// count never falls below while the object is in an intern table, and its intern state.
+///
+/// One word, because each step below decides on count, floor and state together: no thread acts on
+/// one with a stale view of another. Every transition of the interning protocol is one function
+/// here; `Kel/DedupHashTable.cpp` says when each is taken.
+///
+///      63            56 55   54  53   52      50 49   48 47                               0
+///     +----------------+-------+------+----------+-------+---------------------------------+
+///     |       0        |announc| pend |  state   | floor |              count              |
+///     +----------------+-------+------+----------+-------+---------------------------------+
+///
+/// - count: references, the table's and a lifetime notifier's among them.
+/// - floor: 0 outside a table; 1 for the table's reference, 2 with a lifetime notifier's.
+/// - state: see State.
+/// - pend: inserted, but its insertion has not been announced yet.
+/// - announc: a lifetime notifiee was told of the insertion, and is owed the removal.
+///
+/// Thread-safe when threadSafePtrs() is on; otherwise every step is a plain load and store, without
+/// a lock prefix.
+class CountWord {
+  public:
+    /// The numbers are published: 0 never interned, 1 interned, 4 destashed.
+    enum class State : U8 {
+        neverInterned = 0,
+        interned = 1,
+        /// Its last outside reference has gone and its removal is being announced.
+        beingDetached = 2,
+        /// Ever interned, no longer so; its references are ordinary ones.
+        left = 3,
+        /// Rebuilt from a store; in no table, ever.
+        destashed = 4,
+    };
+
+    /// A new object belongs to whoever constructs it: one reference, in no table.
+    CountWord() noexcept = default;
+    CountWord(CountWord const&) = delete;
+    CountWord& operator=(CountWord const&) = delete;
+    U64 referenceCount() const noexcept { return countOf(load()); }
+    U32 floor() const noexcept { return floorOf(load()); }
+    State state() const noexcept { return stateOf(load()); }
+
+    /// Interned, and announced if it was to be: everybody may have it. Acquire: what the
+    /// announcement did to the object has happened.
+    bool isSettled() const noexcept {
+        U64 const word = word_.load(std::memory_order_acquire);
+        return stateOf(word) == State::interned && (word & pendingBit) == 0;
+    }
+
+    bool isAnnounced() const noexcept { return (load() & announcedBit) != 0; }
+
+    /// Takes one more reference to what the caller holds already. Relaxed: whoever hands an object
+    /// to another thread orders that himself. A reference to an object that is being detached is an
+    /// assertion failure.
+    void retain() noexcept {
+        U64 before;
+        if (atomicMode()) {
+            before = word_.fetch_add(1, std::memory_order_relaxed);
+        } else {
+            before = load();
+            store(before + 1);
+        }
+        MOX_ASSERT_TEXT(stateOf(before) != State::beingDetached,
+                        "dedupState() != Kel::dedupHandleStateBeingDetached()");
+    }
+
+    /// Gives back a reference if the count stays above the floor without it; else changes nothing
+    /// and returns false, and the caller goes the slow way.
+    bool releaseAboveFloor() noexcept {
+        U64 before = load();
+        if (!atomicMode()) {
+            if (countOf(before) - 1 <= floorOf(before)) {
+                return false;
+            }
+            store(before - 1);
+            return true;
+        }
+        while (countOf(before) - 1 > floorOf(before)) {
+            if (word_.compare_exchange_weak(before, before - 1, std::memory_order_release,
+                                            std::memory_order_relaxed)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// Whether the caller's reference is the only one and the object is in no table. Acquire: what
+    /// other owners did before they let go has happened.
+    bool isSoleReference() const noexcept {
+        U64 const word = word_.load(std::memory_order_acquire);
+        return countOf(word) == 1 && floorOf(word) == 0;
+    }
+
+    /// Inserted, under the table's lock: one reference and a floor of one for the table. `announce`
+    /// says that a lifetime notifiee will be told before another thread is handed the object.
+    void enterTable(bool announce) noexcept {
+        change([announce](U64 word) {
+            return withState(word, State::interned) + 1 + floorOne +
+                   (announce ? pendingBit | announcedBit : 0);
+        });
+    }
+
+    /// The insertion has been announced (or there is nobody to tell): everybody may have it.
+    void insertionAnnounced() noexcept {
+        change([](U64 word) { return word & ~pendingBit; });
+    }
+
+    /// The lifetime notifiee that was told of the insertion is owed nothing any more.
+    void forgetAnnouncement() noexcept {
+        change([](U64 word) { return word & ~announcedBit; });
+    }
+
+    enum class Release { released, detaching, notInTable };
+
+    /// A possibly last release, under the table's lock. `detaching`: the caller's reference was the
+    /// last outside one; the object is marked as being detached and only decrements from now on.
+    /// `notInTable`: it left the table meanwhile and nothing was changed.
+    Release releaseUnderLock() noexcept {
+        Release outcome = Release::released;
+        change([&outcome](U64 word) {
+            if (floorOf(word) == 0) {
+                outcome = Release::notInTable;
+                return word;
+            }
+            if (countOf(word) - 1 > floorOf(word)) {
+                outcome = Release::released;
+                return word - 1;
+            }
+            outcome = Release::detaching;
+            return withState(word & ~floorMask, State::beingDetached) - 1;
+        });
+        return outcome;
+    }
+
+    /// Erased from its table, under the table's lock. The table's reference stays and is an
+    /// ordinary one from now on: the caller lets go of it.
+    void leaveTable() noexcept {
+        change([](U64 word) { return withState(word & ~(floorMask | flagBits), State::left); });
+    }
+
+    /// Its insertion failed after all: as before enterTable(), unless a lifetime notifier holds the
+    /// object, which then counts as one that left.
+    void takeBack() noexcept {
+        change([](U64 word) {
+            State const after = floorOf(word) > 1 ? State::left : State::neverInterned;
+            return withState(word & ~(floorMask | flagBits), after) - 1;
+        });
+    }
+
+    /// Rebuilt from a store.
+    void destash() noexcept {
+        change([](U64 word) { return withState(word, State::destashed); });
+    }
+
+    /// A lifetime notifier's reference: count and floor rise in one step, while the caller holds a
+    /// reference of his own. Returns false, and takes an ordinary reference, if the object is in no
+    /// table.
+    bool retainForNotifier() noexcept {
+        bool raised = false;
+        change([&raised](U64 word) {
+            MOX_ASSERT_TEXT(stateOf(word) != State::beingDetached,
+                            "dedupState() != Kel::dedupHandleStateBeingDetached()");
+            raised = stateOf(word) == State::interned;
+            return word + 1 + (raised ? floorOne : 0);
+        });
+        return raised;
+    }
+
+    /// Gives back what a true retainForNotifier() took, if the object is still in its table. False,
+    /// with nothing changed: it is not, and the reference is an ordinary one.
+    bool releaseForNotifier() noexcept {
+        bool lowered = false;
+        change([&lowered](U64 word) {
+            lowered = stateOf(word) == State::interned && floorOf(word) > 1;
+            return lowered ? word - 1 - floorOne : word;
+        });
+        return lowered;
+    }
+
+  private:
+    static constexpr unsigned floorShift = 48;
+    static constexpr unsigned stateShift = 50;
+    static constexpr U64 countMask = (U64{1} << floorShift) - 1;
+    static constexpr U64 floorOne = U64{1} << floorShift;
+    static constexpr U64 floorMask = U64{3} << floorShift;
+    static constexpr U64 stateMask = U64{7} << stateShift;
+    static constexpr U64 pendingBit = U64{1} << 53;
+    static constexpr U64 announcedBit = U64{1} << 54;
+    static constexpr U64 flagBits = pendingBit | announcedBit;
+
+    static bool atomicMode() noexcept {
+        return Detail::threadSafePtrsFlag.load(std::memory_order_relaxed);
+    }
+
+    static U64 countOf(U64 word) noexcept { return word & countMask; }
+
+    static U32 floorOf(U64 word) noexcept {
+        return static_cast<U32>((word & floorMask) >> floorShift);
+    }
+
+    static State stateOf(U64 word) noexcept {
+        return static_cast<State>((word & stateMask) >> stateShift);
+    }
+
+    static U64 withState(U64 word, State state) noexcept {
+        return (word & ~stateMask) | static_cast<U64>(state) << stateShift;
+    }
+
+    U64 load() const noexcept { return word_.load(std::memory_order_relaxed); }
+    void store(U64 word) noexcept { word_.store(word, std::memory_order_relaxed); }
+
+    /// Replaces the word by a function of it, in one step.
+    template <class Step>
+    void change(Step step) noexcept {
+        U64 before = load();
+        if (!atomicMode()) {
+            store(step(before));
+            return;
+        }
+        while (!word_.compare_exchange_weak(before, step(before), std::memory_order_acq_rel,
+                                            std::memory_order_relaxed)) {
+        }
+    }
+
+    std::atomic<U64> word_{1};
+};
+
+} // namespace Mox

@@ -1,0 +1,19 @@
+#include <Mox/Exception.h>
+
+namespace Mox {
+
+// The destructors are here so that each class has its type information in one place, and an
+// exception is caught across library boundaries.
+Exception::~Exception() = default;
+RangeException::~RangeException() = default;
+NonDeletableAttributeException::~NonDeletableAttributeException() = default;
+NullMutatorArgumentException::~NullMutatorArgumentException() = default;
+
+ParseException::ParseException(std::string_view expected, std::size_t offset)
+  : Exception("expected " + std::string(expected) + " at offset " + std::to_string(offset))
+  , expected_(expected)
+  , offset_(offset) {}
+
+ParseException::~ParseException() = default;
+
+} // namespace Mox

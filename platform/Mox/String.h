@@ -1,0 +1,196 @@
+#pragma once
+
+#include <Mox/Export.h>
+#include <Mox/Types.h>
+
+#include <compare>
+#include <concepts>
+#include <cstddef>
+#include <functional>
+#include <iosfwd>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+namespace Mox {
+
+/// A counted string of octets, NUL among them.
+///
+/// It stands for a text that never changes; assignment makes the variable refer to another text.
+/// Copies share the octets and cost one count, kept as `threadSafePtrs()` says; the empty string
+/// owns nothing. Immutable in its octets, thread-compatible as a variable.
+class VOBGP_EXPORT String {
+  public:
+    class IteratorConst;
+
+    constexpr String() noexcept = default;
+    String(std::string_view text);
+
+    String(std::string const& text)
+      : String(std::string_view(text)) {}
+
+    String(char const* text)
+      : String(std::string_view(text)) {}
+
+    String(String const& other) noexcept;
+
+    String(String&& other) noexcept
+      : rep_(other.rep_) {
+        other.rep_ = nullptr;
+    }
+
+    ~String();
+
+    String& operator=(String const& other) noexcept {
+        String(other).swap(*this);
+        return *this;
+    }
+
+    String& operator=(String&& other) noexcept {
+        String(std::move(other)).swap(*this);
+        return *this;
+    }
+
+    void swap(String& other) noexcept { std::swap(rep_, other.rep_); }
+
+    std::size_t size() const noexcept;
+
+    bool empty() const noexcept { return rep_ == nullptr; }
+
+    /// The octets, followed by a NUL that is not counted. Valid as long as this text is referred
+    /// to.
+    char const* c_str() const noexcept;
+
+    char const* data() const noexcept { return c_str(); }
+    operator std::string_view() const noexcept { return {data(), size()}; }
+    std::string str() const { return std::string(data(), size()); }
+
+    IteratorConst begin() const noexcept;
+    IteratorConst end() const noexcept;
+
+    /// Whether both are one object, not only equal texts.
+    bool isSameObject(String const& other) const noexcept { return rep_ == other.rep_; }
+
+    friend bool operator==(String const& a, String const& b) noexcept {
+        return a.rep_ == b.rep_ || std::string_view(a) == std::string_view(b);
+    }
+
+    friend std::strong_ordering operator<=>(String const& a, String const& b) noexcept {
+        return std::string_view(a) <=> std::string_view(b);
+    }
+
+    template <class Text>
+
+    requires(!std::same_as<Text, String> &&
+             std::convertible_to<Text const&, std::string_view>) friend bool
+    operator==(String const& a, Text const& b) noexcept {
+        return std::string_view(a) == std::string_view(b);
+    }
+
+    /// Writes the octets as they are, whatever width or fill the stream has.
+    friend VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, String const& text);
+
+  private:
+    struct Rep;
+    Rep* rep_ = nullptr;
+};
+
+/// A place in a String, from which the readers of value texts read. It knows how far it is from
+/// the start of the text, which is what their errors name. Does not keep the text alive.
+class String::IteratorConst {
+  public:
+    using iterator_category = std::random_access_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = char const*;
+    using reference = char const&;
+
+    constexpr IteratorConst() noexcept = default;
+
+    constexpr IteratorConst(char const* start, std::size_t offset) noexcept
+      : start_(start)
+      , place_(start + offset) {}
+    constexpr reference operator*() const noexcept { return *place_; }
+    constexpr pointer operator->() const noexcept { return place_; }
+    constexpr reference operator[](difference_type n) const noexcept { return place_[n]; }
+
+    /// Octets from the start of the text.
+    constexpr std::size_t offset() const noexcept {
+        return static_cast<std::size_t>(place_ - start_);
+    }
+
+    constexpr IteratorConst& operator++() noexcept {
+        ++place_;
+        return *this;
+    }
+
+    constexpr IteratorConst operator++(int) noexcept {
+        auto before = *this;
+        ++place_;
+        return before;
+    }
+
+    constexpr IteratorConst& operator--() noexcept {
+        --place_;
+        return *this;
+    }
+
+    constexpr IteratorConst operator--(int) noexcept {
+        auto before = *this;
+        --place_;
+        return before;
+    }
+
+    constexpr IteratorConst& operator+=(difference_type n) noexcept {
+        place_ += n;
+        return *this;
+    }
+
+    constexpr IteratorConst& operator-=(difference_type n) noexcept {
+        place_ -= n;
+        return *this;
+    }
+
+    friend constexpr IteratorConst operator+(IteratorConst it, difference_type n) noexcept {
+        return it += n;
+    }
+
+    friend constexpr IteratorConst operator+(difference_type n, IteratorConst it) noexcept {
+        return it += n;
+    }
+
+    friend constexpr IteratorConst operator-(IteratorConst it, difference_type n) noexcept {
+        return it -= n;
+    }
+
+    friend constexpr difference_type operator-(IteratorConst a, IteratorConst b) noexcept {
+        return a.place_ - b.place_;
+    }
+
+    friend constexpr bool operator==(IteratorConst a, IteratorConst b) noexcept {
+        return a.place_ == b.place_;
+    }
+
+    friend constexpr auto operator<=>(IteratorConst a, IteratorConst b) noexcept {
+        return a.place_ <=> b.place_;
+    }
+
+  private:
+    char const* start_ = nullptr;
+    char const* place_ = nullptr;
+};
+
+inline String::IteratorConst String::begin() const noexcept {
+    return {c_str(), 0};
+}
+
+inline String::IteratorConst String::end() const noexcept {
+    return {c_str(), size()};
+}
+
+} // namespace Mox
+
+template <>
+struct std::hash<Mox::String> {
+    VOBGP_EXPORT std::size_t operator()(Mox::String const& text) const noexcept;
+};
