@@ -1,0 +1,38 @@
+#include <Kel/DedupHandle.h>
+
+#include <Kel/DedupTableCore.h>
+#include <Mox/Assert.h>
+#include <Mox/Type.h>
+
+#include <ostream>
+
+namespace Kel {
+
+DedupHandle::~DedupHandle() {
+    if (core_ != nullptr) {
+        core_->release();
+    }
+}
+
+bool DedupHandle::isDeduped() const noexcept {
+    return dedupState() == dedupHandleStateDeduped();
+}
+
+bool DedupHandle::everDeduped() const noexcept {
+    return dedupState() != dedupHandleStateNeverDeduped();
+}
+
+void DedupHandle::assertIsDeduped() const noexcept {
+    MOX_ASSERT(isDeduped());
+}
+
+void DedupHandle::formatHandle(std::ostream& os) const {
+    auto const name = fwkType().name();
+    os.write(name.data(), static_cast<std::streamsize>(name.size()));
+}
+
+void DedupHandle::releaseToFloor() const noexcept {
+    core_->releaseHandle(const_cast<DedupHandle&>(*this));
+}
+
+} // namespace Kel

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <Mox/Export.h>
+#include <Mox/Ptr.h>
+#include <Mox/PtrInterface.h>
+#include <Mox/Types.h>
+
+#include <iosfwd>
+
+namespace Kel {
+
+using Mox::U32;
+
+class DedupHandle;
+class DedupTableCore;
+
+/// The intern state of an object as published numbers.
+using DedupHandleState = U32;
+
+constexpr DedupHandleState dedupHandleStateNeverDeduped() noexcept {
+    return 0;
+}
+
+constexpr DedupHandleState dedupHandleStateDeduped() noexcept {
+    return 1;
+}
+
+constexpr DedupHandleState dedupHandleStateBeingDetached() noexcept {
+    return 2;
+}
+
+constexpr DedupHandleState dedupHandleStateLeft() noexcept {
+    return 3;
+}
+
+constexpr DedupHandleState dedupHandleStateDestashed() noexcept {
+    return 4;
+}
+
+/// A content to look up, before there is an object for it. Refers to the content that it is made
+/// of; a table holds objects of one kind only, which know what type of content that is.
+class DedupContentHandle {
+  public:
+    template <class Content>
+    explicit DedupContentHandle(Content const& content) noexcept
+      : content_(&content) {}
+
+    template <class Content>
+    Content const& as() const noexcept {
+        return *static_cast<Content const*>(content_);
+    }
+
+  private:
+    void const* content_;
+};
+
+/// Base of every interned object: one immutable object stands for each distinct content in a table.
+///
+/// It is owned by its counted pointers and, while it is interned, by its table; it leaves the table
+/// when the last outside reference goes. Content never changes once the object is interned, and may
+/// then be read from any thread; before, the object is its maker's alone. Counting is thread-safe
+/// when `Mox::threadSafePtrs()` is on.
+class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
+  public:
+    using Ptr = Mox::Ptr<DedupHandle>;
+    using PtrConst = Mox::Ptr<DedupHandle const>;
+    using RawPtr = DedupHandle*;
+    using RawPtrConst = DedupHandle const*;
+
+    ~DedupHandle() override;
+
+    /// Whether the object is in an intern table now.
+    virtual bool isDeduped() const noexcept;
+
+    /// Whether the object has ever been in an intern table, or was rebuilt from a store.
+    virtual bool everDeduped() const noexcept;
+
+    virtual void assertIsDeduped() const noexcept;
+
+    /// The hash of the content alone; equal contents hash equal.
+    virtual U32 hash() const = 0;
+
+    /// Whether the other object, of the same kind, has the same content.
+    virtual bool compare(DedupHandle const* other) const = 0;
+
+    /// Whether this object has that content.
+    virtual bool compareByContent(DedupContentHandle const& content) const = 0;
+
+    DedupHandleState dedupState() const noexcept {
+        return static_cast<DedupHandleState>(countWord().state());
+    }
+
+    /// What dumps and traces print of the object: the name of its type, unless a kind has better.
+    virtual void formatHandle(std::ostream& os) const;
+
+  protected:
+    DedupHandle() noexcept = default;
+
+    void releaseToFloor() const noexcept override;
+
+    /// Marks an object that was rebuilt from a store: it belongs to no table, ever.
+    void destashedIs() noexcept { countWord().destash(); }
+
+  private:
+    friend class DedupTableCore;
+    friend class DedupHandleLifeTimeNotifier;
+
+    /// The hash that the object was interned with.
+    U32 internedHash_ = 0;
+    /// Where the object is interned, or was when its table went; kept alive by the object.
+    DedupTableCore* core_ = nullptr;
+};
+
+} // namespace Kel

@@ -1,0 +1,107 @@
+#include <Kel/DedupHashTable.h>
+
+#include <Kel/DedupTableCore.h>
+#include <Mox/Assert.h>
+#include <Mox/TextStream.h>
+#include <Mox/Type.h>
+
+#include <string>
+
+namespace Kel {
+
+Mox::Type const& DedupHashTableLifeTimeNotifiee::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity, "Kel::DedupHashTableLifeTimeNotifiee", {});
+    return type;
+}
+
+Mox::Type const& DedupHashTable::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Kel::DedupHashTable",
+        {Mox::readOnlyAttribute<DedupHashTable, &DedupHashTable::isThreadSafe>("isThreadSafe"),
+         Mox::readOnlyAttribute<DedupHashTable, &DedupHashTable::size>("size"),
+         Mox::readOnlyAttribute<DedupHashTable, &DedupHashTable::capacity>("capacity"),
+         Mox::readOnlyAttribute<DedupHashTable, &DedupHashTable::octets>("octets")});
+    return type;
+}
+
+Mox::Type const& DedupHashTableUnorderedSet::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity, "Kel::DedupHashTableUnorderedSet", {},
+                                &DedupHashTable::staticType());
+    return type;
+}
+
+namespace {
+Mox::TypeRegistration const registrations[] = {
+    Mox::TypeRegistration(DedupHashTableLifeTimeNotifiee::staticType()),
+    Mox::TypeRegistration(DedupHashTable::staticType()),
+    Mox::TypeRegistration(DedupHashTableUnorderedSet::staticType()),
+};
+} // namespace
+
+DedupHashTable::DedupHashTable(bool threadSafe)
+  : core_(nullptr) {
+    MOX_ASSERT_TEXT(!threadSafe || Mox::threadSafePtrs(), "!threadSafe || Mox::threadSafePtrs()");
+    core_ = new DedupTableCore(threadSafe);
+}
+
+DedupHashTable::~DedupHashTable() {
+    core_->abandon();
+}
+
+void DedupHashTable::onZeroReferences() noexcept {
+    core_->notifieeIs(nullptr, PtrConst(this));
+}
+
+DedupHandle::PtrConst DedupHashTable::lookupByContent(DedupContentHandle const& content,
+                                                      U32 hash) const {
+    return core_->lookupByContent(content, hash);
+}
+
+DedupHandle::PtrConst DedupHashTable::dedup(DedupHandle::Ptr const& object) const {
+    return core_->dedup(object);
+}
+
+void DedupHashTable::lifeTimeNotifieeIs(DedupHashTableLifeTimeNotifiee::Ptr const& notifiee) {
+    core_->notifieeIs(notifiee, PtrConst(this));
+}
+
+DedupHashTableLifeTimeNotifiee::Ptr DedupHashTable::lifeTimeNotifiee() const {
+    return core_->notifiee();
+}
+
+bool DedupHashTable::isThreadSafe() const noexcept {
+    return core_->isThreadSafe();
+}
+
+std::size_t DedupHashTable::size() const {
+    return core_->size();
+}
+
+std::size_t DedupHashTable::capacity() const {
+    return core_->capacity();
+}
+
+std::size_t DedupHashTable::octets() const {
+    return core_->octets();
+}
+
+void DedupHashTable::dumpState(DumpContext::PtrConst const& context, U32 indent) const {
+    auto const handles = core_->handles();
+    context->line(indent, std::string(fwkType().name()) + " #" + std::to_string(handles.size()) +
+                              " capacity " + std::to_string(capacity()) + " octets " +
+                              std::to_string(octets()));
+    for (auto const& handle : handles) {
+        Mox::TextStream text;
+        handle->formatHandle(text);
+        // Not counting this dump's own reference and the table's.
+        text << " references " << handle->referenceCount() - 2;
+        context->line(indent + 2, text.text());
+    }
+}
+
+DedupHashTableUnorderedSet::DedupHashTableUnorderedSet(bool threadSafe)
+  : DedupHashTable(threadSafe) {}
+
+DedupHashTableUnorderedSet::~DedupHashTableUnorderedSet() = default;
+
+} // namespace Kel

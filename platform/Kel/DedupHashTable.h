@@ -1,0 +1,100 @@
+#pragma once
+
+#include <Kel/DedupHandle.h>
+#include <Kel/DumpContext.h>
+#include <Mox/CountWord.h>
+#include <Mox/Export.h>
+#include <Mox/Ptr.h>
+#include <Mox/Types.h>
+
+#include <cstddef>
+
+namespace Kel {
+
+class DedupHashTable;
+class DedupTableCore;
+
+/// The one observer of an intern table: hears every object that enters and leaves it.
+///
+/// Owned by the table it is registered with, and by whoever made it. Its operations are called
+/// synchronously, in thread-safe mode by one thread at a time process-wide and under a recursive
+/// mutex; an observer may intern and release, but takes no lock that another thread holds while it
+/// interns or releases. One content is heard insert, remove, insert, remove, strictly in turn. An
+/// observer whose notification switch is off when it is registered is told nothing.
+class VOBGP_EXPORT DedupHashTableLifeTimeNotifiee : public Mox::PtrInterface {
+  public:
+    MOX_COUNTED(DedupHashTableLifeTimeNotifiee)
+
+    /// The object has been inserted; nobody else is handed it before this returns. If this throws,
+    /// the object is taken out again and whoever was interning it gets the exception.
+    virtual void handleInsert(DedupHandle::Ptr const& handle) = 0;
+
+    /// The last outside reference to an announced object has gone and it is about to leave. No
+    /// reference to it may be taken, nor its content looked up; another thread that looks it up
+    /// waits. Does not throw.
+    virtual void handleRemove(DedupHandle* handle) = 0;
+
+    /// No more will be heard of the table: it goes, or has another observer now. Objects that were
+    /// announced may still be in it.
+    virtual void handleNotificationStop(Mox::PtrConst<DedupHashTable> const& table) = 0;
+};
+
+/// An intern table: holds one object for each distinct content that anybody refers to.
+///
+/// It is counted itself and holds one reference to each object in it, which does not keep an object
+/// interned; objects leave by themselves with their last outside reference. When the table goes,
+/// objects still held outside become plain counted ones. Thread-safe or thread-compatible, as it
+/// was made.
+class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
+  public:
+    MOX_COUNTED(DedupHashTable)
+
+    ~DedupHashTable() override;
+
+    /// A reference to the object with that content, or null. Builds no object. `hash` is what such
+    /// an object's `hash()` is.
+    DedupHandle::PtrConst lookupByContent(DedupContentHandle const& content, U32 hash) const;
+
+    /// Interns an object: returns the equal object that is in the table already, or inserts this
+    /// one and returns it. An object that is inserted must never have been interned before
+    /// (asserted). If memory runs out, or the observer throws, the table is as it was and the
+    /// object can be interned again.
+    DedupHandle::PtrConst dedup(DedupHandle::Ptr const& object) const;
+
+    /// Registers the one observer, in place of the one there is, which is told to stop. Objects
+    /// that are in the table already are not announced to it.
+    void lifeTimeNotifieeIs(DedupHashTableLifeTimeNotifiee::Ptr const& notifiee);
+    DedupHashTableLifeTimeNotifiee::Ptr lifeTimeNotifiee() const;
+
+    bool isThreadSafe() const noexcept;
+
+    /// Objects in the table. Exact when no other thread is at work, as are the next two.
+    std::size_t size() const;
+    /// Slots for objects.
+    std::size_t capacity() const;
+    /// Octets of memory of the table itself, its objects not included.
+    std::size_t octets() const;
+
+    /// One line for the table and one for each object in it, the latter two columns deeper.
+    void dumpState(DumpContext::PtrConst const& context, U32 indent) const;
+
+  protected:
+    explicit DedupHashTable(bool threadSafe);
+    void onZeroReferences() noexcept override;
+
+  private:
+    Mox::Detail::InternTablePresence const presence_;
+    DedupTableCore* core_;
+};
+
+/// An intern table without an order.
+class VOBGP_EXPORT DedupHashTableUnorderedSet : public DedupHashTable {
+  public:
+    MOX_COUNTED(DedupHashTableUnorderedSet)
+
+    /// A thread-safe table needs thread-safe pointers (asserted).
+    explicit DedupHashTableUnorderedSet(bool threadSafe);
+    ~DedupHashTableUnorderedSet() override;
+};
+
+} // namespace Kel
