@@ -1,0 +1,69 @@
+#include <VoBgp/NotifyingRouteTargetList.h>
+
+#include <Mox/Type.h>
+
+#include <string>
+
+namespace Routing::Bgp {
+
+Mox::Type const& NotifyingRouteTargetList::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::NotifyingRouteTargetList",
+        {Mox::readOnlyAttribute<NotifyingRouteTargetList, &NotifyingRouteTargetList::rts>("rts")});
+    return type;
+}
+
+namespace {
+Mox::TypeRegistration const registration(NotifyingRouteTargetList::staticType());
+} // namespace
+
+NotifyingRouteTargetList::Notifiee::~Notifiee() = default;
+
+void NotifyingRouteTargetList::Notifiee::notifierIs(
+    NotifyingRouteTargetList::PtrConst const& notifier) {
+    unsubscribe();
+    notifier_ = notifier;
+    if (notifier_) {
+        subscribe(*notifier_->notifieeList());
+    }
+}
+
+void NotifyingRouteTargetList::Notifiee::handleChange(Mox::AttributeNumber /*attribute*/,
+                                                      void const* key) {
+    handleRt(*static_cast<RouteTarget const*>(key));
+}
+
+NotifyingRouteTargetList::NotifyingRouteTargetList()
+  : notifieeList_(*this) {}
+
+NotifyingRouteTargetList::~NotifyingRouteTargetList() = default;
+
+void NotifyingRouteTargetList::rtIs(RouteTarget const& rt) {
+    if (rt_.is(rt)) {
+        notifieeList_.notify(rtAttribute, &rt);
+    }
+}
+
+bool NotifyingRouteTargetList::rtDel(RouteTarget const& rt) {
+    bool const wasThere = rt_.del(rt);
+    if (wasThere) {
+        notifieeList_.notify(rtAttribute, &rt);
+    }
+    return wasThere;
+}
+
+void NotifyingRouteTargetList::rtDelAll() {
+    rt_.forEach([this](RouteTarget const& rt) { rtDel(rt); });
+}
+
+void NotifyingRouteTargetList::dumpState(Kel::DumpContext::PtrConst const& dumpContext,
+                                         U32 indent) const {
+    dumpContext->line(indent, "NotifyingRouteTargetList #" + std::to_string(rts()) + ":");
+    rt_.forEach([&](RouteTarget const& rt) { dumpContext->line(indent + 2, rt.toStrep(false)); });
+}
+
+NotifyingRouteTargetList::Ptr notifyingRouteTargetListFactory() {
+    return Mox::makeActive<NotifyingRouteTargetList>();
+}
+
+} // namespace Routing::Bgp

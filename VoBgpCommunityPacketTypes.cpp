@@ -1,0 +1,50 @@
+#include <VoBgp/VoBgpCommunityPacketTypes.h>
+
+#include <ostream>
+
+namespace Routing::Bgp {
+
+void appendCommunityValue(Mox::CharBuffer& out, ExtCommContent content, bool upperCase) {
+    out.append(content.community() == 0 ? "00" : upperCase ? "0X" : "0x");
+    out.appendHex(content.community(), 16, upperCase);
+}
+
+std::ostream& operator<<(std::ostream& os, ExtCommContent const& content) {
+    Mox::LocalCharBuffer<20> out;
+    appendCommunityValue(out, content, (os.flags() & std::ios_base::uppercase) != 0);
+    return os.write(out.text().data(), static_cast<std::streamsize>(out.size()));
+}
+
+void appendExtCommType(Mox::CharBuffer& out, char const* suffix, U8 type, U8 subtype,
+                       bool transitive) {
+    constexpr unsigned nonTransitiveBit = 0x40;
+    out.appendHex(type & ~nonTransitiveBit, 2).appendHex(subtype, 2).append(suffix);
+    out.append(transitive ? "" : "(NT)");
+}
+
+String extCommTypeAsString(char const* suffix, U8 type, U8 subtype, bool transitive) {
+    Mox::LocalCharBuffer<20> out;
+    appendExtCommType(out, suffix, type, subtype, transitive);
+    return out.string();
+}
+
+namespace {
+
+template <Mox::Enumeration... Enumerations>
+struct Registrations {
+    Mox::TypeRegistration const all[sizeof...(Enumerations)] = {
+        Mox::TypeRegistration(Mox::enumerationType<Enumerations>())...};
+};
+
+Registrations<BgpExtCommPktType, BgpExtCommPktSubtypeTransTwoOctetAs,
+              BgpExtCommPktSubtypeTransIpv4Address, BgpExtCommPktSubtypeTransFourOctetAs,
+              BgpExtCommPktSubtypeTransOpaque, BgpExtCommPktSubtypeEvpn,
+              BgpExtCommPktSubtypeTransFlowspecRedirectNexthop, BgpExtCommPktSubtypeTransGeneric,
+              BgpExtCommPktSubtypeTransGenericPart2, BgpExtCommPktSubtypeTransGenericPart3,
+              BgpExtCommPktSubtypeNonTransTwoOctetAs, BgpExtCommPktSubtypeNonTransIpv4Address,
+              BgpExtCommPktSubtypeNonTransFourOctetAs, BgpExtCommPktSubtypeNonTransOpaque,
+              ExtCommClassification> const registrations;
+
+} // namespace
+
+} // namespace Routing::Bgp

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <Kel/DumpContext.h>
+#include <Mox/Export.h>
+#include <Mox/HashMap.h>
+#include <Mox/Notifiee.h>
+#include <Mox/Ptr.h>
+#include <Mox/Types.h>
+#include <Routing/Bgp/RouteTarget.h>
+
+#include <cstddef>
+
+namespace Routing::Bgp {
+
+using Mox::U32;
+
+/// A set of route targets that tells its observers of every one that comes or goes.
+///
+/// Owned by whoever feeds it and by its observers; holds the route targets by value. Reactor
+/// thread: it takes no lock. One that an intern table feeds in thread-safe mode is fed by one
+/// thread at a time, and to be read only from its observers.
+class VOBGP_EXPORT NotifyingRouteTargetList : public Mox::PtrInterface {
+  public:
+    MOX_COUNTED(NotifyingRouteTargetList)
+
+    /// The attributes that a notification may be about.
+    static constexpr Mox::AttributeNumber rtAttribute = 0;
+
+    /// An observer of a list. Owned by the agent; it keeps its list alive.
+    class VOBGP_EXPORT Notifiee : public Mox::Notifiee {
+      public:
+        Notifiee() noexcept = default;
+
+        explicit Notifiee(NotifyingRouteTargetList::PtrConst const& notifier) {
+            notifierIs(notifier);
+        }
+
+        ~Notifiee() override;
+
+        NotifyingRouteTargetList::PtrConst const& notifier() const noexcept { return notifier_; }
+
+        /// Observes that list from now on, and no other; none if null.
+        void notifierIs(NotifyingRouteTargetList::PtrConst const& notifier);
+
+        /// The route target came or went: `notifier()->rtHas(rt)` tells which.
+        virtual void handleRt(RouteTarget const& /*rt*/) {}
+
+      private:
+        void handleChange(Mox::AttributeNumber attribute, void const* key) final;
+
+        NotifyingRouteTargetList::PtrConst notifier_;
+    };
+
+    NotifyingRouteTargetList();
+    ~NotifyingRouteTargetList() override;
+
+    /// Adds a route target and tells the observers, unless it is there already.
+    void rtIs(RouteTarget const& rt);
+
+    /// Removes a route target and tells the observers; returns whether it was there.
+    bool rtDel(RouteTarget const& rt);
+
+    /// Removes every route target, one at a time through rtDel().
+    void rtDelAll();
+
+    bool rtHas(RouteTarget const& rt) const noexcept { return rt_.has(rt); }
+    std::size_t rts() const noexcept { return rt_.size(); }
+
+    /// Calls the visitor with each route target; it may change the list meanwhile.
+    template <class Visitor>
+    void forEachRt(Visitor visitor) const {
+        rt_.forEach(visitor);
+    }
+
+    Mox::NotifieeList* notifieeList() const noexcept override { return &notifieeList_; }
+
+    /// A line with the count, and one for each route target.
+    void dumpState(Kel::DumpContext::PtrConst const& dumpContext, U32 indent) const;
+
+  private:
+    Mox::HashSet<RouteTarget> rt_;
+    mutable Mox::NotifieeList notifieeList_;
+};
+
+/// A new, empty list with its notifications switched on.
+VOBGP_EXPORT NotifyingRouteTargetList::Ptr notifyingRouteTargetListFactory();
+
+} // namespace Routing::Bgp
