@@ -1,0 +1,415 @@
+#include <VoBgp/VoBgpCommunity.h>
+
+#include <Mox/Assert.h>
+#include <Mox/CharBuffer.h>
+#include <Mox/StreamState.h>
+#include <Mox/TextStream.h>
+#include <Mox/Type.h>
+#include <Routing/Bgp/VoBgpGlobals.h>
+#include <VoBgp/Parse/ExtComm.h>
+
+#include <ostream>
+
+namespace Routing::Bgp {
+
+namespace {
+
+void write(std::ostream& os, std::string_view text) {
+    os.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+/// One subtype family: the type it belongs to and the operation that names its subtypes.
+struct SubtypeFamily {
+    BgpExtCommPktType pktType;
+    String (ExtComm::*subtypeString)() const;
+};
+
+constexpr SubtypeFamily subtypeFamilies[] = {
+    {extCommPktTypeTransTwoOctetAs, &ExtComm::pktSubtypeTransTwoOctetAsString},
+    {extCommPktTypeTransIpv4Address, &ExtComm::pktSubtypeTransIpv4AddressString},
+    {extCommPktTypeTransFourOctetAs, &ExtComm::pktSubtypeTransFourOctetAsString},
+    {extCommPktTypeTransOpaque, &ExtComm::pktSubtypeTransOpaqueString},
+    {extCommPktTypeTransEvpn, &ExtComm::pktSubtypeEvpnString},
+    {extCommPktTypeTransFlowspecRedirectNexthop, &ExtComm::pktSubtypeFlowspecRedirectNexthopString},
+    {extCommPktTypeTransGeneric, &ExtComm::pktSubtypeTransGenericString},
+    {extCommPktTypeTransGenericPart2, &ExtComm::pktSubtypeTransGenericPart2String},
+    {extCommPktTypeTransGenericPart3, &ExtComm::pktSubtypeTransGenericPart3String},
+    {extCommPktTypeNonTransTwoOctetAs, &ExtComm::pktSubtypeNonTransTwoOctetAsString},
+    {extCommPktTypeNonTransIpv4Address, &ExtComm::pktSubtypeNonTransIpv4AddressString},
+    {extCommPktTypeNonTransFourOctetAs, &ExtComm::pktSubtypeNonTransFourOctetAsString},
+    {extCommPktTypeNonTransOpaque, &ExtComm::pktSubtypeNonTransOpaqueString},
+};
+
+bool upperCase(std::ostream const& os) {
+    return (os.flags() & std::ios_base::uppercase) != 0;
+}
+
+} // namespace
+
+// ---- Reflection ---------------------------------------------------------------------------------
+
+Mox::Type const& ExtComm::StrepFormat::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::value, qualifiedName,
+        {flagAttribute<strepFormatDefault>("strepFormatDefault"),
+         flagAttribute<strepFormatQualifier>("strepFormatQualifier"),
+         flagAttribute<strepFormatClassification>("strepFormatClassification"),
+         flagAttribute<strepFormatUI>("strepFormatUI"),
+         flagAttribute<strepFormatJson>("strepFormatJson"),
+         flagAttribute<strepFormatAsdot>("strepFormatAsdot"),
+         flagAttribute<strepFormatLinkBwWeighted>("strepFormatLinkBwWeighted")});
+    return type;
+}
+
+Mox::Type const& ExtComm::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtComm",
+        {Mox::readOnlyAttribute<ExtComm, &ExtComm::classification>("classification"),
+         Mox::readOnlyAttribute<ExtComm, &ExtComm::getContent>("getContent"),
+         Mox::readOnlyAttribute<ExtComm, &ExtComm::transitive>("transitive"),
+         Mox::readOnlyAttribute<ExtComm, &ExtComm::isLinkBandwidth>("isLinkBandwidth"),
+         Mox::readOnlyAttribute<ExtComm, &ExtComm::pktType>("pktType"),
+         Mox::readOnlyAttribute<ExtComm, &ExtComm::pktSubtype>("pktSubtype"),
+         Mox::readOnlyAttribute<ExtComm, &ExtComm::transitiveFlag>("transitiveFlag")});
+    return type;
+}
+
+Mox::Type const& ExtCommSubtyped::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommSubtyped",
+        {Mox::readOnlyAttribute<ExtCommSubtyped, &ExtCommSubtyped::subtypeOctet>("subtypeOctet")},
+        &ExtComm::staticType());
+    return type;
+}
+
+Mox::Type const& ExtCommAsNumber::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommAsNumber",
+        {Mox::readOnlyAttribute<ExtCommAsNumber, &ExtCommAsNumber::fourByteAs>("fourByteAs"),
+         Mox::readOnlyAttribute<ExtCommAsNumber, &ExtCommAsNumber::asNumber>("asNumber"),
+         Mox::readOnlyAttribute<ExtCommAsNumber, &ExtCommAsNumber::localAdmin2Octets>(
+             "localAdmin2Octets"),
+         Mox::readOnlyAttribute<ExtCommAsNumber, &ExtCommAsNumber::localAdmin4Octets>(
+             "localAdmin4Octets")},
+        &ExtCommSubtyped::staticType());
+    return type;
+}
+
+Mox::Type const& ExtCommIpv4Address::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIpv4Address",
+        {Mox::readOnlyAttribute<ExtCommIpv4Address, &ExtCommIpv4Address::address>("address"),
+         Mox::readOnlyAttribute<ExtCommIpv4Address, &ExtCommIpv4Address::localAdmin2Octets>(
+             "localAdmin2Octets")},
+        &ExtCommSubtyped::staticType());
+    return type;
+}
+
+Mox::Type const& ExtCommLifeTimeNotifiee::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::ExtCommLifeTimeNotifiee",
+                                {}, &Kel::DedupHashTableLifeTimeNotifiee::staticType());
+    return type;
+}
+
+Mox::Type const& ExtCommDedupTable::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::ExtCommDedupTable", {});
+    return type;
+}
+
+namespace {
+Mox::TypeRegistration const registrations[] = {
+    Mox::TypeRegistration(ExtComm::StrepFormat::staticType()),
+    Mox::TypeRegistration(ExtComm::staticType()),
+    Mox::TypeRegistration(ExtCommSubtyped::staticType()),
+    Mox::TypeRegistration(ExtCommAsNumber::staticType()),
+    Mox::TypeRegistration(ExtCommIpv4Address::staticType()),
+    Mox::TypeRegistration(ExtCommLifeTimeNotifiee::staticType()),
+    Mox::TypeRegistration(ExtCommDedupTable::staticType()),
+};
+} // namespace
+
+// ---- ExtComm ------------------------------------------------------------------------------------
+
+// A table holds millions: what one costs is a promise.
+static_assert(sizeof(ExtComm) == 48 && sizeof(ExtCommAsNumber) == 48);
+
+ExtComm::~ExtComm() = default;
+
+U32 ExtComm::hash() const {
+    return static_cast<U32>(extCommContent_.hash());
+}
+
+bool ExtComm::compare(Kel::DedupHandle const* other) const {
+    return static_cast<ExtComm const*>(other)->extCommContent_ == extCommContent_;
+}
+
+bool ExtComm::compareByContent(Kel::DedupContentHandle const& content) const {
+    return content.as<ExtCommContent>() == extCommContent_;
+}
+
+void ExtComm::formatHandle(std::ostream& os) const {
+    os << *this;
+}
+
+ExtComm::PtrConst ExtComm::dedupContent(ExtCommDedupTable const* table,
+                                        ExtCommContent const& content) {
+    auto const& hashTable = table->dedupHashTable();
+    auto found = hashTable->lookupByContent(Kel::DedupContentHandle(content),
+                                            static_cast<U32>(content.hash()));
+    if (!found) {
+        // Another thread may intern an equal object meanwhile: dedup() returns the first, and the
+        // one parsed here goes.
+        auto parsed = table->parseExtCommRule()->parseExtendedCommunity(content);
+        found = hashTable->dedup(Mox::constPtrCast<ExtComm>(std::move(parsed)));
+    }
+    return Mox::staticPtrCast<ExtComm const>(std::move(found));
+}
+
+ExtComm const* ExtComm::fromDedupHandle(Kel::DedupHandle const* handle) noexcept {
+    auto const* const extComm = dynamic_cast<ExtComm const*>(handle);
+    MOX_ASSERT_TEXT(extComm != nullptr, "__null != extComm");
+    return extComm;
+}
+
+#define VOBGP_PKT_SUBTYPE_STRING(operation, type, Enumeration)                                     \
+    String ExtComm::operation() const {                                                            \
+        MOX_ASSERT_TEXT(type == pktType(), #type "_ == pktType()");                                \
+        MOX_ASSERT(!pktSubtype().isUnspecified());                                                 \
+        return extCommSubtypeString<Enumeration>(static_cast<U8>(pktSubtype()));                   \
+    }
+
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeTransTwoOctetAsString, extCommPktTypeTransTwoOctetAs,
+                         BgpExtCommPktSubtypeTransTwoOctetAs)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeTransIpv4AddressString, extCommPktTypeTransIpv4Address,
+                         BgpExtCommPktSubtypeTransIpv4Address)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeTransFourOctetAsString, extCommPktTypeTransFourOctetAs,
+                         BgpExtCommPktSubtypeTransFourOctetAs)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeTransOpaqueString, extCommPktTypeTransOpaque,
+                         BgpExtCommPktSubtypeTransOpaque)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeEvpnString, extCommPktTypeTransEvpn, BgpExtCommPktSubtypeEvpn)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeFlowspecRedirectNexthopString,
+                         extCommPktTypeTransFlowspecRedirectNexthop,
+                         BgpExtCommPktSubtypeTransFlowspecRedirectNexthop)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeTransGenericString, extCommPktTypeTransGeneric,
+                         BgpExtCommPktSubtypeTransGeneric)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeTransGenericPart2String, extCommPktTypeTransGenericPart2,
+                         BgpExtCommPktSubtypeTransGenericPart2)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeTransGenericPart3String, extCommPktTypeTransGenericPart3,
+                         BgpExtCommPktSubtypeTransGenericPart3)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeNonTransTwoOctetAsString, extCommPktTypeNonTransTwoOctetAs,
+                         BgpExtCommPktSubtypeNonTransTwoOctetAs)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeNonTransIpv4AddressString, extCommPktTypeNonTransIpv4Address,
+                         BgpExtCommPktSubtypeNonTransIpv4Address)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeNonTransFourOctetAsString, extCommPktTypeNonTransFourOctetAs,
+                         BgpExtCommPktSubtypeNonTransFourOctetAs)
+VOBGP_PKT_SUBTYPE_STRING(pktSubtypeNonTransOpaqueString, extCommPktTypeNonTransOpaque,
+                         BgpExtCommPktSubtypeNonTransOpaque)
+
+#undef VOBGP_PKT_SUBTYPE_STRING
+
+// ---- Text of the base ---------------------------------------------------------------------------
+
+void ExtComm::formatCommunityValue(std::ostream& os) const {
+    os << extCommContent_;
+}
+
+void ExtComm::formatSubtype(std::ostream& os) const {
+    if (pktSubtype().isUnspecified()) {
+        write(os, "unspecified");
+        return;
+    }
+    for (auto const& family : subtypeFamilies) {
+        if (family.pktType == pktType()) {
+            write(os, (this->*family.subtypeString)());
+            return;
+        }
+    }
+    write(os, "none");
+}
+
+void ExtComm::formatShowForm(std::ostream& os, std::string_view detail) const {
+    Mox::LocalCharBuffer<128> out;
+    out.append('<');
+    Mox::ValueText<BgpExtCommPktType>::write(out, pktType());
+    write(os, out.text());
+    if (!pktSubtype().isUnspecified()) {
+        write(os, " ");
+        formatSubtype(os);
+    }
+    out.clear();
+    out.append(detail).append(' ');
+    appendCommunityValue(out, extCommContent_, upperCase(os));
+    out.append('>');
+    write(os, out.text());
+}
+
+void ExtComm::formatDerivedType(std::ostream& os) const {
+    formatShowForm(os, "");
+}
+
+String ExtComm::toStrep() const {
+    Mox::TextStream os;
+    os << this;
+    return os.string();
+}
+
+void ExtComm::appendTypePrefix(Mox::CharBuffer& out, char const* suffix, StrepFormat format) const {
+    if (format.has(StrepFormat::strepFormatClassification | StrepFormat::strepFormatUI)) {
+        appendExtCommType(out, suffix, extCommContent_.typeOctet(), extCommContent_.subtypeOctet(),
+                          transitive());
+        out.append(':');
+    }
+}
+
+String ExtComm::toStrepForPolicy(StrepFormat strepFormatFlags) const {
+    Mox::LocalCharBuffer<128> out;
+    appendTypePrefix(out, "", strepFormatFlags);
+    if (out.size() == 0) {
+        return {};
+    }
+    for (unsigned i = 0; i < 6; ++i) {
+        out.append(i == 0 ? "0x" : " 0x").appendHex(extCommContent_.valueOctet(i), 2);
+    }
+    return out.string();
+}
+
+std::ostream& operator<<(std::ostream& os, ExtComm const* extComm) {
+    if (extComm == nullptr) {
+        write(os, "NULL");
+        return os;
+    }
+    return os << *extComm;
+}
+
+std::ostream& operator<<(std::ostream& os, ExtComm const& extComm) {
+    Mox::StreamState const state(os);
+    extComm.formatDerivedType(os);
+    return os;
+}
+
+// ---- Layouts ------------------------------------------------------------------------------------
+
+ExtCommSubtyped::~ExtCommSubtyped() = default;
+
+ExtCommSubtyped::Ptr ExtCommSubtyped::ExtCommSubtypedIs(ExtCommClassification classification,
+                                                        ExtCommContent const& content) {
+    return Mox::makeActive<ExtCommSubtyped>(classification, content);
+}
+
+BgpExtCommPktSubtype ExtCommSubtyped::pktSubtype() const {
+    return BgpExtCommPktSubtype(subtypeOctet());
+}
+
+ExtCommAsNumber::~ExtCommAsNumber() = default;
+
+ExtCommAsNumber::Ptr ExtCommAsNumber::ExtCommAsNumberIs(ExtCommClassification classification,
+                                                        ExtCommContent const& content,
+                                                        bool fourByteAs) {
+    return Mox::makeActive<ExtCommAsNumber>(classification, content, fourByteAs);
+}
+
+Lumo::AutonomousSystem ExtCommAsNumber::asNumber() const noexcept {
+    return Lumo::AutonomousSystem(fourByteAs_ ? static_cast<U32>(community() >> 16)
+                                              : static_cast<U16>(community() >> 32));
+}
+
+U32 ExtCommAsNumber::localAdmin() const noexcept {
+    return fourByteAs_ ? localAdmin2Octets() : localAdmin4Octets();
+}
+
+String ExtCommAsNumber::formatAsNumber(bool includeQualifier, bool asdot) const {
+    Mox::LocalCharBuffer<20> out;
+    asNumber().format(out, asdot);
+    if (fourByteAs_ && includeQualifier && !asdot) {
+        out.append('L');
+    }
+    return out.string();
+}
+
+void ExtCommAsNumber::formatDerivedType(std::ostream& os) const {
+    Mox::LocalCharBuffer<20> detail;
+    detail.append(" ASN=").append(formatAsNumber(false, false));
+    formatShowForm(os, detail.text());
+}
+
+String ExtCommAsNumber::toStrepForPolicy(StrepFormat strepFormatFlags) const {
+    Mox::LocalCharBuffer<42> out;
+    appendTypePrefix(out, fourByteAs_ ? "-AS4" : "-AS", strepFormatFlags);
+    out.append(formatAsNumber(strepFormatFlags.has(StrepFormat::strepFormatQualifier),
+                              strepFormatFlags.has(StrepFormat::strepFormatAsdot)));
+    return out.append(':').appendDecimal(localAdmin()).string();
+}
+
+ExtCommIpv4Address::~ExtCommIpv4Address() = default;
+
+void ExtCommIpv4Address::formatDerivedType(std::ostream& os) const {
+    Mox::LocalCharBuffer<20> detail;
+    detail.append(' ');
+    address().format(detail);
+    formatShowForm(os, detail.text());
+}
+
+String ExtCommIpv4Address::toStrepForPolicy(StrepFormat strepFormatFlags) const {
+    Mox::LocalCharBuffer<42> out;
+    appendTypePrefix(out, "-IP", strepFormatFlags);
+    address().format(out);
+    return out.append(':').appendDecimal(localAdmin2Octets()).string();
+}
+
+// ---- The table ----------------------------------------------------------------------------------
+
+ExtCommLifeTimeNotifiee::~ExtCommLifeTimeNotifiee() = default;
+
+void ExtCommLifeTimeNotifiee::handleInsert(Kel::DedupHandle::Ptr const& handle) {
+    auto const* const extComm = ExtComm::fromDedupHandle(handle.get());
+    if (extComm->classification() != extCommClassificationRouteTarget) {
+        return;
+    }
+    RouteTarget const rt(extComm->community());
+    try {
+        producerRtList_->rtIs(rt);
+    } catch (...) {
+        // The community will not be in the table: nor is its route target in the list.
+        producerRtList_->rtDel(rt);
+        throw;
+    }
+}
+
+void ExtCommLifeTimeNotifiee::handleRemove(Kel::DedupHandle* handle) {
+    auto const* const extComm = ExtComm::fromDedupHandle(handle);
+    if (extComm->classification() == extCommClassificationRouteTarget) {
+        producerRtList_->rtDel(RouteTarget(extComm->community()));
+    }
+}
+
+void ExtCommLifeTimeNotifiee::handleNotificationStop(
+    Kel::DedupHashTable::PtrConst const& /*table*/) {
+    producerRtList_->rtDelAll();
+}
+
+ExtCommDedupTable::ExtCommDedupTable(Mox::PtrConst<BgpParseExtendedCommunityRule> const& rule)
+  : parseExtCommRule_(rule) {
+    handleInitialized();
+}
+
+ExtCommDedupTable::~ExtCommDedupTable() = default;
+
+void ExtCommDedupTable::handleInitialized() {
+    dedupHashTable_ =
+        Mox::makeActive<Kel::DedupHashTableUnorderedSet>(VoBgpGlobals::multiThreaded());
+    notifyingRouteTargetList_ = notifyingRouteTargetListFactory();
+    lifeTimeNotifiee_ = Mox::makeActive<ExtCommLifeTimeNotifiee>(notifyingRouteTargetList_);
+    dedupHashTable_->lifeTimeNotifieeIs(lifeTimeNotifiee_);
+}
+
+void ExtCommDedupTable::dumpState(Kel::DumpContext::PtrConst const& dumpCtx,
+                                  U32 indentCount) const {
+    dedupHashTable_->dumpState(dumpCtx, indentCount);
+}
+
+ExtCommDedupTable::Ptr
+extCommDedupTableFactory(Mox::PtrConst<BgpParseExtendedCommunityRule> const& rule) {
+    return Mox::makeActive<ExtCommDedupTable>(rule);
+}
+
+} // namespace Routing::Bgp
