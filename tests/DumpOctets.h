@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+namespace BgpCommunities::Test {
+
+/** Octets of a dump that a test makes up; std::string because that is easy to put together. */
+
+/** The octets of hexadecimal digits; anything else between them is for the reader's eye. */
+inline std::string hex(std::string_view digits) {
+    std::string out;
+    int high = -1;
+    for (char const digit : digits) {
+        auto const value = std::string_view("0123456789abcdef").find(digit);
+        if (value == std::string_view::npos) {
+            continue;
+        }
+        if (high < 0) {
+            high = static_cast<int>(value);
+        } else {
+            out += static_cast<char>(high << 4 | static_cast<int>(value));
+            high = -1;
+        }
+    }
+    return out;
+}
+
+inline std::string u8(std::size_t value) {
+    return std::string(1, static_cast<char>(value));
+}
+
+inline std::string u16(std::size_t value) {
+    return u8(value >> 8 & 0xff) + u8(value & 0xff);
+}
+
+inline std::string u32(std::size_t value) {
+    return u16(value >> 16 & 0xffff) + u16(value & 0xffff);
+}
+
+inline std::string record(unsigned int type, unsigned int subtype, std::string const& body) {
+    return u32(1700000000) + u16(type) + u16(subtype) + u32(body.size()) + body;
+}
+
+/** A file that holds `content` for as long as the object lives. */
+class TemporaryFile {
+  public:
+    explicit TemporaryFile(std::string_view content, std::string const& suffix = ".mrt")
+      : path_(testing::TempDir() + "bgp-communities-" + std::to_string(getpid()) + "-" +
+              std::to_string(nextNumber()) + suffix) {
+        std::ofstream(path_, std::ios::binary) << content;
+    }
+
+    ~TemporaryFile() { std::remove(path_.c_str()); }
+
+    TemporaryFile(TemporaryFile const&) = delete;
+    TemporaryFile& operator=(TemporaryFile const&) = delete;
+
+    [[nodiscard]] std::string const& path() const { return path_; }
+
+  private:
+    static int nextNumber() {
+        static int number = 0;
+        return ++number;
+    }
+
+    std::string path_;
+};
+
+} // namespace BgpCommunities::Test

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+
+#include "InputStream.h"
+#include "MrtCounts.h"
+#include "RecordContext.h"
+#include "RecordStream.h"
+#include "RibReader.h"
+#include "RouteHandler.h"
+#include "UpdateReader.h"
+
+namespace BgpCommunities {
+
+/**
+ * One MRT dump (RFC 6396, RFC 8050) being read: routing tables and BGP messages.
+ *
+ *     InputStream input("updates.mrt.gz");
+ *     MrtReader reader(input, handler);
+ *     while (reader.next()) {
+ *     }
+ *     if (reader.counts().brokenUpdates != 0) ...
+ *
+ * It owns its buffers, its counters and the peer index table of the dump; the input and the
+ * handler are the caller's and outlive it. Thread-compatible; the handler is called on the thread
+ * that calls `next()`.
+ * What never changes: memory is used again from record to record and bounded by the largest one
+ * that is held, `maxRecordOctets` at most, whatever a length claims. Malformed input never throws:
+ * it is counted, the handler is told where and why, and reading goes on with what can be read.
+ */
+class MrtReader {
+  public:
+    /** A record that claims more is counted as broken and passed over. A table
+        dump's record with thousands of peers stays far below it. */
+    static constexpr std::uint32_t maxRecordOctets = 64U << 20;
+
+    MrtReader(InputStream& input, RouteHandler& handler);
+    MrtReader(MrtReader const&) = delete;
+    MrtReader& operator=(MrtReader const&) = delete;
+
+    /** Reads one record and tells the handler what it holds; false if there was none, and then
+        the handler has been told of a truncated or damaged end. Throws InputError, and what the
+        handler throws. */
+    bool next();
+    /** Reads all records. */
+    void readAll();
+
+    [[nodiscard]] MrtCounts const& counts() const { return counts_; }
+
+  private:
+    bool handleEnd();
+    void readRecord(RecordHeader const& header, Octets body);
+
+    InputStream& input_;
+    RecordStream records_;
+    MrtCounts counts_;
+    RecordContext context_;
+    RibReader ribReader_;
+    UpdateReader updateReader_;
+    bool ended_ = false;
+};
+
+} // namespace BgpCommunities

@@ -1,0 +1,60 @@
+#include "PathAttributes.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr std::uint8_t extendedLengthFlag = 0x10;
+
+} // namespace
+
+bool PathAttributeReader::next(PathAttribute& attribute) {
+    if (in_.empty()) {
+        return false;
+    }
+    attribute.flags = in_.u8();
+    attribute.type = in_.u8();
+    std::size_t const length = (attribute.flags & extendedLengthFlag) != 0 ? in_.u16() : in_.u8();
+    if (!in_.ok()) {
+        fault_ = "the header of an attribute runs past the end of its area";
+        return false;
+    }
+    std::size_t const left = in_.left();
+    attribute.value = in_.octets(length);
+    if (!in_.ok()) {
+        fault_ = "attribute " + std::to_string(attribute.type) + " claims " +
+                 std::to_string(length) + " octets where its area has " + std::to_string(left);
+        return false;
+    }
+    return true;
+}
+
+void AttributeArea::read(Octets area) {
+    communities.clear();
+    mpReach.reset();
+    mpUnreach.reset();
+    repeatedMultiprotocol = false;
+    std::array<std::uint32_t, communityKinds> seen{};
+    PathAttributeReader in(area);
+    for (PathAttribute attribute; in.next(attribute);) {
+        if (auto const kind = communityKind(attribute.type)) {
+            communities.push_back(
+                {*kind, seen[static_cast<std::size_t>(*kind)]++, attribute.value});
+        } else if (attribute.type == mpReachType) {
+            keepMultiprotocol(mpReach, attribute.value);
+        } else if (attribute.type == mpUnreachType) {
+            keepMultiprotocol(mpUnreach, attribute.value);
+        }
+    }
+    fault = in.fault();
+}
+
+void AttributeArea::keepMultiprotocol(std::optional<Octets>& kept, Octets value) {
+    if (kept) {
+        repeatedMultiprotocol = true;
+    } else {
+        kept = value;
+    }
+}
+
+} // namespace BgpCommunities

@@ -1,0 +1,36 @@
+#include "RecordContext.h"
+
+#include <utility>
+
+namespace BgpCommunities {
+
+void RecordContext::report(ProblemKind kind, std::string reason) const {
+    handler_.handleProblem({kind, file_, at_, std::move(reason)});
+}
+
+void RecordContext::reportBrokenRecord(std::string reason) const {
+    ++counts_.brokenRecords;
+    report(ProblemKind::brokenRecord, std::move(reason));
+}
+
+void RecordContext::account(AttributeArea const& area) const {
+    for (CommunityAttribute const& attribute : area.communities) {
+        counts_.communities[static_cast<std::size_t>(attribute.kind)].count(attribute);
+        CommunityKindTraits const& traits = traitsOf(attribute.kind);
+        if (attribute.form() == CommunityAttribute::Form::empty) {
+            report(ProblemKind::emptyAttribute,
+                   "attribute " + std::to_string(traits.attributeType) + " is empty");
+        } else if (attribute.form() == CommunityAttribute::Form::malformed) {
+            report(ProblemKind::malformedAttribute,
+                   "attribute " + std::to_string(traits.attributeType) + " has " +
+                       std::to_string(attribute.value.size()) + " octets, no multiple of " +
+                       std::to_string(traits.memberOctets));
+        }
+    }
+    if (!area.fault.empty()) {
+        ++counts_.brokenAttributeAreas;
+        report(ProblemKind::brokenAttributeArea, area.fault);
+    }
+}
+
+} // namespace BgpCommunities
