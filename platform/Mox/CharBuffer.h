@@ -28,9 +28,11 @@ class VOBGP_EXPORT CharBuffer {
     String string() const { return String(text()); }
 
     CharBuffer& append(std::string_view text) {
-        char* const place = reserve(text.size());
-        std::memcpy(place, text.data(), text.size());
-        writePtr_ = place + text.size();
+        if (!text.empty()) {
+            char* const place = reserve(text.size());
+            std::memcpy(place, text.data(), text.size());
+            writePtr_ = place + text.size();
+        }
         return *this;
     }
 

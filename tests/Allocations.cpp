@@ -1,0 +1,73 @@
+#include "Allocations.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<unsigned long> allocations{0};
+/// Unlimited while negative.
+std::atomic<long> allocationsLeft{-1};
+
+void* allocate(std::size_t octets) noexcept {
+    allocations.fetch_add(1, std::memory_order_relaxed);
+    auto left = allocationsLeft.load(std::memory_order_relaxed);
+    if (left == 0) {
+        return nullptr;
+    }
+    if (left > 0) {
+        allocationsLeft.store(left - 1, std::memory_order_relaxed);
+    }
+    return std::malloc(octets == 0 ? 1 : octets);
+}
+
+} // namespace
+
+unsigned long allocationsSoFar() noexcept {
+    return allocations.load(std::memory_order_relaxed);
+}
+
+FailingAllocations::FailingAllocations(long succeeding) noexcept {
+    allocationsLeft.store(succeeding, std::memory_order_relaxed);
+}
+
+FailingAllocations::~FailingAllocations() {
+    allocationsLeft.store(-1, std::memory_order_relaxed);
+}
+
+void* operator new(std::size_t octets) {
+    if (auto* const memory = allocate(octets)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+void* operator new(std::size_t octets, std::nothrow_t const&) noexcept {
+    return allocate(octets);
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+// The sanitizers bring array forms of their own, which would not come here.
+void* operator new[](std::size_t octets) {
+    return ::operator new(octets);
+}
+
+void* operator new[](std::size_t octets, std::nothrow_t const& nothrow) noexcept {
+    return ::operator new(octets, nothrow);
+}
+
+void operator delete[](void* memory) noexcept {
+    ::operator delete(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
+    ::operator delete(memory);
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+/// The allocations of a test's whole process: counted, and made to fail on demand. The operators
+/// that do it are in Allocations.cpp, linked to every test.
+
+/// How many there have been so far.
+unsigned long allocationsSoFar() noexcept;
+
+/// While one lives, `succeeding` more allocations succeed and all others fail.
+class FailingAllocations {
+  public:
+    explicit FailingAllocations(long succeeding) noexcept;
+    ~FailingAllocations();
+    FailingAllocations(FailingAllocations const&) = delete;
+    FailingAllocations& operator=(FailingAllocations const&) = delete;
+};

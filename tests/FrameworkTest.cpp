@@ -1,0 +1,462 @@
+#include "Allocations.h"
+#include "PointerMode.h"
+
+#include <Lumo/AutonomousSystem.h>
+#include <Lumo/Ip6Addr.h>
+#include <Lumo/IpAddr.h>
+#include <Mox/CharBuffer.h>
+#include <Mox/HashMap.h>
+#include <Mox/Notifiee.h>
+#include <Mox/OrderedMap.h>
+#include <Mox/Ptr.h>
+#include <Mox/String.h>
+#include <Mox/Trace.h>
+#include <Mox/Type.h>
+#include <Mox/ValueText.h>
+#include <Routing/Bgp/RouteTarget.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Mox::U32;
+using Mox::U64;
+
+// ---- Counted objects ----------------------------------------------------------------------------
+
+/// An object that can be observed, and that tells when it goes.
+class Thing : public Mox::PtrInterface {
+  public:
+    MOX_COUNTED(Thing)
+
+    explicit Thing(std::vector<std::string>* log = nullptr)
+      : log_(log)
+      , notifieeList_(*this) {}
+    ~Thing() override { say("destroyed"); }
+
+    Mox::NotifieeList* notifieeList() const noexcept override { return &notifieeList_; }
+    void change(int key) { notifieeList_.notify(0, &key); }
+
+    std::function<void(Thing&)> atZero;
+
+  protected:
+    void onZeroReferences() noexcept override {
+        say("zero");
+        if (atZero) {
+            atZero(*this);
+        }
+    }
+
+  private:
+    void say(char const* what) {
+        if (log_ != nullptr) {
+            log_->push_back(what);
+        }
+    }
+    std::vector<std::string>* log_;
+    mutable Mox::NotifieeList notifieeList_;
+};
+
+Mox::Type const& Thing::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity, "Thing", {});
+    return type;
+}
+
+class CountedObjects : public testing::TestWithParam<bool> {
+    PointerMode const mode_{GetParam()};
+};
+INSTANTIATE_TEST_SUITE_P(Mode, CountedObjects, bothPointerModes(), pointerModeName);
+
+TEST_P(CountedObjects, PointersShareOneObjectUntilTheLastGoes) {
+    std::vector<std::string> log;
+    auto thing = Mox::makeCounted<Thing>(&log);
+    EXPECT_EQ(thing->referenceCount(), 1U);
+    Thing::PtrConst copy = thing;
+    auto moved = std::move(thing);
+    EXPECT_FALSE(thing);
+    EXPECT_EQ(moved->referenceCount(), 2U) << "a move touches no count";
+    moved = Thing::Ptr(moved);
+    EXPECT_EQ(moved->referenceCount(), 2U) << "assignment of itself";
+    moved = nullptr;
+    EXPECT_TRUE(log.empty());
+    copy = nullptr;
+    EXPECT_EQ(log, (std::vector<std::string>{"zero", "destroyed"}));
+}
+
+TEST_P(CountedObjects, PointersMadeInTheZeroHookComeAndGo) {
+    std::vector<std::string> log;
+    auto thing = Mox::makeCounted<Thing>(&log);
+    thing->atZero = [](Thing& self) {
+        Thing::Ptr const first(&self);
+        Thing::PtrConst const second = first;
+        EXPECT_EQ(self.referenceCount(), 3U);
+    };
+    thing = nullptr;
+    EXPECT_EQ(log, (std::vector<std::string>{"zero", "destroyed"}));
+}
+
+TEST_P(CountedObjects, StringsShareTheirOctets) {
+    Mox::String const empty;
+    EXPECT_TRUE(empty.empty());
+    EXPECT_STREQ(empty.c_str(), "");
+    EXPECT_EQ(empty, Mox::String(""));
+    Mox::String const octets(std::string_view("a\0b", 3));
+    EXPECT_EQ(octets.size(), 3U);
+    EXPECT_EQ(octets, std::string_view("a\0b", 3));
+    auto copy = octets;
+    EXPECT_TRUE(copy.isSameObject(octets));
+    copy = "other";
+    EXPECT_EQ(octets.str(), std::string("a\0b", 3));
+    EXPECT_LT(octets, copy);
+    EXPECT_EQ(octets.end().offset(), 3U);
+}
+
+TEST(CountedObjectsDeathTest, ContractsAreChecked) {
+    EXPECT_DEATH(
+        {
+            auto const thing = Mox::makeCounted<Thing>();
+            auto const other = thing;
+            delete thing.get();
+        },
+        "platform/Mox/PtrInterface.cpp:[0-9]+: ~PtrInterface: Assertion 'no owner is left' failed");
+    EXPECT_DEATH(
+        {
+            Thing::Ptr kept;
+            auto thing = Mox::makeCounted<Thing>();
+            thing->atZero = [&](Thing& self) { kept = Thing::Ptr(&self); };
+            thing = nullptr;
+        },
+        "releaseSlowly: Assertion 'no reference outlives the last' failed");
+}
+
+// ---- Observers ----------------------------------------------------------------------------------
+
+class Ear : public Mox::Notifiee {
+  public:
+    Ear(Thing& thing, std::vector<std::string>& log, std::string name)
+      : log_(log)
+      , name_(std::move(name)) {
+        subscribe(*thing.notifieeList());
+    }
+    using Mox::Notifiee::subscribe;
+    using Mox::Notifiee::unsubscribe;
+
+    std::function<void(int)> then;
+
+  private:
+    void handleChange(Mox::AttributeNumber attribute, void const* key) override {
+        EXPECT_EQ(attribute, 0U);
+        auto const value = *static_cast<int const*>(key);
+        log_.push_back(name_ + std::to_string(value));
+        if (then) {
+            auto const action = then;
+            action(value);
+        }
+    }
+    std::vector<std::string>& log_;
+    std::string name_;
+};
+
+class Observers : public testing::Test {
+  protected:
+    Thing::Ptr thing = Mox::makeActive<Thing>();
+    std::vector<std::string> log;
+    using Log = std::vector<std::string>;
+};
+
+TEST_F(Observers, AreToldInTheOrderOfSubscriptionWhileTheSwitchIsOn) {
+    Ear a(*thing, log, "a");
+    Ear const b(*thing, log, "b");
+    thing->change(1);
+    thing->hasNotificationActiveIs(false);
+    thing->change(2);
+    thing->hasNotificationActiveIs(true);
+    a.unsubscribe();
+    a.subscribe(*thing->notifieeList());
+    a.subscribe(*thing->notifieeList());
+    thing->change(3);
+    EXPECT_EQ(log, (Log{"a1", "b1", "b3", "a3"}));
+}
+
+TEST_F(Observers, LeaveThemselvesAndOthersDuringANotification) {
+    Ear a(*thing, log, "a");
+    auto b = std::make_unique<Ear>(*thing, log, "b");
+    Ear c(*thing, log, "c");
+    a.then = [&](int) {
+        a.unsubscribe();
+        b.reset();
+    };
+    thing->change(1);
+    EXPECT_EQ(log, (Log{"a1", "c1"}));
+    EXPECT_EQ(thing->notifieeList()->size(), 1U);
+    thing->change(2);
+    EXPECT_EQ(log, (Log{"a1", "c1", "c2"}));
+}
+
+TEST_F(Observers, WhoJoinsDuringANotificationDoesNotHearThatOne) {
+    std::vector<std::unique_ptr<Ear>> late;
+    Ear a(*thing, log, "a");
+    a.then = [&](int key) {
+        if (late.empty()) {
+            for (int i = 0; i < 50; ++i) {
+                late.push_back(std::make_unique<Ear>(*thing, log, "late"));
+            }
+            a.unsubscribe();
+            a.subscribe(*thing->notifieeList());
+            thing->change(key + 1);
+        }
+    };
+    thing->change(1);
+    ASSERT_EQ(log.size(), 52U) << "the nested change reaches everybody once";
+    EXPECT_EQ(log[0], "a1");
+    EXPECT_EQ(log[1], "late2");
+    EXPECT_EQ(log[51], "a2");
+}
+
+TEST_F(Observers, MayDropTheNotifierFromInside) {
+    Ear a(*thing, log, "a");
+    Ear const b(*thing, log, "b");
+    a.then = [&](int key) {
+        if (key == 1) {
+            thing->change(2);
+        } else {
+            thing = nullptr;
+        }
+    };
+    thing->change(1);
+    EXPECT_EQ(log, (Log{"a1", "a2"})) << "nobody is told for a notifier that is gone";
+    EXPECT_FALSE(a.isSubscribed());
+}
+
+// ---- Collections --------------------------------------------------------------------------------
+
+TEST(Collections, HashMapAgreesWithAnOrderedOne) {
+    Mox::HashMap<U64, int> map;
+    std::map<U64, int> model;
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 200000; ++i) {
+        U64 const key = random() % (i % 20000 < 10000 ? 500 : 20);
+        switch (random() % 3) {
+        case 0:
+            ASSERT_EQ(map.is(key, i), model.insert_or_assign(key, i).second);
+            break;
+        case 1:
+            ASSERT_EQ(map.del(key), model.erase(key) == 1);
+            break;
+        default:
+            ASSERT_EQ(map.get(key) == nullptr ? -1 : *map.get(key),
+                      model.contains(key) ? model[key] : -1);
+        }
+        ASSERT_EQ(map.size(), model.size());
+    }
+    std::map<U64, int> visited;
+    map.forEach([&](U64 key, int value) { visited[key] = value; });
+    EXPECT_EQ(visited, model);
+}
+
+TEST(Collections, IterationToleratesEveryChange) {
+    Mox::HashSet<int> set;
+    for (int i = 0; i < 100; ++i) {
+        set.is(i);
+    }
+    std::vector<int> visited;
+    set.forEach([&](int key) {
+        visited.push_back(key);
+        set.del(key);
+        set.del(key + 1);
+        set.is(1000 + key);
+        set.forEach([&](int other) { set.has(other); });
+    });
+    EXPECT_EQ(visited.size(), 50U) << "what was removed is not visited, nor what was added";
+    EXPECT_EQ(set.size(), 50U);
+
+    Mox::OrderedMap<int, int> map;
+    for (int const key : {5, 1, 3}) {
+        map.is(key, 10 * key);
+    }
+    std::vector<int> order;
+    map.forEach([&](int key, int value) {
+        order.push_back(value);
+        map.del(key);
+        map.del(3);
+    });
+    EXPECT_EQ(order, (std::vector<int>{10, 50}));
+    EXPECT_TRUE(map.empty());
+}
+
+TEST(Collections, AnAllocationThatFailsLeavesAMapAsItWas) {
+    Mox::HashMap<int, int> map;
+    for (int key = 0; key < 300; ++key) {
+        for (long succeeding = 0;; ++succeeding) {
+            bool failed = false;
+            {
+                FailingAllocations const failing(succeeding);
+                try {
+                    map.is(key, key);
+                } catch (std::bad_alloc const&) {
+                    failed = true;
+                }
+            }
+            ASSERT_EQ(map.has(key), !failed);
+            ASSERT_EQ(map.size(), static_cast<std::size_t>(key + (failed ? 0 : 1)));
+            if (!failed) {
+                break;
+            }
+        }
+    }
+    for (int key = 0; key < 300; ++key) {
+        ASSERT_EQ(*map.get(key), key);
+    }
+}
+
+// ---- Text ---------------------------------------------------------------------------------------
+
+TEST(CharBuffer, GrowsByItsRule) {
+    Mox::LocalCharBuffer<20> buffer;
+    buffer.append(std::string(20, 'a'));
+    EXPECT_EQ(buffer.capacity(), 20U) << "the local area is used up first";
+    buffer.append('b');
+    EXPECT_EQ(buffer.capacity(), 40U) << "twice what is used";
+    buffer.append(std::string(200, 'c'));
+    EXPECT_EQ(buffer.capacity(), 221U) << "what is used and required";
+    buffer.append('d');
+    EXPECT_EQ(buffer.capacity(), 442U);
+    buffer.append(std::string(378, 'e')).append('f');
+    EXPECT_EQ(buffer.capacity(), 1024U) << "but not more than 1024 at once";
+    buffer.append(std::string(500, 'g'));
+    EXPECT_EQ(buffer.capacity(), 1101U) << "and never less than what is required";
+    EXPECT_EQ(buffer.text(), std::string(20, 'a') + 'b' + std::string(200, 'c') + 'd' +
+                                 std::string(378, 'e') + 'f' + std::string(500, 'g'));
+}
+
+TEST(ValueText, NumbersAndBooleansReadBackAndNothingElseDoes) {
+    EXPECT_EQ(Mox::valueToStrep(true), "True");
+    EXPECT_EQ(Mox::valueToStrep(~U64{0}), "18446744073709551615");
+    EXPECT_EQ(Mox::strepToValue<U64>("18446744073709551615"), ~U64{0});
+    EXPECT_FALSE(Mox::strepToValue<bool>("False"));
+    for (char const* text : {"", "-1", "+1", " 1", "1 ", "01", "18446744073709551616", "0x1"}) {
+        EXPECT_THROW(Mox::strepToValue<U64>(text), Mox::ParseException) << text;
+    }
+    EXPECT_THROW(Mox::strepToValue<Mox::U8>("256"), Mox::ParseException);
+    for (char const* text : {"true", "1", "", "TrueX"}) {
+        EXPECT_THROW(Mox::strepToValue<bool>(text), Mox::ParseException) << text;
+    }
+}
+
+TEST(ValueText, ErrorsNameWhatWasExpectedAndWhere) {
+    using Routing::Bgp::RouteTarget;
+    RouteTarget const rt(0x0002fde800000064U);
+    auto const text = Mox::valueToStrep(rt);
+    EXPECT_EQ(text, "Value('Routing::Bgp::RouteTarget', ** {'value': 842122827661412})");
+    EXPECT_EQ(Mox::strepToValue<RouteTarget>(text), rt);
+    try {
+        Mox::strepToValue<RouteTarget>("Value('Routing::Bgp::RouteTarget', ** {'value': x})");
+        FAIL();
+    } catch (Mox::ParseException const& error) {
+        EXPECT_EQ(error.offset(), 48U);
+        EXPECT_STREQ(error.what(), "expected an unsigned number of the type's width at offset 48");
+    }
+    for (std::size_t length = 0; length < text.size(); ++length) {
+        Mox::String const cut(std::string_view(text).substr(0, length));
+        EXPECT_THROW(Mox::strepToValue<RouteTarget>(cut), Mox::ParseException) << length;
+    }
+}
+
+TEST(ValueText, RouteTargetsDisplayByTheirType) {
+    struct {
+        U64 value;
+        bool asDot;
+        char const* text;
+    } const rows[] = {
+        {0x0002fde800000064, false, "65000:100"},
+        {0x0002fde8ffffffff, true, "65000:4294967295"},
+        {0x01020a0102030007, false, "10.1.2.3:7"},
+        {0x020200010000000a, false, "65536:10"},
+        {0x020200010000000a, true, "1.0:10"},
+        {0x0302000000000001, false, "0302000000000001"},
+        {0x4002000000000001, true, "4002000000000001"},
+    };
+    for (auto const& row : rows) {
+        EXPECT_EQ(Routing::Bgp::RouteTarget(row.value).toStrep(row.asDot), row.text);
+    }
+}
+
+TEST(NetworkValues, PrintAndReadBack) {
+    EXPECT_EQ(Lumo::IpAddr(0xffffffff).toStrep(), "255.255.255.255");
+    EXPECT_EQ(Mox::strepToValue<Lumo::IpAddr>("10.0.0.1"), Lumo::IpAddr(0x0a000001));
+    for (char const* text : {"10.0.0", "10.0.0.256", "10.0.0.1.", "10.0.0.01", ""}) {
+        EXPECT_THROW(Mox::strepToValue<Lumo::IpAddr>(text), Mox::ParseException) << text;
+    }
+    struct {
+        U32 number;
+        char const* plain;
+        char const* dotted;
+    } const numbers[] = {
+        {0, "0", "0"},
+        {65535, "65535", "65535"},
+        {65536, "65536", "1.0"},
+        {4294967295, "4294967295", "65535.65535"},
+    };
+    for (auto const& row : numbers) {
+        EXPECT_EQ(Lumo::AutonomousSystem(row.number).display(false), row.plain);
+        EXPECT_EQ(Lumo::AutonomousSystem(row.number).display(true), row.dotted);
+    }
+    // RFC 5952, section 4 and its examples: what is written is also what is read.
+    for (char const* text :
+         {"::", "::1", "1::", "2001:db8::1", "2001:db8:0:1:1:1:1:1", "2001:db8::1:0:0:1",
+          "2001:0:0:1::1", "2001:db8:85a3:8d3:1319:8a2e:370:7348", "::ffff:192.0.2.1",
+          "fe80::abcd:0:12", "1:2:3:4:5:6:7:0", "0:1::", "0:0:1::2"}) {
+        auto const address = Mox::strepToValue<Lumo::Ip6Addr>(text);
+        auto const again = address.toStrep();
+        EXPECT_EQ(Mox::strepToValue<Lumo::Ip6Addr>(again), address) << text;
+        if (std::string_view(text).substr(0, 3) != "0:1" &&
+            std::string_view(text).substr(0, 3) != "0:0") {
+            EXPECT_EQ(again, text);
+        }
+    }
+    EXPECT_EQ(Mox::strepToValue<Lumo::Ip6Addr>("2001:0:0:1:0:0:0:1").toStrep(), "2001:0:0:1::1");
+    EXPECT_THROW(Mox::strepToValue<Lumo::Ip6Addr>("2001:db8::1::"), Mox::ParseException);
+}
+
+// ---- Trace --------------------------------------------------------------------------------------
+
+TEST(Trace, CostsNothingWhileItIsOffAndNamesItsPlaceWhenItIsOn) {
+    std::vector<std::string> lines;
+    Mox::traceSinkIs([&](int level, std::string_view line) {
+        lines.push_back(std::to_string(level) + ' ' + std::string(line));
+    });
+    int evaluated = 0;
+    Mox::traceLevelIs(7);
+    MOX_TRACE(8, ++evaluated);
+    EXPECT_EQ(evaluated, 0);
+    Mox::traceLevelIs(8);
+    MOX_TRACE(8, "n=" << ++evaluated);
+    Mox::traceLevelIs(0);
+    Mox::traceSinkIs(nullptr);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_TRUE(lines[0].starts_with("8 tests/FrameworkTest.cpp:")) << lines[0];
+    EXPECT_TRUE(lines[0].ends_with(": TestBody: n=1")) << lines[0];
+}
+
+// ---- Reflection ---------------------------------------------------------------------------------
+
+TEST(Reflection, TheRegistryKnowsEveryTypeByItsName) {
+    auto const* const type = Mox::TypeRegistry::type("Routing::Bgp::RouteTarget");
+    ASSERT_NE(type, nullptr);
+    EXPECT_EQ(type, &Routing::Bgp::RouteTarget::staticType());
+    EXPECT_EQ(type->kind(), Mox::Type::Kind::value);
+    ASSERT_EQ(type->attributes().size(), 1U);
+    EXPECT_EQ(type->attributes()[0].name, "value");
+    EXPECT_EQ(Mox::TypeRegistry::type("Thing"), nullptr) << "only what registers itself";
+    auto const all = Mox::TypeRegistry::types();
+    EXPECT_TRUE(std::is_sorted(all.begin(), all.end(),
+                               [](auto const* a, auto const* b) { return a->name() < b->name(); }));
+}
+
+} // namespace
