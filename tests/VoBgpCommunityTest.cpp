@@ -374,7 +374,7 @@ TEST(ExtCommReflection, AttributesReadAsText) {
                                     : type.attributeText(*attribute, *community).str();
     };
     EXPECT_EQ(text("classification"), "extCommClassificationUnSpecified");
-    EXPECT_EQ(text("getContent"), "4756927106321318143");
+    EXPECT_EQ(text("getContent"), "4756927110705053951");
     EXPECT_EQ(text("transitiveFlag"), "False");
     EXPECT_EQ(text("isLinkBandwidth"), "False");
     EXPECT_EQ(text("subtypeOctet"), "4");

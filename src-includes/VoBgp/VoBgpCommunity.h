@@ -8,6 +8,7 @@
 #include <Mox/Export.h>
 #include <Mox/FlagWord.h>
 #include <Mox/Ptr.h>
+#include <MoxStash/DedupHandle.h>
 #include <VoBgp/NotifyingRouteTargetList.h>
 #include <VoBgp/VoBgpCommunityPacketTypes.h>
 
@@ -23,7 +24,7 @@ class ExtCommDedupTable;
 ///
 /// It is owned by its counted pointers and leaves its table with the last outside one. Value and
 /// classification never change. Immutable: it may be read from any thread.
-class VOBGP_EXPORT ExtComm : public Kel::DedupHandle {
+class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
   public:
     MOX_COUNTED(ExtComm)
 

@@ -1,0 +1,253 @@
+#include <VoBgp/ExtCommIp6.h>
+
+#include <Mox/Assert.h>
+#include <Mox/Hash.h>
+#include <Mox/StreamState.h>
+#include <Mox/TextStream.h>
+#include <Mox/Type.h>
+#include <VoBgp/ExtCommIp6DedupTable.h>
+#include <VoBgp/Parse/ExtComm.h>
+
+#include <ostream>
+
+namespace Routing::Bgp {
+
+namespace {
+
+void write(std::ostream& os, std::string_view text) {
+    os.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+} // namespace
+
+// ---- Reflection ---------------------------------------------------------------------------------
+
+Mox::Type const& ExtCommIp6Content::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::value, "Routing::Bgp::ExtCommIp6Content",
+        {Mox::readOnlyAttribute<ExtCommIp6Content, &ExtCommIp6Content::type>("type"),
+         Mox::readOnlyAttribute<ExtCommIp6Content, &ExtCommIp6Content::subtype>("subtype"),
+         Mox::readOnlyAttribute<ExtCommIp6Content, &ExtCommIp6Content::addr>("addr"),
+         Mox::readOnlyAttribute<ExtCommIp6Content, &ExtCommIp6Content::localAdmin>("localAdmin")});
+    return type;
+}
+
+Mox::Type const& ExtCommIp6::StrepFormat::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::value, qualifiedName,
+        {flagAttribute<strepFormatDefault>("strepFormatDefault"),
+         flagAttribute<strepFormatQualifier>("strepFormatQualifier"),
+         flagAttribute<strepFormatClassification>("strepFormatClassification"),
+         flagAttribute<strepFormatUI>("strepFormatUI"),
+         flagAttribute<strepFormatAsdot>("strepFormatAsdot"),
+         flagAttribute<strepFormatLinkBwWeighted>("strepFormatLinkBwWeighted")});
+    return type;
+}
+
+Mox::Type const& ExtCommIp6::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIp6",
+        {Mox::readOnlyAttribute<ExtCommIp6, &ExtCommIp6::classification>("classification"),
+         Mox::readOnlyAttribute<ExtCommIp6, &ExtCommIp6::getContent>("content"),
+         Mox::readOnlyAttribute<ExtCommIp6, &ExtCommIp6::pktType>("pktType"),
+         Mox::readOnlyAttribute<ExtCommIp6, &ExtCommIp6::pktSubtype>("pktSubtype")});
+    return type;
+}
+
+Mox::Type const& ExtCommIp6Subtyped::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIp6Subtyped", {},
+                                &ExtCommIp6::staticType());
+    return type;
+}
+
+namespace {
+Mox::TypeRegistration const registrations[] = {
+    Mox::TypeRegistration(Mox::enumerationType<BgpExtCommIp6PktType>()),
+    Mox::TypeRegistration(Mox::enumerationType<BgpExtCommIp6PktSubtypeTransIpv6Address>()),
+    Mox::TypeRegistration(Mox::enumerationType<BgpExtCommIp6PktSubtypeNonTransIpv6Address>()),
+    Mox::TypeRegistration(ExtCommIp6Content::staticType()),
+    Mox::TypeRegistration(ExtCommIp6::StrepFormat::staticType()),
+    Mox::TypeRegistration(ExtCommIp6::staticType()),
+    Mox::TypeRegistration(ExtCommIp6Subtyped::staticType()),
+};
+} // namespace
+
+// ---- The content --------------------------------------------------------------------------------
+
+U32 ExtCommIp6Content::hash() const noexcept {
+    Mox::OneAtATimeHash hash;
+    hash.add(type_);
+    hash.add(subtype_);
+    for (auto const octet : addr_.octets()) {
+        hash.add(octet);
+    }
+    hash.addLittleEndian(localAdmin_);
+    return hash.finish();
+}
+
+// ---- ExtCommIp6 ---------------------------------------------------------------------------------
+
+// A table holds many: what one costs is a promise.
+static_assert(sizeof(ExtCommIp6) == 56 && sizeof(ExtCommIp6Subtyped) == 56);
+
+ExtCommIp6::~ExtCommIp6() = default;
+
+U32 ExtCommIp6::hash() const {
+    return content_.hash();
+}
+
+bool ExtCommIp6::compare(Kel::DedupHandle const* other) const {
+    return static_cast<ExtCommIp6 const*>(other)->content_ == content_;
+}
+
+bool ExtCommIp6::compareByContent(Kel::DedupContentHandle const& content) const {
+    return content.as<ExtCommIp6Content>() == content_;
+}
+
+void ExtCommIp6::formatHandle(std::ostream& os) const {
+    os << *this;
+}
+
+ExtCommIp6::PtrConst ExtCommIp6::dedupContent(ExtCommIp6DedupTable const* table,
+                                              ExtCommIp6Content const& content) {
+    auto const& hashTable = table->dedupHashTable();
+    auto dedupHandle = hashTable->lookupByContent(Kel::DedupContentHandle(content), content.hash());
+    if (!dedupHandle) {
+        // Another thread may intern an equal object meanwhile: dedup() returns the first, and the
+        // one parsed here goes.
+        auto parsed = table->parseExtCommRule()->parseExtendedCommunityIp6(content);
+        dedupHandle = hashTable->dedup(Mox::constPtrCast<ExtCommIp6>(std::move(parsed)));
+    }
+    MOX_ASSERT(dedupHandle);
+    return Mox::staticPtrCast<ExtCommIp6 const>(std::move(dedupHandle));
+}
+
+ExtCommIp6::Ptr extCommIp6Factory(ExtCommClassification classification,
+                                  ExtCommIp6Content const& content) {
+    return Mox::makeActive<ExtCommIp6>(classification, content);
+}
+
+String ExtCommIp6::pktSubtypeTransIpv6AddressAsString() const {
+    MOX_ASSERT_TEXT(extCommIp6PktTypeTransIpv6Address == pktType(),
+                    "extCommIp6PktTypeTransIpv6Address_ == pktType()");
+    MOX_ASSERT(!pktSubtype().isUnspecified());
+    return extCommSubtypeString<BgpExtCommIp6PktSubtypeTransIpv6Address>(
+        static_cast<U8>(pktSubtype()));
+}
+
+String ExtCommIp6::pktSubtypeNonTransIpv6AddressAsString() const {
+    MOX_ASSERT_TEXT(extCommIp6PktTypeNonTransIpv6Address == pktType(),
+                    "extCommIp6PktTypeNonTransIpv6Address_ == pktType()");
+    MOX_ASSERT(!pktSubtype().isUnspecified());
+    return extCommSubtypeString<BgpExtCommIp6PktSubtypeNonTransIpv6Address>(
+        static_cast<U8>(pktSubtype()));
+}
+
+void ExtCommIp6::formatSubtype(std::ostream& os) const {
+    if (pktSubtype().isUnspecified()) {
+        write(os, "unspecified");
+        return;
+    }
+    switch (pktType()) {
+    case extCommIp6PktTypeTransIpv6Address:
+        write(os, pktSubtypeTransIpv6AddressAsString());
+        break;
+    case extCommIp6PktTypeNonTransIpv6Address:
+        write(os, pktSubtypeNonTransIpv6AddressAsString());
+        break;
+    case extCommIp6PktTypeUnknown:
+        write(os, "none");
+    }
+}
+
+void ExtCommIp6::formatDerivedType(std::ostream& os) const {
+    Mox::LocalCharBuffer<80> out;
+    out.append('<').append(Mox::enumerationName(pktType()));
+    if (!pktSubtype().isUnspecified()) {
+        write(os, out.append(' ').text());
+        out.clear();
+        formatSubtype(os);
+    }
+    out.append(" addr=");
+    content_.addr().format(out);
+    out.append(" localAdmin=").appendDecimal(content_.localAdmin()).append('>');
+    write(os, out.text());
+}
+
+String ExtCommIp6::toStrep() const {
+    Mox::TextStream os;
+    os << *this;
+    return os.string();
+}
+
+String ExtCommIp6::toStrepForPolicy(StrepFormat format) const {
+    Mox::LocalCharBuffer<80> out;
+    if (format.has(StrepFormat::strepFormatClassification | StrepFormat::strepFormatUI)) {
+        appendExtCommType(out, "-IP6", content_.type(), content_.subtype(), transitive());
+        out.append(':');
+    }
+    content_.addr().format(out);
+    return out.append(':').appendDecimal(content_.localAdmin()).string();
+}
+
+std::ostream& operator<<(std::ostream& os, ExtCommIp6 const* extCommIp6) {
+    if (extCommIp6 == nullptr) {
+        write(os, "NULL");
+        return os;
+    }
+    return os << *extCommIp6;
+}
+
+std::ostream& operator<<(std::ostream& os, ExtCommIp6 const& extCommIp6) {
+    Mox::StreamState const state(os);
+    extCommIp6.formatDerivedType(os);
+    return os;
+}
+
+ExtCommIp6Subtyped::~ExtCommIp6Subtyped() = default;
+
+BgpExtCommPktSubtype ExtCommIp6Subtyped::pktSubtype() const {
+    return BgpExtCommPktSubtype(getContent().subtype());
+}
+
+} // namespace Routing::Bgp
+
+// ---- The content's text -------------------------------------------------------------------------
+
+namespace Mox {
+
+using Routing::Bgp::ExtCommIp6Content;
+
+namespace {
+
+U8 readOctet(ValueReader& in) {
+    if (in.atEnd()) {
+        in.fail("an octet");
+    }
+    auto const octet = static_cast<U8>(in.rest().front());
+    in.skip(1);
+    return octet;
+}
+
+} // namespace
+
+void ValueText<ExtCommIp6Content>::write(CharBuffer& out, ExtCommIp6Content const& content) {
+    out.append("type=").append(static_cast<char>(content.type()));
+    out.append(";subtype=").append(static_cast<char>(content.subtype()));
+    out.append(";addr=");
+    content.addr().format(out);
+    out.append(";localAdmin=").appendDecimal(content.localAdmin());
+}
+
+ExtCommIp6Content ValueText<ExtCommIp6Content>::read(ValueReader& in) {
+    in.expect("type=");
+    auto const type = readOctet(in);
+    in.expect(";subtype=");
+    auto const subtype = readOctet(in);
+    in.expect(";addr=");
+    auto const addr = ValueText<Lumo::Ip6Addr>::read(in);
+    in.expect(";localAdmin=");
+    return {type, subtype, addr, ValueText<U16>::read(in)};
+}
+
+} // namespace Mox

@@ -1,0 +1,52 @@
+#include <VoBgp/Parse/ExtCommRouteOrigin.h>
+
+#include "ExtCommRouteFamilyImpl.h"
+
+#include <Mox/Assert.h>
+
+namespace Routing::Bgp {
+
+template class ExtCommRouteAs<ExtCommRouteOriginFamily>;
+template class ExtCommRouteIpv4Address<ExtCommRouteOriginFamily>;
+template class ExtCommTypedSubRule<ExtCommRouteOriginFamily::TwoOctetAs>;
+template class ExtCommTypedSubRule<ExtCommRouteOriginFamily::Ipv4Address>;
+template class ExtCommTypedSubRule<ExtCommRouteOriginFamily::FourOctetAs>;
+template class BgpParseExtCommRouteSm<ExtCommRouteOriginFamily>;
+
+namespace {
+ExtCommRouteRegistrations<ExtCommRouteOriginFamily> const registrations;
+} // namespace
+
+void ExtCommRouteOriginFamily::unexpectedType() {
+    MOX_ASSERT(0 && "unexpected type");
+    __builtin_unreachable();
+}
+
+ExtComm::PtrConst ExtCommRouteOriginFamily::TwoOctetAs::build(ExtCommContent const& content) {
+    return extCommRouteOriginAsFactory(content, false);
+}
+
+ExtComm::PtrConst ExtCommRouteOriginFamily::Ipv4Address::build(ExtCommContent const& content) {
+    return extCommRouteOriginIpv4AddressFactory(content);
+}
+
+ExtComm::PtrConst ExtCommRouteOriginFamily::FourOctetAs::build(ExtCommContent const& content) {
+    return extCommRouteOriginAsFactory(content, true);
+}
+
+ExtCommRouteOriginAs::Ptr extCommRouteOriginAsFactory(ExtCommContent const& content,
+                                                      bool fourByteAs) {
+    return Mox::makeActive<ExtCommRouteOriginAs>(content, fourByteAs);
+}
+
+ExtCommRouteOriginIpv4Address::Ptr
+extCommRouteOriginIpv4AddressFactory(ExtCommContent const& content) {
+    return Mox::makeActive<ExtCommRouteOriginIpv4Address>(content);
+}
+
+BgpParseExtCommRouteOriginSm::Ptr bgpParseExtCommRouteOriginSmFactory(
+    BgpParseExtCommRuleCollections::PtrConst const& ruleCollections) {
+    return Mox::makeActive<BgpParseExtCommRouteOriginSm>(ruleCollections);
+}
+
+} // namespace Routing::Bgp

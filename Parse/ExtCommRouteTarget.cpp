@@ -1,0 +1,52 @@
+#include <VoBgp/Parse/ExtCommRouteTarget.h>
+
+#include "ExtCommRouteFamilyImpl.h"
+
+#include <Mox/Assert.h>
+
+namespace Routing::Bgp {
+
+template class ExtCommRouteAs<ExtCommRouteTargetFamily>;
+template class ExtCommRouteIpv4Address<ExtCommRouteTargetFamily>;
+template class ExtCommTypedSubRule<ExtCommRouteTargetFamily::TwoOctetAs>;
+template class ExtCommTypedSubRule<ExtCommRouteTargetFamily::Ipv4Address>;
+template class ExtCommTypedSubRule<ExtCommRouteTargetFamily::FourOctetAs>;
+template class BgpParseExtCommRouteSm<ExtCommRouteTargetFamily>;
+
+namespace {
+ExtCommRouteRegistrations<ExtCommRouteTargetFamily> const registrations;
+} // namespace
+
+void ExtCommRouteTargetFamily::unexpectedType() {
+    MOX_ASSERT(0 && "unexpected type");
+    __builtin_unreachable();
+}
+
+ExtComm::PtrConst ExtCommRouteTargetFamily::TwoOctetAs::build(ExtCommContent const& content) {
+    return extCommRouteTargetAsFactory(content, false);
+}
+
+ExtComm::PtrConst ExtCommRouteTargetFamily::Ipv4Address::build(ExtCommContent const& content) {
+    return extCommRouteTargetIpv4AddressFactory(content);
+}
+
+ExtComm::PtrConst ExtCommRouteTargetFamily::FourOctetAs::build(ExtCommContent const& content) {
+    return extCommRouteTargetAsFactory(content, true);
+}
+
+ExtCommRouteTargetAs::Ptr extCommRouteTargetAsFactory(ExtCommContent const& content,
+                                                      bool fourByteAs) {
+    return Mox::makeActive<ExtCommRouteTargetAs>(content, fourByteAs);
+}
+
+ExtCommRouteTargetIpv4Address::Ptr
+extCommRouteTargetIpv4AddressFactory(ExtCommContent const& content) {
+    return Mox::makeActive<ExtCommRouteTargetIpv4Address>(content);
+}
+
+BgpParseExtCommRouteTargetSm::Ptr bgpParseExtCommRouteTargetSmFactory(
+    BgpParseExtCommRuleCollections::PtrConst const& ruleCollections) {
+    return Mox::makeActive<BgpParseExtCommRouteTargetSm>(ruleCollections);
+}
+
+} // namespace Routing::Bgp

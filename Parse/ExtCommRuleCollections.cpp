@@ -1,0 +1,196 @@
+#include <VoBgp/Parse/ExtCommRuleCollections.h>
+
+#include <Mox/CharBuffer.h>
+#include <Mox/Exception.h>
+
+#include <bit>
+#include <charconv>
+#include <system_error>
+#include <vector>
+
+namespace Routing::Bgp {
+
+// ---- The text of pointers -----------------------------------------------------------------------
+
+namespace Detail {
+
+namespace {
+
+/// Leaked on purpose: an agent may keep rules in statics that go after those of this library.
+Mox::HashMap<void const*, LiveObject::Kind>& liveObjects() {
+    static auto* const instance = new Mox::HashMap<void const*, LiveObject::Kind>;
+    return *instance;
+}
+
+} // namespace
+
+LiveObject::LiveObject(void const* object, Kind kind)
+  : object_(object) {
+    liveObjects().is(object, kind);
+}
+
+LiveObject::~LiveObject() {
+    liveObjects().del(object_);
+}
+
+void LiveObject::write(Mox::CharBuffer& out, void const* object) {
+    auto const address = reinterpret_cast<U64>(object);
+    auto const digits = (static_cast<unsigned>(std::bit_width(address | 1)) + 3) / 4;
+    out.append("0x").appendHex(address, digits);
+}
+
+void* LiveObject::read(Mox::ValueReader& in, Kind kind, char const* attribute) {
+    auto const text = in.readName();
+    U64 address = 0;
+    auto const* const end = text.data() + text.size();
+    if (!text.starts_with("0x") || text.size() == 2) {
+        throw Mox::RangeException(attribute);
+    }
+    auto const [rest, error] = std::from_chars(text.data() + 2, end, address, 16);
+    if (error != std::errc() || rest != end) {
+        throw Mox::RangeException(attribute);
+    }
+    auto* const object = reinterpret_cast<void*>(address);
+    auto const* const found = liveObjects().get(object);
+    if (object != nullptr && (found == nullptr || *found != kind)) {
+        throw Mox::RangeException(attribute);
+    }
+    return object;
+}
+
+} // namespace Detail
+
+// ---- Keys ---------------------------------------------------------------------------------------
+
+template <class Kind>
+Mox::Type const& ExtCommRuleKey<Kind>::staticType() noexcept {
+    using Text = Mox::ValueText<ExtCommRuleKey>;
+    static Mox::Type const type(Mox::Type::Kind::value, Kind::keyName,
+                                {{"rule",
+                                  [](Mox::CharBuffer& out, void const* key) {
+                                      Text::write(out, *static_cast<ExtCommRuleKey const*>(key));
+                                  },
+                                  [](Mox::ValueReader& in, void* key) {
+                                      *static_cast<ExtCommRuleKey*>(key) = Text::read(in);
+                                  }}});
+    return type;
+}
+
+#define VOBGP_RULE_KEY(number, Tag, ...) template class ExtCommRuleKey<ExtCommRuleKind::Tag>;
+VOBGP_EXT_COMM_RULE_KINDS(VOBGP_RULE_KEY, VOBGP_RULE_KEY)
+#undef VOBGP_RULE_KEY
+
+// ---- The registry -------------------------------------------------------------------------------
+
+Mox::Type const& BgpParseExtCommRuleCollections::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::BgpParseExtCommRuleCollections", [] {
+            std::vector<Mox::Attribute> attributes;
+            ExtCommRuleKinds::forEach([&attributes]<class Kind>() {
+                // How many rules of the kind are announced.
+                attributes.push_back(
+                    {Kind::setName, [](Mox::CharBuffer& out, void const* object) {
+                         auto const& registry =
+                             Mox::Detail::attributeOwner<BgpParseExtCommRuleCollections>(object);
+                         out.appendDecimal(registry.keys<Kind>().size());
+                     }});
+            });
+            return attributes;
+        }());
+    return type;
+}
+
+BgpParseExtCommRuleCollections::Notifiee::~Notifiee() = default;
+
+void BgpParseExtCommRuleCollections::Notifiee::notifierIs(
+    BgpParseExtCommRuleCollections::PtrConst const& notifier) {
+    unsubscribe();
+    notifier_ = notifier;
+    if (notifier_) {
+        subscribe(*notifier_->notifieeList());
+    }
+}
+
+namespace {
+
+using HandleKey = void (*)(BgpParseExtCommRuleCollections::Notifiee& notifiee, void const* key);
+
+/// By the number of the attribute.
+constexpr HandleKey keyHandlers[] = {
+#define VOBGP_KEY_HANDLER(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas,      \
+                          handle, ...)                                                             \
+    [](BgpParseExtCommRuleCollections::Notifiee& notifiee, void const* key) {                      \
+        notifiee.handle(*static_cast<Key const*>(key));                                            \
+    },
+    VOBGP_EXT_COMM_RULE_KINDS(VOBGP_KEY_HANDLER, VOBGP_KEY_HANDLER)
+#undef VOBGP_KEY_HANDLER
+};
+
+} // namespace
+
+void BgpParseExtCommRuleCollections::Notifiee::handleChange(Mox::AttributeNumber attribute,
+                                                            void const* key) {
+    // A change of a set as a whole, at no key, is nobody's here.
+    if (key != nullptr) {
+        keyHandlers[attribute](*this, key);
+    }
+}
+
+BgpParseExtCommRuleCollections::BgpParseExtCommRuleCollections()
+  : notifieeList_(*this) {}
+
+BgpParseExtCommRuleCollections::~BgpParseExtCommRuleCollections() = default;
+
+BgpParseExtCommRuleCollections::Ptr bgpParseExtCommRuleCollectionsFactory() {
+    return Mox::makeActive<BgpParseExtCommRuleCollections>();
+}
+
+// ---- The control --------------------------------------------------------------------------------
+
+Mox::Type const& BgpParseExtCommControl::staticType() noexcept {
+    using Text = Mox::ValueText<BgpParseExtCommControl>;
+    static Mox::Type const type(
+        Mox::Type::Kind::value, "Routing::Bgp::BgpParseExtCommControl",
+        {{"ruleCollections",
+          [](Mox::CharBuffer& out, void const* control) {
+              Text::write(out, *static_cast<BgpParseExtCommControl const*>(control));
+          },
+          [](Mox::ValueReader& in, void* control) {
+              *static_cast<BgpParseExtCommControl*>(control) = Text::read(in);
+          }}});
+    return type;
+}
+
+// ---- Reflection ---------------------------------------------------------------------------------
+
+namespace {
+
+template <class... Kinds>
+struct KeyRegistrations {
+    Mox::TypeRegistration const all[sizeof...(Kinds)] = {
+        Mox::TypeRegistration(ExtCommRuleKey<Kinds>::staticType())...};
+};
+
+ExtCommRuleKinds::Into<KeyRegistrations> const keyRegistrations;
+Mox::TypeRegistration const registrations[] = {
+    Mox::TypeRegistration(BgpParseExtCommRuleCollections::staticType()),
+    Mox::TypeRegistration(BgpParseExtCommControl::staticType()),
+};
+
+} // namespace
+
+} // namespace Routing::Bgp
+
+void Mox::ValueText<Routing::Bgp::BgpParseExtCommControl>::write(
+    CharBuffer& out, Routing::Bgp::BgpParseExtCommControl const& control) {
+    Routing::Bgp::Detail::LiveObject::write(out, control.ruleCollections().get());
+}
+
+Routing::Bgp::BgpParseExtCommControl
+Mox::ValueText<Routing::Bgp::BgpParseExtCommControl>::read(ValueReader& in) {
+    auto const* const registry = static_cast<Routing::Bgp::BgpParseExtCommRuleCollections const*>(
+        Routing::Bgp::Detail::LiveObject::read(in, Routing::Bgp::Detail::LiveObject::registry,
+                                               "ruleCollections"));
+    return Routing::Bgp::BgpParseExtCommControl(
+        Routing::Bgp::BgpParseExtCommRuleCollections::PtrConst(registry));
+}

@@ -1,0 +1,7 @@
+#include <MoxStash/DedupHandle.h>
+
+namespace MoxStash {
+
+DedupHandle::~DedupHandle() = default;
+
+} // namespace MoxStash

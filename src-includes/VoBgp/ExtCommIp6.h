@@ -1,0 +1,300 @@
+#pragma once
+
+#include <Kel/DedupHandle.h>
+#include <Lumo/Ip6Addr.h>
+#include <Mox/CharBuffer.h>
+#include <Mox/Enumeration.h>
+#include <Mox/Export.h>
+#include <Mox/FlagWord.h>
+#include <Mox/Ptr.h>
+#include <MoxStash/DedupHandle.h>
+#include <VoBgp/VoBgpCommunityPacketTypes.h>
+
+#include <array>
+#include <compare>
+#include <iosfwd>
+#include <string_view>
+
+namespace Routing::Bgp {
+
+class ExtCommIp6DedupTable;
+
+/// The type octet of an IPv6-address-specific extended community (RFC 5701).
+enum BgpExtCommIp6PktType : U32 {
+    extCommIp6PktTypeTransIpv6Address = 0x00,
+    extCommIp6PktTypeNonTransIpv6Address = 0x40,
+    extCommIp6PktTypeUnknown = 0x100,
+};
+
+/// Subtypes of type 0x00, transitive IPv6 address.
+enum BgpExtCommIp6PktSubtypeTransIpv6Address : U32 {
+    extCommIp6PktSubtypeRouteTarget = 0x02,
+    extCommIp6PktSubtypeRouteOrigin = 0x03,
+    extCommIp6PktSubtypeOspf3RouteAttributes = 0x04,
+    extCommIp6PktSubtypeVrfRouteImport = 0x0b,
+    extCommIp6PktSubtypeFlowspecRedirectIpv6 = 0x0c,
+    extCommIp6PktSubtypeCiscoVpnDistinguisher = 0x10,
+    extCommIp6PktSubtypeUuidRouteTarget = 0x11,
+    extCommIp6PktSubtypeInterAreaP2MPNextHop = 0x12,
+    extCommIp6PktSubtypeTransIpv6AddressUnknown = 0x100,
+};
+
+/// Subtypes of type 0x40, non-transitive IPv6 address: no octet is a valid member.
+enum BgpExtCommIp6PktSubtypeNonTransIpv6Address : U32 {
+    extCommIp6PktSubtypeNonTransIpv6AddressUnknown = 0x100,
+};
+
+/// An IPv6-address-specific extended community (RFC 5701): twenty octets, laid out as on the wire
+/// but for the local administrator, which is an integer in host order.
+///
+///     octet  0      1         2                                17 18             19
+///          +------+---------+------------------------------------+----------------+
+///          | type | subtype |  global administrator: an address  |  local admin.  |
+///          +------+---------+------------------------------------+----------------+
+///
+/// In the type octet 0x40 set means non-transitive. Ordered by type, subtype, address and local
+/// administrator. Immutable but for assignment.
+class VOBGP_EXPORT ExtCommIp6Content {
+  public:
+    /// All octets zero.
+    constexpr ExtCommIp6Content() noexcept = default;
+
+    constexpr ExtCommIp6Content(U8 type, U8 subtype, Lumo::Ip6Addr const& addr,
+                                U16 localAdmin) noexcept
+      : type_(type)
+      , subtype_(subtype)
+      , addr_(addr)
+      , localAdmin_(localAdmin) {}
+    constexpr U8 type() const noexcept { return type_; }
+    constexpr U8 subtype() const noexcept { return subtype_; }
+    constexpr Lumo::Ip6Addr const& addr() const noexcept { return addr_; }
+    constexpr U16 localAdmin() const noexcept { return localAdmin_; }
+    constexpr bool transitive() const noexcept { return (type_ & 0x40) == 0; }
+
+    /// The type octet if it is a member of the enumeration, else `extCommIp6PktTypeUnknown`.
+    BgpExtCommIp6PktType pktType() const noexcept;
+
+    /// The one-at-a-time mix of the twenty octets, but the local administrator's low octet first,
+    /// against the order of the wire.
+    U32 hash() const noexcept;
+
+    friend constexpr bool operator==(ExtCommIp6Content const&,
+                                     ExtCommIp6Content const&) noexcept = default;
+    friend constexpr auto operator<=>(ExtCommIp6Content const&,
+                                      ExtCommIp6Content const&) noexcept = default;
+
+    static Mox::Type const& staticType() noexcept;
+
+  private:
+    U8 type_ = 0;
+    U8 subtype_ = 0;
+    Lumo::Ip6Addr addr_;
+    U16 localAdmin_ = 0;
+};
+
+static_assert(sizeof(ExtCommIp6Content) == 20);
+
+/// One IPv6-address-specific extended community (RFC 5701): exactly one object for each distinct
+/// content in a table.
+///
+/// It is owned by its counted pointers and leaves its table with the last outside one. Content and
+/// classification never change. Immutable: it may be read from any thread.
+class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
+  public:
+    MOX_COUNTED(ExtCommIp6)
+
+    /// Which of its text forms a community is asked for: a set of six flags. A word above 0x3f is a
+    /// `Mox::RangeException`.
+    ///
+    /// Above 0x08 the bits are not those of `ExtComm::StrepFormat`, which has a flag more: convert
+    /// between the two flag by flag.
+    class VOBGP_EXPORT StrepFormat : public Mox::FlagWord<StrepFormat> {
+      public:
+        /// Default form.
+        static constexpr U32 strepFormatDefault = 0x01;
+        /// Add qualifiers; nothing here has any.
+        static constexpr U32 strepFormatQualifier = 0x02;
+        /// Together with strepFormatUI: prefix the type.
+        static constexpr U32 strepFormatClassification = 0x04;
+        /// Together with strepFormatClassification: prefix the type.
+        static constexpr U32 strepFormatUI = 0x08;
+        /// AS numbers in asdot notation (RFC 5396); there is none here.
+        static constexpr U32 strepFormatAsdot = 0x10;
+        /// Link bandwidth as a weight; there is none here.
+        static constexpr U32 strepFormatLinkBwWeighted = 0x20;
+
+        static constexpr std::string_view qualifiedName = "Routing::Bgp::ExtCommIp6::StrepFormat";
+        static constexpr U32 maximum = 0x3f;
+        static constexpr char const* rangeError = "StrepFormat::value > 0x3f not allowed";
+
+        constexpr StrepFormat() noexcept = default;
+        constexpr explicit StrepFormat(U32 value)
+          : FlagWord(value) {}
+
+        /// Reads the value text and moves `it` behind it.
+        StrepFormat(String::IteratorConst& it, String::IteratorConst const& end)
+          : FlagWord(it, end) {}
+
+        static Mox::Type const& staticType() noexcept;
+    };
+
+    /// A new object, not interned.
+    ExtCommIp6(ExtCommClassification classification, ExtCommIp6Content const& content) noexcept
+      : classification_(classification)
+      , content_(content) {}
+    ~ExtCommIp6() override;
+
+    // The interned-object contract: the content is what counts, the classification takes no part.
+    U32 hash() const override;
+    bool compare(Kel::DedupHandle const* other) const override;
+    bool compareByContent(Kel::DedupContentHandle const& content) const override;
+    void formatHandle(std::ostream& os) const override;
+
+    /// The subtype octet of an object that was built for it; else unspecified.
+    virtual BgpExtCommPktSubtype pktSubtype() const { return {}; }
+
+    /// Writes the text for show output, `<TYPE[ SUBTYPE] addr=ADDRESS localAdmin=NUMBER>`. The
+    /// stream's formatting state is afterwards as it was.
+    virtual void formatDerivedType(std::ostream& os) const;
+
+    /// The text for policy and command line, `[TYPE:]ADDRESS:NUMBER`, with the type if both
+    /// strepFormatClassification and strepFormatUI are set.
+    virtual String toStrepForPolicy(StrepFormat format) const;
+
+    /// Does nothing: the subtype is part of the content.
+    virtual void pktSubtypeIs(BgpExtCommPktSubtype const& /*pktSubtype*/) {}
+
+    ExtCommIp6Content getContent() const noexcept { return content_; }
+    ExtCommClassification classification() const noexcept { return classification_; }
+    BgpExtCommIp6PktType pktType() const noexcept { return content_.pktType(); }
+    bool transitive() const noexcept { return content_.transitive(); }
+
+    /// Writes `unspecified`, the name of the subtype in the family of the type, or `none` where the
+    /// type has no family.
+    void formatSubtype(std::ostream& os) const;
+
+    /// What streaming this writes.
+    String toStrep() const;
+
+    /// The subtype's member name in the family of the type, or `subtype=` and the octet in decimal;
+    /// always the latter for the non-transitive type, whose family has no names. Each asserts that
+    /// the object is of that type and has a subtype.
+    String pktSubtypeTransIpv6AddressAsString() const;
+    String pktSubtypeNonTransIpv6AddressAsString() const;
+
+    /// The interned object for a content: the one in the table, or a new one that the table's rule
+    /// parses. Thread-safe if the table is.
+    static PtrConst dedupContent(ExtCommIp6DedupTable const* table,
+                                 ExtCommIp6Content const& content);
+
+  private:
+    ExtCommClassification const classification_;
+    ExtCommIp6Content const content_;
+};
+
+/// A new object of the base kind, not interned, with its notifications switched on.
+VOBGP_EXPORT ExtCommIp6::Ptr extCommIp6Factory(ExtCommClassification classification,
+                                               ExtCommIp6Content const& content);
+
+/// Writes `NULL` for null, else formatDerivedType(). The stream's formatting state is afterwards as
+/// it was, whatever a kind's own form did to it.
+VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommIp6 const* extCommIp6);
+VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommIp6 const& extCommIp6);
+
+/// An IPv6-address-specific extended community of a type with a subtype that it reports. Else as
+/// its base.
+class VOBGP_EXPORT ExtCommIp6Subtyped : public ExtCommIp6 {
+  public:
+    MOX_COUNTED(ExtCommIp6Subtyped)
+
+    using ExtCommIp6::ExtCommIp6;
+    ~ExtCommIp6Subtyped() override;
+
+    BgpExtCommPktSubtype pktSubtype() const override;
+};
+
+} // namespace Routing::Bgp
+
+/// `type=O;subtype=O;addr=ADDRESS;localAdmin=NUMBER`, where each `O` is the octet itself, one raw
+/// character, and not its number: a text may hold characters that do not print, NUL among them.
+/// The reader takes exactly one character for each, and so reads back every text that is written.
+template <>
+struct VOBGP_EXPORT Mox::ValueText<Routing::Bgp::ExtCommIp6Content> {
+    static void write(CharBuffer& out, Routing::Bgp::ExtCommIp6Content const& content);
+    static Routing::Bgp::ExtCommIp6Content read(ValueReader& in);
+};
+
+// ---- The tables: each member once more, with what the wire may carry ----------------------------
+
+#define VOBGP_MEMBER(member)                                                                       \
+    { Routing::Bgp::member, #member }
+#define VOBGP_MEMBER_NOT_ON_WIRE(member)                                                           \
+    { Routing::Bgp::member, #member, OnWire::no }
+
+template <>
+struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommIp6PktType> {
+    static constexpr std::string_view qualifiedName = "Routing::Bgp::BgpExtCommIp6PktType";
+    static constexpr auto rows = std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommIp6PktType>>({
+        VOBGP_MEMBER(extCommIp6PktTypeTransIpv6Address),
+        VOBGP_MEMBER(extCommIp6PktTypeNonTransIpv6Address),
+        VOBGP_MEMBER_NOT_ON_WIRE(extCommIp6PktTypeUnknown),
+    });
+};
+
+template <>
+struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommIp6PktSubtypeTransIpv6Address> {
+    static constexpr std::string_view qualifiedName =
+        "Routing::Bgp::BgpExtCommIp6PktSubtypeTransIpv6Address";
+    static constexpr auto rows =
+        std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommIp6PktSubtypeTransIpv6Address>>({
+            VOBGP_MEMBER(extCommIp6PktSubtypeRouteTarget),
+            VOBGP_MEMBER(extCommIp6PktSubtypeRouteOrigin),
+            VOBGP_MEMBER(extCommIp6PktSubtypeOspf3RouteAttributes),
+            VOBGP_MEMBER(extCommIp6PktSubtypeVrfRouteImport),
+            VOBGP_MEMBER(extCommIp6PktSubtypeFlowspecRedirectIpv6),
+            VOBGP_MEMBER(extCommIp6PktSubtypeCiscoVpnDistinguisher),
+            VOBGP_MEMBER(extCommIp6PktSubtypeUuidRouteTarget),
+            VOBGP_MEMBER(extCommIp6PktSubtypeInterAreaP2MPNextHop),
+            VOBGP_MEMBER_NOT_ON_WIRE(extCommIp6PktSubtypeTransIpv6AddressUnknown),
+        });
+};
+
+template <>
+struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommIp6PktSubtypeNonTransIpv6Address> {
+    static constexpr std::string_view qualifiedName =
+        "Routing::Bgp::BgpExtCommIp6PktSubtypeNonTransIpv6Address";
+    static constexpr auto rows =
+        std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommIp6PktSubtypeNonTransIpv6Address>>({
+            VOBGP_MEMBER_NOT_ON_WIRE(extCommIp6PktSubtypeNonTransIpv6AddressUnknown),
+        });
+};
+
+#undef VOBGP_MEMBER
+#undef VOBGP_MEMBER_NOT_ON_WIRE
+
+namespace Routing::Bgp {
+
+/// The member of an enumeration by number or by name; what is none is a `Mox::RangeException` whose
+/// text is the operation's name.
+#define VOBGP_ENUMERATION_INSTANCES(Enumeration, operation)                                        \
+    inline Enumeration operation(U32 number) {                                                     \
+        return Mox::enumerationInstance<Enumeration>(number, #operation);                          \
+    }                                                                                              \
+    inline Enumeration operation(String const& name) {                                             \
+        return Mox::enumerationInstance<Enumeration>(std::string_view(name), #operation);          \
+    }
+
+VOBGP_ENUMERATION_INSTANCES(BgpExtCommIp6PktType, BgpExtCommIp6PktTypeInstance)
+VOBGP_ENUMERATION_INSTANCES(BgpExtCommIp6PktSubtypeTransIpv6Address,
+                            BgpExtCommIp6PktSubtypeTransIpv6AddressInstance)
+VOBGP_ENUMERATION_INSTANCES(BgpExtCommIp6PktSubtypeNonTransIpv6Address,
+                            BgpExtCommIp6PktSubtypeNonTransIpv6AddressInstance)
+
+#undef VOBGP_ENUMERATION_INSTANCES
+
+inline BgpExtCommIp6PktType ExtCommIp6Content::pktType() const noexcept {
+    auto const type = static_cast<BgpExtCommIp6PktType>(type_);
+    return bgpIsValidEnumMember(type) ? type : extCommIp6PktTypeUnknown;
+}
+
+} // namespace Routing::Bgp

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <Mox/Export.h>
+#include <Mox/Type.h>
+#include <Routing/Bgp/RouteTarget.h>
+#include <VoBgp/VoBgpMiscTypes.h>
+
+#include <compare>
+
+namespace Routing::Bgp {
+
+/// The first bits of a route target, the remaining ones zero: what makes route targets the keys of
+/// a prefix tree.
+///
+///     bit    0                       length            63
+///          +---------------------------+-----------------+
+///          |          prefix           |        0        |
+///          +---------------------------+-----------------+
+///
+/// Bits are counted from the most significant one of the route target's word. Ordered by prefix,
+/// then length, so that a prefix stands before the longer ones over the same bits. A prefix read
+/// from text keeps whatever bits it was written with. Thread-compatible.
+class VOBGP_EXPORT RouteTargetPrefix {
+  public:
+    constexpr RouteTargetPrefix() noexcept = default;
+
+    /// The first `bitlen` bits of a route target; throws as bitlenIs() does.
+    RouteTargetPrefix(RouteTarget prefix, U32 bitlen)
+      : prefix_(prefix) {
+        bitlenIs(bitlen);
+    }
+
+    constexpr RouteTarget prefix() const noexcept { return prefix_; }
+    constexpr U64 prefixBits() const noexcept { return prefix_.value(); }
+    constexpr U8 bitlen() const noexcept { return length_; }
+
+    /// Sets the length and clears the bits beyond it. A length above 64 is a `Mox::RangeException`,
+    /// after which the object has that length and all its bits; one that does not fit in 8 bits is
+    /// asserted against.
+    void bitlenIs(U32 bitlen);
+
+    /// Whether bit `i`, modulo 64, is set.
+    constexpr bool extractBit(U32 i) const noexcept {
+        return (prefixBits() >> (63 - i % 64) & 1) != 0;
+    }
+
+    /// The bits that the length covers; all of them for a length out of range. The argument plays
+    /// no part: store a length first, then ask for its mask.
+    constexpr U64 mask(U32 /*len*/) const noexcept {
+        constexpr auto allBits = ~U64{0};
+        return length_ == 0 ? 0 : length_ >= 64 ? allBits : allBits << (64 - length_);
+    }
+
+    /// How many leading bits both have in common, at most the shorter length.
+    U8 commonPrefixLen(RouteTargetPrefix const& other) const noexcept;
+
+    U64 hash(U64 seed = 0) const noexcept;
+
+    /// The route target's display form, `/`, and the length. `asDot` chooses the notation of AS
+    /// numbers (RFC 5396).
+    String toStrep(bool asDot = false) const;
+
+    friend constexpr bool operator==(RouteTargetPrefix const&,
+                                     RouteTargetPrefix const&) noexcept = default;
+    friend constexpr auto operator<=>(RouteTargetPrefix const&,
+                                      RouteTargetPrefix const&) noexcept = default;
+
+    static Mox::Type const& staticType() noexcept;
+
+  private:
+    static Mox::Attribute prefixAttribute() noexcept;
+    static Mox::Attribute lengthAttribute() noexcept;
+
+    void lengthIs(U8 length);
+
+    RouteTarget prefix_;
+    U8 length_ = 0;
+};
+
+} // namespace Routing::Bgp

@@ -1,0 +1,140 @@
+#include <VoBgp/RouteTargetPrefix.h>
+
+#include <Mox/Exception.h>
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace Routing::Bgp {
+namespace {
+
+constexpr U64 allBits = ~U64{0};
+constexpr char const* lengthError = "RouteTargetPrefix::length < 0 or > 64 not allowed";
+
+RouteTargetPrefix prefix(U64 bits, U32 bitlen) {
+    return {RouteTarget(bits), bitlen};
+}
+
+std::string text(std::string const& routeTarget, std::string const& length) {
+    return "Value('Routing::Bgp::RouteTargetPrefix', ** {'prefix': "
+           "Value('Routing::Bgp::RouteTarget', ** {'value': " +
+           routeTarget + "}), 'length': " + length + "})";
+}
+
+TEST(RouteTargetPrefixTest, LengthKeepsTheLeadingBits) {
+    struct {
+        U32 bitlen;
+        U64 mask;
+    } const cases[] = {
+        {0, 0},        {1, 0x8000000000000000}, {16, 0xffff000000000000}, {63, 0xfffffffffffffffe},
+        {64, allBits},
+    };
+    for (auto const& c : cases) {
+        auto const masked = prefix(allBits, c.bitlen);
+        EXPECT_EQ(masked.prefixBits(), c.mask);
+        EXPECT_EQ(masked.bitlen(), c.bitlen);
+        // The stored length decides, whatever is asked.
+        EXPECT_EQ(masked.mask(7), c.mask);
+    }
+}
+
+TEST(RouteTargetPrefixTest, SameLengthAgainStillMasks) {
+    auto read = strepToValue<RouteTargetPrefix>(text("18446744073709551615", "8"));
+    EXPECT_EQ(read.prefixBits(), allBits) << "reading does not mask";
+    read.bitlenIs(8);
+    EXPECT_EQ(read.prefixBits(), 0xff00000000000000);
+}
+
+TEST(RouteTargetPrefixTest, LengthOutOfRangeIsStoredAndThrown) {
+    auto p = prefix(allBits, 64);
+    try {
+        p.bitlenIs(65);
+        ADD_FAILURE();
+    } catch (Mox::RangeException const& error) {
+        EXPECT_STREQ(error.what(), lengthError);
+    }
+    EXPECT_EQ(p.bitlen(), 65);
+    EXPECT_EQ(p.prefixBits(), allBits);
+    EXPECT_NO_THROW(p.bitlenIs(65)) << "only a change of length is checked";
+    EXPECT_EQ(p.prefixBits(), allBits);
+    p.bitlenIs(1);
+    EXPECT_EQ(p, prefix(allBits, 1));
+}
+
+TEST(RouteTargetPrefixDeathTest, LengthFitsInEightBits) {
+    EXPECT_THROW(prefix(0, 255), Mox::RangeException);
+    EXPECT_DEATH(prefix(0, 256), "Assertion '0 == \\( bitlen >> 8 \\)' failed");
+}
+
+TEST(RouteTargetPrefixTest, BitsCountFromTheMostSignificant) {
+    auto const p = prefix(0x8000000000000001, 64);
+    for (U32 i = 0; i < 192; ++i) {
+        EXPECT_EQ(p.extractBit(i), i % 64 == 0 || i % 64 == 63) << i;
+    }
+}
+
+TEST(RouteTargetPrefixTest, CommonPrefixIsAtMostTheShorter) {
+    auto const p = prefix(0x0002fde800000000, 64);
+    EXPECT_EQ(p.commonPrefixLen(p), 64);
+    EXPECT_EQ(p.commonPrefixLen(prefix(0x0002fde800000001, 64)), 63);
+    EXPECT_EQ(p.commonPrefixLen(prefix(allBits, 64)), 0);
+    // Both begin with fourteen zero bits.
+    EXPECT_EQ(p.commonPrefixLen(prefix(0, 10)), 10);
+    EXPECT_EQ(prefix(0, 10).commonPrefixLen(p), 10);
+    EXPECT_EQ(prefix(0, 10).commonPrefixLen(prefix(0, 20)), 10);
+}
+
+TEST(RouteTargetPrefixTest, HashTellsPrefixLengthAndSeedApart) {
+    auto const p = prefix(4, 63);
+    EXPECT_EQ(p.hash(1), prefix(4, 63).hash(1));
+    EXPECT_NE(p.hash(1), p.hash(2));
+    EXPECT_NE(p.hash(1), prefix(4, 62).hash(1));
+    EXPECT_NE(p.hash(1), prefix(8, 63).hash(1));
+}
+
+TEST(RouteTargetPrefixTest, DisplaysTheRouteTargetAndTheLength) {
+    // Four-octet AS 65536, number 9.
+    auto const p = prefix(0x0202000100000009, 64);
+    EXPECT_EQ(p.toStrep(false), "65536:9/64");
+    EXPECT_EQ(p.toStrep(true), "1.0:9/64");
+}
+
+TEST(RouteTargetPrefixTest, ValueTextReadsBackAndLengthTakesPartInOrder) {
+    auto const p = prefix(0x0002fde800000064, 62);
+    EXPECT_EQ(valueToStrep(p), text("842122827661412", "62"));
+    EXPECT_EQ(strepToValue<RouteTargetPrefix>(valueToStrep(p)), p);
+    EXPECT_LT(p, prefix(0x0002fde800000064, 63)) << "shorter before longer";
+}
+
+TEST(RouteTargetPrefixTest, ErrorsOfTheTextSayWhatAndWhere) {
+    struct {
+        std::string text;
+        std::string error;
+        bool range;
+    } const cases[] = {
+        {text("1", "65"), lengthError, true},
+        {text("1", "256"), "expected an unsigned number of the type's width at offset 118", false},
+        {text("18446744073709551616", "1"),
+         "RouteTargetPrefix::prefix: expected an unsigned number of the type's width at offset 103",
+         true},
+        {"Value('Routing::Bgp::RouteTargetPrefix', ** {'prefix': 1, 'length': 1})",
+         "RouteTargetPrefix::prefix: expected \"Value('Routing::Bgp::RouteTarget', ** {\" at "
+         "offset 55",
+         true},
+        {"Value('Routing::Bgp::RouteTargetPrefix', ** {'length': 1})",
+         "expected \"'prefix': \" at offset 45", false},
+    };
+    for (auto const& c : cases) {
+        try {
+            strepToValue<RouteTargetPrefix>(c.text);
+            ADD_FAILURE() << c.text;
+        } catch (Mox::Exception const& error) {
+            EXPECT_EQ(error.what(), c.error) << c.text;
+            EXPECT_EQ(dynamic_cast<Mox::RangeException const*>(&error) != nullptr, c.range);
+        }
+    }
+}
+
+} // namespace
+} // namespace Routing::Bgp
