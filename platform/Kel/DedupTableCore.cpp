@@ -4,6 +4,7 @@
 #include <Mox/CountWord.h>
 #include <Mox/Hash.h>
 
+#include <cstddef>
 #include <new>
 #include <utility>
 
@@ -12,10 +13,11 @@ namespace Kel {
 namespace {
 
 /// Orders all notifications of the process: it is held from before an insertion or a possibly last
-/// release in a watched table until the entry is announced or erased. Leaked, for objects that are
-/// released after every static has gone.
+/// release in a watched table until the entry is announced or erased. Never destroyed, for objects
+/// that are released after every static has gone, and in need of no memory: a release never fails.
 std::recursive_mutex& notificationMutex() noexcept {
-    static auto* const mutex = new std::recursive_mutex;
+    alignas(std::recursive_mutex) static std::byte storage[sizeof(std::recursive_mutex)];
+    static auto* const mutex = ::new (storage) std::recursive_mutex;
     return *mutex;
 }
 
