@@ -1,0 +1,84 @@
+#include <VoBgp/ExtCommIp6ClassificationList.h>
+
+#include "VoBgpCommunityListFamilyImpl.h"
+
+#include <Mox/Type.h>
+#include <VoBgp/ExtCommIp6ListDedupTable.h>
+
+#include <ostream>
+
+namespace Routing::Bgp {
+
+Mox::Type const& ExtCommIp6ClassificationList::staticType() noexcept {
+    using List = ExtCommIp6ClassificationList;
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIp6ClassificationList",
+        {Mox::readOnlyAttribute<List, &List::classification>("classification"),
+         Mox::readOnlyAttribute<List, &List::commVectorSorted>("commVectorSorted")});
+    return type;
+}
+
+Mox::Type const& ExtCommIp6ClassificationListSnapshot::staticType() noexcept {
+    using Snapshot = ExtCommIp6ClassificationListSnapshot;
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIp6ClassificationListSnapshot",
+        {Mox::readOnlyAttribute<Snapshot, &Snapshot::classification>("classification"),
+         Mox::readOnlyAttribute<Snapshot, &Snapshot::comms>("comms")});
+    return type;
+}
+
+namespace {
+Mox::TypeRegistration const registrations[] = {
+    Mox::TypeRegistration(ExtCommIp6ClassificationList::staticType()),
+    Mox::TypeRegistration(ExtCommIp6ClassificationListSnapshot::staticType()),
+};
+} // namespace
+
+std::ostream& operator<<(std::ostream& os, ExtCommIp6ClassificationList const* list) {
+    return Detail::formatExtComms(os, list, true);
+}
+
+std::ostream& operator<<(std::ostream& os, ExtCommIp6ClassificationList const& list) {
+    return os << &list;
+}
+
+template class ExtCommClassificationListBase<ExtCommIp6ListFamily>;
+static_assert(sizeof(ExtCommIp6ClassificationList) == 56);
+
+Mox::Ptr<ExtCommIp6ClassificationList>
+ExtCommIp6ListFamily::newClassificationList(ExtCommClassification classification) {
+    return Mox::makeActive<ExtCommIp6ClassificationList>(classification);
+}
+
+ExtCommIp6ClassificationList::ExtCommIp6ClassificationList(
+    ExtCommClassification classification) noexcept
+  : ExtCommClassificationListBase(classification) {}
+
+ExtCommIp6ClassificationList::~ExtCommIp6ClassificationList() = default;
+
+ExtCommIp6ClassificationList::PtrConst
+ExtCommIp6ClassificationList::dedup(ExtCommIp6ListDedupTable const* table) {
+    sortComms();
+    return dedupIn(*table->extCommClassification());
+}
+
+ExtCommIp6ClassificationList::Ptr
+ExtCommIp6ListFindOrCreateClassificationList(ExtCommIp6ClassificationListVector& vector,
+                                             ExtCommClassification classification) {
+    return ExtCommIp6ClassificationList::Ptr(
+        &ExtCommIp6ClassificationList::findOrCreate(vector, classification, true));
+}
+
+void ExtCommIp6ListClassificationListIs(
+    ExtCommIp6ClassificationListVector& vector,
+    ExtCommIp6ClassificationList::PtrConst const& classificationList) {
+    ExtCommListClassificationListIs(vector, classificationList);
+}
+
+ExtCommIp6ClassificationListSnapshot::ExtCommIp6ClassificationListSnapshot(
+    ExtCommClassification classification) noexcept
+  : ExtCommClassificationListSnapshotBase(classification) {}
+
+ExtCommIp6ClassificationListSnapshot::~ExtCommIp6ClassificationListSnapshot() = default;
+
+} // namespace Routing::Bgp

@@ -1,0 +1,101 @@
+#include <VoBgp/ExtCommIp6List.h>
+
+#include "VoBgpCommunityListFamilyImpl.h"
+
+#include <Mox/Assert.h>
+#include <Mox/Type.h>
+#include <VoBgp/BgpPathAttributeEnums.h>
+#include <VoBgp/ExtCommIp6ListDedupTable.h>
+#include <VoBgp/VoBgpSerialize.h>
+
+#include <ostream>
+
+namespace Routing::Bgp {
+
+Mox::Type const& ExtCommIp6List::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIp6List",
+        {Mox::readOnlyAttribute<ExtCommIp6List, &ExtCommIp6List::commVectorSorted>(
+             "commVectorSorted"),
+         Mox::readOnlyAttribute<ExtCommIp6List, &ExtCommIp6List::transitiveCommCount>(
+             "transitiveCommCount")});
+    return type;
+}
+
+Mox::Type const& ExtCommIp6ListSnapshot::staticType() noexcept {
+    using Snapshot = ExtCommIp6ListSnapshot;
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIp6ListSnapshot",
+        {Mox::readOnlyAttribute<Snapshot, &Snapshot::comms>("comms"),
+         Mox::readOnlyAttribute<Snapshot, &Snapshot::classificationLists>("classificationLists")});
+    return type;
+}
+
+namespace {
+Mox::TypeRegistration const registrations[] = {
+    Mox::TypeRegistration(ExtCommIp6List::staticType()),
+    Mox::TypeRegistration(ExtCommIp6ListSnapshot::staticType()),
+};
+} // namespace
+
+std::ostream& operator<<(std::ostream& os, ExtCommIp6List const* list) {
+    return Detail::formatExtComms(os, list, true);
+}
+
+std::ostream& operator<<(std::ostream& os, ExtCommIp6List const& list) {
+    return os << &list;
+}
+
+template class ExtCommListBase<ExtCommIp6ListFamily>;
+static_assert(sizeof(ExtCommIp6List) == 72);
+
+ExtCommIp6List::ExtCommIp6List() noexcept = default;
+ExtCommIp6List::~ExtCommIp6List() = default;
+
+ExtCommIp6List::CommVector* ExtCommIp6List::commVectorRawPtrNonConst() noexcept {
+    return &commVectorNonConst();
+}
+
+ExtCommIp6List::PtrConst ExtCommIp6List::dedup(ExtCommIp6ListDedupTable const* table) {
+    MOX_ASSERT_TEXT(dedupState() == Kel::dedupHandleStateNeverDeduped(),
+                    "__null == ( this ) || ( this )->dedupState() == "
+                    "Kel::dedupHandleStateNeverDeduped()");
+    classify(true);
+    return dedupIn(table);
+}
+
+String ExtCommIp6List::commsStringForm() const {
+    constexpr ExtCommIp6::StrepFormat format(ExtCommIp6::StrepFormat::strepFormatClassification);
+    CommListText text;
+    for (auto const& comm : *this) {
+        text.append(comm->toStrepForPolicy(format)).append(" ");
+    }
+    return String(text.text());
+}
+
+String ExtCommIp6List::serialize(bool sendNonTransExtComms) const {
+    auto const count = sendNonTransExtComms ? totalCommunities() : transitiveCommCount();
+    if (count == 0) {
+        return {};
+    }
+    return serializeCommList(BgpPathAttrType::extCommunityIp6, 20 * count, *this,
+                             [&](SerializePathAttribute& out, ExtCommIp6::PtrConst const& comm) {
+                                 if (!comm->transitive() && !sendNonTransExtComms) {
+                                     return;
+                                 }
+                                 auto const content = comm->getContent();
+                                 out.addU8(content.type());
+                                 out.addU8(content.subtype());
+                                 out.addIpv6Addr(content.addr());
+                                 out.addU16hton(content.localAdmin());
+                             });
+}
+
+ExtCommIp6List::Ptr extCommIp6ListFactory() {
+    return Mox::makeActive<ExtCommIp6List>();
+}
+
+ExtCommIp6ListSnapshot::ExtCommIp6ListSnapshot() noexcept = default;
+ExtCommIp6ListSnapshot::~ExtCommIp6ListSnapshot() = default;
+
+} // namespace Routing::Bgp

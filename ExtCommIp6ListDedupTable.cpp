@@ -1,0 +1,42 @@
+#include <VoBgp/ExtCommIp6ListDedupTable.h>
+
+#include <Mox/Type.h>
+#include <Routing/Bgp/VoBgpGlobals.h>
+
+namespace Routing::Bgp {
+
+Mox::Type const& ExtCommIp6ListDedupTable::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIp6ListDedupTable",
+                                {}, &CommListDedupTableBase::staticType());
+    return type;
+}
+
+namespace {
+Mox::TypeRegistration const registration(ExtCommIp6ListDedupTable::staticType());
+} // namespace
+
+ExtCommIp6ListDedupTable::ExtCommIp6ListDedupTable() {
+    handleInitialized();
+}
+
+ExtCommIp6ListDedupTable::~ExtCommIp6ListDedupTable() = default;
+
+void ExtCommIp6ListDedupTable::handleInitialized() {
+    extCommClassification_ =
+        Mox::makeActive<Kel::DedupHashTableUnorderedSet>(VoBgpGlobals::multiThreaded());
+}
+
+void ExtCommIp6ListDedupTable::dumpState(Kel::DumpContext::PtrConst const& dumpContext,
+                                         U32 indent) const {
+    dumpContext->line(indent, "ExtCommListDedupTable");
+    dumpContext->line(indent + 2, "extComm");
+    dumpContext->dumpChild(*dedupTable(), indent + 4);
+    dumpContext->line(indent + 2, "extCommClassification");
+    dumpContext->dumpChild(*extCommClassification_, indent + 4);
+}
+
+ExtCommIp6ListDedupTable::Ptr extCommIp6ListDedupTableFactory() {
+    return Mox::makeActive<ExtCommIp6ListDedupTable>();
+}
+
+} // namespace Routing::Bgp

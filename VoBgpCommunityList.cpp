@@ -1,0 +1,380 @@
+#include <VoBgp/VoBgpCommunityList.h>
+
+#include <Lumo/AutonomousSystem.h>
+#include <Mox/Hash.h>
+#include <Mox/Type.h>
+#include <Routing/Bgp/VoBgpGlobals.h>
+#include <VoBgp/BgpPathAttributeEnums.h>
+#include <VoBgp/VoBgpCommunityListImpl.h>
+
+#include <algorithm>
+#include <ostream>
+#include <span>
+#include <string_view>
+#include <utility>
+
+namespace Routing::Bgp {
+
+using Acl::CommunityValue;
+
+// ---- Reflection ---------------------------------------------------------------------------------
+
+Mox::Type const& CommListDedupTableBase::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::CommListDedupTableBase",
+                                {});
+    return type;
+}
+
+Mox::Type const& CommListDedupTable::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::CommListDedupTable", {},
+                                &CommListDedupTableBase::staticType());
+    return type;
+}
+
+Mox::Type const& LargeCommListDedupTable::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::LargeCommListDedupTable",
+                                {}, &CommListDedupTableBase::staticType());
+    return type;
+}
+
+Mox::Type const& CommList::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::CommList",
+        {Mox::readOnlyAttribute<CommList, &CommList::comms>("comms"),
+         Mox::readOnlyAttribute<CommList, &CommList::commVectorSorted>("commVectorSorted")});
+    return type;
+}
+
+Mox::Type const& LargeCommList::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::LargeCommList",
+        {Mox::readOnlyAttribute<LargeCommList, &LargeCommList::comms>("comms"),
+         Mox::readOnlyAttribute<LargeCommList, &LargeCommList::commVectorSorted>(
+             "commVectorSorted")});
+    return type;
+}
+
+namespace {
+Mox::TypeRegistration const registrations[] = {
+    Mox::TypeRegistration(CommListDedupTableBase::staticType()),
+    Mox::TypeRegistration(CommListDedupTable::staticType()),
+    Mox::TypeRegistration(LargeCommListDedupTable::staticType()),
+    Mox::TypeRegistration(CommList::staticType()),
+    Mox::TypeRegistration(LargeCommList::staticType()),
+};
+} // namespace
+
+// ---- Text of values -----------------------------------------------------------------------------
+
+namespace {
+
+std::string_view nameOf(U32 value) noexcept {
+    switch (value) {
+    case communityInternet:
+        return "internet";
+    case communityNoExport:
+        return "no-export";
+    case communityNoAdvertise:
+        return "no-advertise";
+    // Not the name of RFC 1997, and capitals below: what configurations are written with.
+    case communityNoExportSubconfed:
+        return "local-as";
+    case communityGshut:
+        return "GSHUT";
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+template <bool useWellKnownNames>
+void CommunityFormatter<useWellKnownNames>::format(Mox::CharBuffer& buffer, U32 value) {
+    if (auto const name = useWellKnownNames ? nameOf(value) : std::string_view(); !name.empty()) {
+        buffer.append(name);
+        return;
+    }
+    buffer.appendDecimal(value >> 16).append(':').appendDecimal(value & 0xffff);
+}
+
+template class CommunityFormatter<false>;
+template class CommunityFormatter<true>;
+
+void LargeCommunityFormatter::format(Mox::CharBuffer& buffer, CommunityValue const& value,
+                                     bool asdot) {
+    Lumo::AutonomousSystem(value.globalAdministrator()).format(buffer, asdot);
+    buffer.append(':').appendDecimal(value.localData1());
+    buffer.append(':').appendDecimal(value.localData2());
+}
+
+String CommList::wellKnownName(U32 value) {
+    return nameOf(value);
+}
+
+String CommList::getStringValue(U32 value) {
+    Mox::LocalCharBuffer<20> out;
+    CommunityFormatter<false>::format(out, value);
+    return out.string();
+}
+
+String LargeCommList::getStringValue(CommunityValue const& value) {
+    return displayString(value, false);
+}
+
+String LargeCommList::displayString(CommunityValue const& value, bool asdot) {
+    Mox::LocalCharBuffer<42> out;
+    LargeCommunityFormatter::format(out, value, asdot);
+    return out.string();
+}
+
+// ---- Text of lists ------------------------------------------------------------------------------
+
+namespace {
+
+constexpr auto appendNumber = [](CommListText& text, U32 value) {
+    CommunityFormatter<false>::format(text.buffer(), value);
+};
+
+constexpr auto appendNameOrNumber = [](CommListText& text, U32 value) {
+    CommunityFormatter<true>::format(text.buffer(), value);
+};
+
+constexpr auto appendLarge = [](CommListText& text, CommunityValue const& value) {
+    LargeCommunityFormatter::format(text.buffer(), value, false);
+};
+
+/// The text is made first and then written whole: the stream's flags have no part in it.
+template <class ListType>
+std::ostream& print(std::ostream& os, ListType const* list) {
+    CommListText text;
+    writeCommListText(os, (text << list).text());
+    return os;
+}
+
+} // namespace
+
+CommListText& operator<<(CommListText& text, CommList const* list) {
+    return formatCommList(text, list, appendNameOrNumber, false, " ");
+}
+
+CommListText& operator<<(CommListText& text, LargeCommList const* list) {
+    return formatCommList(text, list, appendLarge, false, " ");
+}
+
+std::ostream& operator<<(std::ostream& os, CommList const* list) {
+    return print(os, list);
+}
+
+std::ostream& operator<<(std::ostream& os, LargeCommList const* list) {
+    return print(os, list);
+}
+
+String CommList::toStrep() const {
+    return stringify(this);
+}
+
+String LargeCommList::toStrep() const {
+    return stringify(this);
+}
+
+void CommList::formatHandle(std::ostream& os) const {
+    os << this;
+}
+
+void LargeCommList::formatHandle(std::ostream& os) const {
+    os << this;
+}
+
+bool CommList::matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const {
+    return commListMatches(*regex, *this, appendNumber) ||
+           commListMatches(*regex, *this, appendNameOrNumber);
+}
+
+bool LargeCommList::matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const {
+    return commListMatches(*regex, *this, appendLarge);
+}
+
+// ---- ValueCommList ------------------------------------------------------------------------------
+
+namespace {
+
+void addTo(Mox::OneAtATimeHash& hash, U32 value) noexcept {
+    hash.addLittleEndian(value);
+}
+
+void addTo(Mox::OneAtATimeHash& hash, CommunityValue const& value) noexcept {
+    addTo(hash, value.globalAdministrator());
+    addTo(hash, value.localData1());
+    addTo(hash, value.localData2());
+}
+
+} // namespace
+
+template <class Value>
+ValueCommList<Value>::~ValueCommList() = default;
+
+template <class Value>
+U32 ValueCommList<Value>::hash() const {
+    MOX_ASSERT(commVectorSorted());
+    // Mixing nothing comes to 0, which is the hash of the empty list.
+    Mox::OneAtATimeHash hash;
+    for (auto const& value : *this) {
+        addTo(hash, value);
+    }
+    return hash.finish();
+}
+
+template <class Value>
+bool ValueCommList<Value>::compare(Kel::DedupHandle const* other) const {
+    MOX_ASSERT(commVectorSorted());
+    return commVector_ == static_cast<ValueCommList const*>(other)->commVector_;
+}
+
+template <class Value>
+bool ValueCommList<Value>::compareByContent(Kel::DedupContentHandle const& content) const {
+    MOX_ASSERT(commVectorSorted());
+    auto const values = content.as<std::span<Value const>>();
+    return std::equal(begin(), end(), values.begin(), values.end());
+}
+
+template <class Value>
+void ValueCommList<Value>::commIs(Value const& value) {
+    MOX_ASSERT(!commVectorSorted());
+    commVector_.pushBack(value);
+}
+
+template <class Value>
+bool ValueCommList<Value>::comm(Value const& value) const {
+    MOX_ASSERT(commVectorSorted());
+    auto const* const found = commVectorLowerBound(commVector_, value);
+    return found != end() && *found == value;
+}
+
+template <class Value>
+void ValueCommList<Value>::freeze() {
+    if (!commVectorSorted_) {
+        commVectorSort(commVector_);
+        commVectorSorted_ = true;
+    }
+}
+
+template class ValueCommList<U32>;
+template class ValueCommList<CommunityValue>;
+
+// ---- CommList -----------------------------------------------------------------------------------
+
+// A table holds many: what one costs is a promise.
+static_assert(sizeof(CommList) == 56 && sizeof(LargeCommList) == 56);
+
+CommList::CommList() noexcept = default;
+CommList::~CommList() = default;
+
+CommList::Ptr commListFactory() {
+    return Mox::makeActive<CommList>();
+}
+
+CommList::PtrConst CommList::dedup(CommListDedupTable const* table) {
+    freeze();
+    noExport_ = comm(communityNoExport);
+    noAdvertise_ = comm(communityNoAdvertise);
+    noExportSubconfed_ = comm(communityNoExportSubconfed);
+    return Mox::staticPtrCast<CommList const>(table->dedup(Kel::DedupHandle::Ptr(this)));
+}
+
+bool CommList::noExport() const noexcept {
+    MOX_ASSERT(commVectorSorted());
+    return noExport_;
+}
+
+bool CommList::noAdvertise() const noexcept {
+    MOX_ASSERT(commVectorSorted());
+    return noAdvertise_;
+}
+
+bool CommList::noExportSubconfed() const noexcept {
+    MOX_ASSERT(commVectorSorted());
+    return noExportSubconfed_;
+}
+
+CommListSnapshot::Ptr CommList::commSnapshot() const {
+    auto snapshot = commListSnapshotFactory();
+    for (auto const value : *this) {
+        snapshot->commIs(value, true);
+    }
+    return snapshot;
+}
+
+String CommList::serialize() const {
+    return serializeCommList(BgpPathAttrType::community, 4 * comms(), *this,
+                             [](SerializePathAttribute& out, U32 value) { out.addU32hton(value); });
+}
+
+// ---- LargeCommList ------------------------------------------------------------------------------
+
+LargeCommList::LargeCommList() noexcept = default;
+LargeCommList::~LargeCommList() = default;
+
+LargeCommList::Ptr largeCommListFactory() {
+    return Mox::makeActive<LargeCommList>();
+}
+
+LargeCommList::PtrConst LargeCommList::dedup(LargeCommListDedupTable const* table) {
+    freeze();
+    return Mox::staticPtrCast<LargeCommList const>(table->dedup(Kel::DedupHandle::Ptr(this)));
+}
+
+RouteMap::CommListSnapshot::Ptr LargeCommList::commSnapshot() const {
+    auto snapshot = RouteMap::commListSnapshotFactory();
+    for (auto const& value : *this) {
+        snapshot->commIs(value, true);
+    }
+    return snapshot;
+}
+
+String LargeCommList::serialize() const {
+    return serializeCommList(BgpPathAttrType::largeCommunity, 12 * comms(), *this,
+                             [](SerializePathAttribute& out, CommunityValue const& value) {
+                                 out.addU32hton(value.globalAdministrator());
+                                 out.addU32hton(value.localData1());
+                                 out.addU32hton(value.localData2());
+                             });
+}
+
+// ---- The tables ---------------------------------------------------------------------------------
+
+CommListDedupTableBase::CommListDedupTableBase() {
+    initDedupTable();
+}
+
+CommListDedupTableBase::~CommListDedupTableBase() = default;
+
+void CommListDedupTableBase::initDedupTable() {
+    dedupTable_ = Mox::makeActive<Kel::DedupHashTableUnorderedSet>(VoBgpGlobals::multiThreaded());
+}
+
+Kel::DedupHandle::PtrConst
+CommListDedupTableBase::dedup(Kel::DedupHandle::Ptr const& object) const {
+    return dedupTable_->dedup(object);
+}
+
+void CommListDedupTableBase::dumpState(Kel::DumpContext::PtrConst const& context,
+                                       U32 indent) const {
+    context->line(indent, "DedupTable");
+    context->dumpChild(*dedupTable_, indent + 2);
+}
+
+CommListDedupTable::CommListDedupTable() = default;
+CommListDedupTable::~CommListDedupTable() = default;
+
+CommListDedupTable::Ptr commListDedupTableFactory() {
+    return Mox::makeActive<CommListDedupTable>();
+}
+
+LargeCommListDedupTable::LargeCommListDedupTable() = default;
+LargeCommListDedupTable::~LargeCommListDedupTable() = default;
+
+LargeCommListDedupTable::Ptr largeCommListDedupTableFactory() {
+    return Mox::makeActive<LargeCommListDedupTable>();
+}
+
+} // namespace Routing::Bgp

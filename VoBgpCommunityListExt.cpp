@@ -1,0 +1,291 @@
+#include <VoBgp/ExtCommList.h>
+
+#include "VoBgpCommunityListFamilyImpl.h"
+
+#include <Mox/CharBuffer.h>
+#include <Mox/Type.h>
+#include <VoBgp/BgpPathAttributeEnums.h>
+#include <VoBgp/ExtCommListDedupTable.h>
+#include <VoBgp/ExtCommListSnapshot.h>
+#include <VoBgp/VoBgpSerialize.h>
+
+#include <ostream>
+#include <utility>
+
+namespace Routing::Bgp {
+
+// ---- Reflection ---------------------------------------------------------------------------------
+
+Mox::Type const& ExtCommList::Serialization::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::value, qualifiedName,
+                                {flagAttribute<all>("all"), flagAttribute<transitive>("transitive"),
+                                 flagAttribute<linkBandwidth>("linkBandwidth"),
+                                 flagAttribute<originAsValidity>("originAsValidity")});
+    return type;
+}
+
+Mox::Type const& ExtCommList::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommList",
+        {Mox::readOnlyAttribute<ExtCommList, &ExtCommList::comms>("comms"),
+         Mox::readOnlyAttribute<ExtCommList, &ExtCommList::commVectorSorted>("commVectorSorted"),
+         Mox::readOnlyAttribute<ExtCommList, &ExtCommList::hasLinkBandwidth>("hasLinkBandwidth"),
+         Mox::readOnlyAttribute<ExtCommList, &ExtCommList::hasLinkBandwidthWithUnspecifiedAsNumber>(
+             "hasLinkBandwidthWithUnspecifiedAsNumber"),
+         Mox::readOnlyAttribute<ExtCommList, &ExtCommList::hasOriginValidationState>(
+             "hasOriginValidationState"),
+         Mox::readOnlyAttribute<ExtCommList, &ExtCommList::totalTransitiveCommunities>(
+             "totalTransitiveCommunities")});
+    return type;
+}
+
+Mox::Type const& ExtCommClassificationList::staticType() noexcept {
+    using List = ExtCommClassificationList;
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommClassificationList",
+        {Mox::readOnlyAttribute<List, &List::classification>("classification"),
+         Mox::readOnlyAttribute<List, &List::commVectorSorted>("commVectorSorted"),
+         Mox::readOnlyAttribute<List, &List::comms>("comms")});
+    return type;
+}
+
+Mox::Type const& RtExtCommClassificationList::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity,
+                                "Routing::Bgp::RtExtCommClassificationList", {},
+                                &ExtCommClassificationList::staticType());
+    return type;
+}
+
+Mox::Type const& ExtCommListSnapshot::staticType() noexcept {
+    using Snapshot = ExtCommListSnapshot;
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommListSnapshot",
+        {Mox::readOnlyAttribute<Snapshot, &Snapshot::classificationLists>("classificationLists"),
+         Mox::readOnlyAttribute<Snapshot, &Snapshot::comms>("comms")});
+    return type;
+}
+
+Mox::Type const& ExtCommClassificationListSnapshot::staticType() noexcept {
+    using Snapshot = ExtCommClassificationListSnapshot;
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommClassificationListSnapshot",
+        {Mox::readOnlyAttribute<Snapshot, &Snapshot::classification>("classification"),
+         Mox::readOnlyAttribute<Snapshot, &Snapshot::comms>("comms")});
+    return type;
+}
+
+namespace {
+Mox::TypeRegistration const registrations[] = {
+    Mox::TypeRegistration(ExtCommList::Serialization::staticType()),
+    Mox::TypeRegistration(ExtCommList::staticType()),
+    Mox::TypeRegistration(ExtCommClassificationList::staticType()),
+    Mox::TypeRegistration(RtExtCommClassificationList::staticType()),
+    Mox::TypeRegistration(ExtCommListSnapshot::staticType()),
+    Mox::TypeRegistration(ExtCommClassificationListSnapshot::staticType()),
+};
+} // namespace
+
+// ---- Text ---------------------------------------------------------------------------------------
+
+std::ostream& operator<<(std::ostream& os, ExtCommList const* list) {
+    if (list == nullptr) {
+        return Detail::formatExtComms(os, list, true);
+    }
+    // Whoever reads the stream may let go of the list meanwhile: its members are held.
+    auto const members = list->commVector();
+    return Detail::formatExtComms(os, &members, true);
+}
+
+std::ostream& operator<<(std::ostream& os, ExtCommList const& list) {
+    return os << &list;
+}
+
+std::ostream& operator<<(std::ostream& os, ExtCommClassificationList const* list) {
+    return Detail::formatExtComms(os, list, false);
+}
+
+// ---- Classification lists -----------------------------------------------------------------------
+
+template class ExtCommClassificationListBase<ExtCommListFamily>;
+template class ExtCommListBase<ExtCommListFamily>;
+
+// Tables hold many of them: what each costs is a promise.
+static_assert(sizeof(ExtCommClassificationList) == 56);
+static_assert(sizeof(RtExtCommClassificationList) == 64);
+static_assert(sizeof(ExtCommList) == 72);
+
+Mox::Ptr<ExtCommClassificationList>
+ExtCommListFamily::newClassificationList(ExtCommClassification classification) {
+    if (classification == extCommClassificationRouteTarget) {
+        return rtExtCommClassificationListFactory(classification);
+    }
+    return extCommClassificationListFactory(classification);
+}
+
+ExtCommClassificationList::ExtCommClassificationList(ExtCommClassification classification) noexcept
+  : ExtCommClassificationListBase(classification) {}
+
+ExtCommClassificationList::~ExtCommClassificationList() = default;
+
+ExtCommClassificationList::PtrConst
+ExtCommClassificationList::dedup(ExtCommListDedupTable const* table) {
+    sortComms();
+    if (classification() == extCommClassificationRouteTarget) {
+        return dedupIn(*table->rtExtCommClassificationListDedupTable());
+    }
+    if (classification() == extCommClassificationLinkBandwidth) {
+        MOX_ASSERT(comms() <= 1);
+    }
+    return dedupIn(*table->extCommClassificationListDedupTable());
+}
+
+ExtCommClassificationList::Ptr
+extCommClassificationListFactory(ExtCommClassification classification) {
+    return Mox::makeActive<ExtCommClassificationList>(classification);
+}
+
+RtExtCommClassificationList::RtExtCommClassificationList(
+    ExtCommClassification classification) noexcept
+  : ExtCommClassificationList(classification) {}
+
+RtExtCommClassificationList::~RtExtCommClassificationList() = default;
+
+void RtExtCommClassificationList::lifeTimeNotifierIs(
+    Mox::Ptr<RtExtCommListLifeTimeNotifier> const& lifeTimeNotifier) noexcept {
+    lifeTimeNotifier_ = lifeTimeNotifier;
+}
+
+Mox::Ptr<RtExtCommListLifeTimeNotifier>
+RtExtCommClassificationList::getLifeTimeNotifier() const noexcept {
+    return lifeTimeNotifier_;
+}
+
+RtExtCommClassificationList::Ptr
+rtExtCommClassificationListFactory(ExtCommClassification classification) {
+    return Mox::makeActive<RtExtCommClassificationList>(classification);
+}
+
+// ---- Lists --------------------------------------------------------------------------------------
+
+ExtCommList::ExtCommList() noexcept = default;
+ExtCommList::~ExtCommList() = default;
+
+void ExtCommList::createClassificationListVector(bool dedupMode) {
+    hasLinkBandwidth_ = false;
+    classify(dedupMode);
+    for (auto const& comm : *this) {
+        if (comm->isLinkBandwidthWithUnspecifiedAsNumber()) {
+            hasLinkBandwidthWithUnspecifiedAsNumber_ = true;
+        }
+    }
+}
+
+ExtCommList::PtrConst ExtCommList::dedup(ExtCommListDedupTable const* table) {
+    createClassificationListVector(true);
+    auto const& lists = classificationLists();
+    hasLinkBandwidth_ = lists[extCommClassificationLinkBandwidth] != nullptr;
+    hasOriginValidationState_ = lists[extCommClassificationOriginValidationState] != nullptr;
+    return dedupIn(table);
+}
+
+ExtCommListSnapshot::Ptr ExtCommList::snapshot() const {
+    return commSnapshot();
+}
+
+ExtCommList::Ptr extCommListFactory() {
+    return Mox::makeActive<ExtCommList>();
+}
+
+// ---- What is sent -------------------------------------------------------------------------------
+
+ExtCommList::Serialization ExtCommList::serialization(bool includeNonTransitive,
+                                                      bool includeLinkBandwidth,
+                                                      bool includeOriginAsValidity) {
+    if (includeNonTransitive) {
+        return Serialization(Serialization::all);
+    }
+    return Serialization(Serialization::transitive |
+                         (includeLinkBandwidth ? Serialization::linkBandwidth : 0) |
+                         (includeOriginAsValidity ? Serialization::originAsValidity : 0));
+}
+
+bool ExtCommList::serializable(ExtComm::PtrConst const& extComm, Serialization serialization) {
+    auto const classification = extComm->classification();
+    return serialization.has(Serialization::all) ||
+           (serialization.has(Serialization::transitive) && extComm->transitive()) ||
+           (serialization.has(Serialization::linkBandwidth) &&
+            classification == extCommClassificationLinkBandwidth) ||
+           (serialization.has(Serialization::originAsValidity) &&
+            classification == extCommClassificationOriginValidationState);
+}
+
+U32 ExtCommList::serializableCommunities(Serialization serialization) const {
+    if (serialization.has(Serialization::all)) {
+        return totalCommunities();
+    }
+    U32 result = 0;
+    if (serialization.has(Serialization::transitive)) {
+        result += totalTransitiveCommunities();
+    }
+    if (serialization.has(Serialization::linkBandwidth) && hasLinkBandwidth_) {
+        ++result;
+    }
+    if (serialization.has(Serialization::originAsValidity) && hasOriginValidationState_) {
+        ++result;
+    }
+    return result;
+}
+
+String ExtCommList::serialize(Serialization serialization) const {
+    auto const announced = serializableCommunities(serialization);
+    if (announced == 0) {
+        return {};
+    }
+    return serializeCommList(BgpPathAttrType::extCommunity, 8 * announced, *this,
+                             [&](SerializePathAttribute& out, ExtComm::PtrConst const& comm) {
+                                 if (serializable(comm, serialization)) {
+                                     out.addU64hton(comm->community());
+                                 }
+                             });
+}
+
+bool ExtCommList::matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const {
+    auto const matches = [&](U32 format) {
+        return commListMatches(
+            *regex, *this, [format](CommListText& text, ExtComm::PtrConst const& comm) {
+                text.append(comm->toStrepForPolicy(ExtComm::StrepFormat(format)));
+            });
+    };
+    return matches(ExtComm::StrepFormat::strepFormatDefault) ||
+           matches(ExtComm::StrepFormat::strepFormatClassification);
+}
+
+String ExtCommList::getStringValue(Acl::CommunityValue const& value) {
+    Mox::LocalCharBuffer<42> out;
+    return out.appendDecimal(value.localData1())
+        .append(':')
+        .appendDecimal(value.localData2())
+        .string();
+}
+
+// ---- Snapshots ----------------------------------------------------------------------------------
+
+ExtCommListSnapshot::ExtCommListSnapshot() noexcept = default;
+ExtCommListSnapshot::~ExtCommListSnapshot() = default;
+
+ExtCommListSnapshot::Ptr extCommListSnapshotFactory() {
+    return Mox::makeActive<ExtCommListSnapshot>();
+}
+
+ExtCommClassificationListSnapshot::ExtCommClassificationListSnapshot(
+    ExtCommClassification classification) noexcept
+  : ExtCommClassificationListSnapshotBase(classification) {}
+
+ExtCommClassificationListSnapshot::~ExtCommClassificationListSnapshot() = default;
+
+ExtCommClassificationListSnapshot::Ptr
+extCommClassificationListSnapshotFactory(ExtCommClassification classification) {
+    return Mox::makeActive<ExtCommClassificationListSnapshot>(classification);
+}
+
+} // namespace Routing::Bgp

@@ -1,0 +1,244 @@
+#include <VoBgp/ExtCommListDedupTable.h>
+
+#include <Mox/Assert.h>
+#include <Mox/CharBuffer.h>
+#include <Mox/Trace.h>
+#include <Mox/Type.h>
+#include <Routing/Bgp/VoBgpGlobals.h>
+
+#include <ostream>
+#include <string>
+
+namespace Routing::Bgp {
+
+// ---- Reflection ---------------------------------------------------------------------------------
+
+Mox::Type const& RtExtCommListLifeTimeNotifier::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity,
+                                "Routing::Bgp::RtExtCommListLifeTimeNotifier", {},
+                                &Kel::DedupHandleLifeTimeNotifier::staticType());
+    return type;
+}
+
+Mox::Type const& NotifyingRtExtCommListCollection::staticType() noexcept {
+    using Collection = NotifyingRtExtCommListCollection;
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::NotifyingRtExtCommListCollection",
+        {Mox::readOnlyAttribute<Collection, &Collection::rtExtCommLists>("rtExtCommLists")});
+    return type;
+}
+
+Mox::Type const& RtExtCommListLifeTimeNotifiee::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity,
+                                "Routing::Bgp::RtExtCommListLifeTimeNotifiee", {},
+                                &Kel::DedupHashTableLifeTimeNotifiee::staticType());
+    return type;
+}
+
+Mox::Type const& ExtCommListDedupTable::staticType() noexcept {
+    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::ExtCommListDedupTable", {},
+                                &CommListDedupTableBase::staticType());
+    return type;
+}
+
+namespace {
+Mox::TypeRegistration const registrations[] = {
+    Mox::TypeRegistration(RtExtCommListLifeTimeNotifier::staticType()),
+    Mox::TypeRegistration(NotifyingRtExtCommListCollection::staticType()),
+    Mox::TypeRegistration(RtExtCommListLifeTimeNotifiee::staticType()),
+    Mox::TypeRegistration(ExtCommListDedupTable::staticType()),
+};
+
+/// An object in a trace: its type and its address.
+struct Traced {
+    Mox::PtrInterface const* object;
+
+    friend std::ostream& operator<<(std::ostream& os, Traced const& traced) {
+        Mox::LocalCharBuffer<128> out;
+        if (traced.object == nullptr) {
+            out.append("NULL");
+        } else {
+            out.append(traced.object->fwkType().name()).append(" 0x");
+            out.appendHex(reinterpret_cast<U64>(traced.object), 16);
+        }
+        return os.write(out.text().data(), static_cast<std::streamsize>(out.size()));
+    }
+};
+
+} // namespace
+
+// ---- The notifier -------------------------------------------------------------------------------
+
+RtExtCommListLifeTimeNotifier::RtExtCommListLifeTimeNotifier(
+    Kel::DedupHandle::PtrConst const& rtExtCommList) noexcept
+  : DedupHandleLifeTimeNotifier(rtExtCommList) {}
+
+RtExtCommListLifeTimeNotifier::~RtExtCommListLifeTimeNotifier() = default;
+
+// ---- The collection -----------------------------------------------------------------------------
+
+NotifyingRtExtCommListCollection::Notifiee::~Notifiee() = default;
+
+void NotifyingRtExtCommListCollection::Notifiee::notifierIs(
+    NotifyingRtExtCommListCollection::PtrConst const& notifier) {
+    unsubscribe();
+    notifier_ = notifier;
+    if (notifier_) {
+        subscribe(*notifier_->notifieeList());
+    }
+}
+
+void NotifyingRtExtCommListCollection::Notifiee::handleChange(Mox::AttributeNumber /*attribute*/,
+                                                              void const* key) {
+    handleRtExtCommList(*static_cast<NotifierPtr const*>(key));
+}
+
+NotifyingRtExtCommListCollection::NotifyingRtExtCommListCollection()
+  : rtExtCommList_(0xE67954DD)
+  , notifieeList_(*this) {}
+
+NotifyingRtExtCommListCollection::~NotifyingRtExtCommListCollection() = default;
+
+void NotifyingRtExtCommListCollection::rtExtCommListIs(NotifierPtr const& rtExtCommList) {
+    // Held: an observer may let go of where it comes from.
+    auto const key = rtExtCommList;
+    if (rtExtCommList_.is(key)) {
+        notifieeList_.notify(rtExtCommListAttribute, &key);
+    }
+}
+
+bool NotifyingRtExtCommListCollection::rtExtCommListDel(NotifierPtr const& rtExtCommList) {
+    auto const key = rtExtCommList;
+    bool const wasThere = rtExtCommList_.del(key);
+    if (wasThere) {
+        notifieeList_.notify(rtExtCommListAttribute, &key);
+    }
+    return wasThere;
+}
+
+void NotifyingRtExtCommListCollection::rtExtCommListDelAll() {
+    // An observer may let go of this.
+    PtrConst const self(this);
+    rtExtCommList_.forEach([this](NotifierPtr const& each) { rtExtCommListDel(each); });
+}
+
+void NotifyingRtExtCommListCollection::dumpState(Kel::DumpContext::PtrConst const& dumpContext,
+                                                 U32 indent) const {
+    dumpContext->line(indent, "NotifyingRtExtCommListCollection rtExtCommLists #" +
+                                  std::to_string(rtExtCommLists()) + ";");
+    rtExtCommList_.forEach([&](NotifierPtr const& each) {
+        dumpContext->line(indent + 2, "rtExtCommList " + each->toStrep().str());
+    });
+}
+
+NotifyingRtExtCommListCollection::Ptr notifyingRtExtCommListCollectionFactory() {
+    return Mox::makeActive<NotifyingRtExtCommListCollection>();
+}
+
+// ---- What feeds it ------------------------------------------------------------------------------
+
+RtExtCommListLifeTimeNotifiee::RtExtCommListLifeTimeNotifiee(
+    NotifyingRtExtCommListCollection::Ptr const& collection) noexcept
+  : notifyingRtExtCommListCollection_(collection) {}
+
+RtExtCommListLifeTimeNotifiee::~RtExtCommListLifeTimeNotifiee() = default;
+
+void RtExtCommListLifeTimeNotifiee::handleInsert(Kel::DedupHandle::Ptr const& handle) {
+    auto* const rtExtCommList = static_cast<RtExtCommClassificationList*>(handle.get());
+    MOX_ASSERT_TEXT(nullptr == rtExtCommList->lifeTimeNotifier(),
+                    "__null == rtExtCommList->lifeTimeNotifier()");
+    auto const lifeTimeNotifier = Mox::makeActive<RtExtCommListLifeTimeNotifier>(handle);
+    rtExtCommList->lifeTimeNotifierIs(lifeTimeNotifier);
+    try {
+        MOX_TRACE(9, Traced{this} << " handle: " << Traced{handle.get()}
+                                  << " rtExtCommListLifeTimeNotifier: "
+                                  << Traced{lifeTimeNotifier.get()});
+        notifyingRtExtCommListCollection_->rtExtCommListIs(lifeTimeNotifier);
+    } catch (...) {
+        // The list will not be in the table: nor has it a notifier, nor is that in the collection.
+        rtExtCommList->lifeTimeNotifierIs(nullptr);
+        notifyingRtExtCommListCollection_->rtExtCommListDel(lifeTimeNotifier);
+        throw;
+    }
+}
+
+void RtExtCommListLifeTimeNotifiee::handleRemove(Kel::DedupHandle* handle) {
+    auto* const rtExtCommList = static_cast<RtExtCommClassificationList*>(handle);
+    // Held: the list itself goes with its notifier if its table has let go of it already.
+    auto const lifeTimeNotifier = rtExtCommList->getLifeTimeNotifier();
+    MOX_TRACE(9, Traced{this} << " handle: " << Traced{handle} << " rtExtCommListLifeTimeNotifier: "
+                              << Traced{lifeTimeNotifier.get()});
+    MOX_ASSERT_TEXT(nullptr != lifeTimeNotifier, "__null != lifeTimeNotifier");
+    notifyingRtExtCommListCollection_->rtExtCommListDel(lifeTimeNotifier);
+    rtExtCommList->lifeTimeNotifierIs(nullptr);
+}
+
+void RtExtCommListLifeTimeNotifiee::handleNotificationStop(
+    Kel::DedupHashTable::PtrConst const& table) {
+    MOX_TRACE(9, Traced{table.get()});
+    notifyingRtExtCommListCollection_->forEachRtExtCommList(
+        [this](RtExtCommListLifeTimeNotifier::PtrConst const& each) {
+            handleRemove(const_cast<RtExtCommClassificationList*>(each->rtExtCommListRawPtr()));
+        });
+}
+
+RtExtCommListLifeTimeNotifiee::Ptr
+rtExtCommListLifeTimeNotifieeFactory(NotifyingRtExtCommListCollection::Ptr const& collection) {
+    return Mox::makeActive<RtExtCommListLifeTimeNotifiee>(collection);
+}
+
+// ---- The table ----------------------------------------------------------------------------------
+
+ExtCommListDedupTable::ExtCommListDedupTable() {
+    handleInitialized();
+}
+
+ExtCommListDedupTable::~ExtCommListDedupTable() = default;
+
+void ExtCommListDedupTable::handleInitialized() {
+    auto const multiThreaded = VoBgpGlobals::multiThreaded();
+    extCommClassificationListDedupTable_ =
+        Mox::makeActive<Kel::DedupHashTableUnorderedSet>(multiThreaded);
+    rtExtCommClassificationListDedupTable_ =
+        Mox::makeActive<Kel::DedupHashTableUnorderedSet>(multiThreaded);
+    notifyingRtExtCommListCollectionIs();
+    rtExtCommListLifeTimeNotifieeIs(notifyingRtExtCommListCollection_);
+    rtExtCommClassificationListDedupTable_->lifeTimeNotifieeIs(rtExtCommListLifeTimeNotifiee_);
+}
+
+void ExtCommListDedupTable::notifyingRtExtCommListCollectionIs() {
+    notifyingRtExtCommListCollection_ = notifyingRtExtCommListCollectionFactory();
+}
+
+void ExtCommListDedupTable::notifyingRtExtCommListCollectionDel() noexcept {
+    notifyingRtExtCommListCollection_ = nullptr;
+}
+
+RtExtCommListLifeTimeNotifiee::Ptr ExtCommListDedupTable::rtExtCommListLifeTimeNotifieeIs(
+    NotifyingRtExtCommListCollection::Ptr const& collection) {
+    if (!rtExtCommListLifeTimeNotifiee_ ||
+        rtExtCommListLifeTimeNotifiee_->notifyingRtExtCommListCollection() != collection) {
+        rtExtCommListLifeTimeNotifiee_ = rtExtCommListLifeTimeNotifieeFactory(collection);
+    }
+    return rtExtCommListLifeTimeNotifiee_;
+}
+
+void ExtCommListDedupTable::rtExtCommListLifeTimeNotifieeDel() noexcept {
+    rtExtCommListLifeTimeNotifiee_ = nullptr;
+}
+
+void ExtCommListDedupTable::dumpState(Kel::DumpContext::PtrConst const& context, U32 indent) const {
+    context->line(indent, "ExtCommListDedupTable");
+    context->line(indent + 2, "extComm");
+    context->dumpChild(*dedupTable(), indent + 4);
+    context->line(indent + 2, "extCommClassification");
+    context->dumpChild(*extCommClassificationListDedupTable_, indent + 4);
+    context->line(indent + 2, "rtExtCommClassification");
+    context->dumpChild(*rtExtCommClassificationListDedupTable_, indent + 4);
+}
+
+ExtCommListDedupTable::Ptr extCommListDedupTableFactory() {
+    return Mox::makeActive<ExtCommListDedupTable>();
+}
+
+} // namespace Routing::Bgp

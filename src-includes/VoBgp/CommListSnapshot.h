@@ -1,0 +1,21 @@
+#pragma once
+
+#include <Mox/Export.h>
+#include <Routing/RouteMap/CommSnapshot.h>
+#include <VoBgp/VoBgpMiscTypes.h>
+
+namespace Routing::Bgp {
+
+/// A snapshot of a list of standard communities: a flag for each value. All else as its base.
+class VOBGP_EXPORT CommListSnapshot : public RouteMap::CommSnapshot<U32, bool> {
+  public:
+    MOX_COUNTED(CommListSnapshot)
+
+    CommListSnapshot() noexcept;
+    ~CommListSnapshot() override;
+};
+
+/// A new, empty snapshot with its notifications switched on.
+VOBGP_EXPORT CommListSnapshot::Ptr commListSnapshotFactory();
+
+} // namespace Routing::Bgp

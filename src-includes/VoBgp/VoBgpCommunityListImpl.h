@@ -1,0 +1,238 @@
+#pragma once
+
+#include <Kel/DedupHandle.h>
+#include <Mox/Assert.h>
+#include <Mox/CharBuffer.h>
+#include <Mox/CompactVector.h>
+#include <Mox/Ptr.h>
+#include <Mox/StreamState.h>
+#include <Mox/TextStream.h>
+#include <Routing/RouteMap/PosixRegex.h>
+#include <VoBgp/ExtCommClassificationListVector.h>
+#include <VoBgp/VoBgpMiscTypes.h>
+#include <VoBgp/VoBgpSerialize.h>
+
+#include <algorithm>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+/// What all kinds of lists of communities are made with: sorted vectors, text, the path attribute.
+
+namespace Routing::Bgp {
+
+// ---- Sorted vectors -----------------------------------------------------------------------------
+
+/// Sorts the members by key, leaves one of each key, and gives the vector exactly that size. If
+/// memory for that runs out, the members are all there and this can be done again.
+template <class Member, class KeyOf = std::identity>
+void commVectorSort(Mox::CompactVector<Member>& members, KeyOf keyOf = {}) {
+    std::sort(members.begin(), members.end(),
+              [&](Member const& a, Member const& b) { return keyOf(a) < keyOf(b); });
+    auto* const end =
+        std::unique(members.begin(), members.end(),
+                    [&](Member const& a, Member const& b) { return keyOf(a) == keyOf(b); });
+    members.eraseFrom(end);
+    members.shrinkToFit();
+}
+
+/// The first member of a sorted vector whose key is not less than that; the end if there is none.
+template <class Member, class Key, class KeyOf = std::identity>
+Member const* commVectorLowerBound(Mox::CompactVector<Member> const& members, Key const& key,
+                                   KeyOf keyOf = {}) {
+    return std::lower_bound(
+        members.begin(), members.end(), key,
+        [&](Member const& member, Key const& wanted) { return keyOf(member) < wanted; });
+}
+
+// ---- Vectors of interned communities ------------------------------------------------------------
+
+// Of eight octets or of twenty. `extCommKey(comm)`, defined beside each kind of list, is what its
+// communities are ordered and found by.
+
+/// Appends a community, which must be interned (asserted). Order comes with ExtCommVectorSort().
+template <class Comm>
+void ExtCommVectorAdd(Mox::PtrConst<Comm> const& comm,
+                      Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
+    MOX_ASSERT_TEXT(comm != nullptr, "__null != comm");
+    MOX_ASSERT_TEXT(comm->dedupState() != Kel::dedupHandleStateNeverDeduped(),
+                    "__null == ( comm ) || ( comm )->dedupState() != "
+                    "Kel::dedupHandleStateNeverDeduped()");
+    vector.pushBack(comm);
+}
+
+/// Sorts the communities by their octets, leaves one of each, and gives the vector exactly that
+/// size. If memory for that runs out, all are there and this can be done again.
+template <class Comm>
+void ExtCommVectorSort(Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
+    using Member = Mox::PtrConst<Comm>;
+    bool const isSorted =
+        std::adjacent_find(vector.begin(), vector.end(), [](Member const& a, Member const& b) {
+            return !(extCommKey(*a) < extCommKey(*b));
+        }) == vector.end();
+    if (isSorted) {
+        // What a peer sends is, as a rule; and so is what was split off a sorted vector.
+        vector.shrinkToFit();
+    } else {
+        commVectorSort(vector, [](Member const& comm) { return extCommKey(*comm); });
+    }
+}
+
+/// The community with those octets in a vector that must be sorted (asserted), or null.
+template <class Comm, class Key>
+Mox::PtrConst<Comm> ExtCommVectorLookup(bool commVectorSorted,
+                                        Mox::CompactVector<Mox::PtrConst<Comm>> const& vector,
+                                        Key const& community) {
+    MOX_ASSERT(commVectorSorted);
+    auto const* const found = commVectorLowerBound(
+        vector, community, [](Mox::PtrConst<Comm> const& comm) { return extCommKey(*comm); });
+    if (found == vector.end()) {
+        return nullptr;
+    }
+    auto const key = extCommKey(**found);
+    if (key == community) {
+        return *found;
+    }
+    MOX_ASSERT_TEXT(key > community, "extComm->community() > community");
+    return nullptr;
+}
+
+/// Puts a classification list into the slot of its class, in place of the one that is there.
+template <class ClassificationList>
+void ExtCommListClassificationListIs(
+    ClassificationListVector<ClassificationList>& vector,
+    typename ClassificationListVector<ClassificationList>::ListPtr const& list) {
+    vector.slotIs(list->classification(), list);
+}
+
+// ---- Text ---------------------------------------------------------------------------------------
+
+/// The text of a list under construction, to which formatters append as to a stream.
+///
+/// It owns the text: in a local area while it is short, in a string once it is long, so that the
+/// time for it is in proportion to its length. Thread-compatible.
+class CommListText {
+  public:
+    /// Where the next value's text goes.
+    Mox::CharBuffer& buffer() {
+        if (piece_.size() > longestPiece) {
+            spill();
+        }
+        return piece_;
+    }
+
+    CommListText& append(std::string_view text) {
+        buffer().append(text);
+        return *this;
+    }
+
+    /// What has been appended; valid until more is.
+    std::string_view text() {
+        if (spilled_.empty()) {
+            return piece_.text();
+        }
+        spill();
+        return spilled_;
+    }
+
+    /// The same with a NUL behind it, after which nothing may be appended.
+    char const* terminated() {
+        if (!spilled_.empty()) {
+            spill();
+            return spilled_.c_str();
+        }
+        return piece_.append('\0').text().data();
+    }
+
+  private:
+    // Room for most values behind a piece that is not spilled yet.
+    static constexpr std::size_t longestPiece = 384;
+
+    void spill() {
+        spilled_.append(piece_.text());
+        piece_.clear();
+    }
+
+    Mox::LocalCharBuffer<512> piece_;
+    std::string spilled_;
+};
+
+/// What formatCommList() does to the streams that it prints on.
+inline void writeCommListText(std::ostream& os, std::string_view text) {
+    os.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+inline void writeCommListText(CommListText& os, std::string_view text) {
+    os.append(text);
+}
+
+inline Mox::StreamState savedState(std::ostream& os) {
+    return Mox::StreamState(os);
+}
+
+/// A text under construction has no formatting state.
+inline CommListText const& savedState(CommListText const& os) {
+    return os;
+}
+
+/// Prints the values of a list, each by `formatter(os, value)`, separated and, if so wanted, in
+/// brackets. A null list is `NULL` in brackets and nothing without. The stream's formatting state
+/// is afterwards as it was, whatever the formatter did to it.
+template <class Stream, class ListType, class ValueFormatter>
+Stream& formatCommList(Stream& os, ListType const* list, ValueFormatter formatter, bool bracketed,
+                       char const* separator) {
+    [[maybe_unused]] auto const& state = savedState(os);
+    if (list == nullptr) {
+        writeCommListText(os, bracketed ? "NULL" : "");
+        return os;
+    }
+    writeCommListText(os, bracketed ? "[ " : "");
+    std::string_view before;
+    for (auto const& value : *list) {
+        writeCommListText(os, before);
+        formatter(os, value);
+        before = separator;
+    }
+    writeCommListText(os, bracketed ? " ]" : "");
+    return os;
+}
+
+/// What streaming a pointer to the object writes.
+template <class T>
+String stringify(T const* const& object) {
+    if constexpr (requires(CommListText & text) { text << object; }) {
+        CommListText text;
+        text << object;
+        return String(text.text());
+    } else {
+        Mox::TextStream os;
+        os << object;
+        return os.string();
+    }
+}
+
+/// Whether the expression matches the values of a list, each as `formatter(text, value)` appends
+/// it, with one space between them.
+template <class ListType, class ValueFormatter>
+bool commListMatches(RouteMap::PosixRegex const& regex, ListType const& list,
+                     ValueFormatter formatter) {
+    CommListText text;
+    formatCommList(text, &list, formatter, false, " ");
+    return regex.execute(text.terminated()) == 0;
+}
+
+// ---- The path attribute -------------------------------------------------------------------------
+
+/// The path attribute, optional and transitive, of a list whose members `put(serializer, member)`
+/// writes in `attrSize` octets altogether.
+template <class ListType, class Put>
+String serializeCommList(BgpPathAttrType attrType, U32 attrSize, ListType const& list, Put put) {
+    SerializePathAttribute serializer(attrType, BgpPathAttrFlag::optionalTransitive, attrSize);
+    for (auto const& member : list) {
+        put(serializer, member);
+    }
+    return serializer.serializedString();
+}
+
+} // namespace Routing::Bgp

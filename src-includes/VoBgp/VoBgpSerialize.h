@@ -1,0 +1,90 @@
+#pragma once
+
+#include <Mox/Export.h>
+#include <Mox/String.h>
+#include <Mox/Types.h>
+#include <Routing/Bgp/Serialize.h>
+#include <VoBgp/BgpPathAttributeEnums.h>
+
+namespace Routing::Bgp {
+
+/// One path attribute under construction (RFC 4271, section 4.3): the header, which is written at
+/// once, and the value, which the caller appends.
+///
+///     octet    0       1       2       3 ...
+///          +-------+-------+-------+---------+
+///          | flags | type  |length |  value  |           extended-length flag (0x10) clear
+///          +-------+-------+-------+-------+-+-------+
+///          | flags | type  |    length     |  value  |   extended-length flag set
+///          +-------+-------+---------------+---------+
+///
+/// A length above 255 sets the flag by itself; a caller may force the long form by passing it.
+/// All else as its base.
+class VOBGP_EXPORT SerializePathAttribute : public Serialize {
+  public:
+    /// `attrSize` is the length of the value that will follow.
+    SerializePathAttribute(BgpPathAttrType attrType, BgpPathAttrFlag attrFlags, U32 attrSize);
+
+    /// Starts over with another attribute, in the same buffer.
+    void clearAndReInit(BgpPathAttrType attrType, BgpPathAttrFlag attrFlags, U32 attrSize);
+
+    /// Writes a header where the next octet goes. The declared length of the value stays as it was.
+    void reInitHdr(BgpPathAttrType attrType, BgpPathAttrFlag attrFlags, U32 attrSize);
+
+    using Serialize::serializedString;
+
+    /// The whole attribute; asserts that the value is as long as was declared.
+    String serializedString() const;
+
+    /// Octets of the header: 3 or 4.
+    U32 headerSize() const noexcept { return headerSize_; }
+
+    /// The declared length of the value.
+    U32 attrSize() const noexcept { return attrSize_; }
+
+  private:
+    U32 headerSize_ = 0;
+    U32 attrSize_ = 0;
+};
+
+/// A path attribute whose value is written before its length is known.
+///
+/// The value starts at offset 4, behind a provisional header; the final one, of whichever length,
+/// is then written to end where the value begins. All else as its base.
+///
+///     offset   0       1       2       3       4
+///          +-------+-------+-------+-------+---------+
+///          |       | flags | type  |length |  value  |   up to 255 octets
+///          +-------+-------+-------+-------+---------+
+///          | flags | type  |    length     |  value  |   more
+///          +-------+-------+---------------+---------+
+class VOBGP_EXPORT SerializePathAttributeAutoExtLen : public SerializePathAttribute {
+  public:
+    SerializePathAttributeAutoExtLen();
+
+    /// The value alone.
+    String serializeAttributeValue() const { return serializedString(valueOffset); }
+
+    /// The attribute: header and value. The flags must not hold 0x10 for a value of up to 255
+    /// octets, whose first octet the longer header would overwrite; the length is taken modulo
+    /// 65,536.
+    String patchHdrAndStringify(BgpPathAttrType attrType, BgpPathAttrFlag attrFlags);
+
+  private:
+    static constexpr U32 valueOffset = 4;
+};
+
+/// One TLV of the BGP Prefix-SID attribute under construction (RFC 8669, section 3): the header is
+/// written at once, the caller appends the body. All else as its base.
+///
+///     octet    0       1       2       3 ...
+///          +-------+---------------+--------+
+///          | type  |    length     |  body  |
+///          +-------+---------------+--------+
+class VOBGP_EXPORT SerializedBgpPrefixSidAttribute : public Serialize {
+  public:
+    /// `length` is that of the body.
+    SerializedBgpPrefixSidAttribute(PrefixSidTlvType tlvType, U16 length);
+};
+
+} // namespace Routing::Bgp

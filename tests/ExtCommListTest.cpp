@@ -1,0 +1,372 @@
+#include "ExtCommListRow.h"
+
+#include <Mox/Exception.h>
+#include <Mox/Hash.h>
+#include <Routing/RouteMap/PosixRegex.h>
+#include <VoBgp/ExtCommListSnapshot.h>
+#include <VoBgp/Parse/ExtCommContainer.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <functional>
+#include <span>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+namespace {
+
+using namespace Routing::Bgp;
+using Mox::U64;
+using Serialization = ExtCommList::Serialization;
+
+constexpr U64 rt1 = 0x0002fde800000001;       // RT:65000:1
+constexpr U64 rt2 = 0x0002fde800000002;       // RT:65000:2
+constexpr U64 rtDotted = 0x0102c0000201000a;  // RT:192.0.2.1:10
+constexpr U64 soo = 0x0003fde800000001;       // SoO:65000:1
+constexpr U64 color = 0x030b000000000064;     // color 100
+constexpr U64 bandwidth = 0x4004fde84b3ebc20; // non-transitive, AS 65000
+constexpr U64 noAsBandwidth = 0x400400004b3ebc20;
+constexpr U64 validity = 0x4300000000000002; // non-transitive
+constexpr U64 opaque = 0x4301000000000001;   // non-transitive, cost community
+
+/// Lists of communities that the agent's own rule parses.
+class ExtCommLists : public testing::TestWithParam<bool> {
+  protected:
+    ExtCommList::Ptr fill(std::initializer_list<U64> values) {
+        auto list = extCommListFactory();
+        for (auto const value : values) {
+            list->commIs(comm(value));
+        }
+        return list;
+    }
+
+    ExtCommList::PtrConst intern(std::initializer_list<U64> values) {
+        return fill(values)->dedup(table.get());
+    }
+
+    ExtComm::PtrConst comm(U64 value) {
+        return ExtComm::dedupContent(comms.get(), ExtCommContent(value));
+    }
+
+  private:
+    PointerMode mode_{GetParam()};
+
+  protected:
+    BgpParseExtCommContainerSm::Ptr container = bgpParseExtCommContainerSmFactory();
+    ExtCommDedupTable::Ptr comms = extCommDedupTableFactory(container->extCommParser());
+    ExtCommListDedupTable::Ptr table = extCommListDedupTableFactory();
+};
+
+INSTANTIATE_TEST_SUITE_P(Mode, ExtCommLists, bothPointerModes(), pointerModeName);
+
+/// The published mix of identities, spelled out once more in the plainest way.
+template <class Objects>
+U32 mixOf(Objects const& objects) {
+    U32 h = 0;
+    for (auto const* object : objects) {
+        auto identity = reinterpret_cast<U64>(object);
+        for (int i = 0; i < 8; ++i, identity /= 256) {
+            h += static_cast<U32>(identity % 256);
+            h += h << 10;
+            h ^= h >> 6;
+        }
+    }
+    h += h << 3;
+    h ^= h >> 11;
+    return h + (h << 15);
+}
+
+TEST_P(ExtCommLists, AreOneObjectForOneSetAndShareTheirClassificationLists) {
+    auto const list = intern({soo, rt2, rt1, rt2});
+    EXPECT_EQ(list->comms(), 3U);
+    EXPECT_EQ(intern({rt1, soo, rt2}), list);
+    auto const other = intern({rt1, color, rt2});
+    EXPECT_NE(other, list);
+    auto const rts = list->classificationList(extCommClassificationRouteTarget);
+    EXPECT_EQ(other->classificationList(extCommClassificationRouteTarget), rts);
+    EXPECT_EQ(rts->comm(rt2), comm(rt2));
+    EXPECT_FALSE(rts->comm(soo));
+    EXPECT_FALSE(list->lookupExtComm(rt2 + 1));
+    EXPECT_FALSE(list->classificationList(extCommClassificationColor)) << "beyond the last slot";
+
+    auto const soos = list->classificationList(extCommClassificationRouteOrigin);
+    EXPECT_EQ(list->hash(), mixOf(std::array{rts.get(), soos.get()}));
+    EXPECT_EQ(rts->hash(), mixOf(std::array{comm(rt1).get(), comm(rt2).get()}));
+    EXPECT_EQ(intern({})->hash(), 0U);
+    auto const members = std::array{comm(rt1), comm(rt2)};
+    std::span<ExtComm::PtrConst const> const content(members);
+    EXPECT_EQ(table->rtExtCommClassificationListDedupTable()->lookupByContent(
+                  Kel::DedupContentHandle(content), rts->hash()),
+              rts.get());
+}
+
+TEST_P(ExtCommLists, KnowWhatTheyHold) {
+    struct {
+        std::initializer_list<U64> values;
+        U32 transitive;
+        bool linkBandwidth, unspecifiedAs, originValidation;
+    } const rows[] = {
+        {{}, 0, false, false, false},
+        {{rt1, rt1, color, opaque}, 2, false, false, false},
+        {{rt1, bandwidth}, 1, true, false, false},
+        {{noAsBandwidth, validity}, 0, true, true, true},
+        {{validity, validity + 1}, 0, false, false, true},
+    };
+    for (auto const& row : rows) {
+        auto const list = intern(row.values);
+        EXPECT_EQ(list->totalTransitiveCommunities(), row.transitive);
+        EXPECT_EQ(list->hasLinkBandwidth(), row.linkBandwidth);
+        EXPECT_EQ(list->hasLinkBandwidthWithUnspecifiedAsNumber(), row.unspecifiedAs);
+        EXPECT_EQ(list->hasOriginValidationState(), row.originValidation);
+    }
+    // One that is rebuilt from a store is split, and not counted.
+    auto const rebuilt = fill({noAsBandwidth, rt1, rt1});
+    rebuilt->createClassificationListVector(false);
+    EXPECT_EQ(rebuilt->totalCommunities(), 2U);
+    EXPECT_EQ(rebuilt->totalTransitiveCommunities(), 0U);
+    EXPECT_FALSE(rebuilt->hasLinkBandwidth());
+    EXPECT_TRUE(rebuilt->hasLinkBandwidthWithUnspecifiedAsNumber());
+    auto const parts = rebuilt->snapshot();
+    auto const rts = parts->classificationList(extCommClassificationRouteTarget);
+    EXPECT_EQ(rts->dedupState(), Kel::dedupHandleStateDestashed());
+    EXPECT_EQ(table->rtExtCommClassificationListDedupTable()->size(), 0U);
+}
+
+TEST_P(ExtCommLists, SendWhatASelectionAdmits) {
+    auto const all = intern({bandwidth, rtDotted, validity, rt1, opaque});
+    auto const none = intern({opaque});
+    struct {
+        ExtCommList::PtrConst list;
+        U32 selection;
+        char const* octets;
+    } const rows[] = {
+        {all, 0x0, ""},
+        {all, 0x1,
+         "c0102800"
+         "02fde80000000101"
+         "02c0000201000a40"
+         "04fde84b3ebc2043"
+         "0000000000000243"
+         "01000000000001"},
+        {all, 0x2, "c010100002fde8000000010102c0000201000a"},
+        {all, 0x4, "c010084004fde84b3ebc20"},
+        {all, 0x6, "c010180002fde8000000010102c0000201000a4004fde84b3ebc20"},
+        {all, 0x8, "c010084300000000000002"},
+        {all, 0xe, "c010200002fde8000000010102c0000201000a4004fde84b3ebc204300000000000002"},
+        {none, 0x2, ""},
+        {none, 0xe, ""},
+        {none, 0x9, "c010084301000000000001"},
+        {intern({}), 0x1, ""},
+    };
+    for (auto const& row : rows) {
+        EXPECT_EQ(hexOf(row.list->serialize(Serialization(row.selection))), row.octets)
+            << row.selection;
+    }
+    auto const many = extCommListFactory();
+    for (U64 i = 0; i < 32; ++i) {
+        many->commIs(comm(rt1 + i));
+    }
+    EXPECT_EQ(hexOf(many->dedup(table.get())->serialize(Serialization(2))).substr(0, 24),
+              "d01001000002fde800000001")
+        << "256 octets take the extended length";
+}
+
+TEST(ExtCommListSerialization, IsSelectedReadAndWritten) {
+    EXPECT_EQ(ExtCommList::serialization(true, false, true).value(), 0x1U);
+    EXPECT_EQ(ExtCommList::serialization(false, false, false).value(), 0x2U);
+    EXPECT_EQ(ExtCommList::serialization(false, true, false).value(), 0x6U);
+    EXPECT_EQ(ExtCommList::serialization(false, false, true).value(), 0xaU);
+    EXPECT_EQ(ExtCommList::serialization(false, true, true).value(), 0xeU);
+    EXPECT_EQ(valueToStrep(Serialization(0x9)),
+              "Value('Routing::Bgp::ExtCommList::Serialization', ** {'all': True, 'transitive': "
+              "False, 'linkBandwidth': False, 'originAsValidity': True})");
+    for (U32 word = 0; word <= 0xf; ++word) {
+        EXPECT_EQ(strepToValue<Serialization>(valueToStrep(Serialization(word))),
+                  Serialization(word));
+    }
+    try {
+        Serialization const tooLarge(0x10);
+        FAIL() << tooLarge.value();
+    } catch (Mox::RangeException const& error) {
+        EXPECT_STREQ(error.what(), "Serialization::value > 0xf not allowed");
+    }
+    EXPECT_EQ(ExtCommList::getStringValue({1, 2, 4200000000}), "2:4200000000");
+}
+
+TEST_P(ExtCommLists, PrintAndMatch) {
+    auto const list = intern({soo, rt1});
+    std::ostringstream os;
+    os << std::hex << std::setfill('*') << list.get() << '|'
+       << list->classificationList(extCommClassificationRouteTarget).get() << '|' << *intern({})
+       << '|' << static_cast<ExtCommList const*>(nullptr)
+       << static_cast<ExtCommClassificationList const*>(nullptr) << '|' << 255;
+    auto const rtText = comm(rt1)->toStrep().str();
+    auto const text = "[ " + rtText + ' ' + comm(soo)->toStrep().str() + " ]";
+    EXPECT_EQ(os.str(), text + '|' + rtText + "|[  ]|NULL|ff");
+    EXPECT_EQ(list->toStrep(), text);
+    struct {
+        char const* pattern;
+        bool matches;
+    } const rows[] = {
+        {"^65000:1 65000:1$", true}, // the default form
+        {"^RT:65000:1 SoO:65000:1$", true},
+        {"RT:65000:1$", false},
+        {"1 RT", false}, // no match runs across the two forms
+    };
+    for (auto const& row : rows) {
+        Routing::RouteMap::PosixRegex const regex(row.pattern);
+        EXPECT_EQ(list->matchCommunitiesRegex(&regex), row.matches) << row.pattern;
+    }
+}
+
+TEST_P(ExtCommLists, HandOutSnapshots) {
+    auto const list = intern({color, rt2, rt1});
+    auto const snapshot = list->commSnapshot();
+    std::vector<U64> keys;
+    snapshot->forEachComm([&](ExtCommListSnapshot::MoxComm const& entry) {
+        keys.push_back(entry.key());
+        EXPECT_EQ(entry.value(), comm(entry.key()));
+    });
+    EXPECT_EQ(keys, (std::vector{rt1, rt2, color}));
+    std::vector<ExtCommClassification> classes;
+    snapshot->forEachClassificationList([&](auto const& entry) {
+        classes.push_back(entry.key());
+        EXPECT_EQ(entry.value(), list->classificationList(entry.key()));
+    });
+    EXPECT_EQ(classes, (std::vector{extCommClassificationRouteTarget, extCommClassificationColor}));
+    EXPECT_EQ(snapshot->commDel(rt1), comm(rt1));
+    EXPECT_FALSE(snapshot->commDel(rt1));
+    EXPECT_EQ(snapshot->classificationList(extCommClassificationRouteTarget)->comms(), 2U);
+
+    auto const part = list->classificationList(extCommClassificationRouteTarget)->commSnapshot();
+    part->commIs(comm(color));
+    EXPECT_EQ(part->classification(), extCommClassificationRouteTarget);
+    EXPECT_EQ(part->comms(), 3U);
+    struct {
+        std::function<void()> call;
+        char const* text;
+    } const rows[] = {
+        {[&] { snapshot->commIs(nullptr); }, "ExtCommListSnapshot::commIs"},
+        {[&] { snapshot->classificationListIs(nullptr); },
+         "ExtCommListSnapshot::classificationListIs"},
+        {[&] { part->commIs(nullptr); }, "ExtCommClassificationListSnapshot::commIs"},
+    };
+    for (auto const& row : rows) {
+        try {
+            row.call();
+            FAIL() << row.text;
+        } catch (Mox::NullMutatorArgumentException const& error) {
+            EXPECT_STREQ(error.what(), row.text);
+        }
+    }
+}
+
+TEST_P(ExtCommLists, ReadingAllocatesNothing) {
+    auto const list = intern({color, rt2, rt1});
+    auto const before = allocationsSoFar();
+    EXPECT_TRUE(list->comm(rt1) && !list->comm(soo) &&
+                list->classificationList(extCommClassificationColor)->comm(color));
+    EXPECT_EQ(allocationsSoFar(), before);
+}
+
+TEST_P(ExtCommLists, AppendedToThemselves) {
+    auto const list = fill({rt2, rt1});
+    list->append(list);
+    list->append(nullptr);
+    list->appendClassificationList(nullptr);
+    EXPECT_EQ(list->comms(), 4U);
+    EXPECT_EQ(list->dedup(table.get()), intern({rt1, rt2}));
+}
+
+class ExtCommListModel : public testing::TestWithParam<bool> {
+    PointerMode mode_{GetParam()};
+};
+
+INSTANTIATE_TEST_SUITE_P(Mode, ExtCommListModel, bothPointerModes(), pointerModeName);
+
+TEST_P(ExtCommListModel, EveryOrderAndRepeatIsOneList) {
+    EightOctets row;
+    everyOrderAndRepeatIsOneList(row);
+}
+
+TEST_P(ExtCommListModel, LongListsAreSortedAndUnique) {
+    EightOctets row;
+    longListsAreSortedAndUnique(row);
+}
+
+TEST_P(ExtCommListModel, EveryAllocationMayFail) {
+    everyAllocationMayFail<EightOctets>();
+}
+
+TEST_P(ExtCommListModel, RandomListsAndTheirObserversAgreeWithSets) {
+    for (unsigned seed = 1; seed <= 4; ++seed) {
+        EightOctets row;
+        RandomLists(row, seed).operate(5000);
+        ASSERT_FALSE(HasFatalFailure()) << "seed " << seed;
+        EXPECT_EQ(row.ear.came, row.ear.went);
+        EXPECT_GT(row.ear.came, 100);
+    }
+}
+
+using ExtCommListsDeathTest = ExtCommLists;
+INSTANTIATE_TEST_SUITE_P(Mode, ExtCommListsDeathTest, bothPointerModes(), pointerModeName);
+
+TEST_P(ExtCommListsDeathTest, Contracts) {
+    auto const unsorted = fill({rt1});
+    auto const interned = Mox::constPtrCast<ExtCommList>(intern({rt1}));
+    auto const part = extCommClassificationListFactory(extCommClassificationColor);
+    auto const neverInterned =
+        Mox::makeActive<ExtComm>(extCommClassificationColor, ExtCommContent(color));
+    auto const twice = intern({validity, validity + 1});
+    struct {
+        char const* text;
+        std::function<void()> call;
+    } const rows[] = {
+        {"'__null != comm'", [&] { unsorted->commIs(nullptr); }},
+        {"'__null == ( comm ) || ( comm )->dedupState() != Kel::dedupHandleStateNeverDeduped()'",
+         [&] { unsorted->commIs(neverInterned); }},
+        {"'__null == ( comm ) || ", [&] { part->commIs(neverInterned); }},
+        {"'dedupState() == Kel::dedupHandleStateNeverDeduped()'",
+         [&] { interned->commIs(comm(rt2)); }},
+        {"'dedupState() == Kel::dedupHandleStateNeverDeduped()'",
+         [&] { interned->append(unsorted); }},
+        {"'commVectorSorted'", [&] { (void)unsorted->comm(rt1); }},
+        {"'commVectorSorted'", [&] { (void)part->comm(rt1); }},
+        {"totalCommunities: Assertion 'commVectorSorted()'",
+         [&] { (void)unsorted->totalCommunities(); }},
+        {"'commVectorSorted()'", [&] { (void)part->hash(); }},
+        {"'commVectorSorted()'", [&] { (void)part->compare(part.get()); }},
+        {"classificationList: Assertion '__null == ( this ) || ( this )->dedupState() != "
+         "Kel::dedupHandleStateNeverDeduped()'",
+         [&] { (void)unsorted->classificationList(extCommClassificationColor); }},
+        {"VoBgpCommunityListExt.cpp:[0-9]*: dedup: Assertion 'comms() <= 1'",
+         [&] {
+             (void)intern({bandwidth, noAsBandwidth});
+         }},
+        {"'__null == ( _classificationList ) || ( _classificationList )->dedupState() == "
+         "Kel::dedupHandleStateNeverDeduped()'",
+         [&] { (void)interned->dedup(table.get()); }},
+        {"hashOfIdentities: Assertion '__null == ( p ) || ( p )->dedupState() != "
+         "Kel::dedupHandleStateNeverDeduped()'",
+         [&] {
+             unsorted->createClassificationListVector(true);
+             (void)unsorted->hash();
+         }},
+        // What is announced is what is written: one origin validation state.
+        {"'serialized.size() == attrSize_ + headerSize_'",
+         [&] { (void)twice->serialize(Serialization(0xa)); }},
+    };
+    for (auto const& row : rows) {
+        std::string pattern;
+        for (char const character : std::string_view(row.text)) {
+            pattern += std::string_view("()|+").find(character) == std::string_view::npos
+                           ? std::string(1, character)
+                           : std::string("\\") + character;
+        }
+        EXPECT_DEATH(row.call(), pattern) << row.text;
+    }
+}
+
+} // namespace
