@@ -1,0 +1,66 @@
+# shellcheck shell=bash
+# What the scripts of this folder share. To be sourced from the top of the tree.
+
+# Debian packages: what the libraries, the program and the tests are built with.
+# shellcheck disable=SC2034 # used by the scripts that source this
+build_packages=(
+    g++ cmake ninja-build pkgconf python3
+    libgtest-dev libgmock-dev zlib1g-dev libbz2-dev
+)
+
+# need_packages PACKAGE...: installs those that are missing, which takes root. Touches nothing, and
+# no network, if all are there. Where there is no dpkg the build itself says what it lacks.
+need_packages() {
+    command -v dpkg-query >/dev/null || return 0
+    local package missing=() log
+    for package; do
+        # shellcheck disable=SC2016 # a format of dpkg-query's
+        dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
+            missing+=("$package")
+    done
+    ((${#missing[@]})) || return 0
+    if ((EUID != 0)); then
+        echo "${0##*/}: these packages are missing: ${missing[*]}" >&2
+        echo "${0##*/}: run this as root once, or: apt-get install ${missing[*]}" >&2
+        return 1
+    fi
+    echo "installing ${missing[*]}"
+    log=$(mktemp)
+    export DEBIAN_FRONTEND=noninteractive
+    # A source that cannot be reached matters only if something is to come from there.
+    apt-get update >"$log" 2>&1 || true
+    if ! apt-get install -y --no-install-recommends "${missing[@]}" >>"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}
+
+# build_preset PRESET [TARGET...]: configures and builds in build/PRESET. Silent, unless it fails:
+# then it prints what the configuration and the compiler had to say.
+build_preset() {
+    local preset=$1 log=build/$1/build.log
+    shift
+    mkdir -p "build/$preset"
+    if cmake --preset "$preset" >"$log" 2>&1 &&
+        as_preset "$preset" cmake --build --preset "$preset" -j "$(nproc)" \
+            ${1:+--target "$@"} -- -k 0 >>"$log" 2>&1; then
+        return 0
+    fi
+    grep -vE '^\[[0-9]+/[0-9]+\] ' "$log"
+    return 1
+}
+
+# as_preset PRESET COMMAND...: runs a command that runs programs built by that preset.
+as_preset() {
+    local preset=$1
+    shift
+    # The thread sanitizer needs its part of the address space; a kernel that spreads addresses
+    # widely puts libraries there.
+    if [[ $preset == tsan ]] && setarch -R true 2>/dev/null; then
+        setarch -R "$@"
+    else
+        "$@"
+    fi
+}

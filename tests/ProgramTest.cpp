@@ -1,0 +1,573 @@
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "DumpOctets.h"
+
+extern char** environ;
+
+namespace BgpCommunities {
+namespace {
+
+using Test::record;
+using Test::TemporaryFile;
+using Lines = std::vector<std::string>;
+
+// ---- Running the program ----
+
+using Arguments = std::vector<std::string>;
+
+/** A descriptor that is closed in the end, and in every program that is started. */
+class Descriptor {
+  public:
+    explicit Descriptor(int fd)
+      : fd_(fd) {
+        EXPECT_NE(fd, -1);
+        ::fcntl(fd_, F_SETFD, FD_CLOEXEC);
+    }
+
+    Descriptor(std::string const& path, int flags)
+      : Descriptor(::open(path.c_str(), flags)) {}
+
+    ~Descriptor() { close(); }
+
+    Descriptor(Descriptor const&) = delete;
+    Descriptor& operator=(Descriptor const&) = delete;
+
+    void close() {
+        if (fd_ != -1) {
+            ::close(fd_);
+            fd_ = -1;
+        }
+    }
+
+    [[nodiscard]] int fd() const { return fd_; }
+
+  private:
+    int fd_;
+};
+
+pid_t start(Arguments const& arguments, int in, int out, int err) {
+    std::vector<char*> argv = {const_cast<char*>(VOBGP_PROGRAM)};
+    for (std::string const& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, in, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, err, STDERR_FILENO);
+    pid_t pid = -1;
+    EXPECT_EQ(posix_spawn(&pid, VOBGP_PROGRAM, &actions, nullptr, argv.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&actions);
+    return pid;
+}
+
+/** The exit status; -1 if a signal ended the program. */
+int finish(pid_t pid) {
+    int status = 0;
+    EXPECT_EQ(::waitpid(pid, &status, 0), pid);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string contentOf(std::string const& path) {
+    std::ostringstream out;
+    out << std::ifstream(path, std::ios::binary).rdbuf();
+    return out.str();
+}
+
+struct Result {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+Result runWithFile(Arguments const& arguments, std::string const& input) {
+    TemporaryFile const out(""), err("");
+    Descriptor const in(input, O_RDONLY);
+    Descriptor const outFd(out.path(), O_WRONLY), errFd(err.path(), O_WRONLY);
+    int const status = finish(start(arguments, in.fd(), outFd.fd(), errFd.fd()));
+    return {status, contentOf(out.path()), contentOf(err.path())};
+}
+
+Result run(Arguments const& arguments, std::string const& input = "") {
+    TemporaryFile const in(input);
+    return runWithFile(arguments, in.path());
+}
+
+Lines linesOf(std::string const& text) {
+    Lines lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+std::string sample(std::string const& name) {
+    return VOBGP_SAMPLES "/" + name;
+}
+
+// ---- decode ----
+
+std::string const target = "0002fde800000064";
+std::string const targetToo = "0102c000020100c8";
+std::string const bandwidth = "4004fbf04cee6b28";
+std::string const bandwidthToo = "4004fbf04d6e6b28";
+
+/** What stands between `head` and the next quote, and is taken off `text`; "?" if it is not there.
+ */
+std::string quoted(std::string& text, std::string const& head) {
+    std::size_t const start = text.find(head);
+    std::size_t const end =
+        start == std::string::npos ? start : text.find('"', start + head.size());
+    if (end == std::string::npos) {
+        return "?";
+    }
+    std::string const value = text.substr(start + head.size(), end - start - head.size());
+    text.erase(0, end + 1);
+    return value;
+}
+
+/** One line of decode --json as "OCTETS:", then " MEMBER" for each, or " ! REASON". */
+std::string essence(std::string json) {
+    std::string const head = R"({"attribute":16,"octets":")";
+    if (!json.starts_with(head)) {
+        return "no such object: " + json;
+    }
+    std::string out = quoted(json, head) + ":";
+    if (json.starts_with(R"(,"error":)")) {
+        out += " ! " + quoted(json, R"("error":")");
+        return out + (json == "}" ? "" : json);
+    }
+    EXPECT_TRUE(json.starts_with(R"(,"communities":[{)") && json.ends_with("}]}")) << json;
+    while (json.find(R"("octets":")") != std::string::npos) {
+        out += " " + quoted(json, R"("octets":")");
+    }
+    return out;
+}
+
+struct DecodeRow {
+    char const* name;
+    Arguments arguments;
+    std::string input;
+    Lines output; // as essence()
+    int status;
+    std::string complaint; // in standard error; if empty, there is nothing there
+};
+
+std::vector<DecodeRow> decodeRows() {
+    std::string const reason = "two different link bandwidths, where a list carries one";
+    std::string const wholeTarget = target + ": " + target;
+    std::string const longest(65528 * 2, '0'), beyond(65536 * 2, '0');
+    return {
+        {"one value", {target}, "", {wholeTarget}, 0, ""},
+        {"upper case", {"0002FDE800000064"}, "", {wholeTarget}, 0, ""},
+        {"members sorted, each once",
+         {bandwidth + target + bandwidth + targetToo + target},
+         "",
+         {bandwidth + target + bandwidth + targetToo + target + ": " + target + " " + targetToo +
+          " " + bandwidth},
+         0,
+         ""},
+        {"values in their order, a malformed one among them",
+         {targetToo, "00", "", target},
+         "",
+         {targetToo + ": " + targetToo, "00: ! length 1 is no multiple of 8",
+          ": ! the value is empty", wholeTarget},
+         1,
+         ""},
+        {"two link bandwidths",
+         {bandwidth + target + bandwidthToo},
+         "",
+         {bandwidth + target + bandwidthToo + ": ! " + reason},
+         1,
+         ""},
+        {"too long for an attribute",
+         {},
+         longest + "\n" + beyond + "\n" + target,
+         {longest + ": 0000000000000000",
+          beyond + ": ! length 65536 is more than a path attribute's 65535", wholeTarget},
+         1,
+         ""},
+        {"lines of all forms, the last one without an end",
+         {"--type", "16"},
+         target + "\r\n16\t" + target + "\n16\t" + target + "\tanywhere\tat all\n" + target,
+         {wholeTarget, wholeTarget, wholeTarget, wholeTarget},
+         0,
+         ""},
+        {"an empty line is an empty value",
+         {},
+         "\n16\t\tnothing\n",
+         {": ! the value is empty", ": ! the value is empty"},
+         1,
+         ""},
+        {"no input", {}, "", {}, 0, ""},
+        {"dashes between values",
+         {targetToo, "-", bandwidth},
+         target,
+         {targetToo + ": " + targetToo, wholeTarget, bandwidth + ": " + bandwidth},
+         0,
+         ""},
+        {"odd digits", {}, "000\n" + target, {wholeTarget}, 1, "line 1: an odd number"},
+        {"no digits", {}, target + "\n0x\n" + target, {wholeTarget, wholeTarget}, 1, "line 2: not"},
+        {"no such type", {}, "17\t00\n" + target, {wholeTarget}, 1, "line 1: the attribute type"},
+        {"no type", {}, "\t00\n", {}, 1, "line 1: the attribute type"},
+        {"a type that is not available", {}, "32\t00\n", {}, 1, "line 1: this attribute type"},
+        {"a line that never ends",
+         {},
+         std::string(3000000, '0') + "\n" + target,
+         {wholeTarget},
+         1,
+         "line 1: a line too long"},
+    };
+}
+
+TEST(ProgramTest, DecodeTellsWhatEachValueHolds) {
+    for (DecodeRow const& row : decodeRows()) {
+        SCOPED_TRACE(row.name);
+        Arguments arguments = {"decode", "--json"};
+        arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
+        Result const json = run(arguments, row.input);
+        Lines essences = linesOf(json.out);
+        for (std::string& line : essences) {
+            line = essence(line);
+        }
+        EXPECT_EQ(essences, row.output);
+        EXPECT_EQ(json.status, row.status);
+        EXPECT_EQ(json.err.empty(), row.complaint.empty()) << json.err;
+        EXPECT_NE(json.err.find(row.complaint), std::string::npos) << json.err;
+
+        // The plain form: as many values, and the same verdicts.
+        arguments.erase(arguments.begin() + 1);
+        Result const plain = run(arguments, row.input);
+        std::size_t values = 0;
+        for (std::string const& line : linesOf(plain.out)) {
+            values += line.starts_with("16 ") ? 1 : 0;
+        }
+        EXPECT_EQ(values, row.output.size()) << plain.out;
+        EXPECT_EQ(plain.status, row.status);
+        EXPECT_EQ(plain.err, json.err);
+    }
+}
+
+/** What the registry calls a type octet. */
+std::string typeName(unsigned int octet) {
+    static std::map<unsigned int, std::string> const names = {
+        {0x00, "TransTwoOctetAs"},     {0x01, "TransIpv4Address"},
+        {0x02, "TransFourOctetAs"},    {0x03, "TransOpaque"},
+        {0x04, "TransQosMarking"},     {0x05, "TransCosCapability"},
+        {0x06, "TransEvpn"},           {0x08, "TransFlowspecRedirectNexthop"},
+        {0x40, "NonTransTwoOctetAs"},  {0x41, "NonTransIpv4Address"},
+        {0x42, "NonTransFourOctetAs"}, {0x43, "NonTransOpaque"},
+        {0x44, "NonTransQosMarking"},  {0x80, "TransGeneric"},
+        {0x81, "TransGenericPart2"},   {0x82, "TransGenericPart3"},
+    };
+    auto const found = names.find(octet);
+    return "extCommPktType" + (found == names.end() ? "Unknown" : found->second);
+}
+
+TEST(ProgramTest, EveryTypeAndSubtypeIsToldAsItIs) {
+    std::vector<std::string> values;
+    std::string input;
+    for (unsigned int pair = 0; pair < 65536; ++pair) {
+        std::array<char, 20> digits{};
+        std::snprintf(digits.data(), digits.size(), "%04x%012llx", pair,
+                      pair * 0x10000000000003ULL & 0xffffffffffffULL);
+        values.emplace_back(digits.data());
+        input += values.back() + "\n";
+    }
+    Result const result = run({"decode", "--json"}, input);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    Lines const lines = linesOf(result.out);
+    ASSERT_EQ(lines.size(), values.size());
+    for (unsigned int pair = 0; pair < 65536; ++pair) {
+        std::string const& octets = values[pair];
+        std::string const& line = lines[pair];
+        ASSERT_TRUE(line.starts_with(R"({"attribute":16,"octets":")" + octets +
+                                     R"(","communities":[{"octets":")" + octets + R"(","text":")"))
+            << line;
+        ASSERT_NE(line.find(R"(","type":")" + typeName(pair >> 8) + R"(","subtype":")"),
+                  std::string::npos)
+            << line;
+        ASSERT_NE(
+            line.find((pair & 0x4000) != 0 ? R"(,"transitive":false,)" : R"(,"transitive":true,)"),
+            std::string::npos)
+            << line;
+    }
+}
+
+TEST(ProgramTest, EachLineIsAnsweredBeforeTheNextIsSent) {
+    std::array<int, 2> toProgram{}, fromProgram{};
+    ASSERT_EQ(::pipe(toProgram.data()), 0);
+    ASSERT_EQ(::pipe(fromProgram.data()), 0);
+    Descriptor in(toProgram[0]), question(toProgram[1]);
+    Descriptor answer(fromProgram[0]), out(fromProgram[1]);
+    pid_t const pid = start({"decode", "--json"}, in.fd(), out.fd(), STDERR_FILENO);
+    in.close();
+    out.close();
+    std::string const line = target + "\n";
+    for (int turn = 0; turn < 3; ++turn) {
+        ASSERT_EQ(::write(question.fd(), line.data(), line.size()),
+                  static_cast<ssize_t>(line.size()));
+        std::string got;
+        char character = 0;
+        while (character != '\n') {
+            pollfd readable = {answer.fd(), POLLIN, 0};
+            ASSERT_EQ(::poll(&readable, 1, 30000), 1) << "no answer";
+            ASSERT_EQ(::read(answer.fd(), &character, 1), 1);
+            got += character;
+        }
+        EXPECT_TRUE(got.find(target) != std::string::npos) << got;
+    }
+    question.close();
+    EXPECT_EQ(finish(pid), 0);
+}
+
+// ---- Dumps ----
+
+/** The number of a key of the object that follows `object`, "" for the whole. */
+std::string number(std::string const& json, std::string const& object, std::string const& key) {
+    std::size_t const start = object.empty() ? 0 : json.find("\"" + object + "\":{");
+    std::size_t const at = json.find("\"" + key + "\":", start);
+    if (start == std::string::npos || at == std::string::npos ||
+        (!object.empty() && at > json.find('}', start))) {
+        return "no " + object + " " + key;
+    }
+    std::size_t const digits = at + key.size() + 3;
+    return json.substr(digits, json.find_first_of(",}", digits) - digits);
+}
+
+std::vector<std::string> fieldsOf(std::string const& line) {
+    std::vector<std::string> out;
+    std::istringstream in(line);
+    for (std::string field; std::getline(in, field, '\t');) {
+        out.push_back(field);
+    }
+    return out;
+}
+
+void expectCounts(std::string const& json, std::map<std::string, std::string> manifest) {
+    for (auto const& [key, column] :
+         std::map<std::string, std::string>{{"records", "records"},
+                                            {"updates", "updates"},
+                                            {"ribEntries", "rib_entries"},
+                                            {"brokenUpdates", "broken_updates"},
+                                            {"brokenAttributeAreas", "broken_attr_areas"},
+                                            {"skippedRecords", "skipped_records"},
+                                            {"truncatedOctets", "truncated_tail_bytes"}}) {
+        EXPECT_EQ(number(json, "", key), manifest.at(column)) << key;
+    }
+    for (auto const& [kind, type] : std::map<std::string, std::string>{
+             {"standard", "8"}, {"extended", "16"}, {"ipv6", "25"}, {"large", "32"}}) {
+        SCOPED_TRACE(kind);
+        EXPECT_EQ(number(json, kind, "attribute"), type);
+        EXPECT_EQ(number(json, kind, "empty"), manifest.at("a" + type + "_empty"));
+        EXPECT_EQ(number(json, kind, "malformed"), manifest.at("a" + type + "_malformed"));
+        EXPECT_EQ(number(json, kind, "members"), manifest.at("a" + type + "_members_wire"));
+        if (kind != "extended") {
+            EXPECT_EQ(number(json, kind, "attributes"), manifest.at("a" + type + "_attrs"));
+        }
+    }
+    EXPECT_EQ(std::to_string(std::stoull(number(json, "extended", "attributes")) +
+                             std::stoull(number(json, "extended", "refused"))),
+              manifest.at("a16_attrs"));
+    EXPECT_EQ(number(json, "extended", "distinctValues"), manifest.at("a16_distinct_values"));
+}
+
+TEST(ProgramTest, StatsOfRealDumpsAreWhatIndependentDecodersCounted) {
+    char const* const data = std::getenv("VOBGP_DATA");
+    if (data == nullptr) {
+        GTEST_SKIP() << "VOBGP_DATA names no folder of real dumps";
+    }
+    Lines const manifest = linesOf(contentOf(std::string(data) + "/manifest.tsv"));
+    ASSERT_FALSE(manifest.empty()) << data;
+    std::vector<std::string> const names = fieldsOf(manifest[0]);
+    Arguments all = {"stats", "--json"};
+    for (std::string const& line : manifest) {
+        std::vector<std::string> const row = fieldsOf(line);
+        SCOPED_TRACE(row[0]);
+        std::map<std::string, std::string> columns;
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            columns[names[column]] = row[column];
+        }
+        std::string const path = std::string(data) + "/" + row[0];
+        if (row[0].starts_with("mrt/")) {
+            all.push_back(path);
+            expectCounts(run({"stats", "--json", path}).out, columns);
+        } else if (row[0].starts_with("ALL:mrt")) {
+            expectCounts(run(all).out, columns);
+        }
+    }
+    EXPECT_GT(all.size(), 2U);
+}
+
+TEST(ProgramTest, StatsOfTheSamples) {
+    Result const whole = run({"stats", "--json", sample("updates.mrt.gz"), sample("rib.mrt.gz")});
+    EXPECT_EQ(whole.status, 0);
+    EXPECT_EQ(whole.err, "");
+    EXPECT_EQ(number(whole.out, "", "files"), "2");
+
+    Result const damaged = run({"stats", "--json", sample("damaged.mrt")});
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_EQ(number(damaged.out, "", "truncatedOctets"), "81");
+    EXPECT_EQ(number(damaged.out, "", "brokenRoutes"), "1");
+    EXPECT_EQ(number(damaged.out, "", "brokenRecords"), "1");
+    EXPECT_EQ(number(damaged.out, "extended", "attributes"), "9");
+    EXPECT_EQ(number(damaged.out, "extended", "malformed"), "1");
+    EXPECT_EQ(number(damaged.out, "extended", "refused"), "1");
+    EXPECT_EQ(number(damaged.out, "extended", "members"), "16");
+    EXPECT_EQ(number(damaged.out, "extended", "distinctValues"), "8");
+    for (char const* const complaint :
+         {"damaged.mrt: record 2 at octet 98: attribute 16 has 12 octets",
+          "damaged.mrt: record 10 at octet 757: two different link bandwidths",
+          "damaged.mrt: record 16 at octet 1327: the input ends in the middle of a record"}) {
+        EXPECT_NE(damaged.err.find(complaint), std::string::npos) << damaged.err;
+    }
+    EXPECT_EQ(runWithFile({"stats", "--json", "-"}, sample("damaged.mrt")).out, damaged.out);
+}
+
+TEST(ProgramTest, ProblemsOfOneKindAreNamedAFewTimesOrAllOnRequest) {
+    std::string dump;
+    for (int count = 0; count < 20; ++count) {
+        dump += record(16, 4, "short");
+    }
+    TemporaryFile const file(dump);
+    Result const few = run({"stats", file.path()});
+    Result const all = run({"stats", "--verbose", file.path()});
+    EXPECT_EQ(few.status, 1);
+    EXPECT_EQ(all.status, 1);
+    EXPECT_EQ(few.out, all.out);
+    EXPECT_NE(few.err.find("17 more broken records"), std::string::npos) << few.err;
+    EXPECT_EQ(linesOf(few.err).size(), 4U);
+    EXPECT_EQ(linesOf(all.err).size(), 20U);
+}
+
+TEST(ProgramTest, ReadPrintsARouteALine) {
+    Result const result = run({"read", sample("damaged.mrt")});
+    EXPECT_EQ(result.status, 1);
+    // By the order of the routes in the sample: how many communities each one has; what is
+    // malformed, refused, or there for the second time is left out.
+    std::vector<std::size_t> counts;
+    for (std::string const& line : linesOf(result.out)) {
+        std::vector<std::string> const fields = fieldsOf(line);
+        ASSERT_EQ(fields.size(), 3U) << line;
+        EXPECT_EQ(fields[0], "198.51.100.2 AS65536");
+        EXPECT_EQ(fields[1], "192.0.2.0/24");
+        std::size_t const texts =
+            static_cast<std::size_t>(std::count(fields[2].begin(), fields[2].end(), '<'));
+        counts.push_back(texts);
+        EXPECT_EQ(fields[2] == "-", texts == 0) << line;
+    }
+    EXPECT_EQ(counts, (std::vector<std::size_t>{2, 0, 2, 0, 2, 0, 2, 1, 1, 2, 0}));
+
+    Result const rib = run({"read", sample("rib.mrt.gz")});
+    EXPECT_EQ(rib.status, 0);
+    EXPECT_EQ(std::to_string(linesOf(rib.out).size()),
+              number(run({"stats", "--json", sample("rib.mrt.gz")}).out, "", "ribEntries"));
+}
+
+// ---- The command line, and what goes wrong around the program ----
+
+TEST(ProgramTest, HelpIsThereForTheProgramAndEachCommand) {
+    for (Arguments const& arguments : {Arguments{"--help"},
+                                       {"decode", "--help"},
+                                       {"read", "-h"},
+                                       {"stats", "--json", "--help"}}) {
+        Result const result = run(arguments);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_TRUE(result.out.starts_with("usage: bgp-communities ")) << result.out;
+        EXPECT_NE(result.out.find("\nexamples:\n"), std::string::npos) << result.out;
+        EXPECT_EQ(result.err, "");
+    }
+    EXPECT_TRUE(run({"--version"}).out.starts_with("bgp-communities "));
+}
+
+TEST(ProgramTest, AUsageErrorIsToldAndNothingIsRead) {
+    struct Row {
+        Arguments arguments;
+        char const* complaint;
+    };
+
+    for (Row const& row : std::vector<Row>{
+             {{}, "no command"},
+             {{"decipher"}, "\"decipher\""},
+             {{"--json"}, "\"--json\""},
+             {{"stats"}, "no FILE"},
+             {{"read", "--verbose"}, "no FILE"},
+             {{"stats", "--type", sample("rib.mrt.gz")}, "--type"},
+             {{"decode", "--forms", target}, "--forms is not available"},
+             {{"decode", "--type", "32", target}, "--type: this attribute type is not available"},
+             {{"decode", "--type=7", target}, "--type: the attribute type is none of"},
+             {{"decode", target, "--type"}, "--type needs a value"},
+             {{"decode", "--json=yes", target}, "--json takes no value"},
+             {{"decode", target, "0002fde80000006"}, "odd"},
+             {{"decode", target, "--", "--json"}, "\"--json\""},
+         }) {
+        SCOPED_TRACE(row.complaint);
+        Result const result = run(row.arguments, target);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.out, "");
+        EXPECT_TRUE(result.err.starts_with("bgp-communities: ")) << result.err;
+        EXPECT_NE(result.err.find(row.complaint), std::string::npos) << result.err;
+    }
+}
+
+TEST(ProgramTest, AFileThatCannotBeReadDoesNotStopTheOthers) {
+    std::string const folder = testing::TempDir();
+    std::string const missing = folder + "no-such-file.mrt";
+    Result const result =
+        run({"stats", "--json", missing, sample("damaged.mrt"), folder, sample("rib.mrt.gz")});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_NE(result.err.find(missing + ": No such file"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find(folder + ": Is a directory"), std::string::npos) << result.err;
+    EXPECT_EQ(result.out,
+              run({"stats", "--json", sample("damaged.mrt"), sample("rib.mrt.gz")}).out);
+
+    Result const decode = runWithFile({"decode", "--json", target, "-", targetToo}, folder);
+    EXPECT_EQ(decode.status, 3);
+    EXPECT_EQ(linesOf(decode.out).size(), 2U);
+}
+
+TEST(ProgramTest, OutputThatNobodyReadsIsNoError) {
+    std::string input;
+    for (int count = 0; count < 20000; ++count) {
+        input += target + "\n";
+    }
+    TemporaryFile const in(input), err("");
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::pipe(pipe.data()), 0);
+    Descriptor const out(pipe[1]);
+    ::close(pipe[0]);
+    Descriptor const inFd(in.path(), O_RDONLY), errFd(err.path(), O_WRONLY);
+    EXPECT_EQ(finish(start({"decode"}, inFd.fd(), out.fd(), errFd.fd())), 0);
+    EXPECT_EQ(contentOf(err.path()), "");
+}
+
+TEST(ProgramTest, OutputThatCannotBeWrittenIsAnError) {
+    TemporaryFile const in(target), err("");
+    Descriptor const inFd(in.path(), O_RDONLY), errFd(err.path(), O_WRONLY);
+    Descriptor const full("/dev/full", O_WRONLY);
+    EXPECT_EQ(finish(start({"decode"}, inFd.fd(), full.fd(), errFd.fd())), 3);
+    EXPECT_NE(contentOf(err.path()).find("standard output: "), std::string::npos);
+}
+
+} // namespace
+} // namespace BgpCommunities

@@ -1,0 +1,58 @@
+#include "CommandLine.h"
+
+#include <algorithm>
+#include <string>
+
+namespace BgpCommunities {
+
+namespace {
+
+Option const& find(std::span<Option const> known, std::string_view name) {
+    static constexpr Option help = {helpOption};
+    auto const found =
+        std::find_if(known.begin(), known.end(), [&](auto& option) { return option.name == name; });
+    if (found != known.end()) {
+        return *found;
+    }
+    if (name == helpOption || name == "-h") {
+        return help;
+    }
+    throw UsageError("option " + std::string(name) + " is not available");
+}
+
+} // namespace
+
+Arguments::Arguments(std::span<Option const> known, std::span<char const* const> arguments) {
+    bool optionsEnded = false;
+    for (std::size_t at = 0; at < arguments.size(); ++at) {
+        std::string_view const argument = arguments[at];
+        if (optionsEnded || argument.size() < 2 || argument[0] != '-') {
+            operands_.push_back(argument);
+            continue;
+        }
+        if (argument == "--") {
+            optionsEnded = true;
+            continue;
+        }
+        std::size_t const equals = std::min(argument.find('='), argument.size());
+        bool const valueInside = equals != argument.size();
+        Option const& option = find(known, argument.substr(0, equals));
+        if (valueInside && !option.takesValue) {
+            throw UsageError("option " + std::string(option.name) + " takes no value");
+        }
+        if (option.takesValue && !valueInside && ++at == arguments.size()) {
+            throw UsageError("option " + std::string(option.name) + " needs a value");
+        }
+        options_.push_back({option.name, valueInside         ? argument.substr(equals + 1)
+                                         : option.takesValue ? std::string_view(arguments[at])
+                                                             : std::string_view()});
+    }
+}
+
+std::optional<std::string_view> Arguments::value(std::string_view option) const {
+    auto const found = std::find_if(options_.rbegin(), options_.rend(),
+                                    [&](Given const& given) { return given.name == option; });
+    return found == options_.rend() ? std::nullopt : std::optional(found->value);
+}
+
+} // namespace BgpCommunities

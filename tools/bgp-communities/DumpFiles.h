@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "CommandLine.h"
+#include "ExitStatus.h"
+#include "MrtCounts.h"
+#include "ProblemLog.h"
+#include "RouteHandler.h"
+
+namespace BgpCommunities {
+
+/**
+ * Who is told what the dumps of a command hold; their problems go to its log.
+ *
+ * It owns the log. Thread-compatible.
+ */
+class DumpHandler : public RouteHandler {
+  public:
+    explicit DumpHandler(bool verbose)
+      : log_(verbose) {}
+
+    void handleProblem(Problem const& problem) final { log_.report(problem); }
+
+    /** What is read from now on comes from this one; its name outlives the reading. */
+    void fileIs(std::string const& name) { file_ = name; }
+
+    [[nodiscard]] ProblemLog const& log() const { return log_; }
+
+  protected:
+    void refuse(RecordPosition const& at, std::string_view reason) {
+        log_.reportRefused(file_, at, reason);
+    }
+
+  private:
+    ProblemLog log_;
+    std::string_view file_;
+};
+
+/** What the reading of the dumps of a command came to; a plain value. */
+struct DumpResult {
+    std::uint64_t files = 0; // that could be opened
+    MrtCounts counts;        // of all of them
+    ExitStatus status = ExitStatus::allRead;
+};
+
+/** The files that are named, at least one (else UsageError); "-" is standard input. */
+std::span<std::string_view const> dumpFiles(Arguments const& arguments);
+
+/**
+ * Reads one dump after the other. What is wrong is named on standard error and does not keep the
+ * rest from being read.
+ */
+DumpResult readDumps(std::span<std::string_view const> files, DumpHandler& handler);
+
+} // namespace BgpCommunities

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "OctetReader.h"
+#include "PathAttributes.h"
+
+namespace BgpCommunities {
+
+/** The length of a path attribute is two octets (RFC 4271, section 4.3). */
+inline constexpr std::size_t maxAttributeOctets = 65535;
+
+/** Why these octets cannot be the value of an attribute of this kind; empty if they can. */
+std::string malformation(CommunityKind kind, Octets value);
+
+/** Makes `members` those of an extended communities attribute, as sent: eight octets each, the
+    first most significant. */
+void readExtendedMembers(Octets value, std::vector<std::uint64_t>& members);
+
+/**
+ * Why a well-formed extended communities attribute is left alone; empty if it is not.
+ *
+ * A list carries one link bandwidth: two different ones in an attribute contradict each other, and
+ * the library asserts that it is never given them. The same one again is only a repetition.
+ */
+std::string refusal(Octets value);
+
+} // namespace BgpCommunities

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <charconv>
+#include <concepts>
+#include <string>
+#include <string_view>
+
+#include "OctetReader.h"
+
+namespace BgpCommunities {
+
+/**
+ * JSON (RFC 8259) being written, on one line and without blanks.
+ *
+ *     json.beginObject().key("attribute").number(16).key("octets").octets(value).endObject();
+ *
+ * It owns nothing: it appends to the text of the caller, who calls in an order that makes sense.
+ * Thread-compatible. What never changes: the output is valid UTF-8 and holds no control character,
+ * whatever octets the strings hold.
+ */
+class JsonWriter {
+  public:
+    explicit JsonWriter(std::string& out)
+      : out_(out) {}
+
+    JsonWriter& beginObject() { return begin('{'); }
+
+    JsonWriter& endObject() { return end('}'); }
+
+    JsonWriter& beginArray() { return begin('['); }
+
+    JsonWriter& endArray() { return end(']'); }
+
+    /** The name of the next value of an object. */
+    JsonWriter& key(std::string_view name) {
+        string(name);
+        out_ += ':';
+        first_ = true;
+        return *this;
+    }
+
+    /** Octets that are no valid UTF-8, and control characters, become \u00XX. */
+    JsonWriter& string(std::string_view text);
+
+    /** A string of two lower-case hexadecimal digits for each octet. */
+    JsonWriter& octets(Octets octets);
+
+    JsonWriter& boolean(bool value) {
+        separate();
+        out_ += value ? "true" : "false";
+        return *this;
+    }
+
+    template <std::integral Number>
+    JsonWriter& number(Number value) {
+        separate();
+        char digits[20]; // of the longest 64-bit number, sign and all
+        out_.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
+        return *this;
+    }
+
+  private:
+    JsonWriter& begin(char bracket) {
+        separate();
+        out_ += bracket;
+        first_ = true;
+        return *this;
+    }
+
+    JsonWriter& end(char bracket) {
+        out_ += bracket;
+        first_ = false;
+        return *this;
+    }
+
+    void separate() {
+        if (!first_) {
+            out_ += ',';
+        }
+        first_ = false;
+    }
+
+    void escape(unsigned char octet);
+
+    std::string& out_;
+    bool first_ = true; // no comma before the next value: it follows a bracket, a key or nothing
+};
+
+} // namespace BgpCommunities

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "CommandLine.h"
+
+namespace BgpCommunities {
+
+/** `stats`: what dumps hold, counted. */
+extern Command const statsCommand;
+
+} // namespace BgpCommunities

@@ -1,0 +1,109 @@
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <exception>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "CommandLine.h"
+#include "DecodeCommand.h"
+#include "Output.h"
+#include "ReadCommand.h"
+#include "StandardError.h"
+#include "StatsCommand.h"
+
+namespace {
+
+using namespace BgpCommunities;
+
+constexpr std::array<Command const*, 3> commands = {&decodeCommand, &readCommand, &statsCommand};
+
+constexpr std::string_view helpHead =
+    R"(usage: bgp-communities COMMAND [OPTION...] [ARGUMENT...]
+       bgp-communities COMMAND --help
+       bgp-communities --help | --version
+
+Reads the communities of BGP routes from MRT dumps and from single path attributes.
+
+commands:
+)";
+
+constexpr std::string_view helpTail = R"(
+exit status:
+  0  all has been read
+  1  some input was malformed: it is named on standard error, or in its place in the output; the
+     rest has been read
+  2  the command line makes no sense
+  3  something could not be read or written; the other files have been read
+
+examples:
+  bgp-communities decode 0002fde800000064
+  bgp-communities read updates.20240101.0000.gz
+  bgp-communities stats --json rib.bz2
+)";
+
+std::string help() {
+    std::string text(helpHead);
+    for (Command const* const command : commands) {
+        std::string name(command->name);
+        name.resize(8, ' ');
+        text.append("  ").append(name).append(command->summary).append("\n");
+    }
+    return text.append(helpTail);
+}
+
+Command const& find(std::string_view name) {
+    auto const found = std::find_if(commands.begin(), commands.end(),
+                                    [&](Command const* command) { return command->name == name; });
+    if (found == commands.end()) {
+        throw UsageError("there is no command \"" + std::string(name) + "\"");
+    }
+    return **found;
+}
+
+ExitStatus run(std::span<char const* const> arguments, Output& output) {
+    if (arguments.empty()) {
+        throw UsageError("no command is named");
+    }
+    std::string_view const first = arguments[0];
+    if (first == helpOption || first == "-h") {
+        output.text() += help();
+        return ExitStatus::allRead;
+    }
+    if (first == "--version") {
+        output.text() += "bgp-communities " BGP_COMMUNITIES_VERSION "\n";
+        return ExitStatus::allRead;
+    }
+    Command const& command = find(first);
+    Arguments const parsed(command.options, arguments.subspan(1));
+    if (parsed.has(helpOption)) {
+        output.text() += command.help;
+        return ExitStatus::allRead;
+    }
+    return command.run(parsed, output);
+}
+
+ExitStatus guarded(std::span<char const* const> arguments) try {
+    Output output;
+    ExitStatus const status = run(arguments, output);
+    output.flush();
+    return status;
+} catch (UsageError const& error) {
+    complain(std::string(error.what()) + " (bgp-communities --help)");
+    return ExitStatus::usage;
+} catch (BrokenPipe const&) {
+    return ExitStatus::allRead;
+} catch (std::exception const& error) {
+    complain(error.what());
+    return ExitStatus::unreadable;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // A reader of the output that goes away is an error of the write, not a signal.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::span<char const* const> const arguments(argv, static_cast<std::size_t>(argc));
+    return static_cast<int>(guarded(arguments.subspan(std::min<std::size_t>(arguments.size(), 1))));
+}
