@@ -1,0 +1,251 @@
+#pragma once
+
+#include <Mox/Assert.h>
+#include <Mox/Hash.h>
+#include <VoBgp/ExtCommListFamily.h>
+#include <VoBgp/VoBgpCommunityListImpl.h>
+
+#include <algorithm>
+#include <array>
+#include <ostream>
+#include <span>
+
+// The bodies of the family's templates, for the sources that instantiate them.
+
+namespace Routing::Bgp {
+
+namespace Detail {
+
+/// The one-at-a-time mix of the identities of interned objects, each eight octets, the least
+/// significant first; 0 if there are none.
+template <class Objects>
+U32 hashOfIdentities(Objects const& objects) noexcept {
+    Mox::OneAtATimeHash hash;
+    for (auto const& p : objects) {
+        MOX_ASSERT_TEXT(p == nullptr || p->dedupState() != Kel::dedupHandleStateNeverDeduped(),
+                        "__null == ( p ) || ( p )->dedupState() != "
+                        "Kel::dedupHandleStateNeverDeduped()");
+        hash.addLittleEndian(reinterpret_cast<U64>(p.get()));
+    }
+    return hash.finish();
+}
+
+/// Prints communities, each as it streams.
+template <class ListType>
+std::ostream& formatExtComms(std::ostream& os, ListType const* list, bool bracketed) {
+    return formatCommList(
+        os, list, [](std::ostream& out, auto const& comm) { out << *comm; }, bracketed, " ");
+}
+
+} // namespace Detail
+
+// ---- Classification lists -----------------------------------------------------------------------
+
+template <class Family>
+ExtCommClassificationListBase<Family>::~ExtCommClassificationListBase() = default;
+
+template <class Family>
+U32 ExtCommClassificationListBase<Family>::hash() const {
+    MOX_ASSERT_TEXT(this->commVectorSorted(), "commVectorSorted()");
+    return Detail::hashOfIdentities(*this);
+}
+
+template <class Family>
+bool ExtCommClassificationListBase<Family>::compare(Kel::DedupHandle const* other) const {
+    MOX_ASSERT_TEXT(this->commVectorSorted(), "commVectorSorted()");
+    return static_cast<ExtCommClassificationListBase const*>(other)->commVector() ==
+           this->commVector();
+}
+
+template <class Family>
+bool ExtCommClassificationListBase<Family>::compareByContent(
+    Kel::DedupContentHandle const& content) const {
+    auto const& members = content.as<std::span<CommPtr const>>();
+    return std::equal(this->begin(), this->end(), members.begin(), members.end());
+}
+
+template <class Family>
+void ExtCommClassificationListBase<Family>::formatHandle(std::ostream& os) const {
+    os << static_cast<List const*>(this);
+}
+
+template <class Family>
+auto ExtCommClassificationListBase<Family>::commSnapshot() const -> Mox::Ptr<Snapshot> {
+    auto snapshot = Mox::makeActive<Snapshot>(classification_);
+    for (auto const& comm : *this) {
+        snapshot->commIs(comm);
+    }
+    return snapshot;
+}
+
+template <class Family>
+String ExtCommClassificationListBase<Family>::toStrep() const {
+    return stringify(static_cast<List const*>(this));
+}
+
+template <class Family>
+auto ExtCommClassificationListBase<Family>::findOrCreate(ClassificationListVector<List>& vector,
+                                                         ExtCommClassification classification,
+                                                         bool dedupMode) -> List& {
+    if (auto const* const list = vector[classification]; list != nullptr) {
+        MOX_ASSERT_TEXT(!dedupMode || list->dedupState() == Kel::dedupHandleStateNeverDeduped(),
+                        "__null == ( _classificationList ) || ( _classificationList "
+                        ")->dedupState() == Kel::dedupHandleStateNeverDeduped()");
+        // The vector's own: nobody else has a list that was not interned.
+        return const_cast<List&>(*list);
+    }
+    auto list = Family::newClassificationList(classification);
+    if (!dedupMode) {
+        static_cast<ExtCommClassificationListBase&>(*list).destashedIs();
+    }
+    ExtCommListClassificationListIs(vector, list);
+    return *list;
+}
+
+template <class Family>
+auto ExtCommClassificationListBase<Family>::dedupIn(Kel::DedupHashTable const& table)
+    -> Mox::PtrConst<List> {
+    return Mox::staticPtrCast<List const>(table.dedup(Kel::DedupHandle::Ptr(this)));
+}
+
+// ---- Lists: filling and reading -----------------------------------------------------------------
+
+template <class Family>
+ExtCommListBase<Family>::~ExtCommListBase() = default;
+
+template <class Family>
+U32 ExtCommListBase<Family>::hash() const {
+    return Detail::hashOfIdentities(classificationLists_);
+}
+
+template <class Family>
+bool ExtCommListBase<Family>::compare(Kel::DedupHandle const* other) const {
+    return static_cast<ExtCommListBase const*>(other)->classificationLists_ == classificationLists_;
+}
+
+template <class Family>
+bool ExtCommListBase<Family>::compareByContent(Kel::DedupContentHandle const& content) const {
+    return content.as<ClassificationLists>() == classificationLists_;
+}
+
+template <class Family>
+void ExtCommListBase<Family>::formatHandle(std::ostream& os) const {
+    os << static_cast<List const*>(this);
+}
+
+template <class Family>
+void ExtCommListBase<Family>::append(Mox::PtrConst<List> const& other) {
+    if (other) {
+        this->addAll(other->commVector());
+    }
+}
+
+template <class Family>
+void ExtCommListBase<Family>::appendClassificationList(
+    Mox::PtrConst<ClassificationList> const& other) {
+    if (other) {
+        this->addAll(other->commVector());
+    }
+}
+
+template <class Family>
+U32 ExtCommListBase<Family>::totalCommunities() const {
+    MOX_ASSERT_TEXT(this->commVectorSorted(), "commVectorSorted()");
+    return this->commVector().size();
+}
+
+template <class Family>
+auto ExtCommListBase<Family>::classificationList(ExtCommClassification classification) const
+    -> Mox::PtrConst<ClassificationList> {
+    MOX_ASSERT_TEXT(this->dedupState() != Kel::dedupHandleStateNeverDeduped(),
+                    "__null == ( this ) || ( this )->dedupState() != "
+                    "Kel::dedupHandleStateNeverDeduped()");
+    return Mox::PtrConst<ClassificationList>(classificationLists_[classification]);
+}
+
+template <class Family>
+auto ExtCommListBase<Family>::commSnapshot() const -> Mox::Ptr<Snapshot> {
+    auto snapshot = Mox::makeActive<Snapshot>();
+    for (auto const& list : classificationLists_) {
+        snapshot->classificationListIs(list);
+    }
+    for (auto const& comm : *this) {
+        snapshot->commIs(comm);
+    }
+    return snapshot;
+}
+
+template <class Family>
+String ExtCommListBase<Family>::toStrep() const {
+    return stringify(static_cast<List const*>(this));
+}
+
+// ---- Lists: freezing ----------------------------------------------------------------------------
+
+template <class Family>
+void ExtCommListBase<Family>::classify(bool dedupMode) {
+    transitiveComms_ = 0;
+    this->sortComms();
+    try {
+        splitMembers(dedupMode);
+    } catch (...) {
+        classificationLists_.clear();
+        throw;
+    }
+    if (dedupMode) {
+        transitiveComms_ = static_cast<U32>(std::count_if(
+            this->begin(), this->end(), [](CommPtr const& comm) { return comm->transitive(); }));
+    }
+}
+
+/// Counted first, so that every vector has its exact size from the start.
+template <class Family>
+void ExtCommListBase<Family>::splitMembers(bool dedupMode) {
+    std::array<U32, ClassificationLists::maximumSlots> members{};
+    for (auto const& comm : *this) {
+        MOX_ASSERT(comm->classification() < members.size());
+        ++members[comm->classification()];
+    }
+    auto const absent = std::count(members.begin(), members.end(), 0U);
+    classificationLists_.reserve(ClassificationLists::maximumSlots - static_cast<U32>(absent));
+    std::array<ClassificationList*, ClassificationLists::maximumSlots> lists{};
+    for (U32 slot = 0; slot < lists.size(); ++slot) {
+        if (members[slot] != 0) {
+            lists[slot] = &ClassificationList::findOrCreate(
+                classificationLists_, static_cast<ExtCommClassification>(slot), dedupMode);
+            lists[slot]->expectedCommunityCountIs(members[slot]);
+        }
+    }
+    for (auto const& comm : *this) {
+        lists[comm->classification()]->commIs(comm);
+    }
+}
+
+/// An observer of route-target lists may let go of the table, or of all that the caller has of the
+/// list, while it is told of a classification list: both are held until the end.
+template <class Family>
+auto ExtCommListBase<Family>::dedupIn(Table const* table) -> Mox::PtrConst<List> {
+    Mox::PtrConst<Table> const tableHeld(table);
+    Mox::Ptr<List> const self(static_cast<List*>(this));
+    try {
+        for (U32 slot = 0; slot < classificationLists_.size(); ++slot) {
+            auto const* const list = classificationLists_[slot];
+            if (list == nullptr) {
+                continue;
+            }
+            if (list->dedupState() == Kel::dedupHandleStateNeverDeduped()) {
+                ExtCommListClassificationListIs(
+                    classificationLists_, const_cast<ClassificationList*>(list)->dedup(table));
+            } else {
+                MOX_ASSERT_TEXT(list->commVectorSorted(),
+                                "_classificationList->commVectorSorted()");
+            }
+        }
+        return Mox::staticPtrCast<List const>(table->dedup(self));
+    } catch (...) {
+        classificationLists_.clear();
+        throw;
+    }
+}
+
+} // namespace Routing::Bgp
