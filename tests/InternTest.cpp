@@ -387,6 +387,29 @@ TEST_P(Intern, ALifetimeNotifierDroppedWhileItsObjectIsDetached) {
     EXPECT_EQ(kept->referenceCount(), 1U);
 }
 
+TEST_P(Intern, SeveralLifetimeNotifiersHoldOneObject) {
+    std::vector<Mox::Ptr<Kel::DedupHandleLifeTimeNotifier>> notifiers;
+    auto word = intern(*table, 1);
+    for (U32 i = 0; i < 5; ++i) {
+        notifiers.push_back(Mox::makeActive<Kel::DedupHandleLifeTimeNotifier>(word));
+        EXPECT_EQ(word->word().floor(), i + 2);
+    }
+    word = nullptr;
+    EXPECT_FALSE(lookup(*table, 1));
+    notifiers.clear();
+    EXPECT_EQ(Word::alive, 0);
+}
+
+TEST_P(Intern, AnObserverMayResetThePointerThatWasInternedBy) {
+    auto const observer = observe();
+    auto word = Mox::makeCounted<Word>(U64{1});
+    observer->onInsert = [&](auto const&) { word = nullptr; };
+    auto const kept = Mox::staticPtrCast<Word const>(table->dedup(word));
+    EXPECT_FALSE(word);
+    EXPECT_EQ(kept->value(), 1U);
+    EXPECT_EQ(kept->referenceCount(), 2U);
+}
+
 TEST_P(Intern, DestructorsRunWithoutALockHeld) {
     auto other = Mox::makeCounted<Table>(GetParam());
     Word::onDestroy = [&](Word const& word) {
@@ -669,6 +692,30 @@ TEST_F(InternThreads, ReleasesMeetATableThatGoes) {
         releaser.join();
         destroyer.join();
         ASSERT_EQ(Word::alive, 0);
+    }
+}
+
+TEST_F(InternThreads, WhatAnObserverWasGivenIsThereUntilItHasBeenToldToStop) {
+    for (int round = 0; round < threadSteps / 500; ++round) {
+        auto mortal = Mox::makeCounted<Table>(true);
+        auto const observer = Mox::makeActive<Observer>();
+        std::set<DedupHandle const*> given;
+        observer->onInsert = [&](auto const& handle) { given.insert(handle.get()); };
+        observer->onRemove = [&](auto* handle) { given.erase(handle); };
+        observer->onStop = [&](auto const&) {
+            for (auto const* handle : given) {
+                ASSERT_LT(valueOf(handle), 32U) << "it has gone behind the observer's back";
+            }
+        };
+        mortal->lifeTimeNotifieeIs(observer);
+        std::vector<Word::PtrConst> mine;
+        for (U64 i = 0; i < 32; ++i) {
+            mine.push_back(intern(*mortal, i));
+        }
+        std::thread releaser([&] { mine.clear(); });
+        mortal = nullptr;
+        releaser.join();
+        ASSERT_EQ(observer->stops, 1);
     }
 }
 

@@ -9,7 +9,8 @@ namespace Kel {
 ///
 /// Its reference raises the object's floor with its count, so the object leaves its table when all
 /// others have let go; whoever still holds the notifier then keeps the object itself alive. To be
-/// made by a holder of the object, as a rule in the table's `handleInsert`. Immutable.
+/// made by a holder of the object once it is interned, as a rule in the table's `handleInsert`;
+/// made of an object that is in no table, its reference is an ordinary one. Immutable.
 class VOBGP_EXPORT DedupHandleLifeTimeNotifier : public Mox::PtrInterface {
   public:
     MOX_COUNTED(DedupHandleLifeTimeNotifier)

@@ -26,7 +26,8 @@ class VOBGP_EXPORT DedupHashTableLifeTimeNotifiee : public Mox::PtrInterface {
     MOX_COUNTED(DedupHashTableLifeTimeNotifiee)
 
     /// The object has been inserted; nobody else is handed it before this returns. If this throws,
-    /// the object is taken out again and whoever was interning it gets the exception.
+    /// the object is taken out again and whoever was interning it gets the exception: it must not
+    /// have shown the object to another thread by then, nor kept a lifetime notifier of it.
     virtual void handleInsert(DedupHandle::Ptr const& handle) = 0;
 
     /// The last outside reference to an announced object has gone and it is about to leave. No
@@ -35,7 +36,7 @@ class VOBGP_EXPORT DedupHashTableLifeTimeNotifiee : public Mox::PtrInterface {
     virtual void handleRemove(DedupHandle* handle) = 0;
 
     /// No more will be heard of the table: it goes, or has another observer now. Objects that were
-    /// announced may still be in it.
+    /// announced may still be in it. Keeps no pointer to the table; does not throw.
     virtual void handleNotificationStop(Mox::PtrConst<DedupHashTable> const& table) = 0;
 };
 
@@ -80,7 +81,7 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
 
   protected:
     explicit DedupHashTable(bool threadSafe);
-    void onZeroReferences() noexcept override;
+    void onZeroReferences() noexcept final;
 
   private:
     Mox::Detail::InternTablePresence const presence_;

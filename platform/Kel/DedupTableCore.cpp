@@ -84,28 +84,23 @@ void DedupSlots::erase(U64 placed, DedupHandle const& handle, PlacedOf const& pl
 
 // ---- Locks --------------------------------------------------------------------------------------
 
-/// The locks that one step on a content needs: the shard's, and the notification mutex where the
-/// table is watched. In plain mode it holds nothing and says that it holds all.
+/// The locks that one step on a content needs: the shard's, and the notification mutex where
+/// something may have to be announced. In plain mode it holds nothing and says that it holds all.
 class DedupTableCore::Locks {
   public:
-    Locks(DedupTableCore const& core, Shard const& shard)
+    /// `mayHaveToAnnounce`: take the notification mutex as well, if the table is watched. A
+    /// notifiee that comes after this look has no claim to the entry.
+    Locks(DedupTableCore const& core, Shard const& shard, bool mayHaveToAnnounce)
       : core_(core) {
         if (!core.threadSafe_) {
             return;
         }
         notification_ = std::unique_lock(notificationMutex(), std::defer_lock);
         shard_ = std::unique_lock(shard.mutex, std::defer_lock);
-        for (;;) {
-            if (core.watched_.load(std::memory_order_acquire)) {
-                notification_.lock();
-            }
-            shard_.lock();
-            // A notifiee that came between the two looks: its mutex goes before the shard's.
-            if (notification_.owns_lock() || !core.watched_.load(std::memory_order_acquire)) {
-                return;
-            }
-            shard_.unlock();
+        if (mayHaveToAnnounce && core.watched_.load(std::memory_order_acquire)) {
+            notification_.lock();
         }
+        shard_.lock();
     }
 
     /// Whether no other thread can be announcing anything.
@@ -113,13 +108,17 @@ class DedupTableCore::Locks {
         return !core_.threadSafe_ || notification_.owns_lock();
     }
 
-    /// Whether an insertion or a removal is to be announced, and may be.
-    bool mayAnnounce() const noexcept {
-        return holdNotification() && core_.watched_.load(std::memory_order_relaxed);
+    /// Whether an insertion has to wait for the notification mutex first.
+    bool lackNotification() const noexcept {
+        return !holdNotification() && core_.watched_.load(std::memory_order_acquire);
     }
 
-    /// Lets another thread finish what it is announcing.
-    void waitForAnnouncement() {
+    /// Whether an insertion or a removal is to be announced, and may be.
+    bool mayAnnounce() const noexcept { return holdNotification() && core_.telling_; }
+
+    /// Takes the notification mutex, for which the shard has to be let go: what was seen in it
+    /// must be looked at afresh. What another thread is announcing has then been announced.
+    void lockNotification() {
         shard_.unlock();
         notification_.lock();
         shard_.lock();
@@ -175,36 +174,39 @@ DedupHandle::PtrConst DedupTableCore::take(Locks& locks, Shard& shard, U64 place
         if (handle->countWord().isSettled() || locks.holdNotification()) {
             return DedupHandle::PtrConst(handle);
         }
-        locks.waitForAnnouncement();
+        locks.lockNotification();
     }
 }
 
 DedupHandle::PtrConst DedupTableCore::lookupByContent(DedupContentHandle const& content, U32 hash) {
     auto const placed = placedHash(hash);
     auto& shard = shardOf(placed);
-    Locks locks(*this, shard);
+    Locks locks(*this, shard, false);
     return take(locks, shard, placed, [&](DedupHandle const& candidate) {
         return candidate.internedHash_ == hash && candidate.compareByContent(content);
     });
 }
 
+/// A hit takes the shard's lock only; the notification mutex is for those who insert.
 DedupHandle::PtrConst DedupTableCore::dedup(DedupHandle::Ptr const& object) {
     auto const hash = object->hash();
     auto const placed = placedHash(hash);
     auto& shard = shardOf(placed);
-    Locks locks(*this, shard);
-    auto existing = take(locks, shard, placed, [&](DedupHandle const& candidate) {
+    auto const equals = [&](DedupHandle const& candidate) {
         return candidate.internedHash_ == hash && object->compare(&candidate);
-    });
+    };
+    Locks locks(*this, shard, false);
+    auto existing = take(locks, shard, placed, equals);
+    if (!existing && locks.lackNotification()) {
+        locks.lockNotification();
+        existing = take(locks, shard, placed, equals);
+    }
     if (existing) {
         return existing;
     }
     bool const announce = locks.mayAnnounce();
     enter(shard, *object, hash, announce);
-    if (announce) {
-        announceInsertion(locks, shard, object);
-    }
-    return object;
+    return announce ? announceInsertion(locks, shard, object) : object;
 }
 
 void DedupTableCore::enter(Shard& shard, DedupHandle& handle, U32 hash, bool announce) {
@@ -226,7 +228,9 @@ void DedupTableCore::leave(Shard& shard, DedupHandle& handle) noexcept {
 
 /// Tells the notifiee of an object just inserted. The notification mutex is held throughout, so
 /// another thread that finds the entry waits, and is handed it only once it has been announced.
-void DedupTableCore::announceInsertion(Locks& locks, Shard& shard, DedupHandle::Ptr const& object) {
+/// The object is passed by value: the notifiee may reset the pointer that the caller interned by.
+DedupHandle::PtrConst DedupTableCore::announceInsertion(Locks& locks, Shard& shard,
+                                                        DedupHandle::Ptr object) {
     auto const notifiee = notifiee_;
     locks.unlockShard();
     try {
@@ -242,6 +246,7 @@ void DedupTableCore::announceInsertion(Locks& locks, Shard& shard, DedupHandle::
         throw;
     }
     object->countWord().insertionAnnounced();
+    return object;
 }
 
 /// The race that interning has to win: another thread may find the object between its last release
@@ -256,7 +261,7 @@ void DedupTableCore::releaseHandle(DedupHandle& handle) noexcept {
     Mox::Ptr<DedupHashTableLifeTimeNotifiee> notifiee;
     {
         auto& shard = shardOf(placedHashOf(handle));
-        Locks locks(*this, shard);
+        Locks locks(*this, shard, true);
         auto const outcome = word.releaseUnderLock();
         if (outcome == Release::released) {
             return;
@@ -290,14 +295,16 @@ void DedupTableCore::notifieeIs(Mox::Ptr<DedupHashTableLifeTimeNotifiee> const& 
     if (notifiee == notifiee_) {
         return;
     }
-    watched_.store(false, std::memory_order_release);
     before = std::exchange(notifiee_, notifiee);
+    telling_ = notifiee && notifiee->hasNotificationActive();
     // A notifiee hears the removal only of what it was given.
     forgetAnnouncements();
-    watched_.store(notifiee && notifiee->hasNotificationActive(), std::memory_order_release);
     if (before) {
         before->handleNotificationStop(table);
     }
+    // Not before: until the one that goes has been told, what it was given may not leave behind its
+    // back. What it did may have changed the notifiee once more; this is how things stand now.
+    watched_.store(telling_, std::memory_order_release);
 }
 
 Mox::Ptr<DedupHashTableLifeTimeNotifiee> DedupTableCore::notifiee() const {
@@ -318,6 +325,8 @@ void DedupTableCore::forgetAnnouncements() noexcept {
     }
 }
 
+/// The core may go as soon as the last object has, while the thread that let that object go has
+/// only just unlocked a shard: a mutex may be destroyed once it has been unlocked.
 void DedupTableCore::abandon() noexcept {
     for (auto& shard : shards_) {
         DedupSlots slots;
@@ -381,12 +390,12 @@ std::size_t DedupTableCore::octets() const {
 
 std::vector<DedupHandle::PtrConst> DedupTableCore::handles() {
     std::vector<DedupHandle::PtrConst> result;
+    result.reserve(size());
     for (auto& shard : shards_) {
         std::unique_lock lock(shard.mutex, std::defer_lock);
         if (threadSafe_) {
             lock.lock();
         }
-        result.reserve(result.size() + shard.slots.size());
         shard.slots.forEach([&](DedupHandle& handle) {
             if (handle.countWord().isSettled()) {
                 result.emplace_back(&handle);

@@ -145,15 +145,16 @@ class DedupTableCore {
 
     void enter(Shard& shard, DedupHandle& handle, U32 hash, bool announce);
     void leave(Shard& shard, DedupHandle& handle) noexcept;
-    void announceInsertion(Locks& locks, Shard& shard, DedupHandle::Ptr const& object);
+    DedupHandle::PtrConst announceInsertion(Locks& locks, Shard& shard, DedupHandle::Ptr object);
     void forgetAnnouncements() noexcept;
 
     bool const threadSafe_;
     U64 const seed_;
     std::vector<Shard> shards_;
-    /// The notifiee is read and changed under the notification mutex only; whether there is one
-    /// that wants to be told is readable without.
+    /// The notifiee, and whether it is told, are read and changed under the notification mutex
+    /// only. Whether that mutex is needed is readable without.
     Mox::Ptr<DedupHashTableLifeTimeNotifiee> notifiee_;
+    bool telling_ = false;
     std::atomic<bool> watched_{false};
     std::atomic<U64> holders_{1};
 };

@@ -40,13 +40,13 @@ class VOBGP_EXPORT InternTablePresence {
 /// one with a stale view of another. Every transition of the interning protocol is one function
 /// here; `Kel/DedupHashTable.cpp` says when each is taken.
 ///
-///      63            56 55   54  53   52      50 49   48 47                               0
-///     +----------------+-------+------+----------+-------+---------------------------------+
-///     |       0        |announc| pend |  state   | floor |              count              |
-///     +----------------+-------+------+----------+-------+---------------------------------+
+///      63       59 58     57   56      54 53     48 47                                   0
+///     +-----------+-------+----+----------+---------+--------------------------------------+
+///     |     0     |announc|pend|  state   |  floor  |                count                 |
+///     +-----------+-------+----+----------+---------+--------------------------------------+
 ///
 /// - count: references, the table's and a lifetime notifier's among them.
-/// - floor: 0 outside a table; 1 for the table's reference, 2 with a lifetime notifier's.
+/// - floor: 0 outside a table; 1 for the table's reference, and 1 for each lifetime notifier's.
 /// - state: see State.
 /// - pend: inserted, but its insertion has not been announced yet.
 /// - announc: a lifetime notifiee was told of the insertion, and is owed the removal.
@@ -196,6 +196,7 @@ class CountWord {
             MOX_ASSERT_TEXT(stateOf(word) != State::beingDetached,
                             "dedupState() != Kel::dedupHandleStateBeingDetached()");
             raised = stateOf(word) == State::interned;
+            MOX_ASSERT_TEXT((word & floorMask) != floorMask, "at most 62 notifiers hold an object");
             return word + 1 + (raised ? floorOne : 0);
         });
         return raised;
@@ -214,13 +215,13 @@ class CountWord {
 
   private:
     static constexpr unsigned floorShift = 48;
-    static constexpr unsigned stateShift = 50;
+    static constexpr unsigned stateShift = 54;
     static constexpr U64 countMask = (U64{1} << floorShift) - 1;
     static constexpr U64 floorOne = U64{1} << floorShift;
-    static constexpr U64 floorMask = U64{3} << floorShift;
+    static constexpr U64 floorMask = U64{63} << floorShift;
     static constexpr U64 stateMask = U64{7} << stateShift;
-    static constexpr U64 pendingBit = U64{1} << 53;
-    static constexpr U64 announcedBit = U64{1} << 54;
+    static constexpr U64 pendingBit = U64{1} << 57;
+    static constexpr U64 announcedBit = U64{1} << 58;
     static constexpr U64 flagBits = pendingBit | announcedBit;
 
     static bool atomicMode() noexcept {
