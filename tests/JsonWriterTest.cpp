@@ -6,7 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include "ExtCommFormatter.h"
+#include <Mox/Ptr.h>
+#include <VoBgp/Parse/ExtCommContainer.h>
+
+#include "CommunityFormatter.h"
 
 namespace BgpCommunities {
 namespace {
@@ -50,34 +53,57 @@ TEST(JsonWriterTest, StringsAreValidWhateverTheyHold) {
     }
 }
 
-TEST(ExtCommFormatterTest, FieldsFollowTheObjectThatACommunityBecame) {
+TEST(JsonWriterTest, NumbersReadBackToTheSameNumber) {
+    for (double const number : {0.0, -0.0, 1e6, 1e300, -1.5, static_cast<double>(0.1F), 2.2250738585072014e-308}) {
+        std::string out;
+        JsonWriter(out).real(number);
+        EXPECT_EQ(std::stod(out), number) << out;
+    }
+    std::string out;
+    JsonWriter json(out);
+    json.beginArray().real(std::numeric_limits<double>::infinity());
+    json.real(std::numeric_limits<double>::quiet_NaN()).null().endArray();
+    EXPECT_EQ(out, "[null,null,null]");
+}
+
+TEST(CommunityFormatterTest, FieldsFollowTheObjectThatACommunityBecame) {
     using namespace Routing::Bgp;
 
     struct Row {
-        ExtComm::PtrConst extComm;
+        std::uint64_t community;
         char const* fields;
     };
 
-    auto const plain = extCommClassificationUnSpecified;
     Row const rows[] = {
-        {ExtCommAsNumber::ExtCommAsNumberIs(plain, ExtCommContent(0x0009fffefffffffd), false),
-         R"({"as":65534,"local":4294967293})"},
-        {ExtCommAsNumber::ExtCommAsNumberIs(plain, ExtCommContent(0x0209fffffffefffd), true),
-         R"({"as":4294967294,"local":65533})"},
-        {Mox::makeActive<ExtCommIpv4Address>(plain, ExtCommContent(0x01050a00000180c8)),
-         R"({"address":"10.0.0.1","local":32968})"},
-        {ExtCommSubtyped::ExtCommSubtypedIs(plain, ExtCommContent(0x0306000000000100)), "{}"},
+        {0x0009fffefffffffd, R"({"as":65534,"local":4294967293})"},
+        {0x0209fffffffefffd, R"({"as":4294967294,"local":65533})"},
+        {0x01050a00000180c8, R"({"address":"10.0.0.1","local":32968})"},
+        {0x4004fbf04cee6b28, R"({"as":64496,"bytesPerSecond":1.25e+08})"},
+        {0x400400003dcccccd, R"({"as":0,"bytesPerSecond":0.10000000149011612})"},
+        {0x400400007fc00000, R"({"as":0,"bytesPerSecond":null})"},
+        {0x40040000ff800000, R"({"as":0,"bytesPerSecond":null})"},
+        {0x030b80000000002a, R"({"color":42,"co":"10"})"},
+        {0x030b4000ffffffff, R"({"color":4294967295,"co":"01"})"},
+        {0x030c000000000008, R"({"tunnelType":8,"tunnelName":"tunnelTypeVxlan"})"},
+        {0x030c000000000005, R"({"tunnelType":5,"tunnelName":"tunnelTypeUnknown"})"},
+        {0x030d000000000000, "{}"},
+        {0x4300000000000000, R"({"state":"valid"})"},
+        {0x4300000000000001, R"({"state":"not-found"})"},
+        {0x4300000000000002, R"({"state":"invalid"})"},
+        {0x43000000000000ff, R"({"state":"unknown"})"},
+        {0x0306000000000100, "{}"},
+        {0x0600000000000100, "{}"},
     };
-    ExtCommFormatter formatter;
+    auto const parsers = bgpParseExtCommContainerSmFactory();
+    CommunityFormatter formatter;
     for (Row const& row : rows) {
+        auto const extComm =
+            parsers->extCommParser()->parseExtendedCommunity(ExtCommContent(row.community));
         std::string out;
         JsonWriter json(out);
-        formatter.writeJson(json, *row.extComm);
-        EXPECT_TRUE(
-            out.ends_with(std::string(R"(,"transitive":true,"fields":)") + row.fields + "}"))
-            << out;
-        EXPECT_NE(out.find(R"("text":")" + row.extComm->toStrep().str() + R"(")"),
-                  std::string::npos)
+        formatter.writeJson(json, extComm, Detail::whole);
+        EXPECT_TRUE(out.ends_with(std::string(R"(,"fields":)") + row.fields + "}")) << out;
+        EXPECT_NE(out.find(R"("text":")" + extComm->toStrep().str() + R"(")"), std::string::npos)
             << out;
     }
 }

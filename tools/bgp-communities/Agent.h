@@ -4,8 +4,12 @@
 #include <cstdint>
 #include <vector>
 
+#include <VoBgp/ExtCommIp6DedupTable.h>
+#include <VoBgp/ExtCommIp6List.h>
+#include <VoBgp/ExtCommIp6ListDedupTable.h>
 #include <VoBgp/Parse/ExtCommContainer.h>
 #include <VoBgp/VoBgpCommunity.h>
+#include <VoBgp/VoBgpCommunityList.h>
 
 #include "OctetReader.h"
 
@@ -15,8 +19,12 @@ namespace BgpCommunities {
  * The smallest honest routing agent: what a process needs to have to intern communities.
  *
  * It owns the parse rules and the intern tables that parse by them. Reactor thread: the tables are
- * made for one thread. What never changes: every community that the program speaks of came out of
- * these tables.
+ * made for one thread. What never changes: every community and every list that the program speaks
+ * of came out of these tables.
+ *
+ * The values that it interns are those of whole attributes, whose length is a multiple of a
+ * member's and fits an attribute; what no list can hold has been refused before
+ * (ExtendedAttribute.h).
  */
 class Agent {
   public:
@@ -24,16 +32,29 @@ class Agent {
 
     Agent();
 
-    /** Makes `members` the interned ones of the value of an extended communities attribute, whose
-        length is a multiple of 8: in ascending order, each one once. */
+    /** Makes `members` the interned ones of the value of an extended communities attribute: in
+        ascending order, each one once. */
     void intern(Octets value, ExtComms& members);
+
+    // The interned list that a value stands for, by the kind of attribute.
+    Routing::Bgp::CommList::PtrConst standardList(Octets value);
+    Routing::Bgp::ExtCommList::PtrConst extendedList(Octets value);
+    Routing::Bgp::ExtCommIp6List::PtrConst ip6List(Octets value);
+    Routing::Bgp::LargeCommList::PtrConst largeList(Octets value);
 
     /** How many different extended communities somebody holds. */
     [[nodiscard]] std::size_t extComms() const;
 
   private:
+    Routing::Bgp::ExtComm::PtrConst extComm(std::uint64_t member);
+
     Routing::Bgp::BgpParseExtCommContainerSm::Ptr const parsers_;
     Routing::Bgp::ExtCommDedupTable::Ptr const extComms_;
+    Routing::Bgp::ExtCommIp6DedupTable::Ptr const extCommIp6s_;
+    Routing::Bgp::CommListDedupTable::Ptr const standardLists_;
+    Routing::Bgp::ExtCommListDedupTable::Ptr const extendedLists_;
+    Routing::Bgp::ExtCommIp6ListDedupTable::Ptr const ip6Lists_;
+    Routing::Bgp::LargeCommListDedupTable::Ptr const largeLists_;
     std::vector<std::uint64_t> sorted_; // of one attribute, to be used again
 };
 

@@ -1,33 +1,158 @@
 #include "AttributeDecoder.h"
 
+#include "CommunityFormatter.h"
 #include "ExtendedAttribute.h"
 
 namespace BgpCommunities {
 
-std::string ExtendedDecoder::decode(Octets value) {
-    members_.clear();
-    std::string fault = malformation(kind(), value);
-    if (fault.empty()) {
-        fault = refusal(value);
-    }
-    if (fault.empty()) {
-        agent_.intern(value, members_);
-    }
-    return fault;
+using namespace Routing::Bgp;
+
+namespace {
+
+Octets octetsOf(std::string_view text) {
+    return {reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
 }
 
-void ExtendedDecoder::appendText(std::string& out) {
-    for (auto const& member : members_) {
-        out.append("  ").append(formatter_.text(*member)).append("\n");
+// ---- Selections: what a list sends, by what the receiver may have -------------------------------
+
+/**
+ * Writes the attribute that a selection sends; null if the count that the library announces for it
+ * is not that of the members that it writes, which the library asserts that nobody asks for.
+ */
+void writeSelection(JsonWriter& json, ExtCommList const& list, U32 word) {
+    ExtCommList::Serialization const selection(word);
+    U32 sent = 0;
+    for (auto const& member : list) {
+        sent += ExtCommList::serializable(member, selection) ? 1 : 0;
+    }
+    if (list.serializableCommunities(selection) == sent) {
+        json.octets(octetsOf(list.serialize(selection)));
+    } else {
+        json.null();
     }
 }
 
-void ExtendedDecoder::writeJson(JsonWriter& json) {
-    json.key("communities").beginArray();
-    for (auto const& member : members_) {
-        formatter_.writeJson(json, *member);
+void writeSelections(JsonWriter& json, ExtCommList const& list) {
+    struct Selection {
+        std::string_view name;
+        U32 word;
+    };
+    constexpr Selection selections[] = {
+        {"0x1", 0x1}, {"0x2", 0x2}, {"0x6", 0x6}, {"0xa", 0xa}, {"0xe", 0xe},
+    };
+    json.key("selections").beginObject();
+    for (auto const& [name, word] : selections) {
+        json.key(name);
+        writeSelection(json, list, word);
     }
-    json.endArray();
+    json.endObject();
+}
+
+void writeSelections(JsonWriter& json, ExtCommIp6List const& list) {
+    json.key("selections").beginObject();
+    json.key("all").octets(octetsOf(list.serialize(true)));
+    json.key("transitive").octets(octetsOf(list.serialize(false)));
+    json.endObject();
+}
+
+// ---- The kinds, one row each --------------------------------------------------------------------
+
+struct Standard {
+    static constexpr auto kind = CommunityKind::standard;
+    static constexpr bool hasSelections = false;
+    using List = CommList;
+    static List::PtrConst intern(Agent& agent, Octets value) { return agent.standardList(value); }
+    static String wire(List const& list) { return list.serialize(); }
+};
+
+struct Extended {
+    static constexpr auto kind = CommunityKind::extended;
+    static constexpr bool hasSelections = true;
+    using List = ExtCommList;
+    static List::PtrConst intern(Agent& agent, Octets value) { return agent.extendedList(value); }
+    static String wire(List const& list) {
+        return list.serialize(List::Serialization(List::Serialization::all));
+    }
+};
+
+struct Ip6 {
+    static constexpr auto kind = CommunityKind::ip6Extended;
+    static constexpr bool hasSelections = true;
+    using List = ExtCommIp6List;
+    static List::PtrConst intern(Agent& agent, Octets value) { return agent.ip6List(value); }
+    static String wire(List const& list) { return list.serialize(true); }
+};
+
+struct Large {
+    static constexpr auto kind = CommunityKind::large;
+    static constexpr bool hasSelections = false;
+    using List = LargeCommList;
+    static List::PtrConst intern(Agent& agent, Octets value) { return agent.largeList(value); }
+    static String wire(List const& list) { return list.serialize(); }
+};
+
+/** The decoder of one kind. */
+template <class Kind>
+class ListDecoder final : public AttributeDecoder {
+  public:
+    explicit ListDecoder(Agent& agent)
+      : AttributeDecoder(Kind::kind)
+      , agent_(agent) {}
+
+    std::string decode(Octets value) override {
+        list_ = nullptr;
+        std::string fault = malformation(kind(), value);
+        if (fault.empty() && kind() == CommunityKind::extended) {
+            fault = refusal(value);
+        }
+        if (fault.empty()) {
+            list_ = Kind::intern(agent_, value);
+        }
+        return fault;
+    }
+
+    void appendText(std::string& out) override {
+        for (auto const& member : *list_) {
+            out.append("  ").append(formatter_.text(member)).append("\n");
+        }
+    }
+
+    void writeJson(JsonWriter& json, Detail detail) override {
+        json.key("text").string(list_->toStrep());
+        value_.clear();
+        for (auto const& member : *list_) {
+            CommunityFormatter::appendOctets(value_, member);
+        }
+        json.key("value").octets(octetsOf(value_));
+        json.key("wire").octets(octetsOf(Kind::wire(*list_)));
+        json.key("communities").beginArray();
+        for (auto const& member : *list_) {
+            formatter_.writeJson(json, member, detail);
+        }
+        json.endArray();
+        if constexpr (Kind::hasSelections) {
+            if (detail == Detail::withForms) {
+                writeSelections(json, *list_);
+            }
+        }
+    }
+
+  private:
+    Agent& agent_;
+    typename Kind::List::PtrConst list_;
+    CommunityFormatter formatter_;
+    std::string value_; // the members' octets, to be used again
+};
+
+} // namespace
+
+std::vector<std::unique_ptr<AttributeDecoder>> attributeDecoders(Agent& agent) {
+    std::vector<std::unique_ptr<AttributeDecoder>> decoders;
+    decoders.push_back(std::make_unique<ListDecoder<Standard>>(agent));
+    decoders.push_back(std::make_unique<ListDecoder<Extended>>(agent));
+    decoders.push_back(std::make_unique<ListDecoder<Ip6>>(agent));
+    decoders.push_back(std::make_unique<ListDecoder<Large>>(agent));
+    return decoders;
 }
 
 } // namespace BgpCommunities

@@ -1,20 +1,24 @@
 #pragma once
 
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "Agent.h"
-#include "ExtCommFormatter.h"
 #include "JsonWriter.h"
 #include "OctetReader.h"
 #include "PathAttributes.h"
 
 namespace BgpCommunities {
 
+/** How much is said of a value: everything, or every text form and selection as well. */
+enum class Detail { whole, withForms };
+
 /**
- * What the values of one kind of attribute say: one object for each kind that can be decoded.
+ * What the values of one kind of attribute say: one object for each kind.
  *
- * It interns through the agent, which is the caller's and outlives it, and keeps the members of
- * the last value until the next. Thread-compatible.
+ * It interns through the agent, which is the caller's and outlives it, and keeps the list of the
+ * last value until the next. Thread-compatible.
  */
 class AttributeDecoder {
   public:
@@ -27,34 +31,20 @@ class AttributeDecoder {
 
     [[nodiscard]] CommunityKind kind() const { return kind_; }
 
-    /** Interns the members; or says why the value is malformed or refused, and has none. */
+    /** Interns the list; or says why the value is malformed or refused, and has none. */
     virtual std::string decode(Octets value) = 0;
 
     /** Appends one line for each member of the value that was decoded last. */
     virtual void appendText(std::string& out) = 0;
 
     /** Writes the keys that say what was decoded last, from "text" on. */
-    virtual void writeJson(JsonWriter& json) = 0;
+    virtual void writeJson(JsonWriter& json, Detail detail) = 0;
 
   private:
     CommunityKind const kind_;
 };
 
-/** Attribute 16 (RFC 4360). */
-class ExtendedDecoder final : public AttributeDecoder {
-  public:
-    explicit ExtendedDecoder(Agent& agent)
-      : AttributeDecoder(CommunityKind::extended)
-      , agent_(agent) {}
-
-    std::string decode(Octets value) override;
-    void appendText(std::string& out) override;
-    void writeJson(JsonWriter& json) override;
-
-  private:
-    Agent& agent_;
-    Agent::ExtComms members_;
-    ExtCommFormatter formatter_;
-};
+/** One decoder for each kind of attribute. */
+std::vector<std::unique_ptr<AttributeDecoder>> attributeDecoders(Agent& agent);
 
 } // namespace BgpCommunities

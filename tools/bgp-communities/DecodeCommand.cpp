@@ -1,8 +1,8 @@
 #include "DecodeCommand.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -21,10 +21,12 @@ namespace {
 
 constexpr std::string_view typeOption = "--type";
 
-constexpr Option decodeOptions[] = {{typeOption, true}, {jsonOption}};
+constexpr std::string_view formsOption = "--forms";
+
+constexpr Option decodeOptions[] = {{typeOption, true}, {jsonOption}, {formsOption}};
 
 constexpr std::string_view decodeHelp =
-    R"(usage: bgp-communities decode [--type 16] [--json] [HEX...]
+    R"(usage: bgp-communities decode [--type 8|16|25|32] [--json] [--forms] [HEX...]
 
 Says which communities the value of a path attribute holds. Each HEX is one value: the octets
 behind flags, type and length, in hexadecimal. Without HEX, or for "-", the values are read from
@@ -34,9 +36,13 @@ standard input (which may be compressed), one in each line:
   TYPE<TAB>HEX
   TYPE<TAB>HEX<TAB>anything
 
-  --type TYPE   the path attribute type where a line names none: 16, extended communities
-                (RFC 4360), which is what is meant without it
+  --type TYPE   the path attribute type where a line names none: 8, communities (RFC 1997); 16,
+                extended communities (RFC 4360), which is what is meant without it; 25, IPv6-
+                address-specific ones (RFC 5701); 32, large communities (RFC 8092)
   --json        one JSON object for each value, in the order of the input
+  --forms       with --json, for types 16 and 25: each member's text under every combination of
+                format flags, and the attribute that each selection of members sends; null for a
+                selection that no list can be asked for
 
 A value that is malformed, or that a list of communities cannot hold, is told as such; a line that
 is not as above is named on standard error. The rest is read, and the exit status is 1.
@@ -44,6 +50,7 @@ is not as above is named on standard error. The rest is read, and the exit statu
 examples:
   bgp-communities decode 0002fde800000064
   bgp-communities decode --json 0002fde8000000644004fbf04cee6b28
+  bgp-communities decode --type 8 ffffff0100640001
   cut -f 2 values.tsv | bgp-communities decode --json
 )";
 
@@ -53,11 +60,11 @@ class DecodeRun {
     DecodeRun(Arguments const& arguments, Output& output)
       : output_(output)
       , json_(arguments.has(jsonOption))
+      , detail_(arguments.has(formsOption) ? Detail::withForms : Detail::whole)
       , default_(decoder(arguments.value(typeOption).value_or("16"))) {
-        if (default_.fault.empty()) {
-            return;
+        if (!default_.fault.empty()) {
+            throw UsageError(std::string(typeOption) + ": " + std::string(default_.fault));
         }
-        throw UsageError(std::string(typeOption) + ": " + std::string(default_.fault));
     }
 
     ExitStatus run(std::span<std::string_view const> values) {
@@ -92,11 +99,8 @@ class DecodeRun {
             return {nullptr, "the attribute type is none of 8, 16, 25 and 32"};
         }
         auto const found = std::find_if(decoders_.begin(), decoders_.end(),
-                                        [&](auto* decoder) { return decoder->kind() == *kind; });
-        if (found == decoders_.end()) {
-            return {nullptr, "this attribute type is not available: only 16 is"};
-        }
-        return {*found, {}};
+                                        [&](auto& decoder) { return decoder->kind() == *kind; });
+        return {found->get(), {}};
     }
 
     /** Nothing is read if the command line is wrong. */
@@ -166,7 +170,7 @@ class DecodeRun {
         json.key("attribute").number(traitsOf(decoder.kind()).attributeType);
         json.key("octets").octets(octets_);
         if (fault.empty()) {
-            decoder.writeJson(json);
+            decoder.writeJson(json, detail_);
         } else {
             json.key("error").string(fault);
         }
@@ -190,9 +194,9 @@ class DecodeRun {
 
     Output& output_;
     bool const json_;
+    Detail const detail_;
     Agent agent_;
-    ExtendedDecoder extended_{agent_};
-    std::array<AttributeDecoder*, 1> const decoders_{&extended_};
+    std::vector<std::unique_ptr<AttributeDecoder>> const decoders_ = attributeDecoders(agent_);
     Choice const default_;
     std::vector<std::uint8_t> octets_; // of the value at hand, to be used again
     ExitStatus status_ = ExitStatus::allRead;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <charconv>
+#include <cmath>
 #include <concepts>
 #include <string>
 #include <string_view>
@@ -48,6 +49,23 @@ class JsonWriter {
     JsonWriter& boolean(bool value) {
         separate();
         out_ += value ? "true" : "false";
+        return *this;
+    }
+
+    JsonWriter& null() {
+        separate();
+        out_ += "null";
+        return *this;
+    }
+
+    /** The shortest digits that read back to the same number; null for what JSON cannot hold. */
+    JsonWriter& real(double value) {
+        if (!std::isfinite(value)) {
+            return null();
+        }
+        separate();
+        char digits[32];
+        out_.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
         return *this;
     }
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "Agent.h"
+#include "CommunityFormatter.h"
 #include "DumpFiles.h"
-#include "ExtCommFormatter.h"
 #include "ExtendedAttribute.h"
 #include "Output.h"
 
@@ -71,7 +71,7 @@ class RoutePrinter final : public DumpHandler {
         }
         agent_.intern(found->value, members_);
         for (auto const& member : members_) {
-            texts_.append(texts_.empty() ? "" : " ").append(formatter_.text(*member));
+            texts_.append(texts_.empty() ? "" : " ").append(formatter_.text(member));
         }
     }
 
@@ -90,7 +90,7 @@ class RoutePrinter final : public DumpHandler {
     Output& output_;
     Agent agent_;
     Agent::ExtComms members_; // of the route at hand, as `texts_`
-    ExtCommFormatter formatter_;
+    CommunityFormatter formatter_;
     std::string texts_;
 };
 

@@ -12,12 +12,14 @@
 #include "ReadCommand.h"
 #include "StandardError.h"
 #include "StatsCommand.h"
+#include "TypesCommand.h"
 
 namespace {
 
 using namespace BgpCommunities;
 
-constexpr std::array<Command const*, 3> commands = {&decodeCommand, &readCommand, &statsCommand};
+constexpr std::array<Command const*, 4> commands = {&decodeCommand, &readCommand, &statsCommand,
+                                                    &typesCommand};
 
 constexpr std::string_view helpHead =
     R"(usage: bgp-communities COMMAND [OPTION...] [ARGUMENT...]
