@@ -1,3 +1,4 @@
+#include "Allocations.h"
 #include "Reference.h"
 
 #include <Mox/CountWord.h>
@@ -119,12 +120,28 @@ void missThreadSafe(benchmark::State& state) {
     miss(state, true);
 }
 
+/// A parse alone, of values that a plug-in types; with the allocations that each one makes.
+void parse(benchmark::State& state) {
+    World const world(false);
+    auto const& rule = world.table->parseExtCommRule();
+    auto const before = allocationsSoFar();
+    U64 local = 0;
+    for (auto _ : state) {
+        auto const parsed = rule->parseExtendedCommunity(
+            ExtCommContent(0x0002'fde8'0000'0000U | (local++ & 0xffffffff)));
+        benchmark::DoNotOptimize(parsed.get());
+    }
+    state.counters["allocations"] = benchmark::Counter(
+        static_cast<double>(allocationsSoFar() - before), benchmark::Counter::kAvgIterations);
+}
+
 BENCHMARK(limP)->Arg(1000)->Arg(100000)->Arg(1000000);
 BENCHMARK(hitPlain)->Arg(1000)->Arg(100000)->Arg(1000000);
 BENCHMARK(limA)->Arg(1000)->Arg(100000)->Arg(1000000);
 BENCHMARK(hitThreadSafe)->Arg(1000)->Arg(100000)->Arg(1000000);
 BENCHMARK(missPlain);
 BENCHMARK(missThreadSafe);
+BENCHMARK(parse);
 
 } // namespace
 
