@@ -187,3 +187,23 @@ Type const& enumerationType() {
 }
 
 } // namespace Mox
+
+// What a table's row and an enumeration's operations are written with, every name whole.
+
+/// A row of a table; `Scope` is where the member is declared.
+#define MOX_MEMBER(Scope, member)                                                                  \
+    { Scope::member, #member }
+
+/// A row of a member that the wire does not carry.
+#define MOX_MEMBER_NOT_ON_WIRE(Scope, member)                                                      \
+    { Scope::member, #member, ::Mox::OnWire::no }
+
+/// The member of an enumeration by number or by name; what is none is a `Mox::RangeException` whose
+/// text is the operation's name.
+#define MOX_ENUMERATION_INSTANCES(Enumeration, operation)                                          \
+    inline Enumeration operation(::Mox::U32 number) {                                              \
+        return ::Mox::enumerationInstance<Enumeration>(number, #operation);                        \
+    }                                                                                              \
+    inline Enumeration operation(::Mox::String const& name) {                                      \
+        return ::Mox::enumerationInstance<Enumeration>(std::string_view(name), #operation);        \
+    }

@@ -130,45 +130,38 @@ VOBGP_EXPORT std::string_view bgpPathAttrTypeShowString(BgpPathAttrType type) no
 
 // ---- The tables: each member once more ----------------------------------------------------------
 
-#define VOBGP_MEMBER(member)                                                                       \
-    { Routing::Bgp::member, #member }
-#define VOBGP_SCOPED_MEMBER(Enumeration, member)                                                   \
-    { Routing::Bgp::Enumeration::member, #member }
-#define VOBGP_MEMBER_NOT_ON_WIRE(member)                                                           \
-    { Routing::Bgp::member, #member, OnWire::no }
-
 template <>
 struct Mox::EnumerationTable<Routing::Bgp::BgpPathAttrType> {
     static constexpr std::string_view qualifiedName = "Routing::Bgp::BgpPathAttrType";
     static constexpr auto rows = std::to_array<EnumerationRow<Routing::Bgp::BgpPathAttrType>>({
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, invalidPathAttr),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, origin),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, asPath),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, nextHop),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, multiExitDisc),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, localPref),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, atomicAggregate),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, aggregator),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, community),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, originatorId),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, clusterList),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, advertiser),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, rcidPath),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, mpReachNlri),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, mpUnreachNlri),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, extCommunity),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, as4Path),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, as4Aggregator),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, pmsiTunnel),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, tunnelEncapsulation),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, extCommunityIp6),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, accumulatedIgpMetric),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, bgpLs),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, largeCommunity),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, domainPath),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, prefixSid),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, attrSet),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrType, reservedForDevelopment),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, invalidPathAttr),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, origin),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, asPath),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, nextHop),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, multiExitDisc),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, localPref),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, atomicAggregate),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, aggregator),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, community),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, originatorId),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, clusterList),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, advertiser),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, rcidPath),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, mpReachNlri),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, mpUnreachNlri),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, extCommunity),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, as4Path),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, as4Aggregator),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, pmsiTunnel),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, tunnelEncapsulation),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, extCommunityIp6),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, accumulatedIgpMetric),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, bgpLs),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, largeCommunity),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, domainPath),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, prefixSid),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, attrSet),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrType, reservedForDevelopment),
     });
 };
 
@@ -176,12 +169,12 @@ template <>
 struct Mox::EnumerationTable<Routing::Bgp::BgpPathAttrFlag> {
     static constexpr std::string_view qualifiedName = "Routing::Bgp::BgpPathAttrFlag";
     static constexpr auto rows = std::to_array<EnumerationRow<Routing::Bgp::BgpPathAttrFlag>>({
-        VOBGP_SCOPED_MEMBER(BgpPathAttrFlag, opt),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrFlag, transitive),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrFlag, partial),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrFlag, extLen),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrFlag, optionalTransitive),
-        VOBGP_SCOPED_MEMBER(BgpPathAttrFlag, optionalTransitivePartial),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrFlag, opt),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrFlag, transitive),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrFlag, partial),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrFlag, extLen),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrFlag, optionalTransitive),
+        MOX_MEMBER(Routing::Bgp::BgpPathAttrFlag, optionalTransitivePartial),
     });
 };
 
@@ -189,13 +182,13 @@ template <>
 struct Mox::EnumerationTable<Routing::Bgp::AspType> {
     static constexpr std::string_view qualifiedName = "Routing::Bgp::AspType";
     static constexpr auto rows = std::to_array<EnumerationRow<Routing::Bgp::AspType>>({
-        VOBGP_MEMBER(aspTypeLocal),
-        VOBGP_MEMBER(aspTypeAggregate),
-        VOBGP_MEMBER(aspTypeDefaultOriginate),
-        VOBGP_MEMBER(aspTypeEbgp),
-        VOBGP_MEMBER(aspTypeIbgp),
-        VOBGP_MEMBER(aspTypeConfedEbgp),
-        VOBGP_MEMBER_NOT_ON_WIRE(aspTypeMax),
+        MOX_MEMBER(Routing::Bgp, aspTypeLocal),
+        MOX_MEMBER(Routing::Bgp, aspTypeAggregate),
+        MOX_MEMBER(Routing::Bgp, aspTypeDefaultOriginate),
+        MOX_MEMBER(Routing::Bgp, aspTypeEbgp),
+        MOX_MEMBER(Routing::Bgp, aspTypeIbgp),
+        MOX_MEMBER(Routing::Bgp, aspTypeConfedEbgp),
+        MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, aspTypeMax),
     });
 };
 
@@ -203,9 +196,9 @@ template <>
 struct Mox::EnumerationTable<Routing::Bgp::OriginCode> {
     static constexpr std::string_view qualifiedName = "Routing::Bgp::OriginCode";
     static constexpr auto rows = std::to_array<EnumerationRow<Routing::Bgp::OriginCode>>({
-        VOBGP_MEMBER(originIgp),
-        VOBGP_MEMBER(originEgp),
-        VOBGP_MEMBER(originIncomplete),
+        MOX_MEMBER(Routing::Bgp, originIgp),
+        MOX_MEMBER(Routing::Bgp, originEgp),
+        MOX_MEMBER(Routing::Bgp, originIncomplete),
     });
 };
 
@@ -213,10 +206,10 @@ template <>
 struct Mox::EnumerationTable<Routing::Bgp::PrefixSidTlvType> {
     static constexpr std::string_view qualifiedName = "Routing::Bgp::PrefixSidTlvType";
     static constexpr auto rows = std::to_array<EnumerationRow<Routing::Bgp::PrefixSidTlvType>>({
-        VOBGP_MEMBER(invalidTlv),
-        VOBGP_MEMBER(labelIndexTlv),
-        VOBGP_MEMBER(ipv6SidTlv),
-        VOBGP_MEMBER(originatorSrgbTlv),
+        MOX_MEMBER(Routing::Bgp, invalidTlv),
+        MOX_MEMBER(Routing::Bgp, labelIndexTlv),
+        MOX_MEMBER(Routing::Bgp, ipv6SidTlv),
+        MOX_MEMBER(Routing::Bgp, originatorSrgbTlv),
     });
 };
 
@@ -224,14 +217,14 @@ template <>
 struct Mox::EnumerationTable<Routing::Bgp::TunnelType> {
     static constexpr std::string_view qualifiedName = "Routing::Bgp::TunnelType";
     static constexpr auto rows = std::to_array<EnumerationRow<Routing::Bgp::TunnelType>>({
-        VOBGP_MEMBER(tunnelTypeL2tpv3OverIp),
-        VOBGP_MEMBER(tunnelTypeGre),
-        VOBGP_MEMBER(tunnelTypeIpInIp),
-        VOBGP_MEMBER(tunnelTypeVxlan),
-        VOBGP_MEMBER(tunnelTypeNvgre),
-        VOBGP_MEMBER(tunnelTypeMpls),
-        VOBGP_MEMBER(tunnelTypeMplsInGre),
-        VOBGP_MEMBER(tunnelTypeVxlanGpe),
+        MOX_MEMBER(Routing::Bgp, tunnelTypeL2tpv3OverIp),
+        MOX_MEMBER(Routing::Bgp, tunnelTypeGre),
+        MOX_MEMBER(Routing::Bgp, tunnelTypeIpInIp),
+        MOX_MEMBER(Routing::Bgp, tunnelTypeVxlan),
+        MOX_MEMBER(Routing::Bgp, tunnelTypeNvgre),
+        MOX_MEMBER(Routing::Bgp, tunnelTypeMpls),
+        MOX_MEMBER(Routing::Bgp, tunnelTypeMplsInGre),
+        MOX_MEMBER(Routing::Bgp, tunnelTypeVxlanGpe),
     });
 };
 
@@ -239,17 +232,13 @@ template <>
 struct Mox::EnumerationTable<Routing::Bgp::BgpCommunityValue> {
     static constexpr std::string_view qualifiedName = "Routing::Bgp::BgpCommunityValue";
     static constexpr auto rows = std::to_array<EnumerationRow<Routing::Bgp::BgpCommunityValue>>({
-        VOBGP_MEMBER(communityInternet),
-        VOBGP_MEMBER(communityNoExport),
-        VOBGP_MEMBER(communityNoAdvertise),
-        VOBGP_MEMBER(communityNoExportSubconfed),
-        VOBGP_MEMBER(communityGshut),
+        MOX_MEMBER(Routing::Bgp, communityInternet),
+        MOX_MEMBER(Routing::Bgp, communityNoExport),
+        MOX_MEMBER(Routing::Bgp, communityNoAdvertise),
+        MOX_MEMBER(Routing::Bgp, communityNoExportSubconfed),
+        MOX_MEMBER(Routing::Bgp, communityGshut),
     });
 };
-
-#undef VOBGP_MEMBER
-#undef VOBGP_SCOPED_MEMBER
-#undef VOBGP_MEMBER_NOT_ON_WIRE
 
 namespace Routing::Bgp {
 
@@ -258,24 +247,12 @@ constexpr bool bgpIsValidEnumMember(TunnelType value) noexcept {
     return Mox::isValidOnWire(value);
 }
 
-/// The member of an enumeration by number or by name; what is none is a `Mox::RangeException` whose
-/// text is the operation's name.
-#define VOBGP_ENUMERATION_INSTANCES(Enumeration, operation)                                        \
-    inline Enumeration operation(U32 number) {                                                     \
-        return Mox::enumerationInstance<Enumeration>(number, #operation);                          \
-    }                                                                                              \
-    inline Enumeration operation(String const& name) {                                             \
-        return Mox::enumerationInstance<Enumeration>(std::string_view(name), #operation);          \
-    }
-
-VOBGP_ENUMERATION_INSTANCES(BgpPathAttrType, BgpPathAttrTypeInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpPathAttrFlag, BgpPathAttrFlagInstance)
-VOBGP_ENUMERATION_INSTANCES(AspType, AspTypeInstance)
-VOBGP_ENUMERATION_INSTANCES(OriginCode, OriginCodeInstance)
-VOBGP_ENUMERATION_INSTANCES(PrefixSidTlvType, PrefixSidTlvTypeInstance)
-VOBGP_ENUMERATION_INSTANCES(TunnelType, TunnelTypeInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpCommunityValue, BgpCommunityValueInstance)
-
-#undef VOBGP_ENUMERATION_INSTANCES
+MOX_ENUMERATION_INSTANCES(BgpPathAttrType, BgpPathAttrTypeInstance)
+MOX_ENUMERATION_INSTANCES(BgpPathAttrFlag, BgpPathAttrFlagInstance)
+MOX_ENUMERATION_INSTANCES(AspType, AspTypeInstance)
+MOX_ENUMERATION_INSTANCES(OriginCode, OriginCodeInstance)
+MOX_ENUMERATION_INSTANCES(PrefixSidTlvType, PrefixSidTlvTypeInstance)
+MOX_ENUMERATION_INSTANCES(TunnelType, TunnelTypeInstance)
+MOX_ENUMERATION_INSTANCES(BgpCommunityValue, BgpCommunityValueInstance)
 
 } // namespace Routing::Bgp

@@ -226,18 +226,13 @@ struct VOBGP_EXPORT Mox::ValueText<Routing::Bgp::ExtCommIp6Content> {
 
 // ---- The tables: each member once more, with what the wire may carry ----------------------------
 
-#define VOBGP_MEMBER(member)                                                                       \
-    { Routing::Bgp::member, #member }
-#define VOBGP_MEMBER_NOT_ON_WIRE(member)                                                           \
-    { Routing::Bgp::member, #member, OnWire::no }
-
 template <>
 struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommIp6PktType> {
     static constexpr std::string_view qualifiedName = "Routing::Bgp::BgpExtCommIp6PktType";
     static constexpr auto rows = std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommIp6PktType>>({
-        VOBGP_MEMBER(extCommIp6PktTypeTransIpv6Address),
-        VOBGP_MEMBER(extCommIp6PktTypeNonTransIpv6Address),
-        VOBGP_MEMBER_NOT_ON_WIRE(extCommIp6PktTypeUnknown),
+        MOX_MEMBER(Routing::Bgp, extCommIp6PktTypeTransIpv6Address),
+        MOX_MEMBER(Routing::Bgp, extCommIp6PktTypeNonTransIpv6Address),
+        MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommIp6PktTypeUnknown),
     });
 };
 
@@ -247,15 +242,15 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommIp6PktSubtypeTransIpv6Addre
         "Routing::Bgp::BgpExtCommIp6PktSubtypeTransIpv6Address";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommIp6PktSubtypeTransIpv6Address>>({
-            VOBGP_MEMBER(extCommIp6PktSubtypeRouteTarget),
-            VOBGP_MEMBER(extCommIp6PktSubtypeRouteOrigin),
-            VOBGP_MEMBER(extCommIp6PktSubtypeOspf3RouteAttributes),
-            VOBGP_MEMBER(extCommIp6PktSubtypeVrfRouteImport),
-            VOBGP_MEMBER(extCommIp6PktSubtypeFlowspecRedirectIpv6),
-            VOBGP_MEMBER(extCommIp6PktSubtypeCiscoVpnDistinguisher),
-            VOBGP_MEMBER(extCommIp6PktSubtypeUuidRouteTarget),
-            VOBGP_MEMBER(extCommIp6PktSubtypeInterAreaP2MPNextHop),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommIp6PktSubtypeTransIpv6AddressUnknown),
+            MOX_MEMBER(Routing::Bgp, extCommIp6PktSubtypeRouteTarget),
+            MOX_MEMBER(Routing::Bgp, extCommIp6PktSubtypeRouteOrigin),
+            MOX_MEMBER(Routing::Bgp, extCommIp6PktSubtypeOspf3RouteAttributes),
+            MOX_MEMBER(Routing::Bgp, extCommIp6PktSubtypeVrfRouteImport),
+            MOX_MEMBER(Routing::Bgp, extCommIp6PktSubtypeFlowspecRedirectIpv6),
+            MOX_MEMBER(Routing::Bgp, extCommIp6PktSubtypeCiscoVpnDistinguisher),
+            MOX_MEMBER(Routing::Bgp, extCommIp6PktSubtypeUuidRouteTarget),
+            MOX_MEMBER(Routing::Bgp, extCommIp6PktSubtypeInterAreaP2MPNextHop),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommIp6PktSubtypeTransIpv6AddressUnknown),
         });
 };
 
@@ -265,32 +260,17 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommIp6PktSubtypeNonTransIpv6Ad
         "Routing::Bgp::BgpExtCommIp6PktSubtypeNonTransIpv6Address";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommIp6PktSubtypeNonTransIpv6Address>>({
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommIp6PktSubtypeNonTransIpv6AddressUnknown),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommIp6PktSubtypeNonTransIpv6AddressUnknown),
         });
 };
 
-#undef VOBGP_MEMBER
-#undef VOBGP_MEMBER_NOT_ON_WIRE
-
 namespace Routing::Bgp {
 
-/// The member of an enumeration by number or by name; what is none is a `Mox::RangeException` whose
-/// text is the operation's name.
-#define VOBGP_ENUMERATION_INSTANCES(Enumeration, operation)                                        \
-    inline Enumeration operation(U32 number) {                                                     \
-        return Mox::enumerationInstance<Enumeration>(number, #operation);                          \
-    }                                                                                              \
-    inline Enumeration operation(String const& name) {                                             \
-        return Mox::enumerationInstance<Enumeration>(std::string_view(name), #operation);          \
-    }
-
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommIp6PktType, BgpExtCommIp6PktTypeInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommIp6PktSubtypeTransIpv6Address,
-                            BgpExtCommIp6PktSubtypeTransIpv6AddressInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommIp6PktSubtypeNonTransIpv6Address,
-                            BgpExtCommIp6PktSubtypeNonTransIpv6AddressInstance)
-
-#undef VOBGP_ENUMERATION_INSTANCES
+MOX_ENUMERATION_INSTANCES(BgpExtCommIp6PktType, BgpExtCommIp6PktTypeInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommIp6PktSubtypeTransIpv6Address,
+                          BgpExtCommIp6PktSubtypeTransIpv6AddressInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommIp6PktSubtypeNonTransIpv6Address,
+                          BgpExtCommIp6PktSubtypeNonTransIpv6AddressInstance)
 
 inline BgpExtCommIp6PktType ExtCommIp6Content::pktType() const noexcept {
     auto const type = static_cast<BgpExtCommIp6PktType>(type_);

@@ -276,32 +276,27 @@ struct VOBGP_EXPORT Mox::ValueText<Routing::Bgp::ExtCommContent> {
 
 // ---- The tables: each member once more, with what the wire may carry ----------------------------
 
-#define VOBGP_MEMBER(member)                                                                       \
-    { Routing::Bgp::member, #member }
-#define VOBGP_MEMBER_NOT_ON_WIRE(member)                                                           \
-    { Routing::Bgp::member, #member, OnWire::no }
-
 template <>
 struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktType> {
     static constexpr std::string_view qualifiedName = "Routing::Bgp::BgpExtCommPktType";
     static constexpr auto rows = std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktType>>({
-        VOBGP_MEMBER(extCommPktTypeTransTwoOctetAs),
-        VOBGP_MEMBER(extCommPktTypeTransIpv4Address),
-        VOBGP_MEMBER(extCommPktTypeTransFourOctetAs),
-        VOBGP_MEMBER(extCommPktTypeTransOpaque),
-        VOBGP_MEMBER(extCommPktTypeTransQosMarking),
-        VOBGP_MEMBER(extCommPktTypeTransCosCapability),
-        VOBGP_MEMBER(extCommPktTypeTransEvpn),
-        VOBGP_MEMBER(extCommPktTypeTransFlowspecRedirectNexthop),
-        VOBGP_MEMBER(extCommPktTypeTransGeneric),
-        VOBGP_MEMBER(extCommPktTypeTransGenericPart2),
-        VOBGP_MEMBER(extCommPktTypeTransGenericPart3),
-        VOBGP_MEMBER(extCommPktTypeNonTransTwoOctetAs),
-        VOBGP_MEMBER(extCommPktTypeNonTransIpv4Address),
-        VOBGP_MEMBER(extCommPktTypeNonTransFourOctetAs),
-        VOBGP_MEMBER(extCommPktTypeNonTransOpaque),
-        VOBGP_MEMBER(extCommPktTypeNonTransQosMarking),
-        VOBGP_MEMBER_NOT_ON_WIRE(extCommPktTypeUnknown),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeTransTwoOctetAs),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeTransIpv4Address),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeTransFourOctetAs),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeTransOpaque),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeTransQosMarking),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeTransCosCapability),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeTransEvpn),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeTransFlowspecRedirectNexthop),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeTransGeneric),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeTransGenericPart2),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeTransGenericPart3),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeNonTransTwoOctetAs),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeNonTransIpv4Address),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeNonTransFourOctetAs),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeNonTransOpaque),
+        MOX_MEMBER(Routing::Bgp, extCommPktTypeNonTransQosMarking),
+        MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktTypeUnknown),
     });
 };
 
@@ -311,16 +306,17 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeTransTwoOctetAs> 
         "Routing::Bgp::BgpExtCommPktSubtypeTransTwoOctetAs";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeTransTwoOctetAs>>({
-            VOBGP_MEMBER(extCommPktSubtypeTransTwoOctetAsRouteTarget),
-            VOBGP_MEMBER(extCommPktSubtypeTransTwoOctetAsRouteOrigin),
-            VOBGP_MEMBER(extCommPktSubtypeTransTwoOctetAsOspfDomainIdentifier),
-            VOBGP_MEMBER(extCommPktSubtypeTransTwoOctetAsBgpDataCollection),
-            VOBGP_MEMBER(extCommPktSubtypeTransTwoOctetAsSourceAs),
-            VOBGP_MEMBER(extCommPktSubtypeTransTwoOctetAsL2VpnIdentifier),
-            VOBGP_MEMBER(extCommPktSubtypeTransTwoOctetAsCiscoVpnDistinguisher),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransTwoOctetAsRouteTarget),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransTwoOctetAsRouteOrigin),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransTwoOctetAsOspfDomainIdentifier),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransTwoOctetAsBgpDataCollection),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransTwoOctetAsSourceAs),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransTwoOctetAsL2VpnIdentifier),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransTwoOctetAsCiscoVpnDistinguisher),
             // A name for show output only: what carries it on the wire is non-transitive.
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeNonTransTwoOctetAsLinkBandwidthAny),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeTransTwoOctetAsUnknown),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp,
+                                   extCommPktSubtypeNonTransTwoOctetAsLinkBandwidthAny),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeTransTwoOctetAsUnknown),
         });
 };
 
@@ -330,15 +326,15 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeTransIpv4Address>
         "Routing::Bgp::BgpExtCommPktSubtypeTransIpv4Address";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeTransIpv4Address>>({
-            VOBGP_MEMBER(extCommPktSubtypeTransIpv4AddressRouteTarget),
-            VOBGP_MEMBER(extCommPktSubtypeTransIpv4AddressRouteOrigin),
-            VOBGP_MEMBER(extCommPktSubtypeTransIpv4AddressOspfDomainIdentifier),
-            VOBGP_MEMBER(extCommPktSubtypeTransIpv4AddressOspfRouteId),
-            VOBGP_MEMBER(extCommPktSubtypeTransIpv4AddressL2VpnIdentifier),
-            VOBGP_MEMBER(extCommPktSubtypeTransIpv4AddressVrfRouteImport),
-            VOBGP_MEMBER(extCommPktSubtypeTransIpv4AddressFlowspecRedirectIp),
-            VOBGP_MEMBER(extCommPktSubtypeTransIpv4AddressCiscoVpnDistinguisher),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeTransIpv4AddressUnknown),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransIpv4AddressRouteTarget),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransIpv4AddressRouteOrigin),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransIpv4AddressOspfDomainIdentifier),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransIpv4AddressOspfRouteId),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransIpv4AddressL2VpnIdentifier),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransIpv4AddressVrfRouteImport),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransIpv4AddressFlowspecRedirectIp),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransIpv4AddressCiscoVpnDistinguisher),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeTransIpv4AddressUnknown),
         });
 };
 
@@ -348,14 +344,14 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeTransFourOctetAs>
         "Routing::Bgp::BgpExtCommPktSubtypeTransFourOctetAs";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeTransFourOctetAs>>({
-            VOBGP_MEMBER(extCommPktSubtypeTransFourOctetAsRouteTarget),
-            VOBGP_MEMBER(extCommPktSubtypeTransFourOctetAsRouteOrigin),
-            VOBGP_MEMBER(extCommPktSubtypeTransFourOctetAsGeneric),
-            VOBGP_MEMBER(extCommPktSubtypeTransFourOctetAsOspfDomainIdentifier),
-            VOBGP_MEMBER(extCommPktSubtypeTransFourOctetAsBgpDataCollection),
-            VOBGP_MEMBER(extCommPktSubtypeTransFourOctetAsSourceAs),
-            VOBGP_MEMBER(extCommPktSubtypeTransFourOctetAsCiscoVpnDistinguisher),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeTransFourOctetAsUnknown),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransFourOctetAsRouteTarget),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransFourOctetAsRouteOrigin),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransFourOctetAsGeneric),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransFourOctetAsOspfDomainIdentifier),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransFourOctetAsBgpDataCollection),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransFourOctetAsSourceAs),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransFourOctetAsCiscoVpnDistinguisher),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeTransFourOctetAsUnknown),
         });
 };
 
@@ -365,13 +361,13 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeTransOpaque> {
         "Routing::Bgp::BgpExtCommPktSubtypeTransOpaque";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeTransOpaque>>({
-            VOBGP_MEMBER(extCommPktSubtypeTransOpaqueCostCommunity),
-            VOBGP_MEMBER(extCommPktSubtypeTransOpaqueOutboundRouteFilter),
-            VOBGP_MEMBER(extCommPktSubtypeTransOpaqueOspfRouteType),
-            VOBGP_MEMBER(extCommPktSubtypeTransOpaqueColorExtendedCommunity),
-            VOBGP_MEMBER(extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity),
-            VOBGP_MEMBER(extCommPktSubtypeTransOpaqueDefaultGateway),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeTransOpaqeUnknown),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransOpaqueCostCommunity),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransOpaqueOutboundRouteFilter),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransOpaqueOspfRouteType),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransOpaqueColorExtendedCommunity),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransOpaqueDefaultGateway),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeTransOpaqeUnknown),
         });
 };
 
@@ -380,18 +376,18 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeEvpn> {
     static constexpr std::string_view qualifiedName = "Routing::Bgp::BgpExtCommPktSubtypeEvpn";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeEvpn>>({
-            VOBGP_MEMBER(extCommPktSubtypeEvpnMacMobility),
-            VOBGP_MEMBER(extCommPktSubtypeEvpnEsiMplsLabel),
-            VOBGP_MEMBER(extCommPktSubtypeEvpnEsImport),
-            VOBGP_MEMBER(extCommPktSubtypeEvpnRouterMac),
-            VOBGP_MEMBER(extCommPktSubtypeEvpnLayer2Attributes),
-            VOBGP_MEMBER(extCommPktSubtypeEvpnEtree),
-            VOBGP_MEMBER(extCommPktSubtypeEvpnNdFlags),
-            VOBGP_MEMBER(extCommPktSubtypeEvpnMulticastFlags),
-            VOBGP_MEMBER(extCommPktSubtypeEvpnEviRtType0),
-            VOBGP_MEMBER(extCommPktSubtypeEvpnEviRtType1),
-            VOBGP_MEMBER(extCommPktSubtypeEvpnEviRtType2),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeEvpnUnknown),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeEvpnMacMobility),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeEvpnEsiMplsLabel),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeEvpnEsImport),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeEvpnRouterMac),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeEvpnLayer2Attributes),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeEvpnEtree),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeEvpnNdFlags),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeEvpnMulticastFlags),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeEvpnEviRtType0),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeEvpnEviRtType1),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeEvpnEviRtType2),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeEvpnUnknown),
         });
 };
 
@@ -401,8 +397,8 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeTransFlowspecRedi
         "Routing::Bgp::BgpExtCommPktSubtypeTransFlowspecRedirectNexthop";
     static constexpr auto rows = std::to_array<
         EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeTransFlowspecRedirectNexthop>>({
-        VOBGP_MEMBER(extCommPktSubtypeFlowspecRedirectNexthop),
-        VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeFlowspecRedirectUnknown),
+        MOX_MEMBER(Routing::Bgp, extCommPktSubtypeFlowspecRedirectNexthop),
+        MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeFlowspecRedirectUnknown),
     });
 };
 
@@ -412,13 +408,13 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeTransGeneric> {
         "Routing::Bgp::BgpExtCommPktSubtypeTransGeneric";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeTransGeneric>>({
-            VOBGP_MEMBER(extCommPktSubtypeTransGenericFlowspecTrafficRate),
-            VOBGP_MEMBER(extCommPktSubtypeTransGenericFlowspecTrafficAction),
-            VOBGP_MEMBER(extCommPktSubtypeTransGenericFlowspecRedirectAs2Byte),
-            VOBGP_MEMBER(extCommPktSubtypeTransGenericFlowspecTrafficRemarking),
-            VOBGP_MEMBER(extCommPktSubtypeTransGenericLayer2InfoExtendedCommunity),
-            VOBGP_MEMBER(extCommPktSubtypeTransGenericEtreeInfo),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeTransGenericUnknown),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransGenericFlowspecTrafficRate),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransGenericFlowspecTrafficAction),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransGenericFlowspecRedirectAs2Byte),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransGenericFlowspecTrafficRemarking),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransGenericLayer2InfoExtendedCommunity),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransGenericEtreeInfo),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeTransGenericUnknown),
         });
 };
 
@@ -428,8 +424,8 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeTransGenericPart2
         "Routing::Bgp::BgpExtCommPktSubtypeTransGenericPart2";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeTransGenericPart2>>({
-            VOBGP_MEMBER(extCommPktSubtypeTransGenericPart2FlowspecRedirectIpv4),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeTransGenericPart2Unknown),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransGenericPart2FlowspecRedirectIpv4),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeTransGenericPart2Unknown),
         });
 };
 
@@ -439,8 +435,8 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeTransGenericPart3
         "Routing::Bgp::BgpExtCommPktSubtypeTransGenericPart3";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeTransGenericPart3>>({
-            VOBGP_MEMBER(extCommPktSubtypeTransGenericPart3FlowspecRedirectAs4Byte),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeTransGenericPart3Unknown),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeTransGenericPart3FlowspecRedirectAs4Byte),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeTransGenericPart3Unknown),
         });
 };
 
@@ -450,9 +446,9 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeNonTransTwoOctetA
         "Routing::Bgp::BgpExtCommPktSubtypeNonTransTwoOctetAs";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeNonTransTwoOctetAs>>({
-            VOBGP_MEMBER(extCommPktSubtypeNonTransTwoOctetAsLinkBandwidth),
-            VOBGP_MEMBER(extCommPktSubtypeNonTransTwoOctetAsVirtualNetworkIdentifier),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeNonTransTwoOctetAsUnknown),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeNonTransTwoOctetAsLinkBandwidth),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeNonTransTwoOctetAsVirtualNetworkIdentifier),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeNonTransTwoOctetAsUnknown),
         });
 };
 
@@ -462,7 +458,7 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeNonTransIpv4Addre
         "Routing::Bgp::BgpExtCommPktSubtypeNonTransIpv4Address";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeNonTransIpv4Address>>({
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeNonTransIpv4AddressUnknown),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeNonTransIpv4AddressUnknown),
         });
 };
 
@@ -472,8 +468,8 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeNonTransFourOctet
         "Routing::Bgp::BgpExtCommPktSubtypeNonTransFourOctetAs";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeNonTransFourOctetAs>>({
-            VOBGP_MEMBER(extCommPktSubtypeNonTransFourOctetAsGeneric),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubNonTransFourOctetAsUnknown),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeNonTransFourOctetAsGeneric),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubNonTransFourOctetAsUnknown),
         });
 };
 
@@ -483,9 +479,9 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktSubtypeNonTransOpaque> {
         "Routing::Bgp::BgpExtCommPktSubtypeNonTransOpaque";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::BgpExtCommPktSubtypeNonTransOpaque>>({
-            VOBGP_MEMBER(extCommPktSubtypeNonTransOriginValidationState),
-            VOBGP_MEMBER(extCommPktSubtypeNonTransCostCommunity),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommPktSubtypeNonTransOpaqueUnknown),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeNonTransOriginValidationState),
+            MOX_MEMBER(Routing::Bgp, extCommPktSubtypeNonTransCostCommunity),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommPktSubtypeNonTransOpaqueUnknown),
         });
 };
 
@@ -494,64 +490,48 @@ struct Mox::EnumerationTable<Routing::Bgp::ExtCommClassification> {
     static constexpr std::string_view qualifiedName = "Routing::Bgp::ExtCommClassification";
     static constexpr auto rows =
         std::to_array<EnumerationRow<Routing::Bgp::ExtCommClassification>>({
-            VOBGP_MEMBER(extCommClassificationUnSpecified),
-            VOBGP_MEMBER(extCommClassificationRouteTarget),
-            VOBGP_MEMBER(extCommClassificationRouteOrigin),
-            VOBGP_MEMBER(extCommClassificationEvpn),
-            VOBGP_MEMBER(extCommClassificationTunnelEncap),
-            VOBGP_MEMBER(extCommClassificationDefaultGateway),
-            VOBGP_MEMBER(extCommClassificationFlowspec),
-            VOBGP_MEMBER(extCommClassificationLinkBandwidth),
-            VOBGP_MEMBER(extCommClassificationColor),
-            VOBGP_MEMBER(extCommClassificationOriginValidationState),
-            VOBGP_MEMBER_NOT_ON_WIRE(extCommClassificationOneBeyondLast),
+            MOX_MEMBER(Routing::Bgp, extCommClassificationUnSpecified),
+            MOX_MEMBER(Routing::Bgp, extCommClassificationRouteTarget),
+            MOX_MEMBER(Routing::Bgp, extCommClassificationRouteOrigin),
+            MOX_MEMBER(Routing::Bgp, extCommClassificationEvpn),
+            MOX_MEMBER(Routing::Bgp, extCommClassificationTunnelEncap),
+            MOX_MEMBER(Routing::Bgp, extCommClassificationDefaultGateway),
+            MOX_MEMBER(Routing::Bgp, extCommClassificationFlowspec),
+            MOX_MEMBER(Routing::Bgp, extCommClassificationLinkBandwidth),
+            MOX_MEMBER(Routing::Bgp, extCommClassificationColor),
+            MOX_MEMBER(Routing::Bgp, extCommClassificationOriginValidationState),
+            MOX_MEMBER_NOT_ON_WIRE(Routing::Bgp, extCommClassificationOneBeyondLast),
         });
 };
 
-#undef VOBGP_MEMBER
-#undef VOBGP_MEMBER_NOT_ON_WIRE
-
 namespace Routing::Bgp {
 
-/// The member of an enumeration by number or by name; what is none is a `Mox::RangeException` whose
-/// text is the operation's name.
-#define VOBGP_ENUMERATION_INSTANCES(Enumeration, operation)                                        \
-    inline Enumeration operation(U32 number) {                                                     \
-        return Mox::enumerationInstance<Enumeration>(number, #operation);                          \
-    }                                                                                              \
-    inline Enumeration operation(String const& name) {                                             \
-        return Mox::enumerationInstance<Enumeration>(std::string_view(name), #operation);          \
-    }
-
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktType, BgpExtCommPktTypeInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransTwoOctetAs,
-                            BgpExtCommPktSubtypeTransTwoOctetAsInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransIpv4Address,
-                            BgpExtCommPktSubtypeTransIpv4AddressInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransFourOctetAs,
-                            BgpExtCommPktSubtypeTransFourOctetAsInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransOpaque,
-                            BgpExtCommPktSubtypeTransOpaqueInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeEvpn, BgpExtCommPktSubtypeEvpnInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransFlowspecRedirectNexthop,
-                            BgpExtCommPktSubtypeTransFlowspecRedirectNexthopInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransGeneric,
-                            BgpExtCommPktSubtypeTransGenericInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransGenericPart2,
-                            BgpExtCommPktSubtypeTransGenericPart2Instance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransGenericPart3,
-                            BgpExtCommPktSubtypeTransGenericPart3Instance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeNonTransTwoOctetAs,
-                            BgpExtCommPktSubtypeNonTransTwoOctetAsInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeNonTransIpv4Address,
-                            BgpExtCommPktSubtypeNonTransIpv4AddressInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeNonTransFourOctetAs,
-                            BgpExtCommPktSubtypeNonTransFourOctetAsInstance)
-VOBGP_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeNonTransOpaque,
-                            BgpExtCommPktSubtypeNonTransOpaqueInstance)
-VOBGP_ENUMERATION_INSTANCES(ExtCommClassification, ExtCommClassificationInstance)
-
-#undef VOBGP_ENUMERATION_INSTANCES
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktType, BgpExtCommPktTypeInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransTwoOctetAs,
+                          BgpExtCommPktSubtypeTransTwoOctetAsInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransIpv4Address,
+                          BgpExtCommPktSubtypeTransIpv4AddressInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransFourOctetAs,
+                          BgpExtCommPktSubtypeTransFourOctetAsInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransOpaque, BgpExtCommPktSubtypeTransOpaqueInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeEvpn, BgpExtCommPktSubtypeEvpnInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransFlowspecRedirectNexthop,
+                          BgpExtCommPktSubtypeTransFlowspecRedirectNexthopInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransGeneric,
+                          BgpExtCommPktSubtypeTransGenericInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransGenericPart2,
+                          BgpExtCommPktSubtypeTransGenericPart2Instance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeTransGenericPart3,
+                          BgpExtCommPktSubtypeTransGenericPart3Instance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeNonTransTwoOctetAs,
+                          BgpExtCommPktSubtypeNonTransTwoOctetAsInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeNonTransIpv4Address,
+                          BgpExtCommPktSubtypeNonTransIpv4AddressInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeNonTransFourOctetAs,
+                          BgpExtCommPktSubtypeNonTransFourOctetAsInstance)
+MOX_ENUMERATION_INSTANCES(BgpExtCommPktSubtypeNonTransOpaque,
+                          BgpExtCommPktSubtypeNonTransOpaqueInstance)
+MOX_ENUMERATION_INSTANCES(ExtCommClassification, ExtCommClassificationInstance)
 
 inline BgpExtCommPktType ExtCommContent::pktType() const noexcept {
     auto const type = static_cast<BgpExtCommPktType>(typeOctet());
