@@ -9,9 +9,9 @@ namespace BgpShowCli {
 Mox::Type const& ExtCommCache::staticType() noexcept {
     static Mox::Type const type(
         Mox::Type::Kind::entity, "BgpShowCli::ExtCommCache",
-        {Mox::readOnlyAttribute<ExtCommCache, &ExtCommCache::extCommToStrings>("extCommToStrings"),
+        {Mox::readOnlyAttribute<ExtCommCache, &ExtCommCache::extCommToStrings>("extCommToString"),
          Mox::readOnlyAttribute<ExtCommCache, &ExtCommCache::extCommToAsdotStrings>(
-             "extCommToAsdotStrings")});
+             "extCommToAsdotString")});
     return type;
 }
 

@@ -6,8 +6,11 @@
 namespace Routing::Bgp {
 
 Mox::Type const& ExtCommIp6DedupTable::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIp6DedupTable", {},
-                                &BasicDedupTable_::staticType());
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIp6DedupTable",
+        {Mox::pointerAttribute<ExtCommIp6DedupTable, &ExtCommIp6DedupTable::parseExtCommRule>(
+            "parseExtCommRule")},
+        &BasicDedupTable_::staticType());
     return type;
 }
 

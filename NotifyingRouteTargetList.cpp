@@ -9,7 +9,7 @@ namespace Routing::Bgp {
 Mox::Type const& NotifyingRouteTargetList::staticType() noexcept {
     static Mox::Type const type(
         Mox::Type::Kind::entity, "Routing::Bgp::NotifyingRouteTargetList",
-        {Mox::readOnlyAttribute<NotifyingRouteTargetList, &NotifyingRouteTargetList::rts>("rts")});
+        {Mox::readOnlyAttribute<NotifyingRouteTargetList, &NotifyingRouteTargetList::rts>("rt")});
     return type;
 }
 

@@ -20,7 +20,7 @@ Mox::Attribute RouteTargetPrefix::prefixAttribute() noexcept {
         try {
             static_cast<RouteTargetPrefix*>(object)->prefix_ =
                 Mox::ValueText<RouteTarget>::read(in);
-        } catch (Mox::Exception const& error) {
+        } catch (Mox::RangeException const& error) {
             // The error is the nested value's; what its reader needs to know is whose value.
             throw Mox::RangeException(std::string("RouteTargetPrefix::prefix: ") + error.what());
         }

@@ -106,13 +106,22 @@ Mox::Type const& ExtCommIpv4Address::staticType() noexcept {
 }
 
 Mox::Type const& ExtCommLifeTimeNotifiee::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::ExtCommLifeTimeNotifiee",
-                                {}, &Kel::DedupHashTableLifeTimeNotifiee::staticType());
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommLifeTimeNotifiee",
+        {Mox::pointerAttribute<ExtCommLifeTimeNotifiee, &ExtCommLifeTimeNotifiee::producerRtList>(
+            "producerRtList")},
+        &Kel::DedupHashTableLifeTimeNotifiee::staticType());
     return type;
 }
 
 Mox::Type const& ExtCommDedupTable::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::ExtCommDedupTable", {});
+    using Table = ExtCommDedupTable;
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommDedupTable",
+        {Mox::pointerAttribute<Table, &Table::notifyingRouteTargetList>("notifyingRouteTargetList"),
+         Mox::pointerAttribute<Table, &Table::lifeTimeNotifiee>("lifeTimeNotifiee"),
+         Mox::pointerAttribute<Table, &Table::dedupHashTable>("dedupHashTable"),
+         Mox::pointerAttribute<Table, &Table::parseExtCommRule>("parseExtCommRule")});
     return type;
 }
 

@@ -28,7 +28,25 @@ String extCommTypeAsString(char const* suffix, U8 type, U8 subtype, bool transit
     return out.string();
 }
 
+Mox::Type const& ExtCommContent::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::value, "Routing::Bgp::ExtCommContent",
+        {Mox::readOnlyAttribute<ExtCommContent, &ExtCommContent::community>("community")});
+    return type;
+}
+
 namespace {
+
+Mox::Type const pktSubtypeType(Mox::Type::Kind::value, "Routing::Bgp::BgpExtCommPktSubtype",
+                               {{"value", [](Mox::CharBuffer& out, void const* object) {
+                                     Kel::writeMaybeU63(
+                                         out, *static_cast<BgpExtCommPktSubtype const*>(object));
+                                 }}});
+
+Mox::TypeRegistration const valueRegistrations[] = {
+    Mox::TypeRegistration(ExtCommContent::staticType()),
+    Mox::TypeRegistration(pktSubtypeType),
+};
 
 template <Mox::Enumeration... Enumerations>
 struct Registrations {

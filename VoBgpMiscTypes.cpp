@@ -3,6 +3,7 @@
 #include <Mox/Assert.h>
 #include <Mox/CharBuffer.h>
 #include <Mox/Exception.h>
+#include <Mox/Type.h>
 
 namespace Routing::Bgp {
 
@@ -42,6 +43,29 @@ U32 readElement(U32 word, Element element) {
 U32 withElement(U32 word, Element element, U32 value) {
     return (word & ~element.mask) | value << element.shift;
 }
+
+} // namespace
+
+Mox::Type const& BgpDenseU32Attr::staticType() noexcept {
+    static Mox::Type const type(
+        Mox::Type::Kind::value, "Routing::Bgp::BgpDenseU32Attr",
+        {Mox::readOnlyAttribute<BgpDenseU32Attr, &BgpDenseU32Attr::value>("value")});
+    return type;
+}
+
+namespace {
+
+// Its own text is not that of its attribute: the type is here for those who ask the registry.
+Mox::Type const maybeU63Type(Mox::Type::Kind::value, "Routing::Bgp::BgpMaybeU63",
+                             {{"value", [](Mox::CharBuffer& out, void const* object) {
+                                   Kel::writeMaybeU63(out,
+                                                      *static_cast<BgpMaybeU63 const*>(object));
+                               }}});
+
+Mox::TypeRegistration const registrations[] = {
+    Mox::TypeRegistration(BgpDenseU32Attr::staticType()),
+    Mox::TypeRegistration(maybeU63Type),
+};
 
 } // namespace
 

@@ -16,23 +16,13 @@
 
 namespace Routing::Bgp {
 
-namespace {
-
-/// A part's text: whether there is one.
-template <auto Get>
-void writePresence(Mox::CharBuffer& out, void const* object) {
-    auto const& container = Mox::Detail::attributeOwner<BgpParseExtCommContainerSm>(object);
-    Mox::ValueText<bool>::write(out, static_cast<bool>((container.*Get)()));
-}
-
-} // namespace
-
 Mox::Type const& BgpParseExtCommContainerSm::staticType() noexcept {
     using Container = BgpParseExtCommContainerSm;
     static Mox::Type const type(
         Mox::Type::Kind::entity, "Routing::Bgp::BgpParseExtCommContainerSm",
-        {{"parseExtCommRuleCollections", writePresence<&Container::parseExtCommRuleCollections>},
-         {"extCommParser", writePresence<&Container::extCommParser>},
+        {Mox::pointerAttribute<Container, &Container::parseExtCommRuleCollections>(
+             "parseExtCommRuleCollections"),
+         Mox::pointerAttribute<Container, &Container::extCommParser>("extCommParser"),
          {"extCommParserSms",
           [](Mox::CharBuffer& out, void const* object) {
               out.appendDecimal(
@@ -44,12 +34,26 @@ Mox::Type const& BgpParseExtCommContainerSm::staticType() noexcept {
                                     .extCommParserSmsMetadata()
                                     .nextIndex);
           }},
-         {"extCommCache", writePresence<&Container::extCommCache>}});
+         Mox::pointerAttribute<Container, &Container::extCommCache>("extCommCache")});
     return type;
 }
 
 namespace {
-Mox::TypeRegistration const registration(BgpParseExtCommContainerSm::staticType());
+
+using Metadata = BgpParseExtCommContainerSm::ExtCommParserSmsMetadata;
+
+Mox::Type const metadataType(Mox::Type::Kind::value,
+                             "Routing::Bgp::BgpParseExtCommContainerSm::ExtCommParserSmsMetadata",
+                             {{"nextIndex", [](Mox::CharBuffer& out, void const* object) {
+                                   out.appendDecimal(
+                                       static_cast<Metadata const*>(object)->nextIndex);
+                               }}});
+
+Mox::TypeRegistration const registrations[] = {
+    Mox::TypeRegistration(BgpParseExtCommContainerSm::staticType()),
+    Mox::TypeRegistration(metadataType),
+};
+
 } // namespace
 
 BgpParseExtCommContainerSm::BgpParseExtCommContainerSm() {

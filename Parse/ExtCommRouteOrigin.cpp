@@ -18,8 +18,7 @@ ExtCommRouteRegistrations<ExtCommRouteOriginFamily> const registrations;
 } // namespace
 
 void ExtCommRouteOriginFamily::unexpectedType() {
-    MOX_ASSERT(0 && "unexpected type");
-    __builtin_unreachable();
+    Mox::assertionFailed(__FILE__, __LINE__, "formatDerivedType", "0 && \"unexpected type\"");
 }
 
 ExtComm::PtrConst ExtCommRouteOriginFamily::TwoOctetAs::build(ExtCommContent const& content) {

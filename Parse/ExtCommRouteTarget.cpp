@@ -18,8 +18,7 @@ ExtCommRouteRegistrations<ExtCommRouteTargetFamily> const registrations;
 } // namespace
 
 void ExtCommRouteTargetFamily::unexpectedType() {
-    MOX_ASSERT(0 && "unexpected type");
-    __builtin_unreachable();
+    Mox::assertionFailed(__FILE__, __LINE__, "formatDerivedType", "0 && \"unexpected type\"");
 }
 
 ExtComm::PtrConst ExtCommRouteTargetFamily::TwoOctetAs::build(ExtCommContent const& content) {

@@ -34,9 +34,7 @@ LiveObject::~LiveObject() {
 }
 
 void LiveObject::write(Mox::CharBuffer& out, void const* object) {
-    auto const address = reinterpret_cast<U64>(object);
-    auto const digits = (static_cast<unsigned>(std::bit_width(address | 1)) + 3) / 4;
-    out.append("0x").appendHex(address, digits);
+    Mox::writePointer(out, object);
 }
 
 void* LiveObject::read(Mox::ValueReader& in, Kind kind, char const* attribute) {

@@ -1,5 +1,6 @@
 #include "JsonWriter.h"
 
+#include <cmath>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -54,10 +55,13 @@ TEST(JsonWriterTest, StringsAreValidWhateverTheyHold) {
 }
 
 TEST(JsonWriterTest, NumbersReadBackToTheSameNumber) {
-    for (double const number : {0.0, -0.0, 1e6, 1e300, -1.5, static_cast<double>(0.1F), 2.2250738585072014e-308}) {
+    for (double const number :
+         {0.0, -0.0, 1e6, 1e300, -1.5, static_cast<double>(0.1F), 2.2250738585072014e-308}) {
         std::string out;
         JsonWriter(out).real(number);
         EXPECT_EQ(std::stod(out), number) << out;
+        EXPECT_EQ(out.starts_with("-0."), number == 0 && std::signbit(number))
+            << "an integer has no negative zero: " << out;
     }
     std::string out;
     JsonWriter json(out);

@@ -391,12 +391,17 @@ TEST(ProgramTest, FormsHoldEveryTextAndSelection) {
 TEST(ProgramTest, TypesAreToldFromTheRegistry) {
     Result const json = run({"types", "--json"});
     EXPECT_EQ(json.status, 0);
-    for (char const* line :
-         {R"({"type":"Routing::Bgp::BgpExtCommPktSubtypeNonTransFourOctetAs","kind":)"
-          R"("enumeration","members":[{"name":"extCommPktSubtypeNonTransFourOctetAsGeneric",)"
-          R"("number":4},{"name":"extCommPktSubNonTransFourOctetAsUnknown","number":256}]})",
-          R"({"type":"Routing::Bgp::ExtCommList::Serialization","kind":"value","attributes":)"
-          R"(["all","transitive","linkBandwidth","originAsValidity"]})"}) {
+    for (
+        char const* line :
+        {R"({"type":"Routing::Bgp::BgpExtCommPktSubtypeNonTransFourOctetAs","kind":)"
+         R"("enumeration","members":[{"name":"extCommPktSubtypeNonTransFourOctetAsGeneric",)"
+         R"("number":4},{"name":"extCommPktSubNonTransFourOctetAsUnknown","number":256}]})",
+         R"({"type":"Routing::Bgp::ExtCommList::Serialization","kind":"value","attributes":)"
+         R"(["all","transitive","linkBandwidth","originAsValidity"]})",
+         R"({"type":"BgpShowCli::ExtCommCache","kind":"object","attributes":["extCommToString",)"
+         R"("extCommToAsdotString"]})",
+         R"({"type":"Routing::Bgp::ExtCommContent","kind":"value","attributes":["community"]})",
+         R"("notifyingRouteTargetList","lifeTimeNotifiee","dedupHashTable","parseExtCommRule"]})"}) {
         EXPECT_NE(json.out.find(line), std::string::npos) << line;
     }
     Result const text = run({"types"});

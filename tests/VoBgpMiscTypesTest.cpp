@@ -98,6 +98,8 @@ TEST(BgpMaybeU63, TextsForPeopleAndForReadingBackDiffer) {
     }
     EXPECT_THROW(strepToValue<BgpExtCommPktSubtype>("256"), Mox::RangeException);
     EXPECT_THROW(strepToValue<BgpExtCommPktSubtype>("-"), Mox::ParseException);
+    EXPECT_TRUE(strepToValue<BgpMaybeU63>("unspecified").isUnspecified());
+    EXPECT_THROW(strepToValue<BgpMaybeU63>("1"), Mox::RangeException);
 }
 
 TEST(BgpMaybeU63DeathTest, AnUnspecifiedValueIsNotANumber) {

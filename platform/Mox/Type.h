@@ -110,6 +110,14 @@ constexpr Attribute readOnlyAttribute(std::string_view name) noexcept {
             }};
 }
 
+/// An attribute that is a counted pointer: `0x` and the address in hexadecimal, null as `0x0`.
+template <class T, auto Get>
+constexpr Attribute pointerAttribute(std::string_view name) noexcept {
+    return {name, [](CharBuffer& out, void const* object) {
+                writePointer(out, (Detail::attributeOwner<T>(object).*Get)().get());
+            }};
+}
+
 /// An attribute that member functions read and set.
 template <class T, auto Get, auto Set>
 constexpr Attribute attribute(std::string_view name) noexcept {

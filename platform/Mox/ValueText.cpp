@@ -2,6 +2,7 @@
 
 #include <Mox/Type.h>
 
+#include <bit>
 #include <string>
 
 namespace Mox {
@@ -86,6 +87,12 @@ std::string openingText(Type const& type) {
 }
 
 } // namespace
+
+void writePointer(CharBuffer& out, void const* pointer) {
+    auto const address = reinterpret_cast<U64>(pointer);
+    auto const bits = static_cast<unsigned>(std::bit_width(address));
+    out.append("0x").appendHex(address, bits == 0 ? 1 : (bits + 3) / 4);
+}
 
 void writeAttributes(CharBuffer& out, Type const& type, void const* object) {
     out.append("Value('").append(type.name()).append("', ** {");

@@ -67,6 +67,9 @@ VOBGP_EXPORT void writeAttributes(CharBuffer& out, Type const& type, void const*
 /// Reads that form into an object, attribute by attribute.
 VOBGP_EXPORT void readAttributes(ValueReader& in, Type const& type, void* object);
 
+/// `0x` and an address in hexadecimal, as short as it goes; null is `0x0`.
+VOBGP_EXPORT void writePointer(CharBuffer& out, void const* pointer);
+
 template <class T>
 concept HasValueText = requires(CharBuffer& out, T const& value) {
     ValueText<T>::write(out, value);

@@ -206,6 +206,8 @@ class VOBGP_EXPORT ExtCommContent {
     friend constexpr bool operator==(ExtCommContent, ExtCommContent) noexcept = default;
     friend constexpr auto operator<=>(ExtCommContent, ExtCommContent) noexcept = default;
 
+    static Mox::Type const& staticType() noexcept;
+
   private:
     U64 community_ = 0;
 };

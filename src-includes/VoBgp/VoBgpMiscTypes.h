@@ -53,6 +53,8 @@ class VOBGP_EXPORT BgpDenseU32Attr {
 
     friend constexpr bool operator==(BgpDenseU32Attr, BgpDenseU32Attr) noexcept = default;
 
+    static Mox::Type const& staticType() noexcept;
+
   private:
     U32 value_ = 0;
 };
@@ -65,6 +67,8 @@ class VOBGP_EXPORT BgpMaybeU63 : public Kel::MaybeU63 {
   public:
     /// Unspecified.
     BgpMaybeU63() noexcept = default;
+    /// Checked against the range here, which only the unspecified value passes.
+    explicit BgpMaybeU63(U64 value) { BgpMaybeU63::valueIs(value); }
     BgpMaybeU63(BgpMaybeU63 const&) noexcept = default;
     BgpMaybeU63& operator=(BgpMaybeU63 const&) noexcept = default;
     virtual ~BgpMaybeU63();

@@ -64,6 +64,11 @@ class JsonWriter {
             return null();
         }
         separate();
+        if (value == 0) {
+            // With a fraction: readers take `-0` for the integer 0.
+            out_ += std::signbit(value) ? "-0.0" : "0";
+            return *this;
+        }
         char digits[32];
         out_.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
         return *this;
