@@ -369,4 +369,25 @@ TEST_P(ExtCommListsDeathTest, Contracts) {
     }
 }
 
+TEST(ExtCommListOrder, OfEqualValuesTheFirstAppendedStays) {
+    // Two objects of one value: interned in two tables.
+    auto const ours = Mox::makeCounted<Kel::DedupHashTableUnorderedSet>(false);
+    auto const theirs = Mox::makeCounted<Kel::DedupHashTableUnorderedSet>(false);
+    auto const intern = [](auto const& table, U64 value) {
+        return Mox::staticPtrCast<ExtComm const>(table->dedup(
+            Mox::makeActive<ExtComm>(extCommClassificationUnSpecified, ExtCommContent(value))));
+    };
+    auto const list = extCommListFactory();
+    for (auto const& table : {ours, theirs}) {
+        for (U64 i = 0; i < 100; ++i) {
+            list->commIs(intern(table, i * 37 % 100));
+        }
+    }
+    list->sortComms();
+    ASSERT_EQ(list->comms(), 100U);
+    for (auto const& member : *list) {
+        EXPECT_EQ(member, intern(ours, member->community()));
+    }
+}
+
 } // namespace

@@ -44,9 +44,14 @@ class VOBGP_EXPORT CharBuffer {
 
     CharBuffer& appendDecimal(U64 number) {
         constexpr std::size_t longest = 20;
-        char* const place = reserve(longest);
-        writePtr_ = std::to_chars(place, place + longest, number).ptr;
-        return *this;
+        if (static_cast<std::size_t>(endPtr_ - writePtr_) >= longest) [[likely]] {
+            writePtr_ = std::to_chars(writePtr_, endPtr_, number).ptr;
+            return *this;
+        }
+        // Near the end room is made for its digits only.
+        char digits[longest];
+        auto const* const end = std::to_chars(digits, digits + longest, number).ptr;
+        return append(std::string_view(digits, static_cast<std::size_t>(end - digits)));
     }
 
     /// The low `digits` hexadecimal digits of a number, most significant first.

@@ -68,16 +68,20 @@ TraceLine::TraceLine(int level, char const* file, int line, char const* function
 }
 
 TraceLine::~TraceLine() {
-    auto line = std::move(text_).str();
+    auto const line = text_.view();
     auto& trace = facility();
     std::scoped_lock const lock(trace.mutex);
-    if (trace.sink) {
-        trace.sink(level_, line);
+    if (!trace.sink) {
+        std::fwrite(line.data(), 1, line.size(), trace.file);
+        std::fputc('\n', trace.file);
+        std::fflush(trace.file);
         return;
     }
-    line.push_back('\n');
-    std::fwrite(line.data(), 1, line.size(), trace.file);
-    std::fflush(trace.file);
+    try {
+        trace.sink(level_, line);
+    } catch (...) {
+        // A line may be lost, for want of memory for one; whoever traces it must not be.
+    }
 }
 
 } // namespace Mox

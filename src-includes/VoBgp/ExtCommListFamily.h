@@ -82,6 +82,7 @@ class ExtCommMembers : public Handle {
 
     CommVector& commVectorNonConst() noexcept {
         assertMayBeFilled();
+        commVectorSorted_ = false;
         return commVector_;
     }
 

@@ -17,6 +17,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 /// What all kinds of lists of communities are made with: sorted vectors, text, the path attribute.
 
@@ -28,8 +29,13 @@ namespace Routing::Bgp {
 /// memory for that runs out, the members are all there and this can be done again.
 template <class Member, class KeyOf = std::identity>
 void commVectorSort(Mox::CompactVector<Member>& members, KeyOf keyOf = {}) {
-    std::sort(members.begin(), members.end(),
-              [&](Member const& a, Member const& b) { return keyOf(a) < keyOf(b); });
+    auto const before = [&](Member const& a, Member const& b) { return keyOf(a) < keyOf(b); };
+    if constexpr (std::is_trivially_copyable_v<Member>) {
+        std::sort(members.begin(), members.end(), before);
+    } else {
+        // Of two objects with one value the one that was appended first stays.
+        std::stable_sort(members.begin(), members.end(), before);
+    }
     auto* const end =
         std::unique(members.begin(), members.end(),
                     [&](Member const& a, Member const& b) { return keyOf(a) == keyOf(b); });

@@ -259,13 +259,13 @@ namespace Routing::Bgp {
 class BgpParseExtendedCommunityRule;
 class ExtComm;
 template <class Kind>
-class ExtCommPerTypeRule;
+class VOBGP_EXPORT ExtCommPerTypeRule;
 template <class Kind>
-class ExtCommRuleKey;
+class VOBGP_EXPORT ExtCommRuleKey;
 template <class Kind>
-class ExtCommSubRuleBase;
+class VOBGP_EXPORT ExtCommSubRuleBase;
 template <class Width>
-class ExtCommTypeRuleBase;
+class VOBGP_EXPORT ExtCommTypeRuleBase;
 
 namespace ExtCommLayout {
 struct TwoOctetAs;

@@ -1,0 +1,858 @@
+/*
+ * The interning protocol in thread-safe mode: one content, one shard, a few threads.
+ *
+ * What is checked is the order of the steps of Kel::DedupTableCore over the word of Mox::CountWord,
+ * under every interleaving. Each plain load, compare-and-swap, lock and unlock is a step of its
+ * own; a compare-and-swap compares with what was loaded some steps before. Steps bear the names
+ * that they have in the code. README.md says what is left out.
+ *
+ * A configuration is a choice of these macros:
+ *
+ *   THREADS   2 or 3
+ *   ROUNDS    how often each thread interns the content, uses it and lets go
+ *   BRIEF     a thread only interns and lets go: no look-up before, no second reference
+ *   WATCHED   a lifetime notifiee is registered from the start
+ *   REWATCHED another thread takes the notifiee off and puts it back, at any time
+ *   THROWS    the notifiee's handleInsert may throw
+ *   REENTERS  the notifiee looks the content up again from inside handleInsert
+ *   LEAVES    the notifiee may take itself off from inside a notification
+ *   RETURNS   handleNotificationStop may put a notifiee on the table again
+ *   RESETS    the notifiee's handleInsert may reset the pointer that the object is interned by
+ *   NOTIFIERS lifetime notifiers are made, by the notifiee if there is one, else by a holder, and
+ *             dropped by anybody, at any time; its value is how many for one object, by holders
+ *   DIES      the table goes with its last reference, while objects of its may still be held
+ *   DIES_INSIDE  ... and a thread's reference to the table may go inside a notification
+ *
+ * FAULT_... plants a fault, which must be found.
+ */
+
+#define OBJECTS (THREADS * ROUNDS)
+#define NONE 255
+
+#if defined(WATCHED) || defined(REWATCHED)
+#define NOTIFIEE
+#endif
+#if defined(WATCHED) && !defined(LEAVES)
+#define ALWAYS_WATCHED
+#endif
+#if defined(DIES) || defined(DIES_INSIDE)
+#define TABLE_DIES
+#endif
+
+/* ---- Mox::CountWord: count, floor, state and flags, which change in one step ----------------- */
+
+#define countOf(w) ((w) & 15)
+#define floorOf(w) (((w) >> 4) & 63)
+#define stateOf(w) (((w) >> 10) & 7)
+#define withState(w, s) (((w) & ~(7 << 10)) | ((s) << 10))
+#define FLOOR_ONE 16
+#define FLOOR_MASK (63 << 4)
+#define PENDING (1 << 13)
+#define ANNOUNCED (1 << 14)
+
+#define NEVER_INTERNED 0
+#define INTERNED 1
+#define BEING_DETACHED 2
+#define LEFT 3
+
+#define isSettled(w) (stateOf(w) == INTERNED && ((w) & PENDING) == 0)
+
+/* What a change makes of the word that it finds. */
+#define enteredTable(w, announce)                                                                  \
+    (withState(w, INTERNED) + 1 + FLOOR_ONE + (announce -> (PENDING | ANNOUNCED) : 0))
+#define announcedInsertion(w) ((w) & ~PENDING)
+#define forgottenAnnouncement(w) ((w) & ~ANNOUNCED)
+#define leftTable(w) withState((w) & ~(FLOOR_MASK | PENDING | ANNOUNCED), LEFT)
+#define takenBack(w)                                                                               \
+    (withState((w) & ~(FLOOR_MASK | PENDING | ANNOUNCED),                                          \
+               (floorOf(w) > 1 -> LEFT : NEVER_INTERNED)) - 1)
+#define detached(w) (withState((w) & ~FLOOR_MASK, BEING_DETACHED) - 1)
+
+/* ---- What the threads share ------------------------------------------------------------------ */
+
+/* Objects of one content. An object is made once; its memory is never used again, so that whoever
+   touches it too late is seen. */
+#define UNBORN 0
+#define ALIVE 1
+#define FREED 2
+byte life[OBJECTS];
+short word[OBJECTS];
+bit hasCore[OBJECTS];     /* DedupHandle::core_ is not null */
+byte notifiers[OBJECTS];  /* lifetime notifiers that somebody owns, */
+byte raised[OBJECTS];     /* how many of them raised the floor, */
+byte made[OBJECTS];       /* and how many there are, with those in the making or being dropped */
+
+/* The table's core. */
+bit coreAlive = 1;
+byte holders = 1;
+byte entry = NONE;        /* the slot for the content */
+bit telling_;             /* there is a notifiee; under the notification mutex only */
+bit watched_;             /* the notification mutex is needed; readable without it */
+byte shardOwner = NONE;
+
+/* The process-wide recursive mutex. */
+byte notificationOwner = NONE;
+byte notificationDepth;
+
+/* The references to the table itself. */
+byte tableReferences = THREADS;
+
+/* What the notifiee knows. */
+byte heard = NONE;        /* the object whose removal it is owed */
+byte notifying = NONE;    /* the thread that is calling it */
+
+#ifdef TABLE_DIES
+#define TABLE_IS_HELD && hasTable
+#else
+#define TABLE_IS_HELD
+#endif
+
+#define touch(o) assert(life[o] == ALIVE)
+
+/* ---- Locks ------------------------------------------------------------------------------------ */
+
+inline lockShard() {
+    atomic { shardOwner == NONE -> assert(coreAlive); shardOwner = _pid }
+}
+
+inline unlockShard() {
+    atomic { assert(coreAlive && shardOwner == _pid); shardOwner = NONE }
+}
+
+inline lockNotificationMutex() {
+    atomic {
+        notificationOwner == NONE || notificationOwner == _pid;
+        notificationOwner = _pid;
+        notificationDepth++
+    }
+}
+
+inline unlockNotificationMutex() {
+    atomic {
+        assert(notificationOwner == _pid);
+        notificationDepth--;
+        if
+        :: notificationDepth == 0 -> assert(watched_ == telling_); notificationOwner = NONE
+        :: else
+        fi
+    }
+}
+
+/* DedupTableCore::Locks: `owns` is whether this one holds the notification mutex, which its thread
+   may hold besides, further up. */
+#define FOR_SHARD 0
+#define MAY_HAVE_TO_ANNOUNCE 1
+
+inline Locks(owns, mayHaveToAnnounce) {
+    owns = 0;
+    if
+    :: mayHaveToAnnounce ->
+       atomic { assert(coreAlive); wasWatched = watched_ };
+       if
+       :: wasWatched -> lockNotificationMutex(); owns = 1
+       :: else
+       fi
+    :: else
+    fi;
+    lockShard()
+}
+
+inline lackNotification(owns, lacks) {
+    lacks = !owns && watched_
+}
+
+#define mayAnnounce(owns) (owns && telling_)
+
+inline lockNotification(owns) {
+    unlockShard();
+    lockNotificationMutex();
+    owns = 1;
+    lockShard()
+}
+
+/* The destructor, after unlockShard. */
+inline unlockOwned(owns) {
+    if
+    :: owns -> unlockNotificationMutex()
+    :: else
+    fi
+}
+
+/* ---- References ------------------------------------------------------------------------------- */
+
+inline retain(o) {
+    atomic {
+        touch(o);
+        assert(stateOf(word[o]) != BEING_DETACHED);
+        word[o] = word[o] + 1
+    }
+}
+
+/* CountWord::change: the word becomes a function of the one loaded before, or is loaded again. */
+#define CHANGE(o, before, after)                                                                   \
+    atomic { touch(o); before = word[o] };                                                         \
+    do                                                                                             \
+    :: atomic { touch(o);                                                                          \
+                if                                                                                 \
+                :: word[o] == before -> word[o] = after; break                                     \
+                :: else -> before = word[o]                                                        \
+                fi }                                                                               \
+    od
+
+inline releaseAboveFloor(o, done) {
+    done = 0;
+    atomic { touch(o); before = word[o] };
+    do
+    :: countOf(before) - 1 > floorOf(before) ->
+       atomic {
+           touch(o);
+           if
+           :: word[o] == before -> word[o] = before - 1; done = 1; break
+           :: else -> before = word[o]
+           fi
+       }
+    :: else -> assert(countOf(before) != 0); break
+    od
+}
+
+/* DedupTableCore::release. */
+inline releaseCore() {
+    atomic {
+        assert(coreAlive && holders != 0);
+        holders--;
+        if
+        :: holders == 0 -> assert(shardOwner == NONE && entry == NONE); coreAlive = 0
+        :: else
+        fi
+    }
+}
+
+/* The end of PtrInterface::releaseSlowly: the last reference has gone. */
+inline destroy(o) {
+    atomic {
+        touch(o);
+        assert(countOf(word[o]) == 1 && floorOf(word[o]) == 0);
+        assert(stateOf(word[o]) != BEING_DETACHED && entry != o && heard != o);
+        assert(notifiers[o] == 0);
+        life[o] = FREED;
+        word[o] = 0;
+        hadCore = hasCore[o];
+        hasCore[o] = 0
+    };
+    if
+    :: hadCore -> releaseCore()
+    :: else
+    fi
+}
+
+/* Release of what cannot be in a table: releaseSlowly without releaseToFloor. */
+inline releaseOrdinary(o) {
+    do
+    :: releaseAboveFloor(o, done);
+       if
+       :: done -> break
+       :: else ->
+          atomic { touch(o); before = word[o]; assert(floorOf(before) == 0) };
+          if
+          :: countOf(before) == 1 -> destroy(o); break
+          :: else
+          fi
+       fi
+    od
+}
+
+/* ---- The table's core ------------------------------------------------------------------------- */
+
+/* Under the shard's lock: DedupTableCore::take. */
+inline take(owns, found) {
+    do
+    :: found = entry;
+       if
+       :: found == NONE -> break
+       :: else
+       fi;
+       atomic { touch(found); before = word[found] };
+#if defined(FAULT_HAND_OUT_DETACHING)
+       if
+       :: (stateOf(before) != INTERNED || isSettled(before) || owns) ->
+#elif defined(FAULT_HAND_OUT_UNANNOUNCED)
+       if
+       :: (stateOf(before) == INTERNED || owns) ->
+#else
+       if
+       :: (isSettled(before) || owns) ->
+#endif
+          retain(found);
+          /* Alive, interned, and announced unless this thread is announcing it itself. */
+          atomic {
+              assert(stateOf(word[found]) == INTERNED);
+              assert((word[found] & PENDING) == 0 || notifying == _pid)
+          };
+          break
+       :: else -> lockNotification(owns)
+       fi
+    od
+}
+
+inline leave(o) {
+    atomic { touch(o); assert(entry == o && shardOwner == _pid); entry = NONE };
+    atomic { touch(o); hasCore[o] = 0 }
+}
+
+inline forgetAnnouncements() {
+    lockShard();
+    if
+    :: entry != NONE -> CHANGE(entry, before, forgottenAnnouncement(before))
+    :: else
+    fi;
+    unlockShard()
+}
+
+/* From inside handleNotificationStop, where there is nobody to be told to stop. */
+inline notifieeIsAgain() {
+    lockNotificationMutex();
+    telling_ = 1;
+    forgetAnnouncements();
+    watched_ = telling_;
+    unlockNotificationMutex()
+}
+
+inline handleNotificationStop() {
+    heard = NONE;
+#ifdef RETURNS
+    if
+    :: tableReferences != 0 -> notifieeIsAgain()
+    :: true
+    fi
+#endif
+}
+
+inline notifieeIs(on) {
+    lockNotificationMutex();
+    if
+    :: telling_ == on
+    :: else ->
+#ifdef FAULT_STOP_TOLD_LATE
+       watched_ = 0;
+#endif
+       telling_ = on;
+       forgetAnnouncements();
+       if
+       :: !on -> handleNotificationStop()
+       :: else
+       fi;
+#ifdef FAULT_WATCHED_AS_ASKED_FOR
+       watched_ = on
+#else
+       watched_ = telling_
+#endif
+    fi;
+    unlockNotificationMutex()
+}
+
+/* DedupTableCore::abandon. */
+inline abandon() {
+    lockShard();
+    abandoned = entry;
+    entry = NONE;
+    if
+    :: abandoned != NONE ->
+#ifndef FAULT_CORE_NOT_HELD
+       atomic { touch(abandoned); holders++; assert(hasCore[abandoned]) };
+#else
+       atomic { touch(abandoned); hasCore[abandoned] = 0 };
+#endif
+       atomic {
+           touch(abandoned);
+           wasDetaching = (stateOf(word[abandoned]) == BEING_DETACHED)
+       };
+       CHANGE(abandoned, before, leftTable(before));
+       if
+       :: wasDetaching -> retain(abandoned)
+       :: else
+       fi
+    :: else
+    fi;
+    unlockShard();
+    if
+    :: abandoned != NONE -> releaseOrdinary(abandoned)
+    :: else
+    fi;
+    releaseCore()
+}
+
+/* A thread's reference to the table; with the last one, onZeroReferences and the destructor. */
+inline dropTable() {
+    atomic {
+        assert(hasTable);
+        hasTable = 0;
+        tableReferences--;
+        lastOfTable = (tableReferences == 0)
+    };
+    if
+    :: lastOfTable -> notifieeIs(0); abandon()
+    :: else
+    fi
+}
+
+/* ---- Lifetime notifiers ----------------------------------------------------------------------- */
+
+/* By a holder of the object. */
+inline makeNotifier(o) {
+#if defined(FAULT_NOTIFIER_WITHOUT_FLOOR)
+    CHANGE(o, before, before + 1);
+#elif defined(FAULT_NOTIFIER_IN_TWO_STEPS)
+    CHANGE(o, before, before + FLOOR_ONE);
+    CHANGE(o, before, before + 1);
+#else
+    CHANGE(o, before, before + 1 + (stateOf(before) == INTERNED -> FLOOR_ONE : 0));
+    assert((before & FLOOR_MASK) != FLOOR_MASK);
+#endif
+    atomic {
+        assert(stateOf(before) != BEING_DETACHED);
+        notifiers[o]++;
+        if
+        :: stateOf(before) == INTERNED -> raised[o]++
+        :: else
+        fi
+    }
+}
+
+/* Who drops a notifier owns it: nobody else does. */
+inline ownNotifier(o) {
+    notifiers[o]--;
+    if
+    :: raised[o] != 0 -> raised[o]--; didRaise = 1
+    :: notifiers[o] >= raised[o] -> didRaise = 0
+    fi
+}
+
+inline dropNotifier(o) {
+    lowered = 0;
+    if
+    :: didRaise ->
+       /* CountWord::releaseForNotifier */
+       atomic { touch(o); before = word[o] };
+       do
+       :: stateOf(before) == INTERNED && floorOf(before) > 1 ->
+          atomic {
+              touch(o);
+              if
+              :: word[o] == before -> word[o] = before - 1 - FLOOR_ONE; lowered = 1; break
+              :: else -> before = word[o]
+              fi
+          }
+       :: else -> break
+       od
+    :: else
+    fi;
+    made[o]--;
+    if
+    :: !lowered -> releaseOrdinary(o)
+    :: else
+    fi
+}
+
+/* Some notifier, if there is one. */
+inline dropSomeNotifier() {
+    dropped = NONE;
+    atomic {
+        select (dropped : 0 .. OBJECTS - 1);
+        if
+        :: notifiers[dropped] != 0 -> ownNotifier(dropped)
+        :: else -> dropped = NONE
+        fi
+    };
+    if
+    :: dropped != NONE -> dropNotifier(dropped)
+    :: else
+    fi
+}
+
+/* ---- The notifiee ----------------------------------------------------------------------------- */
+
+inline startNotification() {
+    assert(notifying == NONE && notificationOwner == _pid && shardOwner != _pid);
+    notifying = _pid
+}
+
+inline handleInsert(o, threw) {
+    atomic { startNotification(); assert(heard == NONE); heard = o; threw = 0 };
+#ifdef NOTIFIERS
+    if
+    :: made[o] = 1; makeNotifier(o)
+    :: true
+    fi;
+#endif
+#ifdef REENTERS
+    if
+    :: Locks(ownsInside, FOR_SHARD);
+       take(ownsInside, foundInside);
+       unlockShard();
+       unlockOwned(ownsInside);
+       assert(foundInside == o);
+       releaseAboveFloor(foundInside, done);
+       assert(done)
+    :: true
+    fi;
+#endif
+#ifdef RESETS
+    if
+    :: ownsObject -> releaseAboveFloor(o, done); assert(done); ownsObject = 0
+    :: true
+    fi;
+#endif
+#ifdef LEAVES
+    if
+    :: notifieeIs(0)
+    :: true
+    fi;
+#endif
+#ifdef DIES_INSIDE
+    if
+    :: hasTable -> dropTable()
+    :: true
+    fi;
+#endif
+#ifdef THROWS
+    if
+    :: atomic { threw = 1; heard = NONE }
+    :: true
+    fi;
+#endif
+    notifying = NONE
+}
+
+inline handleRemove(o) {
+    atomic { startNotification(); touch(o); assert(heard == o); heard = NONE };
+#ifdef NOTIFIERS
+    if
+    :: atomic { notifiers[o] != 0 -> ownNotifier(o) }; dropNotifier(o)
+    :: true
+    fi;
+#endif
+#ifdef LEAVES
+    if
+    :: notifieeIs(0)
+    :: true
+    fi;
+#endif
+#ifdef DIES_INSIDE
+    if
+    :: hasTable -> dropTable()
+    :: true
+    fi;
+#endif
+    notifying = NONE
+}
+
+/* ---- Interning and letting go ----------------------------------------------------------------- */
+
+/* DedupTableCore::lookupByContent. */
+inline lookupByContent(found) {
+    Locks(owns, FOR_SHARD);
+    take(owns, found);
+    unlockShard();
+    unlockOwned(owns)
+}
+
+/* DedupTableCore::dedup. `found` is what it returns, NONE if it throws. */
+inline dedup(o, found) {
+    Locks(owns, FOR_SHARD);
+    take(owns, found);
+#ifndef FAULT_INSERT_UNHEARD
+    if
+    :: found == NONE ->
+       lackNotification(owns, lacks);
+       if
+       :: lacks ->
+          lockNotification(owns);
+#ifndef FAULT_NOT_TAKEN_AGAIN
+          take(owns, found)
+#endif
+       :: else
+       fi
+    :: else
+    fi;
+#endif
+    if
+    :: found != NONE -> unlockShard()
+    :: else ->
+       announce = mayAnnounce(owns);
+#ifdef ALWAYS_WATCHED
+       assert(announce);
+#endif
+       /* enter */
+       assert(stateOf(word[o]) == NEVER_INTERNED);
+       hasCore[o] = 1;
+       CHANGE(o, before, enteredTable(before, announce));
+       /* Equal content is never represented by two objects. */
+       atomic { assert(coreAlive && entry == NONE); entry = o };
+       threw = 0;
+       if
+       :: !announce -> retain(o); unlockShard()
+       :: else ->
+          /* announceInsertion, with a pointer of its own, which it returns */
+#ifndef FAULT_ANNOUNCED_UNHELD
+          retain(o);
+#endif
+          unlockShard();
+          handleInsert(o, threw);
+          if
+          :: !threw -> CHANGE(o, before, announcedInsertion(before))
+          :: else ->
+             lockShard();
+             atomic { touch(o); before = word[o] };
+             if
+             :: stateOf(before) == INTERNED ->
+                leave(o);
+                CHANGE(o, before, takenBack(before))
+             :: else
+             fi;
+             unlockShard();
+#ifndef FAULT_ANNOUNCED_UNHELD
+             releaseOrdinary(o)
+#endif
+          fi
+#ifdef FAULT_ANNOUNCED_UNHELD
+          ;
+          if
+          :: !threw -> retain(o)
+          :: else
+          fi
+#endif
+       fi;
+       if
+       :: !threw -> found = o
+       :: else
+       fi
+    fi;
+    unlockOwned(owns)
+}
+
+/* CountWord::releaseUnderLock. */
+#define RELEASED 0
+#define DETACHING 1
+#define NOT_IN_TABLE 2
+
+inline releaseUnderLock(o, outcome) {
+    atomic { touch(o); before = word[o] };
+    do
+    :: floorOf(before) == 0 -> outcome = NOT_IN_TABLE; break
+    :: floorOf(before) != 0 && countOf(before) - 1 > floorOf(before) ->
+       atomic {
+           touch(o);
+           if
+           :: word[o] == before -> word[o] = before - 1; outcome = RELEASED; break
+           :: else -> before = word[o]
+           fi
+       }
+    :: else ->
+       atomic {
+           touch(o);
+           if
+           :: word[o] == before -> word[o] = detached(before); outcome = DETACHING; break
+           :: else -> before = word[o]
+           fi
+       }
+    od
+}
+
+/* DedupTableCore::releaseHandle; afterwards the reference is gone, or an ordinary one is left. */
+inline releaseHandle(o, done) {
+    atomic { touch(o); assert(hasCore[o]) };
+#ifdef FAULT_DECREMENT_UNLOCKED
+    releaseUnderLock(o, outcome);
+    Locks(owns, MAY_HAVE_TO_ANNOUNCE);
+#elif defined(FAULT_REMOVE_UNHEARD)
+    Locks(owns, FOR_SHARD);
+    releaseUnderLock(o, outcome);
+#else
+    Locks(owns, MAY_HAVE_TO_ANNOUNCE);
+    releaseUnderLock(o, outcome);
+#endif
+    if
+    :: outcome == DETACHING ->
+       atomic { touch(o); before = word[o] };
+       if
+       :: (before & ANNOUNCED) != 0 && mayAnnounce(owns) ->
+          unlockShard();
+          handleRemove(o);
+          lockShard()
+       :: else
+       fi;
+       atomic { touch(o); before = word[o] };
+       if
+       :: stateOf(before) == BEING_DETACHED ->
+          leave(o);
+          CHANGE(o, before, leftTable(before))
+       :: else
+       fi
+    :: else
+    fi;
+    unlockShard();
+    unlockOwned(owns);
+    done = (outcome == RELEASED)
+}
+
+/* PtrInterface::release and releaseSlowly. */
+inline release(o) {
+    do
+    :: releaseAboveFloor(o, done);
+       if
+       :: done -> break
+       :: else
+       fi;
+       atomic { touch(o); before = word[o] };
+       if
+       :: countOf(before) == 1 && floorOf(before) == 0 -> destroy(o); break
+       :: else
+       fi;
+       atomic { touch(o); before = word[o] };
+       if
+       :: floorOf(before) != 0 ->
+          releaseHandle(o, done);
+          if
+          :: done -> break
+          :: else
+          fi
+       :: else
+       fi
+    od
+}
+
+/* ---- The threads ------------------------------------------------------------------------------ */
+
+#define LOCALS                                                                                     \
+    bit owns, ownsInside, ownsObject, wasWatched, lacks, done, hadCore;                            \
+    bit announce, threw, didRaise, lowered, wasDetaching, hasTable, lastOfTable;                   \
+    byte found = NONE, foundInside = NONE, abandoned = NONE, dropped = NONE, outcome, round, own;  \
+    short before
+
+byte finished;
+
+proctype Interner(byte first) {
+    LOCALS;
+#ifdef TABLE_DIES
+    hasTable = 1;
+#endif
+    do
+    :: round < ROUNDS TABLE_IS_HELD ->
+       own = first + round;
+       found = NONE;
+#ifndef BRIEF
+       if
+       :: lookupByContent(found)
+       :: true
+       fi;
+#endif
+       if
+       :: found != NONE
+       :: else ->
+          atomic { assert(life[own] == UNBORN); life[own] = ALIVE; word[own] = 1; ownsObject = 1 };
+          /* An object that the notifiee would not have may be interned again. */
+          do
+          :: dedup(own, found);
+             if
+             :: found != NONE -> break
+             :: found == NONE -> break
+             :: found == NONE && ownsObject && stateOf(word[own]) == NEVER_INTERNED TABLE_IS_HELD
+             fi
+          od;
+          if
+          :: ownsObject -> release(own); ownsObject = 0
+          :: else
+          fi
+       fi;
+       if
+       :: found == NONE
+       :: else ->
+#ifndef BRIEF
+          if
+          :: retain(found); releaseAboveFloor(found, done); assert(done)
+          :: true
+          fi;
+#endif
+#if defined(NOTIFIERS) && !defined(NOTIFIEE)
+          if
+          :: atomic { made[found] < NOTIFIERS -> made[found]++ }; makeNotifier(found)
+          :: true
+          fi;
+#endif
+#ifdef TABLE_DIES
+          if
+          :: hasTable -> dropTable()
+          :: true
+          fi;
+#endif
+          release(found)
+       fi;
+#ifdef NOTIFIERS
+       if
+       :: dropSomeNotifier()
+       :: true
+       fi;
+#endif
+       round++
+    :: else -> break
+    od;
+#ifdef TABLE_DIES
+    if
+    :: hasTable -> dropTable()
+    :: else
+    fi;
+#endif
+    finished++
+}
+
+#ifdef REWATCHED
+proctype Registrar() {
+    LOCALS;
+    notifieeIs(0);
+    notifieeIs(1);
+    finished++
+}
+#define PROCESSES (THREADS + 1)
+#else
+#define PROCESSES THREADS
+#endif
+
+init {
+    LOCALS;
+    atomic {
+#ifdef NOTIFIEE
+        watched_ = 1;
+        telling_ = 1;
+#endif
+        run Interner(0);
+        run Interner(ROUNDS);
+#if THREADS == 3
+        run Interner(2 * ROUNDS);
+#endif
+#ifdef REWATCHED
+        run Registrar();
+#endif
+    };
+    finished == PROCESSES;
+    /* Nobody holds an object any more, but for notifiers. */
+    assert(entry == NONE && heard == NONE);
+#ifndef TABLE_DIES
+    hasTable = 1;
+    tableReferences = 1;
+    dropTable();
+#endif
+#ifdef NOTIFIERS
+    for (round : 0 .. OBJECTS - 1) {
+        do
+        :: notifiers[round] != 0 -> atomic { ownNotifier(round) }; dropNotifier(round)
+        :: else -> break
+        od
+    };
+#endif
+    /* Nothing leaks. */
+    for (round : 0 .. OBJECTS - 1) {
+        assert(life[round] != ALIVE)
+    };
+    assert(!coreAlive && tableReferences == 0);
+    assert(notificationOwner == NONE && shardOwner == NONE && notifying == NONE)
+}
