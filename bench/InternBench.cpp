@@ -1,4 +1,4 @@
-#include "Allocations.h"
+#include "AllocationCounter.h"
 #include "Reference.h"
 
 #include <Mox/CountWord.h>
