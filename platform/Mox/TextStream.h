@@ -19,7 +19,10 @@ class TextStream : private std::streambuf, public std::ostream {
         std::ostream::imbue(std::locale::classic());
     }
 
+    /// What has been written since the last discard().
     std::string_view text() const noexcept { return text_; }
+    /// Begins a new text in the memory of the last.
+    void discard() noexcept { text_.clear(); }
     String string() const { return String(text()); }
 
   private:

@@ -9,10 +9,6 @@ using namespace Routing::Bgp;
 
 namespace {
 
-Octets octetsOf(std::string_view text) {
-    return {reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
-}
-
 // ---- Selections: what a list sends, by what the receiver may have -------------------------------
 
 /**

@@ -27,10 +27,6 @@ void appendBigEndian(std::string& out, Integer value) {
     }
 }
 
-Octets octetsOf(std::string_view text) {
-    return {reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
-}
-
 // ---- What the value octets mean, by the object that the community became ------------------------
 
 void writeFields(JsonWriter& json, ExtCommLinkBandwidth const& extComm) {

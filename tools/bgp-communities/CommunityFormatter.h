@@ -4,12 +4,12 @@
 #include <string_view>
 
 #include <Acl/CommunityValue.h>
+#include <Mox/TextStream.h>
 #include <VoBgp/ExtCommIp6.h>
 #include <VoBgp/VoBgpCommunity.h>
 
 #include "AttributeDecoder.h"
 #include "JsonWriter.h"
-#include "TextBuffer.h"
 
 namespace BgpCommunities {
 
@@ -54,7 +54,7 @@ class CommunityFormatter {
     template <class Comm>
     std::string_view subtype(Comm const& comm);
 
-    TextBuffer buffer_;
+    Mox::TextStream buffer_;
     std::string octets_;
 };
 

@@ -3,10 +3,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 namespace BgpCommunities {
 
 using Octets = std::span<const std::uint8_t>;
+
+/** The octets that a string of the library holds, such as a serialized attribute. */
+inline Octets octetsOf(std::string_view text) {
+    return {reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
+}
 
 /**
  * A position in octets that a stranger sent; the only code of the reader that touches them.
