@@ -11,118 +11,16 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
-#include "DumpOctets.h"
-
-extern char** environ;
+#include "ProgramRun.h"
 
 namespace BgpCommunities {
 namespace {
 
-using Test::record;
-using Test::TemporaryFile;
-using Lines = std::vector<std::string>;
-
-// ---- Running the program ----
-
-using Arguments = std::vector<std::string>;
-
-/** A descriptor that is closed in the end, and in every program that is started. */
-class Descriptor {
-  public:
-    explicit Descriptor(int fd)
-      : fd_(fd) {
-        EXPECT_NE(fd, -1);
-        ::fcntl(fd_, F_SETFD, FD_CLOEXEC);
-    }
-
-    Descriptor(std::string const& path, int flags)
-      : Descriptor(::open(path.c_str(), flags)) {}
-
-    ~Descriptor() { close(); }
-
-    Descriptor(Descriptor const&) = delete;
-    Descriptor& operator=(Descriptor const&) = delete;
-
-    void close() {
-        if (fd_ != -1) {
-            ::close(fd_);
-            fd_ = -1;
-        }
-    }
-
-    [[nodiscard]] int fd() const { return fd_; }
-
-  private:
-    int fd_;
-};
-
-pid_t start(Arguments const& arguments, int in, int out, int err) {
-    std::vector<char*> argv = {const_cast<char*>(VOBGP_PROGRAM)};
-    for (std::string const& argument : arguments) {
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    }
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, in, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, err, STDERR_FILENO);
-    pid_t pid = -1;
-    EXPECT_EQ(posix_spawn(&pid, VOBGP_PROGRAM, &actions, nullptr, argv.data(), environ), 0);
-    posix_spawn_file_actions_destroy(&actions);
-    return pid;
-}
-
-/** The exit status; -1 if a signal ended the program. */
-int finish(pid_t pid) {
-    int status = 0;
-    EXPECT_EQ(::waitpid(pid, &status, 0), pid);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-std::string contentOf(std::string const& path) {
-    std::ostringstream out;
-    out << std::ifstream(path, std::ios::binary).rdbuf();
-    return out.str();
-}
-
-struct Result {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-Result runWithFile(Arguments const& arguments, std::string const& input) {
-    TemporaryFile const out(""), err("");
-    Descriptor const in(input, O_RDONLY);
-    Descriptor const outFd(out.path(), O_WRONLY), errFd(err.path(), O_WRONLY);
-    int const status = finish(start(arguments, in.fd(), outFd.fd(), errFd.fd()));
-    return {status, contentOf(out.path()), contentOf(err.path())};
-}
-
-Result run(Arguments const& arguments, std::string const& input = "") {
-    TemporaryFile const in(input);
-    return runWithFile(arguments, in.path());
-}
-
-Lines linesOf(std::string const& text) {
-    Lines lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-std::string sample(std::string const& name) {
-    return VOBGP_SAMPLES "/" + name;
-}
+using namespace Test;
 
 // ---- decode ----
 

@@ -1,5 +1,5 @@
 #include "Agent.h"
-#include "ExtendedAttribute.h"
+#include "AttributeVerdict.h"
 #include "Hex.h"
 #include "InputStream.h"
 #include "MrtReader.h"
@@ -58,7 +58,7 @@ class RoundTrip final : public RouteHandler {
     }
 
     void check(CommunityKind kind, Octets value) {
-        if (kind == CommunityKind::extended && !refusal(value).empty()) {
+        if (!refusal(kind, value).empty()) {
             return;
         }
         ++compared[static_cast<std::size_t>(kind)];

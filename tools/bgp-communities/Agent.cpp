@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "ExtendedAttribute.h"
+#include "AttributeVerdict.h"
 
 namespace BgpCommunities {
 

@@ -24,7 +24,7 @@ namespace BgpCommunities {
  *
  * The values that it interns are those of whole attributes, whose length is a multiple of a
  * member's and fits an attribute; what no list can hold has been refused before
- * (ExtendedAttribute.h).
+ * (AttributeVerdict.h).
  */
 class Agent {
   public:

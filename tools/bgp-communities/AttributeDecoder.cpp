@@ -1,7 +1,8 @@
 #include "AttributeDecoder.h"
 
 #include "CommunityFormatter.h"
-#include "ExtendedAttribute.h"
+#include "AttributeVerdict.h"
+#include "ListKinds.h"
 
 namespace BgpCommunities {
 
@@ -51,41 +52,7 @@ void writeSelections(JsonWriter& json, ExtCommIp6List const& list) {
     json.endObject();
 }
 
-// ---- The kinds, one row each --------------------------------------------------------------------
-
-struct Standard {
-    static constexpr auto kind = CommunityKind::standard;
-    static constexpr bool hasSelections = false;
-    using List = CommList;
-    static List::PtrConst intern(Agent& agent, Octets value) { return agent.standardList(value); }
-    static String wire(List const& list) { return list.serialize(); }
-};
-
-struct Extended {
-    static constexpr auto kind = CommunityKind::extended;
-    static constexpr bool hasSelections = true;
-    using List = ExtCommList;
-    static List::PtrConst intern(Agent& agent, Octets value) { return agent.extendedList(value); }
-    static String wire(List const& list) {
-        return list.serialize(List::Serialization(List::Serialization::all));
-    }
-};
-
-struct Ip6 {
-    static constexpr auto kind = CommunityKind::ip6Extended;
-    static constexpr bool hasSelections = true;
-    using List = ExtCommIp6List;
-    static List::PtrConst intern(Agent& agent, Octets value) { return agent.ip6List(value); }
-    static String wire(List const& list) { return list.serialize(true); }
-};
-
-struct Large {
-    static constexpr auto kind = CommunityKind::large;
-    static constexpr bool hasSelections = false;
-    using List = LargeCommList;
-    static List::PtrConst intern(Agent& agent, Octets value) { return agent.largeList(value); }
-    static String wire(List const& list) { return list.serialize(); }
-};
+// ---- One kind -----------------------------------------------------------------------------------
 
 /** The decoder of one kind. */
 template <class Kind>
@@ -98,8 +65,8 @@ class ListDecoder final : public AttributeDecoder {
     std::string decode(Octets value) override {
         list_ = nullptr;
         std::string fault = malformation(kind(), value);
-        if (fault.empty() && kind() == CommunityKind::extended) {
-            fault = refusal(value);
+        if (fault.empty()) {
+            fault = refusal(kind(), value);
         }
         if (fault.empty()) {
             list_ = Kind::intern(agent_, value);
@@ -126,7 +93,7 @@ class ListDecoder final : public AttributeDecoder {
             formatter_.writeJson(json, member, detail);
         }
         json.endArray();
-        if constexpr (Kind::hasSelections) {
+        if constexpr (requires { writeSelections(json, *list_); }) {
             if (detail == Detail::withForms) {
                 writeSelections(json, *list_);
             }
@@ -144,10 +111,10 @@ class ListDecoder final : public AttributeDecoder {
 
 std::vector<std::unique_ptr<AttributeDecoder>> attributeDecoders(Agent& agent) {
     std::vector<std::unique_ptr<AttributeDecoder>> decoders;
-    decoders.push_back(std::make_unique<ListDecoder<Standard>>(agent));
-    decoders.push_back(std::make_unique<ListDecoder<Extended>>(agent));
-    decoders.push_back(std::make_unique<ListDecoder<Ip6>>(agent));
-    decoders.push_back(std::make_unique<ListDecoder<Large>>(agent));
+    decoders.push_back(std::make_unique<ListDecoder<StandardLists>>(agent));
+    decoders.push_back(std::make_unique<ListDecoder<ExtendedLists>>(agent));
+    decoders.push_back(std::make_unique<ListDecoder<Ip6Lists>>(agent));
+    decoders.push_back(std::make_unique<ListDecoder<LargeLists>>(agent));
     return decoders;
 }
 

@@ -6,7 +6,7 @@
 #include "Agent.h"
 #include "CommunityFormatter.h"
 #include "DumpFiles.h"
-#include "ExtendedAttribute.h"
+#include "AttributeVerdict.h"
 #include "Output.h"
 
 namespace BgpCommunities {
@@ -65,7 +65,7 @@ class RoutePrinter final : public DumpHandler {
         if (found == communities.end() || found->form() != CommunityAttribute::Form::wellFormed) {
             return;
         }
-        if (auto const reason = refusal(found->value); !reason.empty()) {
+        if (auto const reason = refusal(found->kind, found->value); !reason.empty()) {
             refuse(at, reason);
             return;
         }

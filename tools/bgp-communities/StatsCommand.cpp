@@ -8,7 +8,7 @@
 
 #include "Agent.h"
 #include "DumpFiles.h"
-#include "ExtendedAttribute.h"
+#include "AttributeVerdict.h"
 #include "JsonWriter.h"
 #include "Output.h"
 #include "TextTable.h"
@@ -69,7 +69,7 @@ class Counter final : public DumpHandler {
     }
 
     void countExtended(RecordPosition const& at, CommunityAttribute const& attribute) {
-        if (auto const reason = refusal(attribute.value); !reason.empty()) {
+        if (auto const reason = refusal(attribute.kind, attribute.value); !reason.empty()) {
             ++refused_;
             refusedMembers_ += attribute.members();
             refuse(at, reason);

@@ -1,4 +1,4 @@
-#include "ExtendedAttribute.h"
+#include "AttributeVerdict.h"
 
 namespace BgpCommunities {
 
@@ -37,7 +37,10 @@ void readExtendedMembers(Octets value, std::vector<std::uint64_t>& members) {
     }
 }
 
-std::string refusal(Octets value) {
+std::string refusal(CommunityKind kind, Octets value) {
+    if (kind != CommunityKind::extended) {
+        return {};
+    }
     std::uint64_t bandwidth = 0;
     for (OctetReader in(value); !in.empty();) {
         std::uint64_t const member = readMember(in);

@@ -20,11 +20,11 @@ std::string malformation(CommunityKind kind, Octets value);
 void readExtendedMembers(Octets value, std::vector<std::uint64_t>& members);
 
 /**
- * Why a well-formed extended communities attribute is left alone; empty if it is not.
+ * Why a well-formed value of an attribute of this kind is left alone; empty if it is not.
  *
- * A list carries one link bandwidth: two different ones in an attribute contradict each other, and
+ * A list of extended communities carries one link bandwidth: two different ones in an attribute contradict each other, and
  * the library asserts that it is never given them. The same one again is only a repetition.
  */
-std::string refusal(Octets value);
+std::string refusal(CommunityKind kind, Octets value);
 
 } // namespace BgpCommunities

@@ -1,0 +1,88 @@
+#include "ProgramRun.h"
+
+#include <fstream>
+#include <sstream>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+extern char** environ;
+
+namespace BgpCommunities::Test {
+
+Descriptor::Descriptor(int fd)
+  : fd_(fd) {
+    EXPECT_NE(fd, -1);
+    ::fcntl(fd_, F_SETFD, FD_CLOEXEC);
+}
+
+Descriptor::Descriptor(std::string const& path, int flags)
+  : Descriptor(::open(path.c_str(), flags)) {}
+
+void Descriptor::close() {
+    if (fd_ != -1) {
+        ::close(fd_);
+        fd_ = -1;
+    }
+}
+
+pid_t start(Arguments const& arguments, int in, int out, int err) {
+    std::vector<char*> argv = {const_cast<char*>(VOBGP_PROGRAM)};
+    for (std::string const& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, in, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, err, STDERR_FILENO);
+    pid_t pid = -1;
+    EXPECT_EQ(posix_spawn(&pid, VOBGP_PROGRAM, &actions, nullptr, argv.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&actions);
+    return pid;
+}
+
+int finish(pid_t pid) {
+    int status = 0;
+    EXPECT_EQ(::waitpid(pid, &status, 0), pid);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string contentOf(std::string const& path) {
+    std::ostringstream out;
+    out << std::ifstream(path, std::ios::binary).rdbuf();
+    return out.str();
+}
+
+Result runWithFile(Arguments const& arguments, std::string const& input) {
+    TemporaryFile const out(""), err("");
+    Descriptor const in(input, O_RDONLY);
+    Descriptor const outFd(out.path(), O_WRONLY), errFd(err.path(), O_WRONLY);
+    int const status = finish(start(arguments, in.fd(), outFd.fd(), errFd.fd()));
+    return {status, contentOf(out.path()), contentOf(err.path())};
+}
+
+Result run(Arguments const& arguments, std::string const& input) {
+    TemporaryFile const in(input);
+    return runWithFile(arguments, in.path());
+}
+
+Lines linesOf(std::string const& text) {
+    Lines lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+std::string sample(std::string const& name) {
+    return VOBGP_SAMPLES "/" + name;
+}
+
+} // namespace BgpCommunities::Test
