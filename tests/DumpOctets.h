@@ -49,6 +49,21 @@ inline std::string record(unsigned int type, unsigned int subtype, std::string c
     return u32(1700000000) + u16(type) + u16(subtype) + u32(body.size()) + body;
 }
 
+/** With the two-octet length. */
+inline std::string attribute(unsigned int type, std::string const& value) {
+    return u8(0xd0) + u8(type) + u16(value.size()) + value;
+}
+
+inline std::string message(unsigned int type, std::string const& body) {
+    return std::string(16, '\xff') + u16(19 + body.size()) + u8(type) + body;
+}
+
+inline std::string update(std::string const& attributes, std::string const& announced = "",
+                          std::string const& withdrawn = "") {
+    return message(2, u16(withdrawn.size()) + withdrawn + u16(attributes.size()) + attributes +
+                          announced);
+}
+
 /** A file that holds `content` for as long as the object lives. */
 class TemporaryFile {
   public:

@@ -19,12 +19,15 @@
 namespace BgpCommunities {
 namespace {
 
+using Test::attribute;
 using Test::hex;
+using Test::message;
 using Test::record;
 using Test::TemporaryFile;
 using Test::u16;
 using Test::u32;
 using Test::u8;
+using Test::update;
 
 constexpr unsigned int tableDump = 12;
 constexpr unsigned int tableDumpV2 = 13;
@@ -32,20 +35,6 @@ constexpr unsigned int bgp4mp = 16;
 constexpr unsigned int bgp4mpEt = 17;
 
 // ---- Octets ----
-
-std::string attribute(unsigned int type, std::string const& value) {
-    return u8(0xd0) + u8(type) + u16(value.size()) + value;
-}
-
-std::string message(unsigned int type, std::string const& body) {
-    return std::string(16, '\xff') + u16(19 + body.size()) + u8(type) + body;
-}
-
-std::string update(std::string const& attributes, std::string const& announced = "",
-                   std::string const& withdrawn = "") {
-    return message(2, u16(withdrawn.size()) + withdrawn + u16(attributes.size()) + attributes +
-                          announced);
-}
 
 std::string const peer2 = hex("fbf0 fbff 0000 0001 c0000201 c00002fe");
 std::string const peer4 = hex("00010000 0000fbff 0000 0001 c0000201 c00002fe");

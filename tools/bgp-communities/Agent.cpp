@@ -89,4 +89,29 @@ std::size_t Agent::extComms() const {
     return extComms_->dedupHashTable()->size();
 }
 
+std::vector<Agent::Held> Agent::held() const {
+    return {
+        {"lists of communities", standardLists_->dedupTable()->size()},
+        {"lists of extended communities", extendedLists_->dedupTable()->size()},
+        {"lists of IPv6 extended communities", ip6Lists_->dedupTable()->size()},
+        {"lists of large communities", largeLists_->dedupTable()->size()},
+        {"classification lists", extendedLists_->extCommClassificationListDedupTable()->size()},
+        {"route-target lists", extendedLists_->rtExtCommClassificationListDedupTable()->size()},
+        {"route-target lists announced", routeTargetLists()->rtExtCommLists()},
+        {"classification lists of IPv6 extended communities",
+         ip6Lists_->extCommClassification()->size()},
+        {"extended communities", extComms()},
+        {"route targets announced", routeTargets()->rts()},
+        {"IPv6 extended communities", extCommIp6s_->dedupHashTable()->size()},
+    };
+}
+
+NotifyingRouteTargetList::PtrConst Agent::routeTargets() const {
+    return extComms_->notifyingRouteTargetList();
+}
+
+NotifyingRtExtCommListCollection::PtrConst Agent::routeTargetLists() const {
+    return extendedLists_->notifyingRtExtCommListCollection();
+}
+
 } // namespace BgpCommunities

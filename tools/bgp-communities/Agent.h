@@ -2,11 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include <VoBgp/ExtCommIp6DedupTable.h>
 #include <VoBgp/ExtCommIp6List.h>
 #include <VoBgp/ExtCommIp6ListDedupTable.h>
+#include <VoBgp/ExtCommListDedupTable.h>
+#include <VoBgp/NotifyingRouteTargetList.h>
 #include <VoBgp/Parse/ExtCommContainer.h>
 #include <VoBgp/VoBgpCommunity.h>
 #include <VoBgp/VoBgpCommunityList.h>
@@ -44,6 +47,20 @@ class Agent {
 
     /** How many different extended communities somebody holds. */
     [[nodiscard]] std::size_t extComms() const;
+
+    /** How many different objects of one sort somebody holds. */
+    struct Held {
+        std::string_view what;
+        std::size_t count;
+    };
+
+    /** What the tables say that they hold, all that the agent interns into. */
+    [[nodiscard]] std::vector<Held> held() const;
+
+    /** The route targets in use, and the lists of them; who observes one is told of each that
+        comes or goes. */
+    [[nodiscard]] Routing::Bgp::NotifyingRouteTargetList::PtrConst routeTargets() const;
+    [[nodiscard]] Routing::Bgp::NotifyingRtExtCommListCollection::PtrConst routeTargetLists() const;
 
   private:
     Routing::Bgp::ExtComm::PtrConst extComm(std::uint64_t member);

@@ -35,6 +35,8 @@ class DumpHandler : public RouteHandler {
         log_.reportRefused(file_, at, reason);
     }
 
+    [[nodiscard]] std::string_view file() const { return file_; }
+
   private:
     ProblemLog log_;
     std::string_view file_;

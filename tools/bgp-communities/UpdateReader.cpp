@@ -94,7 +94,7 @@ void UpdateReader::read(RecordContext const& record, std::uint16_t subtype, Octe
     update_.at = record.at();
     update_.peer = peer;
     update_.sentByUs = form.local;
-    readMessage(record, in, form.pathIds);
+    readMessage(record, in, form.pathIds || record.handler().expectsPathIds());
 }
 
 /** marker (16) | length of all of it (2) | type (1) | body             RFC 4271, section 4.1 */

@@ -10,6 +10,8 @@
 #include "DecodeCommand.h"
 #include "Output.h"
 #include "ReadCommand.h"
+#include "ReplayCommand.h"
+#include "RoundTripCommand.h"
 #include "StandardError.h"
 #include "StatsCommand.h"
 #include "TypesCommand.h"
@@ -18,8 +20,9 @@ namespace {
 
 using namespace BgpCommunities;
 
-constexpr std::array<Command const*, 4> commands = {&decodeCommand, &readCommand, &statsCommand,
-                                                    &typesCommand};
+constexpr std::array<Command const*, 6> commands = {
+    &decodeCommand, &readCommand, &statsCommand, &roundTripCommand, &replayCommand, &typesCommand,
+};
 
 constexpr std::string_view helpHead =
     R"(usage: bgp-communities COMMAND [OPTION...] [ARGUMENT...]
@@ -37,19 +40,21 @@ exit status:
   1  some input was malformed: it is named on standard error, or in its place in the output; the
      rest has been read
   2  the command line makes no sense
-  3  something could not be read or written; the other files have been read
+  3  something could not be read or written, the other files have been read; or roundtrip or replay
+     found the library at fault
 
 examples:
   bgp-communities decode 0002fde800000064
   bgp-communities read updates.20240101.0000.gz
   bgp-communities stats --json rib.bz2
+  bgp-communities replay --targets rib.bz2 updates.*.gz
 )";
 
 std::string help() {
     std::string text(helpHead);
     for (Command const* const command : commands) {
         std::string name(command->name);
-        name.resize(8, ' ');
+        name.resize(11, ' ');
         text.append("  ").append(name).append(command->summary).append("\n");
     }
     return text.append(helpTail);

@@ -1,0 +1,45 @@
+# Completion of bgp-communities for bash.
+
+_bgp_communities() {
+    local word=$2 before=$3 options=
+    local commands="decode read stats roundtrip replay stash show types"
+    COMPREPLY=()
+    if ((COMP_CWORD == 1)); then
+        mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$word")
+        return
+    fi
+    case $before in
+        --type)
+            mapfile -t COMPREPLY < <(compgen -W "8 16 25 32" -- "$word")
+            return
+            ;;
+        --kind)
+            mapfile -t COMPREPLY < <(compgen -W "standard extended ipv6 large" -- "$word")
+            return
+            ;;
+        --match | --community | --prefix | --limit | --jobs)
+            return
+            ;;
+        --out)
+            mapfile -t COMPREPLY < <(compgen -f -- "$word")
+            return
+            ;;
+    esac
+    case ${COMP_WORDS[1]} in
+        decode) options="--type --json --forms" ;;
+        read) options="--json --kind --match --community --prefix --limit --verbose" ;;
+        stats) options="--json --jobs --verbose" ;;
+        roundtrip) options="--json --verbose" ;;
+        replay) options="--targets --add-path --verbose" ;;
+        stash) options="--out --verbose" ;;
+        show) options="--json --follow" ;;
+        types) options="--json" ;;
+    esac
+    if [[ $word == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$options --help" -- "$word")
+    elif [[ ${COMP_WORDS[1]} != @(decode|types) ]]; then
+        mapfile -t COMPREPLY < <(compgen -f -- "$word")
+    fi
+}
+
+complete -o filenames -F _bgp_communities bgp-communities
