@@ -64,6 +64,14 @@ inline std::string update(std::string const& attributes, std::string const& anno
                           announced);
 }
 
+/** The peer of BGP4MP records with AS numbers of four octets: 192.0.2.1 AS65536. */
+inline std::string const peer4 = hex("00010000 0000fbff 0000 0001 c0000201 c00002fe");
+
+/** A BGP4MP record of that peer with a BGP message. */
+inline std::string as4Record(std::string const& octets) {
+    return record(16, 4, peer4 + octets);
+}
+
 /** A file that holds `content` for as long as the object lives. */
 class TemporaryFile {
   public:

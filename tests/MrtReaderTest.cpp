@@ -19,15 +19,7 @@
 namespace BgpCommunities {
 namespace {
 
-using Test::attribute;
-using Test::hex;
-using Test::message;
-using Test::record;
-using Test::TemporaryFile;
-using Test::u16;
-using Test::u32;
-using Test::u8;
-using Test::update;
+using namespace Test;
 
 constexpr unsigned int tableDump = 12;
 constexpr unsigned int tableDumpV2 = 13;
@@ -37,14 +29,9 @@ constexpr unsigned int bgp4mpEt = 17;
 // ---- Octets ----
 
 std::string const peer2 = hex("fbf0 fbff 0000 0001 c0000201 c00002fe");
-std::string const peer4 = hex("00010000 0000fbff 0000 0001 c0000201 c00002fe");
 std::string const peers = record(tableDumpV2, 1,
                                  hex("c00002fe 0000 0002  00 c0000201 c0000201 fbf0"
                                      "03 c0000202 20010db8000000000000000000000002 00010000"));
-
-std::string as4Record(std::string const& octets) {
-    return record(bgp4mp, 4, peer4 + octets);
-}
 
 // ---- What was delivered, as text ----
 

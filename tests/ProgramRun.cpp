@@ -81,6 +81,15 @@ Lines linesOf(std::string const& text) {
     return lines;
 }
 
+Lines fieldsOf(std::string const& line) {
+    Lines out;
+    std::istringstream in(line);
+    for (std::string field; std::getline(in, field, '\t');) {
+        out.push_back(field);
+    }
+    return out;
+}
+
 std::string sample(std::string const& name) {
     return VOBGP_SAMPLES "/" + name;
 }

@@ -50,6 +50,8 @@ Result run(Arguments const& arguments, std::string const& input = "");
 
 std::string contentOf(std::string const& path);
 Lines linesOf(std::string const& text);
+/** What stands between the tabs of a line. */
+Lines fieldsOf(std::string const& line);
 /** The path of one of the project's own dumps. */
 std::string sample(std::string const& name);
 

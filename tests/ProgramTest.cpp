@@ -349,15 +349,6 @@ std::string number(std::string const& json, std::string const& object, std::stri
     return json.substr(digits, json.find_first_of(",}", digits) - digits);
 }
 
-std::vector<std::string> fieldsOf(std::string const& line) {
-    std::vector<std::string> out;
-    std::istringstream in(line);
-    for (std::string field; std::getline(in, field, '\t');) {
-        out.push_back(field);
-    }
-    return out;
-}
-
 void expectCounts(std::string const& json, std::map<std::string, std::string> manifest) {
     for (auto const& [key, column] :
          std::map<std::string, std::string>{{"records", "records"},
@@ -452,30 +443,6 @@ TEST(ProgramTest, ProblemsOfOneKindAreNamedAFewTimesOrAllOnRequest) {
     EXPECT_NE(few.err.find("17 more broken records"), std::string::npos) << few.err;
     EXPECT_EQ(linesOf(few.err).size(), 4U);
     EXPECT_EQ(linesOf(all.err).size(), 20U);
-}
-
-TEST(ProgramTest, ReadPrintsARouteALine) {
-    Result const result = run({"read", sample("damaged.mrt")});
-    EXPECT_EQ(result.status, 1);
-    // By the order of the routes in the sample: how many communities each one has; what is
-    // malformed, refused, or there for the second time is left out.
-    std::vector<std::size_t> counts;
-    for (std::string const& line : linesOf(result.out)) {
-        std::vector<std::string> const fields = fieldsOf(line);
-        ASSERT_EQ(fields.size(), 3U) << line;
-        EXPECT_EQ(fields[0], "198.51.100.2 AS65536");
-        EXPECT_EQ(fields[1], "192.0.2.0/24");
-        std::size_t const texts =
-            static_cast<std::size_t>(std::count(fields[2].begin(), fields[2].end(), '<'));
-        counts.push_back(texts);
-        EXPECT_EQ(fields[2] == "-", texts == 0) << line;
-    }
-    EXPECT_EQ(counts, (std::vector<std::size_t>{2, 0, 2, 0, 2, 0, 2, 1, 1, 2, 0}));
-
-    Result const rib = run({"read", sample("rib.mrt.gz")});
-    EXPECT_EQ(rib.status, 0);
-    EXPECT_EQ(std::to_string(linesOf(rib.out).size()),
-              number(run({"stats", "--json", sample("rib.mrt.gz")}).out, "", "ribEntries"));
 }
 
 // ---- The command line, and what goes wrong around the program ----

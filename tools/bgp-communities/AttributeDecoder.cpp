@@ -1,7 +1,9 @@
 #include "AttributeDecoder.h"
 
-#include "CommunityFormatter.h"
+#include <algorithm>
+
 #include "AttributeVerdict.h"
+#include "CommunityFormatter.h"
 #include "ListKinds.h"
 
 namespace BgpCommunities {
@@ -52,6 +54,18 @@ void writeSelections(JsonWriter& json, ExtCommIp6List const& list) {
     json.endObject();
 }
 
+// ---- Regular expressions ------------------------------------------------------------------------
+
+template <class List>
+bool listMatches(List const& list, Routing::RouteMap::PosixRegex const& regex) {
+    return list.matchCommunitiesRegex(&regex);
+}
+
+/** The library has no such match for these, but the text for it. */
+bool listMatches(ExtCommIp6List const& list, Routing::RouteMap::PosixRegex const& regex) {
+    return regex.execute(list.commsStringForm()) == 0;
+}
+
 // ---- One kind -----------------------------------------------------------------------------------
 
 /** The decoder of one kind. */
@@ -80,7 +94,19 @@ class ListDecoder final : public AttributeDecoder {
         }
     }
 
-    void writeJson(JsonWriter& json, Detail detail) override {
+    void appendList(std::string& out) override { out += list_->toStrep(); }
+
+    bool matches(Routing::RouteMap::PosixRegex const& regex) override {
+        return listMatches(*list_, regex);
+    }
+
+    bool holds(CommunityName const& name) override {
+        return std::any_of(list_->begin(), list_->end(),
+                           [&](auto const& member) { return formatter_.isMeant(member, name); });
+    }
+
+  protected:
+    void writeList(JsonWriter& json, Detail detail) override {
         json.key("text").string(list_->toStrep());
         value_.clear();
         for (auto const& member : *list_) {
@@ -108,6 +134,19 @@ class ListDecoder final : public AttributeDecoder {
 };
 
 } // namespace
+
+void AttributeDecoder::writeJson(JsonWriter& json, Octets value, std::string_view fault,
+                                 Detail detail) {
+    json.beginObject();
+    json.key("attribute").number(traitsOf(kind()).attributeType);
+    json.key("octets").octets(value);
+    if (fault.empty()) {
+        writeList(json, detail);
+    } else {
+        json.key("error").string(fault);
+    }
+    json.endObject();
+}
 
 std::vector<std::unique_ptr<AttributeDecoder>> attributeDecoders(Agent& agent) {
     std::vector<std::unique_ptr<AttributeDecoder>> decoders;

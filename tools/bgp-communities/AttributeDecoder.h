@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Agent.h"
@@ -9,7 +10,13 @@
 #include "OctetReader.h"
 #include "PathAttributes.h"
 
+namespace Routing::RouteMap {
+class PosixRegex;
+}
+
 namespace BgpCommunities {
+
+class CommunityName;
 
 /** How much is said of a value: everything, or every text form and selection as well. */
 enum class Detail { whole, withForms };
@@ -37,8 +44,21 @@ class AttributeDecoder {
     /** Appends one line for each member of the value that was decoded last. */
     virtual void appendText(std::string& out) = 0;
 
+    /** Appends the list that was decoded last, in one line. */
+    virtual void appendList(std::string& out) = 0;
+
+    /** Writes an object that says what the value is that was decoded last, or its fault. */
+    void writeJson(JsonWriter& json, Octets value, std::string_view fault, Detail detail);
+
+    /** Whether the expression matches the list that was decoded last, as the library has it. */
+    virtual bool matches(Routing::RouteMap::PosixRegex const& regex) = 0;
+
+    /** Whether a member of the list that was decoded last is meant by `name`. */
+    virtual bool holds(CommunityName const& name) = 0;
+
+  protected:
     /** Writes the keys that say what was decoded last, from "text" on. */
-    virtual void writeJson(JsonWriter& json, Detail detail) = 0;
+    virtual void writeList(JsonWriter& json, Detail detail) = 0;
 
   private:
     CommunityKind const kind_;

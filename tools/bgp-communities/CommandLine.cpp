@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include <algorithm>
+#include <charconv>
 #include <string>
 
 namespace BgpCommunities {
@@ -53,6 +54,31 @@ std::optional<std::string_view> Arguments::value(std::string_view option) const 
     auto const found = std::find_if(options_.rbegin(), options_.rend(),
                                     [&](Given const& given) { return given.name == option; });
     return found == options_.rend() ? std::nullopt : std::optional(found->value);
+}
+
+std::vector<std::string_view> Arguments::values(std::string_view option) const {
+    std::vector<std::string_view> values;
+    for (Given const& given : options_) {
+        if (given.name == option) {
+            values.push_back(given.value);
+        }
+    }
+    return values;
+}
+
+std::optional<std::uint64_t> Arguments::count(std::string_view option) const {
+    auto const text = value(option);
+    if (!text) {
+        return std::nullopt;
+    }
+    std::uint64_t number = 0;
+    char const* const end = text->data() + text->size();
+    auto const [read, error] = std::from_chars(text->data(), end, number);
+    if (error != std::errc() || read != end || number == 0) {
+        throw UsageError("option " + std::string(option) + ": \"" + std::string(*text) +
+                         "\" is no number from 1 on");
+    }
+    return number;
 }
 
 } // namespace BgpCommunities

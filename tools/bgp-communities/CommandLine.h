@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <stdexcept>
@@ -28,8 +29,8 @@ struct Option {
  * The arguments of one command, taken apart: options anywhere, the operands in their order.
  *
  * `--name value` and `--name=value` are the same, "--" ends the options, "-" is an operand, and of
- * an option given twice the last value counts. A value that owns no text: that is the process's
- * own. Thread-compatible.
+ * an option given twice the last value counts, unless the command asks for all. A value that owns
+ * no text: that is the process's own. Thread-compatible.
  */
 class Arguments {
   public:
@@ -41,6 +42,12 @@ class Arguments {
 
     /** The value of an option that was given; empty for one that takes none. */
     [[nodiscard]] std::optional<std::string_view> value(std::string_view option) const;
+
+    /** All its values, in their order. */
+    [[nodiscard]] std::vector<std::string_view> values(std::string_view option) const;
+
+    /** The value of an option as a number from 1 on; UsageError if it is none. */
+    [[nodiscard]] std::optional<std::uint64_t> count(std::string_view option) const;
 
     [[nodiscard]] std::span<std::string_view const> operands() const { return operands_; }
 

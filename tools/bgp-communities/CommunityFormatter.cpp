@@ -109,6 +109,18 @@ void writeFields(JsonWriter& json, ExtCommIp6 const& extCommIp6) {
     json.key("local").number(extCommIp6.getContent().localAdmin());
 }
 
+/** One of the texts for policy is `text`. */
+template <class Comm>
+bool hasForm(Comm const& comm, std::string_view text) {
+    using Format = typename Comm::StrepFormat;
+    for (U32 word = 0; word <= Format::maximum; ++word) {
+        if (comm.toStrepForPolicy(Format(word)) == text) {
+            return true;
+        }
+    }
+    return false;
+}
+
 /** The text for policy under every flag word there is. */
 template <class Comm>
 void writeForms(JsonWriter& json, Comm const& comm) {
@@ -187,13 +199,46 @@ std::string_view CommunityFormatter::text(Acl::CommunityValue const& community) 
     return buffer_.text();
 }
 
+// ---- Names --------------------------------------------------------------------------------------
+
+template <class Member>
+std::string_view CommunityFormatter::octets(Member const& member) {
+    octets_.clear();
+    appendOctets(octets_, member);
+    return octets_;
+}
+
+template <class Comm>
+bool CommunityFormatter::isExtendedMeant(Mox::PtrConst<Comm> const& comm,
+                                         CommunityName const& name) {
+    return name.isOctets(octets(comm)) || text(comm) == name.text() || hasForm(*comm, name.text());
+}
+
+bool CommunityFormatter::isMeant(U32 community, CommunityName const& name) {
+    return name.isOctets(octets(community)) || text(community) == name.text() ||
+           CommList::getStringValue(community) == name.text() ||
+           CommList::wellKnownName(community) == name.text();
+}
+
+bool CommunityFormatter::isMeant(ExtComm::PtrConst const& extComm, CommunityName const& name) {
+    return isExtendedMeant(extComm, name);
+}
+
+bool CommunityFormatter::isMeant(ExtCommIp6::PtrConst const& extCommIp6,
+                                 CommunityName const& name) {
+    return isExtendedMeant(extCommIp6, name);
+}
+
+bool CommunityFormatter::isMeant(Acl::CommunityValue const& community, CommunityName const& name) {
+    return name.isOctets(octets(community)) || text(community) == name.text() ||
+           LargeCommList::displayString(community, true) == name.text();
+}
+
 // ---- JSON ---------------------------------------------------------------------------------------
 
 template <class Member>
 void CommunityFormatter::writeOctets(JsonWriter& json, Member const& member) {
-    octets_.clear();
-    appendOctets(octets_, member);
-    json.key("octets").octets(octetsOf(octets_));
+    json.key("octets").octets(octetsOf(octets(member)));
 }
 
 template <class Comm>

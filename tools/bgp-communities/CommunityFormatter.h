@@ -9,6 +9,7 @@
 #include <VoBgp/VoBgpCommunity.h>
 
 #include "AttributeDecoder.h"
+#include "CommunityName.h"
 #include "JsonWriter.h"
 
 namespace BgpCommunities {
@@ -36,17 +37,30 @@ class CommunityFormatter {
     void writeJson(JsonWriter& json, ExtCommIp6::PtrConst const& extCommIp6, Detail detail);
     void writeJson(JsonWriter& json, Acl::CommunityValue const& community, Detail detail);
 
+    // Whether one of the texts that are printed for it, or its octets, is `name`.
+    bool isMeant(Routing::Bgp::U32 community, CommunityName const& name);
+    bool isMeant(ExtComm::PtrConst const& extComm, CommunityName const& name);
+    bool isMeant(ExtCommIp6::PtrConst const& extCommIp6, CommunityName const& name);
+    bool isMeant(Acl::CommunityValue const& community, CommunityName const& name);
+
     static void appendOctets(std::string& out, Routing::Bgp::U32 community);
     static void appendOctets(std::string& out, ExtComm::PtrConst const& extComm);
     static void appendOctets(std::string& out, ExtCommIp6::PtrConst const& extCommIp6);
     static void appendOctets(std::string& out, Acl::CommunityValue const& community);
 
   private:
+    /** Good until the next call. */
+    template <class Member>
+    std::string_view octets(Member const& member);
+
     template <class Member>
     void writeOctets(JsonWriter& json, Member const& member);
 
     template <class Comm>
     void writeExtended(JsonWriter& json, Mox::PtrConst<Comm> const& comm, Detail detail);
+
+    template <class Comm>
+    bool isExtendedMeant(Mox::PtrConst<Comm> const& comm, CommunityName const& name);
 
     template <class Comm>
     std::string_view show(Comm const& comm);

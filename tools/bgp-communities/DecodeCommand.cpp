@@ -166,15 +166,7 @@ class DecodeRun {
 
     void writeJson(AttributeDecoder& decoder, std::string const& fault) {
         JsonWriter json(output_.text());
-        json.beginObject();
-        json.key("attribute").number(traitsOf(decoder.kind()).attributeType);
-        json.key("octets").octets(octets_);
-        if (fault.empty()) {
-            decoder.writeJson(json, detail_);
-        } else {
-            json.key("error").string(fault);
-        }
-        json.endObject();
+        decoder.writeJson(json, octets_, fault, detail_);
         output_.endLine();
     }
 

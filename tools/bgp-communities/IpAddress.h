@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "OctetReader.h"
 
@@ -23,6 +24,9 @@ struct IpAddress {
 
 /** The address in all of `octets`: 4 or 16 of them, else none. */
 IpAddress ipAddress(Octets octets);
+
+/** The address that `text` is, or none. */
+IpAddress readIpAddress(std::string_view text);
 
 /** One end of a BGP connection, as a dump records it; a plain value, thread-compatible. */
 struct Peer {

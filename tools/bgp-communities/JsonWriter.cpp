@@ -1,6 +1,7 @@
 #include "JsonWriter.h"
 
 #include <algorithm>
+#include <array>
 
 #include "Hex.h"
 
@@ -12,10 +13,16 @@ unsigned char octetAt(std::string_view text, std::size_t at) {
     return static_cast<unsigned char>(text[at]);
 }
 
-/** Stands for itself between the quotes of a string. */
-bool isPlain(unsigned char octet) {
-    return octet >= 0x20 && octet < 0x7f && octet != '"' && octet != '\\';
+consteval std::array<bool, 256> plainOctets() {
+    std::array<bool, 256> plain{};
+    for (unsigned char octet = 0x20; octet < 0x7f; ++octet) {
+        plain[octet] = octet != '"' && octet != '\\';
+    }
+    return plain;
 }
+
+/** By octet: whether it stands for itself between the quotes of a string. */
+constexpr std::array<bool, 256> isPlain = plainOctets();
 
 /** The first octets of well-formed UTF-8 sequences, their length, and what the second octet may be
     (Unicode, table 3-7); all further ones are 80 to bf. */
@@ -57,7 +64,7 @@ JsonWriter& JsonWriter::string(std::string_view text) {
     out_ += '"';
     while (!text.empty()) {
         auto const plain = std::find_if_not(text.begin(), text.end(), [](char character) {
-            return isPlain(static_cast<unsigned char>(character));
+            return isPlain[static_cast<unsigned char>(character)];
         });
         std::size_t count = static_cast<std::size_t>(plain - text.begin());
         if (count == 0) {

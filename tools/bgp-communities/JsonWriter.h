@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "Numbers.h"
 #include "OctetReader.h"
 
 namespace BgpCommunities {
@@ -32,10 +33,12 @@ class JsonWriter {
 
     JsonWriter& endArray() { return end(']'); }
 
-    /** The name of the next value of an object. */
+    /** The name of the next value of an object: one of the program's own, which stands for itself
+        between quotes. */
     JsonWriter& key(std::string_view name) {
-        string(name);
-        out_ += ':';
+        out_ += first_ ? "\"" : ",\"";
+        out_ += name;
+        out_ += "\":";
         first_ = true;
         return *this;
     }
@@ -45,6 +48,13 @@ class JsonWriter {
 
     /** A string of two lower-case hexadecimal digits for each octet. */
     JsonWriter& octets(Octets octets);
+
+    /** A value that was written before, as it stands. */
+    JsonWriter& ready(std::string_view json) {
+        separate();
+        out_ += json;
+        return *this;
+    }
 
     JsonWriter& boolean(bool value) {
         separate();
@@ -77,8 +87,7 @@ class JsonWriter {
     template <std::integral Number>
     JsonWriter& number(Number value) {
         separate();
-        char digits[20]; // of the longest 64-bit number, sign and all
-        out_.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
+        appendNumber(out_, value);
         return *this;
     }
 

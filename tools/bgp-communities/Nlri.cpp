@@ -1,6 +1,10 @@
 #include "Nlri.h"
 
 #include <algorithm>
+#include <charconv>
+
+#include "Hex.h"
+#include "Numbers.h"
 
 namespace BgpCommunities {
 
@@ -76,6 +80,15 @@ Octets takeLabels(OctetReader& in, bool withdrawn) {
     return bottom ? in.octets(size) : Octets();
 }
 
+/** The address, zero beyond the first `bits` bits, of which it has at least as many. */
+IpAddress firstBits(IpAddress address, unsigned int bits) {
+    if (unsigned int const partial = bits % 8; partial != 0) {
+        address.octets[bits / 8] &= static_cast<std::uint8_t>(0xff00U >> partial);
+    }
+    std::fill(address.octets.begin() + octetsOfBits(bits), address.octets.end(), 0);
+    return address;
+}
+
 /** Gives `route` the prefix of `bits` bits that `octets`, at least as many, begin with. */
 std::string_view setPrefix(Route& route, Octets octets, unsigned int bits) {
     std::uint8_t const addressOctets = route.family.afi == afiIpv4 ? 4 : 16;
@@ -83,10 +96,8 @@ std::string_view setPrefix(Route& route, Octets octets, unsigned int bits) {
         return "a prefix is longer than an address";
     }
     std::copy_n(octets.begin(), octetsOfBits(bits), route.address.octets.begin());
-    if (unsigned int const partial = bits % 8; partial != 0) {
-        route.address.octets[bits / 8] &= static_cast<std::uint8_t>(0xff00U >> partial);
-    }
     route.address.size = addressOctets;
+    route.address = firstBits(route.address, bits);
     route.length = static_cast<std::uint8_t>(bits);
     route.isPrefix = true;
     return {};
@@ -155,32 +166,24 @@ void takePathId(OctetReader& in, bool pathIds, Route& route) {
     }
 }
 
-void appendHex(std::string& out, Octets octets) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    for (std::uint8_t const octet : octets) {
-        out += digits[octet >> 4];
-        out += digits[octet & 0x0f];
-    }
-}
-
 /** RFC 4364, section 4.2: type (2), then administrator and assigned number as the type says. */
 void appendDistinguisher(std::string& out, Octets octets) {
     OctetReader in(octets);
     switch (in.u16()) {
     case 0:
-        out += std::to_string(in.u16());
+        appendNumber(out, in.u16());
         out += ':';
-        out += std::to_string(in.u32());
+        appendNumber(out, in.u32());
         break;
     case 1:
         appendText(out, ipAddress(in.octets(4)));
         out += ':';
-        out += std::to_string(in.u16());
+        appendNumber(out, in.u16());
         break;
     case 2:
-        out += std::to_string(in.u32());
+        appendNumber(out, in.u32());
         out += ':';
-        out += std::to_string(in.u16());
+        appendNumber(out, in.u16());
         break;
     default:
         appendHex(out, octets);
@@ -228,15 +231,40 @@ std::string_view readRoutes(Octets nlri, NlriForm const& form, std::vector<Route
     return fault;
 }
 
+std::string_view readPrefix(std::string_view text, Prefix& prefix) {
+    std::size_t const slash = std::min(text.find('/'), text.size());
+    std::string_view const digits = text.substr(std::min(slash + 1, text.size()));
+    prefix.address = readIpAddress(text.substr(0, slash));
+    if (prefix.address.size == 0) {
+        return "no IPv4 or IPv6 prefix";
+    }
+    auto const [end, error] =
+        std::from_chars(digits.data(), digits.data() + digits.size(), prefix.length);
+    if (error != std::errc() || end != digits.data() + digits.size() ||
+        prefix.length > prefix.address.size * 8) {
+        return "no prefix length behind a slash";
+    }
+    if (firstBits(prefix.address, prefix.length) != prefix.address) {
+        return "the address has bits behind the prefix";
+    }
+    return {};
+}
+
+bool contains(Prefix const& prefix, Route const& route) {
+    return route.isPrefix && route.address.size == prefix.address.size &&
+           route.length >= prefix.length &&
+           firstBits(route.address, prefix.length) == prefix.address;
+}
+
 bool hasKnownPieces(Family family) {
     return layoutOf(family) != Layout::whole;
 }
 
 void appendText(std::string& out, Route const& route) {
     if (!route.isPrefix) {
-        out += std::to_string(route.family.afi);
+        appendNumber(out, route.family.afi);
         out += '/';
-        out += std::to_string(route.family.safi);
+        appendNumber(out, route.family.safi);
         out += ':';
         appendHex(out, route.opaque);
         return;
@@ -247,7 +275,7 @@ void appendText(std::string& out, Route const& route) {
     }
     appendText(out, route.address);
     out += '/';
-    out += std::to_string(route.length);
+    appendNumber(out, route.length);
 }
 
 void appendText(std::string& out, Family family) {
@@ -269,9 +297,9 @@ void appendText(std::string& out, Family family) {
         break;
     }
     if (safi.empty() || (family.afi != afiIpv4 && family.afi != afiIpv6)) {
-        out += std::to_string(family.afi);
+        appendNumber(out, family.afi);
         out += '/';
-        out += std::to_string(family.safi);
+        appendNumber(out, family.safi);
         return;
     }
     out += family.afi == afiIpv4 ? "IPv4" : "IPv6";

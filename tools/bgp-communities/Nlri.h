@@ -79,6 +79,23 @@ std::string_view readRoute(OctetReader& in, NlriForm const& form, Route& route);
  */
 std::string_view makePrefix(Family family, Octets address, std::uint8_t length, Route& route);
 
+/** An IPv4 or IPv6 prefix; a plain value, thread-compatible. The address is zero beyond the first
+    `length` bits. */
+struct Prefix {
+    IpAddress address;
+    std::uint8_t length = 0;
+};
+
+/**
+ * Reads "192.0.2.0/24" or "2001:db8::/32".
+ *
+ * Returns what is wrong, or nothing.
+ */
+std::string_view readPrefix(std::string_view text, Prefix& prefix);
+
+/** Whether `route` is of this prefix or one inside it; whatever its labels and distinguisher. */
+bool contains(Prefix const& prefix, Route const& route);
+
 /** The pieces of NLRI of this family tell their own length in a way known to `readRoute`. */
 bool hasKnownPieces(Family family);
 

@@ -1,103 +1,192 @@
 #include "ReadCommand.h"
 
-#include <algorithm>
-#include <string>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
 
 #include "Agent.h"
-#include "CommunityFormatter.h"
 #include "DumpFiles.h"
-#include "AttributeVerdict.h"
+#include "ListMemory.h"
 #include "Output.h"
+#include "RouteFilter.h"
+#include "RouteWriter.h"
 
 namespace BgpCommunities {
 
 namespace {
 
-constexpr Option readOptions[] = {{verboseOption}};
+constexpr std::string_view limitOption = "--limit";
+
+constexpr Option readOptions[] = {
+    {jsonOption},         {kindOption, true},  {matchOption, true}, {communityOption, true},
+    {prefixOption, true}, {limitOption, true}, {verboseOption}};
 
 constexpr std::string_view readHelp =
-    R"(usage: bgp-communities read [--verbose] FILE...
+    R"(usage: bgp-communities read [OPTION...] FILE...
 
 Prints a line for each route that is announced in MRT dumps (RFC 6396, RFC 8050; plain, gzip or
-bzip2; "-" is standard input): peer, prefix, and the extended communities of the route, or "-" if
-it has none; between the three a tab.
+bzip2; "-" is standard input). Between its columns stands a tab, and "-" where there is nothing:
 
-  --verbose  name all that is malformed on standard error, not only the first few of each kind
+  1  peer: address and AS number
+  2  prefix, behind its route distinguisher if it has one; of a family other than unicast,
+     multicast, labelled and VPN, the numbers of the family and the octets of all its routes
+  3  path identifier (RFC 7911)
+  4  communities (RFC 1997)
+  5  extended communities (RFC 4360)
+  6  IPv6-address-specific extended communities (RFC 5701)
+  7  large communities (RFC 8092)
+
+  --json             a JSON object a line: file (as named here), record (its number, from 1), peer
+                     (null if the dump does not tell), family, prefix, pathId if there is one, and
+                     communities: by kind what `decode --json` prints for the attribute as sent
+  --kind KIND        only lists of this kind, standard, extended, ipv6 or large, and only routes
+                     that have one; given more than once, of any of these kinds
+  --match REGEX      only routes with a list that this POSIX extended regular expression matches:
+                     a list is there the texts for policy of its members, a space between them, with
+                     and without the names of types or well-known communities
+  --community VALUE  only routes with this community: a text or name that the program prints for
+                     it, here or by `decode --json --forms`, or its octets in hexadecimal
+  --prefix PREFIX    only routes of this IPv4 or IPv6 prefix and of those inside it, whatever their
+                     labels and route distinguisher
+  --limit N          stop after N routes have been printed
+  --verbose          name all that is malformed on standard error, not only the first few of each
+                     kind in a file
+
+A route is printed if all that was asked for holds: of several --match and --community each one, for
+the same list or another. Of several --prefix or --limit the last one counts.
 
 An attribute that is malformed, or that a list of communities cannot hold, is named on standard
 error and left out; the rest is read, and the exit status is 1. Of an attribute that stands there
-twice only the first is read (RFC 7606).
+twice only the first is read (RFC 7606). Lists that --kind leaves out are not looked into, and
+what is behind the last route of --limit is not read.
 
 examples:
   bgp-communities read updates.20240101.0000.gz
-  bgp-communities read rib.bz2 | grep 192.0.2.0/24
+  bgp-communities read rib.bz2 | cut -f 2,4
+  bgp-communities read --json --community no-export --prefix 192.0.2.0/24 rib.bz2
+  bgp-communities read --kind large --match '^64496:1:' --limit 10 rib.bz2
 )";
 
-/** Writes the routes, as they come. */
-class RoutePrinter final : public DumpHandler {
+/** As many routes as were asked for have been printed: no more is to be read. */
+class LimitReached {};
+
+/**
+ * What a run of `read` does, whatever file a route comes from: judge it and print it.
+ *
+ * It owns the tables and what is remembered of lists; the output is the caller's and outlives it.
+ * Reactor thread, as its agent.
+ */
+class RoutePrinter {
   public:
-    RoutePrinter(bool verbose, Output& output)
+    RoutePrinter(Arguments const& arguments, Output& output)
+      : filter_(arguments)
+      , limit_(arguments.count(limitOption))
+      , writer_(arguments.has(jsonOption), output) {
+        for (auto& decoder : attributeDecoders(agent_)) {
+            memories_.emplace_back(std::move(decoder), filter_, arguments.has(jsonOption));
+        }
+    }
+
+    void fileIs(std::string_view name) { writer_.fileIs(name); }
+
+    /** Begins a route, or several with the same attributes: it has no lists. */
+    void begin() {
+        lists_ = {};
+        met_ = 0;
+        hasList_ = false;
+    }
+
+    /** Gives the route at hand the list of an attribute. Returns why it is refused, or nothing. */
+    std::string_view add(CommunityAttribute const& attribute) {
+        bool const isRead = attribute.repetition == 0 && filter_.admits(attribute.kind);
+        if (!isRead || attribute.form() != CommunityAttribute::Form::wellFormed) {
+            return {};
+        }
+        auto const kind = static_cast<std::size_t>(attribute.kind);
+        ListText const& list = memories_[kind].find(attribute.value);
+        if (list.fault.empty()) {
+            lists_[kind] = &list;
+            met_ |= list.met;
+            hasList_ = true;
+        }
+        return list.fault;
+    }
+
+    /** Throws LimitReached after the last route that is wanted. */
+    void print(RecordPosition const& at, Peer const& peer, Route const& route) {
+        if (!filter_.admits(route, met_, hasList_)) {
+            return;
+        }
+        writer_.write(at, peer, route, lists_);
+        if (++printed_ == limit_) {
+            throw LimitReached();
+        }
+    }
+
+  private:
+    RouteFilter const filter_;
+    std::optional<std::uint64_t> const limit_;
+    RouteWriter writer_;
+    Agent agent_;
+    std::vector<ListMemory> memories_; // by CommunityKind
+    std::uint64_t printed_ = 0;
+    // Of the route at hand.
+    RouteLists lists_{};
+    RouteFilter::Conditions met_ = 0;
+    bool hasList_ = false;
+};
+
+/** Hands the routes of one file to the printer, which is the caller's and outlives it. */
+class FileRoutes final : public DumpHandler {
+  public:
+    FileRoutes(bool verbose, RoutePrinter& printer)
       : DumpHandler(verbose)
-      , output_(output) {}
+      , printer_(printer) {}
 
     void handleUpdate(Update const& update) override {
-        if (!update.announced.empty()) {
-            read(update.at, update.communities);
+        if (update.announced.empty()) {
+            return;
         }
+        take(update.at, update.communities);
         for (Route const& route : update.announced) {
-            print(update.peer, route);
+            printer_.print(update.at, update.peer, route);
         }
     }
 
     void handleRibEntry(RibEntry const& entry) override {
-        read(entry.at, entry.communities);
-        print(entry.peer, entry.route);
+        take(entry.at, entry.communities);
+        printer_.print(entry.at, entry.peer, entry.route);
     }
 
   private:
-    /** Makes `texts_` those of the communities; empty if there are none. */
-    void read(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
-        texts_.clear();
-        auto const found =
-            std::find_if(communities.begin(), communities.end(), [](auto const& attribute) {
-                return attribute.kind == CommunityKind::extended;
-            });
-        if (found == communities.end() || found->form() != CommunityAttribute::Form::wellFormed) {
-            return;
-        }
-        if (auto const reason = refusal(found->kind, found->value); !reason.empty()) {
-            refuse(at, reason);
-            return;
-        }
-        agent_.intern(found->value, members_);
-        for (auto const& member : members_) {
-            texts_.append(texts_.empty() ? "" : " ").append(formatter_.text(member));
+    void take(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
+        printer_.begin();
+        for (CommunityAttribute const& attribute : communities) {
+            if (auto const fault = printer_.add(attribute); !fault.empty()) {
+                refuse(at, fault);
+            }
         }
     }
 
-    void print(Peer const& peer, Route const& route) {
-        std::string& out = output_.text();
-        appendText(out, peer);
-        out += '\t';
-        appendText(out, route);
-        if (route.hasPathId) {
-            out.append(" path ").append(std::to_string(route.pathId));
-        }
-        out.append("\t").append(texts_.empty() ? "-" : texts_);
-        output_.endLine();
-    }
-
-    Output& output_;
-    Agent agent_;
-    Agent::ExtComms members_; // of the route at hand, as `texts_`
-    CommunityFormatter formatter_;
-    std::string texts_;
+    RoutePrinter& printer_;
 };
 
 ExitStatus read(Arguments const& arguments, Output& output) {
     auto const files = dumpFiles(arguments);
-    RoutePrinter printer(arguments.has(verboseOption), output);
-    return readDumps(files, printer).status;
+    RoutePrinter printer(arguments, output);
+    ExitStatus status = ExitStatus::allRead;
+    for (std::string_view const& file : files) {
+        printer.fileIs(file);
+        FileRoutes routes(arguments.has(verboseOption), printer);
+        try {
+            status = worse(status, readDumps({&file, 1}, routes).status);
+        } catch (LimitReached const&) {
+            routes.log().summarise();
+            return worse(status, routes.log().status());
+        }
+    }
+    return status;
 }
 
 } // namespace
