@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "AttributeVerdict.h"
-#include "CommunityFormatter.h"
+#include "ListFormatter.h"
 #include "ListKinds.h"
 
 namespace BgpCommunities {
@@ -90,7 +90,7 @@ class ListDecoder final : public AttributeDecoder {
 
     void appendText(std::string& out) override {
         for (auto const& member : *list_) {
-            out.append("  ").append(formatter_.text(member)).append("\n");
+            out.append("  ").append(formatter_.members().text(member)).append("\n");
         }
     }
 
@@ -102,23 +102,12 @@ class ListDecoder final : public AttributeDecoder {
 
     bool holds(CommunityName const& name) override {
         return std::any_of(list_->begin(), list_->end(),
-                           [&](auto const& member) { return formatter_.isMeant(member, name); });
+                           [&](auto const& member) { return formatter_.members().isMeant(member, name); });
     }
 
   protected:
     void writeList(JsonWriter& json, Detail detail) override {
-        json.key("text").string(list_->toStrep());
-        value_.clear();
-        for (auto const& member : *list_) {
-            CommunityFormatter::appendOctets(value_, member);
-        }
-        json.key("value").octets(octetsOf(value_));
-        json.key("wire").octets(octetsOf(Kind::wire(*list_)));
-        json.key("communities").beginArray();
-        for (auto const& member : *list_) {
-            formatter_.writeJson(json, member, detail);
-        }
-        json.endArray();
+        formatter_.writeJson(json, *list_, detail);
         if constexpr (requires { writeSelections(json, *list_); }) {
             if (detail == Detail::withForms) {
                 writeSelections(json, *list_);
@@ -129,8 +118,7 @@ class ListDecoder final : public AttributeDecoder {
   private:
     Agent& agent_;
     typename Kind::List::PtrConst list_;
-    CommunityFormatter formatter_;
-    std::string value_; // the members' octets, to be used again
+    ListFormatter<Kind> formatter_;
 };
 
 } // namespace
