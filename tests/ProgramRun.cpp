@@ -72,22 +72,36 @@ Result run(Arguments const& arguments, std::string const& input) {
     return runWithFile(arguments, in.path());
 }
 
-Lines linesOf(std::string const& text) {
-    Lines lines;
+namespace {
+
+Lines split(std::string const& text, char separator) {
+    Lines pieces;
     std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
+    for (std::string piece; std::getline(in, piece, separator);) {
+        pieces.push_back(piece);
     }
-    return lines;
+    return pieces;
+}
+
+} // namespace
+
+Lines linesOf(std::string const& text) {
+    return split(text, '\n');
 }
 
 Lines fieldsOf(std::string const& line) {
-    Lines out;
-    std::istringstream in(line);
-    for (std::string field; std::getline(in, field, '\t');) {
-        out.push_back(field);
+    return split(line, '\t');
+}
+
+std::string number(std::string const& json, std::string const& object, std::string const& key) {
+    std::size_t const start = object.empty() ? 0 : json.find("\"" + object + "\":{");
+    std::size_t const at = json.find("\"" + key + "\":", start);
+    if (start == std::string::npos || at == std::string::npos ||
+        (!object.empty() && at > json.find('}', start))) {
+        return "no " + object + " " + key;
     }
-    return out;
+    std::size_t const digits = at + key.size() + 3;
+    return json.substr(digits, json.find_first_of(",}", digits) - digits);
 }
 
 std::string sample(std::string const& name) {

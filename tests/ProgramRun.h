@@ -52,6 +52,8 @@ std::string contentOf(std::string const& path);
 Lines linesOf(std::string const& text);
 /** What stands between the tabs of a line. */
 Lines fieldsOf(std::string const& line);
+/** The number of a key of the object that follows the key `object`, "" for the whole. */
+std::string number(std::string const& json, std::string const& object, std::string const& key);
 /** The path of one of the project's own dumps. */
 std::string sample(std::string const& name);
 

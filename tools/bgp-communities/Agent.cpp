@@ -41,16 +41,6 @@ ExtComm::PtrConst Agent::extComm(std::uint64_t member) {
     return ExtComm::dedupContent(extComms_.get(), ExtCommContent(member));
 }
 
-void Agent::intern(Octets value, ExtComms& members) {
-    readExtendedMembers(value, sorted_);
-    std::sort(sorted_.begin(), sorted_.end());
-    sorted_.erase(std::unique(sorted_.begin(), sorted_.end()), sorted_.end());
-    members.clear();
-    for (std::uint64_t const member : sorted_) {
-        members.push_back(extComm(member));
-    }
-}
-
 CommList::PtrConst Agent::standardList(Octets value) {
     auto const list = commListFactory();
     for (OctetReader in(value); !in.empty();) {
@@ -60,11 +50,11 @@ CommList::PtrConst Agent::standardList(Octets value) {
 }
 
 ExtCommList::PtrConst Agent::extendedList(Octets value) {
-    readExtendedMembers(value, sorted_);
     auto const list = extCommListFactory();
-    list->expectedCommunityCountIs(static_cast<U32>(sorted_.size()));
-    for (std::uint64_t const member : sorted_) {
-        list->commIs(extComm(member));
+    list->expectedCommunityCountIs(
+        static_cast<U32>(value.size() / traitsOf(CommunityKind::extended).memberOctets));
+    for (OctetReader in(value); !in.empty();) {
+        list->commIs(extComm(readExtendedMember(in)));
     }
     return list->dedup(extendedLists_.get());
 }
@@ -85,10 +75,6 @@ LargeCommList::PtrConst Agent::largeList(Octets value) {
     return list->dedup(largeLists_.get());
 }
 
-std::size_t Agent::extComms() const {
-    return extComms_->dedupHashTable()->size();
-}
-
 std::vector<Agent::Held> Agent::held() const {
     return {
         {"lists of communities", standardLists_->dedupTable()->size()},
@@ -100,7 +86,7 @@ std::vector<Agent::Held> Agent::held() const {
         {"route-target lists announced", routeTargetLists()->rtExtCommLists()},
         {"classification lists of IPv6 extended communities",
          ip6Lists_->extCommClassification()->size()},
-        {"extended communities", extComms()},
+        {"extended communities", extComms_->dedupHashTable()->size()},
         {"route targets announced", routeTargets()->rts()},
         {"IPv6 extended communities", extCommIp6s_->dedupHashTable()->size()},
     };
@@ -112,6 +98,23 @@ NotifyingRouteTargetList::PtrConst Agent::routeTargets() const {
 
 NotifyingRtExtCommListCollection::PtrConst Agent::routeTargetLists() const {
     return extendedLists_->notifyingRtExtCommListCollection();
+}
+
+std::size_t Agent::tableOctets(CommunityKind kind) const {
+    switch (kind) {
+    case CommunityKind::standard:
+        return standardLists_->dedupTable()->octets();
+    case CommunityKind::extended:
+        return extComms_->dedupHashTable()->octets() + extendedLists_->dedupTable()->octets() +
+               extendedLists_->extCommClassificationListDedupTable()->octets() +
+               extendedLists_->rtExtCommClassificationListDedupTable()->octets();
+    case CommunityKind::ip6Extended:
+        return extCommIp6s_->dedupHashTable()->octets() + ip6Lists_->dedupTable()->octets() +
+               ip6Lists_->extCommClassification()->octets();
+    case CommunityKind::large:
+        return largeLists_->dedupTable()->octets();
+    }
+    return 0;
 }
 
 } // namespace BgpCommunities

@@ -15,15 +15,16 @@
 #include <VoBgp/VoBgpCommunityList.h>
 
 #include "OctetReader.h"
+#include "PathAttributes.h"
 
 namespace BgpCommunities {
 
 /**
  * The smallest honest routing agent: what a process needs to have to intern communities.
  *
- * It owns the parse rules and the intern tables that parse by them. Reactor thread: the tables are
- * made for one thread. What never changes: every community and every list that the program speaks
- * of came out of these tables.
+ * It owns the parse rules and the intern tables that parse by them. Thread-safe if the process was
+ * in the thread-safe mode when it was made (docs/threads.md), else thread-compatible. What never
+ * changes: every community and every list that the program speaks of came out of these tables.
  *
  * The values that it interns are those of whole attributes, whose length is a multiple of a
  * member's and fits an attribute; what no list can hold has been refused before
@@ -31,22 +32,13 @@ namespace BgpCommunities {
  */
 class Agent {
   public:
-    using ExtComms = std::vector<Routing::Bgp::ExtComm::PtrConst>;
-
     Agent();
-
-    /** Makes `members` the interned ones of the value of an extended communities attribute: in
-        ascending order, each one once. */
-    void intern(Octets value, ExtComms& members);
 
     // The interned list that a value stands for, by the kind of attribute.
     Routing::Bgp::CommList::PtrConst standardList(Octets value);
     Routing::Bgp::ExtCommList::PtrConst extendedList(Octets value);
     Routing::Bgp::ExtCommIp6List::PtrConst ip6List(Octets value);
     Routing::Bgp::LargeCommList::PtrConst largeList(Octets value);
-
-    /** How many different extended communities somebody holds. */
-    [[nodiscard]] std::size_t extComms() const;
 
     /** How many different objects of one sort somebody holds. */
     struct Held {
@@ -62,6 +54,10 @@ class Agent {
     [[nodiscard]] Routing::Bgp::NotifyingRouteTargetList::PtrConst routeTargets() const;
     [[nodiscard]] Routing::Bgp::NotifyingRtExtCommListCollection::PtrConst routeTargetLists() const;
 
+    /** How many octets the tables occupy in which values and lists of one kind are interned, the
+        objects in them not included. */
+    [[nodiscard]] std::size_t tableOctets(CommunityKind kind) const;
+
   private:
     Routing::Bgp::ExtComm::PtrConst extComm(std::uint64_t member);
 
@@ -72,7 +68,6 @@ class Agent {
     Routing::Bgp::ExtCommListDedupTable::Ptr const extendedLists_;
     Routing::Bgp::ExtCommIp6ListDedupTable::Ptr const ip6Lists_;
     Routing::Bgp::LargeCommListDedupTable::Ptr const largeLists_;
-    std::vector<std::uint64_t> sorted_; // of one attribute, to be used again
 };
 
 } // namespace BgpCommunities

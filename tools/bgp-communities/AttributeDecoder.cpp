@@ -101,8 +101,9 @@ class ListDecoder final : public AttributeDecoder {
     }
 
     bool holds(CommunityName const& name) override {
-        return std::any_of(list_->begin(), list_->end(),
-                           [&](auto const& member) { return formatter_.members().isMeant(member, name); });
+        return std::any_of(list_->begin(), list_->end(), [&](auto const& member) {
+            return formatter_.members().isMeant(member, name);
+        });
     }
 
   protected:

@@ -7,11 +7,6 @@ namespace {
 // Non-transitive two-octet AS, link bandwidth.
 constexpr std::uint64_t linkBandwidthType = 0x4004;
 
-std::uint64_t readMember(OctetReader& in) {
-    std::uint64_t const high = in.u32();
-    return high << 32 | in.u32();
-}
-
 } // namespace
 
 std::string malformation(CommunityKind kind, Octets value) {
@@ -30,11 +25,9 @@ std::string malformation(CommunityKind kind, Octets value) {
     return {};
 }
 
-void readExtendedMembers(Octets value, std::vector<std::uint64_t>& members) {
-    members.clear();
-    for (OctetReader in(value); !in.empty();) {
-        members.push_back(readMember(in));
-    }
+std::uint64_t readExtendedMember(OctetReader& in) {
+    std::uint64_t const high = in.u32();
+    return high << 32 | in.u32();
 }
 
 std::string refusal(CommunityKind kind, Octets value) {
@@ -43,7 +36,7 @@ std::string refusal(CommunityKind kind, Octets value) {
     }
     std::uint64_t bandwidth = 0;
     for (OctetReader in(value); !in.empty();) {
-        std::uint64_t const member = readMember(in);
+        std::uint64_t const member = readExtendedMember(in);
         if (member >> 48 != linkBandwidthType) {
             continue;
         }

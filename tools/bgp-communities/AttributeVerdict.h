@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "OctetReader.h"
 #include "PathAttributes.h"
@@ -15,15 +14,16 @@ inline constexpr std::size_t maxAttributeOctets = 65535;
 /** Why these octets cannot be the value of an attribute of this kind; empty if they can. */
 std::string malformation(CommunityKind kind, Octets value);
 
-/** Makes `members` those of an extended communities attribute, as sent: eight octets each, the
-    first most significant. */
-void readExtendedMembers(Octets value, std::vector<std::uint64_t>& members);
+/** Takes one member of an extended communities attribute: eight octets, the first most
+    significant. */
+std::uint64_t readExtendedMember(OctetReader& in);
 
 /**
  * Why a well-formed value of an attribute of this kind is left alone; empty if it is not.
  *
- * A list of extended communities carries one link bandwidth: two different ones in an attribute contradict each other, and
- * the library asserts that it is never given them. The same one again is only a repetition.
+ * A list of extended communities carries one link bandwidth: two different ones in an attribute
+ * contradict each other, and the library asserts that it is never given them. The same one again is
+ * only a repetition.
  */
 std::string refusal(CommunityKind kind, Octets value);
 

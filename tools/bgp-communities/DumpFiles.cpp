@@ -11,15 +11,14 @@ namespace {
 /** Throws InputError, when `result` has what could be read until then. */
 void readDump(std::string const& path, DumpHandler& handler, Progress& progress,
               DumpResult& result) {
+    auto const begun = Progress::Clock::now();
     InputStream input(path);
     ++result.files;
     handler.fileIs(input.name());
     MrtReader reader(input, handler);
     try {
         while (reader.next()) {
-            if (reader.counts().records % 1024 == 0) {
-                progress.show(input, reader.counts().records);
-            }
+            progress.show(input, begun);
         }
     } catch (InputError const&) {
         result.counts += reader.counts();
@@ -44,12 +43,11 @@ DumpResult readDumps(std::span<std::string_view const> files, DumpHandler& handl
         try {
             readDump(std::string(file), handler, progress, result);
         } catch (InputError const& error) {
-            result.status = ExitStatus::unreadable;
-            complain(error.what());
+            handler.log().reportUnreadable(error.what());
         }
     }
     handler.log().summarise();
-    result.status = worse(result.status, handler.log().status());
+    result.status = handler.log().status();
     return result;
 }
 

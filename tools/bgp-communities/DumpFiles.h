@@ -28,7 +28,7 @@ class DumpHandler : public RouteHandler {
     /** What is read from now on comes from this one; its name outlives the reading. */
     void fileIs(std::string const& name) { file_ = name; }
 
-    [[nodiscard]] ProblemLog const& log() const { return log_; }
+    [[nodiscard]] ProblemLog& log() { return log_; }
 
   protected:
     void refuse(RecordPosition const& at, std::string_view reason) {

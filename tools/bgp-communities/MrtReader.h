@@ -4,11 +4,10 @@
 
 #include "InputStream.h"
 #include "MrtCounts.h"
+#include "MrtRecords.h"
 #include "RecordContext.h"
-#include "RecordStream.h"
-#include "RibReader.h"
+#include "RecordParser.h"
 #include "RouteHandler.h"
-#include "UpdateReader.h"
 
 namespace BgpCommunities {
 
@@ -21,18 +20,16 @@ namespace BgpCommunities {
  *     }
  *     if (reader.counts().brokenUpdates != 0) ...
  *
- * It owns its buffers, its counters and the peer index table of the dump; the input and the
- * handler are the caller's and outlive it. Thread-compatible; the handler is called on the thread
- * that calls `next()`.
+ * It owns its buffers and its counters; the input and the handler are the caller's and outlive it.
+ * Thread-compatible; the handler is called on the thread that calls `next()`.
  * What never changes: memory is used again from record to record and bounded by the largest one
  * that is held, `maxRecordOctets` at most, whatever a length claims. Malformed input never throws:
  * it is counted, the handler is told where and why, and reading goes on with what can be read.
  */
 class MrtReader {
   public:
-    /** A record that claims more is counted as broken and passed over. A table
-        dump's record with thousands of peers stays far below it. */
-    static constexpr std::uint32_t maxRecordOctets = 64U << 20;
+    /** A record that claims more is counted as broken and passed over. */
+    static constexpr std::uint32_t maxRecordOctets = MrtRecords::maxRecordOctets;
 
     MrtReader(InputStream& input, RouteHandler& handler);
     MrtReader(MrtReader const&) = delete;
@@ -48,15 +45,11 @@ class MrtReader {
     [[nodiscard]] MrtCounts const& counts() const { return counts_; }
 
   private:
-    bool handleEnd();
-    void readRecord(RecordHeader const& header, Octets body);
-
-    InputStream& input_;
-    RecordStream records_;
+    MrtRecords records_;
     MrtCounts counts_;
     RecordContext context_;
-    RibReader ribReader_;
-    UpdateReader updateReader_;
+    RecordParser parser_;
+    MrtRecord record_; // the one at hand
     bool ended_ = false;
 };
 

@@ -1,5 +1,8 @@
 #include "ProblemLog.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "StandardError.h"
 
 namespace BgpCommunities {
@@ -23,24 +26,63 @@ void ProblemLog::reportRefused(std::string_view file, RecordPosition const& at,
     report(refusedKind, file, at, reason);
 }
 
+void ProblemLog::reportUnreadable(std::string const& reason) {
+    ++counts_[unreadableKind];
+    say({unreadableKind, reason});
+}
+
 void ProblemLog::report(std::size_t kind, std::string_view file, RecordPosition const& at,
                         std::string_view reason) {
-    any_ = true;
-    if (++counts_[kind] > named && !verbose_) {
+    if (!isNamed(kind, counts_[kind]++)) {
         return;
     }
     std::string line(file);
     line += ": record " + std::to_string(at.number) + " at octet " + std::to_string(at.offset);
     line.append(": ").append(reason);
-    complain(line);
+    say({kind, std::move(line)});
+}
+
+void ProblemLog::take(ProblemLog& other) {
+    // Whatever is to be named here is held there: the first few of each kind are.
+    auto before = counts_;
+    for (Line& line : other.lines_) {
+        if (isNamed(line.kind, before[line.kind]++)) {
+            say(std::move(line));
+        }
+    }
+    for (std::size_t kind = 0; kind < counts_.size(); ++kind) {
+        counts_[kind] += std::exchange(other.counts_[kind], 0);
+    }
+    other.lines_.clear();
 }
 
 void ProblemLog::summarise() const {
-    for (std::size_t kind = 0; kind < counts_.size() && !verbose_; ++kind) {
+    for (std::size_t kind = 0; kind <= refusedKind && !verbose_; ++kind) {
         if (counts_[kind] > named) {
             complain(std::to_string(counts_[kind] - named) + " more " + std::string(plural(kind)) +
                      "; --verbose names them");
         }
+    }
+}
+
+ExitStatus ProblemLog::status() const {
+    if (counts_[unreadableKind] != 0) {
+        return ExitStatus::unreadable;
+    }
+    bool const any = std::any_of(counts_.begin(), counts_.end(), [](auto count) { return count; });
+    return any ? ExitStatus::malformed : ExitStatus::allRead;
+}
+
+/** One of that kind is named where there were that many before it. */
+bool ProblemLog::isNamed(std::size_t kind, std::uint64_t before) const {
+    return verbose_ || kind == unreadableKind || before < named;
+}
+
+void ProblemLog::say(Line line) {
+    if (hold_) {
+        lines_.push_back(std::move(line));
+    } else {
+        complain(line.text);
     }
 }
 

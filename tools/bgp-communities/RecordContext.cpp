@@ -33,4 +33,16 @@ void RecordContext::account(AttributeArea const& area) const {
     }
 }
 
+void RecordContext::accountEnd(DumpEnd const& end) {
+    atIs({end.number, end.offset, 0, 0});
+    counts_.truncatedOctets += end.octetsLeft;
+    if (end.octetsLeft != 0) {
+        report(ProblemKind::truncatedRecord, "the input ends in the middle of a record, after " +
+                                                 std::to_string(end.octetsLeft) + " octets of it");
+    }
+    if (!end.damage.empty()) {
+        report(ProblemKind::damagedInput, end.damage);
+    }
+}
+
 } // namespace BgpCommunities

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "MrtCounts.h"
-#include "RecordStream.h"
+#include "MrtRecords.h"
 #include "RouteHandler.h"
 
 namespace BgpCommunities {
@@ -11,7 +11,7 @@ namespace BgpCommunities {
 /**
  * The record that is being read, and where what is found in it goes: the counters and the handler.
  *
- * It owns neither; MrtReader does the one and is given the other. Thread-compatible.
+ * It owns neither. Thread-compatible.
  */
 class RecordContext {
   public:
@@ -34,6 +34,8 @@ class RecordContext {
     void reportBrokenRecord(std::string reason) const;
     /** Counts the communities and the faults of an area, and tells the handler of the latter. */
     void account(AttributeArea const& area) const;
+    /** Counts what the dump ends with, and tells the handler unless it is a proper end. */
+    void accountEnd(DumpEnd const& end);
 
   private:
     std::string const& file_;

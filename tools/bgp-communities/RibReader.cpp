@@ -7,7 +7,6 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint16_t peerIndexTable = 1;
 constexpr std::uint16_t ribGeneric = 6;
 constexpr std::uint16_t ribGenericAddPath = 12;
 
@@ -34,9 +33,6 @@ constexpr std::array<RibForm, 13> ribForms = {{
     {true, true, {}},                        // 12 RIB_GENERIC_ADDPATH
 }};
 
-constexpr std::uint8_t peerHasIpv6 = 0x01;
-constexpr std::uint8_t peerHasAs4 = 0x02;
-
 } // namespace
 
 bool RibReader::readsTableDump(std::uint16_t subtype) {
@@ -49,9 +45,10 @@ bool RibReader::readsTableDumpV2(std::uint16_t subtype) {
 
 /** view (2) | sequence (2) | prefix (4, 16) | length in bits (1) | status (1) | originated (4) |
     peer address (4, 16) | peer AS (2) | length (2) | attributes        RFC 6396, section 4.2 */
-void RibReader::readTableDump(RecordContext const& record, std::uint16_t subtype, Octets body) {
+void RibReader::readTableDump(RecordContext const& context, MrtRecord const& record) {
+    std::uint16_t const subtype = record.header.subtype;
     std::size_t const addressOctets = subtype == afiIpv4 ? 4 : 16;
-    OctetReader in(body);
+    OctetReader in(record.body);
     in.octets(4);
     Octets const prefix = in.octets(addressOctets);
     std::uint8_t const bits = in.u8();
@@ -61,73 +58,56 @@ void RibReader::readTableDump(RecordContext const& record, std::uint16_t subtype
     entry_.peer.as = in.u16();
     Octets const attributes = in.octets(in.u16());
     if (!in.ok()) {
-        record.reportBrokenRecord("the record is too short for a route and its attributes");
+        context.reportBrokenRecord("the record is too short for a route and its attributes");
         return;
     }
     Family const family = {subtype, safiUnicast};
     if (auto const fault = makePrefix(family, prefix, bits, entry_.route); !fault.empty()) {
-        record.reportBrokenRecord(std::string(fault));
+        context.reportBrokenRecord(std::string(fault));
         return;
     }
-    deliver(record, attributes);
+    deliver(context, attributes);
 }
 
-void RibReader::readTableDumpV2(RecordContext const& record, std::uint16_t subtype, Octets body) {
-    OctetReader in(body);
-    if (subtype == peerIndexTable) {
-        readPeers(record, in);
-    } else {
-        readRib(record, subtype, in);
-    }
-}
-
-/** collector (4) | length (2) | view name | peer count (2) | peers, each:
-    type (1) | BGP identifier (4) | address (4, 16) | AS (2, 4)       RFC 6396, section 4.3.1 */
-void RibReader::readPeers(RecordContext const& record, OctetReader& in) {
-    peers_.clear();
-    in.octets(4);
-    in.octets(in.u16());
-    std::uint16_t const count = in.u16();
-    for (std::uint16_t index = 0; in.ok() && index < count; ++index) {
-        std::uint8_t const type = in.u8();
-        in.octets(4);
-        Peer peer;
-        peer.address = ipAddress(in.octets((type & peerHasIpv6) != 0 ? 16 : 4));
-        peer.as = (type & peerHasAs4) != 0 ? in.u32() : in.u16();
-        if (in.ok()) {
-            peers_.push_back(peer);
-        }
-    }
-    if (!in.ok()) {
-        record.reportBrokenRecord("the peer index table is too short for its " +
-                                  std::to_string(count) + " peers");
+void RibReader::readTableDumpV2(RecordContext const& context, MrtRecord const& record) {
+    if (record.header.subtype != peerIndexTable) {
+        readRib(context, record);
+    } else if (!record.peers->whole) {
+        context.reportBrokenRecord("the peer index table is too short for its " +
+                                   std::to_string(record.peers->claimed) + " peers");
     }
 }
 
 /** sequence (4) | prefix, or AFI (2) | SAFI (1) | NLRI | entry count (2) | entries
                                                    RFC 6396, sections 4.3.2 and 4.3.3 */
-void RibReader::readRib(RecordContext const& record, std::uint16_t subtype, OctetReader& in) {
+void RibReader::readRib(RecordContext const& context, MrtRecord const& record) {
+    if (record.firstWithoutPeers) {
+        context.reportBrokenRecord("the record comes before any peer index table");
+    }
+    std::uint16_t const subtype = record.header.subtype;
     RibForm const& form = ribForms[subtype];
+    OctetReader in(record.body);
     in.octets(4);
     Family family = form.family;
     if (subtype == ribGeneric || subtype == ribGenericAddPath) {
         family = {in.u16(), in.u8()};
         if (in.ok() && !hasKnownPieces(family)) {
-            ++record.counts().skippedRecords;
+            ++context.counts().skippedRecords;
             return;
         }
     }
     std::string_view const fault = readRoute(in, {family}, entry_.route);
     if (!fault.empty()) {
-        record.reportBrokenRecord(std::string(fault));
+        context.reportBrokenRecord(std::string(fault));
         return;
     }
-    readEntries(record, in, form.pathIds);
+    readEntries(context, in, form.pathIds, record.peers.get());
 }
 
 /** peer index (2) | originated (4) | path identifier (4), if at all | length (2) | attributes
                                          RFC 6396, section 4.3.4, and RFC 8050, section 4 */
-void RibReader::readEntries(RecordContext const& record, OctetReader& in, bool pathIds) {
+void RibReader::readEntries(RecordContext const& context, OctetReader& in, bool pathIds,
+                            PeerTable const* peers) {
     std::uint16_t const count = in.u16();
     entry_.route.hasPathId = pathIds;
     bool peersKnown = true;
@@ -139,36 +119,33 @@ void RibReader::readEntries(RecordContext const& record, OctetReader& in, bool p
         }
         Octets const attributes = in.octets(in.u16());
         if (in.ok()) {
-            peersKnown = findPeer(peer) && peersKnown;
-            deliver(record, attributes);
+            peersKnown = findPeer(peers, peer) && peersKnown;
+            deliver(context, attributes);
         }
     }
     if (!in.ok()) {
-        record.reportBrokenRecord("the record is too short for its " + std::to_string(count) +
-                                  " entries");
-    } else if (!peersKnown && !peers_.empty()) {
-        record.reportBrokenRecord("an entry names a peer that the peer index table has not");
-    } else if (!peersKnown && !missedPeers_) {
-        missedPeers_ = true;
-        record.reportBrokenRecord("the record comes before any peer index table");
+        context.reportBrokenRecord("the record is too short for its " + std::to_string(count) +
+                                   " entries");
+    } else if (!peersKnown && peers != nullptr) {
+        context.reportBrokenRecord("an entry names a peer that the peer index table has not");
     }
 }
 
-bool RibReader::findPeer(std::uint16_t index) {
-    bool const known = index < peers_.size();
-    entry_.peer = known ? peers_[index] : Peer();
+bool RibReader::findPeer(PeerTable const* peers, std::uint16_t index) {
+    bool const known = peers != nullptr && index < peers->peers.size();
+    entry_.peer = known ? peers->peers[index] : Peer();
     return known;
 }
 
-void RibReader::deliver(RecordContext const& record, Octets attributes) {
-    ++record.counts().ribEntries;
+void RibReader::deliver(RecordContext const& context, Octets attributes) {
+    ++context.counts().ribEntries;
     area_.read(attributes);
-    record.account(area_);
-    entry_.at = record.at();
+    context.account(area_);
+    entry_.at = context.at();
     entry_.brokenAttributes = !area_.fault.empty();
     entry_.attributes = attributes;
     entry_.communities = area_.communities;
-    record.handler().handleRibEntry(entry_);
+    context.handler().handleRibEntry(entry_);
 }
 
 } // namespace BgpCommunities

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 #include <string_view>
 
 namespace BgpCommunities {
@@ -11,27 +10,35 @@ class InputStream;
 /** Writes one line, "bgp-communities: MESSAGE", to standard error. */
 void complain(std::string_view message);
 
+/** SIGINT and SIGTERM leave no progress line behind when they end the process, as they would have
+    ended it anyway; where they were ignored when the process began, they are. */
+void installInterrupts();
+
 /**
  * The line on a terminal that says how far a long work has come; where standard error is no
  * terminal, nothing.
  *
- * It owns the last line of the terminal until it goes, and leaves it empty. Thread-compatible. It
- * writes a few times a second, however often it is told.
+ * It owns the last line of the terminal until it goes, and leaves it empty. One at a time.
+ * Thread-compatible. It writes a few times a second, however often it is told, and nothing in the
+ * first second.
  */
 class Progress {
   public:
+    using Clock = std::chrono::steady_clock;
+
     Progress();
     ~Progress();
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;
 
-    void show(InputStream const& input, std::uint64_t records);
+    /** There is somebody to show it to; never changes. */
+    [[nodiscard]] bool active() const { return active_; }
+
+    void show(InputStream const& input, Clock::time_point begun);
 
   private:
-    using Clock = std::chrono::steady_clock;
-
     bool const active_;
-    Clock::time_point next_ = Clock::now() + std::chrono::milliseconds(500);
+    Clock::time_point next_ = Clock::now() + std::chrono::seconds(1);
 };
 
 } // namespace BgpCommunities

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "InputStream.h"
+#include "OctetReader.h"
+#include "PeerTable.h"
+#include "RecordStream.h"
+
+namespace BgpCommunities {
+
+/**
+ * One whole MRT record with all that is needed to read it by itself, in any thread.
+ *
+ * It shares the peer index table; its octets are those of whoever handed it out. Thread-compatible.
+ */
+struct MrtRecord {
+    RecordHeader header;
+    bool held = false; // of a type that is read, and not longer than any real one
+    Octets body;       // empty if not held
+    std::shared_ptr<PeerTable const> peers; // the last one of the dump so far; null: none yet
+    bool firstWithoutPeers = false;         // the first of the dump that needs peers and has none
+};
+
+/** How a dump ends; a plain value. */
+struct DumpEnd {
+    std::uint64_t number = 0;     // of the record that would come next
+    std::uint64_t offset = 0;     // of its first octet
+    std::uint64_t octetsLeft = 0; // of a record that is cut
+    std::string damage;           // as InputStream has it
+};
+
+/**
+ * The records of one MRT dump in their order, and what one of them tells those after it.
+ *
+ * It owns its buffer and shares the peer index table with the records; the input is the caller's
+ * and outlives it. Thread-compatible. What never changes: memory is used again from record to
+ * record and bounded by the largest one that is held, whatever a length claims.
+ */
+class MrtRecords {
+  public:
+    /** A record that claims more is not held. A table dump's record with thousands of peers stays
+        far below it. */
+    static constexpr std::uint32_t maxRecordOctets = 64U << 20;
+
+    explicit MrtRecords(InputStream& input)
+      : input_(input)
+      , stream_(input) {}
+
+    /** Takes the next record, whose body is good until the next call; false if there is no whole
+        one. Throws InputError. */
+    bool next(MrtRecord& record);
+
+    /** After `next()` was false. */
+    [[nodiscard]] DumpEnd end() const;
+
+  private:
+    void keepPeers(MrtRecord& record);
+
+    InputStream& input_;
+    RecordStream stream_;
+    std::uint64_t records_ = 0;
+    std::shared_ptr<PeerTable const> peers_;
+    bool missedPeers_ = false; // a record needed some before there were any
+};
+
+} // namespace BgpCommunities

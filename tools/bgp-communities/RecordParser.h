@@ -1,0 +1,36 @@
+#pragma once
+
+#include "MrtRecords.h"
+#include "RecordContext.h"
+#include "RibReader.h"
+#include "UpdateReader.h"
+
+namespace BgpCommunities {
+
+/**
+ * Reads what single MRT records hold: routing tables and BGP messages.
+ *
+ * It owns memory that is used again from record to record, and knows nothing of the records before:
+ * records may be read in any order, by several parsers. Thread-compatible.
+ */
+class RecordParser {
+  public:
+    /** The record is of a type that is read. */
+    static bool reads(RecordHeader const& header);
+    /** It is a peer index table. */
+    static bool holdsPeers(RecordHeader const& header);
+    /** Its entries name peers by their index. */
+    static bool needsPeers(RecordHeader const& header);
+
+    /** Counts the record, and tells the handler of the context what it holds. What is malformed is
+        counted, the handler is told where and why, and what can be read is. */
+    void read(RecordContext& context, MrtRecord const& record);
+
+  private:
+    void readHeld(RecordContext& context, MrtRecord const& record);
+
+    RibReader ribReader_;
+    UpdateReader updateReader_;
+};
+
+} // namespace BgpCommunities

@@ -1,0 +1,55 @@
+#include "StatsCounter.h"
+
+#include "AttributeVerdict.h"
+
+namespace BgpCommunities {
+
+void StatsCounter::handleUpdate(Update const& update) {
+    routes_ += update.announced.size() + update.withdrawn.size();
+    count(update.at, update.communities);
+}
+
+void StatsCounter::handleRibEntry(RibEntry const& entry) {
+    ++routes_;
+    count(entry.at, entry.communities);
+}
+
+void StatsCounter::add(StatsCounter const& other) {
+    routes_ += other.routes_;
+    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
+        refused_[kind].attributes += other.refused_[kind].attributes;
+        refused_[kind].members += other.refused_[kind].members;
+        lists_[kind]->add(*other.lists_[kind]);
+    }
+}
+
+void StatsCounter::count(RecordPosition const& at,
+                         std::span<CommunityAttribute const> communities) {
+    for (CommunityAttribute const& attribute : communities) {
+        if (attribute.form() == CommunityAttribute::Form::wellFormed) {
+            count(at, attribute);
+        }
+    }
+}
+
+void StatsCounter::count(RecordPosition const& at, CommunityAttribute const& attribute) {
+    auto const kind = static_cast<std::size_t>(attribute.kind);
+    Place const& place = seen_[kind].find(attribute.value, [&](Place& made) {
+        bool const isRefused = !refusal(attribute.kind, attribute.value).empty();
+        made.uses = isRefused ? nullptr : &lists_[kind]->of(attribute.value);
+    });
+    if (place.uses != nullptr) {
+        ++*place.uses;
+    } else {
+        countRefused(at, attribute);
+    }
+}
+
+void StatsCounter::countRefused(RecordPosition const& at, CommunityAttribute const& attribute) {
+    Refused& refused = refused_[static_cast<std::size_t>(attribute.kind)];
+    ++refused.attributes;
+    refused.members += attribute.members();
+    refuse(at, refusal(attribute.kind, attribute.value));
+}
+
+} // namespace BgpCommunities
