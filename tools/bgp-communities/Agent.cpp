@@ -1,7 +1,5 @@
 #include "Agent.h"
 
-#include <algorithm>
-
 #include "AttributeVerdict.h"
 
 namespace BgpCommunities {
