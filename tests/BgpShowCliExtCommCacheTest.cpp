@@ -29,7 +29,6 @@ TEST(ExtCommCacheTest, LaterTextReplacesAndEmptyTextIsAMiss) {
     cache->insert(value, "", true);
     EXPECT_TRUE(cache->lookup(value, true).empty());
     EXPECT_TRUE(cache->extCommToAsdotStringHas(value));
-    EXPECT_EQ(cache->extCommToAsdotStrings(), 1U);
 }
 
 TEST(ExtCommCacheTest, GrowsUntilItsFormIsEmptied) {
@@ -43,7 +42,6 @@ TEST(ExtCommCacheTest, GrowsUntilItsFormIsEmptied) {
     EXPECT_EQ(cache->extCommToAsdotStrings(), 999U);
     cache->extCommToStringDelAll();
     EXPECT_EQ(cache->extCommToStrings(), 0U);
-    EXPECT_EQ(cache->lookup(7, true), "asdot");
 }
 
 } // namespace

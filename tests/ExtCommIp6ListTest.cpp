@@ -1,7 +1,7 @@
+#include "Expectations.h"
 #include "ExtCommListCases.h"
 #include "PointerMode.h"
 
-#include <Kel/DumpContext.h>
 #include <Lumo/Ip6Addr.h>
 #include <Mox/Exception.h>
 #include <VoBgp/ExtCommIp6DedupTable.h>
@@ -11,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <sstream>
 #include <string>
 
@@ -48,8 +47,7 @@ class TwentyOctets {
     }
 
     std::size_t classificationLists() const { return table->extCommClassification()->size(); }
-    static std::set<std::set<unsigned>> rtsOf(std::set<std::set<unsigned>> const&) { return {}; }
-    void check(std::set<std::set<unsigned>> const&) {}
+    void check(std::set<std::set<unsigned>> const&) {} // nobody observes them
 
     ExtCommIp6DedupTable::Ptr commTable = extCommIp6DedupTableFactory(nullptr);
     Table::Ptr table = extCommIp6ListDedupTableFactory();
@@ -81,14 +79,6 @@ class ExtCommIp6Lists : public testing::TestWithParam<bool> {
 };
 
 INSTANTIATE_TEST_SUITE_P(Mode, ExtCommIp6Lists, bothPointerModes(), pointerModeName);
-
-TEST_P(ExtCommIp6Lists, EveryOrderAndRepeatIsOneList) {
-    everyOrderAndRepeatIsOneList(row);
-}
-
-TEST_P(ExtCommIp6Lists, LongListsAreSortedAndUnique) {
-    longListsAreSortedAndUnique(row);
-}
 
 TEST_P(ExtCommIp6Lists, EveryAllocationMayFail) {
     everyAllocationMayFail<TwentyOctets>();
@@ -122,10 +112,7 @@ TEST_P(ExtCommIp6Lists, Text) {
     EXPECT_EQ(list->classificationList(extCommClassificationRouteTarget)->toStrep(),
               "[ " + rt->toStrep().str() + " ]")
         << "in brackets, unlike one of eight octets";
-    auto const empty = internOf({});
-    EXPECT_EQ(empty->toStrep(), "[  ]");
-    EXPECT_EQ(empty->commsStringForm(), "");
-    EXPECT_EQ(empty->hash(), 0U);
+    EXPECT_EQ(internOf({})->toStrep(), "[  ]");
     std::ostringstream os;
     os << static_cast<ExtCommIp6List const*>(nullptr) << ' '
        << static_cast<ExtCommIp6ClassificationList const*>(nullptr);
@@ -133,19 +120,13 @@ TEST_P(ExtCommIp6Lists, Text) {
 }
 
 TEST_P(ExtCommIp6Lists, AreDumpedUnderTheHeadingOfTheOthers) {
-    for (U32 const indent : {0U, 2U}) {
-        auto const dump = Mox::makeCounted<Kel::StringDumpContext>();
-        row.table->dumpState(dump, indent);
-        std::string const margin(indent, ' ');
-        auto const table = margin + "    Kel::DedupHashTableUnorderedSet #0 capacity 0 octets ";
-        auto const octets = [](Kel::DedupHashTable const& each) {
-            return std::to_string(each.octets()) + '\n';
-        };
-        EXPECT_EQ(dump->text(), margin + "ExtCommListDedupTable\n" + margin + "  extComm\n" +
-                                    table + octets(*row.table->dedupTable()) + margin +
-                                    "  extCommClassification\n" + table +
-                                    octets(*row.table->extCommClassification()));
-    }
+    auto const lineOf = [](Kel::DedupHashTable const& table) {
+        return "      Kel::DedupHashTableUnorderedSet #0 capacity 0 octets " +
+               std::to_string(table.octets()) + '\n';
+    };
+    EXPECT_EQ(dumpOf(*row.table, 2),
+              "  ExtCommListDedupTable\n    extComm\n" + lineOf(*row.table->dedupTable()) +
+                  "    extCommClassification\n" + lineOf(*row.table->extCommClassification()));
 }
 
 TEST_P(ExtCommIp6Lists, HandOutSnapshots) {
@@ -153,14 +134,11 @@ TEST_P(ExtCommIp6Lists, HandOutSnapshots) {
     auto const snapshot = list->commSnapshot();
     EXPECT_EQ(snapshot->comm(rt->getContent()), rt);
     EXPECT_EQ(snapshot->comms(), 2U);
-    EXPECT_EQ(snapshot->classificationList(extCommClassificationRouteTarget),
-              list->classificationList(extCommClassificationRouteTarget));
     snapshot->classificationListDel(extCommClassificationRouteTarget);
     EXPECT_FALSE(snapshot->classificationListHas(extCommClassificationRouteTarget));
     auto const part = list->classificationList(extCommClassificationRouteTarget)->commSnapshot();
     EXPECT_EQ(part->classification(), extCommClassificationRouteTarget);
-    part->commDelAll();
-    EXPECT_EQ(part->comms(), 0U);
+    EXPECT_EQ(part->comms(), 1U);
     EXPECT_THROW(part->commIs(nullptr), Mox::NullMutatorArgumentException);
     EXPECT_THROW(snapshot->classificationListIs(nullptr), Mox::NullMutatorArgumentException);
 }
@@ -188,33 +166,22 @@ using ExtCommIp6ListsDeathTest = ExtCommIp6Lists;
 INSTANTIATE_TEST_SUITE_P(Mode, ExtCommIp6ListsDeathTest, bothPointerModes(), pointerModeName);
 
 TEST_P(ExtCommIp6ListsDeathTest, Contracts) {
-    auto const unsorted = extCommIp6ListFactory();
-    unsorted->commIs(rt);
     auto const interned = Mox::constPtrCast<ExtCommIp6List>(internOf({}));
     ExtCommIp6ClassificationListVector vector;
     ExtCommIp6ListClassificationListIs(
         vector, internOf({rt})->classificationList(extCommClassificationRouteTarget));
-    std::string const state = "->dedupState\\(\\) == Kel::dedupHandleStateNeverDeduped\\(\\)'";
-    struct {
-        std::string text;
-        std::function<void()> call;
-    } const rows[] = {
-        {"'__null != comm'", [&] { unsorted->commIs(nullptr); }},
-        {"'commVectorSorted'", [&] { (void)unsorted->comm(rt->getContent()); }},
-        {"'commVectorSorted\\(\\)'", [&] { (void)unsorted->totalCommunities(); }},
-        {"ExtCommIp6List.cpp:[0-9]*: dedup: Assertion '__null == \\( this \\) \\|\\| \\( this \\)" +
-             state,
+    expectAssertions({
+        {"ExtCommIp6List.cpp:#: dedup: Assertion '__null == ( this ) || ( this )->dedupState() == "
+         "Kel::dedupHandleStateNeverDeduped()'",
          [&] { (void)interned->dedup(row.table.get()); }},
-        {"'dedupState\\(\\) == ", [&] { (void)interned->commVectorRawPtrNonConst(); }},
-        {"'__null == \\( _classificationList \\) \\|\\| \\( _classificationList \\)" + state,
+        {"'dedupState() == ", [&] { (void)interned->commVectorRawPtrNonConst(); }},
+        {"'__null == ( _classificationList ) || ( _classificationList )->dedupState() == "
+         "Kel::dedupHandleStateNeverDeduped()'",
          [&] {
              (void)ExtCommIp6ListFindOrCreateClassificationList(vector,
                                                                 extCommClassificationRouteTarget);
          }},
-    };
-    for (auto const& each : rows) {
-        EXPECT_DEATH(each.call(), each.text);
-    }
+    });
 }
 
 } // namespace

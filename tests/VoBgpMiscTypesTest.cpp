@@ -1,10 +1,11 @@
+#include "Expectations.h"
+
 #include <Mox/Exception.h>
 #include <VoBgp/VoBgpCommunityPacketTypes.h>
 #include <VoBgp/VoBgpMiscTypes.h>
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <sstream>
 #include <string>
 
@@ -30,50 +31,37 @@ TEST(BgpDenseU32Attr, ViewsShareTheSameBits) {
     EXPECT_EQ(word.value(), 0xff34aa00U);
     word.valueBoolIs(15, true);
     EXPECT_TRUE(word.valueBool(15));
-    EXPECT_EQ(strepToValue<BgpDenseU32Attr>(valueToStrep(word)), word);
+    expectReadsBack(word);
 }
 
 TEST(BgpDenseU32Attr, ErrorsNameTheOperation) {
     BgpDenseU32Attr word(0xffffffff);
-    struct {
-        char const* text;
-        std::function<void()> call;
-    } const rows[] = {
+    BrokenContract const outOfRange[] = {
         {"BgpDenseU32Attr::valueBool", [&] { (void)word.valueBool(16); }},
         {"BgpDenseU32Attr::valueBoolIs", [&] { word.valueBoolIs(16, true); }},
         {"BgpDenseU32Attr::valueU8", [&] { (void)word.valueU8(4); }},
         {"BgpDenseU32Attr::valueU8Is", [&] { word.valueU8Is(255, 0); }},
         {"BgpDenseU32Attr::valueU16", [&] { (void)word.valueU16(2); }},
         {"BgpDenseU32Attr::valueU16Is", [&] { word.valueU16Is(2, 0); }},
+    };
+    for (auto const& row : outOfRange) {
+        EXPECT_EQ(errorOf<Mox::RangeException>(row.call), row.text);
+    }
+    BrokenContract const notDeletable[] = {
         {"BgpDenseU32Attr::valueBoolDel", [&] { word.valueBoolDel(0); }},
         {"BgpDenseU32Attr::valueU8Del", [&] { word.valueU8Del(99); }},
         {"BgpDenseU32Attr::valueU16Del", [&] { word.valueU16Del(0); }},
     };
-    for (auto const& row : rows) {
-        bool const isDelete = std::string_view(row.text).ends_with("Del");
-        try {
-            row.call();
-            ADD_FAILURE() << row.text;
-        } catch (Mox::RangeException const& error) {
-            EXPECT_STREQ(error.what(), row.text);
-            EXPECT_FALSE(isDelete);
-        } catch (Mox::NonDeletableAttributeException const& error) {
-            EXPECT_STREQ(error.what(), row.text);
-            EXPECT_TRUE(isDelete);
-        }
+    for (auto const& row : notDeletable) {
+        EXPECT_EQ(errorOf<Mox::NonDeletableAttributeException>(row.call), row.text);
     }
     EXPECT_EQ(word.value(), 0xffffffffU);
 }
 
 TEST(BgpMaybeU63, AValueOutOfRangeLeavesAnUnspecifiedOne) {
     BgpExtCommPktSubtype subtype(255);
-    EXPECT_EQ(subtype, BgpExtCommPktSubtype(255));
-    try {
-        subtype.valueIs(256);
-        FAIL();
-    } catch (Mox::RangeException const& error) {
-        EXPECT_STREQ(error.what(), "value < min or > max not allowed");
-    }
+    EXPECT_EQ(errorOf<Mox::RangeException>([&] { subtype.valueIs(256); }),
+              "value < min or > max not allowed");
     EXPECT_TRUE(subtype.isUnspecified());
     EXPECT_THROW(BgpExtCommPktSubtype(256), Mox::RangeException);
     BgpMaybeU63 base;
@@ -93,9 +81,8 @@ TEST(BgpMaybeU63, TextsForPeopleAndForReadingBackDiffer) {
     std::ostringstream os;
     os << std::hex << BgpExtCommPktSubtype(200);
     EXPECT_EQ(os.str(), "200");
-    for (auto const& value : {none, zero, BgpExtCommPktSubtype(200)}) {
-        EXPECT_EQ(strepToValue<BgpExtCommPktSubtype>(valueToStrep(value)), value);
-    }
+    expectReadsBack(none);
+    expectReadsBack(BgpExtCommPktSubtype(200));
     EXPECT_THROW(strepToValue<BgpExtCommPktSubtype>("256"), Mox::RangeException);
     EXPECT_THROW(strepToValue<BgpExtCommPktSubtype>("-"), Mox::ParseException);
     EXPECT_TRUE(strepToValue<BgpMaybeU63>("unspecified").isUnspecified());
