@@ -26,7 +26,7 @@ class DumpHandler : public RouteHandler {
     void handleProblem(Problem const& problem) final { log_.report(problem); }
 
     /** What is read from now on comes from this one; its name outlives the reading. */
-    void fileIs(std::string const& name) { file_ = name; }
+    virtual void fileIs(std::string const& name) { file_ = name; }
 
     [[nodiscard]] ProblemLog& log() { return log_; }
 

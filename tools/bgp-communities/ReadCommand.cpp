@@ -37,7 +37,7 @@ bzip2; "-" is standard input). Between its columns stands a tab, and "-" where t
   6  IPv6-address-specific extended communities (RFC 5701)
   7  large communities (RFC 8092)
 
-  --json             a JSON object a line: file (as named here), record (its number, from 1), peer
+  --json             a JSON object a line: file, record (its number, from 1), peer
                      (null if the dump does not tell), family, prefix, pathId if there is one, and
                      communities: by kind what `decode --json` prints for the attribute as sent
   --kind KIND        only lists of this kind, standard, extended, ipv6 or large, and only routes
@@ -51,7 +51,7 @@ bzip2; "-" is standard input). Between its columns stands a tab, and "-" where t
                      labels and route distinguisher
   --limit N          stop after N routes have been printed
   --verbose          name all that is malformed on standard error, not only the first few of each
-                     kind in a file
+                     kind
 
 A route is printed if all that was asked for holds: of several --match and --community each one, for
 the same list or another. Of several --prefix or --limit the last one counts.
@@ -72,15 +72,16 @@ examples:
 class LimitReached {};
 
 /**
- * What a run of `read` does, whatever file a route comes from: judge it and print it.
+ * What a run of `read` does: it judges each route and prints it.
  *
  * It owns the tables and what is remembered of lists; the output is the caller's and outlives it.
  * Reactor thread, as its agent.
  */
-class RoutePrinter {
+class RoutePrinter final : public DumpHandler {
   public:
     RoutePrinter(Arguments const& arguments, Output& output)
-      : filter_(arguments)
+      : DumpHandler(arguments.has(verboseOption))
+      , filter_(arguments)
       , limit_(arguments.count(limitOption))
       , writer_(arguments.has(jsonOption), output) {
         for (auto& decoder : attributeDecoders(agent_)) {
@@ -88,32 +89,53 @@ class RoutePrinter {
         }
     }
 
-    void fileIs(std::string_view name) { writer_.fileIs(name); }
+    void fileIs(std::string const& name) override {
+        DumpHandler::fileIs(name);
+        writer_.fileIs(name);
+    }
 
-    /** Begins a route, or several with the same attributes: it has no lists. */
-    void begin() {
+    /** Throws LimitReached after the last route that is wanted, as the next one. */
+    void handleUpdate(Update const& update) override {
+        if (update.announced.empty()) {
+            return;
+        }
+        take(update.at, update.communities);
+        for (Route const& route : update.announced) {
+            print(update.at, update.peer, route);
+        }
+    }
+
+    void handleRibEntry(RibEntry const& entry) override {
+        take(entry.at, entry.communities);
+        print(entry.at, entry.peer, entry.route);
+    }
+
+  private:
+    /** Makes the lists at hand those of the routes that come with these attributes. */
+    void take(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
         lists_ = {};
         met_ = 0;
         hasList_ = false;
+        for (CommunityAttribute const& attribute : communities) {
+            bool const isRead = attribute.repetition == 0 && filter_.admits(attribute.kind);
+            if (isRead && attribute.form() == CommunityAttribute::Form::wellFormed) {
+                take(at, attribute);
+            }
+        }
     }
 
-    /** Gives the route at hand the list of an attribute. Returns why it is refused, or nothing. */
-    std::string_view add(CommunityAttribute const& attribute) {
-        bool const isRead = attribute.repetition == 0 && filter_.admits(attribute.kind);
-        if (!isRead || attribute.form() != CommunityAttribute::Form::wellFormed) {
-            return {};
-        }
+    void take(RecordPosition const& at, CommunityAttribute const& attribute) {
         auto const kind = static_cast<std::size_t>(attribute.kind);
         ListText const& list = memories_[kind].find(attribute.value);
-        if (list.fault.empty()) {
-            lists_[kind] = &list;
-            met_ |= list.met;
-            hasList_ = true;
+        if (!list.fault.empty()) {
+            refuse(at, list.fault);
+            return;
         }
-        return list.fault;
+        lists_[kind] = &list;
+        met_ |= list.met;
+        hasList_ = true;
     }
 
-    /** Throws LimitReached after the last route that is wanted. */
     void print(RecordPosition const& at, Peer const& peer, Route const& route) {
         if (!filter_.admits(route, met_, hasList_)) {
             return;
@@ -124,7 +146,6 @@ class RoutePrinter {
         }
     }
 
-  private:
     RouteFilter const filter_;
     std::optional<std::uint64_t> const limit_;
     RouteWriter writer_;
@@ -137,56 +158,15 @@ class RoutePrinter {
     bool hasList_ = false;
 };
 
-/** Hands the routes of one file to the printer, which is the caller's and outlives it. */
-class FileRoutes final : public DumpHandler {
-  public:
-    FileRoutes(bool verbose, RoutePrinter& printer)
-      : DumpHandler(verbose)
-      , printer_(printer) {}
-
-    void handleUpdate(Update const& update) override {
-        if (update.announced.empty()) {
-            return;
-        }
-        take(update.at, update.communities);
-        for (Route const& route : update.announced) {
-            printer_.print(update.at, update.peer, route);
-        }
-    }
-
-    void handleRibEntry(RibEntry const& entry) override {
-        take(entry.at, entry.communities);
-        printer_.print(entry.at, entry.peer, entry.route);
-    }
-
-  private:
-    void take(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
-        printer_.begin();
-        for (CommunityAttribute const& attribute : communities) {
-            if (auto const fault = printer_.add(attribute); !fault.empty()) {
-                refuse(at, fault);
-            }
-        }
-    }
-
-    RoutePrinter& printer_;
-};
-
 ExitStatus read(Arguments const& arguments, Output& output) {
     auto const files = dumpFiles(arguments);
     RoutePrinter printer(arguments, output);
-    ExitStatus status = ExitStatus::allRead;
-    for (std::string_view const& file : files) {
-        printer.fileIs(file);
-        FileRoutes routes(arguments.has(verboseOption), printer);
-        try {
-            status = worse(status, readDumps({&file, 1}, routes).status);
-        } catch (LimitReached const&) {
-            routes.log().summarise();
-            return worse(status, routes.log().status());
-        }
+    try {
+        return readDumps(files, printer).status;
+    } catch (LimitReached const&) {
+        printer.log().summarise();
+        return printer.log().status();
     }
-    return status;
 }
 
 } // namespace
