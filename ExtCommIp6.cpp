@@ -1,5 +1,7 @@
 #include <VoBgp/ExtCommIp6.h>
 
+#include "VoBgpStoredRecords.h"
+
 #include <Mox/Assert.h>
 #include <Mox/Hash.h>
 #include <Mox/StreamState.h>
@@ -8,6 +10,9 @@
 #include <VoBgp/ExtCommIp6DedupTable.h>
 #include <VoBgp/Parse/ExtComm.h>
 
+#include <array>
+#include <bit>
+#include <cstring>
 #include <ostream>
 
 namespace Routing::Bgp {
@@ -120,6 +125,32 @@ ExtCommIp6::PtrConst ExtCommIp6::dedupContent(ExtCommIp6DedupTable const* table,
     }
     MOX_ASSERT(dedupHandle);
     return Mox::staticPtrCast<ExtCommIp6 const>(std::move(dedupHandle));
+}
+
+/// classification (4) | type, subtype, local administrator as one integer (4) | address (16)
+void const* ExtCommIp6::stash(MoxStash::StoreWriter& writer) const {
+    U32 const rest =
+        U32{content_.type()} << 24 | U32{content_.subtype()} << 16 | U32{content_.localAdmin()};
+    std::array<U64, 3> body = {std::bit_cast<U64>(std::array<U32, 2>{classification_, rest})};
+    auto const& address = content_.addr().octets();
+    std::memcpy(&body[1], address.data(), address.size());
+    return writer.recordIs(storedExtCommIp6, body);
+}
+
+ExtCommIp6::Ptr ExtCommIp6::destash(void const* image, MoxStash::StoreManager* storeManager) {
+    auto const record = storeManager->translate(image, storedExtCommIp6);
+    return storeManager->rebuilt<ExtCommIp6>(record, [&] {
+        expectStoredWords(record, 3);
+        auto const [classification, rest] = record.halves(0);
+        Lumo::Ip6Addr::Octets address;
+        record.copy(1, address.data(), address.size());
+        ExtCommIp6Content const content(static_cast<U8>(rest >> 24), static_cast<U8>(rest >> 16),
+                                        Lumo::Ip6Addr(address), static_cast<U16>(rest));
+        auto extComm = extCommIp6Factory(storedClassification(record, 0, classification), content);
+        storeManager->validateVersionAnchor();
+        extComm->destashedIs();
+        return extComm;
+    });
 }
 
 ExtCommIp6::Ptr extCommIp6Factory(ExtCommClassification classification,

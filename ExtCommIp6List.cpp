@@ -46,6 +46,8 @@ std::ostream& operator<<(std::ostream& os, ExtCommIp6List const& list) {
     return os << &list;
 }
 
+U32 const ExtCommIp6ListFamily::storedKind = storedExtCommIp6List;
+
 template class ExtCommListBase<ExtCommIp6ListFamily>;
 static_assert(sizeof(ExtCommIp6List) == 72);
 
@@ -89,6 +91,15 @@ String ExtCommIp6List::serialize(bool sendNonTransExtComms) const {
                                  out.addIpv6Addr(content.addr());
                                  out.addU16hton(content.localAdmin());
                              });
+}
+
+ExtCommIp6List::Ptr ExtCommIp6List::destash(void const* image,
+                                            MoxStash::StoreManager* storeManager) {
+    StoredListHead head;
+    auto list = destashMembers(image, storeManager, head);
+    storeManager->validateVersionAnchor();
+    list->destashedIs();
+    return list;
 }
 
 ExtCommIp6List::Ptr extCommIp6ListFactory() {

@@ -1,5 +1,7 @@
 #include <VoBgp/VoBgpCommunity.h>
 
+#include "VoBgpStoredRecords.h"
+
 #include <Mox/Assert.h>
 #include <Mox/CharBuffer.h>
 #include <Mox/StreamState.h>
@@ -8,6 +10,8 @@
 #include <Routing/Bgp/VoBgpGlobals.h>
 #include <VoBgp/Parse/ExtComm.h>
 
+#include <array>
+#include <bit>
 #include <ostream>
 
 namespace Routing::Bgp {
@@ -178,6 +182,29 @@ ExtComm const* ExtComm::fromDedupHandle(Kel::DedupHandle const* handle) noexcept
     auto const* const extComm = dynamic_cast<ExtComm const*>(handle);
     MOX_ASSERT_TEXT(extComm != nullptr, "__null != extComm");
     return extComm;
+}
+
+/// classification (4) | zero (4) | the eight octets as one integer (8)
+void const* ExtComm::stash(MoxStash::StoreWriter& writer) const {
+    std::array<U64, 2> const body = {std::bit_cast<U64>(std::array<U32, 2>{classification_, 0}),
+                                     community()};
+    return writer.recordIs(storedExtComm, body);
+}
+
+ExtComm::Ptr ExtComm::destash(void const* stored, MoxStash::StoreManager* store) {
+    auto const record = store->translate(stored, storedExtComm);
+    return store->rebuilt<ExtComm>(record, [&] {
+        expectStoredWords(record, 2);
+        auto const [classification, reserved] = record.halves(0);
+        if (reserved != 0) {
+            record.refuse(0, "a value with what is reserved not zero");
+        }
+        auto extComm = Mox::makeActive<ExtComm>(storedClassification(record, 0, classification),
+                                                ExtCommContent(record.word(1)));
+        store->validateVersionAnchor();
+        extComm->destashedIs();
+        return extComm;
+    });
 }
 
 #define VOBGP_PKT_SUBTYPE_STRING(operation, type, Enumeration)                                     \

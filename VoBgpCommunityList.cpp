@@ -1,17 +1,23 @@
 #include <VoBgp/VoBgpCommunityList.h>
 
+#include "VoBgpStoredRecords.h"
+
 #include <Lumo/AutonomousSystem.h>
 #include <Mox/Hash.h>
+#include <Mox/Trace.h>
 #include <Mox/Type.h>
 #include <Routing/Bgp/VoBgpGlobals.h>
 #include <VoBgp/BgpPathAttributeEnums.h>
 #include <VoBgp/VoBgpCommunityListImpl.h>
 
 #include <algorithm>
+#include <cstring>
+#include <functional>
 #include <ostream>
 #include <span>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace Routing::Bgp {
 
@@ -256,6 +262,60 @@ void ValueCommList<Value>::freeze() {
         commVectorSort(commVector_);
         commVectorSorted_ = true;
     }
+}
+
+// ---- Stores -------------------------------------------------------------------------------------
+
+namespace {
+
+template <class Value>
+constexpr MoxStash::StoredKind storedListOf = storedCommList;
+
+template <>
+constexpr MoxStash::StoredKind storedListOf<CommunityValue> = storedLargeCommList;
+
+} // namespace
+
+template <class Value>
+void const* ValueCommList<Value>::stash(MoxStash::StoreWriter& writer) const {
+    auto const octets = comms() * sizeof(Value);
+    std::vector<U64> body(1 + (octets + sizeof(U64) - 1) / sizeof(U64));
+    body[0] = StoredListHead{comms(), commVectorSorted() ? StoredListHead::sorted : 0}.word();
+    if (octets != 0) {
+        std::memcpy(body.data() + 1, begin(), octets);
+    }
+    return writer.recordIs(storedListOf<Value>, body);
+}
+
+template <class ListType, class ValueType>
+Mox::Ptr<ListType> destashCommList(void const* stored, MoxStash::StoreManager* manager) {
+    MOX_TRACE(8, "Destashing " << ListType::staticType().name());
+    auto const record = manager->translate(stored, storedListOf<ValueType>);
+    auto const head = storedListHead(record, sizeof(ValueType), StoredListHead::sorted);
+    auto list = Mox::makeActive<ListType>();
+    ValueCommList<ValueType>& values = *list;
+    values.commVectorSorted_ = head.has(StoredListHead::sorted);
+    values.commVector_.resize(head.count);
+    record.copy(1, values.commVector_.data(), head.count);
+    manager->validateVersionAnchor();
+    if (list->empty()) {
+        return list;
+    }
+    bool const ascends =
+        std::adjacent_find(values.begin(), values.end(), std::greater_equal<>()) == values.end();
+    if (values.commVectorSorted_ && !ascends) {
+        refuseUnsorted(record);
+    }
+    MOX_TRACE(8, "  destashed: " << list->toStrep());
+    return list;
+}
+
+CommList::Ptr CommList::destash(void const* stored, MoxStash::StoreManager* manager) {
+    return destashCommList<CommList, U32>(stored, manager);
+}
+
+LargeCommList::Ptr LargeCommList::destash(void const* stored, MoxStash::StoreManager* manager) {
+    return destashCommList<LargeCommList, CommunityValue>(stored, manager);
 }
 
 template class ValueCommList<U32>;

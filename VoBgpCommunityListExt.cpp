@@ -109,6 +109,8 @@ std::ostream& operator<<(std::ostream& os, ExtCommClassificationList const* list
 template class ExtCommClassificationListBase<ExtCommListFamily>;
 template class ExtCommListBase<ExtCommListFamily>;
 
+U32 const ExtCommListFamily::storedKind = storedExtCommList;
+
 // Tables hold many of them: what each costs is a promise.
 static_assert(sizeof(ExtCommClassificationList) == 56);
 static_assert(sizeof(RtExtCommClassificationList) == 64);
@@ -186,6 +188,20 @@ ExtCommList::PtrConst ExtCommList::dedup(ExtCommListDedupTable const* table) {
     hasLinkBandwidth_ = lists[extCommClassificationLinkBandwidth] != nullptr;
     hasOriginValidationState_ = lists[extCommClassificationOriginValidationState] != nullptr;
     return dedupIn(table);
+}
+
+ExtCommList::Ptr ExtCommList::destash(void const* stored, MoxStash::StoreManager* manager) {
+    StoredListHead head;
+    auto list = destashMembers(stored, manager, head);
+    if (head.has(StoredListHead::sorted)) {
+        list->commVectorSortedIs();
+    }
+    if (head.has(StoredListHead::classified)) {
+        list->createClassificationListVector(false);
+    }
+    manager->validateVersionAnchor();
+    list->destashedIs();
+    return list;
 }
 
 ExtCommListSnapshot::Ptr ExtCommList::snapshot() const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VoBgpStoredRecords.h"
+
 #include <Mox/Assert.h>
 #include <Mox/Hash.h>
 #include <VoBgp/ExtCommListFamily.h>
@@ -9,6 +11,7 @@
 #include <array>
 #include <ostream>
 #include <span>
+#include <vector>
 
 // The bodies of the family's templates, for the sources that instantiate them.
 
@@ -178,6 +181,42 @@ auto ExtCommListBase<Family>::commSnapshot() const -> Mox::Ptr<Snapshot> {
 template <class Family>
 String ExtCommListBase<Family>::toStrep() const {
     return stringify(static_cast<List const*>(this));
+}
+
+// ---- Lists: stores ------------------------------------------------------------------------------
+
+template <class Family>
+void const* ExtCommListBase<Family>::stash(MoxStash::StoreWriter& writer) const {
+    std::vector<U64> body;
+    body.reserve(1 + std::size_t{this->commVector().size()});
+    U32 const flags = (this->commVectorSorted() ? StoredListHead::sorted : 0) |
+                      (classificationLists_.empty() ? 0 : StoredListHead::classified);
+    body.push_back(StoredListHead{this->commVector().size(), flags}.word());
+    for (auto const& comm : *this) {
+        body.push_back(MoxStash::storedOffset(comm->stash(writer)));
+    }
+    return writer.recordIs(Family::storedKind, body);
+}
+
+template <class Family>
+auto ExtCommListBase<Family>::destashMembers(void const* stored, MoxStash::StoreManager* manager,
+                                             StoredListHead& head) -> Mox::Ptr<List> {
+    auto const record = manager->translate(stored, Family::storedKind);
+    head = storedListHead(record, sizeof(U64), StoredListHead::sorted | StoredListHead::classified);
+    auto list = Mox::makeActive<List>();
+    list->expectedCommunityCountIs(head.count);
+    for (U32 index = 0; index < head.count; ++index) {
+        auto const member = MoxStash::storedAddress(record.word(1 + index));
+        list->commIs(Family::Comm::destash(member, manager));
+    }
+    bool const ascends =
+        std::adjacent_find(list->begin(), list->end(), [](CommPtr const& a, CommPtr const& b) {
+            return !(extCommKey(*a) < extCommKey(*b));
+        }) == list->end();
+    if (head.has(StoredListHead::sorted) && !ascends) {
+        refuseUnsorted(record);
+    }
+    return list;
 }
 
 // ---- Lists: freezing ----------------------------------------------------------------------------

@@ -7,11 +7,13 @@
 namespace {
 
 std::atomic<unsigned long> allocations{0};
+std::atomic<unsigned long> octetsAllocated{0};
 /// Unlimited while negative.
 std::atomic<long> allocationsLeft{-1};
 
 void* allocate(std::size_t octets) noexcept {
     allocations.fetch_add(1, std::memory_order_relaxed);
+    octetsAllocated.fetch_add(octets, std::memory_order_relaxed);
     auto left = allocationsLeft.load(std::memory_order_relaxed);
     if (left == 0) {
         return nullptr;
@@ -26,6 +28,10 @@ void* allocate(std::size_t octets) noexcept {
 
 unsigned long allocationsSoFar() noexcept {
     return allocations.load(std::memory_order_relaxed);
+}
+
+unsigned long octetsAllocatedSoFar() noexcept {
+    return octetsAllocated.load(std::memory_order_relaxed);
 }
 
 FailingAllocations::FailingAllocations(long succeeding) noexcept {

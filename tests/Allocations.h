@@ -6,6 +6,9 @@
 /// How many there have been so far.
 unsigned long allocationsSoFar() noexcept;
 
+/// How many octets they asked for, those that have been given back included.
+unsigned long octetsAllocatedSoFar() noexcept;
+
 /// While one lives, `succeeding` more allocations succeed and all others fail.
 class FailingAllocations {
   public:

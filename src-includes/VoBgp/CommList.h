@@ -17,6 +17,12 @@ namespace Routing::Bgp {
 
 class CommListText;
 
+/// Rebuilds a list of values from a store: as it was written, frozen if it was then, and never
+/// interned, so that `dedup` can intern it. What `dedup` finds out is not there before. Throws
+/// `MoxStash::StoreException` if there is no such list. Traced at level 8.
+template <class ListType, class ValueType>
+Mox::Ptr<ListType> destashCommList(void const* stored, MoxStash::StoreManager* manager);
+
 /// Base of the lists whose members are plain values: exactly one object for each distinct set of
 /// values in a table.
 ///
@@ -56,6 +62,9 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
         return commVector_[index];
     }
 
+    /// Writes the values into a store; returns their stored address.
+    void const* stash(MoxStash::StoreWriter& writer) const;
+
   protected:
     ValueCommList() noexcept = default;
 
@@ -64,6 +73,9 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
     void freeze();
 
   private:
+    template <class ListType, class ValueType>
+    friend Mox::Ptr<ListType> destashCommList(void const* stored, MoxStash::StoreManager* manager);
+
     Mox::CompactVector<Value> commVector_;
     bool commVectorSorted_ = false;
 };
@@ -96,6 +108,9 @@ class VOBGP_EXPORT CommList : public ValueCommList<U32> {
 
     /// `AS:local`, both in decimal.
     static String getStringValue(U32 value);
+
+    /// As destashCommList() says.
+    static Ptr destash(void const* stored, MoxStash::StoreManager* manager);
 
     /// Whether the expression matches the values as `AS:local`, with a space between them, or else
     /// the same with names for the well-known ones.

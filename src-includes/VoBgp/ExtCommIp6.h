@@ -187,6 +187,13 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     static PtrConst dedupContent(ExtCommIp6DedupTable const* table,
                                  ExtCommIp6Content const& content);
 
+    /// Writes content and classification into a store; returns their stored address.
+    void const* stash(MoxStash::StoreWriter& writer) const;
+
+    /// Rebuilds what was written: of this kind, so without a subtype, and in state destashed. It is
+    /// in no table, ever. Throws `MoxStash::StoreException` if there is no community.
+    static Ptr destash(void const* image, MoxStash::StoreManager* storeManager);
+
   private:
     ExtCommClassification const classification_;
     ExtCommIp6Content const content_;

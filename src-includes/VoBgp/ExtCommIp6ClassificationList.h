@@ -25,6 +25,9 @@ struct VOBGP_EXPORT ExtCommIp6ListFamily {
     using ClassificationListSnapshot = ExtCommIp6ClassificationListSnapshot;
     using ListDedupTable = ExtCommIp6ListDedupTable;
 
+    /// Of the lists in a store.
+    static U32 const storedKind;
+
     static constexpr char const* listSnapshotCommIs = "ExtCommIp6ListSnapshot::commIs";
     static constexpr char const* listSnapshotClassificationListIs =
         "ExtCommIp6ListSnapshot::classificationListIs";

@@ -48,6 +48,11 @@ class VOBGP_EXPORT ExtCommIp6List : public ExtCommListBase<ExtCommIp6ListFamily>
     ///
     /// The length takes one octet or, with 0x10 in the first one, two.
     String serialize(bool sendNonTransExtComms) const;
+
+    /// Rebuilds a list that was written: its members in their stored order, in state destashed, and
+    /// nothing else. Who wants to look members up sorts them first. Throws
+    /// `MoxStash::StoreException` if there is no list.
+    static Ptr destash(void const* image, MoxStash::StoreManager* storeManager);
 };
 
 extern template class ExtCommListBase<ExtCommIp6ListFamily>;

@@ -30,6 +30,9 @@ struct VOBGP_EXPORT ExtCommListFamily {
     using ClassificationListSnapshot = ExtCommClassificationListSnapshot;
     using ListDedupTable = ExtCommListDedupTable;
 
+    /// Of the lists in a store.
+    static U32 const storedKind;
+
     static constexpr char const* listSnapshotCommIs = "ExtCommListSnapshot::commIs";
     static constexpr char const* listSnapshotClassificationListIs =
         "ExtCommListSnapshot::classificationListIs";
@@ -177,6 +180,11 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
     static String getStringValue(Acl::CommunityValue const& value);
 
     Mox::Ptr<ExtCommListSnapshot> snapshot() const;
+
+    /// Rebuilds a list that was written: its members, split by class if they were, all in state
+    /// destashed. It is there to be read: how many members are transitive and what else dedup()
+    /// finds is not known of it. Throws `MoxStash::StoreException` if there is no list.
+    static Ptr destash(void const* stored, MoxStash::StoreManager* manager);
 
   private:
     bool hasLinkBandwidth_ = false;

@@ -21,6 +21,8 @@
 
 namespace Routing::Bgp {
 
+struct StoredListHead;
+
 /// Base of both kinds of lists: an interned object, which `Handle` is, and its members.
 ///
 /// It holds a reference to each member. Whoever makes it fills it, in any order and with repeats,
@@ -79,6 +81,9 @@ class ExtCommMembers : public Handle {
         commVector_.append(others);
         commVectorSorted_ = commVectorSorted_ && others.empty();
     }
+
+    /// For a list that was rebuilt: its members are known to be sorted, each there once.
+    void commVectorSortedIs() noexcept { commVectorSorted_ = true; }
 
     CommVector& commVectorNonConst() noexcept {
         assertMayBeFilled();
@@ -194,8 +199,16 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
     /// What streaming a pointer to this writes.
     String toStrep() const;
 
+    /// Writes the members into a store, and the list that they are; returns its stored address.
+    void const* stash(MoxStash::StoreWriter& writer) const;
+
   protected:
     ExtCommListBase() noexcept = default;
+
+    /// A new list with the members of the stored one, rebuilt, in the order in which they are
+    /// there; and what else its record says.
+    static Mox::Ptr<List> destashMembers(void const* stored, MoxStash::StoreManager* manager,
+                                         StoredListHead& head);
 
     /// Freezes the members and appends each to the classification list of its class. If memory runs
     /// out, there are no classification lists afterwards and this can be done again. `dedupMode`

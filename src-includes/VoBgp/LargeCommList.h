@@ -29,6 +29,9 @@ class VOBGP_EXPORT LargeCommList : public ValueCommList<Acl::CommunityValue> {
     /// one. If memory runs out the list can be interned again.
     PtrConst dedup(LargeCommListDedupTable const* table);
 
+    /// As destashCommList() says.
+    static Ptr destash(void const* stored, MoxStash::StoreManager* manager);
+
     /// The three integers in decimal, a colon between them.
     static String getStringValue(Acl::CommunityValue const& value);
 

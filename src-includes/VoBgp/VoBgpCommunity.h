@@ -134,6 +134,14 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     /// The community that an interned-object handle stands for; asserts that it is one.
     static ExtComm const* fromDedupHandle(Kel::DedupHandle const* handle) noexcept;
 
+    /// Writes value and classification into a store; returns their stored address.
+    void const* stash(MoxStash::StoreWriter& writer) const;
+
+    /// Rebuilds what was written: a plain community, whatever it was before, in state destashed. It
+    /// is in no table, ever, and no list of route targets hears of it. Throws
+    /// `MoxStash::StoreException` if there is no community.
+    static Ptr destash(void const* stored, MoxStash::StoreManager* store);
+
   protected:
     /// The show form `<TYPE[ SUBTYPE]DETAIL VALUE>`.
     void formatShowForm(std::ostream& os, std::string_view detail) const;

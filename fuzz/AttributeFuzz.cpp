@@ -1,0 +1,16 @@
+/// The value of a path attribute: one octet of type, the rest is the value.
+#include "AttributeCheck.h"
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+
+int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+    using namespace BgpCommunities;
+    static Test::AttributeCheck check;
+    if (size == 0) {
+        return 0;
+    }
+    if (auto const kind = communityKind(data[0])) {
+        check.check(*kind, Octets(data, size).subspan(1));
+    }
+    return 0;
+}

@@ -1,0 +1,79 @@
+/// The octets of a store: as they are, and once more with all made good that a reader looks at
+/// before it looks at records.
+#include "StoreContent.h"
+
+#include <Mox/Assert.h>
+#include <MoxStash/StoreException.h>
+#include <MoxStash/StoreFormat.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace Routing::Bgp::Test {
+namespace {
+
+namespace Format = MoxStash::Format;
+using MoxStash::StoreManager;
+using MoxStash::StoreWriter;
+using Words = std::vector<U64>;
+
+/// What is rebuilt of it is written, and rebuilt once more: the same text and the same octets.
+void check(std::span<std::byte const> octets) {
+    StoreWriter first, second;
+    std::string text;
+    try {
+        StoreManager manager("input", octets);
+        text = copyStore(manager, first);
+    } catch (MoxStash::StoreException const& refusal) {
+        MOX_ASSERT(refusal.store() == "input" && !refusal.reason().empty());
+        return;
+    }
+    auto const words = first.image(1);
+    StoreManager manager("copy", std::as_bytes(std::span(words)));
+    MOX_ASSERT(copyStore(manager, second) == text);
+    MOX_ASSERT(second.image(1) == words);
+}
+
+/// The offset of the last record; that of the first if they are none.
+U64 lastRecord(Words const& words) {
+    auto last = Format::headerWords;
+    for (auto at = last; at < words.size() - 1;) {
+        auto const size = Format::load<Format::RecordHead>(&words[at]).words;
+        last = at;
+        at += size == 0 ? words.size() : size;
+    }
+    return last * Format::wordOctets;
+}
+
+void makeGood(Words& words) {
+    auto header = Format::load<Format::StoreHeader>(words.data());
+    header.magic = Format::storeMagic;
+    header.byteOrder = Format::byteOrder;
+    header.layoutVersion = Format::layoutVersion;
+    header.octets = words.size() * Format::wordOctets;
+    header.generation = 1;
+    header.directory = lastRecord(words);
+    header.reserved = {};
+    Format::store(words.data(), header);
+    words.back() = header.generation;
+    words[Format::checksumWord] = Format::checksum(words);
+}
+
+} // namespace
+} // namespace Routing::Bgp::Test
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+
+int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+    using namespace Routing::Bgp::Test;
+    check(std::as_bytes(std::span(data, size)));
+    Words words(size / sizeof(U64));
+    if (words.size() >= Format::headerWords + 2) {
+        std::memcpy(words.data(), data, words.size() * sizeof(U64));
+        makeGood(words);
+        check(std::as_bytes(std::span(words)));
+    }
+    return 0;
+}
