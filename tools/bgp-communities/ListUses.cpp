@@ -60,23 +60,29 @@ std::size_t arrayOctets(List const& list) {
 }
 
 /**
- * The most used of a map's keys. `octets(key)` orders what is used equally often; `text(key)` is
- * asked for those that are shown only.
+ * The entries of a map of uses, `most` of them, the most used one first. `octets(key)` orders what
+ * is used equally often.
  */
-template <class Uses, class OctetsOfKey, class TextOfKey>
-std::vector<Used> mostUsed(Uses const& uses, OctetsOfKey octets, TextOfKey text) {
-    std::vector<typename Uses::value_type const*> ranked;
+template <class Uses, class OctetsOfKey>
+auto ranked(Uses const& uses, std::size_t most, OctetsOfKey octets) {
+    std::vector<typename Uses::value_type const*> entries;
     for (auto const& entry : uses) {
-        ranked.push_back(&entry);
+        entries.push_back(&entry);
     }
-    auto const end =
-        ranked.begin() + static_cast<std::ptrdiff_t>(std::min(mostUsedShown, ranked.size()));
-    std::partial_sort(ranked.begin(), end, ranked.end(), [&](auto const* a, auto const* b) {
+    auto const end = entries.begin() + static_cast<std::ptrdiff_t>(std::min(most, entries.size()));
+    std::partial_sort(entries.begin(), end, entries.end(), [&](auto const* a, auto const* b) {
         return a->second != b->second ? a->second > b->second : octets(a->first) < octets(b->first);
     });
+    entries.erase(end, entries.end());
+    return entries;
+}
+
+/** The most used of a map's keys, and what they say: `text(key)`. */
+template <class Uses, class OctetsOfKey, class TextOfKey>
+std::vector<Used> mostUsed(Uses const& uses, OctetsOfKey octets, TextOfKey text) {
     std::vector<Used> shown;
-    for (auto entry = ranked.begin(); entry != end; ++entry) {
-        shown.push_back({(*entry)->second, octets((*entry)->first), text((*entry)->first)});
+    for (auto const* const entry : ranked(uses, mostUsedShown, octets)) {
+        shown.push_back({entry->second, octets(entry->first), text(entry->first)});
     }
     return shown;
 }
@@ -109,10 +115,18 @@ class ListUsesOf final : public ListUses {
         summary.mostUsedValues = mostUsed(
             members, [](Member const& member) { return octetsOfMembers(std::span(&member, 1)); },
             [&](Member const& member) { return std::string(formatter.text(member)); });
-        summary.mostUsedLists = mostUsed(
-            uses_, [](ListPtr const& list) { return octetsOfMembers(membersOf(*list)); },
-            [](ListPtr const& list) { return std::string(std::string_view(list->toStrep())); });
+        summary.mostUsedLists = mostUsed(uses_, octetsOfList, [](ListPtr const& list) {
+            return std::string(std::string_view(list->toStrep()));
+        });
         return summary;
+    }
+
+    void const* stash(MoxStash::StoreWriter& writer) const override {
+        std::vector<MoxStash::StoredEntry> entries;
+        for (auto const* const entry : ranked(uses_, uses_.size(), octetsOfList)) {
+            entries.push_back({entry->first->stash(writer), entry->second});
+        }
+        return writer.tableIs(entries);
     }
 
   private:
@@ -120,6 +134,10 @@ class ListUsesOf final : public ListUses {
     using ListPtr = typename List::PtrConst;
     using Member = std::remove_cvref_t<decltype(*std::declval<List const&>().begin())>;
     using MemberUses = std::unordered_map<Member, std::uint64_t, MemberHash>;
+
+    static std::string octetsOfList(ListPtr const& list) {
+        return octetsOfMembers(membersOf(*list));
+    }
 
     [[nodiscard]] MemberUses memberUses() const {
         MemberUses members;

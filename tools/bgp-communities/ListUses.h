@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include <MoxStash/StoreWriter.h>
+
 #include "Agent.h"
 
 namespace BgpCommunities {
@@ -46,6 +48,10 @@ class ListUses {
     virtual void add(ListUses const& other) = 0;
 
     [[nodiscard]] virtual InternedKind summary() const = 0;
+
+    /** Writes the lists into a store, and a table of them with their counts, most first; equals in
+        the order of their octets. */
+    virtual void const* stash(MoxStash::StoreWriter& writer) const = 0;
 };
 
 /** One for each kind, in their order. */

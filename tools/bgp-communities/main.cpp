@@ -12,7 +12,9 @@
 #include "ReadCommand.h"
 #include "ReplayCommand.h"
 #include "RoundTripCommand.h"
+#include "ShowCommand.h"
 #include "StandardError.h"
+#include "StashCommand.h"
 #include "StatsCommand.h"
 #include "TypesCommand.h"
 
@@ -20,9 +22,16 @@ namespace {
 
 using namespace BgpCommunities;
 
-constexpr std::array<Command const*, 6> commands = {
-    &decodeCommand, &readCommand, &statsCommand, &roundTripCommand, &replayCommand, &typesCommand,
-};
+constexpr auto commands = std::to_array<Command const*>({
+    &decodeCommand,
+    &readCommand,
+    &statsCommand,
+    &roundTripCommand,
+    &replayCommand,
+    &stashCommand,
+    &showCommand,
+    &typesCommand,
+});
 
 constexpr std::string_view helpHead =
     R"(usage: bgp-communities COMMAND [OPTION...] [ARGUMENT...]

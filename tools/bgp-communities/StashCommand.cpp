@@ -1,0 +1,69 @@
+#include "StashCommand.h"
+
+#include <string>
+
+#include <MoxStash/StorePublisher.h>
+#include <MoxStash/StoreWriter.h>
+
+#include "Agent.h"
+#include "DumpFiles.h"
+#include "KindKeys.h"
+#include "Output.h"
+#include "StatsCounter.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr std::string_view outOption = "--out";
+
+constexpr Option stashOptions[] = {{outOption, true}, {verboseOption}};
+
+constexpr std::string_view stashHelp =
+    R"(usage: bgp-communities stash --out STORE [--verbose] FILE...
+
+Writes the distinct lists of communities of MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2; "-"
+is standard input) into a store, each with how many attributes carried it, the most used first: for
+`bgp-communities show`, and for every other process that maps stores.
+
+  --out STORE  a file or, as shm:/NAME, a POSIX shared-memory segment
+  --verbose    name all that is malformed on standard error, not only the first few of each kind
+
+The store is published in one step: who has attached to it meanwhile finds the one that was there
+before, or this one. If it cannot be written the one that was there stays, and the exit status is 3.
+What a store holds, to the octet, is told with the library.
+
+examples:
+  bgp-communities stash --out lists.store rib.bz2
+  bgp-communities stash --out shm:/lists updates.*.gz
+)";
+
+ExitStatus stash(Arguments const& arguments, Output& output) {
+    auto const files = dumpFiles(arguments);
+    auto const store = arguments.value(outOption);
+    if (!store || store->empty()) {
+        throw UsageError("stash needs --out STORE");
+    }
+    Agent agent;
+    StatsCounter counter(agent, arguments.has(verboseOption));
+    ExitStatus const status = readDumps(files, counter).status;
+    MoxStash::StoreWriter writer;
+    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
+        writer.rootIs(kindKeys[kind],
+                      counter.lists(static_cast<CommunityKind>(kind)).stash(writer));
+    }
+    auto const generation = MoxStash::publishStore(writer, std::string(*store));
+    std::string& out = output.text();
+    out.append(*store).append(": generation ").append(std::to_string(generation)).append(", ");
+    out.append(std::to_string(writer.records())).append(" records in ");
+    out.append(std::to_string(writer.octets())).append(" octets");
+    output.endLine();
+    return status;
+}
+
+} // namespace
+
+Command const stashCommand = {"stash", "write the lists of MRT dumps into a store", stashHelp,
+                              stashOptions, stash};
+
+} // namespace BgpCommunities
