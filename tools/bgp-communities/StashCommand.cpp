@@ -8,8 +8,8 @@
 #include "Agent.h"
 #include "DumpFiles.h"
 #include "KindKeys.h"
+#include "ListCounter.h"
 #include "Output.h"
-#include "StatsCounter.h"
 
 namespace BgpCommunities {
 
@@ -45,7 +45,7 @@ ExitStatus stash(Arguments const& arguments, Output& output) {
         throw UsageError("stash needs --out STORE");
     }
     Agent agent;
-    StatsCounter counter(agent, arguments.has(verboseOption));
+    ListCounter counter(agent, arguments.has(verboseOption));
     ExitStatus const status = readDumps(files, counter).status;
     MoxStash::StoreWriter writer;
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {

@@ -11,8 +11,8 @@
 #include "Agent.h"
 #include "DumpFiles.h"
 #include "DumpJobs.h"
+#include "ListCounter.h"
 #include "Output.h"
-#include "StatsCounter.h"
 #include "StatsReport.h"
 
 namespace BgpCommunities {
@@ -79,7 +79,7 @@ ExitStatus stats(Arguments const& arguments, Output& output) {
         Routing::Bgp::VoBgpGlobals::multiThreadedIs(true);
     }
     Agent agent;
-    std::deque<StatsCounter> counters;
+    std::deque<ListCounter> counters;
     std::vector<DumpHandler*> handlers;
     for (std::size_t job = 0; job < jobs; ++job) {
         handlers.push_back(&counters.emplace_back(agent, verbose));

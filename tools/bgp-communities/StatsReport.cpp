@@ -159,7 +159,7 @@ struct Sections {
 };
 
 Counts kindCounts(CommunityKindTraits const& traits, CommunityCounts const& counts,
-                  StatsCounter::Refused const& refused, InternedKind const& interned) {
+                  ListCounter::Refused const& refused, InternedKind const& interned) {
     return {
         {"attribute", "attribute", traits.attributeType},
         {"attributes", "attributes", counts.attributes - refused.attributes},
@@ -181,7 +181,7 @@ Sections sectionsOf(StatsReport const& report) {
         auto const kind = static_cast<CommunityKind>(number);
         CommunityKindTraits const& traits = traitsOf(kind);
         CommunityCounts const& counts = report.result.counts.of(kind);
-        StatsCounter::Refused const& refused = report.counter.refused(kind);
+        ListCounter::Refused const& refused = report.counter.refused(kind);
         InternedKind& interned = sections.interned[number];
         interned = report.counter.lists(kind).summary();
         Sizes const sizes = {(counts.members - refused.members) * traits.memberOctets,

@@ -3,14 +3,14 @@
 #include <string>
 
 #include "DumpFiles.h"
-#include "StatsCounter.h"
+#include "ListCounter.h"
 
 namespace BgpCommunities {
 
 /** All that `stats` has found out; the parts are the caller's, and do not change. */
 struct StatsReport {
     DumpResult const& result;
-    StatsCounter const& counter;
+    ListCounter const& counter;
     double seconds = 0; // that the reading took
 
     /** Appends one JSON object. */

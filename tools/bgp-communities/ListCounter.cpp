@@ -1,20 +1,20 @@
-#include "StatsCounter.h"
+#include "ListCounter.h"
 
 #include "AttributeVerdict.h"
 
 namespace BgpCommunities {
 
-void StatsCounter::handleUpdate(Update const& update) {
+void ListCounter::handleUpdate(Update const& update) {
     routes_ += update.announced.size() + update.withdrawn.size();
     count(update.at, update.communities);
 }
 
-void StatsCounter::handleRibEntry(RibEntry const& entry) {
+void ListCounter::handleRibEntry(RibEntry const& entry) {
     ++routes_;
     count(entry.at, entry.communities);
 }
 
-void StatsCounter::add(StatsCounter const& other) {
+void ListCounter::add(ListCounter const& other) {
     routes_ += other.routes_;
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
         refused_[kind].attributes += other.refused_[kind].attributes;
@@ -23,8 +23,7 @@ void StatsCounter::add(StatsCounter const& other) {
     }
 }
 
-void StatsCounter::count(RecordPosition const& at,
-                         std::span<CommunityAttribute const> communities) {
+void ListCounter::count(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
     for (CommunityAttribute const& attribute : communities) {
         if (attribute.form() == CommunityAttribute::Form::wellFormed) {
             count(at, attribute);
@@ -32,7 +31,7 @@ void StatsCounter::count(RecordPosition const& at,
     }
 }
 
-void StatsCounter::count(RecordPosition const& at, CommunityAttribute const& attribute) {
+void ListCounter::count(RecordPosition const& at, CommunityAttribute const& attribute) {
     auto const kind = static_cast<std::size_t>(attribute.kind);
     Place const& place = seen_[kind].find(attribute.value, [&](Place& made) {
         bool const isRefused = !refusal(attribute.kind, attribute.value).empty();
@@ -45,7 +44,7 @@ void StatsCounter::count(RecordPosition const& at, CommunityAttribute const& att
     }
 }
 
-void StatsCounter::countRefused(RecordPosition const& at, CommunityAttribute const& attribute) {
+void ListCounter::countRefused(RecordPosition const& at, CommunityAttribute const& attribute) {
     Refused& refused = refused_[static_cast<std::size_t>(attribute.kind)];
     ++refused.attributes;
     refused.members += attribute.members();

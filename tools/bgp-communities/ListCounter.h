@@ -19,7 +19,7 @@ namespace BgpCommunities {
  * It owns its counts and holds the lists; the agent is the caller's and outlives it.
  * Thread-compatible: each thread has its own, of one agent.
  */
-class StatsCounter final : public DumpHandler {
+class ListCounter final : public DumpHandler {
   public:
     /** Attributes of one kind that no list can hold. */
     struct Refused {
@@ -27,7 +27,7 @@ class StatsCounter final : public DumpHandler {
         std::uint64_t members = 0;
     };
 
-    StatsCounter(Agent& agent, bool verbose)
+    ListCounter(Agent& agent, bool verbose)
       : DumpHandler(verbose)
       , lists_(listUses(agent)) {}
 
@@ -35,7 +35,7 @@ class StatsCounter final : public DumpHandler {
     void handleRibEntry(RibEntry const& entry) override;
 
     /** Adds what another one has counted. */
-    void add(StatsCounter const& other);
+    void add(ListCounter const& other);
 
     /** Entries of tables, and routes that were announced or withdrawn. */
     [[nodiscard]] std::uint64_t routes() const { return routes_; }
