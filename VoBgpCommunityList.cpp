@@ -310,6 +310,10 @@ Mox::Ptr<ListType> destashCommList(void const* stored, MoxStash::StoreManager* m
     return list;
 }
 
+template CommList::Ptr destashCommList<CommList, U32>(void const*, MoxStash::StoreManager*);
+template LargeCommList::Ptr destashCommList<LargeCommList, CommunityValue>(void const*,
+                                                                           MoxStash::StoreManager*);
+
 CommList::Ptr CommList::destash(void const* stored, MoxStash::StoreManager* manager) {
     return destashCommList<CommList, U32>(stored, manager);
 }

@@ -21,7 +21,8 @@ class CommListText;
 /// interned, so that `dedup` can intern it. What `dedup` finds out is not there before. Throws
 /// `MoxStash::StoreException` if there is no such list. Traced at level 8.
 template <class ListType, class ValueType>
-Mox::Ptr<ListType> destashCommList(void const* stored, MoxStash::StoreManager* manager);
+VOBGP_EXPORT Mox::Ptr<ListType> destashCommList(void const* stored,
+                                                MoxStash::StoreManager* manager);
 
 /// Base of the lists whose members are plain values: exactly one object for each distinct set of
 /// values in a table.
