@@ -64,6 +64,7 @@ class Arguments {
 inline constexpr std::string_view helpOption = "--help";
 inline constexpr std::string_view verboseOption = "--verbose";
 inline constexpr std::string_view jsonOption = "--json";
+inline constexpr std::string_view addPathOption = "--add-path";
 
 /** One command of the program; a constant. */
 struct Command {

@@ -63,9 +63,9 @@ std::size_t octetsOfBits(unsigned int bits) {
 }
 
 /**
- * The label stack in front of a prefix: up to the bottom-of-stack bit or a withdrawn label, and
- * one field only, whatever it holds, where the route is withdrawn (RFC 8277, section 2.4). Empty
- * if there is no end to it.
+ * The label stack in front of a prefix: up to the bottom-of-stack bit (RFC 8277, section 2.3), or
+ * one field only, whatever it holds, where the route is withdrawn (section 2.4). Empty if there is
+ * no end to it.
  */
 Octets takeLabels(OctetReader& in, bool withdrawn) {
     OctetReader look = in;
@@ -73,9 +73,7 @@ Octets takeLabels(OctetReader& in, bool withdrawn) {
     bool bottom = false;
     for (; !bottom && look.left() >= 3; size += 3) {
         Octets const label = look.octets(3);
-        bool const isWithdrawn =
-            (label[0] == 0x80 || label[0] == 0) && label[1] == 0 && label[2] == 0;
-        bottom = withdrawn || isWithdrawn || (label[2] & 1) != 0;
+        bottom = withdrawn || (label[2] & 1) != 0;
     }
     return bottom ? in.octets(size) : Octets();
 }

@@ -20,7 +20,7 @@ constexpr std::string_view limitOption = "--limit";
 
 constexpr Option readOptions[] = {
     {jsonOption},         {kindOption, true},  {matchOption, true}, {communityOption, true},
-    {prefixOption, true}, {limitOption, true}, {verboseOption}};
+    {prefixOption, true}, {limitOption, true}, {addPathOption},     {verboseOption}};
 
 constexpr std::string_view readHelp =
     R"(usage: bgp-communities read [OPTION...] FILE...
@@ -50,6 +50,8 @@ bzip2; "-" is standard input). Between its columns stands a tab, and "-" where t
   --prefix PREFIX    only routes of this IPv4 or IPv6 prefix and of those inside it, whatever their
                      labels and route distinguisher
   --limit N          stop after N routes have been printed
+  --add-path         read the NLRI of every UPDATE with path identifiers (RFC 7911): for dumps whose
+                     record types do not say that they have them
   --verbose          name all that is malformed on standard error, not only the first few of each
                      kind
 
@@ -68,7 +70,8 @@ examples:
   bgp-communities read --kind large --match '^64496:1:' --limit 10 rib.bz2
 )";
 
-/** As many routes as were asked for have been printed: no more is to be read. */
+/** As many routes as were asked for have been printed: no more is to be read. Thrown through the
+    reader by the handler that has printed the last one. */
 class LimitReached {};
 
 /**
@@ -83,18 +86,20 @@ class RoutePrinter final : public DumpHandler {
       : DumpHandler(arguments.has(verboseOption))
       , filter_(arguments)
       , limit_(arguments.count(limitOption))
+      , addPath_(arguments.has(addPathOption))
       , writer_(arguments.has(jsonOption), output) {
         for (auto& decoder : attributeDecoders(agent_)) {
             memories_.emplace_back(std::move(decoder), filter_, arguments.has(jsonOption));
         }
     }
 
+    [[nodiscard]] bool expectsPathIds() const override { return addPath_; }
+
     void fileIs(std::string const& name) override {
         DumpHandler::fileIs(name);
         writer_.fileIs(name);
     }
 
-    /** Throws LimitReached after the last route that is wanted, as the next one. */
     void handleUpdate(Update const& update) override {
         if (update.announced.empty()) {
             return;
@@ -148,6 +153,7 @@ class RoutePrinter final : public DumpHandler {
 
     RouteFilter const filter_;
     std::optional<std::uint64_t> const limit_;
+    bool const addPath_;
     RouteWriter writer_;
     Agent agent_;
     std::vector<ListMemory> memories_; // by CommunityKind

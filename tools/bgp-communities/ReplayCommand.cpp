@@ -19,7 +19,6 @@ namespace BgpCommunities {
 namespace {
 
 constexpr std::string_view targetsOption = "--targets";
-constexpr std::string_view addPathOption = "--add-path";
 
 constexpr Option replayOptions[] = {{targetsOption}, {addPathOption}, {verboseOption}};
 
@@ -39,7 +38,7 @@ many routes, lists and communities there were, drops all routes, and checks that
 
 A route is known by peer, family, path identifier, route distinguisher and prefix, not by labels;
 routes of families that are not taken apart by the octets of their NLRI. The entries of table dumps
-are announcements. An UPDATE withdraws first, then announces; a peer that leaves the state
+are announcements, but for those of peers that the dump does not tell. An UPDATE withdraws first, then announces; a peer that leaves the state
 Established takes its routes with it. What was sent to a peer (the local forms of messages) is
 counted and left out.
 
@@ -61,7 +60,8 @@ examples:
 struct ReplayCounts {
     std::uint64_t updates = 0;
     std::uint64_t ribEntries = 0;
-    std::uint64_t sent = 0; // UPDATEs that were not received
+    std::uint64_t nobodys = 0; // RIB entries of peers that the dump does not tell
+    std::uint64_t sent = 0;    // UPDATEs that were not received
     std::uint64_t announced = 0;
     std::uint64_t replaced = 0; // of `announced`: the route was there
     std::uint64_t withdrawn = 0;
@@ -116,6 +116,10 @@ class Replay final : public DumpHandler {
     }
 
     void handleRibEntry(RibEntry const& entry) override {
+        if (entry.peer.address.size == 0) {
+            ++counts_.nobodys;
+            return;
+        }
         ++counts_.ribEntries;
         causeIs(entry.at);
         apply(entry, {&entry.route, 1});
@@ -240,6 +244,7 @@ void writeCounts(std::string& out, Replay const& replay) {
              {"UPDATEs applied", counts.updates},
              {"UPDATEs left out, sent to a peer", counts.sent},
              {"RIB entries applied", counts.ribEntries},
+             {"RIB entries left out, of unknown peers", counts.nobodys},
              {"announcements", counts.announced},
              {"announcements that replaced a route", counts.replaced},
              {"announcements treated as withdrawals", counts.malformed},

@@ -174,10 +174,10 @@ std::unique_ptr<RebuiltStore> rebuild(std::string const& name) {
     }
 }
 
-void follow(std::string const& name, bool json, Output& output) {
+[[noreturn]] void follow(std::string const& name, bool json, Output& output) {
     std::unique_ptr<RebuiltStore> shown;
     std::string complaint;
-    for (;; std::this_thread::sleep_for(std::chrono::milliseconds(50))) {
+    for (;; std::this_thread::sleep_for(std::chrono::milliseconds(100))) {
         if (shown && shown->isCurrent()) {
             continue;
         }
@@ -186,7 +186,7 @@ void follow(std::string const& name, bool json, Output& output) {
             shown->print(output, json);
             complaint.clear();
         } catch (MoxStash::StoreException const& error) {
-            // Once, not twenty times a second.
+            // Once, not ten times a second.
             if (complaint != error.what()) {
                 complaint = error.what();
                 complain(complaint);

@@ -71,9 +71,8 @@ std::string timeText(double seconds) {
     return text.data();
 }
 
-/** The name as it may stand on a terminal, in at most `columns` octets: its end. */
-std::string shortName(std::string_view name, std::size_t columns) {
-    constexpr std::string_view gap = "...";
+/** The text as it may stand in one line on a terminal, whatever names there are in it. */
+std::string masked(std::string_view name) {
     std::string text(name);
     std::replace_if(
         text.begin(), text.end(),
@@ -81,6 +80,13 @@ std::string shortName(std::string_view name, std::size_t columns) {
             return static_cast<unsigned char>(character) < 0x20 || character == 0x7f;
         },
         '?');
+    return text;
+}
+
+/** The name as it may stand there in at most `columns` octets: its end. */
+std::string shortName(std::string_view name, std::size_t columns) {
+    constexpr std::string_view gap = "...";
+    std::string text = masked(name);
     if (text.size() <= columns) {
         return text;
     }
@@ -132,7 +138,7 @@ std::string progressText(ReadingProgress const& progress, std::size_t columns) {
 
 void complain(std::string_view message) {
     std::string line(lineShown ? clearLine : "");
-    line.append("bgp-communities: ").append(message).append("\n");
+    line.append("bgp-communities: ").append(masked(message)).append("\n");
     write(line);
 }
 

@@ -10,6 +10,7 @@
 #include "KindKeys.h"
 #include "ListCounter.h"
 #include "Output.h"
+#include "StandardError.h"
 
 namespace BgpCommunities {
 
@@ -30,7 +31,8 @@ is standard input) into a store, each with how many attributes carried it, the m
   --verbose    name all that is malformed on standard error, not only the first few of each kind
 
 The store is published in one step: who has attached to it meanwhile finds the one that was there
-before, or this one. If it cannot be written the one that was there stays, and the exit status is 3.
+before, or this one. If a FILE cannot be read, or the store not be written, the one that was there
+stays, and the exit status is 3.
 What a store holds, to the octet, is told with the library.
 
 examples:
@@ -47,6 +49,10 @@ ExitStatus stash(Arguments const& arguments, Output& output) {
     Agent agent;
     ListCounter counter(agent, arguments.has(verboseOption));
     ExitStatus const status = readDumps(files, counter).status;
+    if (status == ExitStatus::unreadable) {
+        complain(std::string(*store) + ": not written, for not all could be read");
+        return status;
+    }
     MoxStash::StoreWriter writer;
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
         writer.rootIs(kindKeys[kind],
@@ -55,8 +61,7 @@ ExitStatus stash(Arguments const& arguments, Output& output) {
     auto const generation = MoxStash::publishStore(writer, std::string(*store));
     std::string& out = output.text();
     out.append(*store).append(": generation ").append(std::to_string(generation)).append(", ");
-    out.append(std::to_string(writer.records())).append(" records in ");
-    out.append(std::to_string(writer.octets())).append(" octets");
+    out.append(std::to_string(writer.records())).append(" records");
     output.endLine();
     return status;
 }

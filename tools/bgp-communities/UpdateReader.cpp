@@ -145,32 +145,35 @@ void UpdateReader::readUpdate(RecordContext const& record, Octets message, bool 
 /** MP_UNREACH_NLRI: AFI (2) | SAFI (1) | NLRI                          RFC 4760, section 4 */
 std::string_view UpdateReader::readWithdrawn(Octets nlri, bool pathIds) {
     withdrawn_.clear();
-    std::string_view fault = readRoutes(nlri, {ipv4Unicast, pathIds, true}, withdrawn_);
-    if (fault.empty() && area_.mpUnreach) {
+    std::string_view const fault = readRoutes(nlri, {ipv4Unicast, pathIds, true}, withdrawn_);
+    std::string_view mpFault;
+    if (area_.mpUnreach) {
         OctetReader in(*area_.mpUnreach);
         Family const family = {in.u16(), in.u8()};
-        fault = in.ok() ? readRoutes(in.rest(), {family, pathIds, true}, withdrawn_)
-                        : "MP_UNREACH_NLRI is too short for its family";
+        mpFault = in.ok() ? readRoutes(in.rest(), {family, pathIds, true}, withdrawn_)
+                          : "MP_UNREACH_NLRI is too short for its family";
     }
-    return fault;
+    return fault.empty() ? mpFault : fault;
 }
 
 /** MP_REACH_NLRI: AFI (2) | SAFI (1) | length (1) | next hop | reserved (1) | NLRI
                                                                       RFC 4760, section 3 */
 std::string_view UpdateReader::readAnnounced(Octets nlri, bool pathIds) {
     announced_.clear();
-    std::string_view fault = readRoutes(nlri, {ipv4Unicast, pathIds, false}, announced_);
-    if (fault.empty() && area_.mpReach) {
+    std::string_view const fault = readRoutes(nlri, {ipv4Unicast, pathIds, false}, announced_);
+    std::string_view mpFault;
+    if (area_.mpReach) {
         OctetReader in(*area_.mpReach);
         Family const family = {in.u16(), in.u8()};
         in.octets(in.u8());
         in.u8();
-        fault = in.ok() ? readRoutes(in.rest(), {family, pathIds, false}, announced_)
-                        : "MP_REACH_NLRI is too short for its next hop";
+        mpFault = in.ok() ? readRoutes(in.rest(), {family, pathIds, false}, announced_)
+                          : "MP_REACH_NLRI is too short for its next hop";
     }
-    return fault.empty() && area_.repeatedMultiprotocol
-               ? "MP_REACH_NLRI or MP_UNREACH_NLRI stands there twice"
-               : fault;
+    if (fault.empty() && mpFault.empty() && area_.repeatedMultiprotocol) {
+        return "MP_REACH_NLRI or MP_UNREACH_NLRI stands there twice";
+    }
+    return fault.empty() ? mpFault : fault;
 }
 
 } // namespace BgpCommunities

@@ -120,6 +120,7 @@ ExitStatus guarded(std::span<char const* const> arguments) try {
 int main(int argc, char** argv) {
     // A reader of the output that goes away is an error of the write, not a signal.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // and so is a limit on the size of files
     installInterrupts();
     std::span<char const* const> const arguments(argv, static_cast<std::size_t>(argc));
     return static_cast<int>(guarded(arguments.subspan(std::min<std::size_t>(arguments.size(), 1))));

@@ -27,7 +27,7 @@ _bgp_communities() {
     esac
     case ${COMP_WORDS[1]} in
         decode) options="--type --json --forms" ;;
-        read) options="--json --kind --match --community --prefix --limit --verbose" ;;
+        read) options="--json --kind --match --community --prefix --limit --add-path --verbose" ;;
         stats) options="--json --jobs --verbose" ;;
         roundtrip) options="--json --verbose" ;;
         replay) options="--targets --add-path --verbose" ;;
