@@ -143,6 +143,8 @@ TEST(StoreCommandsTest, WhatIsNoStoreIsToldAndWhatCannotBeWrittenLeavesTheOldOne
     EXPECT_EQ(refused.status, 3);
     EXPECT_NE(refused.err.find(store.name() + ": "), std::string::npos) << refused.err;
     EXPECT_EQ(contentOf(store.name()), whole);
+    EXPECT_EQ(run({"stash", "--out", store.name(), beside}).status, 3) << "no file to read";
+    EXPECT_EQ(contentOf(store.name()), whole);
 
     std::string damaged = whole;
     damaged[damaged.size() / 2] ^= 1;
