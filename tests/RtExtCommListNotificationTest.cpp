@@ -1,9 +1,10 @@
 #include "Expectations.h"
 #include "ExtCommListRow.h"
 
+#include <Routing/RouteMap/PosixRegex.h>
+
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -192,7 +193,8 @@ TEST_P(RtExtCommLists, AreTracedAtLevelNine) {
                                 "rtExtCommListLifeTimeNotifier: "
                                 "Routing::Bgp::RtExtCommListLifeTimeNotifier 0x[0-9a-f]+";
     auto const matches = [&](std::size_t line, std::string const& text) {
-        return std::regex_match(traced.lines[line], std::regex("9 .*: " + text));
+        Routing::RouteMap::PosixRegex const regex("^9 .*: " + text + "$");
+        return regex.execute(traced.lines[line].c_str()) == 0;
     };
     EXPECT_TRUE(matches(0, "handleInsert: " + objects)) << traced.lines[0];
     EXPECT_TRUE(matches(1, "handleRemove: " + objects)) << traced.lines[1];
