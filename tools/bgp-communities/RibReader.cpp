@@ -53,7 +53,7 @@ void RibReader::readTableDump(RecordContext const& context, MrtRecord const& rec
     Octets const prefix = in.octets(addressOctets);
     std::uint8_t const bits = in.u8();
     in.u8();
-    entry_.originated = in.u32();
+    in.octets(4);
     entry_.peer.address = ipAddress(in.octets(addressOctets));
     entry_.peer.as = in.u16();
     Octets const attributes = in.octets(in.u16());
@@ -113,7 +113,7 @@ void RibReader::readEntries(RecordContext const& context, OctetReader& in, bool 
     bool peersKnown = true;
     for (std::uint16_t index = 0; in.ok() && index < count; ++index) {
         std::uint16_t const peer = in.u16();
-        entry_.originated = in.u32();
+        in.octets(4);
         if (pathIds) {
             entry_.route.pathId = in.u32();
         }
@@ -143,7 +143,6 @@ void RibReader::deliver(RecordContext const& context, Octets attributes) {
     context.account(area_);
     entry_.at = context.at();
     entry_.brokenAttributes = !area_.fault.empty();
-    entry_.attributes = attributes;
     entry_.communities = area_.communities;
     context.handler().handleRibEntry(entry_);
 }

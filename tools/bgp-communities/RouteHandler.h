@@ -27,7 +27,6 @@ struct Update {
     Peer peer;                     // the collector's neighbour
     bool sentByUs = false;         // the local forms: sent to the peer, not received from it
     bool brokenAttributes = false; // the area is cut: what stands before the fault is here
-    Octets attributes;             // the whole area, for PathAttributeReader
     std::span<CommunityAttribute const> communities; // in the order sent
     std::span<Route const> withdrawn;                // of the message and of MP_UNREACH_NLRI
     std::span<Route const> announced;                // of the message and of MP_REACH_NLRI
@@ -36,10 +35,8 @@ struct Update {
 /** What one peer had to say about one prefix in a table dump; otherwise as Update. */
 struct RibEntry {
     RecordPosition at;
-    Peer peer;                    // without address if the dump does not tell
-    std::uint32_t originated = 0; // seconds since 1970, UTC
+    Peer peer; // without address if the dump does not tell
     bool brokenAttributes = false;
-    Octets attributes;
     std::span<CommunityAttribute const> communities;
     Route route;
 };

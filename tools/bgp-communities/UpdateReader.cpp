@@ -135,7 +135,6 @@ void UpdateReader::readUpdate(RecordContext const& record, Octets message, bool 
         record.report(ProblemKind::brokenRoutes, std::string(fault));
     }
     update_.brokenAttributes = !area_.fault.empty();
-    update_.attributes = areas.attributes;
     update_.communities = area_.communities;
     update_.withdrawn = withdrawn_;
     update_.announced = announced_;
