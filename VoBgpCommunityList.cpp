@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <ostream>
 #include <span>
 #include <string_view>
@@ -301,9 +300,7 @@ Mox::Ptr<ListType> destashCommList(void const* stored, MoxStash::StoreManager* m
     if (list->empty()) {
         return list;
     }
-    bool const ascends =
-        std::adjacent_find(values.begin(), values.end(), std::greater_equal<>()) == values.end();
-    if (values.commVectorSorted_ && !ascends) {
+    if (values.commVectorSorted_ && !commVectorAscends(values)) {
         refuseUnsorted(record);
     }
     MOX_TRACE(8, "  destashed: " << list->toStrep());

@@ -209,11 +209,8 @@ auto ExtCommListBase<Family>::destashMembers(void const* stored, MoxStash::Store
         auto const member = MoxStash::storedAddress(record.word(1 + index));
         list->commIs(Family::Comm::destash(member, manager));
     }
-    bool const ascends =
-        std::adjacent_find(list->begin(), list->end(), [](CommPtr const& a, CommPtr const& b) {
-            return !(extCommKey(*a) < extCommKey(*b));
-        }) == list->end();
-    if (head.has(StoredListHead::sorted) && !ascends) {
+    auto const keyOf = [](CommPtr const& comm) { return extCommKey(*comm); };
+    if (head.has(StoredListHead::sorted) && !commVectorAscends(*list, keyOf)) {
         refuseUnsorted(record);
     }
     return list;

@@ -25,6 +25,14 @@ namespace Routing::Bgp {
 
 // ---- Sorted vectors -----------------------------------------------------------------------------
 
+/// Whether each member's key is less than the next one's: sorted, and each there once.
+template <class Members, class KeyOf = std::identity>
+bool commVectorAscends(Members const& members, KeyOf keyOf = {}) {
+    return std::adjacent_find(members.begin(), members.end(), [&](auto const& a, auto const& b) {
+               return !(keyOf(a) < keyOf(b));
+           }) == members.end();
+}
+
 /// Sorts the members by key, leaves one of each key, and gives the vector exactly that size. If
 /// memory for that runs out, the members are all there and this can be done again.
 template <class Member, class KeyOf = std::identity>
@@ -72,16 +80,12 @@ void ExtCommVectorAdd(Mox::PtrConst<Comm> const& comm,
 /// size. If memory for that runs out, all are there and this can be done again.
 template <class Comm>
 void ExtCommVectorSort(Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
-    using Member = Mox::PtrConst<Comm>;
-    bool const isSorted =
-        std::adjacent_find(vector.begin(), vector.end(), [](Member const& a, Member const& b) {
-            return !(extCommKey(*a) < extCommKey(*b));
-        }) == vector.end();
-    if (isSorted) {
+    auto const keyOf = [](Mox::PtrConst<Comm> const& comm) { return extCommKey(*comm); };
+    if (commVectorAscends(vector, keyOf)) {
         // What a peer sends is, as a rule; and so is what was split off a sorted vector.
         vector.shrinkToFit();
     } else {
-        commVectorSort(vector, [](Member const& comm) { return extCommKey(*comm); });
+        commVectorSort(vector, keyOf);
     }
 }
 

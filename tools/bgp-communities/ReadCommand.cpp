@@ -159,7 +159,7 @@ class RoutePrinter final : public DumpHandler {
     std::vector<ListMemory> memories_; // by CommunityKind
     std::uint64_t printed_ = 0;
     // Of the route at hand.
-    RouteLists lists_{};
+    RouteTexts lists_{};
     RouteFilter::Conditions met_ = 0;
     bool hasList_ = false;
 };

@@ -11,7 +11,7 @@ void RouteWriter::fileIs(std::string_view name) {
 }
 
 void RouteWriter::write(RecordPosition const& at, Peer const& peer, Route const& route,
-                        RouteLists const& lists) {
+                        RouteTexts const& lists) {
     if (json_) {
         writeJson(at, peer, route, lists);
     } else {
@@ -20,7 +20,7 @@ void RouteWriter::write(RecordPosition const& at, Peer const& peer, Route const&
     output_.endLine();
 }
 
-void RouteWriter::writeText(Peer const& peer, Route const& route, RouteLists const& lists) {
+void RouteWriter::writeText(Peer const& peer, Route const& route, RouteTexts const& lists) {
     std::string& out = output_.text();
     appendText(out, peer);
     out += '\t';
@@ -42,7 +42,7 @@ void RouteWriter::writeText(Peer const& peer, Route const& route, RouteLists con
 }
 
 void RouteWriter::writeJson(RecordPosition const& at, Peer const& peer, Route const& route,
-                            RouteLists const& lists) {
+                            RouteTexts const& lists) {
     JsonWriter json(output_.text());
     json.beginObject();
     json.key("file").ready(file_);

@@ -11,7 +11,7 @@
 namespace BgpCommunities {
 
 /** The lists of a route, by CommunityKind; null where it has none that is to be shown. */
-using RouteLists = std::array<ListText const*, communityKinds>;
+using RouteTexts = std::array<ListText const*, communityKinds>;
 
 /**
  * The lines of `read`, one for each route.
@@ -29,12 +29,12 @@ class RouteWriter {
     void fileIs(std::string_view name);
 
     void write(RecordPosition const& at, Peer const& peer, Route const& route,
-               RouteLists const& lists);
+               RouteTexts const& lists);
 
   private:
-    void writeText(Peer const& peer, Route const& route, RouteLists const& lists);
+    void writeText(Peer const& peer, Route const& route, RouteTexts const& lists);
     void writeJson(RecordPosition const& at, Peer const& peer, Route const& route,
-                   RouteLists const& lists);
+                   RouteTexts const& lists);
     template <class Value>
     void writeString(JsonWriter& json, std::string_view key, Value const& value);
 
