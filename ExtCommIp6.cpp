@@ -90,6 +90,14 @@ U32 ExtCommIp6Content::hash() const noexcept {
     return hash.finish();
 }
 
+U64 ExtCommIp6Content::placementHash() const noexcept {
+    auto const address = std::bit_cast<std::array<U64, 2>>(addr_.octets());
+    Mox::KeyedHash hash(sizeof address);
+    hash.add(address[0], address[1]);
+    hash.add(U32{type_} << 24 | U32{subtype_} << 16 | localAdmin_);
+    return hash.finish();
+}
+
 // ---- ExtCommIp6 ---------------------------------------------------------------------------------
 
 // A table holds many: what one costs is a promise.
@@ -99,6 +107,10 @@ ExtCommIp6::~ExtCommIp6() = default;
 
 U32 ExtCommIp6::hash() const {
     return content_.hash();
+}
+
+U64 ExtCommIp6::placementHash() const {
+    return content_.placementHash();
 }
 
 bool ExtCommIp6::compare(Kel::DedupHandle const* other) const {

@@ -152,6 +152,10 @@ U32 ExtComm::hash() const {
     return static_cast<U32>(extCommContent_.hash());
 }
 
+U64 ExtComm::placementHash() const {
+    return extCommContent_.placementHash();
+}
+
 bool ExtComm::compare(Kel::DedupHandle const* other) const {
     return static_cast<ExtComm const*>(other)->extCommContent_ == extCommContent_;
 }

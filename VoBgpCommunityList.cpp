@@ -230,6 +230,11 @@ U32 ValueCommList<Value>::hash() const {
 }
 
 template <class Value>
+U64 ValueCommList<Value>::placementHash() const {
+    return Mox::keyedHash(std::as_bytes(std::span(begin(), end())));
+}
+
+template <class Value>
 bool ValueCommList<Value>::compare(Kel::DedupHandle const* other) const {
     MOX_ASSERT(commVectorSorted());
     return commVector_ == static_cast<ValueCommList const*>(other)->commVector_;

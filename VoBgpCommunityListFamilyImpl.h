@@ -54,6 +54,15 @@ U32 ExtCommClassificationListBase<Family>::hash() const {
 }
 
 template <class Family>
+U64 ExtCommClassificationListBase<Family>::placementHash() const {
+    Mox::KeyedHash hash(this->commVector().size());
+    for (auto const& comm : *this) {
+        hash.add(reinterpret_cast<U64>(comm.get()));
+    }
+    return hash.finish();
+}
+
+template <class Family>
 bool ExtCommClassificationListBase<Family>::compare(Kel::DedupHandle const* other) const {
     MOX_ASSERT_TEXT(this->commVectorSorted(), "commVectorSorted()");
     return static_cast<ExtCommClassificationListBase const*>(other)->commVector() ==
@@ -119,6 +128,15 @@ ExtCommListBase<Family>::~ExtCommListBase() = default;
 template <class Family>
 U32 ExtCommListBase<Family>::hash() const {
     return Detail::hashOfIdentities(classificationLists_);
+}
+
+template <class Family>
+U64 ExtCommListBase<Family>::placementHash() const {
+    Mox::KeyedHash hash(this->commVector().size());
+    for (auto const& comm : *this) {
+        hash.add(comm->placementHash());
+    }
+    return hash.finish();
 }
 
 template <class Family>

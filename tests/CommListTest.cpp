@@ -13,13 +13,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <new>
 #include <optional>
 #include <random>
+#include <set>
 #include <span>
 #include <sstream>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace {
@@ -222,9 +225,9 @@ class CommLists : public testing::TestWithParam<bool> {
         std::shuffle(values.begin(), values.end(), random);
         EXPECT_EQ(listOf<Kind>(values)->dedup(table.get()), list);
         std::span<typename Kind::Value const> const content(list->begin(), list->end());
-        EXPECT_EQ(
-            table->dedupTable()->lookupByContent(Kel::DedupContentHandle(content), list->hash()),
-            list.get());
+        EXPECT_EQ(table->dedupTable()->lookupByContent(
+                      Kel::DedupContentHandle(content, list->placementHash()), list->hash()),
+                  list.get());
         if (!values.empty()) {
             EXPECT_NE(listOf<Kind>(content.subspan(1))->dedup(table.get()), list);
         }
@@ -306,6 +309,44 @@ TEST_P(CommLists, OfAnyLengthThatAnAttributeHolds) {
     EXPECT_TRUE(matches(*list, " 16000:65535$"));
     EXPECT_EQ(longList(16'383)->serialize().size(), 65'536U);
     EXPECT_DEATH(longList(16'384)->serialize(), "Assertion 'attrSize <= 0xFFFF' failed");
+}
+
+/// Pairs of values, each pair in an ascending range of its own, such that the published hash is
+/// the same whichever value of each pair a list holds.
+std::vector<std::array<U32, 2>> collidingPairs(U32 count) {
+    std::vector<std::array<U32, 2>> pairs;
+    Mox::OneAtATimeHash state;
+    while (pairs.size() < count) {
+        std::unordered_map<U32, U32> seen;
+        for (U32 value = static_cast<U32>(pairs.size()) << 24;; ++value) {
+            auto next = state;
+            next.addLittleEndian(value);
+            if (auto const [first, isNew] = seen.try_emplace(next.finish(), value); !isNew) {
+                pairs.push_back({first->second, value});
+                state = next;
+                break;
+            }
+        }
+    }
+    return pairs;
+}
+
+TEST(CommListFlood, ListsWithEqualPublishedHashesArePlacedApart) {
+    auto const table = commListDedupTableFactory();
+    auto const pairs = collidingPairs(10);
+    std::set<U32> hashes;
+    std::set<U64> places;
+    for (U32 choice = 0; choice < 1U << pairs.size(); ++choice) {
+        auto const list = commListFactory();
+        for (std::size_t i = 0; i < pairs.size(); ++i) {
+            list->commIs(pairs[i][choice >> i & 1]);
+        }
+        auto const interned = list->dedup(table.get());
+        hashes.insert(interned->hash());
+        places.insert(interned->placementHash());
+    }
+    EXPECT_EQ(hashes.size(), 1U);
+    EXPECT_EQ(places.size(), std::size_t{1} << pairs.size());
 }
 
 TEST(CommListContracts, Assertions) {

@@ -96,7 +96,7 @@ TEST_P(ExtCommLists, AreOneObjectForOneSetAndShareTheirClassificationLists) {
     auto const members = std::array{comm(rt1), comm(rt2)};
     std::span<ExtComm::PtrConst const> const content(members);
     EXPECT_EQ(table->rtExtCommClassificationListDedupTable()->lookupByContent(
-                  Kel::DedupContentHandle(content), rts->hash()),
+                  Kel::DedupContentHandle(content, rts->placementHash()), rts->hash()),
               rts.get());
 }
 

@@ -2,6 +2,7 @@
 
 #include <Kel/DedupTableCore.h>
 #include <Mox/Assert.h>
+#include <Mox/Hash.h>
 #include <Mox/Type.h>
 
 #include <ostream>
@@ -24,6 +25,10 @@ bool DedupHandle::everDeduped() const noexcept {
 
 void DedupHandle::assertIsDeduped() const noexcept {
     MOX_ASSERT(isDeduped());
+}
+
+U64 DedupHandle::placementHash() const {
+    return Mox::keyedHash(hash());
 }
 
 void DedupHandle::formatHandle(std::ostream& os) const {

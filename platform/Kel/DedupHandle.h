@@ -6,10 +6,12 @@
 #include <Mox/Types.h>
 
 #include <iosfwd>
+#include <optional>
 
 namespace Kel {
 
 using Mox::U32;
+using Mox::U64;
 
 class DedupHandle;
 class DedupTableCore;
@@ -41,9 +43,24 @@ constexpr DedupHandleState dedupHandleStateDestashed() noexcept {
 /// of; a table holds objects of one kind only, which know what type of content that is.
 class DedupContentHandle {
   public:
+    /// A content that has a `placementHash()` of its own is found by it; any other by the 32-bit
+    /// hash that the look-up gets, which is right for objects that do not override
+    /// DedupHandle::placementHash().
     template <class Content>
     explicit DedupContentHandle(Content const& content) noexcept
-      : content_(&content) {}
+      : content_(&content) {
+        if constexpr (requires { content.placementHash(); }) {
+            placementHash_ = content.placementHash();
+        }
+    }
+
+    /// `placementHash` is what an object with that content returns from placementHash().
+    template <class Content>
+    DedupContentHandle(Content const& content, U64 placementHash) noexcept
+      : content_(&content)
+      , placementHash_(placementHash) {}
+
+    std::optional<U64> placementHash() const noexcept { return placementHash_; }
 
     template <class Content>
     Content const& as() const noexcept {
@@ -52,6 +69,7 @@ class DedupContentHandle {
 
   private:
     void const* content_;
+    std::optional<U64> placementHash_;
 };
 
 /// Base of every interned object: one immutable object stands for each distinct content in a table.
@@ -80,6 +98,11 @@ class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
     /// The hash of the content alone; equal contents hash equal.
     virtual U32 hash() const = 0;
 
+    /// A hash of the content that decides the object's place in its table. Equal contents hash
+    /// equal; contents come from untrusted peers, so it must be keyed (Mox/Hash.h). The default is
+    /// a keyed hash of hash(): enough for a kind whose hash() nobody outside can predict.
+    virtual U64 placementHash() const;
+
     /// Whether the other object, of the same kind, has the same content.
     virtual bool compare(DedupHandle const* other) const = 0;
 
@@ -105,8 +128,8 @@ class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
     friend class DedupTableCore;
     friend class DedupHandleLifeTimeNotifier;
 
-    /// The hash that the object was interned with.
-    U32 internedHash_ = 0;
+    /// 32 bits of the placement hash that the object was interned with.
+    U32 placement_ = 0;
     /// Where the object is interned, or was when its table went; kept alive by the object.
     DedupTableCore* core_ = nullptr;
 };

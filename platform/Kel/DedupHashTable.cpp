@@ -2,6 +2,7 @@
 
 #include <Kel/DedupTableCore.h>
 #include <Mox/Assert.h>
+#include <Mox/Hash.h>
 #include <Mox/TextStream.h>
 #include <Mox/Type.h>
 
@@ -54,7 +55,15 @@ void DedupHashTable::onZeroReferences() noexcept {
 
 DedupHandle::PtrConst DedupHashTable::lookupByContent(DedupContentHandle const& content,
                                                       U32 hash) const {
-    return core_->lookupByContent(content, hash);
+    return find(content.placementHash().value_or(Mox::keyedHash(hash)),
+                [&](DedupHandle const& candidate) { return candidate.compareByContent(content); });
+}
+
+DedupHandle::PtrConst DedupHashTable::findMatching(U64 placementHash,
+                                                   bool (*matches)(void const* context,
+                                                                   DedupHandle const&),
+                                                   void const* context) const {
+    return core_->find(placementHash, matches, context);
 }
 
 DedupHandle::PtrConst DedupHashTable::dedup(DedupHandle::Ptr const& object) const {

@@ -56,6 +56,18 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
     /// an object's `hash()` is.
     DedupHandle::PtrConst lookupByContent(DedupContentHandle const& content, U32 hash) const;
 
+    /// A reference to the object that `match(DedupHandle const&)` accepts among those with that
+    /// placement hash, or null. Allocates nothing. The match reads the object's content only.
+    template <class Match>
+    DedupHandle::PtrConst find(U64 placementHash, Match const& match) const {
+        return findMatching(
+            placementHash,
+            [](void const* context, DedupHandle const& candidate) {
+                return (*static_cast<Match const*>(context))(candidate);
+            },
+            &match);
+    }
+
     /// Interns an object: returns the equal object that is in the table already, or inserts this
     /// one and returns it. An object that is inserted must never have been interned before
     /// (asserted). If memory runs out, or the observer throws, the table is as it was and the
@@ -84,6 +96,10 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
     void onZeroReferences() noexcept final;
 
   private:
+    DedupHandle::PtrConst findMatching(U64 placementHash,
+                                       bool (*matches)(void const* context, DedupHandle const&),
+                                       void const* context) const;
+
     Mox::Detail::InternTablePresence const presence_;
     DedupTableCore* core_;
 };

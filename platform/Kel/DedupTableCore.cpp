@@ -23,6 +23,11 @@ std::recursive_mutex& notificationMutex() noexcept {
 
 constexpr std::size_t threadSafeShards = 64;
 
+/// The part of a placement hash that an object keeps.
+U32 placementOf(U64 placementHash) noexcept {
+    return static_cast<U32>(placementHash ^ placementHash >> 32);
+}
+
 } // namespace
 
 // ---- DedupSlots ---------------------------------------------------------------------------------
@@ -146,14 +151,13 @@ class DedupTableCore::Locks {
 
 DedupTableCore::DedupTableCore(bool threadSafe)
   : threadSafe_(threadSafe)
-  , seed_(Mox::nextHashSeed())
   , shards_(threadSafe ? threadSafeShards : 1) {}
 
 DedupTableCore::~DedupTableCore() = default;
 
 /// Low bits choose the place in an array, bits 42 to 47 the shard, bits 48 to 63 stand in the slot.
-U64 DedupTableCore::placedHash(U32 hash) const noexcept {
-    return Mox::mixHash(hash ^ seed_, 0xd6e8feb86659fd93U);
+U64 DedupTableCore::placedHash(U32 placement) noexcept {
+    return Mox::mixHash(placement ^ 0x9e3779b97f4a7c15U, 0xd6e8feb86659fd93U);
 }
 
 DedupTableCore::Shard& DedupTableCore::shardOf(U64 placed) noexcept {
@@ -178,22 +182,25 @@ DedupHandle::PtrConst DedupTableCore::take(Locks& locks, Shard& shard, U64 place
     }
 }
 
-DedupHandle::PtrConst DedupTableCore::lookupByContent(DedupContentHandle const& content, U32 hash) {
-    auto const placed = placedHash(hash);
+DedupHandle::PtrConst DedupTableCore::find(U64 placementHash,
+                                           bool (*matches)(void const*, DedupHandle const&),
+                                           void const* context) {
+    auto const placement = placementOf(placementHash);
+    auto const placed = placedHash(placement);
     auto& shard = shardOf(placed);
     Locks locks(*this, shard, false);
     return take(locks, shard, placed, [&](DedupHandle const& candidate) {
-        return candidate.internedHash_ == hash && candidate.compareByContent(content);
+        return candidate.placement_ == placement && matches(context, candidate);
     });
 }
 
 /// A hit takes the shard's lock only; the notification mutex is for those who insert.
 DedupHandle::PtrConst DedupTableCore::dedup(DedupHandle::Ptr const& object) {
-    auto const hash = object->hash();
-    auto const placed = placedHash(hash);
+    auto const placement = placementOf(object->placementHash());
+    auto const placed = placedHash(placement);
     auto& shard = shardOf(placed);
     auto const equals = [&](DedupHandle const& candidate) {
-        return candidate.internedHash_ == hash && object->compare(&candidate);
+        return candidate.placement_ == placement && object->compare(&candidate);
     };
     Locks locks(*this, shard, false);
     auto existing = take(locks, shard, placed, equals);
@@ -205,24 +212,23 @@ DedupHandle::PtrConst DedupTableCore::dedup(DedupHandle::Ptr const& object) {
         return existing;
     }
     bool const announce = locks.mayAnnounce();
-    enter(shard, *object, hash, announce);
+    enter(shard, *object, placement, announce);
     return announce ? announceInsertion(locks, shard, object) : object;
 }
 
-void DedupTableCore::enter(Shard& shard, DedupHandle& handle, U32 hash, bool announce) {
+void DedupTableCore::enter(Shard& shard, DedupHandle& handle, U32 placement, bool announce) {
     MOX_ASSERT_TEXT(handle.dedupState() == dedupHandleStateNeverDeduped(),
                     "object->dedupState() == Kel::dedupHandleStateNeverDeduped()");
-    shard.slots.makeRoomForOne([this](auto const& each) { return placedHashOf(each); });
+    shard.slots.makeRoomForOne(placedHashOf);
     // Nothing fails from here on.
-    handle.internedHash_ = hash;
+    handle.placement_ = placement;
     handle.core_ = this;
     handle.countWord().enterTable(announce);
-    shard.slots.insert(placedHash(hash), handle);
+    shard.slots.insert(placedHash(placement), handle);
 }
 
 void DedupTableCore::leave(Shard& shard, DedupHandle& handle) noexcept {
-    shard.slots.erase(placedHashOf(handle), handle,
-                      [this](auto const& each) { return placedHashOf(each); });
+    shard.slots.erase(placedHashOf(handle), handle, placedHashOf);
     handle.core_ = nullptr;
 }
 

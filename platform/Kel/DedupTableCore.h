@@ -104,7 +104,11 @@ class DedupTableCore {
     DedupTableCore& operator=(DedupTableCore const&) = delete;
     bool isThreadSafe() const noexcept { return threadSafe_; }
 
-    DedupHandle::PtrConst lookupByContent(DedupContentHandle const& content, U32 hash);
+    /// A reference to the object with that placement hash which `matches(context, object)` accepts,
+    /// or null.
+    DedupHandle::PtrConst find(U64 placementHash,
+                               bool (*matches)(void const* context, DedupHandle const&),
+                               void const* context);
     DedupHandle::PtrConst dedup(DedupHandle::Ptr const& object);
 
     /// A release that may be the last outside one of an object interned here.
@@ -132,10 +136,10 @@ class DedupTableCore {
     };
     class Locks;
 
-    U64 placedHash(U32 hash) const noexcept;
+    static U64 placedHash(U32 placement) noexcept;
 
-    U64 placedHashOf(DedupHandle const& handle) const noexcept {
-        return placedHash(handle.internedHash_);
+    static U64 placedHashOf(DedupHandle const& handle) noexcept {
+        return placedHash(handle.placement_);
     }
 
     Shard& shardOf(U64 placed) noexcept;
@@ -143,13 +147,12 @@ class DedupTableCore {
     template <class Predicate>
     DedupHandle::PtrConst take(Locks& locks, Shard& shard, U64 placed, Predicate const& matches);
 
-    void enter(Shard& shard, DedupHandle& handle, U32 hash, bool announce);
+    void enter(Shard& shard, DedupHandle& handle, U32 placement, bool announce);
     void leave(Shard& shard, DedupHandle& handle) noexcept;
     DedupHandle::PtrConst announceInsertion(Locks& locks, Shard& shard, DedupHandle::Ptr object);
     void forgetAnnouncements() noexcept;
 
     bool const threadSafe_;
-    U64 const seed_;
     std::vector<Shard> shards_;
     /// The notifiee, and whether it is told, are read and changed under the notification mutex
     /// only. Whether that mutex is needed is readable without.

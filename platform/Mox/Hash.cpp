@@ -1,6 +1,8 @@
 #include <Mox/Hash.h>
 
+#include <array>
 #include <atomic>
+#include <bit>
 #include <chrono>
 #include <cstring>
 #include <sys/random.h>
@@ -9,15 +11,20 @@ namespace Mox {
 
 namespace {
 
-U64 drawSecret() noexcept {
-    U64 secret = 0;
-    if (::getrandom(&secret, sizeof secret, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof secret)) {
-        // An entropy pool that is not ready yet, or a sandbox that forbids the call: the clock and
-        // the place that the loader chose are what is left to vary.
+Detail::HashSecret drawSecret() noexcept {
+    std::array<U64, 2> drawn{};
+    if (::getrandom(drawn.data(), sizeof drawn, GRND_NONBLOCK) != ssize_t{sizeof drawn}) {
+        // The entropy pool is not ready yet, or a sandbox forbids the call: use the clock and the
+        // address the loader chose.
         auto const now = std::chrono::steady_clock::now().time_since_epoch().count();
-        secret = mixHash(static_cast<U64>(now), reinterpret_cast<U64>(&Detail::hashSecret) | 1);
+        drawn[0] = mixHash(static_cast<U64>(now), reinterpret_cast<U64>(&Detail::hashSecret) | 1);
+        drawn[1] = mixHash(drawn[0], 0x8ebc6af09c88c6e3U);
     }
-    return secret;
+    auto factor = drawn[1] | 1;
+    while (std::popcount(factor) < 24 || std::popcount(factor) > 40) {
+        factor = (mixHash(factor, 0xd6e8feb86659fd93U) + 0x9e3779b97f4a7c15U) | 1;
+    }
+    return {drawn[0], factor};
 }
 
 std::atomic<U64> seedsDrawn{0};
@@ -26,7 +33,7 @@ std::atomic<U64> seedsDrawn{0};
 
 namespace Detail {
 // Before every initialiser of default priority: registration of types hashes already.
-[[gnu::init_priority(101)]] HashSecret const hashSecret{drawSecret()};
+[[gnu::init_priority(101)]] HashSecret const hashSecret = drawSecret();
 } // namespace Detail
 
 U64 hashOctets(std::string_view octets, U64 seed) noexcept {

@@ -4,18 +4,19 @@
 #include <Mox/Types.h>
 
 #include <cstddef>
+#include <cstring>
+#include <span>
 #include <string_view>
 
 namespace Mox {
 
 namespace Detail {
 /// Drawn once per process before any other initialiser of these libraries runs. Values come from
-/// strangers, who must not be able to choose many that share a hash.
+/// untrusted peers, who must not be able to choose many that share a hash.
 struct HashSecret {
-    explicit HashSecret(U64 drawn) noexcept
-      : word(drawn) {}
-
     U64 word;
+    /// Odd, with about as many ones as zeros: a factor.
+    U64 factor;
 };
 
 VOBGP_EXPORT extern HashSecret const hashSecret;
@@ -33,6 +34,51 @@ constexpr U64 mixHash(U64 a, U64 b) noexcept {
 /// another one in the next.
 inline U64 hashWord(U64 word) noexcept {
     return mixHash(word ^ Detail::hashSecret.word, 0x9e3779b97f4a7c15U);
+}
+
+/// A 64-bit hash that nobody outside the process can predict: both factors are secret. Decides
+/// where an interned object is placed.
+inline U64 keyedHash(U64 word) noexcept {
+    return mixHash(word ^ Detail::hashSecret.word, Detail::hashSecret.factor);
+}
+
+/// The keyed hash of a sequence of words, one by one. The length is part of the hash.
+class KeyedHash {
+  public:
+    explicit KeyedHash(std::size_t length) noexcept
+      : state_(keyedHash(length)) {}
+
+    void add(U64 first, U64 second = 0) noexcept {
+        state_ = mixHash(first ^ state_, second ^ Detail::hashSecret.factor);
+    }
+
+    U64 finish() const noexcept { return keyedHash(state_); }
+
+  private:
+    U64 state_;
+};
+
+/// The keyed hash of octets, sixteen at a time.
+inline U64 keyedHash(std::span<std::byte const> octets) noexcept {
+    auto const load = [](std::byte const* from, std::size_t count) {
+        U64 word = 0;
+        std::memcpy(&word, from, count);
+        return word;
+    };
+    KeyedHash hash(octets.size());
+    auto const* next = octets.data();
+    auto left = octets.size();
+    for (; left >= 16; left -= 16, next += 16) {
+        hash.add(load(next, 8), load(next + 8, 8));
+    }
+    if (left >= 8) {
+        hash.add(load(next, 8), load(next + left - 8, 8));
+    } else if (left >= 4) {
+        hash.add(load(next, 4), load(next + left - 4, 4));
+    } else if (left != 0) {
+        hash.add(load(next, left));
+    }
+    return hash.finish();
 }
 
 /// The framework's hash of octets.

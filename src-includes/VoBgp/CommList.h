@@ -39,6 +39,7 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
     // The interned-object contract: the values are what counts. A content to look up by is a
     // `std::span<Value const>`, sorted, each value once.
     U32 hash() const override;
+    U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
     bool compareByContent(Kel::DedupContentHandle const& content) const override;
 

@@ -78,6 +78,9 @@ class VOBGP_EXPORT ExtCommIp6Content {
     /// against the order of the wire.
     U32 hash() const noexcept;
 
+    /// What decides an interned community's place in its table.
+    U64 placementHash() const noexcept;
+
     friend constexpr bool operator==(ExtCommIp6Content const&,
                                      ExtCommIp6Content const&) noexcept = default;
     friend constexpr auto operator<=>(ExtCommIp6Content const&,
@@ -146,6 +149,7 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
 
     // The interned-object contract: the content is what counts, the classification takes no part.
     U32 hash() const override;
+    U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
     bool compareByContent(Kel::DedupContentHandle const& content) const override;
     void formatHandle(std::ostream& os) const override;

@@ -121,6 +121,7 @@ class VOBGP_EXPORT ExtCommClassificationListBase : public ExtCommMembers<Family,
     // The interned-object contract: the members' identities are what counts, the class takes no
     // part. A content to look up by is a `std::span<CommPtr const>`, sorted, each member once.
     U32 hash() const override;
+    U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
     bool compareByContent(Kel::DedupContentHandle const& content) const override;
     void formatHandle(std::ostream& os) const override;
@@ -173,6 +174,7 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
     // The interned-object contract: the classification lists' identities are what counts, ten at
     // most; the members follow from them. A content to look up by is a `ClassificationLists`.
     U32 hash() const override;
+    U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
     bool compareByContent(Kel::DedupContentHandle const& content) const override;
     void formatHandle(std::ostream& os) const override;

@@ -70,6 +70,7 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
 
     // The interned-object contract: the content is what counts, the classification takes no part.
     U32 hash() const override;
+    U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
     bool compareByContent(Kel::DedupContentHandle const& content) const override;
     void formatHandle(std::ostream& os) const override;

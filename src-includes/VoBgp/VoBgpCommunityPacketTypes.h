@@ -203,6 +203,9 @@ class VOBGP_EXPORT ExtCommContent {
 
     /// The framework's single-attribute hash of the community.
     U64 hash() const noexcept { return Mox::hashWord(community_); }
+
+    /// What decides an interned community's place in its table.
+    U64 placementHash() const noexcept { return Mox::keyedHash(community_); }
     friend constexpr bool operator==(ExtCommContent, ExtCommContent) noexcept = default;
     friend constexpr auto operator<=>(ExtCommContent, ExtCommContent) noexcept = default;
 
