@@ -100,8 +100,8 @@ U64 ExtCommIp6Content::placementHash() const noexcept {
 
 // ---- ExtCommIp6 ---------------------------------------------------------------------------------
 
-// A table holds many: what one costs is a promise.
-static_assert(sizeof(ExtCommIp6) == 56 && sizeof(ExtCommIp6Subtyped) == 56);
+// A table holds many.
+static_assert(sizeof(ExtCommIp6) == 48 && sizeof(ExtCommIp6Subtyped) == 48);
 
 ExtCommIp6::~ExtCommIp6() = default;
 
@@ -128,7 +128,10 @@ void ExtCommIp6::formatHandle(std::ostream& os) const {
 ExtCommIp6::PtrConst ExtCommIp6::dedupContent(ExtCommIp6DedupTable const* table,
                                               ExtCommIp6Content const& content) {
     auto const& hashTable = table->dedupHashTable();
-    auto dedupHandle = hashTable->lookupByContent(Kel::DedupContentHandle(content), content.hash());
+    auto dedupHandle =
+        hashTable->find(content.placementHash(), [&](Kel::DedupHandle const& candidate) {
+            return static_cast<ExtCommIp6 const&>(candidate).content_ == content;
+        });
     if (!dedupHandle) {
         // Another thread may intern an equal object meanwhile: dedup() returns the first, and the
         // one parsed here goes.

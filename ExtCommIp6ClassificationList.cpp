@@ -43,7 +43,7 @@ std::ostream& operator<<(std::ostream& os, ExtCommIp6ClassificationList const& l
 }
 
 template class ExtCommClassificationListBase<ExtCommIp6ListFamily>;
-static_assert(sizeof(ExtCommIp6ClassificationList) == 56);
+static_assert(sizeof(ExtCommIp6ClassificationList) == 48);
 
 Mox::Ptr<ExtCommIp6ClassificationList>
 ExtCommIp6ListFamily::newClassificationList(ExtCommClassification classification) {

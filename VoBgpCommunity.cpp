@@ -143,8 +143,8 @@ Mox::TypeRegistration const registrations[] = {
 
 // ---- ExtComm ------------------------------------------------------------------------------------
 
-// A table holds millions: what one costs is a promise.
-static_assert(sizeof(ExtComm) == 48 && sizeof(ExtCommAsNumber) == 48);
+// A table holds millions.
+static_assert(sizeof(ExtComm) == 40 && sizeof(ExtCommAsNumber) == 40);
 
 ExtComm::~ExtComm() = default;
 
@@ -164,19 +164,39 @@ bool ExtComm::compareByContent(Kel::DedupContentHandle const& content) const {
     return content.as<ExtCommContent>() == extCommContent_;
 }
 
+/// Whether an object of the table has the content, compared without a virtual call.
+class ExtComm::HasContent {
+  public:
+    explicit HasContent(ExtCommContent content) noexcept
+      : content_(content) {}
+
+    bool operator()(Kel::DedupHandle const& candidate) const noexcept {
+        return static_cast<ExtComm const&>(candidate).extCommContent_ == content_;
+    }
+
+  private:
+    ExtCommContent content_;
+};
+
 void ExtComm::formatHandle(std::ostream& os) const {
     os << *this;
 }
 
 ExtComm::PtrConst ExtComm::dedupContent(ExtCommDedupTable const* table,
                                         ExtCommContent const& content) {
-    auto const& hashTable = table->dedupHashTable();
-    auto found = hashTable->lookupByContent(Kel::DedupContentHandle(content),
-                                            static_cast<U32>(content.hash()));
+    auto found = table->dedupHashTable()->findFast(content.placementHash(), HasContent(content));
+    // What follows a miss is out of line, so that a hit saves no registers.
+    return found ? Mox::staticPtrCast<ExtComm const>(std::move(found))
+                 : dedupSlowly(*table, content);
+}
+
+/// Another thread may intern an equal object meanwhile: dedup() returns the first, and the one
+/// parsed here is destroyed.
+ExtComm::PtrConst ExtComm::dedupSlowly(ExtCommDedupTable const& table, ExtCommContent content) {
+    auto const& hashTable = table.dedupHashTable();
+    auto found = hashTable->find(content.placementHash(), HasContent(content));
     if (!found) {
-        // Another thread may intern an equal object meanwhile: dedup() returns the first, and the
-        // one parsed here goes.
-        auto parsed = table->parseExtCommRule()->parseExtendedCommunity(content);
+        auto parsed = table.parseExtCommRule()->parseExtendedCommunity(content);
         found = hashTable->dedup(Mox::constPtrCast<ExtComm>(std::move(parsed)));
     }
     return Mox::staticPtrCast<ExtComm const>(std::move(found));
@@ -420,6 +440,13 @@ void ExtCommLifeTimeNotifiee::handleRemove(Kel::DedupHandle* handle) {
     if (extComm->classification() == extCommClassificationRouteTarget) {
         producerRtList_->rtDel(RouteTarget(extComm->community()));
     }
+}
+
+Kel::DedupHandleFilter ExtCommLifeTimeNotifiee::filter() const noexcept {
+    return [](Kel::DedupHandle const& handle) noexcept {
+        return static_cast<ExtComm const&>(handle).classification() ==
+               extCommClassificationRouteTarget;
+    };
 }
 
 void ExtCommLifeTimeNotifiee::handleNotificationStop(

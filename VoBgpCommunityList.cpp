@@ -329,8 +329,8 @@ template class ValueCommList<CommunityValue>;
 
 // ---- CommList -----------------------------------------------------------------------------------
 
-// A table holds many: what one costs is a promise.
-static_assert(sizeof(CommList) == 56 && sizeof(LargeCommList) == 56);
+// A table holds many.
+static_assert(sizeof(CommList) == 48 && sizeof(LargeCommList) == 48);
 
 CommList::CommList() noexcept = default;
 CommList::~CommList() = default;

@@ -1,10 +1,10 @@
 /*
- * The interning protocol in thread-safe mode: one content, one shard, a few threads.
+ * The interning protocol in thread-safe mode: one or two contents, one shard, a few threads.
  *
- * What is checked is the order of the steps of Kel::DedupTableCore over the word of Mox::CountWord,
- * under every interleaving. Each plain load, compare-and-swap, lock and unlock is a step of its
- * own; a compare-and-swap compares with what was loaded some steps before. Steps bear the names
- * that they have in the code. README.md says what is left out.
+ * It checks the order of the steps of Kel::DedupTableCore over the word of Mox::CountWord under
+ * every interleaving. Each plain load, compare-and-swap, lock and unlock is a step of its own; a
+ * compare-and-swap compares with what was loaded some steps before. Steps have the names that they
+ * have in the code. README.md says what is left out.
  *
  * A configuration is a choice of these macros:
  *
@@ -17,6 +17,8 @@
  *   REENTERS  the notifiee looks the content up again from inside handleInsert
  *   LEAVES    the notifiee may take itself off from inside a notification
  *   RETURNS   handleNotificationStop may put a notifiee on the table again
+ *   REUSES    the memory of a destroyed object is the next one's
+ *   CONTENTS  2: two contents, in one shard
  *   RESETS    the notifiee's handleInsert may reset the pointer that the object is interned by
  *   NOTIFIERS lifetime notifiers are made, by the notifiee if there is one, else by a holder, and
  *             dropped by anybody, at any time; its value is how many for one object, by holders
@@ -26,7 +28,14 @@
  * FAULT_... plants a fault, which must be found.
  */
 
+#ifdef REUSES
+#define OBJECTS (2 * THREADS)
+#else
 #define OBJECTS (THREADS * ROUNDS)
+#endif
+#ifndef CONTENTS
+#define CONTENTS 1
+#endif
 #define NONE 255
 
 #if defined(WATCHED) || defined(REWATCHED)
@@ -39,16 +48,17 @@
 #define TABLE_DIES
 #endif
 
-/* ---- Mox::CountWord: count, floor, state and flags, which change in one step ----------------- */
+/* ---- Mox::CountWord: count, floor, state, flags and table, which change in one step ----------- */
 
 #define countOf(w) ((w) & 15)
-#define floorOf(w) (((w) >> 4) & 63)
-#define stateOf(w) (((w) >> 10) & 7)
-#define withState(w, s) (((w) & ~(7 << 10)) | ((s) << 10))
+#define floorOf(w) (((w) >> 4) & 7)
+#define stateOf(w) (((w) >> 7) & 7)
+#define withState(w, s) (((w) & ~(7 << 7)) | ((s) << 7))
 #define FLOOR_ONE 16
-#define FLOOR_MASK (63 << 4)
-#define PENDING (1 << 13)
-#define ANNOUNCED (1 << 14)
+#define FLOOR_MASK (7 << 4)
+#define PENDING (1 << 10)
+#define ANNOUNCED (1 << 11)
+#define TABLE_ID (1 << 12)  /* the object names this table */
 
 #define NEVER_INTERNED 0
 #define INTERNED 1
@@ -56,28 +66,32 @@
 #define LEFT 3
 
 #define isSettled(w) (stateOf(w) == INTERNED && ((w) & PENDING) == 0)
+#define isSettledHere(w) (isSettled(w) && ((w) & TABLE_ID) != 0)
 
 /* What a change makes of the word that it finds. */
 #define enteredTable(w, announce)                                                                  \
-    (withState(w, INTERNED) + 1 + FLOOR_ONE + (announce -> (PENDING | ANNOUNCED) : 0))
+    (withState(w, INTERNED) + 1 + FLOOR_ONE + TABLE_ID + (announce -> (PENDING | ANNOUNCED) : 0))
 #define announcedInsertion(w) ((w) & ~PENDING)
 #define forgottenAnnouncement(w) ((w) & ~ANNOUNCED)
-#define leftTable(w) withState((w) & ~(FLOOR_MASK | PENDING | ANNOUNCED), LEFT)
+#define leftTable(w) withState((w) & ~(TABLE_ID | FLOOR_MASK | PENDING | ANNOUNCED), LEFT)
+#define leftBehind(w) withState((w) & ~(FLOOR_MASK | PENDING | ANNOUNCED), LEFT)
 #define takenBack(w)                                                                               \
-    (withState((w) & ~(FLOOR_MASK | PENDING | ANNOUNCED),                                          \
+    (withState((w) & ~(TABLE_ID | FLOOR_MASK | PENDING | ANNOUNCED),                               \
                (floorOf(w) > 1 -> LEFT : NEVER_INTERNED)) - 1)
 #define detached(w) (withState((w) & ~FLOOR_MASK, BEING_DETACHED) - 1)
 
 /* ---- What the threads share ------------------------------------------------------------------ */
 
-/* Objects of one content. An object is made once; its memory is never used again, so that whoever
-   touches it too late is seen. */
+/* Objects, each in a cell of memory. Without REUSES an object is made once and its cell never used
+   again, so that any touch that comes too late is seen. */
 #define UNBORN 0
 #define ALIVE 1
 #define FREED 2
 byte life[OBJECTS];
 short word[OBJECTS];
-bit hasCore[OBJECTS];     /* DedupHandle::core_ is not null */
+#if CONTENTS == 2
+bit content[OBJECTS];
+#endif
 byte notifiers[OBJECTS];  /* lifetime notifiers that somebody owns, */
 byte raised[OBJECTS];     /* how many of them raised the floor, */
 byte made[OBJECTS];       /* and how many there are, with those in the making or being dropped */
@@ -85,9 +99,9 @@ byte made[OBJECTS];       /* and how many there are, with those in the making or
 /* The table's core. */
 bit coreAlive = 1;
 byte holders = 1;
-byte entry = NONE;        /* the slot for the content */
-bit telling_;             /* there is a notifiee; under the notification mutex only */
-bit watched_;             /* the notification mutex is needed; readable without it */
+byte entry[CONTENTS] = NONE; /* the slot for each content */
+bit notifieeActive_;             /* there is a notifiee; under the notification mutex only */
+bit hasNotifiee_;             /* the notification mutex is needed; readable without it */
 byte shardOwner = NONE;
 
 /* The process-wide recursive mutex. */
@@ -98,7 +112,7 @@ byte notificationDepth;
 byte tableReferences = THREADS;
 
 /* What the notifiee knows. */
-byte heard = NONE;        /* the object whose removal it is owed */
+byte heard[CONTENTS] = NONE; /* the object whose removal it will be told of */
 byte notifying = NONE;    /* the thread that is calling it */
 
 #ifdef TABLE_DIES
@@ -108,6 +122,20 @@ byte notifying = NONE;    /* the thread that is calling it */
 #endif
 
 #define touch(o) assert(life[o] == ALIVE)
+
+#if CONTENTS == 2
+#define contentOf(o) content[o]
+#define madeOf(o, c) content[o] = c
+#define tableIsEmpty (entry[0] == NONE && entry[1] == NONE)
+#define nothingIsHeard (heard[0] == NONE && heard[1] == NONE)
+#define nothingHeard() atomic { heard[0] = NONE; heard[1] = NONE }
+#else
+#define contentOf(o) 0
+#define madeOf(o, c) skip
+#define tableIsEmpty (entry[0] == NONE)
+#define nothingIsHeard (heard[0] == NONE)
+#define nothingHeard() heard[0] = NONE
+#endif
 
 /* ---- Locks ------------------------------------------------------------------------------------ */
 
@@ -132,7 +160,7 @@ inline unlockNotificationMutex() {
         assert(notificationOwner == _pid);
         notificationDepth--;
         if
-        :: notificationDepth == 0 -> assert(watched_ == telling_); notificationOwner = NONE
+        :: notificationDepth == 0 -> assert(hasNotifiee_ == notifieeActive_); notificationOwner = NONE
         :: else
         fi
     }
@@ -141,13 +169,13 @@ inline unlockNotificationMutex() {
 /* DedupTableCore::Locks: `owns` is whether this one holds the notification mutex, which its thread
    may hold besides, further up. */
 #define FOR_SHARD 0
-#define MAY_HAVE_TO_ANNOUNCE 1
+#define MAY_ANNOUNCE 1
 
-inline Locks(owns, mayHaveToAnnounce) {
+inline Locks(owns, mayNotify) {
     owns = 0;
     if
-    :: mayHaveToAnnounce ->
-       atomic { assert(coreAlive); wasWatched = watched_ };
+    :: mayNotify ->
+       atomic { assert(coreAlive); wasWatched = hasNotifiee_ };
        if
        :: wasWatched -> lockNotificationMutex(); owns = 1
        :: else
@@ -157,11 +185,11 @@ inline Locks(owns, mayHaveToAnnounce) {
     lockShard()
 }
 
-inline lackNotification(owns, lacks) {
-    lacks = !owns && watched_
+inline needsNotificationMutex(owns, lacks) {
+    lacks = !owns && hasNotifiee_
 }
 
-#define mayAnnounce(owns) (owns && telling_)
+#define announces(owns) (owns && notifieeActive_)
 
 inline lockNotification(owns) {
     unlockShard();
@@ -221,7 +249,7 @@ inline releaseCore() {
         assert(coreAlive && holders != 0);
         holders--;
         if
-        :: holders == 0 -> assert(shardOwner == NONE && entry == NONE); coreAlive = 0
+        :: holders == 0 -> assert(shardOwner == NONE && tableIsEmpty); coreAlive = 0
         :: else
         fi
     }
@@ -232,12 +260,11 @@ inline destroy(o) {
     atomic {
         touch(o);
         assert(countOf(word[o]) == 1 && floorOf(word[o]) == 0);
-        assert(stateOf(word[o]) != BEING_DETACHED && entry != o && heard != o);
+        assert(stateOf(word[o]) != BEING_DETACHED);
+        assert(entry[contentOf(o)] != o && heard[contentOf(o)] != o);
         assert(notifiers[o] == 0);
         life[o] = FREED;
-        word[o] = 0;
-        hadCore = hasCore[o];
-        hasCore[o] = 0
+        hadCore = (word[o] & TABLE_ID) != 0
     };
     if
     :: hadCore -> releaseCore()
@@ -266,7 +293,7 @@ inline releaseOrdinary(o) {
 /* Under the shard's lock: DedupTableCore::take. */
 inline take(owns, found) {
     do
-    :: found = entry;
+    :: found = entry[want];
        if
        :: found == NONE -> break
        :: else
@@ -295,30 +322,39 @@ inline take(owns, found) {
 }
 
 inline leave(o) {
-    atomic { touch(o); assert(entry == o && shardOwner == _pid); entry = NONE };
-    atomic { touch(o); hasCore[o] = 0 }
+    atomic {
+        touch(o);
+        assert(entry[contentOf(o)] == o && shardOwner == _pid);
+        entry[contentOf(o)] = NONE
+    }
 }
 
 inline forgetAnnouncements() {
     lockShard();
     if
-    :: entry != NONE -> CHANGE(entry, before, forgottenAnnouncement(before))
+    :: entry[0] != NONE -> CHANGE(entry[0], before, forgottenAnnouncement(before))
     :: else
     fi;
+#if CONTENTS == 2
+    if
+    :: entry[1] != NONE -> CHANGE(entry[1], before, forgottenAnnouncement(before))
+    :: else
+    fi;
+#endif
     unlockShard()
 }
 
 /* From inside handleNotificationStop, where there is nobody to be told to stop. */
 inline notifieeIsAgain() {
     lockNotificationMutex();
-    telling_ = 1;
+    notifieeActive_ = 1;
     forgetAnnouncements();
-    watched_ = telling_;
+    hasNotifiee_ = notifieeActive_;
     unlockNotificationMutex()
 }
 
 inline handleNotificationStop() {
-    heard = NONE;
+    nothingHeard();
 #ifdef RETURNS
     if
     :: tableReferences != 0 -> notifieeIsAgain()
@@ -330,54 +366,71 @@ inline handleNotificationStop() {
 inline notifieeIs(on) {
     lockNotificationMutex();
     if
-    :: telling_ == on
+    :: notifieeActive_ == on
     :: else ->
 #ifdef FAULT_STOP_TOLD_LATE
-       watched_ = 0;
+       hasNotifiee_ = 0;
 #endif
-       telling_ = on;
+       notifieeActive_ = on;
        forgetAnnouncements();
        if
        :: !on -> handleNotificationStop()
        :: else
        fi;
 #ifdef FAULT_WATCHED_AS_ASKED_FOR
-       watched_ = on
+       hasNotifiee_ = on
 #else
-       watched_ = telling_
+       hasNotifiee_ = notifieeActive_
 #endif
     fi;
     unlockNotificationMutex()
 }
 
 /* DedupTableCore::abandon. */
-inline abandon() {
-    lockShard();
-    abandoned = entry;
-    entry = NONE;
+inline leaveBehindOne(c) {
+    abandoned = entry[c];
     if
     :: abandoned != NONE ->
 #ifndef FAULT_CORE_NOT_HELD
-       atomic { touch(abandoned); holders++; assert(hasCore[abandoned]) };
-#else
-       atomic { touch(abandoned); hasCore[abandoned] = 0 };
+       atomic { touch(abandoned); holders++; assert((word[abandoned] & TABLE_ID) != 0) };
 #endif
        atomic {
            touch(abandoned);
            wasDetaching = (stateOf(word[abandoned]) == BEING_DETACHED)
        };
+#ifndef FAULT_CORE_NOT_HELD
+       CHANGE(abandoned, before, leftBehind(before));
+#else
        CHANGE(abandoned, before, leftTable(before));
+#endif
        if
        :: wasDetaching -> retain(abandoned)
        :: else
        fi
     :: else
-    fi;
-    unlockShard();
+    fi
+}
+
+inline releaseOne(c) {
+    abandoned = entry[c];
+    entry[c] = NONE;
     if
     :: abandoned != NONE -> releaseOrdinary(abandoned)
     :: else
-    fi;
+    fi
+}
+
+inline abandon() {
+    lockShard();
+    leaveBehindOne(0);
+#if CONTENTS == 2
+    leaveBehindOne(1);
+#endif
+    unlockShard();
+    releaseOne(0);
+#if CONTENTS == 2
+    releaseOne(1);
+#endif
     releaseCore()
 }
 
@@ -477,7 +530,12 @@ inline startNotification() {
 }
 
 inline handleInsert(o, threw) {
-    atomic { startNotification(); assert(heard == NONE); heard = o; threw = 0 };
+    atomic {
+        startNotification();
+        assert(heard[contentOf(o)] == NONE);
+        heard[contentOf(o)] = o;
+        threw = 0
+    };
 #ifdef NOTIFIERS
     if
     :: made[o] = 1; makeNotifier(o)
@@ -516,7 +574,7 @@ inline handleInsert(o, threw) {
 #endif
 #ifdef THROWS
     if
-    :: atomic { threw = 1; heard = NONE }
+    :: atomic { threw = 1; heard[contentOf(o)] = NONE }
     :: true
     fi;
 #endif
@@ -524,7 +582,12 @@ inline handleInsert(o, threw) {
 }
 
 inline handleRemove(o) {
-    atomic { startNotification(); touch(o); assert(heard == o); heard = NONE };
+    atomic {
+        startNotification();
+        touch(o);
+        assert(heard[contentOf(o)] == o);
+        heard[contentOf(o)] = NONE
+    };
 #ifdef NOTIFIERS
     if
     :: atomic { notifiers[o] != 0 -> ownNotifier(o) }; dropNotifier(o)
@@ -548,12 +611,71 @@ inline handleRemove(o) {
 
 /* ---- Interning and letting go ----------------------------------------------------------------- */
 
-/* DedupTableCore::lookupByContent. */
-inline lookupByContent(found) {
-    Locks(owns, FOR_SHARD);
-    take(owns, found);
-    unlockShard();
-    unlockOwned(owns)
+/* DedupTableCore::probe and CountWord::retainIfSettledIn: no lock, no reference. What the slot names
+   may have been freed, and its cell be another object's, between any two steps; its word may be
+   read all the same. NONE if there is nothing to be had without the lock. A slot that is being moved
+   to another array is missed, which may happen at any time. */
+inline probe(found) {
+    if
+    :: found = entry[want]
+    :: found = NONE
+    fi;
+    if
+    :: found == NONE
+    :: else ->
+       before = word[found];
+#ifdef FAULT_PROBE_IN_TWO_STEPS
+       if
+       :: isSettledHere(before) -> word[found] = word[found] + 1
+       :: else -> found = NONE
+       fi;
+#else
+       do
+#ifdef FAULT_PROBE_UNSETTLED
+       :: stateOf(before) != NEVER_INTERNED ->
+#else
+       :: isSettledHere(before) ->
+#endif
+          atomic {
+              if
+              :: word[found] == before -> word[found] = before + 1; break
+              :: else -> before = word[found]
+              fi
+          }
+       :: else -> found = NONE; break
+       od;
+#endif
+       if
+       :: found == NONE
+       :: else ->
+          /* Alive, interned and announced from the moment that the reference was taken. */
+          atomic {
+              touch(found);
+              assert(stateOf(word[found]) == INTERNED && (word[found] & PENDING) == 0)
+          };
+#if CONTENTS == 2 && !defined(FAULT_PROBE_CONTENT_UNSEEN)
+          /* The cell is another content's by now. */
+          if
+          :: contentOf(found) != want -> release(found); found = NONE
+          :: else
+          fi
+#endif
+       fi
+    fi
+}
+
+/* DedupTableCore::find: probe, and what misses is looked for again under the lock. */
+inline find(found) {
+    probe(found);
+    if
+    :: found != NONE
+    :: else ->
+       Locks(owns, FOR_SHARD);
+       take(owns, found);
+       unlockShard();
+       unlockOwned(owns)
+    fi;
+    assert(found == NONE || contentOf(found) == want)
 }
 
 /* DedupTableCore::dedup. `found` is what it returns, NONE if it throws. */
@@ -563,7 +685,7 @@ inline dedup(o, found) {
 #ifndef FAULT_INSERT_UNHEARD
     if
     :: found == NONE ->
-       lackNotification(owns, lacks);
+       needsNotificationMutex(owns, lacks);
        if
        :: lacks ->
           lockNotification(owns);
@@ -578,16 +700,15 @@ inline dedup(o, found) {
     if
     :: found != NONE -> unlockShard()
     :: else ->
-       announce = mayAnnounce(owns);
+       announce = announces(owns);
 #ifdef ALWAYS_WATCHED
        assert(announce);
 #endif
        /* enter */
        assert(stateOf(word[o]) == NEVER_INTERNED);
-       hasCore[o] = 1;
        CHANGE(o, before, enteredTable(before, announce));
        /* Equal content is never represented by two objects. */
-       atomic { assert(coreAlive && entry == NONE); entry = o };
+       atomic { assert(coreAlive && entry[want] == NONE); entry[want] = o };
        threw = 0;
        if
        :: !announce -> retain(o); unlockShard()
@@ -660,22 +781,22 @@ inline releaseUnderLock(o, outcome) {
 
 /* DedupTableCore::releaseHandle; afterwards the reference is gone, or an ordinary one is left. */
 inline releaseHandle(o, done) {
-    atomic { touch(o); assert(hasCore[o]) };
+    atomic { touch(o); assert((word[o] & TABLE_ID) != 0) };
 #ifdef FAULT_DECREMENT_UNLOCKED
     releaseUnderLock(o, outcome);
-    Locks(owns, MAY_HAVE_TO_ANNOUNCE);
+    Locks(owns, MAY_ANNOUNCE);
 #elif defined(FAULT_REMOVE_UNHEARD)
     Locks(owns, FOR_SHARD);
     releaseUnderLock(o, outcome);
 #else
-    Locks(owns, MAY_HAVE_TO_ANNOUNCE);
+    Locks(owns, MAY_ANNOUNCE);
     releaseUnderLock(o, outcome);
 #endif
     if
     :: outcome == DETACHING ->
        atomic { touch(o); before = word[o] };
        if
-       :: (before & ANNOUNCED) != 0 && mayAnnounce(owns) ->
+       :: (before & ANNOUNCED) != 0 && announces(owns) ->
           unlockShard();
           handleRemove(o);
           lockShard()
@@ -727,6 +848,7 @@ inline release(o) {
     bit owns, ownsInside, ownsObject, wasWatched, lacks, done, hadCore;                            \
     bit announce, threw, didRaise, lowered, wasDetaching, hasTable, lastOfTable;                   \
     byte found = NONE, foundInside = NONE, abandoned = NONE, dropped = NONE, outcome, round, own;  \
+    byte want;                                                                                     \
     short before
 
 byte finished;
@@ -740,16 +862,37 @@ proctype Interner(byte first) {
     :: round < ROUNDS TABLE_IS_HELD ->
        own = first + round;
        found = NONE;
+#if CONTENTS == 2
+       if
+       :: want = 0
+       :: want = 1
+       fi;
+#endif
 #ifndef BRIEF
        if
-       :: lookupByContent(found)
+       :: find(found)
        :: true
        fi;
 #endif
        if
        :: found != NONE
        :: else ->
-          atomic { assert(life[own] == UNBORN); life[own] = ALIVE; word[own] = 1; ownsObject = 1 };
+          atomic {
+#ifdef REUSES
+              /* The cell that was freed last, in the worst case. */
+              own = 0;
+              do
+              :: life[own] == ALIVE -> own++
+              :: else -> break
+              od;
+#else
+              assert(life[own] == UNBORN);
+#endif
+              life[own] = ALIVE;
+              word[own] = 1;
+              madeOf(own, want);
+              ownsObject = 1
+          };
           /* An object that the notifiee would not have may be interned again. */
           do
           :: dedup(own, found);
@@ -821,8 +964,8 @@ init {
     LOCALS;
     atomic {
 #ifdef NOTIFIEE
-        watched_ = 1;
-        telling_ = 1;
+        hasNotifiee_ = 1;
+        notifieeActive_ = 1;
 #endif
         run Interner(0);
         run Interner(ROUNDS);
@@ -835,7 +978,7 @@ init {
     };
     finished == PROCESSES;
     /* Nobody holds an object any more, but for notifiers. */
-    assert(entry == NONE && heard == NONE);
+    assert(tableIsEmpty && nothingIsHeard);
 #ifndef TABLE_DIES
     hasTable = 1;
     tableReferences = 1;

@@ -83,6 +83,39 @@ TEST_F(InternThreads, AnObserverComesAndGoesWhileOthersIntern) {
     switcher.join();
 }
 
+TEST_F(InternThreads, LookUpsFindWhatStaysWhileTheTableGrowsAndShrinks) {
+    auto const stay = internAll(*table, 64);
+    std::atomic<bool> done{false};
+    std::vector<std::thread> changers;
+    for (U64 t = 1; t <= 2; ++t) {
+        // What leaves frees its memory for the other thread's next object, of another content.
+        changers.emplace_back([this, t] {
+            for (int round = 0; round < 10; ++round) {
+                std::vector<Word::PtrConst> come;
+                for (U64 i = 0; i < steps / 20; ++i) {
+                    come.push_back(intern(*table, 64 + 2 * i + t % 2 + (round % 2) * steps));
+                }
+            }
+        });
+    }
+    std::thread reader([&] {
+        std::mt19937_64 random(0);
+        while (!done) {
+            U64 const value = random() % stay.size();
+            ASSERT_EQ(lookup(*table, value), stay[value]);
+            if (auto const other = lookup(*table, value + 64)) {
+                ASSERT_EQ(other->value(), value + 64);
+            }
+        }
+    });
+    for (auto& changer : changers) {
+        changer.join();
+    }
+    done = true;
+    reader.join();
+    EXPECT_EQ(table->size(), stay.size());
+}
+
 TEST_F(InternThreads, ReleasesMeetATableThatGoes) {
     for (int round = 0; round < steps / 500; ++round) {
         auto mortal = Mox::makeCounted<Table>(true);

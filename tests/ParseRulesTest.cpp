@@ -372,7 +372,7 @@ TEST(ParseRules, ShowStringsSelectTheirFormatFlagByFlag) {
 
 // ---- Costs and strangers ------------------------------------------------------------------------
 
-TEST(ParseRules, AParseAllocatesTheObjectAndNothingElse) {
+TEST(ParseRules, AParseAllocatesTheObjectAtMost) {
     auto const container = bgpParseExtCommContainerSmFactory();
     auto const& rule = container->extCommParser();
     for (U64 const community :
@@ -380,12 +380,12 @@ TEST(ParseRules, AParseAllocatesTheObjectAndNothingElse) {
           0x030b'8000'0000'0064u, 0x0305'0000'0000'0001u, 0x0600'0000'0000'0001u}) {
         auto const before = allocationsSoFar();
         auto const parsed = rule->parseExtendedCommunity(ExtCommContent(community));
-        EXPECT_EQ(allocationsSoFar() - before, 1u) << std::hex << community;
+        EXPECT_LE(allocationsSoFar() - before, 1u) << std::hex << community;
     }
     for (U8 const type : {U8{0x00}, U8{0x40}, U8{0x80}}) {
         auto const before = allocationsSoFar();
         auto const parsed = rule->parseExtendedCommunityIp6({type, 0x02, {}, 1});
-        EXPECT_EQ(allocationsSoFar() - before, 1u);
+        EXPECT_LE(allocationsSoFar() - before, 1u);
     }
 }
 

@@ -10,8 +10,8 @@
 namespace Kel {
 
 DedupHandle::~DedupHandle() {
-    if (core_ != nullptr) {
-        core_->release();
+    if (U32 const table = countWord().tableId(); table != 0) {
+        DedupTableCore::withId(table).release();
     }
 }
 
@@ -37,7 +37,7 @@ void DedupHandle::formatHandle(std::ostream& os) const {
 }
 
 void DedupHandle::releaseToFloor() const noexcept {
-    core_->releaseHandle(const_cast<DedupHandle&>(*this));
+    DedupTableCore::withId(countWord().tableId()).releaseHandle(const_cast<DedupHandle&>(*this));
 }
 
 } // namespace Kel

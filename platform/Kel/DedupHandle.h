@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Kel/HandleMemory.h>
 #include <Mox/Export.h>
 #include <Mox/Ptr.h>
 #include <Mox/PtrInterface.h>
@@ -72,12 +73,13 @@ class DedupContentHandle {
     std::optional<U64> placementHash_;
 };
 
-/// Base of every interned object: one immutable object stands for each distinct content in a table.
+/// Base of every interned object: a table holds one immutable object per content.
 ///
-/// It is owned by its counted pointers and, while it is interned, by its table; it leaves the table
-/// when the last outside reference goes. Content never changes once the object is interned, and may
-/// then be read from any thread; before, the object is its maker's alone. Counting is thread-safe
-/// when `Mox::threadSafePtrs()` is on.
+/// Owned by its counted pointers and, while it is interned, by its table; it leaves the table when
+/// the last outside reference is released. The content never changes once the object is interned
+/// and may then be read from any thread; until then the object belongs to one thread. Counting is
+/// thread-safe when `Mox::threadSafePtrs()` is on. A kind derives from this class first, and its
+/// objects are made by `new`: see HandleMemory.
 class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
   public:
     using Ptr = Mox::Ptr<DedupHandle>;
@@ -109,6 +111,12 @@ class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
     /// Whether this object has that content.
     virtual bool compareByContent(DedupContentHandle const& content) const = 0;
 
+    // Where interned objects live: Kel/HandleMemory.h.
+    static void* operator new(std::size_t octets) { return HandleMemory::allocate(octets); }
+    static void operator delete(void* cell, std::size_t octets) noexcept {
+        HandleMemory::free(cell, octets);
+    }
+
     DedupHandleState dedupState() const noexcept {
         return static_cast<DedupHandleState>(countWord().state());
     }
@@ -128,10 +136,8 @@ class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
     friend class DedupTableCore;
     friend class DedupHandleLifeTimeNotifier;
 
-    /// 32 bits of the placement hash that the object was interned with.
-    U32 placement_ = 0;
-    /// Where the object is interned, or was when its table went; kept alive by the object.
-    DedupTableCore* core_ = nullptr;
+    /// What is kept of the placement hash that the object was interned with.
+    U32 place_ = 0;
 };
 
 } // namespace Kel

@@ -39,6 +39,10 @@ Mox::TypeRegistration const registrations[] = {
 };
 } // namespace
 
+DedupHandleFilter DedupHashTableLifeTimeNotifiee::filter() const noexcept {
+    return [](DedupHandle const&) noexcept { return true; };
+}
+
 DedupHashTable::DedupHashTable(bool threadSafe)
   : core_(nullptr) {
     MOX_ASSERT_TEXT(!threadSafe || Mox::threadSafePtrs(), "!threadSafe || Mox::threadSafePtrs()");
@@ -57,13 +61,6 @@ DedupHandle::PtrConst DedupHashTable::lookupByContent(DedupContentHandle const& 
                                                       U32 hash) const {
     return find(content.placementHash().value_or(Mox::keyedHash(hash)),
                 [&](DedupHandle const& candidate) { return candidate.compareByContent(content); });
-}
-
-DedupHandle::PtrConst DedupHashTable::findMatching(U64 placementHash,
-                                                   bool (*matches)(void const* context,
-                                                                   DedupHandle const&),
-                                                   void const* context) const {
-    return core_->find(placementHash, matches, context);
 }
 
 DedupHandle::PtrConst DedupHashTable::dedup(DedupHandle::Ptr const& object) const {

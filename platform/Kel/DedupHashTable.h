@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Kel/DedupHandle.h>
+#include <Kel/DedupTableCore.h>
 #include <Kel/DumpContext.h>
 #include <Mox/CountWord.h>
 #include <Mox/Export.h>
@@ -12,7 +13,6 @@
 namespace Kel {
 
 class DedupHashTable;
-class DedupTableCore;
 
 /// The one observer of an intern table: hears every object that enters and leaves it.
 ///
@@ -34,6 +34,12 @@ class VOBGP_EXPORT DedupHashTableLifeTimeNotifiee : public Mox::PtrInterface {
     /// reference to it may be taken, nor its content looked up; another thread that looks it up
     /// waits. Does not throw.
     virtual void handleRemove(DedupHandle* handle) = 0;
+
+    /// Which objects the notifiee has to be told of; all, unless it knows better. Asked once, when
+    /// it is registered. The filter must always return the same for an object, and may be called
+    /// by any thread that has a reference to it. Insertions and releases of other objects do not
+    /// take the notification mutex.
+    virtual DedupHandleFilter filter() const noexcept;
 
     /// No more will be heard of the table: it goes, or has another observer now. Objects that were
     /// announced may still be in it. Keeps no pointer to the table; does not throw.
@@ -60,12 +66,14 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
     /// placement hash, or null. Allocates nothing. The match reads the object's content only.
     template <class Match>
     DedupHandle::PtrConst find(U64 placementHash, Match const& match) const {
-        return findMatching(
-            placementHash,
-            [](void const* context, DedupHandle const& candidate) {
-                return (*static_cast<Match const*>(context))(candidate);
-            },
-            &match);
+        return core_->find(placementHash, match);
+    }
+
+    /// The first step of find(), for a caller that goes on with something else on a miss and calls
+    /// find() there: null does not mean that there is no such object.
+    template <class Match>
+    DedupHandle::PtrConst findFast(U64 placementHash, Match const& match) const {
+        return core_->findFast(placementHash, match);
     }
 
     /// Interns an object: returns the equal object that is in the table already, or inserts this
@@ -96,10 +104,6 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
     void onZeroReferences() noexcept final;
 
   private:
-    DedupHandle::PtrConst findMatching(U64 placementHash,
-                                       bool (*matches)(void const* context, DedupHandle const&),
-                                       void const* context) const;
-
     Mox::Detail::InternTablePresence const presence_;
     DedupTableCore* core_;
 };

@@ -1,11 +1,12 @@
 #include <Kel/DedupTableCore.h>
 
+#include <Kel/DedupHashTable.h>
 #include <Mox/Assert.h>
-#include <Mox/CountWord.h>
-#include <Mox/Hash.h>
 
+#include <array>
 #include <cstddef>
 #include <new>
+#include <stdexcept>
 #include <utility>
 
 namespace Kel {
@@ -13,116 +14,98 @@ namespace Kel {
 namespace {
 
 /// Orders all notifications of the process: it is held from before an insertion or a possibly last
-/// release in a watched table until the entry is announced or erased. Never destroyed, for objects
-/// that are released after every static has gone, and in need of no memory: a release never fails.
+/// release that a notifiee has to be told of until the entry has been announced or erased. Never
+/// destroyed, for objects that are released after every static has gone, and needs no memory, so a
+/// release never fails.
 std::recursive_mutex& notificationMutex() noexcept {
     alignas(std::recursive_mutex) static std::byte storage[sizeof(std::recursive_mutex)];
     static auto* const mutex = ::new (storage) std::recursive_mutex;
     return *mutex;
 }
 
-constexpr std::size_t threadSafeShards = 64;
+// ---- Ids ----------------------------------------------------------------------------------------
 
-/// The part of a placement hash that an object keeps.
-U32 placementOf(U64 placementHash) noexcept {
-    return static_cast<U32>(placementHash ^ placementHash >> 32);
-}
+/// The cores of the process by their ids. An id is a core's until it is destroyed, which is after
+/// the last object that names it. 0 is no id.
+class CoreIds {
+  public:
+    U32 add(DedupTableCore& core) {
+        std::lock_guard const lock(mutex_);
+        for (U32 tried = 1; tried < cores_.size(); ++tried) {
+            last_ = last_ % (static_cast<U32>(cores_.size()) - 1) + 1;
+            if (cores_[last_].load(std::memory_order_relaxed) == nullptr) {
+                cores_[last_].store(&core, std::memory_order_release);
+                return last_;
+            }
+        }
+        throw std::length_error("Kel: too many intern tables");
+    }
+
+    void remove(U32 id) noexcept {
+        std::lock_guard const lock(mutex_);
+        cores_[id].store(nullptr, std::memory_order_relaxed);
+    }
+
+    DedupTableCore& core(U32 id) const noexcept {
+        return *cores_[id].load(std::memory_order_acquire);
+    }
+
+  private:
+    std::mutex mutex_;
+    U32 last_ = 0;
+    std::array<std::atomic<DedupTableCore*>, Mox::CountWord::tableIds> cores_{};
+};
+
+constinit CoreIds coreIds;
 
 } // namespace
 
-// ---- DedupSlots ---------------------------------------------------------------------------------
-
-void DedupSlots::put(U64 slot, U64 placed) noexcept {
-    auto place = placed & mask_;
-    while (slots_[place] != 0) {
-        place = (place + 1) & mask_;
-    }
-    slots_[place] = slot;
-}
-
-void DedupSlots::insert(U64 placed, DedupHandle& handle) noexcept {
-    auto const address = reinterpret_cast<U64>(&handle);
-    MOX_ASSERT_TEXT(fragmentOf(address) == 0, "an object's address fits 48 bits");
-    put(address | fragmentOf(placed) << fragmentShift, placed);
-    ++size_;
-}
-
-template <class PlacedOf>
-void DedupSlots::moveTo(std::unique_ptr<U64[]> slots, std::size_t capacity,
-                        PlacedOf const& placedOf) noexcept {
-    auto const before = std::exchange(slots_, std::move(slots));
-    auto const slotsBefore = before == nullptr ? 0 : mask_ + 1;
-    mask_ = capacity - 1;
-    for (std::size_t i = 0; i < slotsBefore; ++i) {
-        if (before[i] != 0) {
-            put(before[i], placedOf(*handleOf(before[i])));
-        }
-    }
-}
-
-template <class PlacedOf>
-void DedupSlots::erase(U64 placed, DedupHandle const& handle, PlacedOf const& placedOf) noexcept {
-    auto hole = placed & mask_;
-    while (handleOf(slots_[hole]) != &handle) {
-        MOX_ASSERT_TEXT(slots_[hole] != 0, "an interned object is in its table");
-        hole = (hole + 1) & mask_;
-    }
-    // Whatever stands behind the hole moves up unless that would take it before its own place: a
-    // probe never meets an empty slot on the way to what it looks for.
-    for (auto next = (hole + 1) & mask_; slots_[next] != 0; next = (next + 1) & mask_) {
-        auto const home = placedOf(*handleOf(slots_[next])) & mask_;
-        if (((next - home) & mask_) >= ((next - hole) & mask_)) {
-            slots_[hole] = slots_[next];
-            hole = next;
-        }
-    }
-    slots_[hole] = 0;
-    --size_;
-    if (capacity() > leastCapacity && 8 * size_ < capacity()) {
-        // A release never fails: without memory for a smaller array the larger one stays.
-        auto const smaller = capacity() / 2;
-        if (std::unique_ptr<U64[]> slots(new (std::nothrow) U64[smaller]()); slots != nullptr) {
-            moveTo(std::move(slots), smaller, placedOf);
-        }
-    }
-}
-
 // ---- Locks --------------------------------------------------------------------------------------
 
-/// The locks that one step on a content needs: the shard's, and the notification mutex where
-/// something may have to be announced. In plain mode it holds nothing and says that it holds all.
+/// The locks that one step on a content needs: the shard's, and the notification mutex if something
+/// may have to be announced. In plain mode it holds nothing and reports that it holds both.
 class DedupTableCore::Locks {
   public:
-    /// `mayHaveToAnnounce`: take the notification mutex as well, if the table is watched. A
-    /// notifiee that comes after this look has no claim to the entry.
-    Locks(DedupTableCore const& core, Shard const& shard, bool mayHaveToAnnounce)
+    /// Locks the shard.
+    Locks(DedupTableCore const& core, Shard const& shard)
       : core_(core) {
-        if (!core.threadSafe_) {
-            return;
+        if (core.threadSafe_) {
+            notification_ = std::unique_lock(notificationMutex(), std::defer_lock);
+            shard_ = std::unique_lock(shard.mutex);
         }
-        notification_ = std::unique_lock(notificationMutex(), std::defer_lock);
-        shard_ = std::unique_lock(shard.mutex, std::defer_lock);
-        if (mayHaveToAnnounce && core.watched_.load(std::memory_order_acquire)) {
-            notification_.lock();
+    }
+
+    /// Locks the shard and first, if the removal of the object has to be announced, the
+    /// notification mutex. A notifiee that is registered after that check is not told of the
+    /// object.
+    Locks(DedupTableCore const& core, Shard const& shard, DedupHandle const& handle)
+      : core_(core) {
+        if (core.threadSafe_) {
+            notification_ = std::unique_lock(notificationMutex(), std::defer_lock);
+            if (concernsNotifiee(handle)) {
+                notification_.lock();
+            }
+            shard_ = std::unique_lock(shard.mutex);
         }
-        shard_.lock();
     }
 
     /// Whether no other thread can be announcing anything.
-    bool holdNotification() const noexcept {
+    bool holdsNotificationMutex() const noexcept {
         return !core_.threadSafe_ || notification_.owns_lock();
     }
 
-    /// Whether an insertion has to wait for the notification mutex first.
-    bool lackNotification() const noexcept {
-        return !holdNotification() && core_.watched_.load(std::memory_order_acquire);
+    /// Whether the notification mutex has to be taken before the object is inserted.
+    bool needsNotificationMutex(DedupHandle const& handle) const noexcept {
+        return !holdsNotificationMutex() && concernsNotifiee(handle);
     }
 
-    /// Whether an insertion or a removal is to be announced, and may be.
-    bool mayAnnounce() const noexcept { return holdNotification() && core_.telling_; }
+    /// Whether the insertion or the removal of the object is announced.
+    bool announces(DedupHandle const& handle) const noexcept {
+        return holdsNotificationMutex() && core_.notifieeActive_ && concernsNotifiee(handle);
+    }
 
-    /// Takes the notification mutex, for which the shard has to be let go: what was seen in it
-    /// must be looked at afresh. What another thread is announcing has then been announced.
+    /// Takes the notification mutex. The shard is unlocked meanwhile: what was seen in it may have
+    /// changed. What another thread was announcing has been announced.
     void lockNotification() {
         shard_.unlock();
         notification_.lock();
@@ -142,6 +125,11 @@ class DedupTableCore::Locks {
     }
 
   private:
+    bool concernsNotifiee(DedupHandle const& handle) const noexcept {
+        auto const filter = core_.filter_.load(std::memory_order_acquire);
+        return filter != nullptr && filter(handle);
+    }
+
     DedupTableCore const& core_;
     std::unique_lock<std::recursive_mutex> notification_;
     std::unique_lock<std::mutex> shard_;
@@ -151,85 +139,91 @@ class DedupTableCore::Locks {
 
 DedupTableCore::DedupTableCore(bool threadSafe)
   : threadSafe_(threadSafe)
-  , shards_(threadSafe ? threadSafeShards : 1) {}
+  , id_(coreIds.add(*this))
+  , settled_(id_)
+  , shardShift_(threadSafe ? 32 - threadSafeShardBits : 32)
+  , shardCount_(std::size_t{1} << (32 - shardShift_))
+  , shards_(std::make_unique<Shard[]>(shardCount_)) {}
 
-DedupTableCore::~DedupTableCore() = default;
-
-/// Low bits choose the place in an array, bits 42 to 47 the shard, bits 48 to 63 stand in the slot.
-U64 DedupTableCore::placedHash(U32 placement) noexcept {
-    return Mox::mixHash(placement ^ 0x9e3779b97f4a7c15U, 0xd6e8feb86659fd93U);
+DedupTableCore::~DedupTableCore() {
+    coreIds.remove(id_);
 }
 
-DedupTableCore::Shard& DedupTableCore::shardOf(U64 placed) noexcept {
-    return shards_[threadSafe_ ? (placed >> 42) % threadSafeShards : 0];
+DedupTableCore& DedupTableCore::withId(U32 id) noexcept {
+    return coreIds.core(id);
 }
 
-/// A reference to the object that the predicate accepts, or null. An entry that is being inserted
-/// or detached by another thread is waited for: it is there, or gone, when that thread has
-/// announced it. The thread that is itself detaching the entry meets the assertion of retain().
-template <class Predicate>
-DedupHandle::PtrConst DedupTableCore::take(Locks& locks, Shard& shard, U64 placed,
-                                           Predicate const& matches) {
+/// Under the shard's lock: a reference to the object that `matches` accepts, or null. An entry that
+/// another thread is inserting or detaching is waited for: when that thread has announced it, the
+/// entry is settled or gone. The thread that is itself detaching the entry fails the assertion of
+/// retain().
+template <class Match>
+DedupHandle::PtrConst DedupTableCore::take(Locks& locks, Shard& shard, Placement placement,
+                                           Match const& matches) {
     for (;;) {
-        auto* const handle = shard.slots.find(placed, matches);
+        auto* const handle = shard.slots.find(placement, matches);
         if (handle == nullptr) {
             return nullptr;
         }
-        if (handle->countWord().isSettled() || locks.holdNotification()) {
+        if (handle->countWord().isSettled() || locks.holdsNotificationMutex()) {
             return DedupHandle::PtrConst(handle);
         }
         locks.lockNotification();
     }
 }
 
-DedupHandle::PtrConst DedupTableCore::find(U64 placementHash,
-                                           bool (*matches)(void const*, DedupHandle const&),
-                                           void const* context) {
-    auto const placement = placementOf(placementHash);
-    auto const placed = placedHash(placement);
-    auto& shard = shardOf(placed);
-    Locks locks(*this, shard, false);
-    return take(locks, shard, placed, [&](DedupHandle const& candidate) {
-        return candidate.placement_ == placement && matches(context, candidate);
-    });
+/// What the first candidate did not decide: another object with its fragment, an entry in the array
+/// that is being emptied, one that is not settled, a miss. Without the lock once more, as long as
+/// there is anything to find, so that threads do not meet at the lock while an array is emptied.
+DedupHandle::PtrConst DedupTableCore::findSlowly(Placement placement, Matcher matches) {
+    auto& shard = shardOf(placement.place());
+    if (!threadSafe_) {
+        return DedupHandle::PtrConst(shard.slots.find(placement, matches));
+    }
+    auto* const found = shard.slots.find(
+        placement, [&](DedupHandle& candidate) { return probe(candidate, matches); });
+    if (found != nullptr) {
+        return DedupHandle::PtrConst::adopt(found);
+    }
+    Locks locks(*this, shard);
+    return take(locks, shard, placement, matches);
 }
 
-/// A hit takes the shard's lock only; the notification mutex is for those who insert.
+/// The notification mutex is taken only for an insertion that has to be announced. A caller that
+/// expects to find the object calls find() first, which takes no lock.
 DedupHandle::PtrConst DedupTableCore::dedup(DedupHandle::Ptr const& object) {
-    auto const placement = placementOf(object->placementHash());
-    auto const placed = placedHash(placement);
-    auto& shard = shardOf(placed);
-    auto const equals = [&](DedupHandle const& candidate) {
-        return candidate.placement_ == placement && object->compare(&candidate);
-    };
-    Locks locks(*this, shard, false);
-    auto existing = take(locks, shard, placed, equals);
-    if (!existing && locks.lackNotification()) {
+    Placement const placement(object->placementHash());
+    auto& shard = shardOf(placement.place());
+    auto const equals = [&](DedupHandle const& candidate) { return object->compare(&candidate); };
+    Locks locks(*this, shard);
+    auto existing = take(locks, shard, placement, equals);
+    if (!existing && locks.needsNotificationMutex(*object)) {
         locks.lockNotification();
-        existing = take(locks, shard, placed, equals);
+        existing = take(locks, shard, placement, equals);
     }
     if (existing) {
         return existing;
     }
-    bool const announce = locks.mayAnnounce();
+    bool const announce = locks.announces(*object);
     enter(shard, *object, placement, announce);
     return announce ? announceInsertion(locks, shard, object) : object;
 }
 
-void DedupTableCore::enter(Shard& shard, DedupHandle& handle, U32 placement, bool announce) {
+void DedupTableCore::enter(Shard& shard, DedupHandle& handle, Placement placement, bool announce) {
     MOX_ASSERT_TEXT(handle.dedupState() == dedupHandleStateNeverDeduped(),
                     "object->dedupState() == Kel::dedupHandleStateNeverDeduped()");
-    shard.slots.makeRoomForOne(placedHashOf);
+    // What look-ups without a lock rely on: see HandleMemory.
+    MOX_ASSERT_TEXT(dynamic_cast<void const*>(&handle) == &handle,
+                    "an interned object begins with its Kel::DedupHandle");
+    shard.slots.makeRoomForOne();
     // Nothing fails from here on.
-    handle.placement_ = placement;
-    handle.core_ = this;
-    handle.countWord().enterTable(announce);
-    shard.slots.insert(placedHash(placement), handle);
+    handle.place_ = placement.place();
+    handle.countWord().enterTable(id_, announce);
+    shard.slots.insert(placement, handle);
 }
 
 void DedupTableCore::leave(Shard& shard, DedupHandle& handle) noexcept {
-    shard.slots.erase(placedHashOf(handle), handle, placedHashOf);
-    handle.core_ = nullptr;
+    shard.slots.erase(handle, handle.place_);
 }
 
 /// Tells the notifiee of an object just inserted. The notification mutex is held throughout, so
@@ -255,39 +249,37 @@ DedupHandle::PtrConst DedupTableCore::announceInsertion(Locks& locks, Shard& sha
     return object;
 }
 
-/// The race that interning has to win: another thread may find the object between its last release
-/// and its removal. It cannot, because the decrement that takes the count to the floor is made
-/// under the lock that a look-up takes, and marks the object as being detached in the same step. A
-/// look-up that came before raised the count, so this release is not the last; one that comes after
-/// finds the mark, and waits or misses. For the same reason two threads never both detach: only one
-/// decrement reaches the floor.
+/// The race to prevent: a look-up finds an object after its last outside reference was released but
+/// before it is removed. Therefore the decrement to the floor sets *being detached* in the same
+/// step, and a look-up takes a reference only to an object that is not being detached, in one step
+/// as well. Whichever comes first decides: after a look-up this release is not the last; after the
+/// mark the look-up waits or misses. For the same reason two threads never both detach an object.
 void DedupTableCore::releaseHandle(DedupHandle& handle) noexcept {
     using Release = Mox::CountWord::Release;
     auto& word = handle.countWord();
-    Mox::Ptr<DedupHashTableLifeTimeNotifiee> notifiee;
     {
-        auto& shard = shardOf(placedHashOf(handle));
-        Locks locks(*this, shard, true);
+        auto& shard = shardOf(handle.place_);
+        Locks locks(*this, shard, handle);
         auto const outcome = word.releaseUnderLock();
         if (outcome == Release::released) {
             return;
         }
         if (outcome == Release::detaching) {
-            if (word.isAnnounced() && locks.mayAnnounce()) {
-                notifiee = notifiee_;
+            if (word.isAnnounced() && locks.announces(handle)) {
+                auto const notifiee = notifiee_;
                 locks.unlockShard();
                 notifiee->handleRemove(&handle);
                 locks.lockShard();
             }
-            // Looked at afresh: the notifiee may have made the table go.
+            // Read again: the notifiee may have destroyed the table.
             if (word.state() == Mox::CountWord::State::beingDetached) {
                 leave(shard, handle);
                 word.leaveTable();
             }
         }
     }
-    // An ordinary reference by now: the table's, or, of an object whose table went while this
-    // release was on its way, the caller's. The core may go with the object.
+    // An ordinary reference now: the table's or, if the table was destroyed while this release was
+    // on its way, the caller's. The core may be destroyed with the object.
     handle.release();
 }
 
@@ -302,15 +294,15 @@ void DedupTableCore::notifieeIs(Mox::Ptr<DedupHashTableLifeTimeNotifiee> const& 
         return;
     }
     before = std::exchange(notifiee_, notifiee);
-    telling_ = notifiee && notifiee->hasNotificationActive();
-    // A notifiee hears the removal only of what it was given.
+    notifieeActive_ = notifiee && notifiee->hasNotificationActive();
+    // A notifiee is told of the removal only of what it was told the insertion of.
     forgetAnnouncements();
     if (before) {
         before->handleNotificationStop(table);
     }
-    // Not before: until the one that goes has been told, what it was given may not leave behind its
-    // back. What it did may have changed the notifiee once more; this is how things stand now.
-    watched_.store(telling_, std::memory_order_release);
+    // Not earlier: until the previous notifiee has been told to stop, nothing it was told of may
+    // leave without the notification mutex. It may also have registered another one meanwhile.
+    filter_.store(notifieeActive_ ? notifiee_->filter() : nullptr, std::memory_order_release);
 }
 
 Mox::Ptr<DedupHashTableLifeTimeNotifiee> DedupTableCore::notifiee() const {
@@ -321,39 +313,42 @@ Mox::Ptr<DedupHashTableLifeTimeNotifiee> DedupTableCore::notifiee() const {
     return notifiee_;
 }
 
-void DedupTableCore::forgetAnnouncements() noexcept {
-    for (auto& shard : shards_) {
-        std::unique_lock lock(shard.mutex, std::defer_lock);
+/// Calls the visitor with each shard, locked.
+template <class Visitor>
+void DedupTableCore::forEachShard(Visitor const& visitor) const {
+    for (std::size_t index = 0; index < shardCount_; ++index) {
+        std::unique_lock lock(shards_[index].mutex, std::defer_lock);
         if (threadSafe_) {
             lock.lock();
         }
-        shard.slots.forEach([](DedupHandle& handle) { handle.countWord().forgetAnnouncement(); });
+        visitor(shards_[index]);
     }
 }
 
-/// The core may go as soon as the last object has, while the thread that let that object go has
-/// only just unlocked a shard: a mutex may be destroyed once it has been unlocked.
+void DedupTableCore::forgetAnnouncements() noexcept {
+    forEachShard([](Shard& shard) {
+        shard.slots.forEach([](DedupHandle& handle) { handle.countWord().forgetAnnouncement(); });
+    });
+}
+
+/// The core may be destroyed as soon as the last object has been, while the thread that released
+/// that object has only just unlocked a shard: a mutex may be destroyed once it has been unlocked.
 void DedupTableCore::abandon() noexcept {
-    for (auto& shard : shards_) {
-        DedupSlots slots;
-        {
-            std::unique_lock lock(shard.mutex, std::defer_lock);
-            if (threadSafe_) {
-                lock.lock();
+    forEachShard([this](Shard& shard) {
+        shard.slots.forEach([this](DedupHandle& handle) {
+            holders_.fetch_add(1, std::memory_order_relaxed);
+            // One that is being detached is released by the thread that detaches it, which is this
+            // one, further up: others were waited for.
+            bool const detaching = handle.dedupState() == dedupHandleStateBeingDetached();
+            handle.countWord().leaveBehind();
+            if (detaching) {
+                handle.retain();
             }
-            slots = std::exchange(shard.slots, {});
-            slots.forEach([this](DedupHandle& handle) {
-                holders_.fetch_add(1, std::memory_order_relaxed);
-                // One that is being detached is let go of by whoever detaches it, which is this
-                // thread, further up: others were waited for.
-                bool const detaching = handle.dedupState() == dedupHandleStateBeingDetached();
-                handle.countWord().leaveTable();
-                if (detaching) {
-                    handle.retain();
-                }
-            });
-        }
-        slots.forEach([](DedupHandle& handle) { handle.release(); });
+        });
+    });
+    // Nobody looks at the slots any more: no object names this table as the one that it is in.
+    for (std::size_t index = 0; index < shardCount_; ++index) {
+        shards_[index].slots.forEach([](DedupHandle& handle) { handle.release(); });
     }
     release();
 }
@@ -364,50 +359,36 @@ void DedupTableCore::release() noexcept {
     }
 }
 
-namespace {
-
-template <class Shards, class Measure>
-std::size_t sumOver(Shards const& shards, bool threadSafe, Measure const& measure) {
+template <class Measure>
+std::size_t DedupTableCore::sumOfShards(Measure const& measure) const {
     std::size_t sum = 0;
-    for (auto const& shard : shards) {
-        std::unique_lock lock(shard.mutex, std::defer_lock);
-        if (threadSafe) {
-            lock.lock();
-        }
-        sum += measure(shard.slots);
-    }
+    forEachShard([&](Shard const& shard) { sum += measure(shard.slots); });
     return sum;
 }
 
-} // namespace
-
 std::size_t DedupTableCore::size() const {
-    return sumOver(shards_, threadSafe_, [](auto const& slots) { return slots.size(); });
+    return sumOfShards([](DedupSlots const& slots) { return slots.size(); });
 }
 
 std::size_t DedupTableCore::capacity() const {
-    return sumOver(shards_, threadSafe_, [](auto const& slots) { return slots.capacity(); });
+    return sumOfShards([](DedupSlots const& slots) { return slots.capacity(); });
 }
 
 std::size_t DedupTableCore::octets() const {
-    return sizeof *this + shards_.size() * sizeof(Shard) +
-           sumOver(shards_, threadSafe_, [](auto const& slots) { return slots.octets(); });
+    return sizeof *this + shardCount_ * sizeof(Shard) +
+           sumOfShards([](DedupSlots const& slots) { return slots.octets(); });
 }
 
 std::vector<DedupHandle::PtrConst> DedupTableCore::handles() {
     std::vector<DedupHandle::PtrConst> result;
     result.reserve(size());
-    for (auto& shard : shards_) {
-        std::unique_lock lock(shard.mutex, std::defer_lock);
-        if (threadSafe_) {
-            lock.lock();
-        }
+    forEachShard([&](Shard& shard) {
         shard.slots.forEach([&](DedupHandle& handle) {
             if (handle.countWord().isSettled()) {
                 result.emplace_back(&handle);
             }
         });
-    }
+    });
     return result;
 }
 

@@ -1,102 +1,38 @@
 #pragma once
 
 #include <Kel/DedupHandle.h>
-#include <Kel/DedupHashTable.h>
+#include <Kel/DedupSlots.h>
+#include <Mox/CountWord.h>
+#include <Mox/Export.h>
 #include <Mox/Ptr.h>
 #include <Mox/Types.h>
 
 #include <atomic>
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace Kel {
 
-using Mox::U64;
+class DedupHashTable;
+class DedupHashTableLifeTimeNotifiee;
 
-/// The flat array of one shard: open addressing, linear probing, no tombstones.
+/// Whether a lifetime notifiee has to be told of an object: a constant of the object.
+using DedupHandleFilter = bool (*)(DedupHandle const& handle) noexcept;
+
+/// The part of a table that may outlive it: the slots, their locks, and the notifiee.
 ///
-/// A slot is one word: the address of an object in its low 48 bits and 16 bits of the object's
-/// placed hash above them, so that a probe that fails does not touch the object. 0 is an empty
-/// slot. Guarded by its shard's lock.
-class DedupSlots {
-  public:
-    std::size_t size() const noexcept { return size_; }
-    std::size_t capacity() const noexcept { return slots_ == nullptr ? 0 : mask_ + 1; }
-    std::size_t octets() const noexcept { return capacity() * sizeof(U64); }
-
-    /// The object with that placed hash which the predicate accepts, or null.
-    template <class Predicate>
-    DedupHandle* find(U64 placed, Predicate const& matches) const {
-        if (slots_ == nullptr) {
-            return nullptr;
-        }
-        for (auto place = placed & mask_;; place = (place + 1) & mask_) {
-            U64 const slot = slots_[place];
-            if (slot == 0) {
-                return nullptr;
-            }
-            if (fragmentOf(slot) == fragmentOf(placed) && matches(*handleOf(slot))) {
-                return handleOf(slot);
-            }
-        }
-    }
-
-    /// Makes sure that the next insert() needs no memory. `placedOf` gives an object's placed hash.
-    template <class PlacedOf>
-    void makeRoomForOne(PlacedOf const& placedOf) {
-        if (5 * (size_ + 1) > 4 * capacity()) {
-            auto const larger = capacity() == 0 ? leastCapacity : 2 * capacity();
-            moveTo(std::make_unique<U64[]>(larger), larger, placedOf);
-        }
-    }
-
-    void insert(U64 placed, DedupHandle& handle) noexcept;
-
-    template <class PlacedOf>
-    void erase(U64 placed, DedupHandle const& handle, PlacedOf const& placedOf) noexcept;
-
-    template <class Visitor>
-    void forEach(Visitor const& visitor) const {
-        for (std::size_t i = 0; i < capacity(); ++i) {
-            if (slots_[i] != 0) {
-                visitor(*handleOf(slots_[i]));
-            }
-        }
-    }
-
-  private:
-    static constexpr std::size_t leastCapacity = 8;
-    static constexpr unsigned fragmentShift = 48;
-
-    static U64 fragmentOf(U64 word) noexcept { return word >> fragmentShift; }
-
-    static DedupHandle* handleOf(U64 slot) noexcept {
-        return reinterpret_cast<DedupHandle*>(slot & ((U64{1} << fragmentShift) - 1));
-    }
-
-    void put(U64 slot, U64 placed) noexcept;
-
-    template <class PlacedOf>
-    void moveTo(std::unique_ptr<U64[]> slots, std::size_t capacity,
-                PlacedOf const& placedOf) noexcept;
-
-    std::unique_ptr<U64[]> slots_;
-    std::size_t mask_ = 0;
-    std::size_t size_ = 0;
-};
-
-/// What a table is made of and what outlives it: the arrays, their locks, and the notifiee.
+/// Shared by the table and by every object that outlives it: a release of such an object may still
+/// be in progress when the table is destroyed. Objects name it by its id, which their count word
+/// has room for. Thread-safe if made so, otherwise thread-compatible.
 ///
-/// It belongs to its table and to every object that the table left behind: such an object's release
-/// may be on its way here when the table goes. Thread-safe if made so, thread-compatible otherwise.
-///
-/// In thread-safe mode the arrays are split by hash into shards, each with a lock, so that threads
-/// on different contents do not meet. Order of locks: the process-wide notification mutex, then one
-/// shard's. No shard lock is held while foreign code runs.
-class DedupTableCore {
+/// In thread-safe mode the slots are split by placement hash into shards, each with a lock, so that
+/// threads that change different contents rarely meet, and a look-up that finds what it looks for
+/// takes no lock at all. Order of locks: the process-wide notification mutex, then one shard's. No
+/// shard lock is held while foreign code runs.
+class VOBGP_EXPORT DedupTableCore {
   public:
     explicit DedupTableCore(bool threadSafe);
     ~DedupTableCore();
@@ -104,24 +40,48 @@ class DedupTableCore {
     DedupTableCore& operator=(DedupTableCore const&) = delete;
     bool isThreadSafe() const noexcept { return threadSafe_; }
 
-    /// A reference to the object with that placement hash which `matches(context, object)` accepts,
-    /// or null.
-    DedupHandle::PtrConst find(U64 placementHash,
-                               bool (*matches)(void const* context, DedupHandle const&),
-                               void const* context);
+    /// The core of that id, which some object names or a table has.
+    static DedupTableCore& withId(U32 id) noexcept;
+
+    /// A reference to the interned object with that placement hash that
+    /// `matches(DedupHandle const&)` accepts, or null.
+    template <class Match>
+    DedupHandle::PtrConst find(U64 placementHash, Match const& matches) {
+        auto found = findFast(placementHash, matches);
+        return found ? std::move(found) : findSlowly(Placement(placementHash), Matcher(matches));
+    }
+
+    /// As find(), but null may be wrong: it looks only where the object nearly always is, and takes
+    /// no lock.
+    template <class Match>
+    DedupHandle::PtrConst findFast(U64 placementHash, Match const& matches) {
+        Placement const placement(placementHash);
+        auto* const candidate = shardOf(placement.place()).slots.candidate(placement);
+        if (candidate != nullptr) [[likely]] {
+            if (!threadSafe_) {
+                if (matches(*candidate)) [[likely]] {
+                    return DedupHandle::PtrConst(candidate);
+                }
+            } else if (probe(*candidate, matches)) [[likely]] {
+                return DedupHandle::PtrConst::adopt(candidate);
+            }
+        }
+        return nullptr;
+    }
+
     DedupHandle::PtrConst dedup(DedupHandle::Ptr const& object);
 
-    /// A release that may be the last outside one of an object interned here.
+    /// A release that may drop the last outside reference to an object interned here.
     void releaseHandle(DedupHandle& handle) noexcept;
 
     void notifieeIs(Mox::Ptr<DedupHashTableLifeTimeNotifiee> const& notifiee,
                     Mox::PtrConst<DedupHashTable> const& table);
     Mox::Ptr<DedupHashTableLifeTimeNotifiee> notifiee() const;
 
-    /// The table has gone: every object still here becomes a plain counted one.
+    /// The table is being destroyed: every object still here becomes a plain counted one.
     void abandon() noexcept;
 
-    /// Gives back the table's hold on the core, or that of an object which the table left behind.
+    /// Drops the table's hold on the core, or that of an object that the table left behind.
     void release() noexcept;
 
     std::size_t size() const;
@@ -130,35 +90,82 @@ class DedupTableCore {
     std::vector<DedupHandle::PtrConst> handles();
 
   private:
-    struct alignas(64) Shard {
-        mutable std::mutex mutex;
+    struct Shard {
         DedupSlots slots;
+        mutable std::mutex mutex;
     };
     class Locks;
 
-    static U64 placedHash(U32 placement) noexcept;
+    static constexpr unsigned threadSafeShardBits = 6;
 
-    static U64 placedHashOf(DedupHandle const& handle) noexcept {
-        return placedHash(handle.placement_);
+    /// By the high bits; the low ones choose the slot.
+    Shard& shardOf(U32 place) noexcept { return shards_[U64{place} >> shardShift_]; }
+
+    /// Any match, by reference.
+    class Matcher {
+      public:
+        template <class Match>
+        explicit Matcher(Match const& match) noexcept
+          : match_(&match)
+          , call_([](void const* context, DedupHandle const& candidate) {
+              return (*static_cast<Match const*>(context))(candidate);
+          }) {}
+
+        bool operator()(DedupHandle const& candidate) const { return call_(match_, candidate); }
+
+      private:
+        void const* match_;
+        bool (*call_)(void const* context, DedupHandle const& candidate);
+    };
+
+    /// Without a lock: takes a reference to an object found in a slot, if it is interned here and
+    /// settled in the same step, and only then compares its content. Returns whether it matches
+    /// and the reference is the caller's.
+    ///
+    /// Until the reference has been taken, the object may be destroyed at any time and its memory
+    /// be another object's. Nothing is read but its count word, which is a count word for ever
+    /// (HandleMemory). The word names the table, so an object that is in another one by now is
+    /// left alone. What has been retained is interned here and stays so; if its content is another
+    /// one, the memory has been reused since the slot was read.
+    template <class Match>
+    bool probe(DedupHandle& candidate, Match const& matches) const {
+        if (!candidate.countWord().retainIfSettledIn(settled_)) [[unlikely]] {
+            return false;
+        }
+        if (!matches(candidate)) [[unlikely]] {
+            candidate.release();
+            return false;
+        }
+        return true;
     }
 
-    Shard& shardOf(U64 placed) noexcept;
+    DedupHandle::PtrConst findSlowly(Placement placement, Matcher matches);
 
-    template <class Predicate>
-    DedupHandle::PtrConst take(Locks& locks, Shard& shard, U64 placed, Predicate const& matches);
+    template <class Match>
+    DedupHandle::PtrConst take(Locks& locks, Shard& shard, Placement placement,
+                               Match const& matches);
 
-    void enter(Shard& shard, DedupHandle& handle, U32 placement, bool announce);
+    void enter(Shard& shard, DedupHandle& handle, Placement placement, bool announce);
     void leave(Shard& shard, DedupHandle& handle) noexcept;
     DedupHandle::PtrConst announceInsertion(Locks& locks, Shard& shard, DedupHandle::Ptr object);
     void forgetAnnouncements() noexcept;
 
+    template <class Visitor>
+    void forEachShard(Visitor const& visitor) const;
+    template <class Measure>
+    std::size_t sumOfShards(Measure const& measure) const;
+
     bool const threadSafe_;
-    std::vector<Shard> shards_;
-    /// The notifiee, and whether it is told, are read and changed under the notification mutex
-    /// only. Whether that mutex is needed is readable without.
+    U32 const id_;
+    Mox::CountWord::SettledIn const settled_;
+    unsigned const shardShift_;
+    std::size_t const shardCount_;
+    std::unique_ptr<Shard[]> const shards_;
+    /// The notifiee, and whether it is to be told, are read and changed under the notification
+    /// mutex only. What it is told of is readable without; null if there is nobody to tell.
     Mox::Ptr<DedupHashTableLifeTimeNotifiee> notifiee_;
-    bool telling_ = false;
-    std::atomic<bool> watched_{false};
+    bool notifieeActive_ = false;
+    std::atomic<DedupHandleFilter> filter_{nullptr};
     std::atomic<U64> holders_{1};
 };
 

@@ -151,6 +151,9 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     void appendTypePrefix(Mox::CharBuffer& out, char const* suffix, StrepFormat format) const;
 
   private:
+    class HasContent;
+    static PtrConst dedupSlowly(ExtCommDedupTable const& table, ExtCommContent content);
+
     // The wider one first: what a derived kind adds then fits behind the other.
     ExtCommContent const extCommContent_;
     ExtCommClassification const classification_;
@@ -258,6 +261,9 @@ class VOBGP_EXPORT ExtCommLifeTimeNotifiee : public Kel::DedupHashTableLifeTimeN
 
     void handleInsert(Kel::DedupHandle::Ptr const& handle) override;
     void handleRemove(Kel::DedupHandle* handle) override;
+
+    /// Route targets only.
+    Kel::DedupHandleFilter filter() const noexcept override;
     void handleNotificationStop(Kel::DedupHashTable::PtrConst const& table) override;
 
   private:
