@@ -134,8 +134,8 @@ void giveCell(std::size_t index, FreeCell* cell) noexcept {
         ::operator delete(cell);
         return;
     }
-    depots[index].batchIs(cell);
     __asan_poison_memory_region(cell + 1, octetsOfClass(index) - sizeof *cell);
+    depots[index].batchIs(cell);
 }
 
 #else
