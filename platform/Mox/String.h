@@ -62,7 +62,7 @@ class VOBGP_EXPORT String {
     char const* c_str() const noexcept;
 
     char const* data() const noexcept { return c_str(); }
-    operator std::string_view() const noexcept { return {data(), size()}; }
+    operator std::string_view() const noexcept { return view(); }
     std::string str() const { return std::string(data(), size()); }
 
     IteratorConst begin() const noexcept;
@@ -72,11 +72,11 @@ class VOBGP_EXPORT String {
     bool isSameObject(String const& other) const noexcept { return rep_ == other.rep_; }
 
     friend bool operator==(String const& a, String const& b) noexcept {
-        return a.rep_ == b.rep_ || std::string_view(a) == std::string_view(b);
+        return a.rep_ == b.rep_ || a.view() == b.view();
     }
 
     friend std::strong_ordering operator<=>(String const& a, String const& b) noexcept {
-        return std::string_view(a) <=> std::string_view(b);
+        return a.view() <=> b.view();
     }
 
     template <class Text>
@@ -84,13 +84,17 @@ class VOBGP_EXPORT String {
     requires(!std::same_as<Text, String> &&
              std::convertible_to<Text const&, std::string_view>) friend bool
     operator==(String const& a, Text const& b) noexcept {
-        return std::string_view(a) == std::string_view(b);
+        return a.view() == std::string_view(b);
     }
 
     /// Writes the octets as they are, whatever width or fill the stream has.
     friend VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, String const& text);
 
   private:
+    // Not std::string_view(*this): that of C++23 is also made of ranges, and asks whether this class
+    // is one before it is complete.
+    std::string_view view() const noexcept { return {data(), size()}; }
+
     struct Rep;
     Rep* rep_ = nullptr;
 };
