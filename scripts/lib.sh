@@ -37,19 +37,40 @@ need_packages() {
     rm -f "$log"
 }
 
-# build_preset PRESET [TARGET...]: configures and builds in build/PRESET. Silent, unless it fails:
-# then it prints what the configuration and the compiler had to say.
+# build_preset PRESET [TARGET...]: configures and builds in build/PRESET. Shows its progress; what
+# the configuration and the compiler had to say is printed if it fails.
 build_preset() {
     local preset=$1 log=build/$1/build.log
     shift
     mkdir -p "build/$preset"
     if cmake --preset "$preset" >"$log" 2>&1 &&
-        as_preset "$preset" cmake --build --preset "$preset" -j "$(nproc)" \
-            ${1:+--target "$@"} -- -k 0 >>"$log" 2>&1; then
+        with_progress "$preset: building" "$log" \
+            as_preset "$preset" cmake --build --preset "$preset" -j "$(nproc)" \
+            ${1:+--target "$@"} -- -k 0; then
         return 0
     fi
     grep -vE '^\[[0-9]+/[0-9]+\] ' "$log"
     return 1
+}
+
+# with_progress TEXT LOG COMMAND...: runs a command that counts its steps, as ninja and ctest do,
+# and appends its output to LOG. Shows the text on standard error: on a terminal with the step that
+# it has come to, elsewhere once.
+with_progress() {
+    local text=$1 log=$2 line status=0
+    shift 2
+    if [[ ! -t 2 ]]; then
+        echo "$text ..." >&2
+        "$@" >>"$log" 2>&1
+        return
+    fi
+    "$@" 2>&1 | tee -a "$log" | while IFS= read -r line; do
+        if [[ $line =~ ^[\ \[]*([0-9]+/[0-9]+)(\]| Test) ]]; then
+            printf '\r\e[K%s %s' "$text" "${BASH_REMATCH[1]}" >&2
+        fi
+    done || status=$?
+    printf '\r\e[K' >&2
+    return "$status"
 }
 
 # as_preset PRESET COMMAND...: runs a command that runs programs built by that preset.
