@@ -194,7 +194,7 @@ ExtComm::PtrConst ExtComm::dedupContent(ExtCommDedupTable const* table,
 /// parsed here is destroyed.
 ExtComm::PtrConst ExtComm::dedupSlowly(ExtCommDedupTable const& table, ExtCommContent content) {
     auto const& hashTable = table.dedupHashTable();
-    auto found = hashTable->find(content.placementHash(), HasContent(content));
+    auto found = hashTable->findSlowly(content.placementHash(), HasContent(content));
     if (!found) {
         auto parsed = table.parseExtCommRule()->parseExtendedCommunity(content);
         found = hashTable->dedup(Mox::constPtrCast<ExtComm>(std::move(parsed)));
@@ -420,12 +420,24 @@ String ExtCommIpv4Address::toStrepForPolicy(StrepFormat strepFormatFlags) const 
 
 ExtCommLifeTimeNotifiee::~ExtCommLifeTimeNotifiee() = default;
 
+namespace {
+
+/// Unchecked: what a table of extended communities reports is one.
+ExtComm const& extCommOf(Kel::DedupHandle const& handle) noexcept {
+    return static_cast<ExtComm const&>(handle);
+}
+
+bool isRouteTarget(Kel::DedupHandle const& handle) noexcept {
+    return extCommOf(handle).classification() == extCommClassificationRouteTarget;
+}
+
+} // namespace
+
 void ExtCommLifeTimeNotifiee::handleInsert(Kel::DedupHandle::Ptr const& handle) {
-    auto const* const extComm = ExtComm::fromDedupHandle(handle.get());
-    if (extComm->classification() != extCommClassificationRouteTarget) {
+    if (!isRouteTarget(*handle)) {
         return;
     }
-    RouteTarget const rt(extComm->community());
+    RouteTarget const rt(extCommOf(*handle).community());
     try {
         producerRtList_->rtIs(rt);
     } catch (...) {
@@ -436,17 +448,13 @@ void ExtCommLifeTimeNotifiee::handleInsert(Kel::DedupHandle::Ptr const& handle) 
 }
 
 void ExtCommLifeTimeNotifiee::handleRemove(Kel::DedupHandle* handle) {
-    auto const* const extComm = ExtComm::fromDedupHandle(handle);
-    if (extComm->classification() == extCommClassificationRouteTarget) {
-        producerRtList_->rtDel(RouteTarget(extComm->community()));
+    if (isRouteTarget(*handle)) {
+        producerRtList_->rtDel(RouteTarget(extCommOf(*handle).community()));
     }
 }
 
 Kel::DedupHandleFilter ExtCommLifeTimeNotifiee::filter() const noexcept {
-    return [](Kel::DedupHandle const& handle) noexcept {
-        return static_cast<ExtComm const&>(handle).classification() ==
-               extCommClassificationRouteTarget;
-    };
+    return &isRouteTarget;
 }
 
 void ExtCommLifeTimeNotifiee::handleNotificationStop(

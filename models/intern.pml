@@ -100,6 +100,7 @@ byte made[OBJECTS];       /* and how many there are, with those in the making or
 bit coreAlive = 1;
 byte holders = 1;
 byte entry[CONTENTS] = NONE; /* the slot for each content */
+byte changes;             /* of the slots: odd while one is under way */
 bit notifieeActive_;             /* there is a notifiee; under the notification mutex only */
 bit hasNotifiee_;             /* the notification mutex is needed; readable without it */
 byte shardOwner = NONE;
@@ -120,6 +121,9 @@ byte notifying = NONE;    /* the thread that is calling it */
 #else
 #define TABLE_IS_HELD
 #endif
+
+/* The count of changes comes round later than a look-up can be overtaken. */
+#define CHANGES (4 * OBJECTS * ROUNDS + 4)
 
 #define touch(o) assert(life[o] == ALIVE)
 
@@ -325,8 +329,10 @@ inline leave(o) {
     atomic {
         touch(o);
         assert(entry[contentOf(o)] == o && shardOwner == _pid);
-        entry[contentOf(o)] = NONE
-    }
+        changes = (changes + 1) % CHANGES
+    };
+    entry[contentOf(o)] = NONE;
+    changes = (changes + 1) % CHANGES
 }
 
 inline forgetAnnouncements() {
@@ -611,15 +617,10 @@ inline handleRemove(o) {
 
 /* ---- Interning and letting go ----------------------------------------------------------------- */
 
-/* DedupTableCore::probe and CountWord::retainIfSettledIn: no lock, no reference. What the slot names
-   may have been freed, and its cell be another object's, between any two steps; its word may be
-   read all the same. NONE if there is nothing to be had without the lock. A slot that is being moved
-   to another array is missed, which may happen at any time. */
+/* DedupTableCore::probe and CountWord::retainIfSettledIn, of what was found in a slot: no lock, no
+   reference. The object may have been freed, and its cell be another object's, between any two
+   steps; the word may be read all the same. NONE if no reference was taken. */
 inline probe(found) {
-    if
-    :: found = entry[want]
-    :: found = NONE
-    fi;
     if
     :: found == NONE
     :: else ->
@@ -664,11 +665,33 @@ inline probe(found) {
     fi
 }
 
-/* DedupTableCore::find: probe, and what misses is looked for again under the lock. */
+/* DedupTableCore::find: without the lock first. An empty slot is a miss if nothing was changed
+   meanwhile; while the slots are being changed, an entry that is being moved is missed. Whatever
+   that does not decide is looked for again under the lock. */
 inline find(found) {
-    probe(found);
+    seen = changes;
+    missed = 0;
     if
-    :: found != NONE
+    :: found = entry[want] -> missed = (found == NONE)
+    :: changes % 2 == 1 -> found = NONE; missed = 1 /* it is being moved */
+    fi;
+    probe(found);
+    /* DedupSlots::unchangedSince */
+#ifdef FAULT_MISS_UNCHECKED
+#define unchanged 1
+#elif defined(FAULT_MISS_DURING_A_CHANGE)
+#define unchanged (changes == seen)
+#else
+#define unchanged (seen % 2 == 0 && changes == seen)
+#endif
+    atomic {
+        if
+        :: missed && unchanged -> assert(entry[want] == NONE)
+        :: else -> missed = 0
+        fi
+    };
+    if
+    :: found != NONE || missed
     :: else ->
        Locks(owns, FOR_SHARD);
        take(owns, found);
@@ -708,7 +731,9 @@ inline dedup(o, found) {
        assert(stateOf(word[o]) == NEVER_INTERNED);
        CHANGE(o, before, enteredTable(before, announce));
        /* Equal content is never represented by two objects. */
-       atomic { assert(coreAlive && entry[want] == NONE); entry[want] = o };
+       atomic { assert(coreAlive && entry[want] == NONE); changes = (changes + 1) % CHANGES };
+       entry[want] = o;
+       changes = (changes + 1) % CHANGES;
        threw = 0;
        if
        :: !announce -> retain(o); unlockShard()
@@ -848,7 +873,8 @@ inline release(o) {
     bit owns, ownsInside, ownsObject, wasWatched, lacks, done, hadCore;                            \
     bit announce, threw, didRaise, lowered, wasDetaching, hasTable, lastOfTable;                   \
     byte found = NONE, foundInside = NONE, abandoned = NONE, dropped = NONE, outcome, round, own;  \
-    byte want;                                                                                     \
+    byte want, seen;                                                                               \
+    bit missed;                                                                                    \
     short before
 
 byte finished;

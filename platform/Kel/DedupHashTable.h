@@ -69,11 +69,15 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
         return core_->find(placementHash, match);
     }
 
-    /// The first step of find(), for a caller that goes on with something else on a miss and calls
-    /// find() there: null does not mean that there is no such object.
+    // The two steps of find(), for a caller who keeps the second one out of the way of hits. Null
+    // from the first does not mean that there is no such object.
     template <class Match>
     DedupHandle::PtrConst findFast(U64 placementHash, Match const& match) const {
         return core_->findFast(placementHash, match);
+    }
+    template <class Match>
+    DedupHandle::PtrConst findSlowly(U64 placementHash, Match const& match) const {
+        return core_->findSlowly(placementHash, match);
     }
 
     /// Interns an object: returns the equal object that is in the table already, or inserts this

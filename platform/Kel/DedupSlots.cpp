@@ -173,6 +173,7 @@ void DedupSlots::makeRoomForOne() {
         return;
     }
     auto* const larger = arrayOf(std::max(leastCapacity, 2 * capacity()));
+    Change const change(*this);
     while (previous_.load(std::memory_order_relaxed) != nullptr) {
         step();
     }
@@ -224,6 +225,7 @@ void DedupSlots::releaseSpareMemory() noexcept {
 }
 
 void DedupSlots::insert(Placement placement, DedupHandle& handle) noexcept {
+    Change const change(*this);
     auto const address = reinterpret_cast<U64>(&handle);
     MOX_ASSERT_TEXT((address & Placement::fragmentMask) == 0, "an object's address fits 48 bits");
     current_.load(std::memory_order_relaxed)
@@ -233,6 +235,7 @@ void DedupSlots::insert(Placement placement, DedupHandle& handle) noexcept {
 }
 
 void DedupSlots::erase(DedupHandle const& handle, U32 place) noexcept {
+    Change const change(*this);
     auto* const previous = previous_.load(std::memory_order_relaxed);
     bool const erased = current_.load(std::memory_order_relaxed)->erase(handle, place) ||
                         (previous != nullptr && previous->erase(handle, place));

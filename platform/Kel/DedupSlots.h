@@ -198,6 +198,16 @@ class DedupSlots {
         return nullptr;
     }
 
+    /// How many changes have begun and ended. To be read before find() without the lock.
+    U64 changes() const noexcept { return changes_.load(std::memory_order_acquire); }
+
+    /// Whether nothing was being changed when changes() returned that number, nor has been since:
+    /// what find() did not find in between is not there. The loads of find() acquire, so this one
+    /// comes after them; and a slot that a change has written is seen after the change was counted.
+    bool unchangedSince(U64 changes) const noexcept {
+        return changes % 2 == 0 && changes_.load(std::memory_order_relaxed) == changes;
+    }
+
     /// Makes sure that the next insert() needs no memory. Throws `std::bad_alloc`, with nothing
     /// changed.
     void makeRoomForOne();
@@ -223,6 +233,25 @@ class DedupSlots {
     /// and shrinking before the smaller one has to grow again.
     static constexpr std::size_t slotsPerStep = 16;
 
+    /// Counts a change at its begin and at its end: the number is odd meanwhile.
+    class Change {
+      public:
+        explicit Change(DedupSlots& slots) noexcept
+          : slots_(slots) {
+            count(std::memory_order_relaxed); // before the stores to slots, which release
+        }
+        ~Change() { count(std::memory_order_release); }
+        Change(Change const&) = delete;
+        Change& operator=(Change const&) = delete;
+
+      private:
+        void count(std::memory_order order) noexcept {
+            slots_.changes_.store(slots_.changes_.load(std::memory_order_relaxed) + 1, order);
+        }
+
+        DedupSlots& slots_;
+    };
+
     SlotArray* arrayOf(std::size_t capacity);
     void replaceBy(SlotArray* array) noexcept;
     void shrinkIfEmpty() noexcept;
@@ -234,7 +263,8 @@ class DedupSlots {
     /// What is being emptied into it, or null.
     std::atomic<SlotArray*> previous_{nullptr};
     // Another cache line, so that a change does not take the one above from other threads' probes.
-    alignas(64) SlotArray* spares_ = nullptr;
+    alignas(64) std::atomic<U64> changes_{0};
+    SlotArray* spares_ = nullptr;
     bool spareMemoryLeft_ = false;
     /// Of `previous_`: the next slot to move, and how many are left.
     std::size_t next_ = 0;

@@ -173,17 +173,25 @@ DedupHandle::PtrConst DedupTableCore::take(Locks& locks, Shard& shard, Placement
 }
 
 /// What the first candidate did not decide: another object with its fragment, an entry in the array
-/// that is being emptied, one that is not settled, a miss. Without the lock once more, as long as
-/// there is anything to find, so that threads do not meet at the lock while an array is emptied.
+/// that is being emptied, one that is not settled, a miss. The lock is taken only if what was seen
+/// without it is not certain.
 DedupHandle::PtrConst DedupTableCore::findSlowly(Placement placement, Matcher matches) {
     auto& shard = shardOf(placement.place());
     if (!threadSafe_) {
         return DedupHandle::PtrConst(shard.slots.find(placement, matches));
     }
-    auto* const found = shard.slots.find(
-        placement, [&](DedupHandle& candidate) { return probe(candidate, matches); });
+    auto const changes = shard.slots.changes();
+    bool unsettled = false;
+    auto* const found = shard.slots.find(placement, [&](DedupHandle& candidate) {
+        auto const outcome = probe(candidate, matches);
+        unsettled |= outcome == Probe::unsettled;
+        return outcome == Probe::taken;
+    });
     if (found != nullptr) {
         return DedupHandle::PtrConst::adopt(found);
+    }
+    if (!unsettled && shard.slots.unchangedSince(changes)) {
+        return nullptr;
     }
     Locks locks(*this, shard);
     return take(locks, shard, placement, matches);

@@ -48,7 +48,13 @@ class VOBGP_EXPORT DedupTableCore {
     template <class Match>
     DedupHandle::PtrConst find(U64 placementHash, Match const& matches) {
         auto found = findFast(placementHash, matches);
-        return found ? std::move(found) : findSlowly(Placement(placementHash), Matcher(matches));
+        return found ? std::move(found) : findSlowly(placementHash, matches);
+    }
+
+    /// A reference to the object that matches, or null: find() for what findFast() did not find.
+    template <class Match>
+    DedupHandle::PtrConst findSlowly(U64 placementHash, Match const& matches) {
+        return findSlowly(Placement(placementHash), Matcher(matches));
     }
 
     /// As find(), but null may be wrong: it looks only where the object nearly always is, and takes
@@ -62,7 +68,7 @@ class VOBGP_EXPORT DedupTableCore {
                 if (matches(*candidate)) [[likely]] {
                     return DedupHandle::PtrConst(candidate);
                 }
-            } else if (probe(*candidate, matches)) [[likely]] {
+            } else if (probe(*candidate, matches) == Probe::taken) [[likely]] {
                 return DedupHandle::PtrConst::adopt(candidate);
             }
         }
@@ -118,9 +124,11 @@ class VOBGP_EXPORT DedupTableCore {
         bool (*call_)(void const* context, DedupHandle const& candidate);
     };
 
+    enum class Probe { taken, another, unsettled };
+
     /// Without a lock: takes a reference to an object found in a slot, if it is interned here and
-    /// settled in the same step, and only then compares its content. Returns whether it matches
-    /// and the reference is the caller's.
+    /// settled in the same step, and only then compares its content. The reference is the caller's
+    /// if it matches.
     ///
     /// Until the reference has been taken, the object may be destroyed at any time and its memory
     /// be another object's. Nothing is read but its count word, which is a count word for ever
@@ -128,15 +136,15 @@ class VOBGP_EXPORT DedupTableCore {
     /// left alone. What has been retained is interned here and stays so; if its content is another
     /// one, the memory has been reused since the slot was read.
     template <class Match>
-    bool probe(DedupHandle& candidate, Match const& matches) const {
+    Probe probe(DedupHandle& candidate, Match const& matches) const {
         if (!candidate.countWord().retainIfSettledIn(settled_)) [[unlikely]] {
-            return false;
+            return Probe::unsettled;
         }
         if (!matches(candidate)) [[unlikely]] {
             candidate.release();
-            return false;
+            return Probe::another;
         }
-        return true;
+        return Probe::taken;
     }
 
     DedupHandle::PtrConst findSlowly(Placement placement, Matcher matches);
