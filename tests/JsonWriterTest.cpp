@@ -45,7 +45,8 @@ TEST(JsonWriterTest, StringsAreValidWhateverTheyHold) {
         {"\xc0\xaf"sv, R"("\u00c0\u00af")"},                     // longer than need be
         {"\xed\xa0\x80"sv, R"("\u00ed\u00a0\u0080")"},           // half a surrogate pair
         {"\xf4\x90\x80\x80"sv, R"("\u00f4\u0090\u0080\u0080")"}, // beyond Unicode
-        {"\xc2\x85"sv, R"("\u00c2\u0085")"},                     // a control character
+        {"\xc2\x85"sv, R"("\u0085")"},                           // a control character
+        {"\xe2\x80\xae"sv, R"("\u202e")"},                       // from right to left
     };
     for (Row const& row : rows) {
         std::string out;

@@ -395,6 +395,21 @@ TEST(ProgramTest, AFileThatCannotBeReadDoesNotStopTheOthers) {
     EXPECT_EQ(linesOf(decode.out).size(), 2U);
 }
 
+TEST(ProgramTest, NoNameMovesTheTerminal) {
+    // A bell, CSI as one octet and in UTF-8, an override of the direction of text, and letters.
+    TemporaryFile const store("", "-\a\x9b"
+                                  "2J\xc2\x9b"
+                                  "2J\xe2\x80\xae\xc3\xa9");
+    std::string const shown = "-??2J?2J?\xc3\xa9";
+    Result const stash = run({"stash", "--out", store.path(), sample("rib.mrt.gz")});
+    EXPECT_NE(stash.out.find(shown + ": generation "), std::string::npos) << stash.out;
+    Result const show = run({"show", store.path() + "x"});
+    EXPECT_NE(show.err.find(shown + "x: "), std::string::npos) << show.err;
+    Result const usage = run({"\x9b"
+                              "2J"});
+    EXPECT_NE(usage.err.find("\"?2J\""), std::string::npos) << usage.err;
+}
+
 TEST(ProgramTest, OutputThatNobodyReadsIsNoError) {
     std::string input;
     for (int count = 0; count < 20000; ++count) {

@@ -17,8 +17,8 @@ namespace BgpCommunities {
  *     json.beginObject().key("attribute").number(16).key("octets").octets(value).endObject();
  *
  * It owns nothing: it appends to the text of the caller, who calls in an order that makes sense.
- * Thread-compatible. What never changes: the output is valid UTF-8 and holds no control character,
- * whatever octets the strings hold.
+ * Thread-compatible. What never changes: the output is valid UTF-8 and holds no character that
+ * moves a terminal, whatever octets the strings hold.
  */
 class JsonWriter {
   public:
@@ -43,7 +43,7 @@ class JsonWriter {
         return *this;
     }
 
-    /** Octets that are no valid UTF-8, and control characters, become \u00XX. */
+    /** Octets that are not valid UTF-8, and characters that move a terminal, become \uXXXX. */
     JsonWriter& string(std::string_view text);
 
     /** A string of two lower-case hexadecimal digits for each octet. */
@@ -112,7 +112,8 @@ class JsonWriter {
         first_ = false;
     }
 
-    void escape(unsigned char octet);
+    std::size_t character(std::string_view text);
+    void escape(char32_t codePoint);
 
     std::string& out_;
     bool first_ = true; // no comma before the next value: it follows a bracket, a key or nothing

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "InputStream.h"
+#include "Utf8.h"
 
 namespace BgpCommunities {
 
@@ -71,19 +72,7 @@ std::string timeText(double seconds) {
     return text.data();
 }
 
-/** The text as it may stand in one line on a terminal, whatever names there are in it. */
-std::string masked(std::string_view name) {
-    std::string text(name);
-    std::replace_if(
-        text.begin(), text.end(),
-        [](char character) {
-            return static_cast<unsigned char>(character) < 0x20 || character == 0x7f;
-        },
-        '?');
-    return text;
-}
-
-/** The name as it may stand there in at most `columns` octets: its end. */
+/** The end of the name, masked, in at most `columns` octets. */
 std::string shortName(std::string_view name, std::size_t columns) {
     constexpr std::string_view gap = "...";
     std::string text = masked(name);

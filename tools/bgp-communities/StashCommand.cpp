@@ -11,6 +11,7 @@
 #include "ListCounter.h"
 #include "Output.h"
 #include "StandardError.h"
+#include "Utf8.h"
 
 namespace BgpCommunities {
 
@@ -60,7 +61,10 @@ ExitStatus stash(Arguments const& arguments, Output& output) {
     }
     auto const generation = MoxStash::publishStore(writer, std::string(*store));
     std::string& out = output.text();
-    out.append(*store).append(": generation ").append(std::to_string(generation)).append(", ");
+    out.append(masked(*store))
+        .append(": generation ")
+        .append(std::to_string(generation))
+        .append(", ");
     out.append(std::to_string(writer.records())).append(" records");
     output.endLine();
     return status;
