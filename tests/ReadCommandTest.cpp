@@ -290,6 +290,26 @@ TEST(ReadCommandTest, NothingIsReadBehindTheLimit) {
     EXPECT_EQ(run({"read", "--limit", "1", "/no/such/file", file.path()}).status, 3);
 }
 
+TEST(ReadCommandTest, PathIdentifiersAreReadAsDemanded) {
+    // 9.0.0.0/32, or path identifier 0x20090000 of 0.0.0.0/0; the record says that it has none.
+    TemporaryFile const file(as4Record(update("", hex("20 09000000"))));
+    Lines const without = {"9.0.0.0/32"}, with = {"0.0.0.0/0"};
+    for (auto const& [options, prefixes] : std::vector<std::pair<Arguments, Lines>>{
+             {{}, without},
+             {{"--add-path"}, with},
+             {{"--add-path", "yes"}, with},
+             {{"--add-path=yes"}, with},
+             {{"--add-path", "no"}, without},
+             {{"--add-path", "--add-path", "auto"}, without},
+         }) {
+        Arguments arguments = {"read"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        arguments.push_back(file.path());
+        Result const result = run(arguments);
+        EXPECT_EQ(column(result, 1), prefixes) << testing::PrintToString(options) << result.err;
+    }
+}
+
 TEST(ReadCommandTest, OptionsThatMakeNoSenseAreTold) {
     struct Row {
         Arguments options;
@@ -306,6 +326,7 @@ TEST(ReadCommandTest, OptionsThatMakeNoSenseAreTold) {
              {{"--prefix", "10.0.0.0/8x"}, "no prefix length"},
              {{"--prefix", "10.0.0/8"}, "no IPv4 or IPv6 prefix"},
              {{"--prefix", "10.0.0.1/8"}, "bits behind"},
+             {{"--add-path=maybe"}, "--add-path: unknown value \"maybe\""},
              {{"--limit", "0"}, "--limit: \"0\" is no number from 1 on"},
              {{"--limit", "1k"}, "--limit: \"1k\""},
              {{"--limit", "99999999999999999999"}, "--limit"},

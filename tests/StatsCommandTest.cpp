@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -158,10 +159,18 @@ TEST(StatsCommandTest, EveryNumberOfJobsCountsAndNamesTheSame) {
     TemporaryFile const unreadable("");
     ASSERT_EQ(::unlink(unreadable.path().c_str()), 0);
     TemporaryFile const last(repeated(update(attribute(8, "fb")), 9000) + damaged);
+    // What is remembered of a session decides for messages that are many batches behind.
+    std::string const peer = hex("00010000 0000fbff 0000 0001 c0000201 c00002fe");
+    auto const announce = [&](std::string const& nlri) {
+        return record(16, 4, peer + message(2, u32(0) + nlri));
+    };
+    TemporaryFile const paths(announce(hex("00000001 18 c00002")) +
+                              repeated(announce(hex("20 09000000")), 20000) +
+                              announce(hex("00000002 18 c0")));
     for (char const* const form : {"--json", "--verbose"}) {
         auto const stats = [&](char const* jobs) {
             return run({"stats", form, "--jobs", jobs, first.path(), tables.path(),
-                        unreadable.path(), sample("updates.mrt.gz"), last.path()});
+                        unreadable.path(), sample("updates.mrt.gz"), last.path(), paths.path()});
         };
         Result const one = stats("1");
         EXPECT_EQ(one.status, 3);
@@ -239,6 +248,9 @@ TEST(StatsCommandTest, RealDumpsHoldWhatIndependentDecodersCounted) {
     Lines const manifest = linesOf(contentOf(folder + "manifest.tsv"));
     ASSERT_FALSE(manifest.empty()) << data;
     Lines const names = fieldsOf(manifest[0]);
+    // UPDATEs of 19 octets; a /11 without its octets; a last record that is cut.
+    std::set<std::string> const damaged = {
+        "mrt/asdf.mrt.bz2", "mrt/updates.nlri_mask_trailing_bits.gz", "mrt/vgi-truncated.mrt"};
     for (std::string const jobs : {"1", "2"}) {
         Arguments all = {"stats", "--json", "--jobs", jobs};
         std::map<std::string, std::string> outputs;
@@ -251,7 +263,9 @@ TEST(StatsCommandTest, RealDumpsHoldWhatIndependentDecodersCounted) {
             }
             if (row[0].starts_with("mrt/")) {
                 all.push_back(folder + row[0]);
-                outputs[row[0]] = run({all[0], all[1], all[2], all[3], all.back()}).out;
+                Result const result = run({all[0], all[1], all[2], all[3], all.back()});
+                EXPECT_EQ(result.status, damaged.count(row[0])) << result.err;
+                outputs[row[0]] = result.out;
                 expectCounts(outputs[row[0]], columns);
             } else if (row[0].starts_with("ALL:mrt")) {
                 expectCounts(run(all).out, columns);

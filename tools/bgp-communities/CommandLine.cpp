@@ -21,6 +21,29 @@ Option const& find(std::span<Option const> known, std::string_view name) {
     throw UsageError("option " + std::string(name) + " is not available");
 }
 
+/** What stands behind "=". */
+std::string_view valueInside(Option const& option, std::string_view value) {
+    if (option.takesValue) {
+        return value;
+    }
+    if (option.optionalValues.empty()) {
+        throw UsageError("option " + std::string(option.name) + " takes no value");
+    }
+    auto const& values = option.optionalValues;
+    if (std::find(values.begin(), values.end(), value) == values.end()) {
+        throw UsageError("option " + std::string(option.name) + ": unknown value \"" +
+                         std::string(value) + "\"");
+    }
+    return value;
+}
+
+/** The first of the arguments is an optional value of the option. */
+bool isValue(Option const& option, std::span<char const* const> arguments) {
+    auto const& values = option.optionalValues;
+    return !arguments.empty() &&
+           std::find(values.begin(), values.end(), arguments[0]) != values.end();
+}
+
 } // namespace
 
 Arguments::Arguments(std::span<Option const> known, std::span<char const* const> arguments) {
@@ -36,17 +59,16 @@ Arguments::Arguments(std::span<Option const> known, std::span<char const* const>
             continue;
         }
         std::size_t const equals = std::min(argument.find('='), argument.size());
-        bool const valueInside = equals != argument.size();
         Option const& option = find(known, argument.substr(0, equals));
-        if (valueInside && !option.takesValue) {
-            throw UsageError("option " + std::string(option.name) + " takes no value");
-        }
-        if (option.takesValue && !valueInside && ++at == arguments.size()) {
+        if (equals != argument.size()) {
+            options_.push_back({option.name, valueInside(option, argument.substr(equals + 1))});
+        } else if (option.takesValue && at + 1 == arguments.size()) {
             throw UsageError("option " + std::string(option.name) + " needs a value");
+        } else if (option.takesValue || isValue(option, arguments.subspan(at + 1))) {
+            options_.push_back({option.name, arguments[++at]});
+        } else {
+            options_.push_back({option.name, {}});
         }
-        options_.push_back({option.name, valueInside         ? argument.substr(equals + 1)
-                                         : option.takesValue ? std::string_view(arguments[at])
-                                                             : std::string_view()});
     }
 }
 

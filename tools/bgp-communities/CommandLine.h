@@ -19,10 +19,12 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/** An option that a command has: "--json", or "--type" with a value behind it. */
+/** An option that a command has: "--json", or "--type" with a value behind it. One with
+    `optionalValues` takes the next argument as its value only if it is one of these. */
 struct Option {
     std::string_view name;
     bool takesValue = false;
+    std::span<std::string_view const> optionalValues = {};
 };
 
 /**
@@ -64,7 +66,6 @@ class Arguments {
 inline constexpr std::string_view helpOption = "--help";
 inline constexpr std::string_view verboseOption = "--verbose";
 inline constexpr std::string_view jsonOption = "--json";
-inline constexpr std::string_view addPathOption = "--add-path";
 
 /** One command of the program; a constant. */
 struct Command {

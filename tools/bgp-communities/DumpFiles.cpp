@@ -9,13 +9,13 @@ namespace BgpCommunities {
 namespace {
 
 /** Throws InputError, when `result` has what could be read until then. */
-void readDump(std::string const& path, DumpHandler& handler, Progress& progress,
+void readDump(std::string const& path, AddPath addPath, DumpHandler& handler, Progress& progress,
               DumpResult& result) {
     auto const begun = Progress::Clock::now();
     InputStream input(path);
     ++result.files;
     handler.fileIs(input.name());
-    MrtReader reader(input, handler);
+    MrtReader reader(input, handler, addPath);
     try {
         while (reader.next()) {
             progress.show(input, begun);
@@ -29,19 +29,24 @@ void readDump(std::string const& path, DumpHandler& handler, Progress& progress,
 
 } // namespace
 
-std::span<std::string_view const> dumpFiles(Arguments const& arguments) {
-    if (arguments.operands().empty()) {
+DumpInput::DumpInput(Arguments const& arguments)
+  : files(arguments.operands()) {
+    if (files.empty()) {
         throw UsageError("no FILE is named");
     }
-    return arguments.operands();
+    if (auto const value = arguments.value(addPathOption.name)) {
+        addPath = *value == "auto" ? AddPath::automatic
+                  : *value == "no" ? AddPath::no
+                                   : AddPath::yes;
+    }
 }
 
-DumpResult readDumps(std::span<std::string_view const> files, DumpHandler& handler) {
+DumpResult readDumps(DumpInput const& input, DumpHandler& handler) {
     DumpResult result;
     Progress progress;
-    for (std::string_view const file : files) {
+    for (std::string_view const file : input.files) {
         try {
-            readDump(std::string(file), handler, progress, result);
+            readDump(std::string(file), input.addPath, handler, progress, result);
         } catch (InputError const& error) {
             handler.log().reportUnreadable(error.what());
         }

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "AddPath.h"
 #include "CommandLine.h"
 #include "ExitStatus.h"
 #include "MrtCounts.h"
@@ -49,13 +50,23 @@ struct DumpResult {
     ExitStatus status = ExitStatus::allRead;
 };
 
-/** The files that are named, at least one (else UsageError); "-" is standard input. */
-std::span<std::string_view const> dumpFiles(Arguments const& arguments);
+inline constexpr std::string_view addPathValues[] = {"yes", "no", "auto"};
+/** Of every command that reads dumps. Without a value: yes. */
+inline constexpr Option addPathOption = {"--add-path", false, addPathValues};
+
+/** What a command reads, and how; a plain value. The names are the process's own. */
+struct DumpInput {
+    std::span<std::string_view const> files; // "-" is standard input
+    AddPath addPath = AddPath::automatic;
+
+    /** The files that are named, at least one (else UsageError). */
+    explicit DumpInput(Arguments const& arguments);
+};
 
 /**
  * Reads one dump after the other. What is wrong is named on standard error and does not keep the
  * rest from being read.
  */
-DumpResult readDumps(std::span<std::string_view const> files, DumpHandler& handler);
+DumpResult readDumps(DumpInput const& input, DumpHandler& handler);
 
 } // namespace BgpCommunities

@@ -40,14 +40,16 @@ struct Task {
  */
 class DumpWork {
   public:
-    DumpWork(std::span<std::string_view const> files, std::size_t jobs, ProblemLog& log)
-      : files_(files)
+    DumpWork(DumpInput const& input, std::size_t jobs, ProblemLog& log)
+      : input_(input)
       // The problems of dumps whose turn has not come are not bounded if all are named.
       , mostReaders_(log.verbose() ? 1 : jobs)
       , mostOctets_(jobs == 1 ? 0 : readyOctetsInAll)
-      , problems_(files.size(), log) {}
+      , problems_(input.files.size(), log) {}
 
-    std::string_view file(std::size_t dump) const { return files_[dump]; }
+    std::string_view file(std::size_t dump) const { return input_.files[dump]; }
+
+    AddPath addPath() const { return input_.addPath; }
 
     /** Waits until there is something to do, or nothing any more. A dump is the caller's to read
         until the last batch of it is submitted. */
@@ -70,13 +72,15 @@ class DumpWork {
   private:
     static constexpr std::size_t readyOctetsInAll = 4U << 20;
 
-    bool mayRead() const { return nextDump_ < files_.size() && readers_ < mostReaders_; }
+    bool mayRead() const { return nextDump_ < input_.files.size() && readers_ < mostReaders_; }
 
-    bool ended() const { return nextDump_ == files_.size() && readers_ == 0 && ready_.empty(); }
+    bool ended() const {
+        return nextDump_ == input_.files.size() && readers_ == 0 && ready_.empty();
+    }
 
     Batch takeReady();
 
-    std::span<std::string_view const> const files_;
+    DumpInput const input_;
     std::size_t const mostReaders_;
     std::size_t const mostOctets_;
     Progress progress_;
@@ -217,7 +221,7 @@ class DumpCutter {
     void fill(RecordBatch& batch) {
         if (!input_) {
             input_.emplace(std::string(work_.file(dump_)));
-            records_.emplace(*input_);
+            records_.emplace(*input_, work_.addPath());
             work_.handleOpened();
         }
         batch.nameIs(input_->name());
@@ -310,9 +314,9 @@ void runAll(DumpWork& work, std::deque<Worker>& workers) {
 
 } // namespace
 
-DumpResult readDumps(std::span<std::string_view const> files,
-                     std::span<DumpHandler* const> handlers, ProblemLog& log) {
-    DumpWork work(files, handlers.size(), log);
+DumpResult readDumps(DumpInput const& input, std::span<DumpHandler* const> handlers,
+                     ProblemLog& log) {
+    DumpWork work(input, handlers.size(), log);
     std::deque<Worker> workers;
     for (DumpHandler* const handler : handlers) {
         workers.emplace_back(work, *handler);

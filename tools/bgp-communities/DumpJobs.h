@@ -1,7 +1,6 @@
 #pragma once
 
 #include <span>
-#include <string_view>
 
 #include "DumpFiles.h"
 
@@ -17,7 +16,7 @@ namespace BgpCommunities {
  * one large dump is decompressed in one thread and read in the others, many are decompressed side
  * by side. What waits to be read is bounded in octets. Throws what a handler throws.
  */
-DumpResult readDumps(std::span<std::string_view const> files,
-                     std::span<DumpHandler* const> handlers, ProblemLog& log);
+DumpResult readDumps(DumpInput const& input, std::span<DumpHandler* const> handlers,
+                     ProblemLog& log);
 
 } // namespace BgpCommunities

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <compare>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -19,7 +20,7 @@ struct IpAddress {
     std::array<std::uint8_t, 16> octets{};
     std::uint8_t size = 0; // 0 (no address), 4 or 16
 
-    bool operator==(IpAddress const&) const = default;
+    auto operator<=>(IpAddress const&) const = default;
 };
 
 /** The address in all of `octets`: 4 or 16 of them, else none. */

@@ -2,8 +2,8 @@
 
 namespace BgpCommunities {
 
-MrtReader::MrtReader(InputStream& input, RouteHandler& handler)
-  : records_(input)
+MrtReader::MrtReader(InputStream& input, RouteHandler& handler, AddPath addPath)
+  : records_(input, addPath)
   , context_(input.name(), counts_, handler) {}
 
 bool MrtReader::next() {

@@ -31,7 +31,7 @@ class MrtReader {
     /** A record that claims more is counted as broken and passed over. */
     static constexpr std::uint32_t maxRecordOctets = MrtRecords::maxRecordOctets;
 
-    MrtReader(InputStream& input, RouteHandler& handler);
+    MrtReader(InputStream& input, RouteHandler& handler, AddPath addPath = AddPath::automatic);
     MrtReader(MrtReader const&) = delete;
     MrtReader& operator=(MrtReader const&) = delete;
 

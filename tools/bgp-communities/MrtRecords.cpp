@@ -17,6 +17,7 @@ bool MrtRecords::next(MrtRecord& record) {
     }
     ++records_;
     keepPeers(record);
+    decidePathIds(record);
     return true;
 }
 
@@ -33,6 +34,13 @@ void MrtRecords::keepPeers(MrtRecord& record) {
         record.firstWithoutPeers = missedPeers_;
     }
     record.peers = peers_;
+}
+
+void MrtRecords::decidePathIds(MrtRecord& record) {
+    bool const isBgp4mp = record.held && RecordParser::isBgp4mp(record.header);
+    record.pathIds = isBgp4mp
+                         ? addPath_.decide(record.header.subtype, RecordParser::bgp4mpBody(record))
+                         : PathIds();
 }
 
 } // namespace BgpCommunities

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "AddPath.h"
 #include "InputStream.h"
 #include "OctetReader.h"
 #include "PeerTable.h"
@@ -22,6 +23,7 @@ struct MrtRecord {
     Octets body;       // empty if not held
     std::shared_ptr<PeerTable const> peers; // the last one of the dump so far; null: none yet
     bool firstWithoutPeers = false;         // the first of the dump that needs peers and has none
+    PathIds pathIds;                        // of a BGP4MP message
 };
 
 /** How a dump ends; a plain value. */
@@ -45,9 +47,10 @@ class MrtRecords {
         far below it. */
     static constexpr std::uint32_t maxRecordOctets = 64U << 20;
 
-    explicit MrtRecords(InputStream& input)
+    MrtRecords(InputStream& input, AddPath addPath)
       : input_(input)
-      , stream_(input) {}
+      , stream_(input)
+      , addPath_(addPath) {}
 
     /** Takes the next record, whose body is good until the next call; false if there is no whole
         one. Throws InputError. */
@@ -58,12 +61,14 @@ class MrtRecords {
 
   private:
     void keepPeers(MrtRecord& record);
+    void decidePathIds(MrtRecord& record);
 
     InputStream& input_;
     RecordStream stream_;
     std::uint64_t records_ = 0;
     std::shared_ptr<PeerTable const> peers_;
     bool missedPeers_ = false; // a record needed some before there were any
+    AddPathDecider addPath_;
 };
 
 } // namespace BgpCommunities

@@ -95,7 +95,9 @@ std::string_view setPrefix(Route& route, Octets octets, unsigned int bits) {
     }
     std::copy_n(octets.begin(), octetsOfBits(bits), route.address.octets.begin());
     route.address.size = addressOctets;
-    route.address = firstBits(route.address, bits);
+    IpAddress const sent = route.address;
+    route.address = firstBits(sent, bits);
+    route.trailingBits = route.address != sent;
     route.length = static_cast<std::uint8_t>(bits);
     route.isPrefix = true;
     return {};
@@ -191,6 +193,24 @@ void appendDistinguisher(std::string& out, Octets octets) {
 
 } // namespace
 
+/** AFI (2) | SAFI (1) | length (1) | next hop | reserved (1) | NLRI     RFC 4760, section 3 */
+bool splitMpReach(Octets value, MpNlri& mp) {
+    OctetReader in(value);
+    mp.family = {in.u16(), in.u8()};
+    in.octets(in.u8());
+    in.u8();
+    mp.nlri = in.rest();
+    return in.ok();
+}
+
+/** AFI (2) | SAFI (1) | NLRI                                            RFC 4760, section 4 */
+bool splitMpUnreach(Octets value, MpNlri& mp) {
+    OctetReader in(value);
+    mp.family = {in.u16(), in.u8()};
+    mp.nlri = in.rest();
+    return in.ok();
+}
+
 std::string_view readRoute(OctetReader& in, NlriForm const& form, Route& route) {
     route = {};
     route.family = form.family;
@@ -252,6 +272,10 @@ bool contains(Prefix const& prefix, Route const& route) {
     return route.isPrefix && route.address.size == prefix.address.size &&
            route.length >= prefix.length &&
            firstBits(route.address, prefix.length) == prefix.address;
+}
+
+bool hasPrefixes(Family family) {
+    return isPrefixLayout(layoutOf(family));
 }
 
 bool hasKnownPieces(Family family) {

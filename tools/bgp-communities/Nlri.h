@@ -41,6 +41,7 @@ struct Route {
     Family family;
     bool isPrefix = false;
     bool hasPathId = false;                      // additional-path form (RFC 7911)
+    bool trailingBits = false;                   // the sender set bits beyond `length`
     std::uint8_t length = 0;                     // of the prefix: without labels and distinguisher
     std::uint32_t pathId = 0;                    // if hasPathId
     IpAddress address;                           // if isPrefix
@@ -48,6 +49,16 @@ struct Route {
     Octets labels; // SAFI 4 and 128: 3 octets each, as sent (RFC 8277)
     Octets opaque; // if not isPrefix: all that was announced or withdrawn
 };
+
+/** The value of MP_REACH_NLRI or MP_UNREACH_NLRI (RFC 4760), taken apart. */
+struct MpNlri {
+    Family family;
+    Octets nlri;
+};
+
+/** False if the value is too short. */
+bool splitMpReach(Octets value, MpNlri& mp);
+bool splitMpUnreach(Octets value, MpNlri& mp);
 
 /** How the NLRI of one message is to be read: nothing in the octets themselves says so. */
 struct NlriForm {
@@ -98,6 +109,8 @@ bool contains(Prefix const& prefix, Route const& route);
 
 /** The pieces of NLRI of this family tell their own length in a way known to `readRoute`. */
 bool hasKnownPieces(Family family);
+/** The routes of this family are prefixes, which `readRoutes` takes apart. */
+bool hasPrefixes(Family family);
 
 /** Appends "192.0.2.0/24", "2001:db8::/32", "64496:1:192.0.2.0/24" (with its route
     distinguisher), or "25/70:" and hexadecimal digits; labels and path identifier are not told. */

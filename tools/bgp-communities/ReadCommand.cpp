@@ -20,7 +20,7 @@ constexpr std::string_view limitOption = "--limit";
 
 constexpr Option readOptions[] = {
     {jsonOption},         {kindOption, true},  {matchOption, true}, {communityOption, true},
-    {prefixOption, true}, {limitOption, true}, {addPathOption},     {verboseOption}};
+    {prefixOption, true}, {limitOption, true}, addPathOption,       {verboseOption}};
 
 constexpr std::string_view readHelp =
     R"(usage: bgp-communities read [OPTION...] FILE...
@@ -50,8 +50,8 @@ bzip2; "-" is standard input). Between its columns stands a tab, and "-" where t
   --prefix PREFIX    only routes of this IPv4 or IPv6 prefix and of those inside it, whatever their
                      labels and route distinguisher
   --limit N          stop after N routes have been printed
-  --add-path         read the NLRI of every UPDATE with path identifiers (RFC 7911): for dumps whose
-                     record types do not say that they have them
+  --add-path[=HOW]   whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
+                     for each message and family; no; or yes, which HOW may be left out for
   --verbose          name all that is malformed on standard error, not only the first few of each
                      kind
 
@@ -86,14 +86,11 @@ class RoutePrinter final : public DumpHandler {
       : DumpHandler(arguments.has(verboseOption))
       , filter_(arguments)
       , limit_(arguments.count(limitOption))
-      , addPath_(arguments.has(addPathOption))
       , writer_(arguments.has(jsonOption), output) {
         for (auto& decoder : attributeDecoders(agent_)) {
             memories_.emplace_back(std::move(decoder), filter_, arguments.has(jsonOption));
         }
     }
-
-    [[nodiscard]] bool expectsPathIds() const override { return addPath_; }
 
     void fileIs(std::string const& name) override {
         DumpHandler::fileIs(name);
@@ -153,7 +150,6 @@ class RoutePrinter final : public DumpHandler {
 
     RouteFilter const filter_;
     std::optional<std::uint64_t> const limit_;
-    bool const addPath_;
     RouteWriter writer_;
     Agent agent_;
     std::vector<ListMemory> memories_; // by CommunityKind
@@ -165,10 +161,10 @@ class RoutePrinter final : public DumpHandler {
 };
 
 ExitStatus read(Arguments const& arguments, Output& output) {
-    auto const files = dumpFiles(arguments);
+    DumpInput const input(arguments);
     RoutePrinter printer(arguments, output);
     try {
-        return readDumps(files, printer).status;
+        return readDumps(input, printer).status;
     } catch (LimitReached const&) {
         printer.log().summarise();
         return printer.log().status();

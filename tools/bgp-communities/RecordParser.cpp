@@ -36,6 +36,19 @@ bool RecordParser::needsPeers(RecordHeader const& header) {
     return header.type == tableDumpV2 && header.subtype != RibReader::peerIndexTable;
 }
 
+bool RecordParser::isBgp4mp(RecordHeader const& header) {
+    return header.type == bgp4mp || header.type == bgp4mpEt;
+}
+
+/** BGP4MP_ET: microseconds (4) before the rest, RFC 6396, section 3. */
+Octets RecordParser::bgp4mpBody(MrtRecord const& record) {
+    OctetReader in(record.body);
+    if (record.header.type == bgp4mpEt) {
+        in.u32();
+    }
+    return in.rest();
+}
+
 void RecordParser::read(RecordContext& context, MrtRecord const& record) {
     RecordHeader const& header = record.header;
     context.atIs({header.number, header.offset, header.seconds, 0});
@@ -59,13 +72,12 @@ void RecordParser::readHeld(RecordContext& context, MrtRecord const& record) {
     case tableDumpV2:
         ribReader_.readTableDumpV2(context, record);
         break;
-    case bgp4mp:
-        updateReader_.read(context, header.subtype, record.body);
-        break;
-    default: // BGP4MP_ET: microseconds (4) before the rest, RFC 6396, section 3
-        OctetReader in(record.body);
-        context.atIs({header.number, header.offset, header.seconds, in.u32()});
-        updateReader_.read(context, header.subtype, in.rest());
+    default:
+        if (header.type == bgp4mpEt) {
+            context.atIs(
+                {header.number, header.offset, header.seconds, OctetReader(record.body).u32()});
+        }
+        updateReader_.read(context, header.subtype, bgp4mpBody(record), record.pathIds);
         break;
     }
 }

@@ -22,6 +22,11 @@ class RecordParser {
     /** Its entries name peers by their index. */
     static bool needsPeers(RecordHeader const& header);
 
+    /** It is of BGP4MP or BGP4MP_ET. */
+    static bool isBgp4mp(RecordHeader const& header);
+    /** The body of such a record, without the microseconds of BGP4MP_ET. */
+    static Octets bgp4mpBody(MrtRecord const& record);
+
     /** Counts the record, and tells the handler of the context what it holds. What is malformed is
         counted, the handler is told where and why, and what can be read is. */
     void read(RecordContext& context, MrtRecord const& record);

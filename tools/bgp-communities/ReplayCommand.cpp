@@ -20,21 +20,22 @@ namespace {
 
 constexpr std::string_view targetsOption = "--targets";
 
-constexpr Option replayOptions[] = {{targetsOption}, {addPathOption}, {verboseOption}};
+constexpr Option replayOptions[] = {{targetsOption}, addPathOption, {verboseOption}};
 
 constexpr std::string_view replayHelp =
-    R"(usage: bgp-communities replay [--targets] [--add-path] [--verbose] FILE...
+    R"(usage: bgp-communities replay [--targets] [--add-path[=HOW]] [--verbose] FILE...
 
 Applies MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2; "-" is standard input), one after the
 other, to a table of routes, each of which holds its interned lists of communities; then says how
 many routes, lists and communities there were, drops all routes, and checks that nothing is left.
 
-  --targets   a line whenever a route target, or the set of route targets of a list, comes into use
-              or goes out of it: "+" or "-" and what it is, the record and its time; between these
-              a tab
-  --add-path  read the NLRI of every UPDATE with path identifiers (RFC 7911): for dumps whose
-              record types do not say that they have them
-  --verbose   name all that is malformed on standard error, not only the first few of each kind
+  --targets         a line whenever a route target, or the set of route targets of a list, comes
+                    into use or goes out of it: "+" or "-" and what it is, the record and its time;
+                    between these a tab
+  --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
+                    for each message and family; no; or yes, which HOW may be left out for
+  --verbose         name all that is malformed on standard error, not only the first few of each
+                    kind
 
 A route is known by peer, family, path identifier, route distinguisher and prefix, not by labels;
 routes of families that are not taken apart by the octets of their NLRI. The entries of table dumps
@@ -91,14 +92,11 @@ class Replay final : public DumpHandler {
   public:
     Replay(Arguments const& arguments, Output& output)
       : DumpHandler(arguments.has(verboseOption))
-      , output_(output)
-      , addPath_(arguments.has(addPathOption)) {
+      , output_(output) {
         if (arguments.has(targetsOption)) {
             targetLog_.emplace(agent_);
         }
     }
-
-    [[nodiscard]] bool expectsPathIds() const override { return addPath_; }
 
     void handleUpdate(Update const& update) override {
         if (update.sentByUs) {
@@ -225,7 +223,6 @@ class Replay final : public DumpHandler {
     }
 
     Output& output_;
-    bool const addPath_;
     Agent agent_;
     std::optional<TargetLog> targetLog_; // hears of what the table lets go of
     RouteTable table_;
@@ -276,9 +273,9 @@ bool nothingIsLeft(Replay const& replay) {
 }
 
 ExitStatus replay(Arguments const& arguments, Output& output) {
-    auto const files = dumpFiles(arguments);
+    DumpInput const input(arguments);
     Replay replay(arguments, output);
-    ExitStatus const status = readDumps(files, replay).status;
+    ExitStatus const status = readDumps(input, replay).status;
     std::string counts;
     writeCounts(counts, replay);
     replay.dropAll();

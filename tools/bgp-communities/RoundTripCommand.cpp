@@ -19,19 +19,21 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr Option roundTripOptions[] = {{jsonOption}, {verboseOption}};
+constexpr Option roundTripOptions[] = {{jsonOption}, addPathOption, {verboseOption}};
 
 constexpr std::string_view roundTripHelp =
-    R"(usage: bgp-communities roundtrip [--json] [--verbose] FILE...
+    R"(usage: bgp-communities roundtrip [--json] [--add-path[=HOW]] [--verbose] FILE...
 
 Checks that MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2; "-" is standard input) survive the
 way in and out again: every well-formed attribute of communities (types 8, 16, 25 and 32, repeated
 ones too) is decoded, interned and written, and what is written is compared with what its members
 demand, each once and in ascending order, worked out without the library.
 
-  --json     one JSON object instead of the line that says how many attributes were compared
-  --verbose  name all that is malformed or refused on standard error, not only the first few of
-             each kind
+  --json            one JSON object instead of the line that says how many attributes were compared
+  --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
+                    for each message and family; no; or yes, which HOW may be left out for
+  --verbose         name all that is malformed or refused on standard error, not only the first few
+                    of each kind
 
 An attribute that a list of communities cannot hold (two different link bandwidths) is named on
 standard error and counted as refused. Every attribute that differs is named there with file,
@@ -159,9 +161,9 @@ void writeText(std::string& out, RoundTrip const& result) {
 }
 
 ExitStatus roundTrip(Arguments const& arguments, Output& output) {
-    auto const files = dumpFiles(arguments);
+    DumpInput const input(arguments);
     RoundTrip roundTrip(arguments.has(verboseOption));
-    ExitStatus const status = readDumps(files, roundTrip).status;
+    ExitStatus const status = readDumps(input, roundTrip).status;
     (arguments.has(jsonOption) ? writeJson : writeText)(output.text(), roundTrip);
     output.endLine();
     return roundTrip.differing() == 0 ? status : worse(status, ExitStatus::unreadable);

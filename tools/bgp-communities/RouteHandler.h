@@ -86,10 +86,6 @@ class RouteHandler {
     virtual void handleStateChange(StateChange const& /*change*/) {}
 
     virtual void handleProblem(Problem const& problem) = 0;
-
-    /** The NLRI of every UPDATE is to be read with path identifiers (RFC 7911), also where the
-        type of the record does not say so. */
-    [[nodiscard]] virtual bool expectsPathIds() const { return false; }
 };
 
 } // namespace BgpCommunities

@@ -19,17 +19,20 @@ namespace {
 
 constexpr std::string_view outOption = "--out";
 
-constexpr Option stashOptions[] = {{outOption, true}, {verboseOption}};
+constexpr Option stashOptions[] = {{outOption, true}, addPathOption, {verboseOption}};
 
 constexpr std::string_view stashHelp =
-    R"(usage: bgp-communities stash --out STORE [--verbose] FILE...
+    R"(usage: bgp-communities stash --out STORE [--add-path[=HOW]] [--verbose] FILE...
 
 Writes the distinct lists of communities of MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2; "-"
 is standard input) into a store, each with how many attributes carried it, the most used first: for
 `bgp-communities show`, and for every other process that maps stores.
 
-  --out STORE  a file or, as shm:/NAME, a POSIX shared-memory segment
-  --verbose    name all that is malformed on standard error, not only the first few of each kind
+  --out STORE       a file or, as shm:/NAME, a POSIX shared-memory segment
+  --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
+                    for each message and family; no; or yes, which HOW may be left out for
+  --verbose         name all that is malformed on standard error, not only the first few of each
+                    kind
 
 The store is published in one step: who has attached to it meanwhile finds the one that was there
 before, or this one. If a FILE cannot be read, or the store not be written, the one that was there
@@ -42,14 +45,14 @@ examples:
 )";
 
 ExitStatus stash(Arguments const& arguments, Output& output) {
-    auto const files = dumpFiles(arguments);
+    DumpInput const input(arguments);
     auto const store = arguments.value(outOption);
     if (!store || store->empty()) {
         throw UsageError("stash needs --out STORE");
     }
     Agent agent;
     ListCounter counter(agent, arguments.has(verboseOption));
-    ExitStatus const status = readDumps(files, counter).status;
+    ExitStatus const status = readDumps(input, counter).status;
     if (status == ExitStatus::unreadable) {
         complain(std::string(*store) + ": not written, for not all could be read");
         return status;

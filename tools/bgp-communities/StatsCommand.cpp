@@ -21,19 +21,22 @@ namespace {
 
 constexpr std::string_view jobsOption = "--jobs";
 constexpr std::size_t maxJobs = 256;
-constexpr Option statsOptions[] = {{jsonOption}, {jobsOption, true}, {verboseOption}};
+constexpr Option statsOptions[] = {
+    {jsonOption}, {jobsOption, true}, addPathOption, {verboseOption}};
 
 constexpr std::string_view statsHelp =
-    R"(usage: bgp-communities stats [--json] [--jobs N] [--verbose] FILE...
+    R"(usage: bgp-communities stats [--json] [--jobs N] [--add-path[=HOW]] [--verbose] FILE...
 
 Counts what MRT dumps hold (RFC 6396, RFC 8050; plain, gzip or bzip2; "-" is standard input), all
 of them together.
 
-  --json     one JSON object
-  --jobs N   read in N threads, 1 to 256; 1 if not given. What is counted and named is the same
-             for every N
-  --verbose  name all that is malformed on standard error, not only the first few of each kind;
-             files are then read one after the other
+  --json            one JSON object
+  --jobs N          read in N threads, 1 to 256; 1 if not given. What is counted and named is the
+                    same for every N
+  --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
+                    for each message and family; no; or yes, which HOW may be left out for
+  --verbose         name all that is malformed on standard error, not only the first few of each
+                    kind; files are then read one after the other
 
 The routes are the entries of tables, and those that UPDATEs announce or withdraw. Of each kind of
 community attribute:
@@ -71,7 +74,7 @@ std::size_t jobsOf(Arguments const& arguments) {
 }
 
 ExitStatus stats(Arguments const& arguments, Output& output) {
-    auto const files = dumpFiles(arguments);
+    DumpInput const input(arguments);
     std::size_t const jobs = jobsOf(arguments);
     bool const verbose = arguments.has(verboseOption);
     if (jobs > 1) { // before there is a table or a second thread
@@ -86,7 +89,7 @@ ExitStatus stats(Arguments const& arguments, Output& output) {
     }
     ProblemLog log(verbose);
     auto const begun = std::chrono::steady_clock::now();
-    DumpResult const result = readDumps(files, handlers, log);
+    DumpResult const result = readDumps(input, handlers, log);
     std::chrono::duration<double> const taken = std::chrono::steady_clock::now() - begun;
     for (std::size_t job = 1; job < jobs; ++job) {
         counters[0].add(counters[job]);

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "AddPath.h"
 #include "Nlri.h"
 #include "PathAttributes.h"
 #include "RecordContext.h"
@@ -22,13 +23,13 @@ class UpdateReader {
     static bool reads(std::uint16_t subtype);
 
     /** Reads one record whose subtype `reads()`; `body` begins after the microseconds. */
-    void read(RecordContext const& record, std::uint16_t subtype, Octets body);
+    void read(RecordContext const& record, std::uint16_t subtype, Octets body, PathIds pathIds);
 
   private:
-    void readMessage(RecordContext const& record, OctetReader& in, bool pathIds);
-    void readUpdate(RecordContext const& record, Octets message, bool pathIds);
-    std::string_view readWithdrawn(Octets nlri, bool pathIds);
-    std::string_view readAnnounced(Octets nlri, bool pathIds);
+    void readMessage(RecordContext const& record, OctetReader& in, PathIds pathIds);
+    void readUpdate(RecordContext const& record, Octets message, PathIds pathIds);
+    std::string_view readWithdrawn(Octets nlri, PathIds pathIds);
+    std::string_view readAnnounced(Octets nlri, PathIds pathIds);
 
     Update update_;
     AttributeArea area_;

@@ -17,6 +17,10 @@ _bgp_communities() {
             mapfile -t COMPREPLY < <(compgen -W "standard extended ipv6 large" -- "$word")
             return
             ;;
+        --add-path)
+            mapfile -t COMPREPLY < <(compgen -W "yes no auto" -- "$word"; compgen -f -- "$word")
+            return
+            ;;
         --match | --community | --prefix | --limit | --jobs)
             return
             ;;
@@ -28,10 +32,10 @@ _bgp_communities() {
     case ${COMP_WORDS[1]} in
         decode) options="--type --json --forms" ;;
         read) options="--json --kind --match --community --prefix --limit --add-path --verbose" ;;
-        stats) options="--json --jobs --verbose" ;;
-        roundtrip) options="--json --verbose" ;;
+        stats) options="--json --jobs --add-path --verbose" ;;
+        roundtrip) options="--json --add-path --verbose" ;;
         replay) options="--targets --add-path --verbose" ;;
-        stash) options="--out --verbose" ;;
+        stash) options="--out --add-path --verbose" ;;
         show) options="--json --follow" ;;
         types) options="--json" ;;
     esac
