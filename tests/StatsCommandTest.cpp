@@ -14,11 +14,13 @@
 #include <poll.h>
 #include <regex.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
+#include "Compressed.h"
 #include "ProgramRun.h"
 
 namespace BgpCommunities {
@@ -190,6 +192,30 @@ TEST(StatsCommandTest, EveryNumberOfJobsCountsAndNamesTheSame) {
         EXPECT_EQ(refused.status, 2);
         EXPECT_NE(refused.err.find("--jobs: "), std::string::npos) << refused.err;
     }
+}
+
+// ---- Memory ----
+
+/** Records as long as any that is read, in a file of a thousandth of that. */
+std::string hostileDump() {
+    std::string const rib = record(13, 2, std::string(16U << 20, '\0'));
+    return gzip(rib + record(13, 1, std::string(1700000, '\0')) + rib);
+}
+
+TEST(StatsCommandTest, LargeRecordsShareOneBudgetInAllJobs) {
+    TemporaryFile const file(hostileDump());
+    EXPECT_LT(contentOf(file.path()).size(), 40000U);
+    Arguments arguments = {"stats", "--jobs", "8"};
+    arguments.insert(arguments.end(), 8, file.path());
+    Descriptor const null("/dev/null", O_RDWR);
+    pid_t const pid = start(arguments, null.fd(), null.fd(), null.fd());
+    int status = 0;
+    rusage usage = {};
+    ASSERT_EQ(::wait4(pid, &status, 0, &usage), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they take much themselves
+    EXPECT_LT(usage.ru_maxrss, 160 * 1024) << "kilobytes";
+#endif
 }
 
 // ---- Real dumps ----

@@ -15,6 +15,7 @@
 
 #include "InputStream.h"
 #include "MrtRecords.h"
+#include "OctetBudget.h"
 #include "OrderedProblems.h"
 #include "RecordBatch.h"
 #include "RecordContext.h"
@@ -55,6 +56,8 @@ class DumpWork {
         until the last batch of it is submitted. */
     Task next();
     Batch emptyBatch();
+    OctetBudget& budget() { return budget_; }
+
     /** Makes the batch one that waits to be read. */
     void submit(Batch batch);
     /** A batch to be read now if too much is waiting; else none. */
@@ -71,6 +74,7 @@ class DumpWork {
 
   private:
     static constexpr std::size_t readyOctetsInAll = 4U << 20;
+    static constexpr std::size_t largeOctetsInAll = 2 * std::size_t{RecordParser::maxRibOctets};
 
     bool mayRead() const { return nextDump_ < input_.files.size() && readers_ < mostReaders_; }
 
@@ -92,6 +96,7 @@ class DumpWork {
     std::size_t nextDump_ = 0;
     std::size_t readers_ = 0; // threads that are reading a dump
     std::uint64_t opened_ = 0;
+    OctetBudget budget_{largeOctetsInAll};
     OrderedProblems problems_;
     std::exception_ptr failure_;
 };
@@ -217,11 +222,14 @@ class DumpCutter {
         return batch;
     }
 
+    /** The last batch holds a large record, whose share of the budget comes back with the next. */
+    [[nodiscard]] bool holdsLarge() const { return records_ && records_->holdsLarge(); }
+
   private:
     void fill(RecordBatch& batch) {
         if (!input_) {
             input_.emplace(std::string(work_.file(dump_)));
-            records_.emplace(*input_, work_.addPath());
+            records_.emplace(*input_, work_.addPath(), &work_.budget());
             work_.handleOpened();
         }
         batch.nameIs(input_->name());
@@ -276,7 +284,11 @@ class Worker {
         for (bool last = false; !last && !work_.failed();) {
             Batch batch = cutter.next();
             last = batch->last();
-            work_.submit(std::move(batch));
+            if (cutter.holdsLarge() && !last) {
+                read(std::move(batch)); // here, so that its share does not wait for a thread
+            } else {
+                work_.submit(std::move(batch));
+            }
             while (Batch overdue = work_.overdue()) {
                 read(std::move(overdue));
             }

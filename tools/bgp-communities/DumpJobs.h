@@ -14,7 +14,8 @@ namespace BgpCommunities {
  *
  * A thread either cuts a dump into batches of records, or reads a batch that another one has cut:
  * one large dump is decompressed in one thread and read in the others, many are decompressed side
- * by side. What waits to be read is bounded in octets. Throws what a handler throws.
+ * by side. What waits to be read is bounded in octets, and so are the large records of all threads
+ * together. Throws what a handler throws.
  */
 DumpResult readDumps(DumpInput const& input, std::span<DumpHandler* const> handlers,
                      ProblemLog& log);

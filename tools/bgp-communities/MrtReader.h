@@ -23,14 +23,12 @@ namespace BgpCommunities {
  * It owns its buffers and its counters; the input and the handler are the caller's and outlive it.
  * Thread-compatible; the handler is called on the thread that calls `next()`.
  * What never changes: memory is used again from record to record and bounded by the largest one
- * that is held, `maxRecordOctets` at most, whatever a length claims. Malformed input never throws:
+ * that is held, whatever a length claims; a record longer than `RecordParser::maxBodyOctets()` is
+ * counted as broken and passed over. Malformed input never throws:
  * it is counted, the handler is told where and why, and reading goes on with what can be read.
  */
 class MrtReader {
   public:
-    /** A record that claims more is counted as broken and passed over. */
-    static constexpr std::uint32_t maxRecordOctets = MrtRecords::maxRecordOctets;
-
     MrtReader(InputStream& input, RouteHandler& handler, AddPath addPath = AddPath::automatic);
     MrtReader(MrtReader const&) = delete;
     MrtReader& operator=(MrtReader const&) = delete;

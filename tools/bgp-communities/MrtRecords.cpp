@@ -5,20 +5,42 @@
 namespace BgpCommunities {
 
 bool MrtRecords::next(MrtRecord& record) {
-    RecordHeader& header = record.header;
-    if (!stream_.header(header)) {
-        return false;
-    }
-    record.held = RecordParser::reads(header) && header.length <= maxRecordOctets;
-    record.body = {};
-    if (!(record.held ? stream_.body(header.length, record.body)
-                      : stream_.passOver(header.length))) {
+    giveBack();
+    if (!stream_.header(record.header) || !takeBody(record)) {
         return false;
     }
     ++records_;
     keepPeers(record);
     decidePathIds(record);
     return true;
+}
+
+bool MrtRecords::takeBody(MrtRecord& record) {
+    RecordHeader const& header = record.header;
+    record.body = {};
+    record.held =
+        RecordParser::reads(header) && header.length <= RecordParser::maxBodyOctets(header);
+    if (!record.held) {
+        return stream_.passOver(header.length);
+    }
+    if (header.length > largeOctets) {
+        if (budget_ != nullptr) {
+            budget_->take(header.length);
+        }
+        share_ = header.length;
+    }
+    return stream_.body(header.length, record.body);
+}
+
+void MrtRecords::giveBack() {
+    if (share_ == 0) {
+        return;
+    }
+    stream_.releaseSpare();
+    if (budget_ != nullptr) {
+        budget_->giveBack(share_);
+    }
+    share_ = 0;
 }
 
 DumpEnd MrtRecords::end() const {

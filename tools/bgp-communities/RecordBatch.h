@@ -54,7 +54,7 @@ class RecordBatch {
     [[nodiscard]] bool full() const { return octets() >= fullOctets; }
 
     /** One record was so long that its memory is not worth being kept. */
-    [[nodiscard]] bool oversized() const { return octets_.capacity() > 4 * fullOctets; }
+    [[nodiscard]] bool oversized() const { return octets_.capacity() > 3 * fullOctets; }
 
   private:
     static constexpr std::size_t fullOctets = 256 * 1024;

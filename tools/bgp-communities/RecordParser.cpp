@@ -28,6 +28,21 @@ bool RecordParser::reads(RecordHeader const& header) {
     }
 }
 
+std::uint32_t RecordParser::maxBodyOctets(RecordHeader const& header) {
+    constexpr std::uint32_t most16 = 0xffff;  // of a length or count of two octets
+    constexpr std::uint32_t microseconds = 4; // BGP4MP_ET
+    constexpr std::uint32_t ends = 4 + 4 + 2 + 2 + 16 + 16;
+    constexpr std::uint32_t route = 2 + 2 + 16 + 1 + 1 + 4 + 16 + 2 + 2; // TABLE_DUMP
+    constexpr std::uint32_t peer = 1 + 4 + 16 + 4;
+    if (header.type == tableDump) {
+        return route + most16;
+    }
+    if (header.type == tableDumpV2) {
+        return holdsPeers(header) ? 4 + 2 + most16 + 2 + most16 * peer : maxRibOctets;
+    }
+    return microseconds + ends + most16;
+}
+
 bool RecordParser::holdsPeers(RecordHeader const& header) {
     return header.type == tableDumpV2 && header.subtype == RibReader::peerIndexTable;
 }
@@ -56,8 +71,9 @@ void RecordParser::read(RecordContext& context, MrtRecord const& record) {
     if (record.held) {
         readHeld(context, record);
     } else if (reads(header)) {
-        context.reportBrokenRecord("the record claims " + std::to_string(header.length) +
-                                   " octets, more than any real one");
+        context.reportBrokenRecord("record of " + std::to_string(header.length) +
+                                   " octets, expected at most " +
+                                   std::to_string(maxBodyOctets(header)));
     } else {
         ++context.counts().skippedRecords;
     }

@@ -17,6 +17,11 @@ class RecordParser {
   public:
     /** The record is of a type that is read. */
     static bool reads(RecordHeader const& header);
+    /** The longest body of such a record that is read, in octets: by its type what its own fields
+        can say; of a RIB record, whose entries could be 4 GB, `maxRibOctets`. */
+    static std::uint32_t maxBodyOctets(RecordHeader const& header);
+    /** 65,535 entries of 256 octets each. */
+    static constexpr std::uint32_t maxRibOctets = 16U << 20;
     /** It is a peer index table. */
     static bool holdsPeers(RecordHeader const& header);
     /** Its entries name peers by their index. */

@@ -55,7 +55,7 @@ bool RecordStream::ensure(std::size_t count) {
     begin_ = 0;
     while (end_ < count) {
         if (end_ == buffer_.size()) {
-            buffer_.resize(buffer_.size() + stepOctets);
+            grow(count);
         }
         std::size_t const got = input_.read(std::span(buffer_).subspan(end_));
         if (got == 0) {
@@ -64,6 +64,26 @@ bool RecordStream::ensure(std::size_t count) {
         end_ += got;
     }
     return true;
+}
+
+/** Doubles the buffer, up to what `count` octets need. */
+void RecordStream::grow(std::size_t count) {
+    std::size_t const needed = (count / stepOctets + 1) * stepOctets;
+    std::size_t const size = std::min(std::max(2 * buffer_.size(), stepOctets), needed);
+    buffer_.reserve(size); // exactly that, where resize() alone would double
+    buffer_.resize(size);
+}
+
+void RecordStream::releaseSpare() {
+    std::size_t const left = end_ - begin_;
+    std::size_t const size = (left / stepOctets + 1) * stepOctets;
+    if (size < buffer_.size()) {
+        std::vector<std::uint8_t> smaller(size);
+        std::copy_n(buffer_.begin() + static_cast<std::ptrdiff_t>(begin_), left, smaller.begin());
+        buffer_.swap(smaller);
+        begin_ = 0;
+        end_ = left;
+    }
 }
 
 Octets RecordStream::take(std::size_t count) {

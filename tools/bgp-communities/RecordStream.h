@@ -24,7 +24,8 @@ struct RecordHeader {
  *     timestamp (4) | type (2) | subtype (2) | length (4) | body        RFC 6396, section 2
  *
  * It owns its buffer; the input is the caller's and outlives it. Thread-compatible.
- * What never changes: the buffer grows with the octets that arrive, never with a claimed length.
+ * What never changes: the buffer grows with the octets that arrive, never with a claimed length,
+ * and what it takes for a long record is given back by `releaseSpare()`.
  */
 class RecordStream {
   public:
@@ -38,6 +39,9 @@ class RecordStream {
     /** Leaves the body of that record out, without holding it; false as above. */
     bool passOver(std::uint32_t length);
 
+    /** Gives back the memory that only a long record needed. Ends the last body. */
+    void releaseSpare();
+
     /** Where the record that was begun last begins, in the plain stream. */
     [[nodiscard]] std::uint64_t recordOffset() const { return recordOffset_; }
 
@@ -48,6 +52,7 @@ class RecordStream {
 
   private:
     bool ensure(std::size_t count);
+    void grow(std::size_t count);
     Octets take(std::size_t count);
 
     InputStream& input_;

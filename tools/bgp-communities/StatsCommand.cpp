@@ -32,7 +32,8 @@ of them together.
 
   --json            one JSON object
   --jobs N          read in N threads, 1 to 256; 1 if not given. What is counted and named is the
-                    same for every N
+                    same for every N. Each takes up to 16 MB for reading; records above 256 kB
+                    share 32 MB more, and RIB records above 16 MB are not read
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
                     for each message and family; no; or yes, which HOW may be left out for
   --verbose         name all that is malformed on standard error, not only the first few of each
