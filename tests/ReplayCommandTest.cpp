@@ -62,6 +62,12 @@ std::string stateChange(unsigned int peerLast, unsigned int before, unsigned int
     return record(16, stateChangeAs4, peer(peerLast) + u16(before) + u16(after));
 }
 
+/** Of AS 64496, which the peers are of. */
+std::string withoutAddress(unsigned int before, unsigned int after) {
+    return record(16, stateChangeAs4,
+                  hex("0000fbf0 0000fbff 0000 0001 00000000 c00002fe") + u16(before) + u16(after));
+}
+
 /** A row of the counts; -1 if there is none. */
 long count(std::string const& out, std::string const& words) {
     for (std::string const& line : linesOf(out)) {
@@ -115,6 +121,13 @@ std::vector<Row> rows() {
          0},
         {"a peer leaves Established", from(1, a7) + stateChange(1, 6, 1), life, 1, 0},
         {"a peer that was not Established", from(1, a7) + stateChange(1, 5, 1), toTheEnd, 1, 1},
+        {"a peer enters Established anew", from(1, a7) + stateChange(1, 5, 6), life, 1, 0},
+        {"a peer without its address, the only one of its AS",
+         from(1, a7) + from(2, update("", "", prefixA)) + withoutAddress(6, 1),
+         {life[0], life[1], "- targets [ 64500:7 ] 3", "- target 64500:7 3"},
+         1,
+         0},
+        {"a peer without its address begins", from(1, a7) + withoutAddress(5, 6), toTheEnd, 1, 1},
         {"two families",
          from(1, a7) + from(1, update(reach(ip6Head, prefixA) + targets({7}))) +
              from(1, update(unreach(ip6Head, prefixA))),
@@ -204,6 +217,20 @@ TEST(ReplayCommandTest, RoutesComeAndGoAsTheirPeersSay) {
         EXPECT_EQ(count(result.out, "routes in the end"), row.last);
         EXPECT_TRUE(result.out.ends_with("\nall routes dropped: nothing is left\n")) << result.out;
     }
+}
+
+TEST(ReplayCommandTest, SeveralPeersThatMayHaveGoneAreReportedOnce) {
+    std::string const a7 = update(targets({7}), prefixA);
+    TemporaryFile const file(from(1, a7) + from(2, a7) + withoutAddress(6, 1) +
+                             withoutAddress(6, 1));
+    Result const result = run({"replay", file.path()});
+    EXPECT_EQ(result.status, 0) << "the dump is well-formed";
+    EXPECT_EQ(count(result.out, "routes in the end"), 2);
+    EXPECT_EQ(count(result.out, "sessions that ended, of unknown peers"), 2);
+    EXPECT_EQ(linesOf(result.err).size(), 1U) << result.err;
+    EXPECT_NE(result.err.find("the session of 0.0.0.0 AS64496 ended, which may be one of 2 peers"),
+              std::string::npos)
+        << result.err;
 }
 
 TEST(ReplayCommandTest, WhatIsHeldIsTold) {

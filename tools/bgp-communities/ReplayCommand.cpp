@@ -39,8 +39,10 @@ many routes, lists and communities there were, drops all routes, and checks that
 
 A route is known by peer, family, path identifier, route distinguisher and prefix, not by labels;
 routes of families that are not taken apart by the octets of their NLRI. The entries of table dumps
-are announcements, but for those of peers that the dump does not tell. An UPDATE withdraws first, then announces; a peer that leaves the state
-Established takes its routes with it. What was sent to a peer (the local forms of messages) is
+are announcements, but for those of peers that the dump does not tell. An UPDATE withdraws first,
+then announces. A peer that leaves the state Established, or enters it anew, loses its routes; if the
+record does not tell its address (0.0.0.0), the only peer of its AS that has routes does, and with
+several of them none. What was sent to a peer (the local forms of messages) is
 counted and left out.
 
 RFC 7606 is followed. Of an attribute that stands there twice the first counts. If an attribute of
@@ -69,12 +71,19 @@ struct ReplayCounts {
     std::uint64_t missing = 0;   // of `withdrawn`: there was no such route
     std::uint64_t malformed = 0; // announcements that were treated as withdrawals
     std::uint64_t sessions = 0;  // that ended
+    std::uint64_t unknown = 0;   // of `sessions`: of a peer that cannot be told, so it keeps routes
     std::size_t greatest = 0;    // number of routes
 };
 
 /** Its length is not a non-zero multiple of a member's. */
 bool isMalformed(CommunityAttribute const& attribute) {
     return attribute.form() != CommunityAttribute::Form::wellFormed;
+}
+
+/** The record says which peer it is of: its address is not all zero. */
+bool hasAddress(Peer const& peer) {
+    auto const& octets = peer.address.octets;
+    return std::any_of(octets.begin(), octets.end(), [](auto octet) { return octet != 0; });
 }
 
 /** The first of its type, which is the one that counts. */
@@ -126,12 +135,19 @@ class Replay final : public DumpHandler {
 
     void handleStateChange(StateChange const& change) override {
         constexpr std::uint16_t established = 6;
-        if (change.oldState == established && change.newState != established) {
-            ++counts_.sessions;
-            causeIs(change.at);
-            table_.drop(change.peer);
-            writeTargets();
+        bool const ended = change.oldState == established;
+        if (ended == (change.newState == established)) {
+            return;
         }
+        counts_.sessions += ended ? 1 : 0;
+        causeIs(change.at);
+        if (hasAddress(change.peer)) {
+            // A session that begins: what is there is of one whose end was not recorded.
+            table_.drop(change.peer);
+        } else if (ended) {
+            endOfUnknown(change);
+        }
+        writeTargets();
     }
 
     void dropAll() {
@@ -169,6 +185,22 @@ class Replay final : public DumpHandler {
             counts_.replaced += table_.announce(source.peer, route, lists) ? 1 : 0;
         }
         counts_.greatest = std::max(counts_.greatest, table_.routes());
+    }
+
+    /** Some routers record 0.0.0.0 for a peer whose connection has gone: its AS may still tell. */
+    void endOfUnknown(StateChange const& change) {
+        auto const peers = table_.peersOf(change.peer.as);
+        if (peers.size() == 1) {
+            table_.drop(peers.front());
+        } else if (!peers.empty() && counts_.unknown++ == 0) {
+            std::string line(file());
+            line += ": record " + std::to_string(change.at.number) + " at octet " +
+                    std::to_string(change.at.offset) + ": the session of ";
+            appendText(line, change.peer);
+            line += " ended, which may be one of " + std::to_string(peers.size()) +
+                    " peers: no routes dropped; later cases are only counted";
+            complain(line);
+        }
     }
 
     void treatAsWithdrawn(Peer const& peer, std::span<Route const> routes) {
@@ -248,6 +280,7 @@ void writeCounts(std::string& out, Replay const& replay) {
              {"withdrawals", counts.withdrawn},
              {"withdrawals of no route", counts.missing},
              {"sessions that ended", counts.sessions},
+             {"sessions that ended, of unknown peers", counts.unknown},
              {"routes, the most at one time", counts.greatest},
              {"routes in the end", replay.routes()},
          }) {

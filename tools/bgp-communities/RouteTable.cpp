@@ -113,6 +113,16 @@ void RouteTable::drop(Peer const& peer) {
     }
 }
 
+std::vector<Peer> RouteTable::peersOf(std::uint32_t as) const {
+    std::vector<Peer> out;
+    for (auto const& [peer, routes] : peers_) {
+        if (peer.as == as && !routes.empty()) {
+            out.push_back(peer);
+        }
+    }
+    return out;
+}
+
 void RouteTable::dropAll() {
     for (auto& [peer, routes] : peers_) {
         drop(routes);

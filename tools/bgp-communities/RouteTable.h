@@ -7,6 +7,7 @@
 #include <memory>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include <Mox/Hash.h>
 #include <VoBgp/CommList.h>
@@ -70,6 +71,8 @@ class RouteTable {
     bool withdraw(Peer const& peer, Route const& route);
     /** Removes all routes of the peer. */
     void drop(Peer const& peer);
+    /** The peers of this AS that have routes. */
+    [[nodiscard]] std::vector<Peer> peersOf(std::uint32_t as) const;
     void dropAll();
 
     [[nodiscard]] std::size_t routes() const { return routes_; }
