@@ -2,6 +2,11 @@
 # Neither knows the prefix, so that an installation may be moved.
 include(CMakePackageConfigHelpers)
 
+install(DIRECTORY src-includes/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vobgp
+  FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
 set(VOBGP_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/VoBgpCommunity)
 install(EXPORT VoBgpTargets NAMESPACE VoBgp:: DESTINATION ${VOBGP_CMAKE_DIR})
 configure_package_config_file(
@@ -22,6 +27,10 @@ foreach(name LIBDIR INCLUDEDIR)
     ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_FULL_${name}})
 endforeach()
 foreach(library VoBgpPlatform VoBgpCommunity)
+  set(VOBGP_PC_LIBS -l${library})
+  if(VOBGP_STATIC) # whole, and in one word that pkg-config neither splits nor drops
+    set(VOBGP_PC_LIBS -Wl,--push-state,--whole-archive,-l${library},--pop-state)
+  endif()
   configure_file(cmake/${library}.pc.in ${library}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${library}.pc DESTINATION ${VOBGP_PC_DIR})
 endforeach()
