@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -30,6 +31,35 @@ void Descriptor::close() {
     }
 }
 
+namespace {
+
+/** A user's signals, whatever the parent of the tests ignores or blocks: a shell that starts them in
+    the background has them ignore SIGINT. */
+class UsersSignals {
+  public:
+    UsersSignals() {
+        sigset_t signals;
+        ::posix_spawnattr_init(&attributes_);
+        ::sigemptyset(&signals);
+        ::posix_spawnattr_setsigmask(&attributes_, &signals);
+        ::sigaddset(&signals, SIGINT);
+        ::sigaddset(&signals, SIGTERM);
+        ::posix_spawnattr_setsigdefault(&attributes_, &signals);
+        ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    ~UsersSignals() { ::posix_spawnattr_destroy(&attributes_); }
+
+    UsersSignals(UsersSignals const&) = delete;
+    UsersSignals& operator=(UsersSignals const&) = delete;
+
+    [[nodiscard]] posix_spawnattr_t const* attributes() const { return &attributes_; }
+
+  private:
+    posix_spawnattr_t attributes_{};
+};
+
+} // namespace
+
 pid_t start(Arguments const& arguments, int in, int out, int err) {
     std::vector<char*> argv = {const_cast<char*>(VOBGP_PROGRAM)};
     for (std::string const& argument : arguments) {
@@ -42,7 +72,9 @@ pid_t start(Arguments const& arguments, int in, int out, int err) {
     posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, err, STDERR_FILENO);
     pid_t pid = -1;
-    EXPECT_EQ(posix_spawn(&pid, VOBGP_PROGRAM, &actions, nullptr, argv.data(), environ), 0);
+    EXPECT_EQ(posix_spawn(&pid, VOBGP_PROGRAM, &actions, UsersSignals().attributes(), argv.data(),
+                          environ),
+              0);
     posix_spawn_file_actions_destroy(&actions);
     return pid;
 }
