@@ -6,6 +6,7 @@
 #include <Lumo/Ip6Addr.h>
 #include <Lumo/IpAddr.h>
 #include <Mox/CharBuffer.h>
+#include <Mox/Export.h>
 #include <Mox/HashMap.h>
 #include <Mox/Notifiee.h>
 #include <Mox/OrderedMap.h>
@@ -14,6 +15,7 @@
 #include <Mox/Type.h>
 #include <Routing/Bgp/RouteTarget.h>
 
+#include <cstring>
 #include <functional>
 #include <map>
 #include <memory>
@@ -378,6 +380,18 @@ TEST(NetworkValues, PrintAndReadBack) {
 
 // ---- Trace --------------------------------------------------------------------------------------
 
+/// The level read when the library was loaded. Off for all other tests.
+int const traceLevelAtStart = [] {
+    int const level = Mox::traceLevel();
+    Mox::traceLevelIs(0);
+    return level;
+}();
+
+/// A set-user-ID program must not append to a file of its caller's choice.
+TEST(Trace, ReadsItsVariableBySecureGetenv) {
+    EXPECT_EQ(traceLevelAtStart, 5) << "not what secure_getenv() below returns";
+}
+
 TEST(Trace, CostsNothingWhileItIsOffAndNamesItsPlaceWhenItIsOn) {
     TracedLines const traced(7);
     int evaluated = 0;
@@ -403,3 +417,9 @@ TEST(Reflection, TheRegistryKnowsEveryTypeByItsName) {
 }
 
 } // namespace
+
+/// Replaces the system's. The level is in no environment.
+extern "C" VOBGP_EXPORT char* secure_getenv(char const* name) noexcept {
+    static char level[] = "5";
+    return std::strcmp(name, "VOBGP_TRACE") == 0 ? level : nullptr;
+}

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
+#include <cstdlib> // secure_getenv
 #include <locale>
 #include <mutex>
 #include <string>
@@ -31,7 +31,7 @@ Facility& facility() {
 
 struct ReadEnvironment {
     ReadEnvironment() {
-        char const* const setting = std::getenv("VOBGP_TRACE");
+        char const* const setting = ::secure_getenv("VOBGP_TRACE");
         if (setting == nullptr) {
             return;
         }

@@ -13,13 +13,14 @@ namespace Detail {
 VOBGP_EXPORT extern std::atomic<int> traceLevelNow;
 } // namespace Detail
 
-/// The trace level, 0 (off) to 9 (everything). At start what the environment variable VOBGP_TRACE
-/// says: `8`, or `8:file` to append to a file instead of standard error. Thread-safe.
+/// The trace level, 0 (off) to 9 (everything). Initialised from the environment variable
+/// VOBGP_TRACE: `8`, or `8:file` to append to a file instead of standard error. A program that runs
+/// with more rights than its caller, such as a set-user-ID one, ignores the variable. Thread-safe.
 inline int traceLevel() noexcept {
     return Detail::traceLevelNow.load(std::memory_order_relaxed);
 }
 
-/// Sets the level; a number outside 0 to 9 is brought to the nearer end.
+/// Sets the level, clamped to 0 to 9.
 VOBGP_EXPORT void traceLevelIs(int level) noexcept;
 
 /// Where trace lines go, without their newline; null for standard error. Called by the tracing
