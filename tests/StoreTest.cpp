@@ -1,4 +1,5 @@
 #include "StoreFolder.h"
+#include "StoreNumbers.h"
 
 #include "Allocations.h"
 
@@ -31,61 +32,8 @@
 namespace MoxStash {
 namespace {
 
+using namespace Test;
 namespace fs = std::filesystem;
-
-constexpr StoredKind kindNumbers = firstKind + 100;
-
-/// A store that holds a number as many times as there are words.
-void put(StoreWriter& writer, U64 number, std::size_t words) {
-    std::vector<U64> const body(words, number);
-    auto const* const record = writer.recordIs(kindNumbers, body);
-    writer.rootIs("numbers", record);
-}
-
-U64 publish(std::string const& store, U64 number, std::size_t words = 100) {
-    StoreWriter writer;
-    put(writer, number, words);
-    return publishStore(writer, store);
-}
-
-/// Reads what put() has put; all words must be that number. Throws as the manager does.
-U64 numberIn(StoreManager const& manager) {
-    auto const record = manager.translate(manager.root("numbers"), kindNumbers);
-    std::vector<U64> numbers(record.words());
-    record.copy(0, numbers.data(), numbers.size());
-    manager.validateVersionAnchor();
-    bool const same =
-        std::count(numbers.begin(), numbers.end(), numbers.front()) == std::ssize(numbers);
-    EXPECT_TRUE(same) << "a mixture";
-    return numbers.front();
-}
-
-std::string contentOf(std::string const& path) {
-    std::ostringstream out;
-    out << std::ifstream(path, std::ios::binary).rdbuf();
-    return out.str();
-}
-
-/// The names of the files in a folder.
-std::vector<std::string> namesIn(std::string const& folder) {
-    std::vector<std::string> names;
-    for (auto const& entry : fs::directory_iterator(folder)) {
-        names.push_back(entry.path().filename());
-    }
-    return names;
-}
-
-/// The exception that the operation throws; else the test fails.
-template <class Operation>
-StoreException refusalOf(Operation operation) {
-    try {
-        operation();
-    } catch (StoreException const& exception) {
-        return exception;
-    }
-    ADD_FAILURE() << "nothing was refused";
-    return {"", ""};
-}
 
 // ---- What is in a store -------------------------------------------------------------------------
 
@@ -444,53 +392,6 @@ TEST_P(StorePlaces, MayBeCutUnderAReader) {
         EXPECT_FALSE(manager.isCurrent());
         EXPECT_THROW(StoreManager{store}, StoreException);
     }
-}
-
-/// Handed to a process that has mapped a store, and cut another file.
-[[noreturn]] void readBehindTheEndOfAFile(StoreFolder const& folder) {
-    auto const path = folder.path() + "/other";
-    std::ofstream(path) << std::string(4096, 'o');
-    int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    auto const* const octets =
-        static_cast<char const volatile*>(::mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fd, 0));
-    fs::resize_file(path, 0);
-    std::fputs(octets[100] == 'o' ? "read" : "zero", stderr);
-    std::_Exit(1);
-}
-
-void exitByHandler(int) {
-    std::_Exit(42);
-}
-
-void exitByHandlerWithInfo(int, siginfo_t* info, void*) {
-    std::_Exit(info->si_addr != nullptr ? 43 : 1);
-}
-
-/// What is not about a store goes to whoever had the signal before.
-TEST(StoreSignalDeathTest, ThatIsNotOursIsPassedOn) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    StoreFolder const folder;
-    auto const store = folder.store(false);
-    publish(store, 1);
-    auto const attach = [&](auto handler) {
-        struct sigaction action = {};
-        if constexpr (std::is_same_v<decltype(handler), decltype(&exitByHandlerWithInfo)>) {
-            action.sa_flags = SA_SIGINFO;
-            action.sa_sigaction = handler;
-        } else {
-            action.sa_handler = handler;
-        }
-        ::sigaction(SIGBUS, &action, nullptr);
-        return std::make_unique<StoreManager>(store);
-    };
-    auto const killed = testing::KilledBySignal(SIGBUS);
-    auto const exits = [](int status) { return testing::ExitedWithCode(status); };
-    EXPECT_EXIT((attach(SIG_DFL), readBehindTheEndOfAFile(folder)), killed, "");
-    EXPECT_EXIT((attach(SIG_IGN), readBehindTheEndOfAFile(folder)), killed, "");
-    EXPECT_EXIT((attach(exitByHandler), readBehindTheEndOfAFile(folder)), exits(42), "");
-    EXPECT_EXIT((attach(exitByHandlerWithInfo), readBehindTheEndOfAFile(folder)), exits(43), "");
-    EXPECT_EXIT((attach(SIG_DFL), ::raise(SIGBUS), std::_Exit(1)), killed, "");
-    EXPECT_EXIT((attach(SIG_IGN), ::raise(SIGBUS), std::_Exit(44)), exits(44), "");
 }
 
 // ---- Threads ------------------------------------------------------------------------------------
