@@ -297,6 +297,16 @@ TEST_F(Stash, HandsNothingOutThatHasBeenOverwritten) {
     ASSERT_EQ(publish(comm(soo), commListFactory())[1], list);
     EXPECT_THROW(CommList::destash(list, &manager), MoxStash::StaleStoreException);
     EXPECT_EQ(held->getContent(), ExtCommContent(rt));
+    // Another value of the same kind, in the same place.
+    auto const overwritten = [&](auto const& first, auto const& third) {
+        auto const* const stored = publish(first)[0];
+        StoreManager attached(store);
+        publish(first);
+        ASSERT_EQ(publish(third)[0], stored);
+        EXPECT_THROW(first->destash(stored, &attached), MoxStash::StaleStoreException);
+    };
+    overwritten(comm(rt), comm(soo));
+    overwritten(comm(ip6(0, 2, 1)), comm(ip6(0, 2, 2)));
 }
 
 // ---- What it costs ------------------------------------------------------------------------------

@@ -28,6 +28,7 @@ class StoreName {
     ~StoreName() {
         std::string const path = name_.starts_with("shm:") ? "/dev/shm" + name_.substr(4) : name_;
         std::remove(path.c_str());
+        std::remove((path + ".lock").c_str());
     }
 
     StoreName(StoreName const&) = delete;

@@ -109,6 +109,43 @@ TEST_P(StorePlaces, KeepAReadersStoreWhileTheNextIsWritten) {
     }
 }
 
+void wordIs(std::string const& path, std::size_t offset, U64 value) {
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(static_cast<std::streamoff>(offset));
+    file.write(reinterpret_cast<char const*>(&value), sizeof value);
+}
+
+/// The writer of the next but one may have killed itself before it overwrote anything.
+TEST(StoreSegment, IsStaleOnceTheGenerationAfterTheNextIsBegun) {
+    StoreFolder const folder;
+    auto const store = folder.store(true);
+    publish(store, 1);
+    StoreManager const manager(store);
+    for (U64 const begun : {1U, 2U, 3U}) {
+        wordIs(folder.fileOf(store), 8 * Format::begunWord, begun);
+        EXPECT_EQ(manager.isCurrent(), begun <= 2);
+    }
+    EXPECT_THROW(manager.validateVersionAnchor(), StaleStoreException);
+}
+
+/// Stores that just fit before the current one, and that just do not.
+TEST(StoreSegment, IsWrittenWhereTheCurrentStoreIsNot) {
+    StoreFolder const folder;
+    auto const store = folder.store(true);
+    constexpr std::size_t pageWords = 512;
+    for (std::size_t pages = 1; pages < 3; ++pages) {
+        for (auto words = pages * pageWords - 40; words < (pages + 2) * pageWords; words += 8) {
+            removeStore(store);
+            publish(store, 1, pages * pageWords);
+            publish(store, 2, pageWords);
+            StoreManager const manager(store);
+            publish(store, 3, words);
+            ASSERT_EQ(numberIn(manager), 2U) << words << " words";
+            ASSERT_EQ(numberIn(StoreManager(store)), 3U);
+        }
+    }
+}
+
 TEST_P(StorePlaces, MayBeRemovedAndMadeAnew) {
     removeStore(store);
     publish(store, 1);
@@ -367,6 +404,18 @@ TEST(StoreDamage, CannotMakeTheSearchForARootLong) {
     auto const before = octetsAllocatedSoFar();
     EXPECT_EQ(manager.root("another"), nullptr);
     EXPECT_LT(octetsAllocatedSoFar() - before, 1U << 20);
+}
+
+/// Somebody writes to what is mapped: its sizes were right when the reader attached.
+TEST_P(StorePlaces, MayBeChangedUnderAReader) {
+    publish(store, 1, 3);
+    StoreManager const manager(store);
+    auto const* const record = manager.root("numbers");
+    for (U64 const words : {0U, 1000U, ~0U}) {
+        wordIs(file, (GetParam() ? 4096 : 0) + storedOffset(record), words << 32 | kindNumbers);
+        auto const refusal = refusalOf([&] { manager.translate(record, kindNumbers); });
+        EXPECT_EQ(refusal.offset(), storedOffset(record)) << words;
+    }
 }
 
 // ---- Cut while it is read -----------------------------------------------------------------------

@@ -75,6 +75,11 @@ constexpr U64 wordsOf(U64 octets) noexcept {
     return octets / wordOctets + (octets % wordOctets != 0 ? 1 : 0);
 }
 
+/// There is no generation 0.
+constexpr U64 generationAfter(U64 generation) noexcept {
+    return generation + 1 == 0 ? 1 : generation + 1;
+}
+
 // Another process may write what is being read: every word is read once, by one load, and written
 // by one store.
 

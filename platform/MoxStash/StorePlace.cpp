@@ -1,10 +1,10 @@
 #include "StorePlace.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
 
-#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -20,10 +20,30 @@ OwnedDescriptor::~OwnedDescriptor() {
     }
 }
 
-OwnedDescriptor openToRead(StorePlace const& place) noexcept {
+OwnedDescriptor openPlace(StorePlace const& place, int flags, ::mode_t mode) noexcept {
     auto const* const path = place.path.c_str();
-    return OwnedDescriptor(place.isSegment ? ::shm_open(path, O_RDONLY, 0)
-                                           : ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    return OwnedDescriptor(place.isSegment ? ::shm_open(path, flags, mode)
+                                           : ::open(path, flags | O_CLOEXEC | O_NONBLOCK, mode));
+}
+
+int removeName(StorePlace const& place) noexcept {
+    auto const* const path = place.path.c_str();
+    return place.isSegment ? ::shm_unlink(path) : ::unlink(path);
+}
+
+bool isOwnFile(struct stat const& status) noexcept {
+    return S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_nlink == 1;
+}
+
+std::optional<Format::StoreHeader> headerAt(int fd, Mox::U64 offset) noexcept {
+    std::array<Mox::U64, Format::headerWords> words = {};
+    if (::pread(fd, words.data(), sizeof words, static_cast<::off_t>(offset)) != sizeof words) {
+        return std::nullopt;
+    }
+    auto const header = Format::load<Format::StoreHeader>(words.data());
+    bool const isStore =
+        header.magic == Format::storeMagic && header.byteOrder == Format::byteOrder;
+    return isStore ? std::optional(header) : std::nullopt;
 }
 
 std::string systemReason(char const* what) {

@@ -1,9 +1,19 @@
 #pragma once
 
+#include "StoreFormat.h"
+
+#include <optional>
 #include <string>
 #include <utility>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+
 namespace MoxStash {
+
+/// The permissions of a new store, less the umask.
+constexpr ::mode_t defaultMode = 0644;
 
 /// Where a store is published: a file, or a POSIX shared-memory segment.
 struct StorePlace {
@@ -32,8 +42,23 @@ class OwnedDescriptor {
     int fd_;
 };
 
-/// Opens what is published at the place now; -1, and `errno`, if that fails.
-OwnedDescriptor openToRead(StorePlace const& place) noexcept;
+/// Opens what has that name, never waiting for another process; the mode is for a new one, less the
+/// umask. -1, and `errno`, if that fails.
+OwnedDescriptor openPlace(StorePlace const& place, int flags, ::mode_t mode = 0) noexcept;
+
+/// Opens what is published at the place now.
+inline OwnedDescriptor openToRead(StorePlace const& place) noexcept {
+    return openPlace(place, O_RDONLY);
+}
+
+/// 0, or -1 and `errno`.
+int removeName(StorePlace const& place) noexcept;
+
+/// Whether it is a regular file, or a segment, of this process's user, with this name only.
+bool isOwnFile(struct stat const& status) noexcept;
+
+/// The header of the store that begins there; none if no store of this byte order does.
+std::optional<Format::StoreHeader> headerAt(int fd, Mox::U64 offset) noexcept;
 
 /// `REASON: MESSAGE`, the message for `errno`.
 std::string systemReason(char const* what);

@@ -64,12 +64,18 @@ StoreWriter::StoreWriter()
 StoreWriter::~StoreWriter() = default;
 
 void const* StoreWriter::recordIs(StoredKind kind, std::span<U64 const> body) {
+    // Without memory for the set, the record must not stay behind among the words.
     auto const first = append(words_, kind, body);
-    auto const [found, isNew] = records_.insert(first);
-    if (!isNew) {
+    try {
+        auto const [found, isNew] = records_.insert(first);
+        if (!isNew) {
+            words_.resize(first);
+        }
+        return storedAddress(*found * Format::wordOctets);
+    } catch (...) {
         words_.resize(first);
+        throw;
     }
-    return storedAddress(*found * Format::wordOctets);
 }
 
 void const* StoreWriter::tableIs(std::span<StoredEntry const> entries) {
