@@ -81,9 +81,9 @@ class VOBGP_EXPORT StoredRecord {
 /// everything that it was asked to rebuild once; what is rebuilt by it outlives it. Thread-
 /// compatible; each thread of a reading process may have its own.
 ///
-/// Whatever a store holds: nothing outside it is read, no memory is asked for on the word of a
-/// count, and what is not as it must be is a StoreException. What is rebuilt takes at most eight
-/// times the octets of the records that it is rebuilt from.
+/// Nothing outside the store is read, and what is malformed is a StoreException. Attaching takes
+/// 1/64 of its octets, rebuilding a record at most 16 times the record's, members included; with
+/// `sharingIs(true)`, at most 20 times those of all records rebuilt, each counted once.
 class VOBGP_EXPORT StoreManager {
   public:
     /// Attaches to what is published as `store`: the path of a file, or `shm:/NAME`, a POSIX
