@@ -17,7 +17,7 @@ namespace MoxStash {
 ///
 /// `mode` is for the permissions of the file or segment (at most 0777, asserted; the umask does not
 /// apply). If none is given, a store that is replaced keeps its own, and a new one gets 0644 less
-/// the umask.
+/// the umask. A segment must stay readable and writable for its owner, who publishes the next one.
 ///
 /// Atomic: a reader that attaches, at any instant, finds the old store or the new one, also if the
 /// writer is killed; a new file is synced to the disk before it is renamed, and its folder after.
