@@ -15,6 +15,7 @@
 #include <Mox/Type.h>
 #include <Routing/Bgp/RouteTarget.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <map>
@@ -264,6 +265,10 @@ TEST(Collections, IterationToleratesEveryChange) {
     });
     EXPECT_EQ(visited.size(), 50U) << "what was removed is not visited, nor what was added";
     EXPECT_EQ(set.size(), 50U);
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_FALSE(set.has(i));
+        EXPECT_EQ(set.has(1000 + i), i % 2 == 0);
+    }
 
     Mox::OrderedMap<int, int> map;
     for (int const key : {5, 1, 3}) {
@@ -277,6 +282,47 @@ TEST(Collections, IterationToleratesEveryChange) {
     });
     EXPECT_EQ(order, (std::vector<int>{10, 50}));
     EXPECT_TRUE(map.empty());
+}
+
+/// A key that counts how often one is copied or moved.
+struct CountedKey {
+    explicit CountedKey(int n)
+      : number(n) {}
+    CountedKey(CountedKey const& other) noexcept
+      : number(other.number) {
+        ++transfers;
+    }
+    CountedKey& operator=(CountedKey const& other) noexcept {
+        number = other.number;
+        ++transfers;
+        return *this;
+    }
+    Mox::U64 hash() const noexcept { return Mox::hashWord(static_cast<Mox::U64>(number)); }
+    bool operator==(CountedKey const& other) const noexcept { return number == other.number; }
+
+    int number;
+    static inline int transfers = 0;
+};
+
+TEST(Collections, NoChangeOfAHashMapMovesManyOfItsKeys) {
+    Mox::HashSet<CountedKey> set;
+    int most = 0;
+    auto const change = [&](int key) {
+        CountedKey const counted(key);
+        auto const before = CountedKey::transfers;
+        if (!set.del(counted)) {
+            set.is(counted);
+        }
+        most = std::max(most, CountedKey::transfers - before);
+    };
+    for (int key = 0; key < 1000; ++key) {
+        change(key);
+    }
+    for (int i = 0; i < 10000; ++i) {
+        change(1000 + i / 2 % 3);
+    }
+    EXPECT_EQ(set.size(), 1000U);
+    EXPECT_LE(most, 10);
 }
 
 TEST(Collections, AnAllocationThatFailsLeavesAMapAsItWas) {

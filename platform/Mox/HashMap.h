@@ -3,6 +3,8 @@
 #include <Mox/Hash.h>
 #include <Mox/Types.h>
 
+#include <atomic>
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <optional>
@@ -27,82 +29,107 @@ struct Hasher {
     }
 };
 
-/// A hash map with a seed of its own.
+/// A hash map with a seed of its own, grown and shrunk by linear hashing.
 ///
-/// Items lie in one array in the order of their insertion; a flat table of numbers finds them. It
-/// owns its keys and values. Iteration (`forEach`) visits what was there when it began and is still
-/// there when its turn comes: the visitor may remove any item, the current one too, insert, or
-/// start another iteration. An allocation that fails leaves the map as it was. Thread-compatible.
+/// Places are numbered from 1. Each stores one item, and the head of the bucket that has the same
+/// number, if there is one. An insertion appends a place and may split one bucket; a removal moves
+/// the last item into the hole, drops the last place, and may merge one bucket. So a removed key
+/// leaves nothing behind, and no change takes time in proportion to the size of the map.
+///
+///     place     1           2           3           4
+///           +-----------+-----------+-----------+-----------+     a bucket's chain:
+///           | head      | head      | head      |           |       head -> next -> ... -> 0
+///           | key value | key value | key value | key value |     head, next: the number of a
+///           | hash next | hash next | hash next | hash next |       place, 0 at the end
+///           +-----------+-----------+-----------+-----------+
+///
+/// Owns its keys and values; items are in no particular order. Iteration (`forEach`) visits the
+/// items that were present when it began and are still present when their turn comes: the visitor
+/// may remove any item, including the current one, insert, or start another iteration. During an
+/// iteration items do not move, and removed ones leave holes, which are closed when the outermost
+/// iteration ends. If an allocation fails, the map is unchanged. Thread-compatible.
 template <class Key, class Value, class Hash = Hasher<Key>>
 class HashMap {
   public:
     explicit HashMap(U64 seed = nextHashSeed()) noexcept
       : seed_(seed) {}
-    std::size_t size() const noexcept { return live_; }
-    bool empty() const noexcept { return live_ == 0; }
-    bool has(Key const& key) const noexcept { return findItem(key, hashOf(key)) != nullptr; }
+
+    HashMap(HashMap&& other) noexcept
+      : seed_(other.seed_) {
+        swap(other);
+    }
+
+    HashMap& operator=(HashMap other) noexcept {
+        swap(other);
+        return *this;
+    }
+
+    void swap(HashMap& other) noexcept {
+        std::swap(seed_, other.seed_);
+        std::swap(segments_, other.segments_);
+        std::swap(places_, other.places_);
+        std::swap(buckets_, other.buckets_);
+        std::swap(size_, other.size_);
+        std::swap(visits_, other.visits_);
+    }
+
+    std::size_t size() const noexcept { return size_; }
+    bool empty() const noexcept { return size_ == 0; }
+    bool has(Key const& key) const noexcept { return get(key) != nullptr; }
 
     /// The value at the key, or null.
     Value const* get(Key const& key) const noexcept {
-        auto const* const item = findItem(key, hashOf(key));
-        return item == nullptr ? nullptr : &item->value;
+        auto* const link = const_cast<HashMap*>(this)->find(key, hashOf(key));
+        return link == nullptr ? nullptr : &place(*link).item->value;
     }
 
     /// Inserts or replaces; returns whether the key is new.
     bool is(Key const& key, Value value) {
         auto const hash = hashOf(key);
-        if (auto* const item = findItem(key, hash); item != nullptr) {
-            item->value = std::move(value);
+        if (auto* const link = find(key, hash); link != nullptr) {
+            place(*link).item->value = std::move(value);
             return false;
         }
-        makeRoomForOne();
-        items_.emplace_back(Item{key, std::move(value), hash});
-        *freeSlot(hash) = static_cast<U32>(items_.size());
-        ++live_;
+        append(Item{key, std::move(value), hash, 0});
+        // At least 7 buckets for 8 places. The slack spares a key that comes and goes the splitting
+        // and merging.
+        if (8 * U64{buckets_} < 7 * U64{places_}) {
+            splitBucket();
+        }
+        link(places_);
+        ++size_;
         return true;
     }
 
     /// Removes the item at the key; returns whether there was one.
     bool del(Key const& key) noexcept {
-        auto* const slot = findSlot(key, hashOf(key));
-        if (slot == nullptr) {
+        auto* const link = find(key, hashOf(key));
+        if (link == nullptr) {
             return false;
         }
-        auto& item = items_[*slot - 1];
-        *slot = deletedSlot;
-        --live_;
-        // The item goes last: its destructor may come back to this map.
-        [[maybe_unused]] auto const removed = std::move(item);
-        item.reset();
-        if (live_ == 0 && visits_ == 0) {
-            items_.clear();
-            slots_.clear();
+        auto const hole = *link;
+        // Destroyed last: its destructor may come back to this map.
+        [[maybe_unused]] auto const removed = std::exchange(place(hole).item, std::nullopt);
+        *link = removed->next;
+        --size_;
+        if (visits_ == 0) {
+            close(hole);
         }
         return true;
     }
 
     template <class Visitor>
     void forEach(Visitor visitor) const {
-        struct Visit {
-            std::size_t& count;
-
-            explicit Visit(std::size_t& visits)
-              : count(visits) {
-                ++count;
-            }
-
-            ~Visit() { --count; }
-        } const visit(visits_);
-
-        auto const bound = items_.size();
-        for (std::size_t i = 0; i < bound; ++i) {
-            if (items_[i].has_value()) {
-                // Copies: the visitor may remove the item, or make the array move.
-                Key const key = items_[i]->key;
+        Visit const visit(*this);
+        auto const bound = places_;
+        for (U32 number = 1; number <= bound; ++number) {
+            if (auto const& item = place(number).item; item.has_value()) {
+                // Copies: the visitor may remove the item.
+                Key const key = item->key;
                 if constexpr (std::invocable<Visitor&, Key const&>) {
                     visitor(key);
                 } else {
-                    Value const value = items_[i]->value;
+                    Value const value = item->value;
                     visitor(key, value);
                 }
             }
@@ -112,81 +139,194 @@ class HashMap {
   private:
     struct Item {
         Key key;
-        Value value;
-        U64 hash;
+        [[no_unique_address]] Value value;
+        U32 hash;
+        /// The next place of the bucket.
+        U32 next;
     };
 
-    static constexpr U32 emptySlot = 0;
-    static constexpr U32 deletedSlot = ~U32{0};
+    struct Place {
+        /// Where the chain of the bucket with this place's number begins.
+        U32 head;
+        /// Empty only while it is a hole.
+        std::optional<Item> item;
+    };
 
-    U64 hashOf(Key const& key) const noexcept {
-        return mixHash(Hash()(key) ^ seed_, 0x9e3779b97f4a7c15U);
+    /// One iteration in progress. Counted atomically: threads may read a map at the same time.
+    class Visit {
+      public:
+        explicit Visit(HashMap const& map) noexcept
+          : map_(map) {
+            std::atomic_ref(map_.visits_).fetch_add(1, std::memory_order_relaxed);
+        }
+
+        ~Visit() {
+            // A map with holes was changed by its visitor: it is not constant.
+            if (std::atomic_ref(map_.visits_).fetch_sub(1, std::memory_order_relaxed) == 1 &&
+                map_.size_ != map_.places_) {
+                const_cast<HashMap&>(map_).closeAll();
+            }
+        }
+
+        Visit(Visit const&) = delete;
+        Visit& operator=(Visit const&) = delete;
+
+      private:
+        HashMap const& map_;
+    };
+
+    // Places lie in segments of 8, 8, 16, 32, ... that never move: appending one never copies any.
+
+    static constexpr unsigned firstSegmentBits = 3;
+    static constexpr U32 firstSegment = 1U << firstSegmentBits;
+
+    static std::size_t segmentOf(U32 index) noexcept {
+        return static_cast<std::size_t>(std::bit_width(index >> firstSegmentBits));
     }
 
-    U32* findSlot(Key const& key, U64 hash) noexcept {
-        if (slots_.empty()) {
+    static U32 segmentStart(std::size_t segment) noexcept {
+        return segment == 0 ? 0 : firstSegment << (segment - 1);
+    }
+
+    Place const& place(U32 number) const noexcept {
+        auto const segment = segmentOf(number - 1);
+        return segments_[segment][number - 1 - segmentStart(segment)];
+    }
+
+    Place& place(U32 number) noexcept {
+        return const_cast<Place&>(static_cast<HashMap const*>(this)->place(number));
+    }
+
+    void append(Item&& item) {
+        auto const segment = segmentOf(places_);
+        if (segment == segments_.size()) {
+            std::vector<Place> places;
+            places.reserve(segment == 0 ? firstSegment : segmentStart(segment));
+            segments_.push_back(std::move(places));
+        }
+        segments_[segment].push_back(Place{0, std::move(item)});
+        ++places_;
+    }
+
+    void dropLast() noexcept {
+        --places_;
+        auto const segment = segmentOf(places_);
+        segments_[segment].pop_back();
+        // One empty segment stays until the one before it is half empty: a key that comes and goes
+        // at the boundary does not allocate each time.
+        if (segment + 2 == segments_.size() &&
+            2 * segments_[segment].size() <= segments_[segment].capacity()) {
+            segments_.pop_back();
+        }
+    }
+
+    U32 hashOf(Key const& key) const noexcept {
+        return static_cast<U32>(mixHash(Hash()(key) ^ seed_, 0x9e3779b97f4a7c15U));
+    }
+
+    /// The bucket of a hash: its low bits, one bit fewer for a bucket that is not split off yet.
+    U32& head(U32 hash) noexcept {
+        auto const mask = std::bit_ceil(buckets_) - 1;
+        auto const bucket = hash & mask;
+        return place((bucket < buckets_ ? bucket : bucket & mask >> 1) + 1).head;
+    }
+
+    /// The bucket that the last one was split off: its number without the highest bit.
+    U32& headBeforeLastSplit() noexcept {
+        auto const last = buckets_ - 1;
+        return place((last ^ std::bit_floor(last)) + 1).head;
+    }
+
+    /// The link that leads to the item at the key, or null.
+    U32* find(Key const& key, U32 hash) noexcept {
+        if (buckets_ == 0) {
             return nullptr;
         }
-        auto const mask = slots_.size() - 1;
-        for (auto place = hash & mask;; place = (place + 1) & mask) {
-            auto const slot = slots_[place];
-            if (slot == emptySlot) {
-                return nullptr;
+        auto* link = &head(hash);
+        while (*link != 0) {
+            auto& item = *place(*link).item;
+            if (item.hash == hash && item.key == key) {
+                return link;
             }
-            if (slot != deletedSlot && items_[slot - 1]->hash == hash &&
-                items_[slot - 1]->key == key) {
-                return &slots_[place];
+            link = &item.next;
+        }
+        return nullptr;
+    }
+
+    void link(U32 number) noexcept {
+        auto& item = *place(number).item;
+        item.next = std::exchange(head(item.hash), number);
+    }
+
+    /// Adds a bucket and moves into it what belongs there.
+    void splitBucket() noexcept {
+        auto const last = buckets_++;
+        if (last == 0) {
+            return;
+        }
+        auto const mask = 2 * std::bit_floor(last) - 1;
+        auto* staying = &headBeforeLastSplit();
+        auto* moving = &place(buckets_).head;
+        while (*staying != 0) {
+            auto& item = *place(*staying).item;
+            if ((item.hash & mask) == last) {
+                *moving = *staying;
+                *staying = item.next;
+                moving = &item.next;
+            } else {
+                staying = &item.next;
             }
         }
+        *moving = 0;
     }
 
-    Item* findItem(Key const& key, U64 hash) const noexcept {
-        auto* const self = const_cast<HashMap*>(this);
-        auto const* const slot = self->findSlot(key, hash);
-        return slot == nullptr ? nullptr : &*self->items_[*slot - 1];
+    /// Removes the last bucket: what is in it goes back to where it was split off.
+    void mergeBucket() noexcept {
+        if (buckets_ > 1) {
+            auto* end = &headBeforeLastSplit();
+            while (*end != 0) {
+                end = &place(*end).item->next;
+            }
+            *end = place(buckets_).head;
+        }
+        --buckets_;
     }
 
-    U32* freeSlot(U64 hash) noexcept {
-        auto const mask = slots_.size() - 1;
-        auto place = hash & mask;
-        while (slots_[place] != emptySlot) {
-            place = (place + 1) & mask;
+    /// Closes a hole with the last item, and drops the last place.
+    void close(U32 hole) noexcept {
+        auto const last = places_;
+        if (buckets_ == last) {
+            mergeBucket();
         }
-        return &slots_[place];
+        // While the visit was on, the last item may have become a hole itself.
+        if (auto& moving = place(last).item; hole != last && moving.has_value()) {
+            auto* link = &head(moving->hash);
+            while (*link != last) {
+                link = &place(*link).item->next;
+            }
+            *link = hole;
+            place(hole).item = std::move(moving);
+        }
+        dropLast();
     }
 
-    /// Room for one more item and its slot, so that nothing after this can fail. Every item ever
-    /// appended took one slot that was empty, so the items bound the slots in use.
-    void makeRoomForOne() {
-        if (visits_ == 0 && items_.size() > 2 * live_ + 8) {
-            std::erase_if(items_, [](auto const& item) { return !item.has_value(); });
-            fillSlots(slots_);
-        }
-        if (items_.size() == items_.capacity()) {
-            items_.reserve(items_.empty() ? 4 : 2 * items_.size());
-        }
-        if (4 * (items_.size() + 1) > 3 * slots_.size()) {
-            std::vector<U32> larger(slots_.empty() ? 8 : 2 * slots_.size());
-            slots_.swap(larger);
-            fillSlots(slots_);
-        }
-    }
-
-    void fillSlots(std::vector<U32>& slots) noexcept {
-        std::fill(slots.begin(), slots.end(), emptySlot);
-        for (std::size_t i = 0; i < items_.size(); ++i) {
-            if (items_[i].has_value()) {
-                *freeSlot(items_[i]->hash) = static_cast<U32>(i + 1);
+    void closeAll() noexcept {
+        for (U32 number = 1; number <= places_;) {
+            if (place(number).item.has_value()) {
+                ++number;
+            } else {
+                close(number);
             }
         }
     }
 
     U64 seed_;
-    std::vector<std::optional<Item>> items_;
-    /// The number of an item plus one; a power of two of them.
-    std::vector<U32> slots_;
-    std::size_t live_ = 0;
-    mutable std::size_t visits_ = 0;
+    std::vector<std::vector<Place>> segments_;
+    /// How many there are: items and holes.
+    U32 places_ = 0;
+    U32 buckets_ = 0;
+    U32 size_ = 0;
+    alignas(std::atomic_ref<U32>::required_alignment) mutable U32 visits_ = 0;
 };
 
 /// A hash set with a seed of its own; all else as HashMap.
