@@ -34,27 +34,10 @@ void NotifyingRouteTargetList::Notifiee::handleChange(Mox::AttributeNumber /*att
 }
 
 NotifyingRouteTargetList::NotifyingRouteTargetList()
-  : notifieeList_(*this) {}
+  : notifieeList_(*this)
+  , rt_(*this, rtAttribute) {}
 
 NotifyingRouteTargetList::~NotifyingRouteTargetList() = default;
-
-void NotifyingRouteTargetList::rtIs(RouteTarget const& rt) {
-    if (rt_.is(rt)) {
-        notifieeList_.notify(rtAttribute, &rt);
-    }
-}
-
-bool NotifyingRouteTargetList::rtDel(RouteTarget const& rt) {
-    bool const wasThere = rt_.del(rt);
-    if (wasThere) {
-        notifieeList_.notify(rtAttribute, &rt);
-    }
-    return wasThere;
-}
-
-void NotifyingRouteTargetList::rtDelAll() {
-    rt_.forEach([this](RouteTarget const& rt) { rtDel(rt); });
-}
 
 void NotifyingRouteTargetList::dumpState(Kel::DumpContext::PtrConst const& dumpContext,
                                          U32 indent) const {

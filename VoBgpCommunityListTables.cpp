@@ -94,32 +94,14 @@ void NotifyingRtExtCommListCollection::Notifiee::handleChange(Mox::AttributeNumb
 }
 
 NotifyingRtExtCommListCollection::NotifyingRtExtCommListCollection()
-  : rtExtCommList_(0xE67954DD)
-  , notifieeList_(*this) {}
+  : notifieeList_(*this)
+  , rtExtCommList_(*this, rtExtCommListAttribute, 0xE67954DD) {}
 
 NotifyingRtExtCommListCollection::~NotifyingRtExtCommListCollection() = default;
 
 void NotifyingRtExtCommListCollection::rtExtCommListIs(NotifierPtr const& rtExtCommList) {
-    // Held: an observer may let go of where it comes from.
-    auto const key = rtExtCommList;
-    if (rtExtCommList_.is(key)) {
-        notifieeList_.notify(rtExtCommListAttribute, &key);
-    }
-}
-
-bool NotifyingRtExtCommListCollection::rtExtCommListDel(NotifierPtr const& rtExtCommList) {
-    auto const key = rtExtCommList;
-    bool const wasThere = rtExtCommList_.del(key);
-    if (wasThere) {
-        notifieeList_.notify(rtExtCommListAttribute, &key);
-    }
-    return wasThere;
-}
-
-void NotifyingRtExtCommListCollection::rtExtCommListDelAll() {
-    // An observer may let go of this.
-    PtrConst const self(this);
-    rtExtCommList_.forEach([this](NotifierPtr const& each) { rtExtCommListDel(each); });
+    MOX_ASSERT_TEXT(rtExtCommList != nullptr, "__null != rtExtCommList");
+    rtExtCommList_.is(rtExtCommList);
 }
 
 void NotifyingRtExtCommListCollection::dumpState(Kel::DumpContext::PtrConst const& dumpContext,

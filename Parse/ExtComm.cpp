@@ -87,6 +87,8 @@ void BgpParseExtCommPluginBaseSm::ruleCollectionsDel() noexcept {
 }
 
 void BgpParseExtCommPluginBaseSm::handleStartup() const {
+    // Held, here and below: a hook may drop the last reference to the plug-in.
+    PtrConst const self(this);
 #define VOBGP_REPLAY(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas, handle,   \
                      ...)                                                                          \
     handle();
@@ -100,6 +102,7 @@ void BgpParseExtCommPluginBaseSm::handleStartup() const {
         instantiate(key, key.rule()->parseControl());                                              \
     }                                                                                              \
     void BgpParseExtCommPluginBaseSm::handle() const {                                             \
+        PtrConst const self(this);                                                                 \
         if (auto const registry = ruleCollections()) {                                             \
             registry->set().forEach([this](Key const& key) { handle(key); });                      \
         }                                                                                          \

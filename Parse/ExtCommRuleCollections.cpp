@@ -2,6 +2,7 @@
 
 #include <Mox/CharBuffer.h>
 #include <Mox/Exception.h>
+#include <Mox/HashMap.h>
 
 #include <bit>
 #include <charconv>
@@ -135,7 +136,8 @@ void BgpParseExtCommRuleCollections::Notifiee::handleChange(Mox::AttributeNumber
 }
 
 BgpParseExtCommRuleCollections::BgpParseExtCommRuleCollections()
-  : notifieeList_(*this) {}
+  : notifieeList_(*this)
+  , sets_(*this) {}
 
 BgpParseExtCommRuleCollections::~BgpParseExtCommRuleCollections() = default;
 

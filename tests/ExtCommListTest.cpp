@@ -12,6 +12,7 @@
 #include <array>
 #include <span>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -227,6 +228,33 @@ TEST_P(ExtCommLists, HandOutSnapshots) {
               "ExtCommListSnapshot::classificationListIs");
     EXPECT_EQ(errorOf<NullArgument>([&] { part->commIs(nullptr); }),
               "ExtCommClassificationListSnapshot::commIs");
+}
+
+TEST_P(ExtCommLists, SnapshotsMayLoseTheirLastPointerWhileTheyAreUsed) {
+    auto const snapshotOfTwo = [&] { return fill({rt1, color})->commSnapshot(); };
+    auto snapshot = snapshotOfTwo();
+    auto visited = 0;
+    snapshot->forEachComm([&](auto const&) {
+        snapshot = nullptr;
+        ++visited;
+    });
+    EXPECT_EQ(visited, 2);
+
+    // What is replaced is the last reference to it, and who hears that it goes drops the snapshot.
+    struct Ear : NotifyingRouteTargetList::Notifiee {
+        using Notifiee::Notifiee;
+        void handleRt(RouteTarget const&) override { dropped = nullptr; }
+        ExtCommListSnapshot::Ptr dropped;
+    };
+    auto const otherComms = extCommDedupTableFactory(container->extCommParser());
+    auto const other = ExtComm::dedupContent(otherComms.get(), ExtCommContent(rt1));
+    snapshot = snapshotOfTwo();
+    Ear ear(comms->notifyingRouteTargetList());
+    auto& onlyHeldByTheEar = *snapshot;
+    ear.dropped = std::exchange(snapshot, nullptr);
+    onlyHeldByTheEar.commIs(other);
+    EXPECT_FALSE(ear.dropped);
+    EXPECT_EQ(other->referenceCount(), 2U) << "this one and its table";
 }
 
 TEST_P(ExtCommLists, ReadingAllocatesNothing) {

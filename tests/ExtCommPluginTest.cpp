@@ -167,6 +167,11 @@ TEST(ExtCommPlugin, OneMayBeDestroyedByItsOwnReaction) {
     auto const rule = newRule(registry);
     EXPECT_EQ(plugin, nullptr);
     EXPECT_EQ(other->hooks.size(), 13u);
+    // And while it catches up.
+    plugin = Mox::makeActive<Counter>(registry);
+    plugin->reaction = [&] { plugin = nullptr; };
+    plugin.get()->handleStartup();
+    EXPECT_EQ(plugin, nullptr);
 }
 
 TEST(ExtCommPluginDeathTest, ANullSubRuleFailsTheOperationThatFilesIt) {

@@ -63,6 +63,26 @@ TEST(NotifyingRouteTargetList, AnObserverThatAddsWhileAllIsRemovedIsHeard) {
     EXPECT_EQ(list->rts(), 1U) << "what was added meanwhile stays";
 }
 
+TEST(NotifyingRouteTargetList, MayLoseItsLastPointerWhileItIsWalked) {
+    Ear ear;
+    auto const onlyHeldByTheEar = [&] {
+        auto const list = notifyingRouteTargetListFactory();
+        list->rtIs(a);
+        list->rtIs(b);
+        ear.notifierIs(list);
+        return list.get();
+    };
+    ear.then = [&] { ear.notifierIs(nullptr); };
+    onlyHeldByTheEar()->rtDelAll();
+    EXPECT_EQ(ear.log, " -1:1");
+    auto visited = 0;
+    onlyHeldByTheEar()->forEachRt([&](RouteTarget const&) {
+        ear.notifierIs(nullptr);
+        ++visited;
+    });
+    EXPECT_EQ(visited, 2);
+}
+
 TEST(NotifyingRouteTargetList, DumpsItsCountAndItsMembers) {
     auto const list = notifyingRouteTargetListFactory();
     EXPECT_EQ(dumpOf(*list, 0), "NotifyingRouteTargetList #0:\n");

@@ -122,6 +122,21 @@ TEST(RuleRegistry, EverySetTellsEachComingAndGoingOnceAtItsHook) {
 }
 
 TEST(RuleRegistry, AKeyReadsBackOnlyAsALivingRuleAndAControlOnlyAsALivingRegistry) {
+TEST(RuleRegistry, MayLoseItsLastPointerWhileAllKeysAreRemoved) {
+    ExtCommRuleKinds::forEach([]<class Each>() {
+        int places[3];
+        Recorder recorder(bgpParseExtCommRuleCollectionsFactory());
+        auto& registry = const_cast<Registry&>(*recorder.notifier());
+        for (auto& place : places) {
+            registry.keyIs(ExtCommRuleKey<Each>(reinterpret_cast<typename Each::Rule*>(&place)));
+        }
+        recorder.heard.clear();
+        recorder.reaction = [&] { recorder.notifierIs(nullptr); };
+        registry.keyDelAll<Each>();
+        EXPECT_EQ(recorder.heard.size(), 1u) << Each::setName;
+    });
+}
+
     using Key = BgpParseExtendedCommunityRuleKey;
     auto const readKey = [](String const& text) {
         return errorOf<Mox::RangeException>([&] { strepToValue<Key>(text); });

@@ -1,11 +1,10 @@
 #pragma once
 
+#include <Mox/CollectionAttribute.h>
 #include <Mox/Notifiee.h>
 #include <Mox/OrderedMap.h>
-#include <Mox/Ptr.h>
+#include <Mox/PtrInterface.h>
 #include <Mox/Types.h>
-
-#include <utility>
 
 namespace Mox {
 
@@ -26,19 +25,17 @@ class MapEntry {
 
 /// An attribute of a counted object that is an ordered map, ascending by key.
 ///
-/// It is a member of its owner, holds its keys and values, and tells the owner's observers the key
-/// of every item that comes, goes or changes; what changes nothing is not told. The value of an
-/// absent key is Value(). Thread-compatible; reactor thread where there are observers.
+/// A member of its owner; owns its keys and values. Reports the key of every item that is added,
+/// removed or changed to the owner's observers, and nothing else. The value of an absent key is
+/// Value(). Observers and visitors may change the map, and drop the last reference to its owner.
+/// Thread-compatible; reactor thread if there are observers.
 template <class Key, class Value>
-class MapAttribute {
+class MapAttribute : private CollectionAttribute {
   public:
     using Entry = MapEntry<Key, Value>;
 
     MapAttribute(PtrInterface const& owner, AttributeNumber number) noexcept
-      : owner_(owner)
-      , number_(number) {}
-    MapAttribute(MapAttribute const&) = delete;
-    MapAttribute& operator=(MapAttribute const&) = delete;
+      : CollectionAttribute(owner, number) {}
 
     U32 size() const noexcept { return static_cast<U32>(items_.size()); }
     bool has(Key const& key) const { return items_.has(key); }
@@ -51,10 +48,14 @@ class MapAttribute {
     /// Inserts or replaces.
     void is(Key const& key, Value const& value) {
         auto const* const before = items_.get(key);
-        if (before == nullptr || !(*before == value)) {
-            items_.is(key, value);
-            notify(key);
+        if (before != nullptr && *before == value) {
+            return;
         }
+        // The value replaced may be the last reference to an object that is observed itself.
+        auto const owner = holdOwner();
+        auto const changed = key;
+        items_.is(changed, value);
+        notify(&changed);
     }
 
     /// Removes the item at the key and returns its value.
@@ -64,35 +65,27 @@ class MapAttribute {
             return Value();
         }
         auto removed = *value;
-        items_.del(key);
-        notify(key);
+        auto const removedKey = key;
+        items_.del(removedKey);
+        notify(&removedKey);
         return removed;
     }
 
     /// Removes every item, one at a time through del().
     void delAll() {
-        // An observer may let go of the owner.
-        Ptr<PtrInterface const> const owner(&owner_);
+        auto const owner = holdOwner();
         items_.forEach([this](Key const& key, Value const& /*value*/) { del(key); });
     }
 
-    /// Calls the visitor with each entry, which it may remove, and others with it.
+    /// Calls the visitor with each entry, in the order of the keys.
     template <class Visitor>
     void forEach(Visitor visitor) const {
+        auto const owner = holdOwner();
         items_.forEach(
             [&visitor](Key const& key, Value const& value) { visitor(Entry(key, value)); });
     }
 
   private:
-    void notify(Key const& key) {
-        // Last of all: on return the owner may be gone.
-        if (auto* const notifiees = owner_.notifieeList(); notifiees != nullptr) {
-            notifiees->notify(number_, &key);
-        }
-    }
-
-    PtrInterface const& owner_;
-    AttributeNumber const number_;
     OrderedMap<Key, Value> items_;
 };
 

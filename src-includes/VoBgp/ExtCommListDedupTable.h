@@ -4,9 +4,10 @@
 #include <Kel/DedupHashTable.h>
 #include <Kel/DumpContext.h>
 #include <Mox/Export.h>
-#include <Mox/HashMap.h>
+#include <Mox/Hash.h>
 #include <Mox/Notifiee.h>
 #include <Mox/Ptr.h>
+#include <Mox/SetAttribute.h>
 #include <VoBgp/CommListDedupTable.h>
 #include <VoBgp/ExtCommList.h>
 
@@ -90,10 +91,12 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
     void rtExtCommListIs(NotifierPtr const& rtExtCommList);
 
     /// Removes a notifier and tells the observers; returns whether it was there.
-    bool rtExtCommListDel(NotifierPtr const& rtExtCommList);
+    bool rtExtCommListDel(NotifierPtr const& rtExtCommList) {
+        return rtExtCommList_.del(rtExtCommList);
+    }
 
     /// Removes every notifier, one at a time through rtExtCommListDel().
-    void rtExtCommListDelAll();
+    void rtExtCommListDelAll() { rtExtCommList_.delAll(); }
 
     bool rtExtCommListHas(NotifierPtr const& rtExtCommList) const noexcept {
         return rtExtCommList_.has(rtExtCommList);
@@ -118,10 +121,10 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
         }
     };
 
-    Mox::HashSet<NotifierPtr, IdentityHash> rtExtCommList_;
     mutable Mox::NotifieeList notifieeList_;
 };
 
+    Mox::SetAttribute<NotifierPtr, IdentityHash> rtExtCommList_;
 /// Keeps a collection equal to the route-target classification lists of a table.
 ///
 /// Owned by the table it observes. Called by one thread at a time, as every lifetime notifiee is.

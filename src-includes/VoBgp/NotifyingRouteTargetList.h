@@ -2,9 +2,9 @@
 
 #include <Kel/DumpContext.h>
 #include <Mox/Export.h>
-#include <Mox/HashMap.h>
 #include <Mox/Notifiee.h>
 #include <Mox/Ptr.h>
+#include <Mox/SetAttribute.h>
 #include <Mox/Types.h>
 #include <Routing/Bgp/RouteTarget.h>
 
@@ -56,13 +56,13 @@ class VOBGP_EXPORT NotifyingRouteTargetList : public Mox::PtrInterface {
     ~NotifyingRouteTargetList() override;
 
     /// Adds a route target and tells the observers, unless it is there already.
-    void rtIs(RouteTarget const& rt);
+    void rtIs(RouteTarget const& rt) { rt_.is(rt); }
 
     /// Removes a route target and tells the observers; returns whether it was there.
-    bool rtDel(RouteTarget const& rt);
+    bool rtDel(RouteTarget const& rt) { return rt_.del(rt); }
 
     /// Removes every route target, one at a time through rtDel().
-    void rtDelAll();
+    void rtDelAll() { rt_.delAll(); }
 
     bool rtHas(RouteTarget const& rt) const noexcept { return rt_.has(rt); }
     std::size_t rts() const noexcept { return rt_.size(); }
@@ -79,8 +79,8 @@ class VOBGP_EXPORT NotifyingRouteTargetList : public Mox::PtrInterface {
     void dumpState(Kel::DumpContext::PtrConst const& dumpContext, U32 indent) const;
 
   private:
-    Mox::HashSet<RouteTarget> rt_;
     mutable Mox::NotifieeList notifieeList_;
+    Mox::SetAttribute<RouteTarget> rt_;
 };
 
 /// A new, empty list with its notifications switched on.

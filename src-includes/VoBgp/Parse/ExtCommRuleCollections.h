@@ -2,16 +2,15 @@
 
 #include <Mox/Export.h>
 #include <Mox/Hash.h>
-#include <Mox/HashMap.h>
 #include <Mox/Notifiee.h>
 #include <Mox/Ptr.h>
+#include <Mox/SetAttribute.h>
 #include <Mox/Type.h>
 #include <Mox/ValueText.h>
 #include <VoBgp/Parse/ExtCommRuleKinds.h>
 
 #include <compare>
 #include <cstddef>
-#include <tuple>
 #include <utility>
 
 namespace Routing::Bgp {
@@ -151,7 +150,7 @@ class VOBGP_EXPORT BgpParseExtCommRuleCollections : public Mox::PtrInterface {
     // setDelAll  removes every key, one at a time through setDel
     // setHas     whether the key is there
 #define VOBGP_RULE_SET(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas, ...)    \
-    Mox::HashSet<Key> const& set() const noexcept {                                                \
+    Mox::SetAttribute<Key> const& set() const noexcept {                                           \
         return keys<ExtCommRuleKind::Tag>();                                                       \
     }                                                                                              \
     Key setIs(Key const& key) {                                                                    \
@@ -172,30 +171,24 @@ class VOBGP_EXPORT BgpParseExtCommRuleCollections : public Mox::PtrInterface {
     // The same by kind, for code that is written once for all of them.
 
     template <class Kind>
-    Mox::HashSet<ExtCommRuleKey<Kind>> const& keys() const noexcept {
-        return std::get<Mox::HashSet<ExtCommRuleKey<Kind>>>(sets_);
+    Mox::SetAttribute<ExtCommRuleKey<Kind>> const& keys() const noexcept {
+        return sets_;
     }
 
     template <class Kind>
     ExtCommRuleKey<Kind> keyIs(ExtCommRuleKey<Kind> key) {
-        if (mutableKeys<Kind>().is(key)) {
-            notifieeList_.notify(Kind::attribute, &key);
-        }
+        mutableKeys<Kind>().is(key);
         return key;
     }
 
     template <class Kind>
     bool keyDel(ExtCommRuleKey<Kind> key) {
-        bool const wasThere = mutableKeys<Kind>().del(key);
-        if (wasThere) {
-            notifieeList_.notify(Kind::attribute, &key);
-        }
-        return wasThere;
+        return mutableKeys<Kind>().del(key);
     }
 
     template <class Kind>
     void keyDelAll() {
-        keys<Kind>().forEach([this](ExtCommRuleKey<Kind> const& key) { keyDel(key); });
+        mutableKeys<Kind>().delAll();
     }
 
     Mox::NotifieeList* notifieeList() const noexcept override {
@@ -203,16 +196,20 @@ class VOBGP_EXPORT BgpParseExtCommRuleCollections : public Mox::PtrInterface {
     }
 
   private:
+    /// The set of each kind is one of its bases.
     template <class... Kinds>
-    using Sets = std::tuple<Mox::HashSet<ExtCommRuleKey<Kinds>>...>;
+    struct Sets : Mox::SetAttribute<ExtCommRuleKey<Kinds>>... {
+        explicit Sets(PtrInterface const& owner) noexcept
+          : Mox::SetAttribute<ExtCommRuleKey<Kinds>>(owner, Kinds::attribute)... {}
+    };
 
     template <class Kind>
-    Mox::HashSet<ExtCommRuleKey<Kind>>& mutableKeys() noexcept {
-        return std::get<Mox::HashSet<ExtCommRuleKey<Kind>>>(sets_);
+    Mox::SetAttribute<ExtCommRuleKey<Kind>>& mutableKeys() noexcept {
+        return sets_;
     }
 
-    ExtCommRuleKinds::Into<Sets> sets_;
     mutable Mox::NotifieeList notifieeList_;
+    ExtCommRuleKinds::Into<Sets> sets_;
     Detail::LiveObject const live_{this, Detail::LiveObject::registry};
 };
 

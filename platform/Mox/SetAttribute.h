@@ -1,0 +1,69 @@
+#pragma once
+
+#include <Mox/CollectionAttribute.h>
+#include <Mox/Hash.h>
+#include <Mox/HashMap.h>
+#include <Mox/Notifiee.h>
+#include <Mox/PtrInterface.h>
+#include <Mox/Types.h>
+
+#include <cstddef>
+
+namespace Mox {
+
+/// An attribute of a counted object that is a hash set.
+///
+/// A member of its owner; owns its keys. Reports the key of every item that is added or removed to
+/// the owner's observers, and nothing else. Observers and visitors may change the set, and drop the
+/// last reference to its owner. Thread-compatible; reactor thread if there are observers.
+template <class Key, class Hash = Hasher<Key>>
+class SetAttribute : private CollectionAttribute {
+  public:
+    SetAttribute(PtrInterface const& owner, AttributeNumber number,
+                 U64 seed = nextHashSeed()) noexcept
+      : CollectionAttribute(owner, number)
+      , keys_(seed) {}
+
+    std::size_t size() const noexcept { return keys_.size(); }
+    bool empty() const noexcept { return keys_.empty(); }
+    bool has(Key const& key) const noexcept { return keys_.has(key); }
+
+    /// Adds the key, unless it is present; returns whether it was added.
+    bool is(Key const& key) {
+        // A copy: an observer may drop the original.
+        auto const added = key;
+        bool const isNew = keys_.is(added);
+        if (isNew) {
+            notify(&added);
+        }
+        return isNew;
+    }
+
+    /// Removes the key; returns whether it was present.
+    bool del(Key const& key) {
+        auto const removed = key;
+        bool const wasPresent = keys_.del(removed);
+        if (wasPresent) {
+            notify(&removed);
+        }
+        return wasPresent;
+    }
+
+    /// Removes every key present at the call, one at a time through del().
+    void delAll() {
+        auto const owner = holdOwner();
+        keys_.forEach([this](Key const& key) { del(key); });
+    }
+
+    /// Calls the visitor with each key, in no particular order.
+    template <class Visitor>
+    void forEach(Visitor visitor) const {
+        auto const owner = holdOwner();
+        keys_.forEach(visitor);
+    }
+
+  private:
+    HashSet<Key, Hash> keys_;
+};
+
+} // namespace Mox
