@@ -4,6 +4,7 @@
 
 #include <Mox/Assert.h>
 #include <Mox/CharBuffer.h>
+#include <Mox/EntityCast.h>
 #include <Mox/StreamState.h>
 #include <Mox/TextStream.h>
 #include <Mox/Type.h>
@@ -203,7 +204,7 @@ ExtComm::PtrConst ExtComm::dedupSlowly(ExtCommDedupTable const& table, ExtCommCo
 }
 
 ExtComm const* ExtComm::fromDedupHandle(Kel::DedupHandle const* handle) noexcept {
-    auto const* const extComm = dynamic_cast<ExtComm const*>(handle);
+    auto const* const extComm = Mox::entityCast<ExtComm const>(handle);
     MOX_ASSERT_TEXT(extComm != nullptr, "__null != extComm");
     return extComm;
 }

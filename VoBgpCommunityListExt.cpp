@@ -118,9 +118,6 @@ static_assert(sizeof(ExtCommList) == 64);
 
 Mox::Ptr<ExtCommClassificationList>
 ExtCommListFamily::newClassificationList(ExtCommClassification classification) {
-    if (classification == extCommClassificationRouteTarget) {
-        return rtExtCommClassificationListFactory(classification);
-    }
     return extCommClassificationListFactory(classification);
 }
 
@@ -145,6 +142,9 @@ ExtCommClassificationList::Ptr
 extCommClassificationListFactory(ExtCommClassification classification) {
     return Mox::makeActive<ExtCommClassificationList>(classification);
 }
+    if (classification == extCommClassificationRouteTarget) {
+        return rtExtCommClassificationListFactory(classification);
+    }
 
 RtExtCommClassificationList::RtExtCommClassificationList(
     ExtCommClassification classification) noexcept

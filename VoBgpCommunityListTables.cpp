@@ -2,6 +2,7 @@
 
 #include <Mox/Assert.h>
 #include <Mox/CharBuffer.h>
+#include <Mox/EntityCast.h>
 #include <Mox/Trace.h>
 #include <Mox/Type.h>
 #include <Routing/Bgp/VoBgpGlobals.h>
@@ -126,7 +127,9 @@ RtExtCommListLifeTimeNotifiee::RtExtCommListLifeTimeNotifiee(
 RtExtCommListLifeTimeNotifiee::~RtExtCommListLifeTimeNotifiee() = default;
 
 void RtExtCommListLifeTimeNotifiee::handleInsert(Kel::DedupHandle::Ptr const& handle) {
-    auto* const rtExtCommList = static_cast<RtExtCommClassificationList*>(handle.get());
+    // Checked: anything may be handed to the table directly.
+    auto* const rtExtCommList = Mox::entityCast<RtExtCommClassificationList>(handle.get());
+    MOX_ASSERT_TEXT(rtExtCommList != nullptr, "__null != rtExtCommList");
     MOX_ASSERT_TEXT(nullptr == rtExtCommList->lifeTimeNotifier(),
                     "__null == rtExtCommList->lifeTimeNotifier()");
     auto const lifeTimeNotifier = Mox::makeActive<RtExtCommListLifeTimeNotifier>(handle);

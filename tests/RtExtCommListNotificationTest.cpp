@@ -78,6 +78,16 @@ TEST_P(RtExtCommLists, AreFollowedWhileAnybodyHoldsThem) {
     EXPECT_NE(rtsOf(*list({rtA, rtB})).get(), left);
 }
 
+TEST_P(RtExtCommLists, MadeByHandAreFollowedToo) {
+    auto const rts = extCommClassificationListFactory(extCommClassificationRouteTarget);
+    rts->commIs(row.comm(rtA));
+    auto const interned = rts->dedup(row.table.get());
+    ASSERT_EQ(interned, rts);
+    ASSERT_EQ(row.collection->rtExtCommLists(), 1U);
+    row.collection->forEachRtExtCommList(
+        [&](auto const& each) { EXPECT_EQ(each->rtExtCommListRawPtr(), rts.get()); });
+}
+
 TEST_P(RtExtCommLists, AreWithdrawnWhenNotificationStops) {
     auto const held = list({rtA});
     auto const heldToo = list({rtB, other});
@@ -209,9 +219,12 @@ TEST_P(RtExtCommListsDeathTest, AListHasOneNotifierWhileItIsInUse) {
     auto const rts = Mox::constPtrCast<RtExtCommClassificationList>(rtsOf(*held));
     auto const& notifiee = row.table->rtExtCommListLifeTimeNotifiee();
     auto const fresh = rtExtCommClassificationListFactory(extCommClassificationRouteTarget);
+    auto const plain = Mox::makeActive<ExtCommClassificationList>(extCommClassificationRouteTarget);
     expectAssertions({{"VoBgpCommunityListTables.cpp:#: handleInsert: Assertion '__null == "
                        "rtExtCommList->lifeTimeNotifier()' failed",
                        [&] { notifiee->handleInsert(rts); }},
+                      {"handleInsert: Assertion '__null != rtExtCommList' failed",
+                       [&] { (void)plain->dedup(row.table.get()); }},
                       {"handleRemove: Assertion '__null != lifeTimeNotifier' failed",
                        [&] { notifiee->handleRemove(fresh.get()); }}});
 }

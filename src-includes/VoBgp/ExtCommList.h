@@ -39,7 +39,7 @@ struct VOBGP_EXPORT ExtCommListFamily {
     static constexpr char const* classificationListSnapshotCommIs =
         "ExtCommClassificationListSnapshot::commIs";
 
-    /// A new list of the kind that the class has.
+    /// A new, empty list of the kind that the class has.
     static Mox::Ptr<ExtCommClassificationList>
     newClassificationList(ExtCommClassification classification);
 };
@@ -195,7 +195,8 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
 extern template class ExtCommClassificationListBase<ExtCommListFamily>;
 extern template class ExtCommListBase<ExtCommListFamily>;
 
-/// A new, empty list with its notifications switched on.
+/// A new, empty list with its notifications switched on; an `RtExtCommClassificationList` for the
+/// class of route targets.
 VOBGP_EXPORT ExtCommList::Ptr extCommListFactory();
 VOBGP_EXPORT ExtCommClassificationList::Ptr
 extCommClassificationListFactory(ExtCommClassification classification);
