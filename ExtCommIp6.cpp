@@ -133,6 +133,8 @@ ExtCommIp6::PtrConst ExtCommIp6::dedupContent(ExtCommIp6DedupTable const* table,
             return static_cast<ExtCommIp6 const&>(candidate).content_ == content;
         });
     if (!dedupHandle) {
+        // Held: a sub-rule may drop the last reference to the table, and to its rule with it.
+        ExtCommIp6DedupTable::PtrConst const held(table);
         // Another thread may intern an equal object meanwhile: dedup() returns the first, and the
         // one parsed here goes.
         auto parsed = table->parseExtCommRule()->parseExtendedCommunityIp6(content);

@@ -197,6 +197,8 @@ ExtComm::PtrConst ExtComm::dedupSlowly(ExtCommDedupTable const& table, ExtCommCo
     auto const& hashTable = table.dedupHashTable();
     auto found = hashTable->findSlowly(content.placementHash(), HasContent(content));
     if (!found) {
+        // Held: a sub-rule may drop the last reference to the table, and to its rule with it.
+        ExtCommDedupTable::PtrConst const held(&table);
         auto parsed = table.parseExtCommRule()->parseExtendedCommunity(content);
         found = hashTable->dedup(Mox::constPtrCast<ExtComm>(std::move(parsed)));
     }

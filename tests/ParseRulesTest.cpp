@@ -2,6 +2,7 @@
 #include "Expectations.h"
 
 #include <Mox/Exception.h>
+#include <VoBgp/ExtCommIp6DedupTable.h>
 #include <VoBgp/Parse/ExtComm.h>
 
 #include <gtest/gtest.h>
@@ -121,7 +122,6 @@ TEST(RuleRegistry, EverySetTellsEachComingAndGoingOnceAtItsHook) {
     });
 }
 
-TEST(RuleRegistry, AKeyReadsBackOnlyAsALivingRuleAndAControlOnlyAsALivingRegistry) {
 TEST(RuleRegistry, MayLoseItsLastPointerWhileAllKeysAreRemoved) {
     ExtCommRuleKinds::forEach([]<class Each>() {
         int places[3];
@@ -137,6 +137,7 @@ TEST(RuleRegistry, MayLoseItsLastPointerWhileAllKeysAreRemoved) {
     });
 }
 
+TEST(RuleRegistry, AKeyReadsBackOnlyAsALivingRuleAndAControlOnlyAsALivingRegistry) {
     using Key = BgpParseExtendedCommunityRuleKey;
     auto const readKey = [](String const& text) {
         return errorOf<Mox::RangeException>([&] { strepToValue<Key>(text); });
@@ -335,25 +336,63 @@ TEST(ParseRules, WithoutPlugInsTheTypeOctetAloneDecides) {
 
 class Ip6SubRule final : public BgpParseExtCommIp6SubTypeTransRuleBase {
   public:
-    explicit Ip6SubRule(BgpParseExtCommControl const& control)
-      : BgpParseExtCommIp6SubTypeTransRuleBase(control, extCommIp6PktSubtypeRouteTarget) {}
+    explicit Ip6SubRule(BgpParseExtCommControl const& control, std::function<void()> before = {})
+      : BgpParseExtCommIp6SubTypeTransRuleBase(control, extCommIp6PktSubtypeRouteTarget)
+      , before_(std::move(before)) {}
     ExtCommIp6::PtrConst inhale(ExtCommIp6Content const& content) const override {
+        if (before_) {
+            before_();
+        }
         return extCommIp6Factory(extCommClassificationRouteTarget, content);
     }
+
+  private:
+    std::function<void()> before_;
 };
+
+/// The rule of transitive IPv6 values, to be filled.
+BgpParseExtCommIp6TransRule& ip6TransRule(BareTree const& tree) {
+    auto const rule = tree.rule->ip6TypeRule(extCommIp6PktTypeTransIpv6Address);
+    return const_cast<BgpParseExtCommIp6TransRule&>(
+        static_cast<BgpParseExtCommIp6TransRule const&>(*rule));
+}
 
 TEST(ParseRules, AnIp6SubRuleClaimsItsSubtypeOfTheTransitiveTypeOnly) {
     BareTree const tree;
-    auto const typeRule = tree.rule->ip6TypeRule(extCommIp6PktTypeTransIpv6Address);
-    auto const* const trans = static_cast<BgpParseExtCommIp6TransRule const*>(typeRule.get());
-    const_cast<BgpParseExtCommIp6TransRule*>(trans)->subTypeRuleIs(
-        Mox::makeActive<Ip6SubRule>(tree.control));
+    ip6TransRule(tree).subTypeRuleIs(Mox::makeActive<Ip6SubRule>(tree.control));
     auto const classified = [&](U8 type, U8 subtype) {
         return tree.rule->parseExtendedCommunityIp6({type, subtype, {}, 1})->classification();
     };
     EXPECT_EQ(classified(0x00, 0x02), extCommClassificationRouteTarget);
     EXPECT_EQ(classified(0x00, 0x03), extCommClassificationUnSpecified);
     EXPECT_EQ(classified(0x40, 0x02), extCommClassificationUnSpecified);
+}
+
+TEST(ParseRules, ASubRuleMayDropTheTableAndTheRuleThatAskIt) {
+    BareTree tree;
+    auto table = extCommDedupTableFactory(tree.rule);
+    auto ip6Table = extCommIp6DedupTableFactory(tree.rule);
+    auto const drop = [&] {
+        table = nullptr;
+        ip6Table = nullptr;
+        tree.rule = nullptr;
+    };
+    tree.perTypeRule<OpaqueRule>(extCommPktTypeTransOpaque)
+        ->subTypeRuleIs(Mox::makeActive<OpaqueSubRule>(tree.control, 0x06u,
+                                                       [drop](ExtCommContent const& content) {
+                                                           drop();
+                                                           return color(content);
+                                                       }));
+    ExtCommContent const content(0x0306'0000'0000'0001);
+    EXPECT_EQ(ExtComm::dedupContent(table.get(), content)->getContent(), content);
+    EXPECT_FALSE(table);
+
+    tree.rule = bgpParseExtendedCommunityRuleFactory(tree.control);
+    ip6Table = extCommIp6DedupTableFactory(tree.rule);
+    ip6TransRule(tree).subTypeRuleIs(Mox::makeActive<Ip6SubRule>(tree.control, drop));
+    ExtCommIp6Content const ip6Content(0x00, 0x02, {}, 1);
+    EXPECT_EQ(ExtCommIp6::dedupContent(ip6Table.get(), ip6Content)->getContent(), ip6Content);
+    EXPECT_FALSE(ip6Table);
 }
 
 /// Prints the format that it was asked for.
