@@ -4,6 +4,7 @@
 #include <Mox/Exception.h>
 #include <Mox/Hash.h>
 #include <Routing/RouteMap/PosixRegex.h>
+#include <VoBgp/ExtCommIp6List.h>
 #include <VoBgp/ExtCommListSnapshot.h>
 #include <VoBgp/Parse/ExtCommContainer.h>
 
@@ -228,6 +229,34 @@ TEST_P(ExtCommLists, HandOutSnapshots) {
               "ExtCommListSnapshot::classificationListIs");
     EXPECT_EQ(errorOf<NullArgument>([&] { part->commIs(nullptr); }),
               "ExtCommClassificationListSnapshot::commIs");
+}
+
+TEST_P(ExtCommLists, SnapshotsTellOfEachMapByItsPlaceInTheirTable) {
+    struct Ear : ExtCommListSnapshot::Notifiee {
+        using Notifiee::Notifiee;
+        void handleComm(U64 const& community) override { comms.push_back(community); }
+        void handleClassificationList(ExtCommClassification classification) override {
+            classes.push_back(classification);
+        }
+        std::vector<U64> comms;
+        std::vector<ExtCommClassification> classes;
+    };
+    auto const list = intern({rt1});
+    auto const snapshot = list->commSnapshot();
+    Ear ear(snapshot);
+    snapshot->commDelAll();
+    snapshot->classificationListDelAll();
+    EXPECT_EQ(ear.comms, std::vector{rt1});
+    EXPECT_EQ(ear.classes, std::vector{extCommClassificationRouteTarget});
+    using Part = ExtCommClassificationListSnapshot;
+    EXPECT_EQ(Part::staticType().attributes()[Part::commAttribute].name, "comms");
+    auto const names = ExtCommListSnapshot::staticType().attributes();
+    EXPECT_EQ(names[ExtCommListSnapshot::commAttribute].name, "comms");
+    EXPECT_EQ(names[ExtCommListSnapshot::classificationListAttribute].name, "classificationLists");
+    auto const ip6Names = ExtCommIp6ListSnapshot::staticType().attributes();
+    EXPECT_EQ(ip6Names[ExtCommIp6ListSnapshot::commAttribute].name, "comms");
+    EXPECT_EQ(ip6Names[ExtCommIp6ListSnapshot::classificationListAttribute].name,
+              "classificationLists");
 }
 
 TEST_P(ExtCommLists, SnapshotsMayLoseTheirLastPointerWhileTheyAreUsed) {

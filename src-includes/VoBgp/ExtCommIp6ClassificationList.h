@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Mox/Export.h>
+#include <Mox/Notifiee.h>
 #include <Mox/Ptr.h>
 #include <VoBgp/ExtCommIp6.h>
 #include <VoBgp/ExtCommListFamily.h>
@@ -27,6 +28,10 @@ struct VOBGP_EXPORT ExtCommIp6ListFamily {
 
     /// Of the lists in a store.
     static U32 const storedKind;
+
+    // The places in the attribute table of a list's snapshot.
+    static constexpr Mox::AttributeNumber listSnapshotCommAttribute = 0;
+    static constexpr Mox::AttributeNumber listSnapshotClassificationListAttribute = 1;
 
     static constexpr char const* listSnapshotCommIs = "ExtCommIp6ListSnapshot::commIs";
     static constexpr char const* listSnapshotClassificationListIs =

@@ -3,6 +3,7 @@
 #include <Acl/CommunityValue.h>
 #include <Mox/Export.h>
 #include <Mox/FlagWord.h>
+#include <Mox/Notifiee.h>
 #include <Mox/Ptr.h>
 #include <Routing/RouteMap/PosixRegex.h>
 #include <VoBgp/ExtCommListFamily.h>
@@ -32,6 +33,10 @@ struct VOBGP_EXPORT ExtCommListFamily {
 
     /// Of the lists in a store.
     static U32 const storedKind;
+
+    // The places in the attribute table of a list's snapshot.
+    static constexpr Mox::AttributeNumber listSnapshotClassificationListAttribute = 0;
+    static constexpr Mox::AttributeNumber listSnapshotCommAttribute = 1;
 
     static constexpr char const* listSnapshotCommIs = "ExtCommListSnapshot::commIs";
     static constexpr char const* listSnapshotClassificationListIs =

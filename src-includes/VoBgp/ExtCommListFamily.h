@@ -251,7 +251,7 @@ T const& notNull(Mox::PtrConst<T> const& argument, char const* operation) {
 /// that is put into it may be any. All else as its base.
 template <class Family>
 class VOBGP_EXPORT ExtCommClassificationListSnapshotBase
-  : public RouteMap::CommSnapshot<typename Family::Key, Mox::PtrConst<typename Family::Comm>> {
+  : public RouteMap::CommSnapshot<typename Family::Key, Mox::PtrConst<typename Family::Comm>, 1> {
   public:
     ExtCommClassification classification() const noexcept { return classification_; }
 
@@ -274,13 +274,16 @@ class VOBGP_EXPORT ExtCommClassificationListSnapshotBase
 /// classes. One does not follow from the other. All else as its base.
 template <class Family>
 class VOBGP_EXPORT ExtCommListSnapshotBase
-  : public RouteMap::CommSnapshot<typename Family::Key, Mox::PtrConst<typename Family::Comm>> {
-    using Base = RouteMap::CommSnapshot<typename Family::Key, Mox::PtrConst<typename Family::Comm>>;
+  : public RouteMap::CommSnapshot<typename Family::Key, Mox::PtrConst<typename Family::Comm>,
+                                  Family::listSnapshotCommAttribute> {
+    using Base = RouteMap::CommSnapshot<typename Family::Key, Mox::PtrConst<typename Family::Comm>,
+                                        Family::listSnapshotCommAttribute>;
 
   public:
     using ClassificationListPtr = Mox::PtrConst<typename Family::ClassificationList>;
 
-    static constexpr Mox::AttributeNumber classificationListAttribute = Base::commAttribute + 1;
+    static constexpr Mox::AttributeNumber classificationListAttribute =
+        Family::listSnapshotClassificationListAttribute;
 
     /// One entry of the second map.
     using MoxClassificationList = Mox::MapEntry<ExtCommClassification, ClassificationListPtr>;

@@ -18,12 +18,13 @@ using Mox::U32;
 ///
 /// It is owned by its counted pointers and holds its keys and values; a counted pointer among its
 /// values keeps its object alive. It tells its observers of each change. Thread-compatible; reactor
-/// thread where there are observers.
-template <class Key, class Value>
+/// thread where there are observers. `commNumber` is the place of the map in the attribute table of
+/// the deriving class.
+template <class Key, class Value, Mox::AttributeNumber commNumber = 0>
 class VOBGP_EXPORT CommSnapshot : public Mox::PtrInterface {
   public:
-    /// The attributes that a notification may be about; a deriving class counts on from here.
-    static constexpr Mox::AttributeNumber commAttribute = 0;
+    /// The attribute that a notification is about; a deriving class may have others.
+    static constexpr Mox::AttributeNumber commAttribute = commNumber;
 
     /// One entry: a community value, and what it is mapped to.
     using MoxComm = Mox::MapEntry<Key, Value>;
