@@ -107,9 +107,6 @@ auto ExtCommClassificationListBase<Family>::findOrCreate(ClassificationListVecto
         return const_cast<List&>(*list);
     }
     auto list = Family::newClassificationList(classification);
-    if (!dedupMode) {
-        static_cast<ExtCommClassificationListBase&>(*list).destashedIs();
-    }
     ExtCommListClassificationListIs(vector, list);
     return *list;
 }
@@ -274,6 +271,11 @@ void ExtCommListBase<Family>::splitMembers(bool dedupMode) {
         lists[comm->classification()]->commIs(comm);
     }
 }
+    for (auto* const list : lists) {
+        if (list != nullptr && !dedupMode) {
+            static_cast<ExtCommClassificationListBase<Family>&>(*list).destashedIs();
+        }
+    }
 
 /// An observer of route-target lists may let go of the table, or of all that the caller has of the
 /// list, while it is told of a classification list: both are held until the end.

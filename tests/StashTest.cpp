@@ -84,6 +84,8 @@ class Stash : public testing::Test {
     std::optional<StoreManager> manager_;
 };
 
+using StashDeathTest = Stash;
+
 // ---- Values -------------------------------------------------------------------------------------
 
 /// Comes back as a plain object with what was written, and knows nothing of its table.
@@ -245,6 +247,26 @@ TEST_F(Stash, BringsExtCommListsBackToBeReadAndNotToBeSent) {
         EXPECT_EQ((*part)[0], back->comm(extCommKey(*(*part)[0])));
     }
     EXPECT_FALSE(back->classificationList(extCommClassificationRouteOrigin));
+}
+
+TEST_F(StashDeathTest, RebuiltListsTakeNoMoreMembers) {
+    auto const part = listOf<ExtCommList>({comm(rt)});
+    auto const ip6Part = listOf<ExtCommIp6List>({comm(ip6(0, 2, 1))});
+    auto const back = rebuilt(part->dedup(lists.get()));
+    auto const unsorted = rebuilt(ExtCommList::PtrConst(listOf<ExtCommList>({comm(soo)})));
+    auto const backIp6 = rebuilt(ExtCommIp6List::PtrConst(ip6Part));
+    auto const rts = Mox::constPtrCast<ExtCommClassificationList>(
+        back->classificationList(extCommClassificationRouteTarget));
+    auto const text = "'dedupState() == Kel::dedupHandleStateNeverDeduped()'";
+    expectAssertions({
+        {text, [&] { back->commIs(comm(soo)); }},
+        {text, [&] { back->append(part); }},
+        {text, [&] { back->appendClassificationList(rts); }},
+        {text, [&] { unsorted->expectedCommunityCountIs(100); }},
+        {text, [&] { rts->commIs(comm(soo)); }},
+        {text, [&] { backIp6->append(ip6Part); }},
+        {text, [&] { (void)backIp6->commVectorRawPtrNonConst(); }},
+    });
 }
 
 TEST_F(Stash, BringsUnsortedExtCommListsBackWithoutClasses) {

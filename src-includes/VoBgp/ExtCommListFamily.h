@@ -22,6 +22,8 @@
 namespace Routing::Bgp {
 
 struct StoredListHead;
+template <class Family>
+class VOBGP_EXPORT ExtCommListBase;
 
 /// Base of both kinds of lists: an interned object, which `Handle` is, and its members.
 ///
@@ -36,14 +38,15 @@ class ExtCommMembers : public Handle {
     using CommVector = Mox::CompactVector<CommPtr>;
     using Key = typename Family::Key;
 
-    /// Appends a community, which must be interned (asserted), to a list that is not (asserted).
+    /// Appends a community.
+    /// REQUIRES: the community is interned or rebuilt from a store, the list neither (asserted).
     void commIs(CommPtr const& comm) {
         assertMayBeFilled();
         ExtCommVectorAdd(comm, commVector_);
         commVectorSorted_ = false;
     }
 
-    /// Room for that many members in all.
+    /// Reserves room for that many members in all. REQUIRES: as commIs().
     void expectedCommunityCountIs(U32 communityCount) {
         assertMayBeFilled();
         commVector_.reserve(communityCount);
@@ -92,10 +95,10 @@ class ExtCommMembers : public Handle {
     }
 
   private:
-    /// What others may share is not filled any more. What is rebuilt from a store is, meanwhile.
+    /// REQUIRES: the list was neither interned nor rebuilt from a store. Its classification lists,
+    /// if it has any, follow from the members that it has.
     void assertMayBeFilled() const noexcept {
-        MOX_ASSERT_TEXT(this->dedupState() == Kel::dedupHandleStateNeverDeduped() ||
-                            this->dedupState() == Kel::dedupHandleStateDestashed(),
+        MOX_ASSERT_TEXT(this->dedupState() == Kel::dedupHandleStateNeverDeduped(),
                         "dedupState() == Kel::dedupHandleStateNeverDeduped()");
     }
 
@@ -134,13 +137,15 @@ class VOBGP_EXPORT ExtCommClassificationListBase : public ExtCommMembers<Family,
     /// What streaming a pointer to this writes.
     String toStrep() const;
 
-    /// The list in the slot of a class, which must never have been interned (asserted); a new one
-    /// if there is none. Outside `dedupMode` the new one is in state destashed, as all of a list
-    /// that was rebuilt from a store, and one that is there may be in any.
+    /// The list in the slot of a class; a new one if the slot is empty.
+    /// REQUIRES: the list in the slot was never interned, or `dedupMode` is off (asserted).
     static List& findOrCreate(ClassificationListVector<List>& vector,
                               ExtCommClassification classification, bool dedupMode);
 
   protected:
+    // Splits its members into these lists, and puts those of a rebuilt list into state destashed.
+    friend class ExtCommListBase<Family>;
+
     explicit ExtCommClassificationListBase(ExtCommClassification classification) noexcept
       : classification_(classification) {}
 
@@ -179,8 +184,7 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
     bool compareByContent(Kel::DedupContentHandle const& content) const override;
     void formatHandle(std::ostream& os) const override;
 
-    /// Appends all members of another list, none if null, to a list that is not interned
-    /// (asserted).
+    /// Appends all members of another list; none if null. REQUIRES: as commIs().
     void append(Mox::PtrConst<List> const& other);
     void appendClassificationList(Mox::PtrConst<ClassificationList> const& other);
 
