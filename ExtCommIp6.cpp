@@ -127,6 +127,7 @@ void ExtCommIp6::formatHandle(std::ostream& os) const {
 
 ExtCommIp6::PtrConst ExtCommIp6::dedupContent(ExtCommIp6DedupTable const* table,
                                               ExtCommIp6Content const& content) {
+    MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     auto const& hashTable = table->dedupHashTable();
     auto dedupHandle =
         hashTable->find(content.placementHash(), [&](Kel::DedupHandle const& candidate) {
@@ -155,6 +156,7 @@ void const* ExtCommIp6::stash(MoxStash::StoreWriter& writer) const {
 }
 
 ExtCommIp6::Ptr ExtCommIp6::destash(void const* image, MoxStash::StoreManager* storeManager) {
+    MOX_ASSERT_TEXT(storeManager != nullptr, "__null != storeManager");
     auto const record = storeManager->translate(image, storedExtCommIp6);
     return storeManager->rebuilt<ExtCommIp6>(record, [&] {
         expectStoredWords(record, 3);

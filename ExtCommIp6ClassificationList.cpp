@@ -2,6 +2,7 @@
 
 #include "VoBgpCommunityListFamilyImpl.h"
 
+#include <Mox/Assert.h>
 #include <Mox/Type.h>
 #include <VoBgp/ExtCommIp6ListDedupTable.h>
 
@@ -58,6 +59,7 @@ ExtCommIp6ClassificationList::~ExtCommIp6ClassificationList() = default;
 
 ExtCommIp6ClassificationList::PtrConst
 ExtCommIp6ClassificationList::dedup(ExtCommIp6ListDedupTable const* table) {
+    MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     sortComms();
     return dedupIn(*table->extCommClassification());
 }

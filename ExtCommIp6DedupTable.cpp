@@ -1,5 +1,6 @@
 #include <VoBgp/ExtCommIp6DedupTable.h>
 
+#include <Mox/Assert.h>
 #include <Mox/Type.h>
 #include <VoBgp/Parse/ExtComm.h>
 
@@ -20,7 +21,9 @@ Mox::TypeRegistration const registration(ExtCommIp6DedupTable::staticType());
 
 ExtCommIp6DedupTable::ExtCommIp6DedupTable(
     Mox::PtrConst<BgpParseExtendedCommunityRule> const& parseExtCommRule)
-  : parseExtCommRule_(parseExtCommRule) {}
+  : parseExtCommRule_(parseExtCommRule) {
+    MOX_ASSERT_TEXT(parseExtCommRule != nullptr, "__null != parseExtCommRule");
+}
 
 ExtCommIp6DedupTable::~ExtCommIp6DedupTable() = default;
 

@@ -59,6 +59,7 @@ ExtCommIp6List::CommVector* ExtCommIp6List::commVectorRawPtrNonConst() noexcept 
 }
 
 ExtCommIp6List::PtrConst ExtCommIp6List::dedup(ExtCommIp6ListDedupTable const* table) {
+    MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     MOX_ASSERT_TEXT(dedupState() == Kel::dedupHandleStateNeverDeduped(),
                     "__null == ( this ) || ( this )->dedupState() == "
                     "Kel::dedupHandleStateNeverDeduped()");

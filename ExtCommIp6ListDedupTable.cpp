@@ -1,5 +1,6 @@
 #include <VoBgp/ExtCommIp6ListDedupTable.h>
 
+#include <Mox/Assert.h>
 #include <Mox/Type.h>
 #include <Routing/Bgp/VoBgpGlobals.h>
 
@@ -28,6 +29,7 @@ void ExtCommIp6ListDedupTable::handleInitialized() {
 
 void ExtCommIp6ListDedupTable::dumpState(Kel::DumpContext::PtrConst const& dumpContext,
                                          U32 indent) const {
+    MOX_ASSERT_TEXT(dumpContext != nullptr, "__null != dumpContext");
     dumpContext->line(indent, "ExtCommListDedupTable");
     dumpContext->line(indent + 2, "extComm");
     dumpContext->dumpChild(*dedupTable(), indent + 4);

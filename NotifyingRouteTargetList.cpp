@@ -1,5 +1,6 @@
 #include <VoBgp/NotifyingRouteTargetList.h>
 
+#include <Mox/Assert.h>
 #include <Mox/Type.h>
 
 #include <string>
@@ -41,6 +42,7 @@ NotifyingRouteTargetList::~NotifyingRouteTargetList() = default;
 
 void NotifyingRouteTargetList::dumpState(Kel::DumpContext::PtrConst const& dumpContext,
                                          U32 indent) const {
+    MOX_ASSERT_TEXT(dumpContext != nullptr, "__null != dumpContext");
     dumpContext->line(indent, "NotifyingRouteTargetList #" + std::to_string(rts()) + ":");
     rt_.forEach([&](RouteTarget const& rt) { dumpContext->line(indent + 2, rt.toStrep(false)); });
 }

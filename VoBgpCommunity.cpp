@@ -185,6 +185,7 @@ void ExtComm::formatHandle(std::ostream& os) const {
 
 ExtComm::PtrConst ExtComm::dedupContent(ExtCommDedupTable const* table,
                                         ExtCommContent const& content) {
+    MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     auto found = table->dedupHashTable()->findFast(content.placementHash(), HasContent(content));
     // What follows a miss is out of line, so that a hit saves no registers.
     return found ? Mox::staticPtrCast<ExtComm const>(std::move(found))
@@ -219,6 +220,7 @@ void const* ExtComm::stash(MoxStash::StoreWriter& writer) const {
 }
 
 ExtComm::Ptr ExtComm::destash(void const* stored, MoxStash::StoreManager* store) {
+    MOX_ASSERT_TEXT(store != nullptr, "__null != store");
     auto const record = store->translate(stored, storedExtComm);
     return store->rebuilt<ExtComm>(record, [&] {
         expectStoredWords(record, 2);
@@ -421,6 +423,12 @@ String ExtCommIpv4Address::toStrepForPolicy(StrepFormat strepFormatFlags) const 
 
 // ---- The table ----------------------------------------------------------------------------------
 
+ExtCommLifeTimeNotifiee::ExtCommLifeTimeNotifiee(
+    NotifyingRouteTargetList::Ptr const& producerRtList)
+  : producerRtList_(producerRtList) {
+    MOX_ASSERT_TEXT(producerRtList != nullptr, "__null != producerRtList");
+}
+
 ExtCommLifeTimeNotifiee::~ExtCommLifeTimeNotifiee() = default;
 
 namespace {
@@ -467,6 +475,7 @@ void ExtCommLifeTimeNotifiee::handleNotificationStop(
 
 ExtCommDedupTable::ExtCommDedupTable(Mox::PtrConst<BgpParseExtendedCommunityRule> const& rule)
   : parseExtCommRule_(rule) {
+    MOX_ASSERT_TEXT(rule != nullptr, "__null != rule");
     handleInitialized();
 }
 

@@ -191,11 +191,13 @@ void LargeCommList::formatHandle(std::ostream& os) const {
 }
 
 bool CommList::matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const {
+    MOX_ASSERT_TEXT(regex != nullptr, "__null != regex");
     return commListMatches(*regex, *this, appendNumber) ||
            commListMatches(*regex, *this, appendNameOrNumber);
 }
 
 bool LargeCommList::matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const {
+    MOX_ASSERT_TEXT(regex != nullptr, "__null != regex");
     return commListMatches(*regex, *this, appendLarge);
 }
 
@@ -293,6 +295,7 @@ void const* ValueCommList<Value>::stash(MoxStash::StoreWriter& writer) const {
 
 template <class ListType, class ValueType>
 Mox::Ptr<ListType> destashCommList(void const* stored, MoxStash::StoreManager* manager) {
+    MOX_ASSERT_TEXT(manager != nullptr, "__null != manager");
     MOX_TRACE(8, "Destashing " << ListType::staticType().name());
     auto const record = manager->translate(stored, storedListOf<ValueType>);
     auto const head = storedListHead(record, sizeof(ValueType), StoredListHead::sorted);
@@ -340,6 +343,7 @@ CommList::Ptr commListFactory() {
 }
 
 CommList::PtrConst CommList::dedup(CommListDedupTable const* table) {
+    MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     freeze();
     noExport_ = comm(communityNoExport);
     noAdvertise_ = comm(communityNoAdvertise);
@@ -385,6 +389,7 @@ LargeCommList::Ptr largeCommListFactory() {
 }
 
 LargeCommList::PtrConst LargeCommList::dedup(LargeCommListDedupTable const* table) {
+    MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     freeze();
     return Mox::staticPtrCast<LargeCommList const>(table->dedup(Kel::DedupHandle::Ptr(this)));
 }
@@ -420,11 +425,13 @@ void CommListDedupTableBase::initDedupTable() {
 
 Kel::DedupHandle::PtrConst
 CommListDedupTableBase::dedup(Kel::DedupHandle::Ptr const& object) const {
+    MOX_ASSERT_TEXT(object != nullptr, "__null != object");
     return dedupTable_->dedup(object);
 }
 
 void CommListDedupTableBase::dumpState(Kel::DumpContext::PtrConst const& context,
                                        U32 indent) const {
+    MOX_ASSERT_TEXT(context != nullptr, "__null != context");
     context->line(indent, "DedupTable");
     context->dumpChild(*dedupTable_, indent + 2);
 }

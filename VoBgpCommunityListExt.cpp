@@ -2,6 +2,7 @@
 
 #include "VoBgpCommunityListFamilyImpl.h"
 
+#include <Mox/Assert.h>
 #include <Mox/CharBuffer.h>
 #include <Mox/Type.h>
 #include <VoBgp/BgpPathAttributeEnums.h>
@@ -128,6 +129,7 @@ ExtCommClassificationList::~ExtCommClassificationList() = default;
 
 ExtCommClassificationList::PtrConst
 ExtCommClassificationList::dedup(ExtCommListDedupTable const* table) {
+    MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     sortComms();
     if (classification() == extCommClassificationRouteTarget) {
         return dedupIn(*table->rtExtCommClassificationListDedupTable());
@@ -140,11 +142,11 @@ ExtCommClassificationList::dedup(ExtCommListDedupTable const* table) {
 
 ExtCommClassificationList::Ptr
 extCommClassificationListFactory(ExtCommClassification classification) {
-    return Mox::makeActive<ExtCommClassificationList>(classification);
-}
     if (classification == extCommClassificationRouteTarget) {
         return rtExtCommClassificationListFactory(classification);
     }
+    return Mox::makeActive<ExtCommClassificationList>(classification);
+}
 
 RtExtCommClassificationList::RtExtCommClassificationList(
     ExtCommClassification classification) noexcept
@@ -183,6 +185,7 @@ void ExtCommList::createClassificationListVector(bool dedupMode) {
 }
 
 ExtCommList::PtrConst ExtCommList::dedup(ExtCommListDedupTable const* table) {
+    MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     createClassificationListVector(true);
     auto const& lists = classificationLists();
     hasLinkBandwidth_ = lists[extCommClassificationLinkBandwidth] != nullptr;
@@ -226,6 +229,7 @@ ExtCommList::Serialization ExtCommList::serialization(bool includeNonTransitive,
 }
 
 bool ExtCommList::serializable(ExtComm::PtrConst const& extComm, Serialization serialization) {
+    MOX_ASSERT_TEXT(extComm != nullptr, "__null != extComm");
     auto const classification = extComm->classification();
     return serialization.has(Serialization::all) ||
            (serialization.has(Serialization::transitive) && extComm->transitive()) ||
@@ -266,6 +270,7 @@ String ExtCommList::serialize(Serialization serialization) const {
 }
 
 bool ExtCommList::matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const {
+    MOX_ASSERT_TEXT(regex != nullptr, "__null != regex");
     auto const matches = [&](U32 format) {
         return commListMatches(
             *regex, *this, [format](CommListText& text, ExtComm::PtrConst const& comm) {

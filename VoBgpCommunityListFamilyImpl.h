@@ -216,6 +216,7 @@ void const* ExtCommListBase<Family>::stash(MoxStash::StoreWriter& writer) const 
 template <class Family>
 auto ExtCommListBase<Family>::destashMembers(void const* stored, MoxStash::StoreManager* manager,
                                              StoredListHead& head) -> Mox::Ptr<List> {
+    MOX_ASSERT_TEXT(manager != nullptr, "__null != manager");
     auto const record = manager->translate(stored, Family::storedKind);
     head = storedListHead(record, sizeof(U64), StoredListHead::sorted | StoredListHead::classified);
     auto list = Mox::makeActive<List>();
@@ -270,12 +271,12 @@ void ExtCommListBase<Family>::splitMembers(bool dedupMode) {
     for (auto const& comm : *this) {
         lists[comm->classification()]->commIs(comm);
     }
-}
     for (auto* const list : lists) {
         if (list != nullptr && !dedupMode) {
             static_cast<ExtCommClassificationListBase<Family>&>(*list).destashedIs();
         }
     }
+}
 
 /// An observer of route-target lists may let go of the table, or of all that the caller has of the
 /// list, while it is told of a classification list: both are held until the end.

@@ -107,6 +107,7 @@ void NotifyingRtExtCommListCollection::rtExtCommListIs(NotifierPtr const& rtExtC
 
 void NotifyingRtExtCommListCollection::dumpState(Kel::DumpContext::PtrConst const& dumpContext,
                                                  U32 indent) const {
+    MOX_ASSERT_TEXT(dumpContext != nullptr, "__null != dumpContext");
     dumpContext->line(indent, "NotifyingRtExtCommListCollection rtExtCommLists #" +
                                   std::to_string(rtExtCommLists()) + ";");
     rtExtCommList_.forEach([&](NotifierPtr const& each) {
@@ -122,7 +123,9 @@ NotifyingRtExtCommListCollection::Ptr notifyingRtExtCommListCollectionFactory() 
 
 RtExtCommListLifeTimeNotifiee::RtExtCommListLifeTimeNotifiee(
     NotifyingRtExtCommListCollection::Ptr const& collection) noexcept
-  : notifyingRtExtCommListCollection_(collection) {}
+  : notifyingRtExtCommListCollection_(collection) {
+    MOX_ASSERT_TEXT(collection != nullptr, "__null != collection");
+}
 
 RtExtCommListLifeTimeNotifiee::~RtExtCommListLifeTimeNotifiee() = default;
 
@@ -148,6 +151,7 @@ void RtExtCommListLifeTimeNotifiee::handleInsert(Kel::DedupHandle::Ptr const& ha
 }
 
 void RtExtCommListLifeTimeNotifiee::handleRemove(Kel::DedupHandle* handle) {
+    MOX_ASSERT_TEXT(handle != nullptr, "__null != handle");
     auto* const rtExtCommList = static_cast<RtExtCommClassificationList*>(handle);
     // Held: the list itself goes with its notifier if its table has let go of it already.
     auto const lifeTimeNotifier = rtExtCommList->getLifeTimeNotifier();
@@ -213,6 +217,7 @@ void ExtCommListDedupTable::rtExtCommListLifeTimeNotifieeDel() noexcept {
 }
 
 void ExtCommListDedupTable::dumpState(Kel::DumpContext::PtrConst const& context, U32 indent) const {
+    MOX_ASSERT_TEXT(context != nullptr, "__null != context");
     context->line(indent, "ExtCommListDedupTable");
     context->line(indent + 2, "extComm");
     context->dumpChild(*dedupTable(), indent + 4);

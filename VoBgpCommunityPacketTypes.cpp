@@ -1,5 +1,7 @@
 #include <VoBgp/VoBgpCommunityPacketTypes.h>
 
+#include <Mox/Assert.h>
+
 #include <ostream>
 
 namespace Routing::Bgp {
@@ -17,6 +19,7 @@ std::ostream& operator<<(std::ostream& os, ExtCommContent const& content) {
 
 void appendExtCommType(Mox::CharBuffer& out, char const* suffix, U8 type, U8 subtype,
                        bool transitive) {
+    MOX_ASSERT_TEXT(suffix != nullptr, "__null != suffix");
     constexpr unsigned nonTransitiveBit = 0x40;
     out.appendHex(type & ~nonTransitiveBit, 2).appendHex(subtype, 2).append(suffix);
     out.append(transitive ? "" : "(NT)");

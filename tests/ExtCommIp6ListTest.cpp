@@ -49,7 +49,8 @@ class TwentyOctets {
     std::size_t classificationLists() const { return table->extCommClassification()->size(); }
     void check(std::set<std::set<unsigned>> const&) {} // nobody observes them
 
-    ExtCommIp6DedupTable::Ptr commTable = extCommIp6DedupTableFactory(nullptr);
+    ExtCommIp6DedupTable::Ptr commTable =
+        extCommIp6DedupTableFactory(bgpParseExtCommContainerSmFactory()->extCommParser());
     Table::Ptr table = extCommIp6ListDedupTableFactory();
 
   private:

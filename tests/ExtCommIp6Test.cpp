@@ -155,7 +155,8 @@ class ExtCommIp6InternTest : public testing::TestWithParam<bool> {
     }
 
     PointerMode const mode_{GetParam()};
-    ExtCommIp6DedupTable::Ptr const table_ = extCommIp6DedupTableFactory(nullptr);
+    ExtCommIp6DedupTable::Ptr const table_ =
+        extCommIp6DedupTableFactory(bgpParseExtCommContainerSmFactory()->extCommParser());
 };
 
 INSTANTIATE_TEST_SUITE_P(Modes, ExtCommIp6InternTest, bothPointerModes(), pointerModeName);

@@ -5,7 +5,7 @@
 
 #include <VoBgp/ExtCommList.h>
 #include <VoBgp/ExtCommListDedupTable.h>
-#include <VoBgp/Parse/ExtComm.h>
+#include <VoBgp/Parse/ExtCommContainer.h>
 #include <VoBgp/VoBgpCommunity.h>
 
 /// Hears of route-target lists, and checks that each comes and goes in turn.
@@ -85,8 +85,8 @@ class EightOctets {
         }
     }
 
-    Routing::Bgp::ExtCommDedupTable::Ptr commTable =
-        Routing::Bgp::extCommDedupTableFactory(nullptr);
+    Routing::Bgp::ExtCommDedupTable::Ptr commTable = extCommDedupTableFactory(
+        Routing::Bgp::bgpParseExtCommContainerSmFactory()->extCommParser());
     Table::Ptr table = Routing::Bgp::extCommListDedupTableFactory();
     Routing::Bgp::NotifyingRtExtCommListCollection::Ptr collection =
         table->notifyingRtExtCommListCollection();

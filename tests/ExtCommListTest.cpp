@@ -4,8 +4,10 @@
 #include <Mox/Exception.h>
 #include <Mox/Hash.h>
 #include <Routing/RouteMap/PosixRegex.h>
+#include <VoBgp/ExtCommIp6DedupTable.h>
 #include <VoBgp/ExtCommIp6List.h>
 #include <VoBgp/ExtCommListSnapshot.h>
+#include <VoBgp/LargeCommList.h>
 #include <VoBgp/Parse/ExtCommContainer.h>
 
 #include <gtest/gtest.h>
@@ -372,6 +374,37 @@ TEST_P(ExtCommListsDeathTest, Contracts) {
         // What is announced is what is written: one origin validation state.
         {"'serialized.size() == attrSize_ + headerSize_'",
          [&] { (void)twice->serialize(Serialization(0xa)); }},
+    });
+}
+
+TEST(NullArgumentsDeathTest, FailTheCallThatGetsThem) {
+    auto const table = extCommListDedupTableFactory();
+    ClassificationListVector<ExtCommClassificationList> vector;
+    auto const collection = table->notifyingRtExtCommListCollection();
+    auto const part = extCommClassificationListFactory(extCommClassificationRouteTarget);
+    expectAssertions({
+        {"'__null != rule'", [] { extCommDedupTableFactory(nullptr); }},
+        {"'__null != parseExtCommRule'", [] { extCommIp6DedupTableFactory(nullptr); }},
+        {"'__null != table'", [] { ExtComm::dedupContent(nullptr, {}); }},
+        {"'__null != table'", [] { ExtCommIp6::dedupContent(nullptr, {}); }},
+        {"'__null != table'", [] { (void)extCommListFactory()->dedup(nullptr); }},
+        {"'__null != table'", [] { (void)extCommIp6ListFactory()->dedup(nullptr); }},
+        {"'__null != table'", [] { (void)commListFactory()->dedup(nullptr); }},
+        {"'__null != table'", [] { (void)largeCommListFactory()->dedup(nullptr); }},
+        {"'__null != table'", [&] { (void)part->dedup(nullptr); }},
+        {"'__null != object'", [&] { (void)table->dedup(nullptr); }},
+        {"'__null != producerRtList'",
+         [] { (void)Mox::makeActive<ExtCommLifeTimeNotifiee>(NotifyingRouteTargetList::Ptr()); }},
+        {"'__null != collection'", [] { rtExtCommListLifeTimeNotifieeFactory(nullptr); }},
+        {"'__null != rtExtCommList'", [&] { collection->rtExtCommListIs(nullptr); }},
+        {"'__null != list'", [&] { ExtCommListClassificationListIs(vector, nullptr); }},
+        {"'__null != regex'", [] { (void)extCommListFactory()->matchCommunitiesRegex(nullptr); }},
+        {"'__null != extComm'", [] { (void)ExtCommList::serializable(nullptr, Serialization()); }},
+        {"'__null != manager'", [] { ExtCommList::destash(nullptr, nullptr); }},
+        {"'__null != manager'", [] { CommList::destash(nullptr, nullptr); }},
+        {"'__null != store'", [] { ExtComm::destash(nullptr, nullptr); }},
+        {"'__null != context'", [&] { table->dumpState(nullptr, 0); }},
+        {"'__null != suffix'", [] { (void)extCommTypeAsString(nullptr, 0, 0, true); }},
     });
 }
 

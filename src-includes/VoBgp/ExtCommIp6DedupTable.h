@@ -16,6 +16,7 @@ class VOBGP_EXPORT ExtCommIp6DedupTable : public BasicDedupTable_ {
   public:
     MOX_COUNTED(ExtCommIp6DedupTable)
 
+    /// REQUIRES: the rule is not null (asserted).
     explicit ExtCommIp6DedupTable(
         Mox::PtrConst<BgpParseExtendedCommunityRule> const& parseExtCommRule);
     ~ExtCommIp6DedupTable() override;

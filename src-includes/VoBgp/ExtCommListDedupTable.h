@@ -87,7 +87,8 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
     NotifyingRtExtCommListCollection();
     ~NotifyingRtExtCommListCollection() override;
 
-    /// Adds a notifier and tells the observers, unless it is there already.
+    /// Adds a notifier and tells the observers, unless it is there already. REQUIRES: it is not
+    /// null (asserted).
     void rtExtCommListIs(NotifierPtr const& rtExtCommList);
 
     /// Removes a notifier and tells the observers; returns whether it was there.
@@ -134,6 +135,7 @@ class VOBGP_EXPORT RtExtCommListLifeTimeNotifiee : public Kel::DedupHashTableLif
     MOX_COUNTED(RtExtCommListLifeTimeNotifiee)
 
     explicit RtExtCommListLifeTimeNotifiee(
+    /// REQUIRES: the collection is not null (asserted).
         NotifyingRtExtCommListCollection::Ptr const& collection) noexcept;
     ~RtExtCommListLifeTimeNotifiee() override;
 
@@ -183,7 +185,8 @@ class VOBGP_EXPORT ExtCommListDedupTable : public CommListDedupTableBase {
     void notifyingRtExtCommListCollectionDel() noexcept;
 
     /// The notifiee, if it feeds that collection; else a new one in its place that does, which is
-    /// still to be registered with the table of route-target lists.
+    /// still to be registered with the table of route-target lists. REQUIRES: the collection is not
+    /// null (asserted).
     RtExtCommListLifeTimeNotifiee::Ptr
     rtExtCommListLifeTimeNotifieeIs(NotifyingRtExtCommListCollection::Ptr const& collection);
     void rtExtCommListLifeTimeNotifieeDel() noexcept;

@@ -129,7 +129,7 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     String pktSubtypeNonTransOpaqueString() const;
 
     /// The interned object for a content: the one in the table, or a new one that the table's rule
-    /// parses. Thread-safe if the table is.
+    /// parses. Thread-safe if the table is. REQUIRES: the table is not null (asserted).
     static PtrConst dedupContent(ExtCommDedupTable const* table, ExtCommContent const& content);
 
     /// The community that an interned-object handle stands for; asserts that it is one.
@@ -253,8 +253,8 @@ class VOBGP_EXPORT ExtCommLifeTimeNotifiee : public Kel::DedupHashTableLifeTimeN
   public:
     MOX_COUNTED(ExtCommLifeTimeNotifiee)
 
-    explicit ExtCommLifeTimeNotifiee(NotifyingRouteTargetList::Ptr const& producerRtList)
-      : producerRtList_(producerRtList) {}
+    /// REQUIRES: the list is not null (asserted).
+    explicit ExtCommLifeTimeNotifiee(NotifyingRouteTargetList::Ptr const& producerRtList);
     ~ExtCommLifeTimeNotifiee() override;
 
     NotifyingRouteTargetList::Ptr const& producerRtList() const noexcept { return producerRtList_; }
@@ -279,6 +279,7 @@ class VOBGP_EXPORT ExtCommDedupTable : public Mox::PtrInterface {
   public:
     MOX_COUNTED(ExtCommDedupTable)
 
+    /// REQUIRES: the rule is not null (asserted).
     explicit ExtCommDedupTable(Mox::PtrConst<BgpParseExtendedCommunityRule> const& rule);
     ~ExtCommDedupTable() override;
 

@@ -109,10 +109,12 @@ Mox::PtrConst<Comm> ExtCommVectorLookup(bool commVectorSorted,
 }
 
 /// Puts a classification list into the slot of its class, in place of the one that is there.
+/// REQUIRES: it is not null (asserted).
 template <class ClassificationList>
 void ExtCommListClassificationListIs(
     ClassificationListVector<ClassificationList>& vector,
     typename ClassificationListVector<ClassificationList>::ListPtr const& list) {
+    MOX_ASSERT_TEXT(list != nullptr, "__null != list");
     vector.slotIs(list->classification(), list);
 }
 
