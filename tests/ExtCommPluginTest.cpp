@@ -256,6 +256,7 @@ TEST(ExtCommContainer, PlugInsAreQueuedBehindWhatWasThere) {
     EXPECT_EQ(container->extCommParserSmsEnq(plugin), 8u);
     EXPECT_TRUE(container->extCommParserSmsDel(7));
     EXPECT_FALSE(container->extCommParserSmsDel(7));
+    EXPECT_TRUE(!container->extCommParserSmsHas(7) && container->extCommParserSmsHas(8));
     EXPECT_EQ(container->extCommParserSmsEnq(plugin), 9u);
     EXPECT_EQ(container->extCommParserSmsDeq(), plugin);
     EXPECT_EQ(container->extCommParserSms().headIndex(), 8u);

@@ -56,6 +56,8 @@ class VOBGP_EXPORT BgpParseExtCommContainerSm : public Mox::PtrInterface {
         return extCommParserSmsMetadata_;
     }
 
+    bool extCommParserSmsHas(U32 index) const { return extCommParserSms_.has(index); }
+
     /// The plug-in at an index, or null.
     BgpParseExtCommPluginBaseSm::PtrConst extCommParserSms(U32 index) const;
 
