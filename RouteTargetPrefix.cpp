@@ -64,6 +64,10 @@ void RouteTargetPrefix::bitlenIs(U32 bitlen) {
 U8 RouteTargetPrefix::commonPrefixLen(RouteTargetPrefix const& other) const noexcept {
     auto const shorter = std::min(length_, other.length_);
     auto const commonBits = std::countl_zero(prefixBits() ^ other.prefixBits());
+    if (prefix_ == other.prefix_) {
+        // Also of lengths out of range.
+        return shorter;
+    }
     return static_cast<U8>(std::min<int>(shorter, commonBits));
 }
 

@@ -79,6 +79,10 @@ TEST(RouteTargetPrefixTest, CommonPrefixIsAtMostTheShorter) {
     EXPECT_EQ(p.commonPrefixLen(prefix(0, 10)), 10);
     EXPECT_EQ(prefix(0, 10).commonPrefixLen(p), 10);
     EXPECT_EQ(prefix(0, 10).commonPrefixLen(prefix(0, 20)), 10);
+    auto outOfRange = p;
+    EXPECT_THROW(outOfRange.bitlenIs(70), Mox::RangeException);
+    EXPECT_EQ(outOfRange.commonPrefixLen(outOfRange), 70);
+    EXPECT_EQ(outOfRange.commonPrefixLen(p), 64);
 }
 
 TEST(RouteTargetPrefixTest, HashTellsPrefixLengthAndSeedApart) {

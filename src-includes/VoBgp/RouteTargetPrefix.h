@@ -51,7 +51,8 @@ class VOBGP_EXPORT RouteTargetPrefix {
         return length_ == 0 ? 0 : length_ >= 64 ? allBits : allBits << (64 - length_);
     }
 
-    /// How many leading bits both have in common, at most the shorter length.
+    /// The number of leading bits in common, at most the shorter length; of equal prefixes the
+    /// shorter length, even if out of range.
     U8 commonPrefixLen(RouteTargetPrefix const& other) const noexcept;
 
     U64 hash(U64 seed = 0) const noexcept;
