@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <string>
 
 namespace Routing::Bgp {
 
@@ -20,9 +19,11 @@ Mox::Attribute RouteTargetPrefix::prefixAttribute() noexcept {
         try {
             static_cast<RouteTargetPrefix*>(object)->prefix_ =
                 Mox::ValueText<RouteTarget>::read(in);
-        } catch (Mox::RangeException const& error) {
-            // The error is the nested value's; what its reader needs to know is whose value.
-            throw Mox::RangeException(std::string("RouteTargetPrefix::prefix: ") + error.what());
+        } catch (Mox::ParseException const& error) {
+            if (error.isOutOfRange()) {
+                throw Mox::RangeException("prefix");
+            }
+            throw;
         }
     };
     return attribute;
@@ -63,11 +64,11 @@ void RouteTargetPrefix::bitlenIs(U32 bitlen) {
 
 U8 RouteTargetPrefix::commonPrefixLen(RouteTargetPrefix const& other) const noexcept {
     auto const shorter = std::min(length_, other.length_);
-    auto const commonBits = std::countl_zero(prefixBits() ^ other.prefixBits());
     if (prefix_ == other.prefix_) {
         // Also of lengths out of range.
         return shorter;
     }
+    auto const commonBits = std::countl_zero(prefixBits() ^ other.prefixBits());
     return static_cast<U8>(std::min<int>(shorter, commonBits));
 }
 

@@ -107,10 +107,11 @@ TEST(RouteTargetPrefixTest, Texts) {
 TEST(RouteTargetPrefixTest, ErrorsOfTheTextSayWhatAndWhere) {
     auto const read = [](std::string const& from) { strepToValue<RouteTargetPrefix>(from); };
     EXPECT_EQ(errorOf<Mox::RangeException>([&] { read(text("1", "65")); }), lengthError);
+    EXPECT_EQ(errorOf<Mox::RangeException>([&] { read(text("18446744073709551616", "1")); }),
+              "prefix");
     std::pair<std::string, std::string> const rows[] = {
         {text("1", "256"), "expected an unsigned number of the type's width at offset 118"},
-        {text("18446744073709551616", "1"),
-         "expected an unsigned number of the type's width at offset 103"},
+        {text("01", "1"), "expected an unsigned number of the type's width at offset 103"},
         {"Value('Routing::Bgp::RouteTargetPrefix', ** {'prefix': 1, 'length': 1})",
          "expected \"Value('Routing::Bgp::RouteTarget', ** {\" at offset 55"},
         {"Value('Routing::Bgp::RouteTargetPrefix', ** {'length': 1})",

@@ -9,10 +9,11 @@ RangeException::~RangeException() = default;
 NonDeletableAttributeException::~NonDeletableAttributeException() = default;
 NullMutatorArgumentException::~NullMutatorArgumentException() = default;
 
-ParseException::ParseException(std::string_view expected, std::size_t offset)
+ParseException::ParseException(std::string_view expected, std::size_t offset, bool outOfRange)
   : Exception("expected " + std::string(expected) + " at offset " + std::to_string(offset))
   , expected_(expected)
-  , offset_(offset) {}
+  , offset_(offset)
+  , outOfRange_(outOfRange) {}
 
 ParseException::~ParseException() = default;
 

@@ -43,15 +43,19 @@ class VOBGP_EXPORT NullMutatorArgumentException : public Exception {
 /// offset counted in octets from the start of the text that was handed in.
 class VOBGP_EXPORT ParseException : public Exception {
   public:
-    ParseException(std::string_view expected, std::size_t offset);
+    ParseException(std::string_view expected, std::size_t offset, bool outOfRange = false);
     ~ParseException() override;
 
     std::string const& expected() const noexcept { return expected_; }
     std::size_t offset() const noexcept { return offset_; }
 
+    /// Whether the text is a well-formed number that is too large.
+    bool isOutOfRange() const noexcept { return outOfRange_; }
+
   private:
     std::string expected_;
     std::size_t offset_;
+    bool outOfRange_;
 };
 
 } // namespace Mox

@@ -28,8 +28,11 @@ U64 ValueReader::readDecimal(U64 max, std::string_view what) {
     for (; length < digits.size() && digits[length] >= '0' && digits[length] <= '9'; ++length) {
         auto const digit = static_cast<U64>(digits[length] - '0');
         bool const superfluousZero = length == 1 && number == 0;
-        if (superfluousZero || number > (max - digit) / 10) {
+        if (superfluousZero) {
             fail(what);
+        }
+        if (digit > max || number > (max - digit) / 10) {
+            throw ParseException(what, offset(), true);
         }
         number = number * 10 + digit;
     }

@@ -18,8 +18,9 @@ namespace Routing::Bgp {
 ///          +---------------------------+-----------------+
 ///
 /// Bits are counted from the most significant one of the route target's word. Ordered by prefix,
-/// then length, so that a prefix stands before the longer ones over the same bits. A prefix read
-/// from text keeps whatever bits it was written with. Thread-compatible.
+/// then length, so that a prefix comes before the longer ones over the same bits. A prefix read
+/// from text keeps all bits it was written with; a route target that does not fit 64 bits is a
+/// `Mox::RangeException` about "prefix". Thread-compatible.
 class VOBGP_EXPORT RouteTargetPrefix {
   public:
     constexpr RouteTargetPrefix() noexcept = default;
