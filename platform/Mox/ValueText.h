@@ -10,6 +10,7 @@
 #include <limits>
 #include <ostream>
 #include <string_view>
+#include <type_traits>
 
 namespace Mox {
 
@@ -152,14 +153,19 @@ struct ValueText<T> {
     }
 };
 
-/// Values stream as their text, whatever the stream's flags and locale.
+/// Values stream as their text, whatever the stream's flags and locale. The text of an enumeration
+/// fills the stream's field, as a number does.
 template <HasValueText T>
 
 requires(!std::is_arithmetic_v<T>) std::ostream& operator<<(std::ostream& os, T const& value) {
     LocalCharBuffer<128> out;
     ValueText<T>::write(out, value);
     auto const text = out.text();
-    return os.write(text.data(), static_cast<std::streamsize>(text.size()));
+    if constexpr (std::is_enum_v<T>) {
+        return os << text;
+    } else {
+        return os.write(text.data(), static_cast<std::streamsize>(text.size()));
+    }
 }
 
 } // namespace Mox
