@@ -10,7 +10,8 @@ namespace Kel {
 /// Its reference raises the object's floor with its count, so the object leaves its table when all
 /// others have let go; whoever still holds the notifier then keeps the object itself alive. To be
 /// made by a holder of the object once it is interned, as a rule in the table's `handleInsert`;
-/// made of an object that is in no table, its reference is an ordinary one. Immutable.
+/// made of an object that is in no table, its reference is an ordinary one. At most 62 notifiers
+/// hold one interned object at a time (asserted). Immutable.
 class VOBGP_EXPORT DedupHandleLifeTimeNotifier : public Mox::PtrInterface {
   public:
     MOX_COUNTED(DedupHandleLifeTimeNotifier)

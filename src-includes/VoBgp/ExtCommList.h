@@ -140,9 +140,12 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
     /// afterwards, and this can be done again.
     void createClassificationListVector(bool dedupMode);
 
-    /// Freezes the list, interns its classification lists, and then the list itself: returns the
-    /// equal one that is in the table already, or this one. If memory runs out, or an observer of
-    /// route-target lists throws, the list keeps its members and can be interned again.
+    /// Sorts the members, and interns the classification lists and then the list in `table`.
+    /// Returns the existing equal list, or this one.
+    /// REQUIRES: the table is not null, and the list has at most one link bandwidth, that is, not
+    /// two different ones of type 0x40 and subtype 0x04 (asserted); check untrusted input first.
+    /// On `std::bad_alloc`, or if an observer of route-target lists throws, the list keeps its
+    /// members and can be interned again.
     PtrConst dedup(ExtCommListDedupTable const* table);
 
     // Found by dedup(), with the exception above.

@@ -75,7 +75,8 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
         /// Observes that collection from now on, and no other; none if null.
         void notifierIs(NotifyingRtExtCommListCollection::PtrConst const& notifier);
 
-        /// The list came or went: `notifier()->rtExtCommListHas(rtExtCommList)` tells which.
+        /// The list was added or removed: `notifier()->rtExtCommListHas(rtExtCommList)` tells
+        /// which. Must not throw on removal, which may happen in the release of a list.
         virtual void handleRtExtCommList(NotifierPtr const& /*rtExtCommList*/) {}
 
       private:
@@ -123,9 +124,9 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
     };
 
     mutable Mox::NotifieeList notifieeList_;
+    Mox::SetAttribute<NotifierPtr, IdentityHash> rtExtCommList_;
 };
 
-    Mox::SetAttribute<NotifierPtr, IdentityHash> rtExtCommList_;
 /// Keeps a collection equal to the route-target classification lists of a table.
 ///
 /// Owned by the table it observes. Called by one thread at a time, as every lifetime notifiee is.
@@ -134,8 +135,8 @@ class VOBGP_EXPORT RtExtCommListLifeTimeNotifiee : public Kel::DedupHashTableLif
   public:
     MOX_COUNTED(RtExtCommListLifeTimeNotifiee)
 
-    explicit RtExtCommListLifeTimeNotifiee(
     /// REQUIRES: the collection is not null (asserted).
+    explicit RtExtCommListLifeTimeNotifiee(
         NotifyingRtExtCommListCollection::Ptr const& collection) noexcept;
     ~RtExtCommListLifeTimeNotifiee() override;
 

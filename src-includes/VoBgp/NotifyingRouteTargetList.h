@@ -42,8 +42,8 @@ class VOBGP_EXPORT NotifyingRouteTargetList : public Mox::PtrInterface {
         /// Observes that list from now on, and no other; none if null.
         void notifierIs(NotifyingRouteTargetList::PtrConst const& notifier);
 
-        /// The route target came or went: `notifier()->rtHas(rt)` tells which. Does not throw where
-        /// it went: the release of a community may be what it hears of.
+        /// The route target was added or removed: `notifier()->rtHas(rt)` tells which. Must not
+        /// throw on removal, which may happen in the release of a community.
         virtual void handleRt(RouteTarget const& /*rt*/) {}
 
       private:

@@ -272,8 +272,9 @@ class VOBGP_EXPORT ExtCommPerTypeRule final
     void subTypeRuleDelAll() noexcept { subTypeRule_.delAll(); }
 
     /// Announces the rule; run by the constructor. The rule of the non-transitive IPv6 type takes
-    /// its key back here as well: it is never announced, deliberately, and has such sub-rules only
-    /// as are filed into it directly.
+    /// its key back instead: deliberately, no plug-in is asked for sub-rules for it. One that is
+    /// filed directly is kept and never used, because no subtype of the type is in use
+    /// (docs/decisions/ip6-non-transitive.md).
     void handleInitialized();
 
     /// Takes the announcement back. The plug-ins hear of that as of an announcement, and file one
