@@ -89,12 +89,7 @@ Mox::TypeRegistration const registrations[] = {
 // ---- Text ---------------------------------------------------------------------------------------
 
 std::ostream& operator<<(std::ostream& os, ExtCommList const* list) {
-    if (list == nullptr) {
-        return Detail::formatExtComms(os, list, true);
-    }
-    // Whoever reads the stream may let go of the list meanwhile: its members are held.
-    auto const members = list->commVector();
-    return Detail::formatExtComms(os, &members, true);
+    return Detail::formatExtComms(os, list, true);
 }
 
 std::ostream& operator<<(std::ostream& os, ExtCommList const& list) {

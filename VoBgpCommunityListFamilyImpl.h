@@ -33,11 +33,15 @@ U32 hashOfIdentities(Objects const& objects) noexcept {
     return hash.finish();
 }
 
-/// Prints communities, each as it streams.
+/// Prints communities, each as it streams. The stream may run code that releases the last reference
+/// to the list: the members are held meanwhile.
 template <class ListType>
 std::ostream& formatExtComms(std::ostream& os, ListType const* list, bool bracketed) {
+    using Members = typename ListType::CommVector;
+    auto const members = list == nullptr ? Members() : list->commVector();
     return formatCommList(
-        os, list, [](std::ostream& out, auto const& comm) { out << *comm; }, bracketed, " ");
+        os, list == nullptr ? nullptr : &members,
+        [](std::ostream& out, auto const& comm) { out << *comm; }, bracketed, " ");
 }
 
 } // namespace Detail

@@ -85,6 +85,10 @@ TEST_P(ExtCommIp6Lists, EveryAllocationMayFail) {
     everyAllocationMayFail<TwentyOctets>();
 }
 
+TEST_P(ExtCommIp6Lists, ListsReleasedWhileTheyAreStreamedArePrintedWhole) {
+    streamedWholeThoughReleasedMeanwhile(row);
+}
+
 TEST_P(ExtCommIp6Lists, RandomListsAgreeWithSets) {
     for (unsigned seed = 1; seed <= 2; ++seed) {
         RandomLists(row, seed).operate(5000);

@@ -11,10 +11,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <iomanip>
 #include <iterator>
 #include <map>
 #include <new>
+#include <ostream>
 #include <random>
 #include <set>
 #include <sstream>
@@ -152,6 +154,50 @@ void everyAllocationMayFail() {
         ASSERT_NO_FATAL_FAILURE(row.check({content}));
     }
     EXPECT_GT(succeeding, 8) << "hardly anything was made to fail";
+}
+
+/// A stream that does something, once, as soon as anything is written on it.
+class InterruptedStream : private std::stringbuf, public std::ostream {
+  public:
+    explicit InterruptedStream(std::function<void()> interrupt)
+      : std::ostream(static_cast<std::stringbuf*>(this))
+      , interrupt_(std::move(interrupt)) {}
+    std::string text() const { return std::stringbuf::str(); }
+
+  private:
+    std::streamsize xsputn(char const* octets, std::streamsize count) override {
+        if (auto const interrupt = std::exchange(interrupt_, nullptr)) {
+            interrupt();
+        }
+        return std::stringbuf::xsputn(octets, count);
+    }
+
+    std::function<void()> interrupt_;
+};
+
+/// Streams a list, and each of its classification lists, whose last reference goes meanwhile.
+template <class Row>
+void streamedWholeThoughReleasedMeanwhile(Row& row) {
+    std::vector<unsigned> const numbers{1, 3, 13, 23};
+    auto const whole = intern(row, numbers)->toStrep();
+    auto list = intern(row, numbers);
+    auto const* const streamed = list.get();
+    InterruptedStream os([&] { list = nullptr; });
+    os << streamed;
+    EXPECT_EQ(os.text(), whole);
+    EXPECT_EQ(row.table->dedupTable()->size(), 0U);
+    list = intern(row, numbers);
+    for (unsigned c = 0; c < 10; ++c) {
+        auto part = list->classificationList(static_cast<Routing::Bgp::ExtCommClassification>(c));
+        if (part) {
+            auto const partText = part->toStrep();
+            auto const* const streamedPart = part.get();
+            InterruptedStream partOs([&] { list = nullptr, part = nullptr; });
+            partOs << streamedPart;
+            EXPECT_EQ(partOs.text(), partText);
+            list = intern(row, numbers);
+        }
+    }
 }
 
 /// A seeded run of random operations beside sets of numbers.

@@ -320,6 +320,11 @@ TEST_P(ExtCommListModel, EveryAllocationMayFail) {
     everyAllocationMayFail<EightOctets>();
 }
 
+TEST_P(ExtCommListModel, ListsReleasedWhileTheyAreStreamedArePrintedWhole) {
+    EightOctets row;
+    streamedWholeThoughReleasedMeanwhile(row);
+}
+
 TEST_P(ExtCommListModel, RandomListsAndTheirObserversAgreeWithSets) {
     for (unsigned seed = 1; seed <= 4; ++seed) {
         EightOctets row;
