@@ -12,6 +12,7 @@
 #include <Mox/OrderedMap.h>
 #include <Mox/Ptr.h>
 #include <Mox/String.h>
+#include <Mox/TextStream.h>
 #include <Mox/Type.h>
 #include <Routing/Bgp/RouteTarget.h>
 
@@ -20,6 +21,8 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <new>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -359,6 +362,23 @@ TEST(CharBuffer, GrowsByItsRule) {
     EXPECT_EQ(buffer.capacity(), 1101U) << "and never less than what is required";
     EXPECT_EQ(buffer.text(), std::string(20, 'a') + 'b' + std::string(200, 'c') + 'd' +
                                  std::string(378, 'e') + 'f' + std::string(500, 'g'));
+}
+
+TEST(TextStream, GivesAWholeTextOrNone) {
+    Mox::TextStream os;
+    os << "short";
+    {
+        FailingAllocations const failing(0);
+        std::ostream inner(os.rdbuf()); // another stream, which alone sees the failure
+        inner << std::string_view("longer than what a string has room for in itself");
+    }
+    EXPECT_THROW(os.text(), std::bad_alloc);
+    EXPECT_THROW((os << "more", os.string()), std::bad_alloc);
+    os.discard();
+    os << "again" << '!';
+    EXPECT_EQ(os.text(), "again!");
+    os.setstate(std::ios_base::badbit); // as a standard inserter does when memory runs out
+    EXPECT_THROW(os.string(), std::bad_alloc);
 }
 
 TEST(ValueText, NumbersAndBooleansReadBackAndNothingElseDoes) {
