@@ -14,6 +14,7 @@
 #include <bit>
 #include <cstring>
 #include <ostream>
+#include <typeinfo>
 
 namespace Routing::Bgp {
 
@@ -193,51 +194,88 @@ String ExtCommIp6::pktSubtypeNonTransIpv6AddressAsString() const {
         static_cast<U8>(pktSubtype()));
 }
 
-void ExtCommIp6::formatSubtype(std::ostream& os) const {
-    if (pktSubtype().isUnspecified()) {
-        write(os, "unspecified");
+void ExtCommIp6::appendSubtype(Mox::CharBuffer& out, BgpExtCommPktSubtype const& subtype) const {
+    if (subtype.isUnspecified()) {
+        out.append("unspecified");
         return;
     }
+    auto const octet = static_cast<U8>(subtype.word());
     switch (pktType()) {
     case extCommIp6PktTypeTransIpv6Address:
-        write(os, pktSubtypeTransIpv6AddressAsString());
+        appendExtCommSubtype<BgpExtCommIp6PktSubtypeTransIpv6Address>(out, octet);
         break;
     case extCommIp6PktTypeNonTransIpv6Address:
-        write(os, pktSubtypeNonTransIpv6AddressAsString());
+        appendExtCommSubtype<BgpExtCommIp6PktSubtypeNonTransIpv6Address>(out, octet);
         break;
     case extCommIp6PktTypeUnknown:
-        write(os, "none");
+        out.append("none");
     }
 }
 
-void ExtCommIp6::formatDerivedType(std::ostream& os) const {
-    Mox::LocalCharBuffer<80> out;
-    out.append('<').append(Mox::enumerationName(pktType()));
-    if (!pktSubtype().isUnspecified()) {
-        write(os, out.append(' ').text());
-        out.clear();
-        formatSubtype(os);
-    }
-    out.append(" addr=");
-    content_.addr().format(out);
-    out.append(" localAdmin=").appendDecimal(content_.localAdmin()).append('>');
+void ExtCommIp6::formatSubtype(std::ostream& os) const {
+    Mox::LocalCharBuffer<64> out;
+    appendSubtype(out, pktSubtype());
     write(os, out.text());
 }
 
-String ExtCommIp6::toStrep() const {
-    Mox::TextStream os;
-    os << *this;
-    return os.string();
+void ExtCommIp6::appendShowForm(Mox::CharBuffer& out) const {
+    out.append('<').append(Mox::enumerationName(pktType()));
+    if (auto const subtype = pktSubtype(); !subtype.isUnspecified()) {
+        out.append(' ');
+        appendSubtype(out, subtype);
+    }
+    content_.addr().format(out.append(" addr="));
+    out.append(" localAdmin=").appendDecimal(content_.localAdmin()).append('>');
 }
 
-String ExtCommIp6::toStrepForPolicy(StrepFormat format) const {
-    Mox::LocalCharBuffer<80> out;
+// Written at once: a stream may release the last reference to what is streamed.
+void ExtCommIp6::formatDerivedType(std::ostream& os) const {
+    Mox::LocalCharBuffer<192> out;
+    appendShowForm(out);
+    write(os, out.text());
+}
+
+bool ExtCommIp6::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommIp6);
+}
+
+void ExtCommIp6::appendShowText(Mox::CharBuffer& out) const {
+    if (textIsBuiltIn()) {
+        appendShowForm(out);
+    } else {
+        Mox::TextStream os;
+        formatDerivedType(os);
+        out.append(os.text());
+    }
+}
+
+void ExtCommIp6::appendPolicyText(Mox::CharBuffer& out, StrepFormat format) const {
+    if (textIsBuiltIn()) {
+        appendPolicyForm(out, format);
+    } else {
+        out.append(toStrepForPolicy(format));
+    }
+}
+
+String ExtCommIp6::toStrep() const {
+    Mox::LocalCharBuffer<192> out;
+    appendShowText(out);
+    return out.string();
+}
+
+void ExtCommIp6::appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const {
     if (format.has(StrepFormat::strepFormatClassification | StrepFormat::strepFormatUI)) {
         appendExtCommType(out, "-IP6", content_.type(), content_.subtype(), transitive());
         out.append(':');
     }
     content_.addr().format(out);
-    return out.append(':').appendDecimal(content_.localAdmin()).string();
+    out.append(':').appendDecimal(content_.localAdmin());
+}
+
+String ExtCommIp6::toStrepForPolicy(StrepFormat format) const {
+    Mox::LocalCharBuffer<80> out;
+    appendPolicyForm(out, format);
+    return out.string();
 }
 
 std::ostream& operator<<(std::ostream& os, ExtCommIp6 const* extCommIp6) {
@@ -258,6 +296,10 @@ ExtCommIp6Subtyped::~ExtCommIp6Subtyped() = default;
 
 BgpExtCommPktSubtype ExtCommIp6Subtyped::pktSubtype() const {
     return BgpExtCommPktSubtype(getContent().subtype());
+}
+
+bool ExtCommIp6Subtyped::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommIp6Subtyped);
 }
 
 } // namespace Routing::Bgp

@@ -39,6 +39,10 @@ std::ostream& operator<<(std::ostream& os, ExtCommIp6ClassificationList const* l
     return Detail::formatExtComms(os, list, true);
 }
 
+CommListText& operator<<(CommListText& text, ExtCommIp6ClassificationList const* list) {
+    return Detail::formatExtComms(text, list, true);
+}
+
 std::ostream& operator<<(std::ostream& os, ExtCommIp6ClassificationList const& list) {
     return os << &list;
 }

@@ -42,6 +42,10 @@ std::ostream& operator<<(std::ostream& os, ExtCommIp6List const* list) {
     return Detail::formatExtComms(os, list, true);
 }
 
+CommListText& operator<<(CommListText& text, ExtCommIp6List const* list) {
+    return Detail::formatExtComms(text, list, true);
+}
+
 std::ostream& operator<<(std::ostream& os, ExtCommIp6List const& list) {
     return os << &list;
 }
@@ -71,9 +75,10 @@ String ExtCommIp6List::commsStringForm() const {
     constexpr ExtCommIp6::StrepFormat format(ExtCommIp6::StrepFormat::strepFormatClassification);
     CommListText text;
     for (auto const& comm : *this) {
-        text.append(comm->toStrepForPolicy(format)).append(" ");
+        comm->appendPolicyText(text.buffer(), format);
+        text.append(" ");
     }
-    return String(text.text());
+    return text.string();
 }
 
 String ExtCommIp6List::serialize(bool sendNonTransExtComms) const {

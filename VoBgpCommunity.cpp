@@ -14,6 +14,7 @@
 #include <array>
 #include <bit>
 #include <ostream>
+#include <typeinfo>
 
 namespace Routing::Bgp {
 
@@ -23,27 +24,42 @@ void write(std::ostream& os, std::string_view text) {
     os.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
+using AppendSubtype = void(Mox::CharBuffer& out, U8 subtypeOctet);
+
 /// One subtype family: the type it belongs to and the operation that names its subtypes.
 struct SubtypeFamily {
     BgpExtCommPktType pktType;
-    String (ExtComm::*subtypeString)() const;
+    AppendSubtype* append;
 };
 
 constexpr SubtypeFamily subtypeFamilies[] = {
-    {extCommPktTypeTransTwoOctetAs, &ExtComm::pktSubtypeTransTwoOctetAsString},
-    {extCommPktTypeTransIpv4Address, &ExtComm::pktSubtypeTransIpv4AddressString},
-    {extCommPktTypeTransFourOctetAs, &ExtComm::pktSubtypeTransFourOctetAsString},
-    {extCommPktTypeTransOpaque, &ExtComm::pktSubtypeTransOpaqueString},
-    {extCommPktTypeTransEvpn, &ExtComm::pktSubtypeEvpnString},
-    {extCommPktTypeTransFlowspecRedirectNexthop, &ExtComm::pktSubtypeFlowspecRedirectNexthopString},
-    {extCommPktTypeTransGeneric, &ExtComm::pktSubtypeTransGenericString},
-    {extCommPktTypeTransGenericPart2, &ExtComm::pktSubtypeTransGenericPart2String},
-    {extCommPktTypeTransGenericPart3, &ExtComm::pktSubtypeTransGenericPart3String},
-    {extCommPktTypeNonTransTwoOctetAs, &ExtComm::pktSubtypeNonTransTwoOctetAsString},
-    {extCommPktTypeNonTransIpv4Address, &ExtComm::pktSubtypeNonTransIpv4AddressString},
-    {extCommPktTypeNonTransFourOctetAs, &ExtComm::pktSubtypeNonTransFourOctetAsString},
-    {extCommPktTypeNonTransOpaque, &ExtComm::pktSubtypeNonTransOpaqueString},
+    {extCommPktTypeTransTwoOctetAs, appendExtCommSubtype<BgpExtCommPktSubtypeTransTwoOctetAs>},
+    {extCommPktTypeTransIpv4Address, appendExtCommSubtype<BgpExtCommPktSubtypeTransIpv4Address>},
+    {extCommPktTypeTransFourOctetAs, appendExtCommSubtype<BgpExtCommPktSubtypeTransFourOctetAs>},
+    {extCommPktTypeTransOpaque, appendExtCommSubtype<BgpExtCommPktSubtypeTransOpaque>},
+    {extCommPktTypeTransEvpn, appendExtCommSubtype<BgpExtCommPktSubtypeEvpn>},
+    {extCommPktTypeTransFlowspecRedirectNexthop,
+     appendExtCommSubtype<BgpExtCommPktSubtypeTransFlowspecRedirectNexthop>},
+    {extCommPktTypeTransGeneric, appendExtCommSubtype<BgpExtCommPktSubtypeTransGeneric>},
+    {extCommPktTypeTransGenericPart2, appendExtCommSubtype<BgpExtCommPktSubtypeTransGenericPart2>},
+    {extCommPktTypeTransGenericPart3, appendExtCommSubtype<BgpExtCommPktSubtypeTransGenericPart3>},
+    {extCommPktTypeNonTransTwoOctetAs,
+     appendExtCommSubtype<BgpExtCommPktSubtypeNonTransTwoOctetAs>},
+    {extCommPktTypeNonTransIpv4Address,
+     appendExtCommSubtype<BgpExtCommPktSubtypeNonTransIpv4Address>},
+    {extCommPktTypeNonTransFourOctetAs,
+     appendExtCommSubtype<BgpExtCommPktSubtypeNonTransFourOctetAs>},
+    {extCommPktTypeNonTransOpaque, appendExtCommSubtype<BgpExtCommPktSubtypeNonTransOpaque>},
 };
+
+/// The operation of each type octet's family; null where there is no family.
+constexpr auto appendSubtypeOf = [] {
+    std::array<AppendSubtype*, 256> byTypeOctet{};
+    for (auto const& family : subtypeFamilies) {
+        byTypeOctet[family.pktType] = family.append;
+    }
+    return byTypeOctet;
+}();
 
 bool upperCase(std::ostream const& os) {
     return (os.flags() & std::ios_base::uppercase) != 0;
@@ -278,47 +294,78 @@ void ExtComm::formatCommunityValue(std::ostream& os) const {
     os << extCommContent_;
 }
 
+void ExtComm::appendSubtype(Mox::CharBuffer& out, BgpExtCommPktSubtype const& subtype) const {
+    if (subtype.isUnspecified()) {
+        out.append("unspecified");
+    } else if (auto* const append = appendSubtypeOf[extCommContent_.typeOctet()]) {
+        append(out, static_cast<U8>(subtype.word()));
+    } else {
+        out.append("none");
+    }
+}
+
 void ExtComm::formatSubtype(std::ostream& os) const {
-    if (pktSubtype().isUnspecified()) {
-        write(os, "unspecified");
-        return;
-    }
-    for (auto const& family : subtypeFamilies) {
-        if (family.pktType == pktType()) {
-            write(os, (this->*family.subtypeString)());
-            return;
-        }
-    }
-    write(os, "none");
+    Mox::LocalCharBuffer<64> out;
+    appendSubtype(out, pktSubtype());
+    write(os, out.text());
 }
 
-void ExtComm::formatShowForm(std::ostream& os, std::string_view detail) const {
-    Mox::LocalCharBuffer<128> out;
-    out.append('<');
-    Mox::ValueText<BgpExtCommPktType>::write(out, pktType());
-    write(os, out.text());
-    if (!pktSubtype().isUnspecified()) {
-        write(os, " ");
-        formatSubtype(os);
+void ExtComm::appendShowHead(Mox::CharBuffer& out) const {
+    out.append('<').append(Mox::enumerationName(pktType()));
+    if (auto const subtype = pktSubtype(); !subtype.isUnspecified()) {
+        out.append(' ');
+        appendSubtype(out, subtype);
     }
-    out.clear();
-    out.append(detail).append(' ');
-    appendCommunityValue(out, extCommContent_, upperCase(os));
+}
+
+void ExtComm::appendShowTail(Mox::CharBuffer& out, bool upperCase) const {
+    out.append(' ');
+    appendCommunityValue(out, extCommContent_, upperCase);
     out.append('>');
+}
+
+void ExtComm::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
+    appendShowHead(out);
+    appendShowTail(out, upperCase);
+}
+
+// Written at once: a stream may release the last reference to what is streamed.
+void ExtComm::formatDerivedType(std::ostream& os) const {
+    Mox::LocalCharBuffer<192> out;
+    appendShowForm(out, upperCase(os));
     write(os, out.text());
 }
 
-void ExtComm::formatDerivedType(std::ostream& os) const {
-    formatShowForm(os, "");
+bool ExtComm::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtComm);
+}
+
+void ExtComm::appendShowText(Mox::CharBuffer& out) const {
+    if (textIsBuiltIn()) {
+        appendShowForm(out, false);
+    } else {
+        Mox::TextStream os;
+        formatDerivedType(os);
+        out.append(os.text());
+    }
+}
+
+void ExtComm::appendPolicyText(Mox::CharBuffer& out, StrepFormat format) const {
+    if (textIsBuiltIn()) {
+        appendPolicyForm(out, format);
+    } else {
+        out.append(toStrepForPolicy(format));
+    }
 }
 
 String ExtComm::toStrep() const {
-    Mox::TextStream os;
-    os << this;
-    return os.string();
+    Mox::LocalCharBuffer<192> out;
+    appendShowText(out);
+    return out.string();
 }
 
-void ExtComm::appendTypePrefix(Mox::CharBuffer& out, char const* suffix, StrepFormat format) const {
+void ExtComm::appendTypePrefix(Mox::CharBuffer& out, std::string_view suffix,
+                               StrepFormat format) const {
     if (format.has(StrepFormat::strepFormatClassification | StrepFormat::strepFormatUI)) {
         appendExtCommType(out, suffix, extCommContent_.typeOctet(), extCommContent_.subtypeOctet(),
                           transitive());
@@ -326,15 +373,20 @@ void ExtComm::appendTypePrefix(Mox::CharBuffer& out, char const* suffix, StrepFo
     }
 }
 
-String ExtComm::toStrepForPolicy(StrepFormat strepFormatFlags) const {
-    Mox::LocalCharBuffer<128> out;
-    appendTypePrefix(out, "", strepFormatFlags);
-    if (out.size() == 0) {
-        return {};
+void ExtComm::appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const {
+    auto const before = out.size();
+    appendTypePrefix(out, "", format);
+    if (out.size() == before) {
+        return;
     }
     for (unsigned i = 0; i < 6; ++i) {
         out.append(i == 0 ? "0x" : " 0x").appendHex(extCommContent_.valueOctet(i), 2);
     }
+}
+
+String ExtComm::toStrepForPolicy(StrepFormat strepFormatFlags) const {
+    Mox::LocalCharBuffer<128> out;
+    appendPolicyForm(out, strepFormatFlags);
     return out.string();
 }
 
@@ -365,6 +417,10 @@ BgpExtCommPktSubtype ExtCommSubtyped::pktSubtype() const {
     return BgpExtCommPktSubtype(subtypeOctet());
 }
 
+bool ExtCommSubtyped::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommSubtyped);
+}
+
 ExtCommAsNumber::~ExtCommAsNumber() = default;
 
 ExtCommAsNumber::Ptr ExtCommAsNumber::ExtCommAsNumberIs(ExtCommClassification classification,
@@ -382,43 +438,70 @@ U32 ExtCommAsNumber::localAdmin() const noexcept {
     return fourByteAs_ ? localAdmin2Octets() : localAdmin4Octets();
 }
 
-String ExtCommAsNumber::formatAsNumber(bool includeQualifier, bool asdot) const {
-    Mox::LocalCharBuffer<20> out;
+void ExtCommAsNumber::appendPlainAsNumber(Mox::CharBuffer& out, bool includeQualifier,
+                                          bool asdot) const {
     asNumber().format(out, asdot);
     if (fourByteAs_ && includeQualifier && !asdot) {
         out.append('L');
     }
+}
+
+String ExtCommAsNumber::formatAsNumber(bool includeQualifier, bool asdot) const {
+    Mox::LocalCharBuffer<20> out;
+    appendPlainAsNumber(out, includeQualifier, asdot);
     return out.string();
 }
 
-void ExtCommAsNumber::formatDerivedType(std::ostream& os) const {
-    Mox::LocalCharBuffer<20> detail;
-    detail.append(" ASN=").append(formatAsNumber(false, false));
-    formatShowForm(os, detail.text());
+void ExtCommAsNumber::appendAsNumber(Mox::CharBuffer& out, bool includeQualifier,
+                                     bool asdot) const {
+    if (textIsBuiltIn()) {
+        appendPlainAsNumber(out, includeQualifier, asdot);
+    } else {
+        out.append(formatAsNumber(includeQualifier, asdot));
+    }
 }
 
-String ExtCommAsNumber::toStrepForPolicy(StrepFormat strepFormatFlags) const {
-    Mox::LocalCharBuffer<42> out;
-    appendTypePrefix(out, fourByteAs_ ? "-AS4" : "-AS", strepFormatFlags);
-    out.append(formatAsNumber(strepFormatFlags.has(StrepFormat::strepFormatQualifier),
-                              strepFormatFlags.has(StrepFormat::strepFormatAsdot)));
-    return out.append(':').appendDecimal(localAdmin()).string();
+void ExtCommAsNumber::appendAsAndLocalAdmin(Mox::CharBuffer& out, StrepFormat format) const {
+    appendAsNumber(out, format.has(StrepFormat::strepFormatQualifier),
+                   format.has(StrepFormat::strepFormatAsdot));
+    out.append(':').appendDecimal(localAdmin());
+}
+
+void ExtCommAsNumber::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
+    appendShowHead(out);
+    appendAsNumber(out.append(" ASN="), false, false);
+    appendShowTail(out, upperCase);
+}
+
+void ExtCommAsNumber::appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const {
+    appendTypePrefix(out, fourByteAs_ ? "-AS4" : "-AS", format);
+    appendAsAndLocalAdmin(out, format);
+}
+
+bool ExtCommAsNumber::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommAsNumber);
 }
 
 ExtCommIpv4Address::~ExtCommIpv4Address() = default;
 
-void ExtCommIpv4Address::formatDerivedType(std::ostream& os) const {
-    Mox::LocalCharBuffer<20> detail;
-    detail.append(' ');
-    address().format(detail);
-    formatShowForm(os, detail.text());
+void ExtCommIpv4Address::appendAddressAndLocalAdmin(Mox::CharBuffer& out) const {
+    address().format(out);
+    out.append(':').appendDecimal(localAdmin2Octets());
 }
 
-String ExtCommIpv4Address::toStrepForPolicy(StrepFormat strepFormatFlags) const {
-    Mox::LocalCharBuffer<42> out;
-    appendTypePrefix(out, "-IP", strepFormatFlags);
-    address().format(out);
-    return out.append(':').appendDecimal(localAdmin2Octets()).string();
+void ExtCommIpv4Address::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
+    appendShowHead(out);
+    address().format(out.append(' '));
+    appendShowTail(out, upperCase);
+}
+
+void ExtCommIpv4Address::appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const {
+    appendTypePrefix(out, "-IP", format);
+    appendAddressAndLocalAdmin(out);
+}
+
+bool ExtCommIpv4Address::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommIpv4Address);
 }
 
 // ---- The table ----------------------------------------------------------------------------------

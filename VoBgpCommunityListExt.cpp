@@ -100,6 +100,14 @@ std::ostream& operator<<(std::ostream& os, ExtCommClassificationList const* list
     return Detail::formatExtComms(os, list, false);
 }
 
+CommListText& operator<<(CommListText& text, ExtCommList const* list) {
+    return Detail::formatExtComms(text, list, true);
+}
+
+CommListText& operator<<(CommListText& text, ExtCommClassificationList const* list) {
+    return Detail::formatExtComms(text, list, false);
+}
+
 // ---- Classification lists -----------------------------------------------------------------------
 
 template class ExtCommClassificationListBase<ExtCommListFamily>;
@@ -269,7 +277,7 @@ bool ExtCommList::matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const
     auto const matches = [&](U32 format) {
         return commListMatches(
             *regex, *this, [format](CommListText& text, ExtComm::PtrConst const& comm) {
-                text.append(comm->toStrepForPolicy(ExtComm::StrepFormat(format)));
+                comm->appendPolicyText(text.buffer(), ExtComm::StrepFormat(format));
             });
     };
     return matches(ExtComm::StrepFormat::strepFormatDefault) ||

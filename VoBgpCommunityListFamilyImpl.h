@@ -44,6 +44,14 @@ std::ostream& formatExtComms(std::ostream& os, ListType const* list, bool bracke
         [](std::ostream& out, auto const& comm) { out << *comm; }, bracketed, " ");
 }
 
+/// The same into a text.
+template <class ListType>
+CommListText& formatExtComms(CommListText& text, ListType const* list, bool bracketed) {
+    return formatCommList(
+        text, list, [](CommListText& out, auto const& comm) { comm->appendShowText(out.buffer()); },
+        bracketed, " ");
+}
+
 } // namespace Detail
 
 // ---- Classification lists -----------------------------------------------------------------------

@@ -7,7 +7,8 @@
 namespace Routing::Bgp {
 
 void appendCommunityValue(Mox::CharBuffer& out, ExtCommContent content, bool upperCase) {
-    out.append(content.community() == 0 ? "00" : upperCase ? "0X" : "0x");
+    std::string_view const prefix(content.community() == 0 ? "00" : upperCase ? "0X" : "0x", 2);
+    out.append(prefix);
     out.appendHex(content.community(), 16, upperCase);
 }
 
@@ -17,15 +18,15 @@ std::ostream& operator<<(std::ostream& os, ExtCommContent const& content) {
     return os.write(out.text().data(), static_cast<std::streamsize>(out.size()));
 }
 
-void appendExtCommType(Mox::CharBuffer& out, char const* suffix, U8 type, U8 subtype,
+void appendExtCommType(Mox::CharBuffer& out, std::string_view suffix, U8 type, U8 subtype,
                        bool transitive) {
-    MOX_ASSERT_TEXT(suffix != nullptr, "__null != suffix");
     constexpr unsigned nonTransitiveBit = 0x40;
     out.appendHex(type & ~nonTransitiveBit, 2).appendHex(subtype, 2).append(suffix);
     out.append(transitive ? "" : "(NT)");
 }
 
 String extCommTypeAsString(char const* suffix, U8 type, U8 subtype, bool transitive) {
+    MOX_ASSERT_TEXT(suffix != nullptr, "__null != suffix");
     Mox::LocalCharBuffer<20> out;
     appendExtCommType(out, suffix, type, subtype, transitive);
     return out.string();

@@ -1,10 +1,10 @@
 #include <VoBgp/Parse/ExtCommColor.h>
 
-#include "ExtCommShowForm.h"
-
 #include <Mox/CharBuffer.h>
 #include <Mox/Trace.h>
 #include <Mox/Type.h>
+
+#include <typeinfo>
 
 namespace Routing::Bgp {
 
@@ -43,17 +43,19 @@ ExtCommColor::ExtCommColor(ExtCommContent const& content) noexcept
 
 ExtCommColor::~ExtCommColor() = default;
 
-void ExtCommColor::formatDerivedType(std::ostream& os) const {
-    Mox::LocalCharBuffer<64> detail;
-    detail.append("Color: ").appendDecimal(color());
-    detail.append('(').append(cBit() ? '1' : '0').append(oBit() ? '1' : '0').append(')');
-    writeShowForm(os, detail.text(), *this);
+void ExtCommColor::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
+    out.append("<Color: ").appendDecimal(color());
+    out.append('(').append(cBit() ? '1' : '0').append(oBit() ? '1' : '0').append(')');
+    appendShowTail(out, upperCase);
 }
 
-String ExtCommColor::toStrepForPolicy(StrepFormat /*strepFormatFlags*/) const {
-    Mox::LocalCharBuffer<64> out;
+void ExtCommColor::appendPolicyForm(Mox::CharBuffer& out, StrepFormat /*format*/) const {
     out.append("Color:CO(").append(cBit() ? '1' : '0').append(oBit() ? '1' : '0');
-    return out.append("):").appendDecimal(color()).string();
+    out.append("):").appendDecimal(color());
+}
+
+bool ExtCommColor::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommColor);
 }
 
 ExtCommColor::Ptr extCommColorFactory(ExtCommContent const& content) {

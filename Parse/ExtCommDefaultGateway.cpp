@@ -1,10 +1,10 @@
 #include <VoBgp/Parse/ExtCommDefaultGateway.h>
 
-#include "ExtCommShowForm.h"
-
 #include <Mox/CharBuffer.h>
 #include <Mox/Trace.h>
 #include <Mox/Type.h>
+
+#include <typeinfo>
 
 namespace Routing::Bgp {
 
@@ -40,12 +40,17 @@ ExtCommDefaultGateway::ExtCommDefaultGateway(ExtCommContent const& content) noex
 
 ExtCommDefaultGateway::~ExtCommDefaultGateway() = default;
 
-void ExtCommDefaultGateway::formatDerivedType(std::ostream& os) const {
-    writeShowForm(os, "DefaultGateway", *this);
+void ExtCommDefaultGateway::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
+    out.append("<DefaultGateway");
+    appendShowTail(out, upperCase);
 }
 
-String ExtCommDefaultGateway::toStrepForPolicy(StrepFormat /*strepFormatFlags*/) const {
-    return "DefaultGateway";
+void ExtCommDefaultGateway::appendPolicyForm(Mox::CharBuffer& out, StrepFormat /*format*/) const {
+    out.append("DefaultGateway");
+}
+
+bool ExtCommDefaultGateway::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommDefaultGateway);
 }
 
 ExtCommDefaultGateway::Ptr extCommDefaultGatewayFactory(ExtCommContent const& content) {

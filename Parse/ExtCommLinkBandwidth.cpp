@@ -1,7 +1,5 @@
 #include <VoBgp/Parse/ExtCommLinkBandwidth.h>
 
-#include "ExtCommShowForm.h"
-
 #include <Mox/CharBuffer.h>
 #include <Mox/Trace.h>
 #include <Mox/Type.h>
@@ -9,6 +7,7 @@
 
 #include <bit>
 #include <charconv>
+#include <typeinfo>
 
 namespace Routing::Bgp {
 
@@ -65,28 +64,29 @@ bool ExtCommLinkBandwidth::isLinkBandwidthWithUnspecifiedAsNumber() const {
     return asNumber() == Lumo::AutonomousSystem(0);
 }
 
-void ExtCommLinkBandwidth::formatDerivedType(std::ostream& os) const {
-    Mox::LocalCharBuffer<64> detail;
-    detail.append("LinkBandwidth ").append(formatAsNumber(false, false)).append(':');
-    appendFloat(detail, bandwidth());
-    writeShowForm(os, detail.text(), *this);
+void ExtCommLinkBandwidth::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
+    appendAsNumber(out.append("<LinkBandwidth "), false, false);
+    appendFloat(out.append(':'), bandwidth());
+    appendShowTail(out, upperCase);
 }
 
-String ExtCommLinkBandwidth::toStrepForPolicy(StrepFormat strepFormatFlags) const {
-    bool const classified = strepFormatFlags.has(StrepFormat::strepFormatClassification);
-    bool const readable = classified && strepFormatFlags.has(StrepFormat::strepFormatUI);
-    Mox::LocalCharBuffer<64> out;
+void ExtCommLinkBandwidth::appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const {
+    bool const classified = format.has(StrepFormat::strepFormatClassification);
+    bool const readable = classified && format.has(StrepFormat::strepFormatUI);
     out.append(readable ? "Link-Bandwidth-AS:" : classified ? "lbw " : "");
-    out.append(formatAsNumber(strepFormatFlags.has(StrepFormat::strepFormatQualifier),
-                              strepFormatFlags.has(StrepFormat::strepFormatAsdot)));
+    appendAsNumber(out, format.has(StrepFormat::strepFormatQualifier),
+                   format.has(StrepFormat::strepFormatAsdot));
     out.append(':');
     if (readable) {
-        out.append(Rib::LinkBandwidth::toStrep(
-            bandwidth(), strepFormatFlags.has(StrepFormat::strepFormatLinkBwWeighted)));
+        Rib::LinkBandwidth::format(out, bandwidth(),
+                                   format.has(StrepFormat::strepFormatLinkBwWeighted));
     } else {
         appendFloat(out, bandwidth());
     }
-    return out.string();
+}
+
+bool ExtCommLinkBandwidth::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommLinkBandwidth);
 }
 
 ExtCommLinkBandwidth::Ptr extCommLinkBandwidthFactory(ExtCommContent const& content) {

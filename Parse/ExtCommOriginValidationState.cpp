@@ -1,10 +1,10 @@
 #include <VoBgp/Parse/ExtCommOriginValidationState.h>
 
-#include "ExtCommShowForm.h"
-
 #include <Mox/CharBuffer.h>
 #include <Mox/Trace.h>
 #include <Mox/Type.h>
+
+#include <typeinfo>
 
 namespace Routing::Bgp {
 
@@ -59,26 +59,26 @@ std::string_view stateWord(Rpki::OriginValidationState state) {
 
 } // namespace
 
-void ExtCommOriginValidationState::formatDerivedType(std::ostream& os) const {
-    Mox::LocalCharBuffer<64> detail;
-    detail.append("OriginValidationState ");
+void ExtCommOriginValidationState::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
+    out.append("<OriginValidationState ");
     if (auto const word = stateWord(state()); !word.empty()) {
-        detail.append(word);
+        out.append(word);
     } else {
-        detail.append("unknown(").appendDecimal(static_cast<U8>(state())).append(')');
+        out.append("unknown(").appendDecimal(static_cast<U8>(state())).append(')');
     }
-    writeShowForm(os, detail.text(), *this);
+    appendShowTail(out, upperCase);
 }
 
-String ExtCommOriginValidationState::toStrepForPolicy(StrepFormat strepFormatFlags) const {
-    if (!strepFormatFlags.has(StrepFormat::strepFormatClassification |
-                              StrepFormat::strepFormatUI)) {
-        return {};
+void ExtCommOriginValidationState::appendPolicyForm(Mox::CharBuffer& out,
+                                                    StrepFormat format) const {
+    if (format.has(StrepFormat::strepFormatClassification | StrepFormat::strepFormatUI)) {
+        auto const word = stateWord(state());
+        out.append("Origin-Validation-State:").append(word.empty() ? "unknown" : word);
     }
-    auto const word = stateWord(state());
-    Mox::LocalCharBuffer<64> out;
-    out.append("Origin-Validation-State:").append(word.empty() ? "unknown" : word);
-    return out.string();
+}
+
+bool ExtCommOriginValidationState::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommOriginValidationState);
 }
 
 ExtCommOriginValidationState::Ptr

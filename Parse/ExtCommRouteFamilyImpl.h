@@ -1,11 +1,11 @@
 #pragma once
 
-#include "ExtCommShowForm.h"
-
 #include <Mox/CharBuffer.h>
 #include <Mox/Trace.h>
 #include <Mox/Type.h>
 #include <VoBgp/Parse/ExtCommRouteFamily.h>
+
+#include <typeinfo>
 
 // The bodies of the family's templates, for the two sources that instantiate them.
 
@@ -24,35 +24,36 @@ template <class Family>
 ExtCommRouteAs<Family>::~ExtCommRouteAs() = default;
 
 template <class Family>
-void ExtCommRouteAs<Family>::formatDerivedType(std::ostream& os) const {
-    Mox::LocalCharBuffer<64> detail;
+void ExtCommRouteAs<Family>::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
     switch (getContent().typeOctet()) {
     case extCommPktTypeTransTwoOctetAs:
-        detail.append(Family::showTwoOctetAs);
+        out.append('<').append(Family::showTwoOctetAs);
         break;
     case extCommPktTypeTransFourOctetAs:
-        detail.append(Family::showFourOctetAs);
+        out.append('<').append(Family::showFourOctetAs);
         break;
     default:
         Family::unexpectedType();
     }
-    detail.append(formatAsNumber(false, false)).append(':').appendDecimal(localAdmin());
-    writeShowForm(os, detail.text(), *this);
+    appendAsAndLocalAdmin(out, StrepFormat());
+    appendShowTail(out, upperCase);
 }
 
 template <class Family>
-String ExtCommRouteAs<Family>::toStrepForPolicy(StrepFormat strepFormatFlags) const {
-    Mox::LocalCharBuffer<64> out;
-    if (strepFormatFlags.has(StrepFormat::strepFormatClassification)) {
-        if (strepFormatFlags.has(StrepFormat::strepFormatUI)) {
+void ExtCommRouteAs<Family>::appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const {
+    if (format.has(StrepFormat::strepFormatClassification)) {
+        if (format.has(StrepFormat::strepFormatUI)) {
             out.append(Family::asWord).append(fourByteAs() ? "4:" : ":");
         } else {
             out.append(Family::shortWord);
         }
     }
-    out.append(formatAsNumber(strepFormatFlags.has(StrepFormat::strepFormatQualifier),
-                              strepFormatFlags.has(StrepFormat::strepFormatAsdot)));
-    return out.append(':').appendDecimal(localAdmin()).string();
+    appendAsAndLocalAdmin(out, format);
+}
+
+template <class Family>
+bool ExtCommRouteAs<Family>::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommRouteAs);
 }
 
 // ---- Administrator: an IPv4 address -------------------------------------------------------------
@@ -68,22 +69,23 @@ template <class Family>
 ExtCommRouteIpv4Address<Family>::~ExtCommRouteIpv4Address() = default;
 
 template <class Family>
-void ExtCommRouteIpv4Address<Family>::formatDerivedType(std::ostream& os) const {
-    Mox::LocalCharBuffer<64> detail;
-    address().format(detail.append(Family::showIpv4));
-    detail.append(':').appendDecimal(localAdmin2Octets());
-    writeShowForm(os, detail.text(), *this);
+void ExtCommRouteIpv4Address<Family>::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
+    appendAddressAndLocalAdmin(out.append('<').append(Family::showIpv4));
+    appendShowTail(out, upperCase);
 }
 
 template <class Family>
-String ExtCommRouteIpv4Address<Family>::toStrepForPolicy(StrepFormat strepFormatFlags) const {
-    Mox::LocalCharBuffer<64> out;
-    if (strepFormatFlags.has(StrepFormat::strepFormatClassification)) {
-        out.append(strepFormatFlags.has(StrepFormat::strepFormatUI) ? Family::ipv4Word
-                                                                    : Family::shortWord);
+void ExtCommRouteIpv4Address<Family>::appendPolicyForm(Mox::CharBuffer& out,
+                                                       StrepFormat format) const {
+    if (format.has(StrepFormat::strepFormatClassification)) {
+        out.append(format.has(StrepFormat::strepFormatUI) ? Family::ipv4Word : Family::shortWord);
     }
-    address().format(out);
-    return out.append(':').appendDecimal(localAdmin2Octets()).string();
+    appendAddressAndLocalAdmin(out);
+}
+
+template <class Family>
+bool ExtCommRouteIpv4Address<Family>::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommRouteIpv4Address);
 }
 
 // ---- The plug-in --------------------------------------------------------------------------------

@@ -1,10 +1,10 @@
 #include <VoBgp/Parse/ExtCommTunnelEncap.h>
 
-#include "ExtCommShowForm.h"
-
 #include <Mox/CharBuffer.h>
 #include <Mox/Trace.h>
 #include <Mox/Type.h>
+
+#include <typeinfo>
 
 namespace Routing::Bgp {
 
@@ -42,23 +42,26 @@ ExtCommTunnelEncap::ExtCommTunnelEncap(ExtCommContent const& content) noexcept
 
 ExtCommTunnelEncap::~ExtCommTunnelEncap() = default;
 
-void ExtCommTunnelEncap::formatDerivedType(std::ostream& os) const {
-    Mox::LocalCharBuffer<64> detail;
-    detail.append("TunnelEncap ").appendDecimal(tunnelType()).append(':');
-    detail.append(bgpIsValidEnumMember(tunnelType()) ? Mox::enumerationName(tunnelType())
-                                                     : "tunnelTypeUnknown");
-    writeShowForm(os, detail.text(), *this);
+void ExtCommTunnelEncap::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
+    out.append("<TunnelEncap ").appendDecimal(tunnelType()).append(':');
+    out.append(bgpIsValidEnumMember(tunnelType()) ? Mox::enumerationName(tunnelType())
+                                                  : "tunnelTypeUnknown");
+    appendShowTail(out, upperCase);
 }
 
-String ExtCommTunnelEncap::toStrepForPolicy(StrepFormat strepFormatFlags) const {
-    Mox::LocalCharBuffer<64> out;
-    if (strepFormatFlags.has(StrepFormat::strepFormatClassification)) {
+void ExtCommTunnelEncap::appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const {
+    if (format.has(StrepFormat::strepFormatClassification)) {
         out.append("TunnelEncap:");
     }
     if (bgpIsValidEnumMember(tunnelType())) {
-        return out.append(Mox::enumerationName(tunnelType())).string();
+        out.append(Mox::enumerationName(tunnelType()));
+    } else {
+        out.append("tunnelTypeUnknown-").appendDecimal(tunnelType());
     }
-    return out.append("tunnelTypeUnknown-").appendDecimal(tunnelType()).string();
+}
+
+bool ExtCommTunnelEncap::textIsBuiltIn() const noexcept {
+    return typeid(*this) == typeid(ExtCommTunnelEncap);
 }
 
 ExtCommTunnelEncap::Ptr extCommTunnelEncapFactory(ExtCommContent const& content) {

@@ -10,12 +10,18 @@ std::atomic<unsigned long> allocations{0};
 std::atomic<unsigned long> octetsAllocated{0};
 /// Unlimited while negative.
 std::atomic<long> allocationsLeft{-1};
+std::atomic<long> failuresLeft{-1};
 
 void* allocate(std::size_t octets) noexcept {
     allocations.fetch_add(1, std::memory_order_relaxed);
     octetsAllocated.fetch_add(octets, std::memory_order_relaxed);
     auto left = allocationsLeft.load(std::memory_order_relaxed);
     if (left == 0) {
+        auto const failures = failuresLeft.load(std::memory_order_relaxed);
+        failuresLeft.store(failures - 1, std::memory_order_relaxed);
+        if (failures == 1) {
+            allocationsLeft.store(-1, std::memory_order_relaxed);
+        }
         return nullptr;
     }
     if (left > 0) {
@@ -34,7 +40,8 @@ unsigned long octetsAllocatedSoFar() noexcept {
     return octetsAllocated.load(std::memory_order_relaxed);
 }
 
-FailingAllocations::FailingAllocations(long succeeding) noexcept {
+FailingAllocations::FailingAllocations(long succeeding, long failing) noexcept {
+    failuresLeft.store(failing, std::memory_order_relaxed);
     allocationsLeft.store(succeeding, std::memory_order_relaxed);
 }
 

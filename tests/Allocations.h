@@ -9,10 +9,11 @@ unsigned long allocationsSoFar() noexcept;
 /// How many octets they asked for, those that have been given back included.
 unsigned long octetsAllocatedSoFar() noexcept;
 
-/// While one lives, `succeeding` more allocations succeed and all others fail.
+/// While one lives, `succeeding` more allocations succeed, the next `failing` ones fail, and then
+/// all succeed again; if `failing` is negative, all others fail.
 class FailingAllocations {
   public:
-    explicit FailingAllocations(long succeeding) noexcept;
+    explicit FailingAllocations(long succeeding, long failing = -1) noexcept;
     ~FailingAllocations();
     FailingAllocations(FailingAllocations const&) = delete;
     FailingAllocations& operator=(FailingAllocations const&) = delete;

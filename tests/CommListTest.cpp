@@ -390,6 +390,23 @@ TEST(CommListRegex, MatchesNumbersOrElseNames) {
     EXPECT_FALSE(matches(*large, "1\\.0"));
 }
 
+TEST(CommListText, IsWholeOrRefusedAndMadeInOneAllocation) {
+    auto const table = commListDedupTableFactory();
+    auto const list = listOf<Standard>({0xffffff01, 0xfde80064, 65537})->dedup(table.get());
+    auto const large = listOf<Large>({{4200000000, 1, 2}, {7, 8, 9}});
+    auto const whole = [](auto call) { EXPECT_EQ(wholeOrRefused(call), 1); };
+    whole([&] { return list->toStrep(); });
+    whole([&] { return large->toStrep(); });
+    auto const longList = commListFactory();
+    for (U32 i = 0; i < 1000; ++i) {
+        longList->commIs(i << 16 | 0xffff);
+    }
+    EXPECT_LT(wholeOrRefused([&] { return longList->toStrep(); }), 6);
+    PosixRegex const regex("^1:1 65000:100");
+    EXPECT_LT(wholeOrRefused([&] { return longList->matchCommunitiesRegex(&regex); }), 8)
+        << "two texts";
+}
+
 TEST(PosixRegex, SaysWhatIsWrongWithAPattern) {
     for (auto const& pattern : {String("a("), String("[z-a]"), String("a{2,1}"), String("\\"),
                                 String(std::string_view("a\0b", 3))}) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Allocations.h"
+
 #include <Kel/DumpContext.h>
 #include <Mox/Ptr.h>
 #include <Mox/Trace.h>
@@ -10,10 +12,13 @@
 #include <functional>
 #include <iomanip>
 #include <locale>
+#include <new>
+#include <ostream>
 #include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 /// What the tests of many units expect in one and the same way.
@@ -102,6 +107,48 @@ class OddStream : public std::ostringstream {
     std::locale const before_ = std::locale::global(std::locale(std::locale(), new Grouping));
     std::ios_base::fmtflags flags_;
 };
+
+/// A stream that does something, once, as soon as anything is written on it.
+class InterruptedStream : private std::stringbuf, public std::ostream {
+  public:
+    explicit InterruptedStream(std::function<void()> interrupt)
+      : std::ostream(static_cast<std::stringbuf*>(this))
+      , interrupt_(std::move(interrupt)) {}
+    std::string text() const { return std::stringbuf::str(); }
+
+  private:
+    std::streamsize xsputn(char const* octets, std::streamsize count) override {
+        if (auto const interrupt = std::exchange(interrupt_, nullptr)) {
+            interrupt();
+        }
+        return std::stringbuf::xsputn(octets, count);
+    }
+
+    std::function<void()> interrupt_;
+};
+
+/// Makes each allocation of a call fail in turn, that one alone and with all after it: the call
+/// throws `std::bad_alloc`, or returns what it returns undisturbed. Returns how many it makes.
+template <class Call>
+long wholeOrRefused(Call call) {
+    auto const whole = call();
+    auto const before = allocationsSoFar();
+    (void)call();
+    auto const allocations = static_cast<long>(allocationsSoFar() - before);
+    for (long succeeding = 0; succeeding < allocations; ++succeeding) {
+        for (long const failing : {1, -1}) {
+            try {
+                auto const result = [&] {
+                    FailingAllocations const failingAllocations(succeeding, failing);
+                    return call();
+                }();
+                EXPECT_EQ(result, whole) << succeeding;
+            } catch (std::bad_alloc const&) {
+            }
+        }
+    }
+    return allocations;
+}
 
 /// The lines that are traced while it lives, each behind its level.
 class TracedLines {

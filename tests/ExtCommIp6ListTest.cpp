@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iomanip>
 #include <sstream>
 #include <string>
 
@@ -107,6 +108,43 @@ TEST_P(ExtCommIp6Lists, Wire) {
     EXPECT_EQ(hexOf(one->serialize(false)), "") << "no attribute at all";
     EXPECT_EQ(hexOf(one->serialize(true)), "c0191440" + value);
     EXPECT_EQ(hexOf(internOf({})->serialize(true)), "");
+}
+
+TEST_P(ExtCommIp6Lists, TextsAreWholeOrRefusedAndMadeInOneAllocation) {
+    auto const subtyped = Mox::staticPtrCast<ExtCommIp6 const>(
+        row.commTable->dedupHashTable()->dedup(Mox::makeActive<ExtCommIp6Subtyped>(
+            extCommClassificationUnSpecified, ExtCommIp6Content(0, 3, address, 1))));
+    auto list = internOf({rt, nonTransitive, subtyped});
+    auto const part = list->classificationList(extCommClassificationUnSpecified);
+    auto const whole = [](auto call) { EXPECT_EQ(wholeOrRefused(call), 1); };
+    whole([&] { return list->toStrep(); });
+    whole([&] { return part->toStrep(); });
+    whole([&] { return list->commsStringForm(); });
+    whole([&] { return subtyped->toStrep(); });
+    whole([&] { return subtyped->toStrepForPolicy(ExtCommIp6::StrepFormat(0xc)); });
+}
+
+/// A kind of an agent's own, which has other texts.
+class Shouting final : public ExtCommIp6Subtyped {
+  public:
+    using ExtCommIp6Subtyped::ExtCommIp6Subtyped;
+    void formatDerivedType(std::ostream& os) const override {
+        os << std::hex << std::showbase << std::setw(8) << 255;
+    }
+    String toStrepForPolicy(StrepFormat format) const override {
+        return "!" + ExtCommIp6Subtyped::toStrepForPolicy(format).str();
+    }
+};
+
+TEST_P(ExtCommIp6Lists, TextsOfAnAgentsOwnKindsAreInThoseOfLists) {
+    auto const own = Mox::staticPtrCast<ExtCommIp6 const>(
+        row.commTable->dedupHashTable()->dedup(Mox::makeActive<Shouting>(
+            extCommClassificationUnSpecified, ExtCommIp6Content(0, 3, address, 1))));
+    auto const list = internOf({own, rt});
+    EXPECT_EQ(list->toStrep(), "[ " + rt->toStrep().str() + "     0xff ]");
+    EXPECT_EQ(list->commsStringForm(), "2001:db8::1:356 !2001:db8::1:1 ");
+    wholeOrRefused([&] { return list->toStrep(); });
+    wholeOrRefused([&] { return list->commsStringForm(); });
 }
 
 TEST_P(ExtCommIp6Lists, Text) {

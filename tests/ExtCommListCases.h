@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Allocations.h"
+#include "Expectations.h"
 
 #include <Kel/DedupHandle.h>
 #include <Mox/Ptr.h>
@@ -11,12 +12,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <iomanip>
 #include <iterator>
 #include <map>
 #include <new>
-#include <ostream>
 #include <random>
 #include <set>
 #include <sstream>
@@ -155,25 +154,6 @@ void everyAllocationMayFail() {
     }
     EXPECT_GT(succeeding, 8) << "hardly anything was made to fail";
 }
-
-/// A stream that does something, once, as soon as anything is written on it.
-class InterruptedStream : private std::stringbuf, public std::ostream {
-  public:
-    explicit InterruptedStream(std::function<void()> interrupt)
-      : std::ostream(static_cast<std::stringbuf*>(this))
-      , interrupt_(std::move(interrupt)) {}
-    std::string text() const { return std::stringbuf::str(); }
-
-  private:
-    std::streamsize xsputn(char const* octets, std::streamsize count) override {
-        if (auto const interrupt = std::exchange(interrupt_, nullptr)) {
-            interrupt();
-        }
-        return std::stringbuf::xsputn(octets, count);
-    }
-
-    std::function<void()> interrupt_;
-};
 
 /// Streams a list, and each of its classification lists, whose last reference goes meanwhile.
 template <class Row>

@@ -8,11 +8,14 @@
 #include <VoBgp/ExtCommIp6List.h>
 #include <VoBgp/ExtCommListSnapshot.h>
 #include <VoBgp/LargeCommList.h>
+#include <VoBgp/Parse/ExtCommColor.h>
 #include <VoBgp/Parse/ExtCommContainer.h>
+#include <VoBgp/Parse/ExtCommRouteTarget.h>
 
 #include <gtest/gtest.h>
 
 #include <array>
+#include <iomanip>
 #include <span>
 #include <sstream>
 #include <utility>
@@ -294,6 +297,77 @@ TEST_P(ExtCommLists, ReadingAllocatesNothing) {
     EXPECT_TRUE(list->comm(rt1) && !list->comm(soo) &&
                 list->classificationList(extCommClassificationColor)->comm(color));
     EXPECT_EQ(allocationsSoFar(), before);
+}
+
+TEST_P(ExtCommLists, TextsAreWholeOrRefusedAndMadeInOneAllocation) {
+    auto const list = intern({rt1, rtDotted, soo, color, bandwidth, validity, opaque});
+    auto const part = list->classificationList(extCommClassificationRouteTarget);
+    auto const whole = [](auto call) { EXPECT_EQ(wholeOrRefused(call), 1); };
+    whole([&] { return list->toStrep(); });
+    whole([&] { return part->toStrep(); });
+}
+
+// Kinds of an agent's own: each overrides one of the published operations.
+
+class OwnShow final : public ExtCommColor {
+  public:
+    using ExtCommColor::ExtCommColor;
+    void formatDerivedType(std::ostream& os) const override {
+        ExtCommColor::formatDerivedType(os);
+        os << std::setw(4) << (os.flags() & std::ios_base::uppercase ? 'X' : 'x');
+    }
+};
+
+class OwnPolicy final : public ExtCommSubtyped {
+  public:
+    using ExtCommSubtyped::ExtCommSubtyped;
+    String toStrepForPolicy(StrepFormat format) const override {
+        return "own:" + std::to_string(format.value());
+    }
+};
+
+class OwnAsNumber final : public ExtCommRouteTargetAs {
+  public:
+    using ExtCommRouteTargetAs::ExtCommRouteTargetAs;
+    String formatAsNumber(bool, bool) const override {
+        return "AS" + std::to_string(asNumber().number());
+    }
+};
+
+template <class Own>
+Mox::PtrConst<Own> internOwn(ExtCommDedupTable const& comms, Mox::Ptr<Own> const& own) {
+    return Mox::staticPtrCast<Own const>(comms.dedupHashTable()->dedup(own));
+}
+
+TEST_P(ExtCommLists, TextsOfAnAgentsOwnKindsAreInThoseOfLists) {
+    auto const list = extCommListFactory();
+    list->commIs(internOwn(*comms, Mox::makeActive<OwnShow>(ExtCommContent(color))));
+    list->commIs(internOwn(*comms, Mox::makeActive<OwnPolicy>(extCommClassificationUnSpecified,
+                                                              ExtCommContent(opaque))));
+    list->commIs(internOwn(*comms, Mox::makeActive<OwnAsNumber>(ExtCommContent(rt1), false)));
+    list->commIs(comm(soo));
+    list->sortComms();
+    char const* const text = "[ <RouteTarget2ByteASN AS65000:1 0x0002fde800000001> "
+                             "<RouteOrigin2ByteASN 65000:1 0x0003fde800000001> "
+                             "<Color: 100(00) 0x030b000000000064>   x "
+                             "<extCommPktTypeNonTransOpaque extCommPktSubtypeNonTransCostCommunity "
+                             "0x4301000000000001> ]";
+    EXPECT_EQ(list->toStrep(), text);
+    std::ostringstream os;
+    os << std::uppercase << list.get();
+    std::string upper(text);
+    for (auto const& [from, to] :
+         {std::pair{"0x", "0X"}, {"fde8", "FDE8"}, {"030b", "030B"}, {"  x", "  X"}}) {
+        for (auto at = upper.find(from); at != upper.npos; at = upper.find(from)) {
+            upper.replace(at, std::string(from).size(), to);
+        }
+    }
+    EXPECT_EQ(os.str(), upper);
+    Routing::RouteMap::PosixRegex const regex(
+        "^RT:AS65000:1 SoO:65000:1 Color:CO\\(00\\):100 own:4$");
+    EXPECT_TRUE(list->matchCommunitiesRegex(&regex));
+    wholeOrRefused([&] { return list->toStrep(); });
+    wholeOrRefused([&] { return list->matchCommunitiesRegex(&regex); });
 }
 
 TEST_P(ExtCommLists, AppendedToThemselves) {

@@ -17,6 +17,7 @@
 #include <Routing/Bgp/RouteTarget.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <map>
@@ -362,6 +363,19 @@ TEST(CharBuffer, GrowsByItsRule) {
     EXPECT_EQ(buffer.capacity(), 1101U) << "and never less than what is required";
     EXPECT_EQ(buffer.text(), std::string(20, 'a') + 'b' + std::string(200, 'c') + 'd' +
                                  std::string(378, 'e') + 'f' + std::string(500, 'g'));
+}
+
+TEST(CharBuffer, WritesNumbersOfAnyLength) {
+    for (U64 power = 1; power != 0; power = power <= ~U64{0} / 10 ? power * 10 : 0) {
+        for (U64 const number : {power - 1, power, power + 1, ~U64{0} / power}) {
+            Mox::LocalCharBuffer<2> buffer;
+            buffer.appendDecimal(number).appendHex(number, 16).appendHex(number, 3, true);
+            char expected[64];
+            std::snprintf(expected, sizeof expected, "%llu%016llx%03llX", number + 0ULL,
+                          number + 0ULL, (number & 0xfff) + 0ULL);
+            EXPECT_EQ(buffer.text(), expected);
+        }
+    }
 }
 
 TEST(TextStream, GivesAWholeTextOrNone) {

@@ -126,6 +126,26 @@ TEST_F(TypedCommunities, Texts) {
     }
 }
 
+TEST_F(TypedCommunities, TextsAreWholeOrRefusedAndMadeInOneAllocation) {
+    for (auto const& row : texts) {
+        auto const parsed = parse(row.community);
+        EXPECT_EQ(wholeOrRefused([&] { return parsed->toStrep(); }), 1) << row.show;
+        for (auto const format : {none, classified, both}) {
+            EXPECT_LE(wholeOrRefused([&] { return parsed->toStrepForPolicy(Format(format)); }), 1);
+        }
+    }
+}
+
+TEST_F(TypedCommunities, ReleasedWhileTheyAreStreamedArePrintedWhole) {
+    for (auto const& row : texts) {
+        ExtComm::PtrConst parsed = parse(row.community);
+        auto const* const streamed = parsed.get();
+        InterruptedStream os([&] { parsed = nullptr; });
+        os << *streamed;
+        EXPECT_EQ(os.text(), showOf(row));
+    }
+}
+
 TEST_F(TypedCommunities, FlagsThatOnlySomeTextsHeed) {
     struct {
         U64 community;

@@ -1,6 +1,7 @@
 #include <Lumo/Ip6Addr.h>
 
 #include <arpa/inet.h>
+#include <bit>
 #include <cstring>
 #include <string_view>
 #include <sys/socket.h>
@@ -14,63 +15,80 @@ struct Run {
     unsigned length = 0;
 };
 
-/// The longest run of two or more zero groups, the first of equals (RFC 5952, section 4.2).
-Run longestZeroRun(Ip6Addr const& address) {
-    Run longest;
-    Run current;
+/// A bit for each group that is zero, the lowest for the first group.
+unsigned zeroGroups(Ip6Addr const& address) {
+    unsigned zeros = 0;
     for (unsigned i = 0; i < 8; ++i) {
-        if (address.group(i) != 0) {
-            current = {};
-            continue;
-        }
-        if (current.length == 0) {
-            current.start = i;
-        }
-        if (++current.length >= 2 && current.length > longest.length) {
-            longest = current;
-        }
+        zeros |= (address.group(i) == 0 ? 1U : 0U) << i;
     }
-    return longest;
+    return zeros;
 }
 
-void appendGroup(Mox::CharBuffer& out, unsigned group) {
-    unsigned const digits = group > 0xfff ? 4 : group > 0xff ? 3 : group > 0xf ? 2 : 1;
-    out.appendHex(group, digits);
+/// The longest run of two or more zero groups, the first of equals (RFC 5952, section 4.2).
+Run longestRun(unsigned zeros) {
+    Run run;
+    // The bits that are left are those of groups from which on `length` groups are zero.
+    for (unsigned length = 1; zeros != 0; zeros &= zeros >> 1, ++length) {
+        if (length >= 2) {
+            run = {static_cast<unsigned>(std::countr_zero(zeros)), length};
+        }
+    }
+    return run;
 }
 
 /// ::ffff:192.0.2.1, which RFC 5952, section 5, wants in mixed notation.
-bool isIpv4Mapped(Ip6Addr const& address) {
-    for (unsigned i = 0; i < 5; ++i) {
-        if (address.group(i) != 0) {
-            return false;
-        }
+bool isIpv4Mapped(Ip6Addr const& address, unsigned zeros) {
+    return (zeros & 0x1f) == 0x1f && address.group(5) == 0xffff;
+}
+
+/// Writes a group in as few digits as it has, and returns the place behind it.
+char* writeGroup(char* place, unsigned group) {
+    constexpr char digits[] = "0123456789abcdef";
+    if (group > 0xfff) {
+        *place++ = digits[group >> 12];
     }
-    return address.group(5) == 0xffff;
+    if (group > 0xff) {
+        *place++ = digits[group >> 8 & 0xf];
+    }
+    if (group > 0xf) {
+        *place++ = digits[group >> 4 & 0xf];
+    }
+    *place++ = digits[group & 0xf];
+    return place;
+}
+
+/// Writes the groups with colons between them, and two in place of a run of zeros.
+char* writeGroups(char* place, Ip6Addr const& address, Run run) {
+    for (unsigned i = 0; i < 8;) {
+        if (i == run.start) {
+            *place++ = ':';
+            *place++ = ':';
+            i += run.length;
+            continue;
+        }
+        if (i > 0 && i != run.start + run.length) {
+            *place++ = ':';
+        }
+        place = writeGroup(place, address.group(i));
+        ++i;
+    }
+    return place;
 }
 
 } // namespace
 
 void Ip6Addr::format(Mox::CharBuffer& out) const {
-    if (isIpv4Mapped(*this)) {
+    auto const zeros = zeroGroups(*this);
+    if (isIpv4Mapped(*this, zeros)) {
         out.append("::ffff:");
         for (unsigned i = 12; i < 16; ++i) {
             out.append(i == 12 ? "" : ".").appendDecimal(octets_[i]);
         }
         return;
     }
-    auto const run = longestZeroRun(*this);
-    for (unsigned i = 0; i < 8;) {
-        if (i == run.start) {
-            out.append("::");
-            i += run.length;
-            continue;
-        }
-        if (i > 0 && i != run.start + run.length) {
-            out.append(':');
-        }
-        appendGroup(out, group(i));
-        ++i;
-    }
+    char text[8 * 5];
+    auto const* const end = writeGroups(text, *this, longestRun(zeros));
+    out.append({text, static_cast<std::size_t>(end - text)});
 }
 
 Mox::String Ip6Addr::toStrep() const {

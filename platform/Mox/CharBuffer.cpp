@@ -11,8 +11,13 @@ CharBuffer::~CharBuffer() {
 }
 
 void CharBuffer::grow(std::size_t required) {
+    moveTo(std::max(std::min<std::size_t>(2 * size(), 1024), size() + required));
+    MOX_ASSERT_TEXT(endPtr_ - writePtr_ >= static_cast<std::ptrdiff_t>(required),
+                    "endPtr - writePtr >= ptrdiff_t( required )");
+}
+
+void CharBuffer::moveTo(std::size_t capacity) {
     auto const used = size();
-    auto const capacity = std::max(std::min<std::size_t>(2 * used, 1024), used + required);
     auto* const larger = new char[capacity];
     std::memcpy(larger, start_, used);
     if (start_ != local_) {
@@ -21,8 +26,6 @@ void CharBuffer::grow(std::size_t required) {
     start_ = larger;
     writePtr_ = larger + used;
     endPtr_ = larger + capacity;
-    MOX_ASSERT_TEXT(endPtr_ - writePtr_ >= static_cast<std::ptrdiff_t>(required),
-                    "endPtr - writePtr >= ptrdiff_t( required )");
 }
 
 } // namespace Mox

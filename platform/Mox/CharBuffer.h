@@ -2,15 +2,77 @@
 
 #include <Mox/Assert.h>
 #include <Mox/Export.h>
+#include <Mox/NetworkOrder.h>
 #include <Mox/String.h>
 #include <Mox/Types.h>
 
-#include <charconv>
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstring>
 #include <string_view>
 
 namespace Mox {
+
+namespace Detail {
+
+/// The two decimal digits of each number below 100, one behind the other.
+inline constexpr auto decimalPairs = [] {
+    std::array<char, 200> pairs{};
+    for (unsigned i = 0; i < 100; ++i) {
+        pairs[2 * i] = static_cast<char>('0' + i / 10);
+        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return pairs;
+}();
+
+inline constexpr auto powersOfTen = [] {
+    std::array<U64, 20> powers{1};
+    for (unsigned i = 1; i < powers.size(); ++i) {
+        powers[i] = 10 * powers[i - 1];
+    }
+    return powers;
+}();
+
+inline constexpr unsigned longestDecimal = 20;
+
+constexpr unsigned decimalDigits(U64 number) noexcept {
+    // 1233 / 4096 is the logarithm of 2, exactly enough for 64 bits.
+    auto const least = static_cast<unsigned>(std::bit_width(number | 1)) * 1233 >> 12;
+    return least + (number >= powersOfTen[least] ? 1 : 0);
+}
+
+/// Writes a number and returns the place behind it.
+inline char* writeDecimal(char* place, U64 number) noexcept {
+    char* const end = place + std::max(decimalDigits(number), 1U);
+    char* at = end;
+    for (; number >= 100; number /= 100) {
+        std::memcpy(at -= 2, &decimalPairs[2 * (number % 100)], 2);
+    }
+    if (number >= 10) {
+        std::memcpy(place, &decimalPairs[2 * number], 2);
+    } else {
+        *place = static_cast<char>('0' + number);
+    }
+    return end;
+}
+
+/// Writes the eight hexadecimal digits of a number, all at once: each digit in an octet of one
+/// word.
+inline void writeHexDigits(char* place, U32 number, bool upperCase) noexcept {
+    constexpr U64 ones = 0x0101'0101'0101'0101;
+    U64 digits = number;
+    digits = (digits << 16 | digits) & 0x0000'ffff'0000'ffff;
+    digits = (digits << 8 | digits) & 0x00ff'00ff'00ff'00ff;
+    digits = (digits << 4 | digits) & 0x0f0f'0f0f'0f0f'0f0f;
+    // 6 more has 0x10 set for a digit that is a letter.
+    U64 const letters = (digits + 6 * ones) >> 4 & ones;
+    digits += '0' * ones + letters * static_cast<U64>((upperCase ? 'A' : 'a') - '0' - 10);
+    writeNetworkOrder(place, digits);
+}
+
+} // namespace Detail
 
 /// A growable buffer of characters that every formatter of a value appends to.
 ///
@@ -43,26 +105,33 @@ class VOBGP_EXPORT CharBuffer {
     }
 
     CharBuffer& appendDecimal(U64 number) {
-        constexpr std::size_t longest = 20;
-        if (static_cast<std::size_t>(endPtr_ - writePtr_) >= longest) [[likely]] {
-            writePtr_ = std::to_chars(writePtr_, endPtr_, number).ptr;
+        if (static_cast<std::size_t>(endPtr_ - writePtr_) >= Detail::longestDecimal) [[likely]] {
+            writePtr_ = Detail::writeDecimal(writePtr_, number);
             return *this;
         }
         // Near the end room is made for its digits only.
-        char digits[longest];
-        auto const* const end = std::to_chars(digits, digits + longest, number).ptr;
+        char digits[Detail::longestDecimal];
+        auto const* const end = Detail::writeDecimal(digits, number);
         return append(std::string_view(digits, static_cast<std::size_t>(end - digits)));
     }
 
-    /// The low `digits` hexadecimal digits of a number, most significant first.
+    /// The low `digits` hexadecimal digits of a number, most significant first; 16 at most.
     CharBuffer& appendHex(U64 number, unsigned digits, bool upperCase = false) {
-        char const* const alphabet = upperCase ? "0123456789ABCDEF" : "0123456789abcdef";
+        char text[16];
+        Detail::writeHexDigits(text, static_cast<U32>(number >> 32), upperCase);
+        Detail::writeHexDigits(text + 8, static_cast<U32>(number), upperCase);
         char* const place = reserve(digits);
-        for (unsigned i = 0; i < digits; ++i) {
-            place[digits - 1 - i] = alphabet[(number >> (4 * i)) & 0xf];
-        }
+        std::memcpy(place, text + sizeof text - digits, digits);
         writePtr_ = place + digits;
         return *this;
+    }
+
+    /// Makes room for that many more characters. Capacity that has to grow doubles at least: a text
+    /// of any number of pieces, each announced in this way, takes time in proportion to its length.
+    void expect(std::size_t characters) {
+        if (static_cast<std::size_t>(endPtr_ - writePtr_) < characters) [[unlikely]] {
+            moveTo(std::max(2 * capacity(), size() + characters));
+        }
     }
 
   protected:
@@ -84,6 +153,7 @@ class VOBGP_EXPORT CharBuffer {
     }
 
     void grow(std::size_t required);
+    void moveTo(std::size_t capacity);
 
     char* local_;
     char* start_;

@@ -180,6 +180,11 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     /// What streaming this writes.
     String toStrep() const;
 
+    /// Appends what toStrep() or toStrepForPolicy() returns. On `std::bad_alloc` part of it may be
+    /// there.
+    void appendShowText(Mox::CharBuffer& out) const;
+    void appendPolicyText(Mox::CharBuffer& out, StrepFormat format) const;
+
     /// The subtype's member name in the family of the type, or `subtype=` and the octet in decimal;
     /// always the latter for the non-transitive type, whose family has no names. Each asserts that
     /// the object is of that type and has a subtype.
@@ -198,7 +203,19 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     /// in no table, ever. Throws `MoxStash::StoreException` if there is no community.
     static Ptr destash(void const* image, MoxStash::StoreManager* storeManager);
 
+  protected:
+    /// Appends what formatDerivedType() writes.
+    virtual void appendShowForm(Mox::CharBuffer& out) const;
+
+    /// Appends what toStrepForPolicy() returns.
+    virtual void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const;
+
+    /// As `ExtComm::textIsBuiltIn()`.
+    virtual bool textIsBuiltIn() const noexcept;
+
   private:
+    void appendSubtype(Mox::CharBuffer& out, BgpExtCommPktSubtype const& subtype) const;
+
     ExtCommClassification const classification_;
     ExtCommIp6Content const content_;
 };
@@ -222,6 +239,9 @@ class VOBGP_EXPORT ExtCommIp6Subtyped : public ExtCommIp6 {
     ~ExtCommIp6Subtyped() override;
 
     BgpExtCommPktSubtype pktSubtype() const override;
+
+  protected:
+    bool textIsBuiltIn() const noexcept override;
 };
 
 } // namespace Routing::Bgp

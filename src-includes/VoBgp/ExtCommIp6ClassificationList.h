@@ -82,6 +82,7 @@ VOBGP_EXPORT void ExtCommIp6ListClassificationListIs(
 /// Writes the communities with a space between them, in brackets; `NULL` for null. The stream's
 /// formatting state is afterwards as it was.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommIp6ClassificationList const* list);
+VOBGP_EXPORT CommListText& operator<<(CommListText& text, ExtCommIp6ClassificationList const* list);
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommIp6ClassificationList const& list);
 
 /// A snapshot of a classification list of IPv6-address-specific communities. All else as its base.

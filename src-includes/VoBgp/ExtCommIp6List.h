@@ -63,6 +63,7 @@ VOBGP_EXPORT ExtCommIp6List::Ptr extCommIp6ListFactory();
 /// Writes the communities with a space between them, in brackets; `NULL` for null. The stream's
 /// formatting state is afterwards as it was.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommIp6List const* list);
+VOBGP_EXPORT CommListText& operator<<(CommListText& text, ExtCommIp6List const* list);
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommIp6List const& list);
 
 /// A snapshot of a list of IPv6-address-specific communities. All else as its base.

@@ -214,9 +214,11 @@ rtExtCommClassificationListFactory(ExtCommClassification classification);
 /// Writes the communities with a space between them, in brackets; `NULL` for null. The stream's
 /// formatting state is afterwards as it was.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommList const* list);
+VOBGP_EXPORT CommListText& operator<<(CommListText& text, ExtCommList const* list);
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommList const& list);
 
 /// Writes the communities with a space between them, and nothing else; nothing for null.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommClassificationList const* list);
+VOBGP_EXPORT CommListText& operator<<(CommListText& text, ExtCommClassificationList const* list);
 
 } // namespace Routing::Bgp

@@ -24,6 +24,10 @@ class ExtCommDedupTable;
 ///
 /// It is owned by its counted pointers and leaves its table with the last outside one. Value and
 /// classification never change. Immutable: it may be read from any thread.
+///
+/// A derived class has texts of its own if it overrides formatDerivedType() and toStrepForPolicy(),
+/// or appendShowForm() and appendPolicyForm(), from which the first two follow and which allocate
+/// nothing.
 class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
   public:
     MOX_COUNTED(ExtComm)
@@ -112,6 +116,11 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     /// What streaming a pointer to this writes.
     String toStrep() const;
 
+    /// Appends what toStrep() or toStrepForPolicy() returns. On `std::bad_alloc` part of it may be
+    /// there.
+    void appendShowText(Mox::CharBuffer& out) const;
+    void appendPolicyText(Mox::CharBuffer& out, StrepFormat format) const;
+
     /// The subtype's member name in the family of the type, or `subtype=` and the octet in decimal.
     /// Each asserts that the object is of that type and has a subtype.
     String pktSubtypeTransTwoOctetAsString() const;
@@ -144,15 +153,30 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     static Ptr destash(void const* stored, MoxStash::StoreManager* store);
 
   protected:
-    /// The show form `<TYPE[ SUBTYPE]DETAIL VALUE>`.
-    void formatShowForm(std::ostream& os, std::string_view detail) const;
+    /// Appends what formatDerivedType() writes, the value in upper case if the stream asks for it.
+    virtual void appendShowForm(Mox::CharBuffer& out, bool upperCase) const;
+
+    /// Appends what toStrepForPolicy() returns.
+    virtual void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const;
+
+    /// Whether nothing overrides formatDerivedType(), toStrepForPolicy() or
+    /// `ExtCommAsNumber::formatAsNumber()`: the object is of the very class that this function is
+    /// of, and not of a derived one. Texts are then appended without a stream or a string.
+    virtual bool textIsBuiltIn() const noexcept;
+
+    /// Appends `<TYPE[ SUBTYPE]`, with which the show forms of the layouts begin.
+    void appendShowHead(Mox::CharBuffer& out) const;
+
+    /// Appends ` VALUE>`, with which all show forms end.
+    void appendShowTail(Mox::CharBuffer& out, bool upperCase) const;
 
     /// Appends `PREFIX:` for a format that asks for the type, nothing otherwise.
-    void appendTypePrefix(Mox::CharBuffer& out, char const* suffix, StrepFormat format) const;
+    void appendTypePrefix(Mox::CharBuffer& out, std::string_view suffix, StrepFormat format) const;
 
   private:
     class HasContent;
     static PtrConst dedupSlowly(ExtCommDedupTable const& table, ExtCommContent content);
+    void appendSubtype(Mox::CharBuffer& out, BgpExtCommPktSubtype const& subtype) const;
 
     // The wider one first: what a derived kind adds then fits behind the other.
     ExtCommContent const extCommContent_;
@@ -178,6 +202,9 @@ class VOBGP_EXPORT ExtCommSubtyped : public ExtComm {
 
     BgpExtCommPktSubtype pktSubtype() const override;
     U8 subtypeOctet() const noexcept { return getContent().subtypeOctet(); }
+
+  protected:
+    bool textIsBuiltIn() const noexcept override;
 };
 
 /// An extended community with an AS number as its administrator. Else as its base.
@@ -202,9 +229,6 @@ class VOBGP_EXPORT ExtCommAsNumber : public ExtCommSubtyped {
     static Ptr ExtCommAsNumberIs(ExtCommClassification classification,
                                  ExtCommContent const& content, bool fourByteAs);
 
-    void formatDerivedType(std::ostream& os) const override;
-    String toStrepForPolicy(StrepFormat strepFormatFlags) const override;
-
     /// The AS number: with an `L` behind it if it has the four-octet layout and the qualifier is
     /// wanted and not asdot; else as RFC 5396 says.
     virtual String formatAsNumber(bool includeQualifier, bool asdot) const;
@@ -218,7 +242,23 @@ class VOBGP_EXPORT ExtCommAsNumber : public ExtCommSubtyped {
     /// Octets 4 to 7.
     U32 localAdmin4Octets() const noexcept { return static_cast<U32>(community()); }
 
+  protected:
+    /// `<TYPE[ SUBTYPE] ASN=AS VALUE>`.
+    void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
+
+    /// `[TYPE:]AS:LOCALADMIN`.
+    void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
+    bool textIsBuiltIn() const noexcept override;
+
+    /// Appends what formatAsNumber() returns.
+    void appendAsNumber(Mox::CharBuffer& out, bool includeQualifier, bool asdot) const;
+
+    /// Appends `AS:LOCALADMIN` as the format asks for it.
+    void appendAsAndLocalAdmin(Mox::CharBuffer& out, StrepFormat format) const;
+
   private:
+    void appendPlainAsNumber(Mox::CharBuffer& out, bool includeQualifier, bool asdot) const;
+
     bool const fourByteAs_;
 };
 
@@ -236,14 +276,22 @@ class VOBGP_EXPORT ExtCommIpv4Address : public ExtCommSubtyped {
     using ExtCommSubtyped::ExtCommSubtyped;
     ~ExtCommIpv4Address() override;
 
-    void formatDerivedType(std::ostream& os) const override;
-    String toStrepForPolicy(StrepFormat strepFormatFlags) const override;
-
     Lumo::IpAddr address() const noexcept {
         return Lumo::IpAddr(static_cast<U32>(community() >> 16));
     }
     /// Octets 6 and 7.
     U16 localAdmin2Octets() const noexcept { return static_cast<U16>(community()); }
+
+  protected:
+    /// `<TYPE[ SUBTYPE] ADDRESS VALUE>`.
+    void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
+
+    /// `[TYPE:]ADDRESS:LOCALADMIN`.
+    void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
+    bool textIsBuiltIn() const noexcept override;
+
+    /// Appends `ADDRESS:LOCALADMIN`.
+    void appendAddressAndLocalAdmin(Mox::CharBuffer& out) const;
 };
 
 /// Keeps a list of route targets equal to the route-target communities of a table.

@@ -13,9 +13,9 @@
 #include <VoBgp/VoBgpSerialize.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <ostream>
-#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -122,52 +122,33 @@ void ExtCommListClassificationListIs(
 
 /// The text of a list under construction, to which formatters append as to a stream.
 ///
-/// It owns the text: in a local area while it is short, in a string once it is long, so that the
-/// time for it is in proportion to its length. Thread-compatible.
+/// It owns the text: in itself while it is no longer than those of most lists, then on the heap.
+/// Thread-compatible.
 class CommListText {
   public:
     /// Where the next value's text goes.
     Mox::CharBuffer& buffer() {
-        if (piece_.size() > longestPiece) {
-            spill();
-        }
-        return piece_;
+        text_.expect(longestUsualValue);
+        return text_;
     }
 
     CommListText& append(std::string_view text) {
-        buffer().append(text);
+        text_.append(text);
         return *this;
     }
 
     /// What has been appended; valid until more is.
-    std::string_view text() {
-        if (spilled_.empty()) {
-            return piece_.text();
-        }
-        spill();
-        return spilled_;
-    }
+    std::string_view text() const noexcept { return text_.text(); }
+
+    String string() const { return text_.string(); }
 
     /// The same with a NUL behind it, after which nothing may be appended.
-    char const* terminated() {
-        if (!spilled_.empty()) {
-            spill();
-            return spilled_.c_str();
-        }
-        return piece_.append('\0').text().data();
-    }
+    char const* terminated() { return text_.append('\0').text().data(); }
 
   private:
-    // Room for most values behind a piece that is not spilled yet.
-    static constexpr std::size_t longestPiece = 384;
+    static constexpr std::size_t longestUsualValue = 128;
 
-    void spill() {
-        spilled_.append(piece_.text());
-        piece_.clear();
-    }
-
-    Mox::LocalCharBuffer<512> piece_;
-    std::string spilled_;
+    Mox::LocalCharBuffer<2048> text_;
 };
 
 /// What formatCommList() does to the streams that it prints on.
@@ -215,8 +196,7 @@ template <class T>
 String stringify(T const* const& object) {
     if constexpr (requires(CommListText & text) { text << object; }) {
         CommListText text;
-        text << object;
-        return String(text.text());
+        return (text << object).string();
     } else {
         Mox::TextStream os;
         os << object;

@@ -261,8 +261,8 @@ String extCommSubtypeString(U8 subtypeOctet) {
 
 /// Appends the type octet without its 0x40 bit and the subtype octet, two lower-case hexadecimal
 /// digits each, the suffix, and `(NT)` for a non-transitive community.
-VOBGP_EXPORT void appendExtCommType(Mox::CharBuffer& out, char const* suffix, U8 type, U8 subtype,
-                                    bool transitive);
+VOBGP_EXPORT void appendExtCommType(Mox::CharBuffer& out, std::string_view suffix, U8 type,
+                                    U8 subtype, bool transitive);
 VOBGP_EXPORT String extCommTypeAsString(char const* suffix, U8 type, U8 subtype, bool transitive);
 
 } // namespace Routing::Bgp

@@ -37,11 +37,10 @@ void appendNumber(Mox::CharBuffer& out, double number) {
 
 } // namespace
 
-Mox::String LinkBandwidth::toStrep(float bytesPerSecond, bool weighted) {
-    Mox::LocalCharBuffer<64> out;
+void LinkBandwidth::format(Mox::CharBuffer& out, float bytesPerSecond, bool weighted) {
     if (weighted) {
         appendNumber(out.append("weight "), bytesPerSecond);
-        return out.string();
+        return;
     }
     auto number = 8 * static_cast<double>(bytesPerSecond);
     auto const* unit = std::begin(units);
@@ -51,7 +50,13 @@ Mox::String LinkBandwidth::toStrep(float bytesPerSecond, bool weighted) {
         number /= 1000;
     }
     appendNumber(out, number);
-    return out.append(*unit).string();
+    out.append(*unit);
+}
+
+Mox::String LinkBandwidth::toStrep(float bytesPerSecond, bool weighted) {
+    Mox::LocalCharBuffer<64> out;
+    format(out, bytesPerSecond, weighted);
+    return out.string();
 }
 
 } // namespace Routing::Rib

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Mox/CharBuffer.h>
 #include <Mox/Export.h>
 #include <Mox/String.h>
 
@@ -18,6 +19,9 @@ class VOBGP_EXPORT LinkBandwidth {
     /// What the octets of a community hold need not be a sensible number: a negative one has its
     /// sign, others are `inf` and `nan`. There is never an exponent, and no negative zero.
     static Mox::String toStrep(float bytesPerSecond, bool weighted);
+
+    /// Appends the same.
+    static void format(Mox::CharBuffer& out, float bytesPerSecond, bool weighted);
 };
 
 } // namespace Routing::Rib

@@ -5,7 +5,6 @@
 #include <VoBgp/Parse/ExtCommTypedSubRule.h>
 #include <VoBgp/VoBgpCommunity.h>
 
-#include <iosfwd>
 #include <string_view>
 
 namespace Routing::Bgp {
@@ -30,10 +29,12 @@ class VOBGP_EXPORT ExtCommColor : public ExtCommSubtyped {
     bool cBit() const noexcept { return (community() >> 47 & 1) != 0; }
     bool oBit() const noexcept { return (community() >> 46 & 1) != 0; }
 
-    void formatDerivedType(std::ostream& os) const override;
+  protected:
+    void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
 
     /// `Color:CO(CO):COLOR`, whatever the format.
-    String toStrepForPolicy(StrepFormat strepFormatFlags) const override;
+    void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
+    bool textIsBuiltIn() const noexcept override;
 };
 
 /// The row of the sub-rule of colors.

@@ -5,7 +5,6 @@
 #include <VoBgp/Parse/ExtCommTypedSubRule.h>
 #include <VoBgp/VoBgpCommunity.h>
 
-#include <iosfwd>
 #include <string_view>
 
 namespace Routing::Bgp {
@@ -19,10 +18,12 @@ class VOBGP_EXPORT ExtCommDefaultGateway : public ExtCommSubtyped {
     explicit ExtCommDefaultGateway(ExtCommContent const& content) noexcept;
     ~ExtCommDefaultGateway() override;
 
-    void formatDerivedType(std::ostream& os) const override;
+  protected:
+    void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
 
     /// `DefaultGateway`, whatever the format.
-    String toStrepForPolicy(StrepFormat strepFormatFlags) const override;
+    void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
+    bool textIsBuiltIn() const noexcept override;
 };
 
 /// The row of the sub-rule of default gateways.

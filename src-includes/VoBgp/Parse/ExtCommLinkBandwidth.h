@@ -5,7 +5,6 @@
 #include <VoBgp/Parse/ExtCommTypedSubRule.h>
 #include <VoBgp/VoBgpCommunity.h>
 
-#include <iosfwd>
 #include <string_view>
 
 namespace Routing::Bgp {
@@ -30,11 +29,13 @@ class VOBGP_EXPORT ExtCommLinkBandwidth : public ExtCommAsNumber {
     float bandwidth() const noexcept;
     bool isLinkBandwidthWithUnspecifiedAsNumber() const override;
 
-    void formatDerivedType(std::ostream& os) const override;
+  protected:
+    void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
 
     /// With strepFormatClassification and strepFormatUI as the routing information base shows it;
     /// else the plain number, after `lbw ` if strepFormatClassification is set.
-    String toStrepForPolicy(StrepFormat strepFormatFlags) const override;
+    void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
+    bool textIsBuiltIn() const noexcept override;
 };
 
 /// The row of the sub-rule of link bandwidths.

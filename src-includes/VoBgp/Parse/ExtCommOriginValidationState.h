@@ -6,7 +6,6 @@
 #include <VoBgp/Parse/ExtCommTypedSubRule.h>
 #include <VoBgp/VoBgpCommunity.h>
 
-#include <iosfwd>
 #include <string_view>
 
 namespace Routing::Bgp {
@@ -34,10 +33,12 @@ class VOBGP_EXPORT ExtCommOriginValidationState : public ExtCommSubtyped {
         return ExtCommContent(0x4300'0000'0000'0000 | static_cast<U64>(state));
     }
 
-    void formatDerivedType(std::ostream& os) const override;
+  protected:
+    void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
 
     /// Empty, deliberately, unless both strepFormatClassification and strepFormatUI are set.
-    String toStrepForPolicy(StrepFormat strepFormatFlags) const override;
+    void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
+    bool textIsBuiltIn() const noexcept override;
 };
 
 /// The row of the sub-rule of origin validation states.

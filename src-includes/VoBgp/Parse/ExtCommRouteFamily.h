@@ -5,8 +5,6 @@
 #include <VoBgp/Parse/ExtCommTypedSubRule.h>
 #include <VoBgp/VoBgpCommunity.h>
 
-#include <iosfwd>
-
 // What route targets and route origins (RFC 4360, sections 4 and 5) have in common: everything but
 // their words. `Family` is the row that holds these.
 
@@ -23,12 +21,14 @@ class VOBGP_EXPORT ExtCommRouteAs : public ExtCommAsNumber {
       : ExtCommAsNumber(Family::classification, content, fourByteAs) {}
     ~ExtCommRouteAs() override;
 
+  protected:
     /// Asserts that the type octet is one of those that the rules build it for.
-    void formatDerivedType(std::ostream& os) const override;
+    void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
 
     /// `[PREFIX:]AS:NUMBER`, the prefix for strepFormatClassification, in full or short words as
     /// strepFormatUI says.
-    String toStrepForPolicy(StrepFormat strepFormatFlags) const override;
+    void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
+    bool textIsBuiltIn() const noexcept override;
 };
 
 /// A route target or route origin whose administrator is an IPv4 address. Else as its base.
@@ -41,10 +41,12 @@ class VOBGP_EXPORT ExtCommRouteIpv4Address : public ExtCommIpv4Address {
       : ExtCommIpv4Address(Family::classification, content) {}
     ~ExtCommRouteIpv4Address() override;
 
-    void formatDerivedType(std::ostream& os) const override;
+  protected:
+    void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
 
     /// `[PREFIX:]ADDRESS:NUMBER`, the prefix as for an AS.
-    String toStrepForPolicy(StrepFormat strepFormatFlags) const override;
+    void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
+    bool textIsBuiltIn() const noexcept override;
 };
 
 /// The plug-in of a family: serves the three transitive types with an administrator. Non-transitive

@@ -6,7 +6,6 @@
 #include <VoBgp/Parse/ExtCommTypedSubRule.h>
 #include <VoBgp/VoBgpCommunity.h>
 
-#include <iosfwd>
 #include <string_view>
 
 namespace Routing::Bgp {
@@ -30,10 +29,12 @@ class VOBGP_EXPORT ExtCommTunnelEncap : public ExtCommSubtyped {
         return static_cast<TunnelType>(static_cast<U16>(community()));
     }
 
-    void formatDerivedType(std::ostream& os) const override;
+  protected:
+    void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
 
     /// The name of the tunnel type, after `TunnelEncap:` if strepFormatClassification is set.
-    String toStrepForPolicy(StrepFormat strepFormatFlags) const override;
+    void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
+    bool textIsBuiltIn() const noexcept override;
 };
 
 /// The row of the sub-rule of tunnel encapsulations.
