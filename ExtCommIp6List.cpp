@@ -8,6 +8,7 @@
 #include <VoBgp/ExtCommIp6ListDedupTable.h>
 #include <VoBgp/VoBgpSerialize.h>
 
+#include <cstring>
 #include <ostream>
 
 namespace Routing::Bgp {
@@ -86,17 +87,19 @@ String ExtCommIp6List::serialize(bool sendNonTransExtComms) const {
     if (count == 0) {
         return {};
     }
-    return serializeCommList(BgpPathAttrType::extCommunityIp6, 20 * count, *this,
-                             [&](SerializePathAttribute& out, ExtCommIp6::PtrConst const& comm) {
-                                 if (!comm->transitive() && !sendNonTransExtComms) {
-                                     return;
-                                 }
-                                 auto const content = comm->getContent();
-                                 out.addU8(content.type());
-                                 out.addU8(content.subtype());
-                                 out.addIpv6Addr(content.addr());
-                                 out.addU16hton(content.localAdmin());
-                             });
+    return serializeCommList<20>(
+        BgpPathAttrType::extCommunityIp6, count, *this,
+        [&](ExtCommIp6::PtrConst const& comm) {
+            return sendNonTransExtComms || comm->transitive();
+        },
+        [](char* place, ExtCommIp6::PtrConst const& comm) {
+            auto const content = comm->getContent();
+            auto const& address = content.addr().octets();
+            place = Mox::writeNetworkOrder(place, content.type());
+            place = Mox::writeNetworkOrder(place, content.subtype());
+            std::memcpy(place, address.data(), address.size());
+            Mox::writeNetworkOrder(place + address.size(), content.localAdmin());
+        });
 }
 
 ExtCommIp6List::Ptr ExtCommIp6List::destash(void const* image,

@@ -375,8 +375,9 @@ CommListSnapshot::Ptr CommList::commSnapshot() const {
 }
 
 String CommList::serialize() const {
-    return serializeCommList(BgpPathAttrType::community, 4 * comms(), *this,
-                             [](SerializePathAttribute& out, U32 value) { out.addU32hton(value); });
+    return serializeCommList<4>(
+        BgpPathAttrType::community, comms(), *this, [](U32) { return true; },
+        [](char* place, U32 value) { Mox::writeNetworkOrder(place, value); });
 }
 
 // ---- LargeCommList ------------------------------------------------------------------------------
@@ -403,12 +404,13 @@ RouteMap::CommListSnapshot::Ptr LargeCommList::commSnapshot() const {
 }
 
 String LargeCommList::serialize() const {
-    return serializeCommList(BgpPathAttrType::largeCommunity, 12 * comms(), *this,
-                             [](SerializePathAttribute& out, CommunityValue const& value) {
-                                 out.addU32hton(value.globalAdministrator());
-                                 out.addU32hton(value.localData1());
-                                 out.addU32hton(value.localData2());
-                             });
+    return serializeCommList<12>(
+        BgpPathAttrType::largeCommunity, comms(), *this, [](CommunityValue const&) { return true; },
+        [](char* place, CommunityValue const& value) {
+            place = Mox::writeNetworkOrder(place, value.globalAdministrator());
+            place = Mox::writeNetworkOrder(place, value.localData1());
+            Mox::writeNetworkOrder(place, value.localData2());
+        });
 }
 
 // ---- The tables ---------------------------------------------------------------------------------

@@ -231,15 +231,24 @@ ExtCommList::Serialization ExtCommList::serialization(bool includeNonTransitive,
                          (includeOriginAsValidity ? Serialization::originAsValidity : 0));
 }
 
-bool ExtCommList::serializable(ExtComm::PtrConst const& extComm, Serialization serialization) {
-    MOX_ASSERT_TEXT(extComm != nullptr, "__null != extComm");
-    auto const classification = extComm->classification();
+namespace {
+
+bool admits(ExtCommList::Serialization serialization, ExtComm const& extComm) {
+    using Serialization = ExtCommList::Serialization;
+    auto const classification = extComm.classification();
     return serialization.has(Serialization::all) ||
-           (serialization.has(Serialization::transitive) && extComm->transitive()) ||
+           (serialization.has(Serialization::transitive) && extComm.transitive()) ||
            (serialization.has(Serialization::linkBandwidth) &&
             classification == extCommClassificationLinkBandwidth) ||
            (serialization.has(Serialization::originAsValidity) &&
             classification == extCommClassificationOriginValidationState);
+}
+
+} // namespace
+
+bool ExtCommList::serializable(ExtComm::PtrConst const& extComm, Serialization serialization) {
+    MOX_ASSERT_TEXT(extComm != nullptr, "__null != extComm");
+    return admits(serialization, *extComm);
 }
 
 U32 ExtCommList::serializableCommunities(Serialization serialization) const {
@@ -264,12 +273,12 @@ String ExtCommList::serialize(Serialization serialization) const {
     if (announced == 0) {
         return {};
     }
-    return serializeCommList(BgpPathAttrType::extCommunity, 8 * announced, *this,
-                             [&](SerializePathAttribute& out, ExtComm::PtrConst const& comm) {
-                                 if (serializable(comm, serialization)) {
-                                     out.addU64hton(comm->community());
-                                 }
-                             });
+    return serializeCommList<8>(
+        BgpPathAttrType::extCommunity, announced, *this,
+        [&](ExtComm::PtrConst const& comm) { return admits(serialization, *comm); },
+        [](char* place, ExtComm::PtrConst const& comm) {
+            Mox::writeNetworkOrder(place, comm->community());
+        });
 }
 
 bool ExtCommList::matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const {

@@ -13,6 +13,28 @@ constexpr U32 longestShortValue = 255;
 constexpr U32 longestValue = 0xffff;
 } // namespace
 
+PathAttributeHeader pathAttributeHeader(BgpPathAttrType attrType, BgpPathAttrFlag attrFlags,
+                                        U32 attrSize) {
+    auto const type = static_cast<U32>(attrType);
+    auto flags = static_cast<U32>(attrFlags);
+    MOX_ASSERT_TEXT(type <= 0xff, "attrType <= 0xFF");
+    MOX_ASSERT_TEXT(flags <= 0xff, "attrFlags <= 0xFF");
+    constexpr auto extLen = static_cast<U32>(BgpPathAttrFlag::extLen);
+    if (attrSize > longestShortValue) {
+        flags |= extLen;
+    }
+    PathAttributeHeader header{{static_cast<char>(flags), static_cast<char>(type)}, 0};
+    if ((flags & extLen) != 0) {
+        MOX_ASSERT_TEXT(attrSize <= longestValue, "attrSize <= 0xFFFF");
+        Mox::writeNetworkOrder(header.octets + 2, static_cast<U16>(attrSize));
+        header.size = longHeaderSize;
+    } else {
+        header.octets[2] = static_cast<char>(attrSize);
+        header.size = shortHeaderSize;
+    }
+    return header;
+}
+
 SerializePathAttribute::SerializePathAttribute(BgpPathAttrType attrType, BgpPathAttrFlag attrFlags,
                                                U32 attrSize) {
     clearAndReInit(attrType, attrFlags, attrSize);
@@ -29,24 +51,11 @@ void SerializePathAttribute::clearAndReInit(BgpPathAttrType attrType, BgpPathAtt
 
 void SerializePathAttribute::reInitHdr(BgpPathAttrType attrType, BgpPathAttrFlag attrFlags,
                                        U32 attrSize) {
-    auto const type = static_cast<U32>(attrType);
-    auto flags = static_cast<U32>(attrFlags);
-    MOX_ASSERT_TEXT(type <= 0xff, "attrType <= 0xFF");
-    MOX_ASSERT_TEXT(flags <= 0xff, "attrFlags <= 0xFF");
-    constexpr auto extLen = static_cast<U32>(BgpPathAttrFlag::extLen);
-    if (attrSize > longestShortValue) {
-        flags |= extLen;
+    auto const header = pathAttributeHeader(attrType, attrFlags, attrSize);
+    for (U32 i = 0; i < header.size; ++i) {
+        addU8(static_cast<U8>(header.octets[i]));
     }
-    addU8(static_cast<U8>(flags));
-    addU8(static_cast<U8>(type));
-    if ((flags & extLen) != 0) {
-        MOX_ASSERT_TEXT(attrSize <= longestValue, "attrSize <= 0xFFFF");
-        addU16hton(static_cast<U16>(attrSize));
-        headerSize_ = longHeaderSize;
-    } else {
-        addU8(static_cast<U8>(attrSize));
-        headerSize_ = shortHeaderSize;
-    }
+    headerSize_ = header.size;
 }
 
 String SerializePathAttribute::serializedString() const {

@@ -396,7 +396,9 @@ TEST(CommListText, IsWholeOrRefusedAndMadeInOneAllocation) {
     auto const large = listOf<Large>({{4200000000, 1, 2}, {7, 8, 9}});
     auto const whole = [](auto call) { EXPECT_EQ(wholeOrRefused(call), 1); };
     whole([&] { return list->toStrep(); });
+    whole([&] { return list->serialize(); });
     whole([&] { return large->toStrep(); });
+    whole([&] { return large->serialize(); });
     auto const longList = commListFactory();
     for (U32 i = 0; i < 1000; ++i) {
         longList->commIs(i << 16 | 0xffff);

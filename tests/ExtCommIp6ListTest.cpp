@@ -110,7 +110,7 @@ TEST_P(ExtCommIp6Lists, Wire) {
     EXPECT_EQ(hexOf(internOf({})->serialize(true)), "");
 }
 
-TEST_P(ExtCommIp6Lists, TextsAreWholeOrRefusedAndMadeInOneAllocation) {
+TEST_P(ExtCommIp6Lists, TextsAndOctetsAreWholeOrRefusedAndMadeInOneAllocation) {
     auto const subtyped = Mox::staticPtrCast<ExtCommIp6 const>(
         row.commTable->dedupHashTable()->dedup(Mox::makeActive<ExtCommIp6Subtyped>(
             extCommClassificationUnSpecified, ExtCommIp6Content(0, 3, address, 1))));
@@ -120,6 +120,7 @@ TEST_P(ExtCommIp6Lists, TextsAreWholeOrRefusedAndMadeInOneAllocation) {
     whole([&] { return list->toStrep(); });
     whole([&] { return part->toStrep(); });
     whole([&] { return list->commsStringForm(); });
+    whole([&] { return list->serialize(true); });
     whole([&] { return subtyped->toStrep(); });
     whole([&] { return subtyped->toStrepForPolicy(ExtCommIp6::StrepFormat(0xc)); });
 }

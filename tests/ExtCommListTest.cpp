@@ -299,12 +299,13 @@ TEST_P(ExtCommLists, ReadingAllocatesNothing) {
     EXPECT_EQ(allocationsSoFar(), before);
 }
 
-TEST_P(ExtCommLists, TextsAreWholeOrRefusedAndMadeInOneAllocation) {
+TEST_P(ExtCommLists, TextsAndOctetsAreWholeOrRefusedAndMadeInOneAllocation) {
     auto const list = intern({rt1, rtDotted, soo, color, bandwidth, validity, opaque});
     auto const part = list->classificationList(extCommClassificationRouteTarget);
     auto const whole = [](auto call) { EXPECT_EQ(wholeOrRefused(call), 1); };
     whole([&] { return list->toStrep(); });
     whole([&] { return part->toStrep(); });
+    whole([&] { return list->serialize(Serialization(0xe)); });
 }
 
 // Kinds of an agent's own: each overrides one of the published operations.

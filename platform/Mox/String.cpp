@@ -20,11 +20,10 @@ struct String::Rep {
 
     char* octets() noexcept { return reinterpret_cast<char*>(this + 1); }
 
-    static Rep* make(std::string_view text) {
-        void* const memory = ::operator new(sizeof(Rep) + text.size() + 1);
-        auto* const rep = ::new (memory) Rep(text.size());
-        std::memcpy(rep->octets(), text.data(), text.size());
-        rep->octets()[text.size()] = '\0';
+    static Rep* make(std::size_t size) {
+        void* const memory = ::operator new(sizeof(Rep) + size + 1);
+        auto* const rep = ::new (memory) Rep(size);
+        rep->octets()[size] = '\0';
         return rep;
     }
 
@@ -47,8 +46,16 @@ struct String::Rep {
     }
 };
 
-String::String(std::string_view text)
-  : rep_(text.empty() ? nullptr : Rep::make(text)) {}
+String::String(std::string_view text) {
+    if (!text.empty()) {
+        std::memcpy(allocate(text.size()), text.data(), text.size());
+    }
+}
+
+char* String::allocate(std::size_t size) {
+    rep_ = Rep::make(size);
+    return rep_->octets();
+}
 
 String::String(String const& other) noexcept
   : rep_(other.rep_) {

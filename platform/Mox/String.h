@@ -41,6 +41,16 @@ class VOBGP_EXPORT String {
 
     ~String();
 
+    /// A text of `size` octets, all of which `write(char* octets)` writes.
+    template <class Write>
+    static String written(std::size_t size, Write&& write) {
+        String text;
+        if (size != 0) {
+            write(text.allocate(size));
+        }
+        return text;
+    }
+
     String& operator=(String const& other) noexcept {
         String(other).swap(*this);
         return *this;
@@ -94,6 +104,9 @@ class VOBGP_EXPORT String {
     // Not std::string_view(*this): that of C++23 is also made of ranges, and asks whether this class
     // is one before it is complete.
     std::string_view view() const noexcept { return {data(), size()}; }
+
+    /// Makes an empty variable refer to a new text, whose octets are not written yet.
+    char* allocate(std::size_t size);
 
     struct Rep;
     Rep* rep_ = nullptr;

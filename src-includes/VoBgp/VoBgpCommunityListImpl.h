@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <functional>
 #include <ostream>
 #include <string_view>
@@ -216,15 +217,28 @@ bool commListMatches(RouteMap::PosixRegex const& regex, ListType const& list,
 
 // ---- The path attribute -------------------------------------------------------------------------
 
-/// The path attribute, optional and transitive, of a list whose members `put(serializer, member)`
-/// writes in `attrSize` octets altogether.
-template <class ListType, class Put>
-String serializeCommList(BgpPathAttrType attrType, U32 attrSize, ListType const& list, Put put) {
-    SerializePathAttribute serializer(attrType, BgpPathAttrFlag::optionalTransitive, attrSize);
-    for (auto const& member : list) {
-        put(serializer, member);
-    }
-    return serializer.serializedString();
+/// The path attribute, optional and transitive, of those members of a list that `admits(member)`
+/// picks; `put(place, member)` writes each of them in `memberSize` octets. Asserts that there are
+/// `count` of them.
+template <U32 memberSize, class ListType, class Admits, class Put>
+String serializeCommList(BgpPathAttrType attrType, U32 count, ListType const& list, Admits admits,
+                         Put put) {
+    auto const attrSize = memberSize * count;
+    auto const header =
+        pathAttributeHeader(attrType, BgpPathAttrFlag::optionalTransitive, attrSize);
+    return String::written(header.size + attrSize, [&](char* place) {
+        std::memcpy(place, header.octets, header.size);
+        place += header.size;
+        auto const* const end = place + attrSize;
+        for (auto const& member : list) {
+            if (admits(member)) {
+                MOX_ASSERT_TEXT(place != end, "serialized.size() == attrSize_ + headerSize_");
+                put(place, member);
+                place += memberSize;
+            }
+        }
+        MOX_ASSERT_TEXT(place == end, "serialized.size() == attrSize_ + headerSize_");
+    });
 }
 
 } // namespace Routing::Bgp

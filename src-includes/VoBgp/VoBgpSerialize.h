@@ -8,6 +8,18 @@
 
 namespace Routing::Bgp {
 
+/// The header of a path attribute (RFC 4271, section 4.3), `size` octets of it, 3 or 4.
+struct PathAttributeHeader {
+    char octets[4];
+    U32 size;
+};
+
+/// The header of an attribute whose value is `attrSize` octets long. A length above 255 sets the
+/// extended-length flag. Asserts that type and flags are octets, and the length no more than
+/// 65,535.
+VOBGP_EXPORT PathAttributeHeader pathAttributeHeader(BgpPathAttrType attrType,
+                                                     BgpPathAttrFlag attrFlags, U32 attrSize);
+
 /// One path attribute under construction (RFC 4271, section 4.3): the header, which is written at
 /// once, and the value, which the caller appends.
 ///

@@ -3,6 +3,7 @@
 #include <Lumo/Ip6Addr.h>
 #include <Mox/Assert.h>
 #include <Mox/Export.h>
+#include <Mox/NetworkOrder.h>
 #include <Mox/String.h>
 #include <Mox/Types.h>
 
@@ -61,10 +62,7 @@ class VOBGP_EXPORT Serialize {
   private:
     template <class Integer>
     void addInteger(Integer value) {
-        char* const place = reserve(sizeof value);
-        for (unsigned i = 0; i < sizeof value; ++i) {
-            place[i] = static_cast<char>(static_cast<U8>(value >> (8 * (sizeof value - 1 - i))));
-        }
+        Mox::writeNetworkOrder(reserve(sizeof value), value);
         size_ += static_cast<U32>(sizeof value);
     }
 
