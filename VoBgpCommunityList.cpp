@@ -192,13 +192,16 @@ void LargeCommList::formatHandle(std::ostream& os) const {
 
 bool CommList::matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const {
     MOX_ASSERT_TEXT(regex != nullptr, "__null != regex");
-    return commListMatches(*regex, *this, appendNumber) ||
-           commListMatches(*regex, *this, appendNameOrNumber);
+    return commListVerdict(*regex, *this, regexSubject_, [&] {
+        return commListMatches(*regex, *this, appendNumber) ||
+               commListMatches(*regex, *this, appendNameOrNumber);
+    });
 }
 
 bool LargeCommList::matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const {
     MOX_ASSERT_TEXT(regex != nullptr, "__null != regex");
-    return commListMatches(*regex, *this, appendLarge);
+    return commListVerdict(*regex, *this, regexSubject_,
+                           [&] { return commListMatches(*regex, *this, appendLarge); });
 }
 
 // ---- ValueCommList ------------------------------------------------------------------------------

@@ -289,8 +289,10 @@ bool ExtCommList::matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const
                 comm->appendPolicyText(text.buffer(), ExtComm::StrepFormat(format));
             });
     };
-    return matches(ExtComm::StrepFormat::strepFormatDefault) ||
-           matches(ExtComm::StrepFormat::strepFormatClassification);
+    return commListVerdict(*regex, *this, regexSubject_, [&] {
+        return matches(ExtComm::StrepFormat::strepFormatDefault) ||
+               matches(ExtComm::StrepFormat::strepFormatClassification);
+    });
 }
 
 String ExtCommList::getStringValue(Acl::CommunityValue const& value) {

@@ -22,6 +22,7 @@
 #include <span>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -388,6 +389,44 @@ TEST(CommListRegex, MatchesNumbersOrElseNames) {
     EXPECT_TRUE(matches(*large, "^7:8:9 65536:1:2$"));
     EXPECT_TRUE(matches(*large, "(^| )[0-9]+:8:9( |$)")) << "the extended syntax";
     EXPECT_FALSE(matches(*large, "1\\.0"));
+}
+
+class CommListVerdicts : public testing::TestWithParam<bool> {
+    PointerMode mode_{GetParam()};
+};
+
+INSTANTIATE_TEST_SUITE_P(Mode, CommListVerdicts, bothPointerModes(), pointerModeName);
+
+/// Lists come and go, in the same places too, more of them than an expression remembers.
+TEST_P(CommListVerdicts, AreThoseOfTheTextWhateverWasRemembered) {
+    auto const table = commListDedupTableFactory();
+    auto const largeTable = largeCommListDedupTableFactory();
+    auto const match = [&](PosixRegex const& regex, U32 seed) {
+        std::mt19937 random(seed);
+        std::vector<CommList::PtrConst> held;
+        for (unsigned i = 0; i < 10'000; ++i) {
+            auto const value = static_cast<U32>(random() % 100);
+            auto const other = static_cast<U32>(random() % 40);
+            auto const list = listOf<Standard>({value, other})->dedup(table.get());
+            auto const large = listOf<Large>({{value, 0, 0}})->dedup(largeTable.get());
+            for (int again = 0; again < 2; ++again) {
+                ASSERT_EQ(list->matchCommunitiesRegex(&regex), regex.execute(list->toStrep()) == 0);
+                ASSERT_EQ(large->matchCommunitiesRegex(&regex), value % 10 == 7);
+            }
+            if (i % 2 == 0) {
+                held.push_back(list);
+            }
+        }
+    };
+    PosixRegex const regex("(7|7:0:0)$");
+    std::vector<std::thread> threads;
+    for (U32 seed = 1; seed <= (GetParam() ? 3U : 0U); ++seed) {
+        threads.emplace_back(match, std::cref(regex), seed);
+    }
+    match(regex, 0);
+    for (auto& thread : threads) {
+        thread.join();
+    }
 }
 
 TEST(CommListText, IsWholeOrRefusedAndMadeInOneAllocation) {

@@ -306,6 +306,9 @@ TEST_P(ExtCommLists, TextsAndOctetsAreWholeOrRefusedAndMadeInOneAllocation) {
     whole([&] { return list->toStrep(); });
     whole([&] { return part->toStrep(); });
     whole([&] { return list->serialize(Serialization(0xe)); });
+    Routing::RouteMap::PosixRegex const regex("SoO:65000:1 ");
+    EXPECT_TRUE(list->matchCommunitiesRegex(&regex));
+    EXPECT_EQ(wholeOrRefused([&] { return list->matchCommunitiesRegex(&regex); }), 0);
 }
 
 // Kinds of an agent's own: each overrides one of the published operations.
@@ -323,8 +326,10 @@ class OwnPolicy final : public ExtCommSubtyped {
   public:
     using ExtCommSubtyped::ExtCommSubtyped;
     String toStrepForPolicy(StrepFormat format) const override {
+        ++asked;
         return "own:" + std::to_string(format.value());
     }
+    mutable int asked = 0;
 };
 
 class OwnAsNumber final : public ExtCommRouteTargetAs {
@@ -369,6 +374,32 @@ TEST_P(ExtCommLists, TextsOfAnAgentsOwnKindsAreInThoseOfLists) {
     EXPECT_TRUE(list->matchCommunitiesRegex(&regex));
     wholeOrRefused([&] { return list->toStrep(); });
     wholeOrRefused([&] { return list->matchCommunitiesRegex(&regex); });
+}
+
+TEST_P(ExtCommLists, MatchesAreRememberedWhileTheListIsInterned) {
+    auto const own = internOwn(*comms, Mox::makeActive<OwnPolicy>(extCommClassificationUnSpecified,
+                                                                  ExtCommContent(opaque)));
+    Routing::RouteMap::PosixRegex const regex("own:4");
+    Routing::RouteMap::PosixRegex const other("own:5");
+    auto const asked = [&](ExtCommList const& list, Routing::RouteMap::PosixRegex const& by) {
+        auto const before = own->asked;
+        EXPECT_EQ(list.matchCommunitiesRegex(&by), &by == &regex);
+        return own->asked - before;
+    };
+    auto list = fill({rt1});
+    list->commIs(own);
+    EXPECT_EQ(asked(*list, regex) + asked(*list, regex), 4) << "it may change yet";
+    list->dedup(table.get());
+    EXPECT_EQ(asked(*list, regex), 2);
+    EXPECT_EQ(asked(*list, other), 2);
+    EXPECT_EQ(asked(*list, regex) + asked(*list, other), 0);
+    auto const* const place = list.get();
+    list = nullptr;
+    list = fill({rt1});
+    list->commIs(own);
+    list->dedup(table.get());
+    EXPECT_EQ(asked(*list, regex), 2)
+        << "another list, " << (list == place ? "" : "not ") << "in the same place";
 }
 
 TEST_P(ExtCommLists, AppendedToThemselves) {

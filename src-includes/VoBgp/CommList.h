@@ -138,6 +138,7 @@ class VOBGP_EXPORT CommList : public ValueCommList<U32> {
     bool noExport_ = false;
     bool noAdvertise_ = false;
     bool noExportSubconfed_ = false;
+    RouteMap::RegexSubject regexSubject_;
 };
 
 /// A new, empty list with its notifications switched on.

@@ -195,9 +195,11 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
     static Ptr destash(void const* stored, MoxStash::StoreManager* manager);
 
   private:
-    bool hasLinkBandwidth_ = false;
-    bool hasLinkBandwidthWithUnspecifiedAsNumber_ = false;
-    bool hasOriginValidationState_ = false;
+    // One octet, so that the subject takes none that the list does not have anyway.
+    bool hasLinkBandwidth_ : 1 = false;
+    bool hasLinkBandwidthWithUnspecifiedAsNumber_ : 1 = false;
+    bool hasOriginValidationState_ : 1 = false;
+    RouteMap::RegexSubject regexSubject_;
 };
 
 extern template class ExtCommClassificationListBase<ExtCommListFamily>;

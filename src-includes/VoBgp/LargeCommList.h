@@ -58,6 +58,9 @@ class VOBGP_EXPORT LargeCommList : public ValueCommList<Acl::CommunityValue> {
 
     /// What streaming a pointer to this writes.
     String toStrep() const;
+
+  private:
+    RouteMap::RegexSubject regexSubject_;
 };
 
 /// A new, empty list with its notifications switched on.

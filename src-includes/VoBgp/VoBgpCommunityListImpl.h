@@ -212,7 +212,23 @@ bool commListMatches(RouteMap::PosixRegex const& regex, ListType const& list,
                      ValueFormatter formatter) {
     CommListText text;
     formatCommList(text, &list, formatter, false, " ");
-    return regex.execute(text.terminated()) == 0;
+    return regex.matches(text.terminated());
+}
+
+/// What `matches()` returns, or did when the expression was last asked about the same list: an
+/// interned list never changes.
+template <class ListType, class Matches>
+bool commListVerdict(RouteMap::PosixRegex const& regex, ListType const& list,
+                     RouteMap::RegexSubject const& subject, Matches matches) {
+    if (list.dedupState() != Kel::dedupHandleStateDeduped()) {
+        return matches();
+    }
+    if (auto const verdict = regex.remembered(subject)) {
+        return *verdict;
+    }
+    bool const verdict = matches();
+    regex.remember(subject, verdict);
+    return verdict;
 }
 
 // ---- The path attribute -------------------------------------------------------------------------

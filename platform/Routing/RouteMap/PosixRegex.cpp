@@ -1,5 +1,7 @@
 #include <Routing/RouteMap/PosixRegex.h>
 
+#include <memory>
+#include <new>
 #include <string>
 
 namespace Routing::RouteMap {
@@ -12,6 +14,14 @@ namespace {
     regerror(error, regex, text.data(), text.size() + 1);
     throw PosixRegexException(text);
 }
+
+/// How many verdicts an expression remembers, each in the place that its subject's number selects.
+constexpr Mox::U32 places = 4096;
+
+constexpr Mox::U64 greatestNumber = 0x7fff'ffff;
+
+/// Wide enough to go on counting beyond the greatest number.
+std::atomic<Mox::U64> numbersGiven{0};
 
 } // namespace
 
@@ -29,10 +39,58 @@ PosixRegex::PosixRegex(Mox::String const& pattern) {
 
 PosixRegex::~PosixRegex() {
     regfree(&regex_);
+    delete[] verdicts_.load(std::memory_order_relaxed);
 }
 
 int PosixRegex::execute(char const* text) const noexcept {
     return regexec(&regex_, text, 0, nullptr, 0);
+}
+
+bool PosixRegex::matches(char const* text) const {
+    auto const result = execute(text);
+    if (result == REG_ESPACE) {
+        throw std::bad_alloc();
+    }
+    return result == 0;
+}
+
+// A verdict is one word, and of a subject there is only one: threads cannot see half of it, and it
+// does not matter which of them writes it.
+
+std::optional<bool> PosixRegex::remembered(RegexSubject const& subject) const noexcept {
+    auto const number = subject.number_.load(std::memory_order_relaxed);
+    auto const* const verdicts = verdicts_.load(std::memory_order_acquire);
+    if (number == 0 || verdicts == nullptr) {
+        return std::nullopt;
+    }
+    auto const verdict = verdicts[number % places].load(std::memory_order_relaxed);
+    return verdict >> 1 == number ? std::optional((verdict & 1) != 0) : std::nullopt;
+}
+
+void PosixRegex::remember(RegexSubject const& subject, bool verdict) const noexcept {
+    auto number = subject.number_.load(std::memory_order_relaxed);
+    if (number == 0) {
+        auto const fresh = numbersGiven.fetch_add(1, std::memory_order_relaxed) + 1;
+        if (fresh > greatestNumber) {
+            return;
+        }
+        // Another thread may have been first: then its number holds.
+        if (subject.number_.compare_exchange_strong(number, static_cast<Mox::U32>(fresh),
+                                                    std::memory_order_relaxed)) {
+            number = static_cast<Mox::U32>(fresh);
+        }
+    }
+    auto* verdicts = verdicts_.load(std::memory_order_acquire);
+    if (verdicts == nullptr) {
+        std::unique_ptr<Verdict[]> made(new (std::nothrow) Verdict[places]());
+        if (made == nullptr) {
+            return;
+        }
+        if (verdicts_.compare_exchange_strong(verdicts, made.get(), std::memory_order_acq_rel)) {
+            verdicts = made.release();
+        }
+    }
+    verdicts[number % places].store(number << 1 | (verdict ? 1 : 0), std::memory_order_relaxed);
 }
 
 } // namespace Routing::RouteMap
