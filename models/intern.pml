@@ -100,7 +100,8 @@ byte made[OBJECTS];       /* and how many there are, with those in the making or
 bit coreAlive = 1;
 byte holders = 1;
 byte entry[CONTENTS] = NONE; /* the slot for each content */
-byte changes;             /* of the slots: odd while one is under way */
+bit changing;             /* a change of the slots is under way */
+byte unchanged;           /* for which threads none has begun or ended since they last looked */
 bit notifieeActive_;             /* there is a notifiee; under the notification mutex only */
 bit hasNotifiee_;             /* the notification mutex is needed; readable without it */
 byte shardOwner = NONE;
@@ -122,8 +123,8 @@ byte notifying = NONE;    /* the thread that is calling it */
 #define TABLE_IS_HELD
 #endif
 
-/* The count of changes comes round later than a look-up can be overtaken. */
-#define CHANGES (4 * OBJECTS * ROUNDS + 4)
+#define beginChange() changing = 1; unchanged = 0
+#define endChange() atomic { changing = 0; unchanged = 0 }
 
 #define touch(o) assert(life[o] == ALIVE)
 
@@ -329,10 +330,10 @@ inline leave(o) {
     atomic {
         touch(o);
         assert(entry[contentOf(o)] == o && shardOwner == _pid);
-        changes = (changes + 1) % CHANGES
+        beginChange()
     };
     entry[contentOf(o)] = NONE;
-    changes = (changes + 1) % CHANGES
+    endChange()
 }
 
 inline forgetAnnouncements() {
@@ -669,24 +670,34 @@ inline probe(found) {
    meanwhile; while the slots are being changed, an entry that is being moved is missed. Whatever
    that does not decide is looked for again under the lock. */
 inline find(found) {
-    seen = changes;
+    /* DedupSlots::changes, as what becomes of the number that is read: no thread can then be
+       overtaken until the count comes round. */
+    atomic {
+        if
+#ifndef FAULT_MISS_DURING_A_CHANGE
+        :: changing -> unchanged = unchanged & ~(1 << _pid)
+        :: else
+#else
+        :: true
+#endif
+           -> unchanged = unchanged | (1 << _pid)
+        fi
+    };
     missed = 0;
     if
     :: found = entry[want] -> missed = (found == NONE)
-    :: changes % 2 == 1 -> found = NONE; missed = 1 /* it is being moved */
+    :: changing -> found = NONE; missed = 1 /* it is being moved */
     fi;
     probe(found);
     /* DedupSlots::unchangedSince */
 #ifdef FAULT_MISS_UNCHECKED
-#define unchanged 1
-#elif defined(FAULT_MISS_DURING_A_CHANGE)
-#define unchanged (changes == seen)
+#define unchangedSince 1
 #else
-#define unchanged (seen % 2 == 0 && changes == seen)
+#define unchangedSince ((unchanged & (1 << _pid)) != 0)
 #endif
     atomic {
         if
-        :: missed && unchanged -> assert(entry[want] == NONE)
+        :: missed && unchangedSince -> assert(entry[want] == NONE)
         :: else -> missed = 0
         fi
     };
@@ -731,9 +742,9 @@ inline dedup(o, found) {
        assert(stateOf(word[o]) == NEVER_INTERNED);
        CHANGE(o, before, enteredTable(before, announce));
        /* Equal content is never represented by two objects. */
-       atomic { assert(coreAlive && entry[want] == NONE); changes = (changes + 1) % CHANGES };
+       atomic { assert(coreAlive && entry[want] == NONE); beginChange() };
        entry[want] = o;
-       changes = (changes + 1) % CHANGES;
+       endChange();
        threw = 0;
        if
        :: !announce -> retain(o); unlockShard()
@@ -873,7 +884,7 @@ inline release(o) {
     bit owns, ownsInside, ownsObject, wasWatched, lacks, done, hadCore;                            \
     bit announce, threw, didRaise, lowered, wasDetaching, hasTable, lastOfTable;                   \
     byte found = NONE, foundInside = NONE, abandoned = NONE, dropped = NONE, outcome, round, own;  \
-    byte want, seen;                                                                               \
+    byte want;                                                                                     \
     bit missed;                                                                                    \
     short before
 
