@@ -9,6 +9,14 @@ unsigned long allocationsSoFar() noexcept;
 /// How many octets they asked for, those that have been given back included.
 unsigned long octetsAllocatedSoFar() noexcept;
 
+/// What the first objects of a few sizes ask for beside their own octets: interned objects share
+/// chunks, except under the address sanitizer.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr unsigned long objectChunks = 0;
+#else
+constexpr unsigned long objectChunks = 4UL * (64 << 10);
+#endif
+
 /// While one lives, `succeeding` more allocations succeed, the next `failing` ones fail, and then
 /// all succeed again; if `failing` is negative, all others fail.
 class FailingAllocations {
