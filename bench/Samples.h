@@ -1,0 +1,149 @@
+#pragma once
+
+#include <Acl/CommunityValue.h>
+#include <VoBgp/ExtCommIp6.h>
+#include <VoBgp/VoBgpCommunityPacketTypes.h>
+
+#include <cstddef>
+#include <random>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// The communities and lists that are measured. The same in every run.
+namespace Bench {
+
+using Mox::U16;
+using Mox::U32;
+using Mox::U64;
+using Mox::U8;
+using Routing::Bgp::ExtCommContent;
+using Routing::Bgp::ExtCommIp6Content;
+
+/// Kinds of extended communities by their type and subtype octets.
+enum class Kind : U16 {
+    /// An object without a class of its own.
+    plain = 0x06ff,
+    /// Typed, and of interest to no observer.
+    routeOrigin = 0x0003,
+    /// Typed, and announced to the observers of route targets.
+    routeTarget = 0x0002,
+};
+
+/// Community number `number` of a kind; different numbers below 2^48 give different communities.
+inline ExtCommContent content(Kind kind, U64 number) {
+    constexpr U64 odd = 0x9e37'79b9'7f4b;
+    constexpr U64 low48 = (U64{1} << 48) - 1;
+    return ExtCommContent(static_cast<U64>(kind) << 48 | (number * odd & low48));
+}
+
+/// The communities of a kind with the numbers from `first` on.
+std::vector<ExtCommContent> contents(Kind kind, std::size_t count, U64 first = 0);
+
+/// Lists of as many members each, one after another in one array.
+template <class Member>
+class Lists {
+  public:
+    Lists() = default;
+
+    Lists(std::size_t membersEach, std::vector<Member> members)
+      : membersEach_(membersEach)
+      , count_(members.size() / membersEach)
+      , members_(std::move(members)) {}
+
+    std::size_t size() const noexcept { return count_; }
+    std::vector<Member> const& members() const noexcept { return members_; }
+
+    std::span<Member const> operator[](std::size_t list) const noexcept {
+        return {members_.data() + list * membersEach_, membersEach_};
+    }
+
+  private:
+    std::size_t membersEach_ = 1;
+    std::size_t count_ = 0;
+    std::vector<Member> members_;
+};
+
+/// A power of two of samples, which operations take in turn, over and over.
+template <class Samples>
+class Cycle {
+  public:
+    Cycle() = default;
+
+    explicit Cycle(Samples samples)
+      : samples_(std::move(samples))
+      , mask_(samples_.size() - 1) {}
+
+    decltype(auto) operator[](std::size_t i) const noexcept { return samples_[i & mask_]; }
+
+  private:
+    Samples samples_;
+    std::size_t mask_ = 0;
+};
+
+using ContentCycle = Cycle<std::vector<ExtCommContent>>;
+
+template <class Member>
+using ListCycle = Cycle<Lists<Member>>;
+
+/// Random numbers below `count`, a power of two of them: in number like `count`, but more than
+/// branch predictors remember, and no more than 2^20.
+std::vector<std::size_t> draws(std::size_t count);
+
+/// Random draws from the contents.
+ContentCycle drawContents(std::span<ExtCommContent const> contents);
+
+/// How many lists are held, unless a bench says otherwise.
+inline constexpr std::size_t listsHeld = 10'000;
+
+/// The next list of a random series. An extended one holds route targets and route origins, half
+/// and half, or one route target. The communities are some 16,000 of each kind.
+template <class Member>
+std::vector<Member> nextList(std::mt19937_64& random, std::size_t members);
+
+/// Lists of a series. Those of different series differ, unless they are very short.
+template <class Member>
+Lists<Member> lists(std::size_t membersEach, std::size_t count, unsigned series = 0) {
+    std::mt19937_64 random(series);
+    std::vector<Member> members;
+    members.reserve(membersEach * count);
+    for (std::size_t list = 0; list < count; ++list) {
+        auto const next = nextList<Member>(random, membersEach);
+        members.insert(members.end(), next.begin(), next.end());
+    }
+    return {membersEach, std::move(members)};
+}
+
+/// Lists that are in no other series.
+template <class Member>
+ListCycle<Member> freshLists(std::size_t membersEach) {
+    return ListCycle<Member>(lists<Member>(membersEach, 1 << 16, 1));
+}
+
+/// Random draws from the lists.
+template <class Member>
+ListCycle<Member> drawLists(Lists<Member> const& lists) {
+    std::vector<Member> members;
+    for (auto const number : draws(lists.size())) {
+        members.insert(members.end(), lists[number].begin(), lists[number].end());
+    }
+    return ListCycle<Member>({lists[0].size(), std::move(members)});
+}
+
+/// The octets of a community in a path attribute, appended.
+void appendOctets(std::string& out, U32 value);
+void appendOctets(std::string& out, Acl::CommunityValue const& value);
+void appendOctets(std::string& out, ExtCommContent const& value);
+void appendOctets(std::string& out, ExtCommIp6Content const& value);
+
+template <class Member>
+std::string octets(std::span<Member const> members) {
+    std::string out;
+    for (auto const& member : members) {
+        appendOctets(out, member);
+    }
+    return out;
+}
+
+} // namespace Bench

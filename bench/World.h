@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Samples.h"
+
+#include <Acl/CommunityValue.h>
+#include <VoBgp/CommList.h>
+#include <VoBgp/ExtCommIp6DedupTable.h>
+#include <VoBgp/ExtCommIp6List.h>
+#include <VoBgp/ExtCommIp6ListDedupTable.h>
+#include <VoBgp/ExtCommList.h>
+#include <VoBgp/ExtCommListDedupTable.h>
+#include <VoBgp/LargeCommList.h>
+#include <VoBgp/Parse/ExtComm.h>
+#include <VoBgp/VoBgpCommunity.h>
+
+#include <span>
+
+namespace Bench {
+
+/// The process in the plain or in the thread-safe mode; plain again afterwards.
+class PointerMode {
+  public:
+    explicit PointerMode(bool threadSafe);
+    ~PointerMode();
+    PointerMode(PointerMode const&) = delete;
+    PointerMode& operator=(PointerMode const&) = delete;
+};
+
+/// The tables of an agent, and how it fills them by the library's published calls.
+struct World {
+    explicit World(bool threadSafe);
+
+    Routing::Bgp::ExtComm::PtrConst intern(ExtCommContent const& content) const {
+        return Routing::Bgp::ExtComm::dedupContent(values.get(), content);
+    }
+
+    Routing::Bgp::CommList::PtrConst list(std::span<U32 const> members) const;
+    Routing::Bgp::LargeCommList::PtrConst list(std::span<Acl::CommunityValue const> members) const;
+    Routing::Bgp::ExtCommList::PtrConst list(std::span<ExtCommContent const> members) const;
+    Routing::Bgp::ExtCommIp6List::PtrConst list(std::span<ExtCommIp6Content const> members) const;
+
+    PointerMode const mode;
+    Routing::Bgp::BgpParseExtCommContainerSm::Ptr const container;
+    Routing::Bgp::ExtCommDedupTable::Ptr const values;
+    Routing::Bgp::ExtCommIp6DedupTable::Ptr const ip6Values;
+    Routing::Bgp::CommListDedupTable::Ptr const standardLists;
+    Routing::Bgp::LargeCommListDedupTable::Ptr const largeLists;
+    Routing::Bgp::ExtCommListDedupTable::Ptr const extendedLists;
+    Routing::Bgp::ExtCommIp6ListDedupTable::Ptr const ip6Lists;
+};
+
+} // namespace Bench
