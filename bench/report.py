@@ -28,6 +28,11 @@ class Result:
         self.reference = reference
         self.spread = spread
 
+    @property
+    def noisy(self):
+        """Whether the machine was too busy for the result to mean anything."""
+        return self.spread is not None and self.spread > 0.5
+
     def meets(self, limit):
         if self.row.measure in HIGHER_IS_BETTER:
             return self.value >= limit
@@ -35,6 +40,8 @@ class Result:
 
     @property
     def verdict(self):
+        if self.noisy:
+            return ""
         if self.meets(self.row.stretch):
             return "stretch"
         return "bar" if self.meets(self.row.bar) else ""
@@ -46,7 +53,7 @@ class Result:
             self.row.case,
             self.subject,
             self.reference,
-            number(self.value) + unit,
+            "too noisy" if self.noisy else number(self.value) + unit,
             "" if self.spread is None else f"{100 * self.spread:.0f} %",
             ("at least " if self.row.measure in HIGHER_IS_BETTER else "") + f"{self.row.bar:g}",
             f"{self.row.stretch:g}",
