@@ -15,9 +15,6 @@ namespace {
     throw PosixRegexException(text);
 }
 
-/// How many verdicts an expression remembers, each in the place that its subject's number selects.
-constexpr Mox::U32 places = 4096;
-
 constexpr Mox::U64 greatestNumber = 0x7fff'ffff;
 
 /// Wide enough to go on counting beyond the greatest number.
@@ -52,19 +49,6 @@ bool PosixRegex::matches(char const* text) const {
         throw std::bad_alloc();
     }
     return result == 0;
-}
-
-// A verdict is one word, and of a subject there is only one: threads cannot see half of it, and it
-// does not matter which of them writes it.
-
-std::optional<bool> PosixRegex::remembered(RegexSubject const& subject) const noexcept {
-    auto const number = subject.number_.load(std::memory_order_relaxed);
-    auto const* const verdicts = verdicts_.load(std::memory_order_acquire);
-    if (number == 0 || verdicts == nullptr) {
-        return std::nullopt;
-    }
-    auto const verdict = verdicts[number % places].load(std::memory_order_relaxed);
-    return verdict >> 1 == number ? std::optional((verdict & 1) != 0) : std::nullopt;
 }
 
 void PosixRegex::remember(RegexSubject const& subject, bool verdict) const noexcept {

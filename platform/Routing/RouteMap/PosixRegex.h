@@ -57,15 +57,28 @@ class VOBGP_EXPORT PosixRegex {
     bool matches(char const* text) const;
 
     /// The verdict that was remembered for the subject, if it still is.
-    std::optional<bool> remembered(RegexSubject const& subject) const noexcept;
+    std::optional<bool> remembered(RegexSubject const& subject) const noexcept {
+        auto const number = subject.number_.load(std::memory_order_relaxed);
+        auto const* const verdicts = verdicts_.load(std::memory_order_acquire);
+        if (number == 0 || verdicts == nullptr) {
+            return std::nullopt;
+        }
+        auto const verdict = verdicts[number % places].load(std::memory_order_relaxed);
+        return verdict >> 1 == number ? std::optional((verdict & 1) != 0) : std::nullopt;
+    }
 
     /// Remembers a verdict, in place of that on another subject. REQUIRES: whatever has the subject
     /// never changes.
     void remember(RegexSubject const& subject, bool verdict) const noexcept;
 
   private:
-    /// A subject's number, shifted left by one, and the verdict on it; 0 for none.
+    /// A subject's number, shifted left by one, and the verdict on it; 0 for none. It is one word,
+    /// and of a subject there is only one: threads cannot see half of it, and it does not matter
+    /// which of them writes it.
     using Verdict = std::atomic<Mox::U32>;
+
+    /// How many verdicts there is room for, each in the place that its subject's number selects.
+    static constexpr Mox::U32 places = 4096;
 
     regex_t regex_;
     /// Made when there is a verdict to remember.
