@@ -152,7 +152,7 @@ TEST_F(StoreSignalDeathTest, IsPassedOnAsTheSystemWould) {
     EXPECT_EXIT((attach(), std::_Exit(stackAndRestartNow() == stackAndRestart ? 45 : 1)), exits(45),
                 "");
     // A handler for one signal: the next ends the process.
-    EXPECT_EXIT((handleBy(SA_RESETHAND), attach(), ::raise(SIGBUS),
+    EXPECT_EXIT((handleBy(static_cast<int>(SA_RESETHAND)), attach(), ::raise(SIGBUS),
                  std::fputs(lastCall.blocksBus ? "once" : "", stderr), ::raise(SIGBUS),
                  std::_Exit(1)),
                 killed, "^once$");

@@ -394,7 +394,9 @@ TEST_F(Stash, TakesNoMoreMemoryThanIsStated) {
             {storedExtCommList, &same},
             {storedExtCommList, &distinct},
             {storedExtCommIp6List, &sameIp6}};
-        for (auto const& [kind, body] : rows) {
+        for (auto const& row : rows) {
+            auto const kind = row.first;
+            auto* const body = row.second;
             bool const hasClasses = kind == storedExtCommList;
             (*body)[0] =
                 StoredListHead{members, hasClasses ? StoredListHead::classified : 0}.word();

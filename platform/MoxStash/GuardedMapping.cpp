@@ -108,7 +108,7 @@ void callHandlerBefore(int signal, siginfo_t* info, void* context) noexcept {
 
 /// Does what the system would have done with the action before ours.
 void passOn(int signal, siginfo_t* info, void* context) noexcept {
-    bool const isForOneSignal = (actionBefore.sa_flags & SA_RESETHAND) != 0;
+    bool const isForOneSignal = (actionBefore.sa_flags & static_cast<int>(SA_RESETHAND)) != 0;
     if (isHandler(actionBefore) && !(isForOneSignal && isSpent.exchange(true))) {
         callHandlerBefore(signal, info, context);
     } else if (actionBefore.sa_handler != SIG_IGN || !isSent(*info)) {
