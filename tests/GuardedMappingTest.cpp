@@ -149,8 +149,9 @@ TEST_F(StoreSignalDeathTest, IsPassedOnAsTheSystemWould) {
         EXPECT_EXIT(compareCalls(flags), exits(0), "") << "flags " << flags;
     }
     // A program without a handler has threads with small stacks, or system calls, all the same.
-    EXPECT_EXIT((attach(), std::_Exit(stackAndRestartNow() == stackAndRestart ? 45 : 1)), exits(45),
-                "");
+    EXPECT_EXIT(
+        (attachAfter(SIG_DFL), std::_Exit(stackAndRestartNow() == stackAndRestart ? 45 : 1)),
+        exits(45), "");
     // A handler for one signal: the next ends the process.
     EXPECT_EXIT((handleBy(static_cast<int>(SA_RESETHAND)), attach(), ::raise(SIGBUS),
                  std::fputs(lastCall.blocksBus ? "once" : "", stderr), ::raise(SIGBUS),
@@ -169,8 +170,9 @@ TEST_F(StoreSignalDeathTest, IsOursOnlyForAsLongAsTheStoreIsMapped) {
         return reinterpret_cast<void*>(std::stoul(line, nullptr, 16));
     };
     void* where = nullptr;
-    EXPECT_EXIT((attach(), where = place(), manager.reset(), readBehindTheEndOfAFile(where)),
-                killed, "^$");
+    EXPECT_EXIT(
+        (attachAfter(SIG_DFL), where = place(), manager.reset(), readBehindTheEndOfAFile(where)),
+        killed, "^$");
 }
 
 TEST_F(StoreSignalDeathTest, TakesMemoryForAsManyStoresAsAreMapped) {
