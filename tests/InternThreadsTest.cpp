@@ -90,10 +90,10 @@ TEST_F(InternThreads, LookUpsFindWhatStaysWhileTheTableGrowsAndShrinks) {
     for (U64 t = 1; t <= 2; ++t) {
         // What leaves frees its memory for the other thread's next object, of another content.
         changers.emplace_back([this, t] {
-            for (int round = 0; round < 10; ++round) {
+            for (U64 round = 0; round < 10; ++round) {
                 std::vector<Word::PtrConst> come;
-                for (U64 i = 0; i < steps / 20; ++i) {
-                    come.push_back(intern(*table, 64 + 2 * i + t % 2 + (round % 2) * steps));
+                for (U64 i = 0; i < U64{steps} / 20; ++i) {
+                    come.push_back(intern(*table, 64 + 2 * i + t % 2 + (round % 2) * U64{steps}));
                 }
             }
         });

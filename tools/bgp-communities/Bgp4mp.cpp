@@ -8,7 +8,6 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr auto nothingRead = Bgp4mpForm::Holds::nothingRead;
 constexpr auto stateChange = Bgp4mpForm::Holds::stateChange;
 constexpr auto anyMessage = Bgp4mpForm::Holds::message;
 
