@@ -14,15 +14,16 @@
 
 namespace Mox {
 
-/// A growable array in sixteen octets: for objects that are many and whose arrays are short.
+/// A growable array in sixteen octets, for objects that are many and whose arrays are short.
 ///
-/// It owns its elements, in one piece of heap memory or, with a capacity of 0, in none. An
-/// operation that throws leaves it as it was. Pointers to elements are valid until the array moves.
-/// Thread-compatible.
+/// Owns its elements, in one piece of heap memory or, with a capacity of 0, in none. An operation
+/// that throws leaves the array as it was. Pointers to elements are invalidated when the array
+/// moves. Thread-compatible.
 template <class T>
 class CompactVector {
     static_assert(std::is_nothrow_move_constructible_v<T> && std::is_nothrow_destructible_v<T>,
                   "elements move when the array grows, which must not fail half-way");
+    static_assert(alignof(T) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
 
   public:
     using value_type = T;
@@ -41,7 +42,7 @@ class CompactVector {
 
     ~CompactVector() {
         std::destroy_n(elements_, size_);
-        deallocate(elements_, capacity_);
+        ::operator delete(elements_);
     }
 
     CompactVector& operator=(CompactVector const& other) {
@@ -71,6 +72,12 @@ class CompactVector {
     T const* end() const noexcept { return elements_ + size_; }
     T& operator[](std::size_t index) noexcept { return elements_[index]; }
     T const& operator[](std::size_t index) const noexcept { return elements_[index]; }
+
+    /// The raw octets that fit() put behind the elements.
+    std::byte* tail() noexcept { return reinterpret_cast<std::byte*>(elements_ + capacity_); }
+    std::byte const* tail() const noexcept {
+        return reinterpret_cast<std::byte const*>(elements_ + capacity_);
+    }
 
     /// Room for `count` elements in all.
     void reserve(std::size_t count) {
@@ -127,21 +134,25 @@ class CompactVector {
         }
     }
 
+    /// Moves the elements into an array for exactly `capacity` of them, no fewer than there are,
+    /// with uninitialised octets behind it in the same piece of memory. These are lost when the
+    /// array moves again.
+    void fit(U32 capacity, std::size_t tailOctets) {
+        CompactVector other(capacity, tailOctets);
+        moveInto(other);
+    }
+
     friend bool operator==(CompactVector const& a, CompactVector const& b) {
         return a.size_ == b.size_ && std::equal(a.begin(), a.end(), b.begin());
     }
 
   private:
     /// An empty array of that capacity.
-    explicit CompactVector(U32 capacity)
-      : elements_(capacity == 0 ? nullptr : std::allocator<T>().allocate(capacity))
+    explicit CompactVector(U32 capacity, std::size_t tailOctets = 0)
+      : elements_(capacity == 0 ? nullptr
+                                : static_cast<T*>(::operator new (
+                                      std::size_t{capacity} * sizeof(T) + tailOctets)))
       , capacity_(capacity) {}
-
-    static void deallocate(T* elements, U32 capacity) noexcept {
-        if (elements != nullptr) {
-            std::allocator<T>().deallocate(elements, capacity);
-        }
-    }
 
     static U32 checked(std::size_t count) {
         if (count > std::numeric_limits<U32>::max()) {
@@ -152,7 +163,7 @@ class CompactVector {
 
     /// The capacity to grow to for `more` elements: twice what there is, if that is enough.
     U32 grownFor(std::size_t more) const {
-        constexpr std::size_t least = 4;
+        constexpr std::size_t least = 8;
         constexpr std::size_t most = std::numeric_limits<U32>::max();
         auto const doubled = std::min(std::max(least, 2 * std::size_t{capacity_}), most);
         return checked(std::max(doubled, size_ + more));

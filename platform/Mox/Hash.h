@@ -42,7 +42,7 @@ inline U64 keyedHash(U64 word) noexcept {
     return mixHash(word ^ Detail::hashSecret.word, Detail::hashSecret.factor);
 }
 
-/// The keyed hash of a sequence of words, one by one. The length is part of the hash.
+/// The keyed hash of a sequence of words or octets, piece by piece. The length is part of the hash.
 class KeyedHash {
   public:
     explicit KeyedHash(std::size_t length) noexcept
@@ -52,32 +52,38 @@ class KeyedHash {
         state_ = mixHash(first ^ state_, second ^ Detail::hashSecret.factor);
     }
 
+    /// Adds octets, sixteen at a time. Every piece but the last is a multiple of that.
+    void add(std::span<std::byte const> octets) noexcept {
+        auto const* next = octets.data();
+        auto left = octets.size();
+        for (; left >= 16; left -= 16, next += 16) {
+            add(load(next, 8), load(next + 8, 8));
+        }
+        if (left >= 8) {
+            add(load(next, 8), load(next + left - 8, 8));
+        } else if (left >= 4) {
+            add(load(next, 4), load(next + left - 4, 4));
+        } else if (left != 0) {
+            add(load(next, left));
+        }
+    }
+
     U64 finish() const noexcept { return keyedHash(state_); }
 
   private:
-    U64 state_;
-};
-
-/// The keyed hash of octets, sixteen at a time.
-inline U64 keyedHash(std::span<std::byte const> octets) noexcept {
-    auto const load = [](std::byte const* from, std::size_t count) {
+    static U64 load(std::byte const* from, std::size_t count) noexcept {
         U64 word = 0;
         std::memcpy(&word, from, count);
         return word;
-    };
+    }
+
+    U64 state_;
+};
+
+/// The keyed hash of octets.
+inline U64 keyedHash(std::span<std::byte const> octets) noexcept {
     KeyedHash hash(octets.size());
-    auto const* next = octets.data();
-    auto left = octets.size();
-    for (; left >= 16; left -= 16, next += 16) {
-        hash.add(load(next, 8), load(next + 8, 8));
-    }
-    if (left >= 8) {
-        hash.add(load(next, 8), load(next + left - 8, 8));
-    } else if (left >= 4) {
-        hash.add(load(next, 4), load(next + left - 4, 4));
-    } else if (left != 0) {
-        hash.add(load(next, left));
-    }
+    hash.add(octets);
     return hash.finish();
 }
 
