@@ -68,6 +68,9 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedup(ExtCommIp6ListDedupTable const* t
     MOX_ASSERT_TEXT(dedupState() == Kel::dedupHandleStateNeverDeduped(),
                     "__null == ( this ) || ( this )->dedupState() == "
                     "Kel::dedupHandleStateNeverDeduped()");
+    if (auto existing = adoptInterned(*table)) {
+        return existing;
+    }
     classify(true);
     return dedupIn(table);
 }

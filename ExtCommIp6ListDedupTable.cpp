@@ -23,6 +23,7 @@ ExtCommIp6ListDedupTable::ExtCommIp6ListDedupTable() {
 ExtCommIp6ListDedupTable::~ExtCommIp6ListDedupTable() = default;
 
 void ExtCommIp6ListDedupTable::handleInitialized() {
+    classificationTableReplaced_ = extCommClassification_ != nullptr;
     extCommClassification_ =
         Mox::makeActive<Kel::DedupHashTableUnorderedSet>(VoBgpGlobals::multiThreaded());
 }

@@ -1,5 +1,6 @@
 #include <VoBgp/VoBgpCommunityList.h>
 
+#include "VoBgpMemberOctets.h"
 #include "VoBgpStoredRecords.h"
 
 #include <Lumo/AutonomousSystem.h>
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <ostream>
 #include <span>
 #include <string_view>
@@ -236,7 +238,8 @@ U32 ValueCommList<Value>::hash() const {
 
 template <class Value>
 U64 ValueCommList<Value>::placementHash() const {
-    return Mox::keyedHash(std::as_bytes(std::span(begin(), end())));
+    MOX_ASSERT(commVectorSorted());
+    return octetsHeld_ ? Mox::keyedHash(octets()) : keyedHashOfMembers(*this, std::identity());
 }
 
 template <class Value>
@@ -253,12 +256,6 @@ bool ValueCommList<Value>::compareByContent(Kel::DedupContentHandle const& conte
 }
 
 template <class Value>
-void ValueCommList<Value>::commIs(Value const& value) {
-    MOX_ASSERT(!commVectorSorted());
-    commVector_.pushBack(value);
-}
-
-template <class Value>
 bool ValueCommList<Value>::comm(Value const& value) const {
     MOX_ASSERT(commVectorSorted());
     auto const* const found = commVectorLowerBound(commVector_, value);
@@ -266,11 +263,30 @@ bool ValueCommList<Value>::comm(Value const& value) const {
 }
 
 template <class Value>
-void ValueCommList<Value>::freeze() {
+void ValueCommList<Value>::freeze() noexcept {
     if (!commVectorSorted_) {
-        commVectorSort(commVector_);
+        commVectorUnify(commVector_);
         commVectorSorted_ = true;
     }
+}
+
+/// Most lists are interned already, and are looked up first: only one that is new gets memory for
+/// its octets. One that has them failed to be inserted before, or is known to be new.
+template <class Value>
+Kel::DedupHandle::PtrConst ValueCommList<Value>::dedupIn(CommListDedupTableBase const& table) {
+    if (!octetsHeld_) {
+        auto existing =
+            table.dedupTable()->find(placementHash(), [this](Kel::DedupHandle const& candidate) {
+                return commVector_ == static_cast<ValueCommList const&>(candidate).commVector_;
+            });
+        if (existing) {
+            return existing;
+        }
+        commVector_.fit(comms(), comms() * sizeof(Value));
+        storeMembers(*this, std::identity(), commVector_.tail());
+        octetsHeld_ = true;
+    }
+    return table.dedup(Kel::DedupHandle::Ptr(this));
 }
 
 // ---- Stores -------------------------------------------------------------------------------------
@@ -348,10 +364,11 @@ CommList::Ptr commListFactory() {
 CommList::PtrConst CommList::dedup(CommListDedupTable const* table) {
     MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     freeze();
-    noExport_ = comm(communityNoExport);
-    noAdvertise_ = comm(communityNoAdvertise);
-    noExportSubconfed_ = comm(communityNoExportSubconfed);
-    return Mox::staticPtrCast<CommList const>(table->dedup(Kel::DedupHandle::Ptr(this)));
+    bool const mayHoldThem = !empty() && *(end() - 1) >= communityNoExport;
+    noExport_ = mayHoldThem && comm(communityNoExport);
+    noAdvertise_ = mayHoldThem && comm(communityNoAdvertise);
+    noExportSubconfed_ = mayHoldThem && comm(communityNoExportSubconfed);
+    return Mox::staticPtrCast<CommList const>(dedupIn(*table));
 }
 
 bool CommList::noExport() const noexcept {
@@ -395,7 +412,7 @@ LargeCommList::Ptr largeCommListFactory() {
 LargeCommList::PtrConst LargeCommList::dedup(LargeCommListDedupTable const* table) {
     MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     freeze();
-    return Mox::staticPtrCast<LargeCommList const>(table->dedup(Kel::DedupHandle::Ptr(this)));
+    return Mox::staticPtrCast<LargeCommList const>(dedupIn(*table));
 }
 
 RouteMap::CommListSnapshot::Ptr LargeCommList::commSnapshot() const {

@@ -189,6 +189,13 @@ void ExtCommList::createClassificationListVector(bool dedupMode) {
 
 ExtCommList::PtrConst ExtCommList::dedup(ExtCommListDedupTable const* table) {
     MOX_ASSERT_TEXT(table != nullptr, "__null != table");
+    if (auto existing = adoptInterned(*table)) {
+        hasLinkBandwidth_ = existing->hasLinkBandwidth_;
+        hasLinkBandwidthWithUnspecifiedAsNumber_ =
+            existing->hasLinkBandwidthWithUnspecifiedAsNumber_;
+        hasOriginValidationState_ = existing->hasOriginValidationState_;
+        return existing;
+    }
     createClassificationListVector(true);
     auto const& lists = classificationLists();
     hasLinkBandwidth_ = lists[extCommClassificationLinkBandwidth] != nullptr;

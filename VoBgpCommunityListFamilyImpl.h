@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VoBgpMemberOctets.h"
 #include "VoBgpStoredRecords.h"
 
 #include <Mox/Assert.h>
@@ -9,8 +10,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <ostream>
 #include <span>
+#include <type_traits>
 #include <vector>
 
 // The bodies of the family's templates, for the sources that instantiate them.
@@ -32,6 +35,9 @@ U32 hashOfIdentities(Objects const& objects) noexcept {
     }
     return hash.finish();
 }
+
+/// What the octets of a member are made of.
+constexpr auto contentOf = [](auto const& comm) noexcept { return extCommKey(*comm); };
 
 /// Prints communities, each as it streams. The stream may run code that releases the last reference
 /// to the list: the members are held meanwhile.
@@ -141,11 +147,8 @@ U32 ExtCommListBase<Family>::hash() const {
 
 template <class Family>
 U64 ExtCommListBase<Family>::placementHash() const {
-    Mox::KeyedHash hash(this->commVector().size());
-    for (auto const& comm : *this) {
-        hash.add(comm->placementHash());
-    }
-    return hash.finish();
+    return this->octetsHeld() ? Mox::keyedHash(this->octets())
+                              : keyedHashOfMembers(*this, Detail::contentOf);
 }
 
 template <class Family>
@@ -245,6 +248,32 @@ auto ExtCommListBase<Family>::destashMembers(void const* stored, MoxStash::Store
 }
 
 // ---- Lists: freezing ----------------------------------------------------------------------------
+
+/// Equal members make equal lists: they are split alike into classification lists of one table. So
+/// a list that is there already is found by its members, without splitting anything. A list that
+/// holds its octets failed to be inserted before, or is known to be new.
+template <class Family>
+auto ExtCommListBase<Family>::adoptInterned(Table const& table) -> Mox::PtrConst<List> {
+    if (!classificationLists_.empty() || table.classificationTableReplaced()) {
+        return nullptr;
+    }
+    this->unifyComms();
+    if (this->octetsHeld()) {
+        return nullptr;
+    }
+    auto existing = Mox::staticPtrCast<List const>(
+        table.dedupTable()->find(placementHash(), [this](Kel::DedupHandle const& candidate) {
+            auto const& list = static_cast<ExtCommListBase const&>(candidate);
+            return list.octetsHeld() && list.commVector() == this->commVector();
+        }));
+    if (existing) {
+        classificationLists_.copy(existing->classificationLists_);
+        transitiveComms_ = existing->transitiveComms_;
+    } else {
+        this->holdOctets([this](std::byte* to) { storeMembers(*this, Detail::contentOf, to); });
+    }
+    return existing;
+}
 
 template <class Family>
 void ExtCommListBase<Family>::classify(bool dedupMode) {

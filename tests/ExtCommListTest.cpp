@@ -402,6 +402,26 @@ TEST_P(ExtCommLists, MatchesAreRememberedWhileTheListIsInterned) {
         << "another list, " << (list == place ? "" : "not ") << "in the same place";
 }
 
+TEST_P(ExtCommLists, ThatLostReadAsTheOneThatIsInterned) {
+    auto const list = intern({rt1, noAsBandwidth, validity});
+    auto const lost = fill({validity, rt1, noAsBandwidth, rt1});
+    ASSERT_EQ(lost->dedup(table.get()), list);
+    EXPECT_EQ(lost->dedupState(), Kel::dedupHandleStateNeverDeduped());
+    EXPECT_EQ(lost->hash(), list->hash());
+    EXPECT_TRUE(lost->compare(list.get()) && list->compare(lost.get()));
+    EXPECT_EQ(lost->totalTransitiveCommunities(), list->totalTransitiveCommunities());
+    EXPECT_TRUE(lost->hasLinkBandwidth() && lost->hasOriginValidationState());
+    EXPECT_EQ(lost->serialize(Serialization(0xe)), list->serialize(Serialization(0xe)));
+    EXPECT_EQ(lost->snapshot()->classificationLists(), list->snapshot()->classificationLists());
+}
+
+TEST_P(ExtCommLists, HitAllocatesTheListAndItsArrays) {
+    auto const list = intern({color, rt2, rt1});
+    auto const before = allocationsSoFar();
+    EXPECT_EQ(intern({rt1, rt2, color, color}), list);
+    EXPECT_LE(allocationsSoFar() - before, 3U) << "list, members, classification lists";
+}
+
 TEST_P(ExtCommLists, AppendedToThemselves) {
     auto const list = fill({rt2, rt1});
     list->append(list);

@@ -11,7 +11,10 @@
 #include <VoBgp/CommListSnapshot.h>
 #include <VoBgp/VoBgpMiscTypes.h>
 
+#include <cstddef>
+#include <cstring>
 #include <iosfwd>
+#include <span>
 
 namespace Routing::Bgp {
 
@@ -24,27 +27,30 @@ template <class ListType, class ValueType>
 VOBGP_EXPORT Mox::Ptr<ListType> destashCommList(void const* stored,
                                                 MoxStash::StoreManager* manager);
 
-/// Base of the lists whose members are plain values: exactly one object for each distinct set of
-/// values in a table.
+/// Base of the lists whose members are plain values: a table holds at most one object per distinct
+/// set of values.
 ///
-/// It is owned by its counted pointers and leaves its table with the last outside one. It is born
-/// unsorted, when values are appended and it is its maker's alone; `dedup` of the deriving class
-/// freezes it: sorted, each value once, and never changed again. Frozen it is immutable and may be
-/// read from any thread. Values are in host order.
+/// Reference-counted; the object is removed from its table when the last external reference is
+/// released. Fill with `commIs()` in any order; duplicates are allowed. `dedup()` of the derived
+/// class freezes the list: sorted, distinct, immutable and thread-safe from then on. Values are in
+/// host order; an interned list also holds their octets as on the wire.
 template <class Value>
 class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
   public:
     ~ValueCommList() override;
 
     // The interned-object contract: the values are what counts. A content to look up by is a
-    // `std::span<Value const>`, sorted, each value once.
+    // `std::span<Value const>`, sorted, each value once. The list is placed by its octets.
     U32 hash() const override;
     U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
     bool compareByContent(Kel::DedupContentHandle const& content) const override;
 
-    /// Appends a value, whatever is there already. Not to a frozen list (asserted).
-    void commIs(Value const& value);
+    /// Appends a value. REQUIRES: the list is not frozen (asserted).
+    void commIs(Value const& value) {
+        MOX_ASSERT(!commVectorSorted());
+        commVector_.pushBack(value);
+    }
 
     /// Whether the value is in the list, which must be frozen (asserted).
     bool comm(Value const& value) const;
@@ -70,16 +76,45 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
   protected:
     ValueCommList() noexcept = default;
 
-    /// Sorts the values, leaves each once, gives up unused memory. A list that is frozen already
-    /// stays as it is; one for which memory runs out keeps its values and can be frozen again.
-    void freeze();
+    /// Sorts the values and removes duplicates; a frozen list stays as it is. Guaranteed not to
+    /// throw.
+    void freeze() noexcept;
+
+    /// Interns a frozen list. If it is inserted, it gives up unused memory first: on
+    /// `std::bad_alloc` the list is unchanged.
+    Kel::DedupHandle::PtrConst dedupIn(CommListDedupTableBase const& table);
 
   private:
     template <class ListType, class ValueType>
     friend Mox::Ptr<ListType> destashCommList(void const* stored, MoxStash::StoreManager* manager);
+    friend class CommunityTables;
+
+    std::span<std::byte const> octets() const noexcept {
+        return {commVector_.tail(), comms() * sizeof(Value)};
+    }
+
+    /// Whether the list of an attribute value with these octets is this one.
+    bool standsFor(std::span<std::byte const> value) const noexcept {
+        return octetsHeld_ && value.size() == octets().size() &&
+               std::memcmp(value.data(), octets().data(), value.size()) == 0;
+    }
+
+    /// Fills an empty list with the values whose octets these are, sorted and distinct;
+    /// `load(std::byte const*)` returns a value.
+    template <class Load>
+    void fillSorted(std::span<std::byte const> octets, Load const& load) {
+        commVector_.fit(static_cast<U32>(octets.size() / sizeof(Value)), octets.size());
+        for (std::size_t at = 0; at < octets.size(); at += sizeof(Value)) {
+            commVector_.pushBack(load(octets.data() + at));
+        }
+        std::memcpy(commVector_.tail(), octets.data(), octets.size());
+        commVectorSorted_ = true;
+        octetsHeld_ = true;
+    }
 
     Mox::CompactVector<Value> commVector_;
     bool commVectorSorted_ = false;
+    bool octetsHeld_ = false;
 };
 
 extern template class ValueCommList<U32>;

@@ -61,6 +61,15 @@ class ClassificationListVector {
         }
     }
 
+    /// Takes the lists of another one. REQUIRES: this is empty.
+    void copy(ClassificationListVector const& other) {
+        if (!other.empty()) {
+            reserve(other.count());
+            std::copy(other.begin(), other.end(), lists_.get());
+            present_ = other.present_;
+        }
+    }
+
     void clear() noexcept {
         present_ = 0;
         capacity_ = 0;

@@ -6,6 +6,7 @@
 #include <VoBgp/ExtCommIp6.h>
 #include <VoBgp/ExtCommListFamily.h>
 
+#include <cstddef>
 #include <iosfwd>
 
 namespace Routing::Bgp {
@@ -28,6 +29,9 @@ struct VOBGP_EXPORT ExtCommIp6ListFamily {
 
     /// Of the lists in a store.
     static U32 const storedKind;
+
+    /// Of a member in a path attribute.
+    static constexpr std::size_t memberOctets = 20;
 
     // The places in the attribute table of a list's snapshot.
     static constexpr Mox::AttributeNumber listSnapshotCommAttribute = 0;

@@ -19,9 +19,13 @@ class VOBGP_EXPORT ExtCommIp6ListDedupTable : public CommListDedupTableBase {
     ExtCommIp6ListDedupTable();
     ~ExtCommIp6ListDedupTable() override;
 
-    /// Makes a new table of classification lists and lets go of the one there is. The constructor
-    /// has done so once.
+    /// Creates a new table of classification lists and releases the current one. Called once by the
+    /// constructor.
     void handleInitialized();
+
+    /// Whether lists may be interned here that were split into the classification lists of an
+    /// earlier table: then equal members do not make equal lists.
+    bool classificationTableReplaced() const noexcept { return classificationTableReplaced_; }
 
     Kel::DedupHashTable::Ptr const& extCommClassification() const noexcept {
         return extCommClassification_;
@@ -32,6 +36,7 @@ class VOBGP_EXPORT ExtCommIp6ListDedupTable : public CommListDedupTableBase {
 
   private:
     Kel::DedupHashTable::Ptr extCommClassification_;
+    bool classificationTableReplaced_ = false;
 };
 
 /// A new, empty table with its notifications switched on.

@@ -9,6 +9,7 @@
 #include <VoBgp/ExtCommListFamily.h>
 #include <VoBgp/VoBgpCommunity.h>
 
+#include <cstddef>
 #include <iosfwd>
 #include <string_view>
 
@@ -33,6 +34,9 @@ struct VOBGP_EXPORT ExtCommListFamily {
 
     /// Of the lists in a store.
     static U32 const storedKind;
+
+    /// Of a member in a path attribute.
+    static constexpr std::size_t memberOctets = 8;
 
     // The places in the attribute table of a list's snapshot.
     static constexpr Mox::AttributeNumber listSnapshotClassificationListAttribute = 0;

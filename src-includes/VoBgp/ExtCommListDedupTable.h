@@ -181,6 +181,9 @@ class VOBGP_EXPORT ExtCommListDedupTable : public CommListDedupTableBase {
         return rtExtCommClassificationListDedupTable_;
     }
 
+    /// As ExtCommIp6ListDedupTable::classificationTableReplaced(): here, never.
+    static constexpr bool classificationTableReplaced() noexcept { return false; }
+
     /// A new, empty collection in place of the one there is, which the notifiee goes on feeding.
     void notifyingRtExtCommListCollectionIs();
     void notifyingRtExtCommListCollectionDel() noexcept;

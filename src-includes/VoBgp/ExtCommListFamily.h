@@ -14,7 +14,12 @@
 #include <VoBgp/VoBgpCommunityListImpl.h>
 #include <VoBgp/VoBgpCommunityPacketTypes.h>
 
+#include <atomic>
+#include <cstddef>
+#include <cstring>
 #include <iosfwd>
+#include <span>
+#include <utility>
 
 /// What the lists of extended communities of both widths have in common: eight octets, and the
 /// twenty of an IPv6-address-specific one. `Family` is the row that holds what differs.
@@ -25,11 +30,11 @@ struct StoredListHead;
 template <class Family>
 class VOBGP_EXPORT ExtCommListBase;
 
-/// Base of both kinds of lists: an interned object, which `Handle` is, and its members.
+/// Base of both kinds of lists: an interned object, `Handle`, and its members.
 ///
-/// It holds a reference to each member. Whoever makes it fills it, in any order and with repeats,
-/// then sorts it. Thread-compatible until it is interned; then it never changes and may be read
-/// from any thread.
+/// Holds a reference to each member. Fill with `commIs()` in any order; duplicates are allowed.
+/// Call `sortComms()` before look-ups. Thread-compatible until it is interned, immutable
+/// afterwards.
 template <class Family, class Handle>
 class ExtCommMembers : public Handle {
   public:
@@ -40,26 +45,29 @@ class ExtCommMembers : public Handle {
 
     /// Appends a community.
     /// REQUIRES: the community is interned or rebuilt from a store, the list neither (asserted).
-    void commIs(CommPtr const& comm) {
+    void commIs(CommPtr const& comm) { commIs(CommPtr(comm)); }
+    void commIs(CommPtr&& comm) {
         assertMayBeFilled();
-        ExtCommVectorAdd(comm, commVector_);
+        ExtCommVectorAdd(std::move(comm), commVector_);
         commVectorSorted_ = false;
+        octetsHeld_ = false;
     }
 
     /// Reserves room for that many members in all. REQUIRES: as commIs().
     void expectedCommunityCountIs(U32 communityCount) {
         assertMayBeFilled();
         commVector_.reserve(communityCount);
+        octetsHeld_ = false;
     }
 
-    /// Sorts the members by their octets and leaves each once. If memory for that runs out, all are
-    /// there still and this can be done again.
+    /// Sorts the members by their octets and removes duplicates: the first of equal ones stays. On
+    /// `std::bad_alloc` no distinct member is lost and this can be done again.
     void sortComms() {
         ExtCommVectorSort(commVector_);
         commVectorSorted_ = true;
     }
 
-    /// Whether the members are sorted, each there once.
+    /// Whether the members are sorted and distinct.
     bool commVectorSorted() const noexcept { return commVectorSorted_; }
 
     /// The member with those octets, or null. The list must be sorted (asserted).
@@ -79,10 +87,11 @@ class ExtCommMembers : public Handle {
 
   protected:
     /// Appends the members of another list, or of this one.
-    void addAll(CommVector const& others) {
+    void addAll(std::span<CommPtr const> others) {
         assertMayBeFilled();
         commVector_.append(others);
         commVectorSorted_ = commVectorSorted_ && others.empty();
+        octetsHeld_ = false;
     }
 
     /// For a list that was rebuilt: its members are known to be sorted, each there once.
@@ -91,7 +100,47 @@ class ExtCommMembers : public Handle {
     CommVector& commVectorNonConst() noexcept {
         assertMayBeFilled();
         commVectorSorted_ = false;
+        octetsHeld_ = false;
         return commVector_;
+    }
+
+    /// Sorts the members and removes duplicates, as sortComms(), but keeps unused memory.
+    /// Guaranteed not to throw.
+    void unifyComms() noexcept {
+        commVectorUnify(commVector_, [](CommPtr const& comm) { return extCommKey(*comm); });
+        commVectorSorted_ = true;
+    }
+
+    /// Whether the members' octets are held next to them. Not so of a list that was never interned
+    /// or is filled further.
+    bool octetsHeld() const noexcept { return octetsHeld_; }
+
+    /// The members as path attributes carry them. REQUIRES: they are held.
+    std::span<std::byte const> octets() const noexcept {
+        return {commVector_.tail(), std::size_t{commVector_.size()} * Family::memberOctets};
+    }
+
+    /// Fills an empty list with the members whose octets these are, sorted and distinct;
+    /// `load(std::byte const*)` returns a member. If that throws, the list has some of them.
+    template <class Load>
+    void fillSorted(std::span<std::byte const> octets, Load const& load) {
+        commVector_.fit(static_cast<U32>(octets.size() / Family::memberOctets), octets.size());
+        for (std::size_t at = 0; at < octets.size(); at += Family::memberOctets) {
+            commIs(load(octets.data() + at));
+        }
+        std::memcpy(commVector_.tail(), octets.data(), octets.size());
+        commVectorSorted_ = true;
+        octetsHeld_ = true;
+    }
+
+    /// Holds the octets that `store(std::byte*)` writes, and gives up memory that the members do
+    /// not need. On `std::bad_alloc` the list is unchanged.
+    template <class Store>
+    void holdOctets(Store const& store) {
+        auto const size = commVector_.size();
+        commVector_.fit(size, std::size_t{size} * Family::memberOctets);
+        store(commVector_.tail());
+        octetsHeld_ = true;
     }
 
   private:
@@ -104,6 +153,7 @@ class ExtCommMembers : public Handle {
 
     CommVector commVector_;
     bool commVectorSorted_ = false;
+    bool octetsHeld_ = false;
 };
 
 /// The communities of one class (RFC 4360 and others: route targets, route origins, ...) in a list:
@@ -177,7 +227,8 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
     ~ExtCommListBase() override;
 
     // The interned-object contract: the classification lists' identities are what counts, ten at
-    // most; the members follow from them. A content to look up by is a `ClassificationLists`.
+    // most; the members follow from them. A content to look up by is a `ClassificationLists`. The
+    // list is placed by the octets of its members.
     U32 hash() const override;
     U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
@@ -216,8 +267,14 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
     static Mox::Ptr<List> destashMembers(void const* stored, MoxStash::StoreManager* manager,
                                          StoredListHead& head);
 
-    /// Freezes the members and appends each to the classification list of its class. If memory runs
-    /// out, there are no classification lists afterwards and this can be done again. `dedupMode`
+    /// Looks for the list with the same members in the table. If it is there, takes over its
+    /// classification lists and what was found out about its members, and returns it; else returns
+    /// null. The members are sorted and distinct afterwards. On `std::bad_alloc` there are no
+    /// classification lists and this can be done again.
+    Mox::PtrConst<List> adoptInterned(Table const& table);
+
+    /// Freezes the members and appends each to the classification list of its class. On
+    /// `std::bad_alloc` there are no classification lists and this can be done again. `dedupMode`
     /// is for a list that will be interned, and counts its transitive members.
     void classify(bool dedupMode);
 
@@ -231,8 +288,25 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
     U32 transitiveComms() const noexcept { return transitiveComms_; }
 
   private:
+    friend class CommunityTables;
+
     void splitMembers(bool dedupMode);
 
+    /// Whether the list of an attribute value with these octets is this one, for the
+    /// CommunityTables that the list is interned in.
+    bool standsFor(std::span<std::byte const> value) const noexcept {
+        return identifiedByOctets_.load(std::memory_order_relaxed) &&
+               value.size() == this->octets().size() &&
+               std::memcmp(value.data(), this->octets().data(), value.size()) == 0;
+    }
+
+    /// The members of this interned list are those that its CommunityTables parse its octets into.
+    /// That stays true as long as it is interned: it holds them.
+    void identifiedByOctetsIs() const noexcept {
+        identifiedByOctets_.store(this->octetsHeld(), std::memory_order_relaxed);
+    }
+
+    mutable std::atomic<bool> identifiedByOctets_{false};
     U32 transitiveComms_ = 0;
     // What a deriving class adds begins in what is left of the last word.
     [[no_unique_address]] ClassificationLists classificationLists_;

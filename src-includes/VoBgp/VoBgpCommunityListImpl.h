@@ -19,6 +19,7 @@
 #include <ostream>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 /// What all kinds of lists of communities are made with: sorted vectors, text, the path attribute.
 
@@ -34,13 +35,22 @@ bool commVectorAscends(Members const& members, KeyOf keyOf = {}) {
            }) == members.end();
 }
 
-/// Sorts the members by key, leaves one of each key, and gives the vector exactly that size. If
-/// memory for that runs out, the members are all there and this can be done again.
+/// Sorts the members by key and leaves the first one of each key, unless they ascend already.
+/// Allocates nothing for a short vector. Guaranteed not to throw.
 template <class Member, class KeyOf = std::identity>
-void commVectorSort(Mox::CompactVector<Member>& members, KeyOf keyOf = {}) {
+void commVectorUnify(Mox::CompactVector<Member>& members, KeyOf keyOf = {}) {
+    if (commVectorAscends(members, keyOf)) {
+        // The usual case: most peers send their communities sorted.
+        return;
+    }
     auto const before = [&](Member const& a, Member const& b) { return keyOf(a) < keyOf(b); };
     if constexpr (std::is_trivially_copyable_v<Member>) {
         std::sort(members.begin(), members.end(), before);
+    } else if (members.size() <= 32) {
+        // Stable, as below, without its buffer.
+        for (auto* next = members.begin(); next != members.end(); ++next) {
+            std::rotate(std::upper_bound(members.begin(), next, *next, before), next, next + 1);
+        }
     } else {
         // Of two objects with one value the one that was appended first stays.
         std::stable_sort(members.begin(), members.end(), before);
@@ -49,7 +59,6 @@ void commVectorSort(Mox::CompactVector<Member>& members, KeyOf keyOf = {}) {
         std::unique(members.begin(), members.end(),
                     [&](Member const& a, Member const& b) { return keyOf(a) == keyOf(b); });
     members.eraseFrom(end);
-    members.shrinkToFit();
 }
 
 /// The first member of a sorted vector whose key is not less than that; the end if there is none.
@@ -68,26 +77,21 @@ Member const* commVectorLowerBound(Mox::CompactVector<Member> const& members, Ke
 
 /// Appends a community, which must be interned (asserted). Order comes with ExtCommVectorSort().
 template <class Comm>
-void ExtCommVectorAdd(Mox::PtrConst<Comm> const& comm,
-                      Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
+void ExtCommVectorAdd(Mox::PtrConst<Comm> comm, Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
     MOX_ASSERT_TEXT(comm != nullptr, "__null != comm");
     MOX_ASSERT_TEXT(comm->dedupState() != Kel::dedupHandleStateNeverDeduped(),
                     "__null == ( comm ) || ( comm )->dedupState() != "
                     "Kel::dedupHandleStateNeverDeduped()");
-    vector.pushBack(comm);
+    vector.pushBack(std::move(comm));
 }
 
-/// Sorts the communities by their octets, leaves one of each, and gives the vector exactly that
-/// size. If memory for that runs out, all are there and this can be done again.
+/// Sorts the communities by their octets, leaves the first of equal ones, and gives the vector
+/// exactly that size. On `std::bad_alloc` all distinct communities are still there and this can be
+/// done again.
 template <class Comm>
 void ExtCommVectorSort(Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
-    auto const keyOf = [](Mox::PtrConst<Comm> const& comm) { return extCommKey(*comm); };
-    if (commVectorAscends(vector, keyOf)) {
-        // What a peer sends is, as a rule; and so is what was split off a sorted vector.
-        vector.shrinkToFit();
-    } else {
-        commVectorSort(vector, keyOf);
-    }
+    commVectorUnify(vector, [](Mox::PtrConst<Comm> const& comm) { return extCommKey(*comm); });
+    vector.shrinkToFit();
 }
 
 /// The community with those octets in a vector that must be sorted (asserted), or null.
