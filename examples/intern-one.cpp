@@ -1,19 +1,21 @@
-// The smallest use of the library: two routes that carry one community share one object.
+// A minimal agent: two routes that carry the same communities share one list.
 //! [intern one]
-#include <VoBgp/Parse/ExtComm.h>
-#include <VoBgp/VoBgpCommunity.h>
+#include <VoBgp/CommunityTables.h>
 #include <iostream>
 
 using namespace Routing::Bgp;
 
 int main() {
-    auto const parsing = bgpParseExtCommContainerSmFactory();
-    auto const table = extCommDedupTableFactory(parsing->extCommParser());
-    ExtCommContent const onTheWire(0x0002'fbf4'0000'0007); // route target 64500:7
-    auto const first = ExtComm::dedupContent(table.get(), onTheWire);
-    auto const second = ExtComm::dedupContent(table.get(), onTheWire);
-    std::cout << *first << '\n'
-              << (first == second ? "one object" : "two objects") << " for both routes, "
-              << table->dedupHashTable()->size() << " in the table\n";
+    CommunityTables const tables;
+    // Attribute 16, EXTENDED COMMUNITIES, as two peers send it: route targets 64500:9 and 64500:7.
+    unsigned char const value[] = {0, 2, 251, 244, 0, 0, 0, 9, 0, 2, 251, 244, 0, 0, 0, 7};
+    auto const first = tables.extCommList(std::as_bytes(std::span(value)));
+    auto const second = tables.extCommList(std::as_bytes(std::span(value)));
+    if (!first) {
+        return 1; // malformed, or no list can hold it: first.verdict
+    }
+    std::cout << *first.list << '\n'
+              << (first.list == second.list ? "one list" : "two lists") << " for both routes, "
+              << tables.routeTargets()->rts() << " route targets in use\n";
 }
 //! [intern one]

@@ -4,8 +4,8 @@
 #include <Lumo/IpAddr.h>
 #include <Mox/CharBuffer.h>
 #include <Mox/Type.h>
+#include <VoBgp/CommunityTables.h>
 #include <VoBgp/Parse/ExtComm.h>
-#include <VoBgp/VoBgpCommunity.h>
 
 #include <iostream>
 
@@ -95,8 +95,9 @@ Type const& OspfRouteTypeSm::staticType() noexcept {
 } // namespace
 
 int main() {
-    auto const container = bgpParseExtCommContainerSmFactory();
-    auto const rule = container->extCommParser();
+    CommunityTables const tables;
+    auto const& parsing = tables.parsing();
+    auto const rule = parsing->extCommParser();
     auto const show = [&rule](U64 community) {
         std::cout << '"' << rule->showString(community, false, false, false) << "\"\n";
     };
@@ -104,8 +105,8 @@ int main() {
     show(ospfRouteType);
 
     // The rules are there already: the plug-in catches up on them.
-    container->extCommParserSmsEnq(
-        Mox::makeActive<OspfRouteTypeSm>(container->parseExtCommRuleCollections()));
+    parsing->extCommParserSmsEnq(
+        Mox::makeActive<OspfRouteTypeSm>(parsing->parseExtCommRuleCollections()));
     show(ospfRouteType);
     show(0x030b'0000'0000'0064); // a color is a color still
 }

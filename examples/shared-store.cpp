@@ -2,8 +2,7 @@
 //! [shared store]
 #include <MoxStash/StoreManager.h>
 #include <MoxStash/StorePublisher.h>
-#include <VoBgp/Parse/ExtCommContainer.h>
-#include <VoBgp/VoBgpCommunityList.h>
+#include <VoBgp/CommunityTables.h>
 
 #include <iostream>
 
@@ -13,15 +12,11 @@ namespace {
 
 /// The agent: interns a list and publishes it under a name.
 void leave(std::string const& store) {
-    auto const parsing = bgpParseExtCommContainerSmFactory();
-    auto const values = extCommDedupTableFactory(parsing->extCommParser());
-    auto const lists = extCommListDedupTableFactory();
-    auto const targets = extCommListFactory();
-    for (U64 const onTheWire : {0x0002'fbf4'0000'0008U, 0x0002'fbf4'0000'0007U}) {
-        targets->commIs(ExtComm::dedupContent(values.get(), ExtCommContent(onTheWire)));
-    }
+    CommunityTables const tables;
+    unsigned char const value[] = {0, 2, 251, 244, 0, 0, 0, 8, 0, 2, 251, 244, 0, 0, 0, 7};
+    auto const targets = tables.extCommList(std::as_bytes(std::span(value)));
     MoxStash::StoreWriter writer;
-    writer.rootIs("targets", targets->dedup(lists.get())->stash(writer));
+    writer.rootIs("targets", targets.list->stash(writer));
     MoxStash::publishStore(writer, store);
 }
 

@@ -1,0 +1,225 @@
+#include <VoBgp/CommunityTables.h>
+
+#include "VoBgpMemberOctets.h"
+
+#include <Kel/DedupHandle.h>
+#include <Mox/Hash.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+namespace Routing::Bgp {
+
+namespace {
+
+using Octets = std::span<std::byte const>;
+
+constexpr std::size_t maximumOctets = 0xffff;
+
+AttributeVerdict lengthVerdict(std::size_t octets, std::size_t memberOctets) noexcept {
+    return octets == 0                  ? AttributeVerdict::empty
+           : octets > maximumOctets     ? AttributeVerdict::tooLong
+           : octets % memberOctets != 0 ? AttributeVerdict::badLength
+                                        : AttributeVerdict::accepted;
+}
+
+/// A value with its members sorted and distinct: the value itself if they are, else a copy.
+template <class Content>
+class CanonicalOctets {
+  public:
+    explicit CanonicalOctets(Octets value)
+      : octets_(value) {
+        if (!ascend()) {
+            sortCopy();
+        }
+    }
+    CanonicalOctets(CanonicalOctets const&) = delete;
+    CanonicalOctets& operator=(CanonicalOctets const&) = delete;
+
+    Octets octets() const noexcept { return octets_; }
+
+  private:
+    static constexpr std::size_t memberOctets = MemberOctets<Content>::count;
+    using Member = std::array<std::byte, memberOctets>;
+
+    bool ascend() const noexcept {
+        for (std::size_t at = memberOctets; at < octets_.size(); at += memberOctets) {
+            auto const* const member = octets_.data() + at;
+            if (!MemberOctets<Content>::less(member - memberOctets, member)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    void sortCopy() {
+        auto* copy = local_.data();
+        if (octets_.size() > local_.size()) {
+            large_ = std::make_unique_for_overwrite<std::byte[]>(octets_.size());
+            copy = large_.get();
+        }
+        std::memcpy(copy, octets_.data(), octets_.size());
+        auto* const first = reinterpret_cast<Member*>(copy);
+        auto* const last = first + octets_.size() / memberOctets;
+        std::sort(first, last, [](Member const& a, Member const& b) {
+            return MemberOctets<Content>::less(a.data(), b.data());
+        });
+        octets_ = {copy, static_cast<std::size_t>(std::unique(first, last) - first) * memberOctets};
+    }
+
+    Octets octets_;
+    std::unique_ptr<std::byte[]> large_;
+    std::array<std::byte, 1024> local_;
+};
+
+/// What a list's contracts say about the members of one class: at most one, and that one not
+/// transitive. See ExtCommList::serializableCommunities().
+template <class List>
+AttributeVerdict classVerdict(List const& list, ExtCommClassification classification,
+                              AttributeVerdict several, AttributeVerdict transitive) {
+    auto const isOne = [&](auto const& comm) { return comm->classification() == classification; };
+    auto const one = std::find_if(list.begin(), list.end(), isOne);
+    if (one == list.end()) {
+        return AttributeVerdict::accepted;
+    }
+    if (std::find_if(one + 1, list.end(), isOne) != list.end()) {
+        return several;
+    }
+    return (*one)->transitive() ? transitive : AttributeVerdict::accepted;
+}
+
+AttributeVerdict membersVerdict(ExtCommList const& list) {
+    auto const verdict = classVerdict(list, extCommClassificationLinkBandwidth,
+                                      AttributeVerdict::severalLinkBandwidths,
+                                      AttributeVerdict::transitiveLinkBandwidth);
+    return verdict != AttributeVerdict::accepted
+               ? verdict
+               : classVerdict(list, extCommClassificationOriginValidationState,
+                              AttributeVerdict::severalOriginValidationStates,
+                              AttributeVerdict::transitiveOriginValidationState);
+}
+
+/// Nothing counts these lists' members by class.
+AttributeVerdict membersVerdict(ExtCommIp6List const& /*list*/) {
+    return AttributeVerdict::accepted;
+}
+
+ExtComm::PtrConst interned(ExtCommDedupTable const& table, U64 content) {
+    return ExtComm::dedupContent(&table, ExtCommContent(content));
+}
+
+ExtCommIp6::PtrConst interned(ExtCommIp6DedupTable const& table, ExtCommIp6Content const& content) {
+    return ExtCommIp6::dedupContent(&table, content);
+}
+
+} // namespace
+
+/// How a list is found by its octets and, if it is not there, made by `make(octets)` of octets that
+/// are sorted and distinct.
+struct CommunityTables::Decoder {
+    /// `definitive`: null means that there is no such list, not just that it is not where most are.
+    template <class List, bool definitive, class Table>
+    static Mox::PtrConst<List> find(Table const& table, Octets octets) {
+        if constexpr (requires { table.classificationTableReplaced(); }) {
+            if (table.classificationTableReplaced()) [[unlikely]] {
+                return nullptr;
+            }
+        }
+        auto const& lists = *table.dedupTable();
+        auto const placement = Mox::keyedHash(octets);
+        auto const matches = [octets](Kel::DedupHandle const& candidate) {
+            return static_cast<List const&>(candidate).standsFor(octets);
+        };
+        return Mox::staticPtrCast<List const>(definitive ? lists.find(placement, matches)
+                                                         : lists.findFast(placement, matches));
+    }
+
+    template <class Content, class List, class Table, class Make>
+    [[gnu::noinline]] static DecodedList<List> missed(Table const& table, Octets value,
+                                                      Make const& make) {
+        auto const verdict = lengthVerdict(value.size(), MemberOctets<Content>::count);
+        if (verdict != AttributeVerdict::accepted) {
+            return {nullptr, verdict};
+        }
+        CanonicalOctets<Content> const canonical(value);
+        if (auto list = find<List, true>(table, canonical.octets())) {
+            return {std::move(list), AttributeVerdict::accepted};
+        }
+        return make(canonical.octets());
+    }
+
+    template <class Content, class List, class Table, class Make>
+    static DecodedList<List> decode(Table const& table, Octets value, Make const& make) {
+        // An empty list, or one too long for an attribute, may be interned all the same.
+        if (value.size() - 1 < maximumOctets) [[likely]] {
+            if (auto list = find<List, false>(table, value)) {
+                return {std::move(list), AttributeVerdict::accepted};
+            }
+        }
+        return missed<Content, List>(table, value, make);
+    }
+
+    /// A list of plain values.
+    template <class Content, class List, class Table>
+    static DecodedList<List> values(Table const& table, Octets value) {
+        return decode<Content, List>(table, value, [&table](Octets octets) -> DecodedList<List> {
+            auto const list = Mox::makeActive<List>();
+            list->fillSorted(octets, MemberOctets<Content>::load);
+            return {list->dedup(&table), AttributeVerdict::accepted};
+        });
+    }
+
+    /// A list of interned communities. Octets do not decide alone which list it is: one may be in
+    /// the table whose members have the same octets but are other objects, destashed or interned in
+    /// another table. So a list is found by its octets only once it came out of here.
+    template <class Content, class List, class Table, class CommTable>
+    static DecodedList<List> communities(Table const& table, CommTable const& comms, Octets value) {
+        auto const make = [&](Octets octets) -> DecodedList<List> {
+            auto const list = Mox::makeActive<List>();
+            list->fillSorted(octets, [&comms](std::byte const* from) {
+                return interned(comms, MemberOctets<Content>::load(from));
+            });
+            auto const verdict = membersVerdict(*list);
+            if (verdict != AttributeVerdict::accepted) {
+                return {nullptr, verdict};
+            }
+            auto result = list->dedup(&table);
+            result->identifiedByOctetsIs();
+            return {std::move(result), AttributeVerdict::accepted};
+        };
+        return decode<Content, List>(table, value, make);
+    }
+};
+
+CommunityTables::CommunityTables()
+  : parsing_(bgpParseExtCommContainerSmFactory())
+  , extComms_(extCommDedupTableFactory(parsing_->extCommParser()))
+  , extCommIp6s_(extCommIp6DedupTableFactory(parsing_->extCommParser()))
+  , commLists_(commListDedupTableFactory())
+  , extCommLists_(extCommListDedupTableFactory())
+  , extCommIp6Lists_(extCommIp6ListDedupTableFactory())
+  , largeCommLists_(largeCommListDedupTableFactory()) {}
+
+CommunityTables::~CommunityTables() = default;
+
+DecodedList<CommList> CommunityTables::commList(Octets value) const {
+    return Decoder::values<U32, CommList>(*commLists_, value);
+}
+
+DecodedList<ExtCommList> CommunityTables::extCommList(Octets value) const {
+    return Decoder::communities<U64, ExtCommList>(*extCommLists_, *extComms_, value);
+}
+
+DecodedList<ExtCommIp6List> CommunityTables::extCommIp6List(Octets value) const {
+    return Decoder::communities<ExtCommIp6Content, ExtCommIp6List>(*extCommIp6Lists_, *extCommIp6s_,
+                                                                   value);
+}
+
+DecodedList<LargeCommList> CommunityTables::largeCommList(Octets value) const {
+    return Decoder::values<Acl::CommunityValue, LargeCommList>(*largeCommLists_, value);
+}
+
+} // namespace Routing::Bgp
