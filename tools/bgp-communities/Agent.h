@@ -1,18 +1,10 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string_view>
 #include <vector>
 
-#include <VoBgp/ExtCommIp6DedupTable.h>
-#include <VoBgp/ExtCommIp6List.h>
-#include <VoBgp/ExtCommIp6ListDedupTable.h>
-#include <VoBgp/ExtCommListDedupTable.h>
-#include <VoBgp/NotifyingRouteTargetList.h>
-#include <VoBgp/Parse/ExtCommContainer.h>
-#include <VoBgp/VoBgpCommunity.h>
-#include <VoBgp/VoBgpCommunityList.h>
+#include <VoBgp/CommunityTables.h>
 
 #include "OctetReader.h"
 #include "PathAttributes.h"
@@ -20,25 +12,19 @@
 namespace BgpCommunities {
 
 /**
- * The smallest honest routing agent: what a process needs to have to intern communities.
+ * The program's routing agent: the library's tables, and what the commands report about them.
  *
- * It owns the parse rules and the intern tables that parse by them. Thread-safe if the process was
- * in the thread-safe mode when it was made (docs/threads.md), else thread-compatible. What never
- * changes: every community and every list that the program speaks of came out of these tables.
- *
- * The values that it interns are those of whole attributes, whose length is a multiple of a
- * member's and fits an attribute; what no list can hold has been refused before
- * (AttributeVerdict.h).
+ * Thread-safe if the process was in thread-safe mode when it was made (docs/threads.md), else
+ * thread-compatible. Every community and list that the program handles was interned here or
+ * rebuilt from a store.
  */
 class Agent {
   public:
-    Agent();
-
-    // The interned list that a value stands for, by the kind of attribute.
-    Routing::Bgp::CommList::PtrConst standardList(Octets value);
-    Routing::Bgp::ExtCommList::PtrConst extendedList(Octets value);
-    Routing::Bgp::ExtCommIp6List::PtrConst ip6List(Octets value);
-    Routing::Bgp::LargeCommList::PtrConst largeList(Octets value);
+    // The interned list for the value of an attribute, by the kind of attribute.
+    Routing::Bgp::DecodedList<Routing::Bgp::CommList> standardList(Octets value) const;
+    Routing::Bgp::DecodedList<Routing::Bgp::ExtCommList> extendedList(Octets value) const;
+    Routing::Bgp::DecodedList<Routing::Bgp::ExtCommIp6List> ip6List(Octets value) const;
+    Routing::Bgp::DecodedList<Routing::Bgp::LargeCommList> largeList(Octets value) const;
 
     /** How many different objects of one sort somebody holds. */
     struct Held {
@@ -59,15 +45,7 @@ class Agent {
     [[nodiscard]] std::size_t tableOctets(CommunityKind kind) const;
 
   private:
-    Routing::Bgp::ExtComm::PtrConst extComm(std::uint64_t member);
-
-    Routing::Bgp::BgpParseExtCommContainerSm::Ptr const parsers_;
-    Routing::Bgp::ExtCommDedupTable::Ptr const extComms_;
-    Routing::Bgp::ExtCommIp6DedupTable::Ptr const extCommIp6s_;
-    Routing::Bgp::CommListDedupTable::Ptr const standardLists_;
-    Routing::Bgp::ExtCommListDedupTable::Ptr const extendedLists_;
-    Routing::Bgp::ExtCommIp6ListDedupTable::Ptr const ip6Lists_;
-    Routing::Bgp::LargeCommListDedupTable::Ptr const largeLists_;
+    Routing::Bgp::CommunityTables const tables_;
 };
 
 } // namespace BgpCommunities

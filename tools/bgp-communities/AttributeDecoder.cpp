@@ -1,6 +1,7 @@
 #include "AttributeDecoder.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "AttributeVerdict.h"
 #include "ListFormatter.h"
@@ -14,23 +15,6 @@ namespace {
 
 // ---- Selections: what a list sends, by what the receiver may have -------------------------------
 
-/**
- * Writes the attribute that a selection sends; null if the count that the library announces for it
- * is not that of the members that it writes, which the library asserts that nobody asks for.
- */
-void writeSelection(JsonWriter& json, ExtCommList const& list, U32 word) {
-    ExtCommList::Serialization const selection(word);
-    U32 sent = 0;
-    for (auto const& member : list) {
-        sent += ExtCommList::serializable(member, selection) ? 1 : 0;
-    }
-    if (list.serializableCommunities(selection) == sent) {
-        json.octets(octetsOf(list.serialize(selection)));
-    } else {
-        json.null();
-    }
-}
-
 void writeSelections(JsonWriter& json, ExtCommList const& list) {
     struct Selection {
         std::string_view name;
@@ -41,8 +25,7 @@ void writeSelections(JsonWriter& json, ExtCommList const& list) {
     };
     json.key("selections").beginObject();
     for (auto const& [name, word] : selections) {
-        json.key(name);
-        writeSelection(json, list, word);
+        json.key(name).octets(octetsOf(list.serialize(ExtCommList::Serialization(word))));
     }
     json.endObject();
 }
@@ -77,15 +60,9 @@ class ListDecoder final : public AttributeDecoder {
       , agent_(agent) {}
 
     std::string decode(Octets value) override {
-        list_ = nullptr;
-        std::string fault = malformation(kind(), value);
-        if (fault.empty()) {
-            fault = refusal(kind(), value);
-        }
-        if (fault.empty()) {
-            list_ = Kind::intern(agent_, value);
-        }
-        return fault;
+        auto decoded = Kind::decode(agent_, value);
+        list_ = std::move(decoded.list);
+        return verdictText(decoded.verdict, kind(), value.size());
     }
 
     void appendText(std::string& out) override {

@@ -34,21 +34,21 @@ void ListCounter::count(RecordPosition const& at, std::span<CommunityAttribute c
 void ListCounter::count(RecordPosition const& at, CommunityAttribute const& attribute) {
     auto const kind = static_cast<std::size_t>(attribute.kind);
     Place const& place = seen_[kind].find(attribute.value, [&](Place& made) {
-        bool const isRefused = !refusal(attribute.kind, attribute.value).empty();
-        made.uses = isRefused ? nullptr : &lists_[kind]->of(attribute.value);
+        made.uses = lists_[kind]->of(attribute.value, made.verdict);
     });
     if (place.uses != nullptr) {
         ++*place.uses;
     } else {
-        countRefused(at, attribute);
+        countRefused(at, attribute, place.verdict);
     }
 }
 
-void ListCounter::countRefused(RecordPosition const& at, CommunityAttribute const& attribute) {
+void ListCounter::countRefused(RecordPosition const& at, CommunityAttribute const& attribute,
+                               Routing::Bgp::AttributeVerdict verdict) {
     Refused& refused = refused_[static_cast<std::size_t>(attribute.kind)];
     ++refused.attributes;
     refused.members += attribute.members();
-    refuse(at, refusal(attribute.kind, attribute.value));
+    refuse(at, verdictText(verdict, attribute.kind, attribute.value.size()));
 }
 
 } // namespace BgpCommunities

@@ -52,13 +52,15 @@ class ListCounter final : public DumpHandler {
     /** Where a value is counted; nowhere if it is refused. */
     struct Place {
         std::uint64_t* uses = nullptr;
+        Routing::Bgp::AttributeVerdict verdict = Routing::Bgp::AttributeVerdict::accepted;
 
         static constexpr std::size_t octets() { return 0; }
     };
 
     void count(RecordPosition const& at, std::span<CommunityAttribute const> communities);
     void count(RecordPosition const& at, CommunityAttribute const& attribute);
-    void countRefused(RecordPosition const& at, CommunityAttribute const& attribute);
+    void countRefused(RecordPosition const& at, CommunityAttribute const& attribute,
+                      Routing::Bgp::AttributeVerdict verdict);
 
     std::uint64_t routes_ = 0;
     std::array<Refused, communityKinds> refused_;

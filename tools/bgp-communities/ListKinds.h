@@ -7,14 +7,14 @@ namespace BgpCommunities {
 
 /**
  * The kinds of lists, one row each: what differs between the four path attributes once their
- * values are lists of the library. Interning, as Agent has it, takes a value that is no
- * malformation and no refusal (AttributeVerdict.h).
+ * values are lists of the library.
  */
 
 struct StandardLists {
     static constexpr auto kind = CommunityKind::standard;
     using List = Routing::Bgp::CommList;
-    static List::PtrConst intern(Agent& agent, Octets value) { return agent.standardList(value); }
+    using Decoded = Routing::Bgp::DecodedList<List>;
+    static Decoded decode(Agent const& agent, Octets value) { return agent.standardList(value); }
     /** The whole path attribute, header and all. */
     static Mox::String wire(List const& list) { return list.serialize(); }
 };
@@ -22,7 +22,8 @@ struct StandardLists {
 struct ExtendedLists {
     static constexpr auto kind = CommunityKind::extended;
     using List = Routing::Bgp::ExtCommList;
-    static List::PtrConst intern(Agent& agent, Octets value) { return agent.extendedList(value); }
+    using Decoded = Routing::Bgp::DecodedList<List>;
+    static Decoded decode(Agent const& agent, Octets value) { return agent.extendedList(value); }
     static Mox::String wire(List const& list) {
         return list.serialize(List::Serialization(List::Serialization::all));
     }
@@ -31,14 +32,16 @@ struct ExtendedLists {
 struct Ip6Lists {
     static constexpr auto kind = CommunityKind::ip6Extended;
     using List = Routing::Bgp::ExtCommIp6List;
-    static List::PtrConst intern(Agent& agent, Octets value) { return agent.ip6List(value); }
+    using Decoded = Routing::Bgp::DecodedList<List>;
+    static Decoded decode(Agent const& agent, Octets value) { return agent.ip6List(value); }
     static Mox::String wire(List const& list) { return list.serialize(true); }
 };
 
 struct LargeLists {
     static constexpr auto kind = CommunityKind::large;
     using List = Routing::Bgp::LargeCommList;
-    static List::PtrConst intern(Agent& agent, Octets value) { return agent.largeList(value); }
+    using Decoded = Routing::Bgp::DecodedList<List>;
+    static Decoded decode(Agent const& agent, Octets value) { return agent.largeList(value); }
     static Mox::String wire(List const& list) { return list.serialize(); }
 };
 

@@ -93,7 +93,11 @@ class ListUsesOf final : public ListUses {
     explicit ListUsesOf(Agent& agent)
       : agent_(agent) {}
 
-    std::uint64_t& of(Octets value) override { return uses_[Kind::intern(agent_, value)]; }
+    std::uint64_t* of(Octets value, AttributeVerdict& verdict) override {
+        auto const decoded = Kind::decode(agent_, value);
+        verdict = decoded.verdict;
+        return decoded ? &uses_[decoded.list] : nullptr;
+    }
 
     void add(ListUses const& other) override {
         for (auto const& [list, uses] : static_cast<ListUsesOf const&>(other).uses_) {

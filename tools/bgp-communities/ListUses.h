@@ -40,9 +40,9 @@ class ListUses {
   public:
     virtual ~ListUses() = default;
 
-    /** Interns the list that a value stands for, which is no malformation and no refusal
-        (AttributeVerdict.h): its count, which stays where it is. */
-    virtual std::uint64_t& of(Octets value) = 0;
+    /** Interns the list that a value stands for; returns its count, which stays where it is, or
+        null with the verdict that there is no such list. */
+    virtual std::uint64_t* of(Octets value, Routing::Bgp::AttributeVerdict& verdict) = 0;
 
     /** Adds the counts of another one, of the same kind. */
     virtual void add(ListUses const& other) = 0;

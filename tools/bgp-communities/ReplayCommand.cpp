@@ -49,8 +49,8 @@ RFC 7606 is followed. Of an attribute that stands there twice the first counts. 
 communities is malformed, or the attributes cannot be read to their end, the announced routes are
 treated as withdrawn. An UPDATE that is too short for its own length fields is left out, of NLRI
 that cannot be read to its end the routes before the fault count. An attribute that is well-formed
-but that no list can hold (two different link bandwidths) is left out, and the route stays. All
-this is named on standard error, and the exit status is 1.
+but that no list can hold (two different link bandwidths or origin validation states) is left out,
+and the route stays. All this is named on standard error, and the exit status is 1.
 
 If anything is left in the end, it is named on standard error, and the exit status is 3.
 
@@ -213,32 +213,33 @@ class Replay final : public DumpHandler {
     RouteLists intern(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
         RouteLists lists;
         for (CommunityAttribute const& attribute : communities) {
-            if (!isFirst(attribute)) {
-                continue;
-            }
-            if (auto const reason = refusal(attribute.kind, attribute.value); !reason.empty()) {
-                refuse(at, reason);
-            } else {
-                intern(attribute, lists);
+            if (isFirst(attribute)) {
+                intern(at, attribute, lists);
             }
         }
         return lists;
     }
 
-    void intern(CommunityAttribute const& attribute, RouteLists& lists) {
+    void intern(RecordPosition const& at, CommunityAttribute const& attribute, RouteLists& lists) {
         switch (attribute.kind) {
         case CommunityKind::standard:
-            lists.standard = agent_.standardList(attribute.value);
-            break;
+            return keep(at, attribute, agent_.standardList(attribute.value), lists.standard);
         case CommunityKind::extended:
-            lists.extended = agent_.extendedList(attribute.value);
-            break;
+            return keep(at, attribute, agent_.extendedList(attribute.value), lists.extended);
         case CommunityKind::ip6Extended:
-            lists.ip6Extended = agent_.ip6List(attribute.value);
-            break;
+            return keep(at, attribute, agent_.ip6List(attribute.value), lists.ip6Extended);
         case CommunityKind::large:
-            lists.large = agent_.largeList(attribute.value);
-            break;
+            return keep(at, attribute, agent_.largeList(attribute.value), lists.large);
+        }
+    }
+
+    template <class List>
+    void keep(RecordPosition const& at, CommunityAttribute const& attribute,
+              Routing::Bgp::DecodedList<List> decoded, Mox::PtrConst<List>& kept) {
+        if (decoded) {
+            kept = std::move(decoded.list);
+        } else {
+            refuse(at, verdictText(decoded.verdict, attribute.kind, attribute.value.size()));
         }
     }
 

@@ -35,9 +35,10 @@ demand, each once and in ascending order, worked out without the library.
   --verbose         name all that is malformed or refused on standard error, not only the first few
                     of each kind
 
-An attribute that a list of communities cannot hold (two different link bandwidths) is named on
-standard error and counted as refused. Every attribute that differs is named there with file,
-record and octets: as read, as expected and as written. The exit status is then 3.
+An attribute that a list of communities cannot hold (two different link bandwidths or origin
+validation states) is named on standard error and counted as refused. Every attribute that differs
+is named there with file, record and octets: as read, as expected and as written. The exit status
+is then 3.
 
 examples:
   bgp-communities roundtrip updates.*.gz
@@ -69,14 +70,19 @@ std::string demanded(CommunityKind kind, Octets value) {
     return wire;
 }
 
+/** Writes the list that a value stands for, if it stands for one. */
 template <class Kind>
-Mox::String rewritten(Agent& agent, Octets value) {
-    return Kind::wire(*Kind::intern(agent, value));
+Routing::Bgp::AttributeVerdict rewrite(Agent const& agent, Octets value, Mox::String& written) {
+    auto const decoded = Kind::decode(agent, value);
+    if (decoded) {
+        written = Kind::wire(*decoded.list);
+    }
+    return decoded.verdict;
 }
 
 /** By CommunityKind. */
-constexpr std::array<Mox::String (*)(Agent&, Octets), communityKinds> rewriters = {
-    rewritten<StandardLists>, rewritten<ExtendedLists>, rewritten<Ip6Lists>, rewritten<LargeLists>};
+constexpr std::array<decltype(&rewrite<StandardLists>), communityKinds> rewriters = {
+    rewrite<StandardLists>, rewrite<ExtendedLists>, rewrite<Ip6Lists>, rewrite<LargeLists>};
 
 /**
  * Compares every attribute that the dumps of a run hold with what is written for it.
@@ -107,14 +113,15 @@ class RoundTrip final : public DumpHandler {
     }
 
     void check(RecordPosition const& at, CommunityAttribute const& attribute) {
-        if (auto const reason = refusal(attribute.kind, attribute.value); !reason.empty()) {
+        auto const rewriter = rewriters[static_cast<std::size_t>(attribute.kind)];
+        Mox::String written;
+        auto const verdict = rewriter(agent_, attribute.value, written);
+        if (verdict != Routing::Bgp::AttributeVerdict::accepted) {
             ++refused_;
-            refuse(at, reason);
+            refuse(at, verdictText(verdict, attribute.kind, attribute.value.size()));
             return;
         }
         ++compared_;
-        auto const rewriter = rewriters[static_cast<std::size_t>(attribute.kind)];
-        Mox::String const written = rewriter(agent_, attribute.value);
         std::string const expected = demanded(attribute.kind, attribute.value);
         if (std::string_view(written) != expected) {
             ++differing_;

@@ -44,8 +44,8 @@ community attribute:
   attributes       that hold at least one member, and nothing but members
   empty            without a member
   malformed        whose length is no multiple of a member's
-  refused          well-formed, but no list can hold them: two different link bandwidths; they
-                   count nowhere else
+  refused          well-formed, but no list can hold them: two different link bandwidths or
+                   origin validation states; they count nowhere else
   members          of the attributes, as sent
   unique members   of the attributes, each once in an attribute
   distinct lists   different attributes, if members are sorted and repeats left out
