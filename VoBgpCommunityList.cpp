@@ -275,8 +275,8 @@ void ValueCommList<Value>::freeze() noexcept {
 template <class Value>
 Kel::DedupHandle::PtrConst ValueCommList<Value>::dedupIn(CommListDedupTableBase const& table) {
     if (!octetsHeld_) {
-        auto existing =
-            table.dedupTable()->find(placementHash(), [this](Kel::DedupHandle const& candidate) {
+        auto existing = table.dedupTable()->find(
+            keyedHashOfMembers(*this, std::identity()), [this](Kel::DedupHandle const& candidate) {
                 return commVector_ == static_cast<ValueCommList const&>(candidate).commVector_;
             });
         if (existing) {

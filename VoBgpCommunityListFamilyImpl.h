@@ -261,8 +261,8 @@ auto ExtCommListBase<Family>::adoptInterned(Table const& table) -> Mox::PtrConst
     if (this->octetsHeld()) {
         return nullptr;
     }
-    auto existing = Mox::staticPtrCast<List const>(
-        table.dedupTable()->find(placementHash(), [this](Kel::DedupHandle const& candidate) {
+    auto existing = Mox::staticPtrCast<List const>(table.dedupTable()->find(
+        keyedHashOfMembers(*this, Detail::contentOf), [this](Kel::DedupHandle const& candidate) {
             auto const& list = static_cast<ExtCommListBase const&>(candidate);
             return list.octetsHeld() && list.commVector() == this->commVector();
         }));

@@ -161,9 +161,10 @@ class CompactVector {
         return static_cast<U32>(count);
     }
 
-    /// The capacity to grow to for `more` elements: twice what there is, if that is enough.
+    /// The capacity to grow to for `more` elements: twice what there is, if that is enough. The
+    /// first array is large: most are cut to size once they are filled.
     U32 grownFor(std::size_t more) const {
-        constexpr std::size_t least = 8;
+        constexpr std::size_t least = std::max<std::size_t>(4, 256 / sizeof(T));
         constexpr std::size_t most = std::numeric_limits<U32>::max();
         auto const doubled = std::min(std::max(least, 2 * std::size_t{capacity_}), most);
         return checked(std::max(doubled, size_ + more));

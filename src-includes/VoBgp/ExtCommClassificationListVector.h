@@ -45,7 +45,7 @@ class ClassificationListVector {
         MOX_ASSERT(lists <= maximumSlots);
         if (lists > capacity_) {
             std::unique_ptr<ListPtr[]> larger(new ListPtr[lists]);
-            std::move(lists_.get(), lists_.get() + count(), larger.get());
+            std::move(lists_.get(), lists_.get() + count_, larger.get());
             lists_.swap(larger);
             capacity_ = static_cast<U8>(lists);
         }
@@ -64,14 +64,16 @@ class ClassificationListVector {
     /// Takes the lists of another one. REQUIRES: this is empty.
     void copy(ClassificationListVector const& other) {
         if (!other.empty()) {
-            reserve(other.count());
+            reserve(other.count_);
             std::copy(other.begin(), other.end(), lists_.get());
             present_ = other.present_;
+            count_ = other.count_;
         }
     }
 
     void clear() noexcept {
         present_ = 0;
+        count_ = 0;
         capacity_ = 0;
         // They go last: their release may come back here.
         auto const removed = std::exchange(lists_, nullptr);
@@ -79,7 +81,7 @@ class ClassificationListVector {
 
     // The lists that are there, in the order of their slots.
     ListPtr const* begin() const noexcept { return lists_.get(); }
-    ListPtr const* end() const noexcept { return lists_.get() + count(); }
+    ListPtr const* end() const noexcept { return lists_.get() + count_; }
 
     /// Whether both hold the same objects in the same slots.
     friend bool operator==(ClassificationListVector const& a,
@@ -88,8 +90,6 @@ class ClassificationListVector {
     }
 
   private:
-    U32 count() const noexcept { return static_cast<U32>(std::popcount(present_)); }
-
     bool has(U32 slot) const noexcept {
         return slot < maximumSlots && (present_ >> slot & 1U) != 0;
     }
@@ -100,17 +100,19 @@ class ClassificationListVector {
     }
 
     void insert(U32 slot, ListPtr const& list) {
-        reserve(count() + 1);
+        reserve(count_ + 1U);
         auto* const place = lists_.get() + placeOf(slot);
-        auto* const end = lists_.get() + count();
+        auto* const end = lists_.get() + count_;
         std::move_backward(place, end, end + 1);
         *place = list;
         present_ = static_cast<U16>(present_ | 1U << slot);
+        ++count_;
     }
 
     std::unique_ptr<ListPtr[]> lists_;
     /// One bit for each slot that is not null.
     U16 present_ = 0;
+    U8 count_ = 0;
     U8 capacity_ = 0;
 };
 
