@@ -352,7 +352,7 @@ template class ValueCommList<CommunityValue>;
 // ---- CommList -----------------------------------------------------------------------------------
 
 // A table holds many.
-static_assert(sizeof(CommList) == 48 && sizeof(LargeCommList) == 48);
+static_assert(sizeof(CommList) == 56 && sizeof(LargeCommList) == 48);
 
 CommList::CommList() noexcept = default;
 CommList::~CommList() = default;

@@ -118,7 +118,7 @@ U32 const ExtCommListFamily::storedKind = storedExtCommList;
 // Tables hold many of them: what each costs is a promise.
 static_assert(sizeof(ExtCommClassificationList) == 48);
 static_assert(sizeof(RtExtCommClassificationList) == 56);
-static_assert(sizeof(ExtCommList) == 64);
+static_assert(sizeof(ExtCommList) == 72);
 
 Mox::Ptr<ExtCommClassificationList>
 ExtCommListFamily::newClassificationList(ExtCommClassification classification) {

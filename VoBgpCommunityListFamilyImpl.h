@@ -291,30 +291,33 @@ void ExtCommListBase<Family>::classify(bool dedupMode) {
     }
 }
 
-/// Counted first, so that every vector has its exact size from the start.
+/// Counted first, so that every vector has its exact size from the start; then moved by runs, for
+/// members of one class mostly follow one another.
 template <class Family>
 void ExtCommListBase<Family>::splitMembers(bool dedupMode) {
     std::array<U32, ClassificationLists::maximumSlots> members{};
+    U32 classes = 0;
     for (auto const& comm : *this) {
         MOX_ASSERT(comm->classification() < members.size());
-        ++members[comm->classification()];
+        classes += members[comm->classification()]++ == 0 ? 1 : 0;
     }
-    auto const absent = std::count(members.begin(), members.end(), 0U);
-    classificationLists_.reserve(ClassificationLists::maximumSlots - static_cast<U32>(absent));
-    std::array<ClassificationList*, ClassificationLists::maximumSlots> lists{};
-    for (U32 slot = 0; slot < lists.size(); ++slot) {
-        if (members[slot] != 0) {
-            lists[slot] = &ClassificationList::findOrCreate(
-                classificationLists_, static_cast<ExtCommClassification>(slot), dedupMode);
-            lists[slot]->expectedCommunityCountIs(members[slot]);
-        }
+    classificationLists_.reserve(classes);
+    for (auto const* run = this->begin(); run != this->end();) {
+        auto const classification = (*run)->classification();
+        auto const* const next = std::find_if(run, this->end(), [&](CommPtr const& comm) {
+            return comm->classification() != classification;
+        });
+        auto& list =
+            ClassificationList::findOrCreate(classificationLists_, classification, dedupMode);
+        list.expectedCommunityCountIs(members[classification]);
+        list.addAll({run, next});
+        run = next;
     }
-    for (auto const& comm : *this) {
-        lists[comm->classification()]->commIs(comm);
-    }
-    for (auto* const list : lists) {
-        if (list != nullptr && !dedupMode) {
-            static_cast<ExtCommClassificationListBase<Family>&>(*list).destashedIs();
+    if (!dedupMode) {
+        for (auto const& list : classificationLists_) {
+            static_cast<ExtCommClassificationListBase<Family>&>(
+                const_cast<ClassificationList&>(*list))
+                .destashedIs();
         }
     }
 }

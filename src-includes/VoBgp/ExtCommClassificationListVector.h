@@ -15,9 +15,9 @@ namespace Routing::Bgp {
 /// The classification lists of a list, each in the slot that its class is the number of: as many
 /// slots as the highest class present plus one, those of absent classes null.
 ///
-/// It belongs to its list and holds a reference to each classification list. Only those that are
-/// there take room, in the order of their slots. An operation that throws leaves it as it was.
-/// Thread-compatible.
+/// Belongs to its list and holds a reference to each classification list. Only present ones take
+/// room, in the order of their slots; a single one takes none on the heap. An operation that throws
+/// leaves it as it was. Thread-compatible.
 template <class ClassificationList>
 class ClassificationListVector {
   public:
@@ -27,7 +27,11 @@ class ClassificationListVector {
     static constexpr U32 maximumSlots = 16;
     static_assert(extCommClassificationOneBeyondLast <= maximumSlots);
 
-    ClassificationListVector() noexcept = default;
+    ClassificationListVector() noexcept
+      : single_() {}
+
+    ~ClassificationListVector() { clear(); }
+
     ClassificationListVector(ClassificationListVector const&) = delete;
     ClassificationListVector& operator=(ClassificationListVector const&) = delete;
 
@@ -37,25 +41,25 @@ class ClassificationListVector {
 
     /// The list in a slot; null for an empty slot and for one beyond the last.
     ClassificationList const* operator[](U32 slot) const noexcept {
-        return has(slot) ? lists_[placeOf(slot)].get() : nullptr;
+        return has(slot) ? begin()[placeOf(slot)].get() : nullptr;
     }
 
     /// Room for that many lists that are there.
     void reserve(U32 lists) {
         MOX_ASSERT(lists <= maximumSlots);
         if (lists > capacity_) {
-            std::unique_ptr<ListPtr[]> larger(new ListPtr[lists]);
-            std::move(lists_.get(), lists_.get() + count_, larger.get());
-            lists_.swap(larger);
+            auto* const larger = new ListPtr[lists];
+            std::move(data(), data() + count_, larger);
+            destroyPlaces();
+            several_ = larger;
             capacity_ = static_cast<U8>(lists);
         }
     }
 
     void slotIs(U32 slot, ListPtr const& list) {
         MOX_ASSERT(slot < maximumSlots);
-        auto* const place = lists_.get() + placeOf(slot);
         if (has(slot)) {
-            *place = list;
+            data()[placeOf(slot)] = list;
         } else {
             insert(slot, list);
         }
@@ -65,7 +69,7 @@ class ClassificationListVector {
     void copy(ClassificationListVector const& other) {
         if (!other.empty()) {
             reserve(other.count_);
-            std::copy(other.begin(), other.end(), lists_.get());
+            std::copy(other.begin(), other.end(), data());
             present_ = other.present_;
             count_ = other.count_;
         }
@@ -74,14 +78,19 @@ class ClassificationListVector {
     void clear() noexcept {
         present_ = 0;
         count_ = 0;
-        capacity_ = 0;
         // They go last: their release may come back here.
-        auto const removed = std::exchange(lists_, nullptr);
+        if (capacity_ == 1) {
+            ListPtr const removed(std::move(single_));
+        } else {
+            std::unique_ptr<ListPtr[]> const removed(several_);
+            capacity_ = 1;
+            std::construct_at(&single_);
+        }
     }
 
-    // The lists that are there, in the order of their slots.
-    ListPtr const* begin() const noexcept { return lists_.get(); }
-    ListPtr const* end() const noexcept { return lists_.get() + count_; }
+    // The lists that are present, in the order of their slots.
+    ListPtr const* begin() const noexcept { return capacity_ == 1 ? &single_ : several_; }
+    ListPtr const* end() const noexcept { return begin() + count_; }
 
     /// Whether both hold the same objects in the same slots.
     friend bool operator==(ClassificationListVector const& a,
@@ -90,6 +99,17 @@ class ClassificationListVector {
     }
 
   private:
+    ListPtr* data() noexcept { return capacity_ == 1 ? &single_ : several_; }
+
+    /// Ends the life of what was moved from.
+    void destroyPlaces() noexcept {
+        if (capacity_ == 1) {
+            std::destroy_at(&single_);
+        } else {
+            delete[] several_;
+        }
+    }
+
     bool has(U32 slot) const noexcept {
         return slot < maximumSlots && (present_ >> slot & 1U) != 0;
     }
@@ -101,19 +121,23 @@ class ClassificationListVector {
 
     void insert(U32 slot, ListPtr const& list) {
         reserve(count_ + 1U);
-        auto* const place = lists_.get() + placeOf(slot);
-        auto* const end = lists_.get() + count_;
-        std::move_backward(place, end, end + 1);
+        auto* const place = data() + placeOf(slot);
+        auto* const last = data() + count_;
+        std::move_backward(place, last, last + 1);
         *place = list;
         present_ = static_cast<U16>(present_ | 1U << slot);
         ++count_;
     }
 
-    std::unique_ptr<ListPtr[]> lists_;
+    /// The places: `single_` if there is room for one, else an array on the heap.
+    union {
+        ListPtr single_;
+        ListPtr* several_;
+    };
     /// One bit for each slot that is not null.
     U16 present_ = 0;
     U8 count_ = 0;
-    U8 capacity_ = 0;
+    U8 capacity_ = 1;
 };
 
 } // namespace Routing::Bgp

@@ -30,6 +30,9 @@ struct StoredListHead;
 template <class Family>
 class VOBGP_EXPORT ExtCommListBase;
 
+template <class Family>
+class ExtCommListBase;
+
 /// Base of both kinds of lists: an interned object, `Handle`, and its members.
 ///
 /// Holds a reference to each member. Fill with `commIs()` in any order; duplicates are allowed.
@@ -203,6 +206,8 @@ class VOBGP_EXPORT ExtCommClassificationListBase : public ExtCommMembers<Family,
     Mox::PtrConst<List> dedupIn(Kel::DedupHashTable const& table);
 
   private:
+    friend class ExtCommListBase<Family>;
+
     ExtCommClassification const classification_;
 };
 
