@@ -303,7 +303,7 @@ void DedupTableCore::notifieeIs(Mox::Ptr<DedupHashTableLifeTimeNotifiee> const& 
     }
     before = std::exchange(notifiee_, notifiee);
     notifieeActive_ = notifiee && notifiee->hasNotificationActive();
-    // A notifiee is told of the removal only of what it was told the insertion of.
+    // A notifiee hears of a removal only if it heard of the insertion.
     forgetAnnouncements();
     if (before) {
         before->handleNotificationStop(table);

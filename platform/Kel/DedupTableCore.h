@@ -170,7 +170,7 @@ class VOBGP_EXPORT DedupTableCore {
     std::size_t const shardCount_;
     std::unique_ptr<Shard[]> const shards_;
     /// The notifiee, and whether it is to be told, are read and changed under the notification
-    /// mutex only. What it is told of is readable without; null if there is nobody to tell.
+    /// mutex only. Its filter is readable without; null if there is no active notifiee.
     Mox::Ptr<DedupHashTableLifeTimeNotifiee> notifiee_;
     bool notifieeActive_ = false;
     std::atomic<DedupHandleFilter> filter_{nullptr};
