@@ -1,8 +1,8 @@
 #include "AttributeCheck.h"
 
-#include "AttributeVerdict.h"
-#include "JsonWriter.h"
-#include "ListKinds.h"
+#include "lists/ListKinds.h"
+#include "text/AttributeVerdict.h"
+#include "text/JsonWriter.h"
 
 #include <Mox/Assert.h>
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Agent.h"
-#include "AttributeDecoder.h"
-#include "OctetReader.h"
-#include "PathAttributes.h"
+#include "input/OctetReader.h"
+#include "lists/Agent.h"
+#include "lists/AttributeDecoder.h"
+#include "wire/PathAttributes.h"
 
 #include <memory>
 #include <vector>

@@ -2,9 +2,9 @@
 /// sample dumps. The files are the same on every run; inputs that a fuzzer found stay.
 ///
 ///     MakeCorpus SAMPLES CORPUS
-#include "InputStream.h"
-#include "MrtReader.h"
 #include "StoreContent.h"
+#include "input/InputStream.h"
+#include "mrt/MrtReader.h"
 
 #include <array>
 #include <cstdio>

@@ -1,7 +1,7 @@
 /// An MRT dump, plain or compressed: what it holds of communities is interned, sent, read again.
 #include "AttributeCheck.h"
-#include "InputStream.h"
-#include "MrtReader.h"
+#include "input/InputStream.h"
+#include "mrt/MrtReader.h"
 
 #include <Mox/Assert.h>
 

@@ -1,4 +1,4 @@
-#include "InputStream.h"
+#include "input/InputStream.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "IpAddress.h"
+#include "wire/IpAddress.h"
 
 #include <random>
 #include <string>

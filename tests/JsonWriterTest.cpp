@@ -1,4 +1,4 @@
-#include "JsonWriter.h"
+#include "text/JsonWriter.h"
 
 #include <cmath>
 #include <limits>
@@ -10,7 +10,7 @@
 #include <Mox/Ptr.h>
 #include <VoBgp/Parse/ExtCommContainer.h>
 
-#include "CommunityFormatter.h"
+#include "text/CommunityFormatter.h"
 
 namespace BgpCommunities {
 namespace {

@@ -1,4 +1,4 @@
-#include "MrtReader.h"
+#include "mrt/MrtReader.h"
 
 #include <algorithm>
 #include <cstdlib>

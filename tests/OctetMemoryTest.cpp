@@ -1,4 +1,4 @@
-#include "OctetMemory.h"
+#include "input/OctetMemory.h"
 
 #include <cstdint>
 #include <string>

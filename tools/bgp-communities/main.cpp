@@ -6,17 +6,17 @@
 #include <string>
 #include <string_view>
 
-#include "CommandLine.h"
-#include "DecodeCommand.h"
-#include "Output.h"
-#include "ReadCommand.h"
-#include "ReplayCommand.h"
-#include "RoundTripCommand.h"
-#include "ShowCommand.h"
-#include "StandardError.h"
-#include "StashCommand.h"
-#include "StatsCommand.h"
-#include "TypesCommand.h"
+#include "commands/CommandLine.h"
+#include "commands/DecodeCommand.h"
+#include "commands/ReadCommand.h"
+#include "commands/ReplayCommand.h"
+#include "commands/RoundTripCommand.h"
+#include "commands/ShowCommand.h"
+#include "commands/StashCommand.h"
+#include "commands/StatsCommand.h"
+#include "commands/TypesCommand.h"
+#include "text/Output.h"
+#include "text/StandardError.h"
 
 namespace {
 

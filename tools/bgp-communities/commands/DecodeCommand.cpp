@@ -1,0 +1,206 @@
+#include "DecodeCommand.h"
+
+#include <algorithm>
+#include <charconv>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "input/Hex.h"
+#include "input/InputStream.h"
+#include "input/LineReader.h"
+#include "lists/Agent.h"
+#include "lists/AttributeDecoder.h"
+#include "text/JsonWriter.h"
+#include "text/Output.h"
+#include "text/StandardError.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr std::string_view typeOption = "--type";
+
+constexpr std::string_view formsOption = "--forms";
+
+constexpr Option decodeOptions[] = {{typeOption, true}, {jsonOption}, {formsOption}};
+
+constexpr std::string_view decodeHelp =
+    R"(usage: bgp-communities decode [--type 8|16|25|32] [--json] [--forms] [HEX...]
+
+Says which communities the value of a path attribute holds. Each HEX is one value: the octets
+behind flags, type and length, in hexadecimal. Without HEX, or for "-", the values are read from
+standard input (which may be compressed), one in each line:
+
+  HEX
+  TYPE<TAB>HEX
+  TYPE<TAB>HEX<TAB>anything
+
+  --type TYPE   the path attribute type where a line names none: 8, communities (RFC 1997); 16,
+                extended communities (RFC 4360), which is what is meant without it; 25, IPv6-
+                address-specific ones (RFC 5701); 32, large communities (RFC 8092)
+  --json        one JSON object for each value, in the order of the input
+  --forms       with --json, for types 16 and 25: each member's text under every combination of
+                format flags, and the attribute that each selection of members sends; null for a
+                selection that no list can be asked for
+
+A value that is malformed, or that a list of communities cannot hold, is told as such; a line that
+is not as above is named on standard error. The rest is read, and the exit status is 1.
+
+examples:
+  bgp-communities decode 0002fde800000064
+  bgp-communities decode --json 0002fde8000000644004fbf04cee6b28
+  bgp-communities decode --type 8 ffffff0100640001
+  cut -f 2 values.tsv | bgp-communities decode --json
+)";
+
+/** The values of one run: where they go, and how the run went. */
+class DecodeRun {
+  public:
+    DecodeRun(Arguments const& arguments, Output& output)
+      : output_(output)
+      , json_(arguments.has(jsonOption))
+      , detail_(arguments.has(formsOption) ? Detail::withForms : Detail::whole)
+      , default_(decoder(arguments.value(typeOption).value_or("16"))) {
+        if (!default_.fault.empty()) {
+            throw UsageError(std::string(typeOption) + ": " + std::string(default_.fault));
+        }
+    }
+
+    ExitStatus run(std::span<std::string_view const> values) {
+        checkDigits(values);
+        if (values.empty()) {
+            decodeInput();
+        }
+        for (std::string_view const value : values) {
+            if (value == "-") {
+                decodeInput();
+            } else {
+                readHex(value, octets_);
+                decode(*default_.decoder);
+            }
+        }
+        return status_;
+    }
+
+  private:
+    struct Choice {
+        AttributeDecoder* decoder = nullptr;
+        std::string_view fault; // why there is none
+    };
+
+    /** For the path attribute whose type has this text. */
+    [[nodiscard]] Choice decoder(std::string_view type) {
+        std::uint8_t number = 0;
+        auto const [end, error] = std::from_chars(type.data(), type.data() + type.size(), number);
+        bool const isNumber = error == std::errc() && end == type.data() + type.size();
+        auto const kind = isNumber ? communityKind(number) : std::nullopt;
+        if (!kind) {
+            return {nullptr, "the attribute type is none of 8, 16, 25 and 32"};
+        }
+        auto const found = std::find_if(decoders_.begin(), decoders_.end(),
+                                        [&](auto& decoder) { return decoder->kind() == *kind; });
+        return {found->get(), {}};
+    }
+
+    /** Nothing is read if the command line is wrong. */
+    void checkDigits(std::span<std::string_view const> values) {
+        for (std::string_view const value : values) {
+            if (value == "-") {
+                continue;
+            }
+            if (auto const fault = readHex(value, octets_); !fault.empty()) {
+                throw UsageError("\"" + std::string(value) + "\": " + std::string(fault));
+            }
+        }
+    }
+
+    void decodeInput() try {
+        InputStream input("-");
+        LineReader lines(input, output_);
+        while (lines.next()) {
+            auto const fault = lines.isTooLong() ? "a line too long for any path attribute"
+                                                 : decodeLine(lines.line());
+            if (!fault.empty()) {
+                status_ = worse(status_, ExitStatus::malformed);
+                complain(input.name() + ": line " + std::to_string(lines.number()) + ": " +
+                         std::string(fault));
+            }
+        }
+        if (!input.damage().empty()) {
+            status_ = worse(status_, ExitStatus::malformed);
+            complain(input.name() + ": " + input.damage());
+        }
+    } catch (InputError const& error) {
+        status_ = ExitStatus::unreadable;
+        complain(error.what());
+    }
+
+    /** Returns what is wrong with the line, or nothing. */
+    std::string_view decodeLine(std::string_view line) {
+        Choice choice = default_;
+        if (std::size_t const tab = line.find('\t'); tab != std::string_view::npos) {
+            choice = decoder(line.substr(0, tab));
+            line.remove_prefix(tab + 1);
+            line = line.substr(0, line.find('\t'));
+        }
+        std::string_view const fault = choice.fault.empty() ? readHex(line, octets_) : choice.fault;
+        if (fault.empty()) {
+            decode(*choice.decoder);
+        }
+        return fault;
+    }
+
+    /** Tells what `octets_` hold. */
+    void decode(AttributeDecoder& decoder) {
+        std::string const fault = decoder.decode(octets_);
+        if (!fault.empty()) {
+            status_ = worse(status_, ExitStatus::malformed);
+        }
+        if (json_) {
+            writeJson(decoder, fault);
+        } else {
+            writeText(decoder, fault);
+        }
+    }
+
+    void writeJson(AttributeDecoder& decoder, std::string const& fault) {
+        JsonWriter json(output_.text());
+        decoder.writeJson(json, octets_, fault, detail_);
+        output_.endLine();
+    }
+
+    void writeText(AttributeDecoder& decoder, std::string const& fault) {
+        std::string& out = output_.text();
+        out += std::to_string(traitsOf(decoder.kind()).attributeType);
+        out += ' ';
+        appendHex(out, octets_);
+        output_.endLine();
+        if (fault.empty()) {
+            decoder.appendText(out);
+        } else {
+            out.append("  error: ").append(fault);
+            output_.endLine();
+        }
+    }
+
+    Output& output_;
+    bool const json_;
+    Detail const detail_;
+    Agent agent_;
+    std::vector<std::unique_ptr<AttributeDecoder>> const decoders_ = attributeDecoders(agent_);
+    Choice const default_;
+    std::vector<std::uint8_t> octets_; // of the value at hand, to be used again
+    ExitStatus status_ = ExitStatus::allRead;
+};
+
+ExitStatus decode(Arguments const& arguments, Output& output) {
+    return DecodeRun(arguments, output).run(arguments.operands());
+}
+
+} // namespace
+
+Command const decodeCommand = {"decode", "say which communities values of path attributes hold",
+                               decodeHelp, decodeOptions, decode};
+
+} // namespace BgpCommunities

@@ -1,0 +1,59 @@
+#include "DumpFiles.h"
+
+#include "input/InputStream.h"
+#include "mrt/MrtReader.h"
+#include "text/StandardError.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+/** Throws InputError, when `result` has what could be read until then. */
+void readDump(std::string const& path, AddPath addPath, DumpHandler& handler, Progress& progress,
+              DumpResult& result) {
+    auto const begun = Progress::Clock::now();
+    InputStream input(path);
+    ++result.files;
+    handler.fileIs(input.name());
+    MrtReader reader(input, handler, addPath);
+    try {
+        while (reader.next()) {
+            progress.show(input, begun);
+        }
+    } catch (InputError const&) {
+        result.counts += reader.counts();
+        throw;
+    }
+    result.counts += reader.counts();
+}
+
+} // namespace
+
+DumpInput::DumpInput(Arguments const& arguments)
+  : files(arguments.operands()) {
+    if (files.empty()) {
+        throw UsageError("no FILE is named");
+    }
+    if (auto const value = arguments.value(addPathOption.name)) {
+        addPath = *value == "auto" ? AddPath::automatic
+                  : *value == "no" ? AddPath::no
+                                   : AddPath::yes;
+    }
+}
+
+DumpResult readDumps(DumpInput const& input, DumpHandler& handler) {
+    DumpResult result;
+    Progress progress;
+    for (std::string_view const file : input.files) {
+        try {
+            readDump(std::string(file), input.addPath, handler, progress, result);
+        } catch (InputError const& error) {
+            handler.log().reportUnreadable(error.what());
+        }
+    }
+    handler.log().summarise();
+    result.status = handler.log().status();
+    return result;
+}
+
+} // namespace BgpCommunities

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "CommandLine.h"
+#include "mrt/MrtCounts.h"
+#include "mrt/RouteHandler.h"
+#include "text/ExitStatus.h"
+#include "text/ProblemLog.h"
+#include "wire/AddPath.h"
+
+namespace BgpCommunities {
+
+/**
+ * Who is told what the dumps of a command hold; their problems go to its log.
+ *
+ * It owns the log. Thread-compatible.
+ */
+class DumpHandler : public RouteHandler {
+  public:
+    explicit DumpHandler(bool verbose)
+      : log_(verbose) {}
+
+    void handleProblem(Problem const& problem) final { log_.report(problem); }
+
+    /** What is read from now on comes from this one; its name outlives the reading. */
+    virtual void fileIs(std::string const& name) { file_ = name; }
+
+    [[nodiscard]] ProblemLog& log() { return log_; }
+
+  protected:
+    void refuse(RecordPosition const& at, std::string_view reason) {
+        log_.reportRefused(file_, at, reason);
+    }
+
+    [[nodiscard]] std::string_view file() const { return file_; }
+
+  private:
+    ProblemLog log_;
+    std::string_view file_;
+};
+
+/** What the reading of the dumps of a command came to; a plain value. */
+struct DumpResult {
+    std::uint64_t files = 0; // that could be opened
+    MrtCounts counts;        // of all of them
+    ExitStatus status = ExitStatus::allRead;
+};
+
+inline constexpr std::string_view addPathValues[] = {"yes", "no", "auto"};
+/** Of every command that reads dumps. Without a value: yes. */
+inline constexpr Option addPathOption = {"--add-path", false, addPathValues};
+
+/** What a command reads, and how; a plain value. The names are the process's own. */
+struct DumpInput {
+    std::span<std::string_view const> files; // "-" is standard input
+    AddPath addPath = AddPath::automatic;
+
+    /** The files that are named, at least one (else UsageError). */
+    explicit DumpInput(Arguments const& arguments);
+};
+
+/**
+ * Reads one dump after the other. What is wrong is named on standard error and does not keep the
+ * rest from being read.
+ */
+DumpResult readDumps(DumpInput const& input, DumpHandler& handler);
+
+} // namespace BgpCommunities

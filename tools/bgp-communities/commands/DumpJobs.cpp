@@ -1,0 +1,347 @@
+#include "DumpJobs.h"
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "OrderedProblems.h"
+#include "input/InputStream.h"
+#include "input/OctetBudget.h"
+#include "mrt/MrtRecords.h"
+#include "mrt/RecordBatch.h"
+#include "mrt/RecordContext.h"
+#include "mrt/RecordParser.h"
+#include "text/StandardError.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+using Batch = std::unique_ptr<RecordBatch>;
+
+/** What a thread does next: one of the two, or nothing any more. */
+struct Task {
+    Batch batch;
+    std::optional<std::size_t> dump;
+};
+
+/**
+ * The work of one run, and how far it has come.
+ *
+ * It owns the batches that nobody is at work on. Thread-safe: one mutex guards all of it.
+ */
+class DumpWork {
+  public:
+    DumpWork(DumpInput const& input, std::size_t jobs, ProblemLog& log)
+      : input_(input)
+      // The problems of dumps whose turn has not come are not bounded if all are named.
+      , mostReaders_(log.verbose() ? 1 : jobs)
+      , mostOctets_(jobs == 1 ? 0 : readyOctetsInAll)
+      , problems_(input.files.size(), log) {}
+
+    std::string_view file(std::size_t dump) const { return input_.files[dump]; }
+
+    AddPath addPath() const { return input_.addPath; }
+
+    /** Waits until there is something to do, or nothing any more. A dump is the caller's to read
+        until the last batch of it is submitted. */
+    Task next();
+    Batch emptyBatch();
+    OctetBudget& budget() { return budget_; }
+
+    /** Makes the batch one that waits to be read. */
+    void submit(Batch batch);
+    /** A batch to be read now if too much is waiting; else none. */
+    Batch overdue();
+    void handleOpened();
+    void handleRead(Batch batch, ProblemLog& problems);
+    void show(std::size_t dump, InputStream const& input, Progress::Clock::time_point begun);
+    /** Makes all threads end; the first exception is kept. */
+    void fail(std::exception_ptr failure);
+    bool failed() const;
+
+    /** After all threads have ended: throws what one has failed with. */
+    std::uint64_t opened() const;
+
+  private:
+    static constexpr std::size_t readyOctetsInAll = 4U << 20;
+    static constexpr std::size_t largeOctetsInAll = 2 * std::size_t{RecordParser::maxRibOctets};
+
+    bool mayRead() const { return nextDump_ < input_.files.size() && readers_ < mostReaders_; }
+
+    bool ended() const {
+        return nextDump_ == input_.files.size() && readers_ == 0 && ready_.empty();
+    }
+
+    Batch takeReady();
+
+    DumpInput const input_;
+    std::size_t const mostReaders_;
+    std::size_t const mostOctets_;
+    Progress progress_;
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<Batch> ready_;
+    std::size_t readyOctets_ = 0;
+    std::vector<Batch> spare_;
+    std::size_t nextDump_ = 0;
+    std::size_t readers_ = 0; // threads that are reading a dump
+    std::uint64_t opened_ = 0;
+    OctetBudget budget_{largeOctetsInAll};
+    OrderedProblems problems_;
+    std::exception_ptr failure_;
+};
+
+Task DumpWork::next() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return failure_ || !ready_.empty() || mayRead() || ended(); });
+    if (failure_) {
+        return {};
+    }
+    if (!ready_.empty()) {
+        return {takeReady(), {}};
+    }
+    if (mayRead()) {
+        ++readers_;
+        return {nullptr, nextDump_++};
+    }
+    return {};
+}
+
+Batch DumpWork::emptyBatch() {
+    std::lock_guard const lock(mutex_);
+    if (spare_.empty()) {
+        return std::make_unique<RecordBatch>();
+    }
+    Batch batch = std::move(spare_.back());
+    spare_.pop_back();
+    return batch;
+}
+
+void DumpWork::submit(Batch batch) {
+    std::lock_guard const lock(mutex_);
+    readyOctets_ += batch->octets();
+    bool const last = batch->last();
+    ready_.push_back(std::move(batch));
+    if (last) {
+        --readers_;
+        changed_.notify_all();
+    } else {
+        changed_.notify_one();
+    }
+}
+
+Batch DumpWork::overdue() {
+    std::lock_guard const lock(mutex_);
+    bool const some = !ready_.empty() && readyOctets_ > mostOctets_;
+    return some ? takeReady() : nullptr;
+}
+
+Batch DumpWork::takeReady() {
+    Batch batch = std::move(ready_.front());
+    ready_.pop_front();
+    readyOctets_ -= batch->octets();
+    if (ended()) {
+        changed_.notify_all();
+    }
+    return batch;
+}
+
+void DumpWork::handleOpened() {
+    std::lock_guard const lock(mutex_);
+    ++opened_;
+}
+
+void DumpWork::handleRead(Batch batch, ProblemLog& problems) {
+    std::lock_guard const lock(mutex_);
+    problems_.handleRead(batch->dump(), batch->sequence(), batch->last(), problems);
+    if (!batch->oversized()) {
+        spare_.push_back(std::move(batch));
+    }
+}
+
+void DumpWork::show(std::size_t dump, InputStream const& input, Progress::Clock::time_point begun) {
+    if (!progress_.active()) {
+        return;
+    }
+    std::lock_guard const lock(mutex_);
+    if (dump == problems_.current()) {
+        progress_.show(input, begun);
+    }
+}
+
+void DumpWork::fail(std::exception_ptr failure) {
+    std::lock_guard const lock(mutex_);
+    if (!failure_) {
+        failure_ = std::move(failure);
+    }
+    changed_.notify_all();
+}
+
+bool DumpWork::failed() const {
+    std::lock_guard const lock(mutex_);
+    return failure_ != nullptr;
+}
+
+std::uint64_t DumpWork::opened() const {
+    if (failure_) {
+        std::rethrow_exception(failure_);
+    }
+    return opened_;
+}
+
+/**
+ * A dump that one thread cuts into batches.
+ *
+ * It owns the input; the work is the caller's. Thread-compatible.
+ */
+class DumpCutter {
+  public:
+    DumpCutter(DumpWork& work, std::size_t dump)
+      : work_(work)
+      , dump_(dump) {}
+
+    /** The next batch, not after the last one. */
+    Batch next() {
+        Batch batch = work_.emptyBatch();
+        batch->begin(dump_, sequence_++);
+        try {
+            fill(*batch);
+        } catch (InputError const& error) {
+            batch->unreadableIs(error.what());
+        }
+        return batch;
+    }
+
+    /** The last batch holds a large record, whose share of the budget comes back with the next. */
+    [[nodiscard]] bool holdsLarge() const { return records_ && records_->holdsLarge(); }
+
+  private:
+    void fill(RecordBatch& batch) {
+        if (!input_) {
+            input_.emplace(std::string(work_.file(dump_)));
+            records_.emplace(*input_, work_.addPath(), &work_.budget());
+            work_.handleOpened();
+        }
+        batch.nameIs(input_->name());
+        while (!batch.full()) {
+            if (!records_->next(record_)) {
+                batch.endIs(records_->end());
+                return;
+            }
+            batch.append(record_);
+            work_.show(dump_, *input_, begun_);
+        }
+    }
+
+    DumpWork& work_;
+    std::size_t const dump_;
+    Progress::Clock::time_point const begun_ = Progress::Clock::now();
+    std::uint64_t sequence_ = 0;
+    std::optional<InputStream> input_;
+    std::optional<MrtRecords> records_;
+    MrtRecord record_; // the one at hand
+};
+
+/** One thread's part of the work. It owns its counters; the handler is the caller's.
+    Thread-compatible. */
+class Worker {
+  public:
+    Worker(DumpWork& work, DumpHandler& handler)
+      : work_(work)
+      , handler_(handler) {
+        handler_.log().holdIs(true);
+    }
+
+    void run() noexcept {
+        try {
+            for (Task task = work_.next(); task.batch || task.dump; task = work_.next()) {
+                if (task.batch) {
+                    read(std::move(task.batch));
+                } else {
+                    cut(*task.dump);
+                }
+            }
+        } catch (...) {
+            work_.fail(std::current_exception());
+        }
+    }
+
+    [[nodiscard]] MrtCounts const& counts() const { return counts_; }
+
+  private:
+    void cut(std::size_t dump) {
+        DumpCutter cutter(work_, dump);
+        for (bool last = false; !last && !work_.failed();) {
+            Batch batch = cutter.next();
+            last = batch->last();
+            if (cutter.holdsLarge() && !last) {
+                read(std::move(batch)); // here, so that its share does not wait for a thread
+            } else {
+                work_.submit(std::move(batch));
+            }
+            while (Batch overdue = work_.overdue()) {
+                read(std::move(overdue));
+            }
+        }
+    }
+
+    void read(Batch batch) {
+        handler_.fileIs(batch->name());
+        RecordContext context(batch->name(), counts_, handler_);
+        batch->read(parser_, context);
+        if (!batch->unreadable().empty()) {
+            handler_.log().reportUnreadable(batch->unreadable());
+        }
+        work_.handleRead(std::move(batch), handler_.log());
+    }
+
+    DumpWork& work_;
+    DumpHandler& handler_;
+    RecordParser parser_;
+    MrtCounts counts_;
+};
+
+/** Runs the first worker in this thread, and each other one in its own. */
+void runAll(DumpWork& work, std::deque<Worker>& workers) {
+    std::vector<std::jthread> threads;
+    try {
+        for (std::size_t worker = 1; worker < workers.size(); ++worker) {
+            threads.emplace_back(&Worker::run, &workers[worker]);
+        }
+    } catch (...) {
+        work.fail(std::current_exception());
+    }
+    workers.front().run();
+}
+
+} // namespace
+
+DumpResult readDumps(DumpInput const& input, std::span<DumpHandler* const> handlers,
+                     ProblemLog& log) {
+    DumpWork work(input, handlers.size(), log);
+    std::deque<Worker> workers;
+    for (DumpHandler* const handler : handlers) {
+        workers.emplace_back(work, *handler);
+    }
+    runAll(work, workers);
+    DumpResult result;
+    result.files = work.opened();
+    for (Worker const& worker : workers) {
+        result.counts += worker.counts();
+    }
+    log.summarise();
+    result.status = log.status();
+    return result;
+}
+
+} // namespace BgpCommunities

@@ -1,0 +1,184 @@
+#include "RoundTripCommand.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "DumpFiles.h"
+#include "input/Hex.h"
+#include "lists/Agent.h"
+#include "lists/ListKinds.h"
+#include "text/AttributeVerdict.h"
+#include "text/JsonWriter.h"
+#include "text/Output.h"
+#include "text/StandardError.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr Option roundTripOptions[] = {{jsonOption}, addPathOption, {verboseOption}};
+
+constexpr std::string_view roundTripHelp =
+    R"(usage: bgp-communities roundtrip [--json] [--add-path[=HOW]] [--verbose] FILE...
+
+Checks that MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2; "-" is standard input) survive the
+way in and out again: every well-formed attribute of communities (types 8, 16, 25 and 32, repeated
+ones too) is decoded, interned and written, and what is written is compared with what its members
+demand, each once and in ascending order, worked out without the library.
+
+  --json            one JSON object instead of the line that says how many attributes were compared
+  --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
+                    for each message and family; no; or yes, which HOW may be left out for
+  --verbose         name all that is malformed or refused on standard error, not only the first few
+                    of each kind
+
+An attribute that a list of communities cannot hold (two different link bandwidths or origin
+validation states) is named on standard error and counted as refused. Every attribute that differs
+is named there with file, record and octets: as read, as expected and as written. The exit status
+is then 3.
+
+examples:
+  bgp-communities roundtrip updates.*.gz
+  bgp-communities roundtrip --json rib.bz2
+)";
+
+/** The path attribute that a value's members demand, each once and in order: the plainest way. */
+std::string demanded(CommunityKind kind, Octets value) {
+    std::size_t const size = traitsOf(kind).memberOctets;
+    std::string_view const octets(reinterpret_cast<char const*>(value.data()), value.size());
+    std::vector<std::string_view> members;
+    for (std::size_t at = 0; at < octets.size(); at += size) {
+        members.push_back(octets.substr(at, size));
+    }
+    // Octet by octet, without a sign, is the order of every kind.
+    std::sort(members.begin(), members.end());
+    members.erase(std::unique(members.begin(), members.end()), members.end());
+    std::size_t const length = members.size() * size;
+    std::string wire;
+    wire += static_cast<char>(length > 255 ? 0xd0 : 0xc0);
+    wire += static_cast<char>(traitsOf(kind).attributeType);
+    if (length > 255) {
+        wire += static_cast<char>(length >> 8);
+    }
+    wire += static_cast<char>(length & 0xff);
+    for (auto const member : members) {
+        wire += member;
+    }
+    return wire;
+}
+
+/** Writes the list that a value stands for, if it stands for one. */
+template <class Kind>
+Routing::Bgp::AttributeVerdict rewrite(Agent const& agent, Octets value, Mox::String& written) {
+    auto const decoded = Kind::decode(agent, value);
+    if (decoded) {
+        written = Kind::wire(*decoded.list);
+    }
+    return decoded.verdict;
+}
+
+/** By CommunityKind. */
+constexpr std::array<decltype(&rewrite<StandardLists>), communityKinds> rewriters = {
+    rewrite<StandardLists>, rewrite<ExtendedLists>, rewrite<Ip6Lists>, rewrite<LargeLists>};
+
+/**
+ * Compares every attribute that the dumps of a run hold with what is written for it.
+ *
+ * It owns the agent, and holds no list beyond the comparison. Thread-compatible.
+ */
+class RoundTrip final : public DumpHandler {
+  public:
+    using DumpHandler::DumpHandler;
+
+    void handleUpdate(Update const& update) override { check(update.at, update.communities); }
+
+    void handleRibEntry(RibEntry const& entry) override { check(entry.at, entry.communities); }
+
+    [[nodiscard]] std::uint64_t compared() const { return compared_; }
+
+    [[nodiscard]] std::uint64_t refused() const { return refused_; }
+
+    [[nodiscard]] std::uint64_t differing() const { return differing_; }
+
+  private:
+    void check(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
+        for (CommunityAttribute const& attribute : communities) {
+            if (attribute.form() == CommunityAttribute::Form::wellFormed) {
+                check(at, attribute);
+            }
+        }
+    }
+
+    void check(RecordPosition const& at, CommunityAttribute const& attribute) {
+        auto const rewriter = rewriters[static_cast<std::size_t>(attribute.kind)];
+        Mox::String written;
+        auto const verdict = rewriter(agent_, attribute.value, written);
+        if (verdict != Routing::Bgp::AttributeVerdict::accepted) {
+            ++refused_;
+            refuse(at, verdictText(verdict, attribute.kind, attribute.value.size()));
+            return;
+        }
+        ++compared_;
+        std::string const expected = demanded(attribute.kind, attribute.value);
+        if (std::string_view(written) != expected) {
+            ++differing_;
+            complainOf(at, attribute, expected, written);
+        }
+    }
+
+    void complainOf(RecordPosition const& at, CommunityAttribute const& attribute,
+                    std::string_view expected, std::string_view written) const {
+        std::string line(file());
+        line += ": record " + std::to_string(at.number) + " at octet " + std::to_string(at.offset) +
+                ": attribute " + std::to_string(traitsOf(attribute.kind).attributeType) + " of ";
+        appendHex(line, attribute.value);
+        line += ": expected ";
+        appendHex(line, octetsOf(expected));
+        line += ", written ";
+        appendHex(line, octetsOf(written));
+        complain(line);
+    }
+
+    Agent agent_;
+    std::uint64_t compared_ = 0;
+    std::uint64_t refused_ = 0;
+    std::uint64_t differing_ = 0;
+};
+
+void writeJson(std::string& out, RoundTrip const& result) {
+    JsonWriter json(out);
+    json.beginObject()
+        .key("compared")
+        .number(result.compared())
+        .key("refused")
+        .number(result.refused())
+        .key("differing")
+        .number(result.differing())
+        .endObject();
+}
+
+void writeText(std::string& out, RoundTrip const& result) {
+    out += std::to_string(result.compared()) + " attributes compared, " +
+           std::to_string(result.refused()) + " refused: ";
+    out +=
+        result.differing() == 0 ? "none differs" : std::to_string(result.differing()) + " differ";
+}
+
+ExitStatus roundTrip(Arguments const& arguments, Output& output) {
+    DumpInput const input(arguments);
+    RoundTrip roundTrip(arguments.has(verboseOption));
+    ExitStatus const status = readDumps(input, roundTrip).status;
+    (arguments.has(jsonOption) ? writeJson : writeText)(output.text(), roundTrip);
+    output.endLine();
+    return roundTrip.differing() == 0 ? status : worse(status, ExitStatus::unreadable);
+}
+
+} // namespace
+
+Command const roundTripCommand = {"roundtrip", "check that MRT dumps are written as they were read",
+                                  roundTripHelp, roundTripOptions, roundTrip};
+
+} // namespace BgpCommunities

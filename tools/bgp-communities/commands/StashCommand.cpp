@@ -1,0 +1,81 @@
+#include "StashCommand.h"
+
+#include <string>
+
+#include <MoxStash/StorePublisher.h>
+#include <MoxStash/StoreWriter.h>
+
+#include "DumpFiles.h"
+#include "lists/Agent.h"
+#include "lists/KindKeys.h"
+#include "lists/ListCounter.h"
+#include "text/Output.h"
+#include "text/StandardError.h"
+#include "text/Utf8.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr std::string_view outOption = "--out";
+
+constexpr Option stashOptions[] = {{outOption, true}, addPathOption, {verboseOption}};
+
+constexpr std::string_view stashHelp =
+    R"(usage: bgp-communities stash --out STORE [--add-path[=HOW]] [--verbose] FILE...
+
+Writes the distinct lists of communities of MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2; "-"
+is standard input) into a store, each with how many attributes carried it, the most used first: for
+`bgp-communities show`, and for every other process that maps stores.
+
+  --out STORE       a file or, as shm:/NAME, a POSIX shared-memory segment
+  --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
+                    for each message and family; no; or yes, which HOW may be left out for
+  --verbose         name all that is malformed on standard error, not only the first few of each
+                    kind
+
+The store is published in one step: who has attached to it meanwhile finds the one that was there
+before, or this one. If a FILE cannot be read, or the store not be written, the one that was there
+stays, and the exit status is 3.
+What a store holds, to the octet, is told with the library.
+
+examples:
+  bgp-communities stash --out lists.store rib.bz2
+  bgp-communities stash --out shm:/lists updates.*.gz
+)";
+
+ExitStatus stash(Arguments const& arguments, Output& output) {
+    DumpInput const input(arguments);
+    auto const store = arguments.value(outOption);
+    if (!store || store->empty()) {
+        throw UsageError("stash needs --out STORE");
+    }
+    Agent agent;
+    ListCounter counter(agent, arguments.has(verboseOption));
+    ExitStatus const status = readDumps(input, counter).status;
+    if (status == ExitStatus::unreadable) {
+        complain(std::string(*store) + ": not written, for not all could be read");
+        return status;
+    }
+    MoxStash::StoreWriter writer;
+    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
+        writer.rootIs(kindKeys[kind],
+                      counter.lists(static_cast<CommunityKind>(kind)).stash(writer));
+    }
+    auto const generation = MoxStash::publishStore(writer, std::string(*store));
+    std::string& out = output.text();
+    out.append(masked(*store))
+        .append(": generation ")
+        .append(std::to_string(generation))
+        .append(", ");
+    out.append(std::to_string(writer.records())).append(" records");
+    output.endLine();
+    return status;
+}
+
+} // namespace
+
+Command const stashCommand = {"stash", "write the lists of MRT dumps into a store", stashHelp,
+                              stashOptions, stash};
+
+} // namespace BgpCommunities

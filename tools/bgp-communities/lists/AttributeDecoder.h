@@ -1,0 +1,70 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Agent.h"
+#include "input/OctetReader.h"
+#include "text/JsonWriter.h"
+#include "wire/PathAttributes.h"
+
+namespace Routing::RouteMap {
+class PosixRegex;
+}
+
+namespace BgpCommunities {
+
+class CommunityName;
+
+/** How much is said of a value: everything, or every text form and selection as well. */
+enum class Detail { whole, withForms };
+
+/**
+ * What the values of one kind of attribute say: one object for each kind.
+ *
+ * It interns through the agent, which is the caller's and outlives it, and keeps the list of the
+ * last value until the next. Thread-compatible.
+ */
+class AttributeDecoder {
+  public:
+    explicit AttributeDecoder(CommunityKind kind)
+      : kind_(kind) {}
+
+    virtual ~AttributeDecoder() = default;
+    AttributeDecoder(AttributeDecoder const&) = delete;
+    AttributeDecoder& operator=(AttributeDecoder const&) = delete;
+
+    [[nodiscard]] CommunityKind kind() const { return kind_; }
+
+    /** Interns the list; or says why the value is malformed or refused, and has none. */
+    virtual std::string decode(Octets value) = 0;
+
+    /** Appends one line for each member of the value that was decoded last. */
+    virtual void appendText(std::string& out) = 0;
+
+    /** Appends the list that was decoded last, in one line. */
+    virtual void appendList(std::string& out) = 0;
+
+    /** Writes an object that says what the value is that was decoded last, or its fault. */
+    void writeJson(JsonWriter& json, Octets value, std::string_view fault, Detail detail);
+
+    /** Whether the expression matches the list that was decoded last, as the library has it. */
+    virtual bool matches(Routing::RouteMap::PosixRegex const& regex) = 0;
+
+    /** Whether a member of the list that was decoded last is meant by `name`. */
+    virtual bool holds(CommunityName const& name) = 0;
+
+  protected:
+    /** Writes the keys that say what was decoded last, from "text" on. */
+    virtual void writeList(JsonWriter& json, Detail detail) = 0;
+
+  private:
+    CommunityKind const kind_;
+};
+
+/** One decoder for each kind of attribute. */
+std::vector<std::unique_ptr<AttributeDecoder>> attributeDecoders(Agent& agent);
+
+} // namespace BgpCommunities

@@ -1,0 +1,54 @@
+#include "ListCounter.h"
+
+#include "text/AttributeVerdict.h"
+
+namespace BgpCommunities {
+
+void ListCounter::handleUpdate(Update const& update) {
+    routes_ += update.announced.size() + update.withdrawn.size();
+    count(update.at, update.communities);
+}
+
+void ListCounter::handleRibEntry(RibEntry const& entry) {
+    ++routes_;
+    count(entry.at, entry.communities);
+}
+
+void ListCounter::add(ListCounter const& other) {
+    routes_ += other.routes_;
+    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
+        refused_[kind].attributes += other.refused_[kind].attributes;
+        refused_[kind].members += other.refused_[kind].members;
+        lists_[kind]->add(*other.lists_[kind]);
+    }
+}
+
+void ListCounter::count(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
+    for (CommunityAttribute const& attribute : communities) {
+        if (attribute.form() == CommunityAttribute::Form::wellFormed) {
+            count(at, attribute);
+        }
+    }
+}
+
+void ListCounter::count(RecordPosition const& at, CommunityAttribute const& attribute) {
+    auto const kind = static_cast<std::size_t>(attribute.kind);
+    Place const& place = seen_[kind].find(attribute.value, [&](Place& made) {
+        made.uses = lists_[kind]->of(attribute.value, made.verdict);
+    });
+    if (place.uses != nullptr) {
+        ++*place.uses;
+    } else {
+        countRefused(at, attribute, place.verdict);
+    }
+}
+
+void ListCounter::countRefused(RecordPosition const& at, CommunityAttribute const& attribute,
+                               Routing::Bgp::AttributeVerdict verdict) {
+    Refused& refused = refused_[static_cast<std::size_t>(attribute.kind)];
+    ++refused.attributes;
+    refused.members += attribute.members();
+    refuse(at, verdictText(verdict, attribute.kind, attribute.value.size()));
+}
+
+} // namespace BgpCommunities

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "Agent.h"
+#include "ListUses.h"
+#include "commands/DumpFiles.h"
+#include "input/OctetMemory.h"
+
+namespace BgpCommunities {
+
+/**
+ * Counts what the reader leaves to it: it alone knows what is refused, and what is the same.
+ *
+ * It owns its counts and holds the lists; the agent is the caller's and outlives it.
+ * Thread-compatible: each thread has its own, of one agent.
+ */
+class ListCounter final : public DumpHandler {
+  public:
+    /** Attributes of one kind that no list can hold. */
+    struct Refused {
+        std::uint64_t attributes = 0;
+        std::uint64_t members = 0;
+    };
+
+    ListCounter(Agent& agent, bool verbose)
+      : DumpHandler(verbose)
+      , lists_(listUses(agent)) {}
+
+    void handleUpdate(Update const& update) override;
+    void handleRibEntry(RibEntry const& entry) override;
+
+    /** Adds what another one has counted. */
+    void add(ListCounter const& other);
+
+    /** Entries of tables, and routes that were announced or withdrawn. */
+    [[nodiscard]] std::uint64_t routes() const { return routes_; }
+
+    [[nodiscard]] Refused const& refused(CommunityKind kind) const {
+        return refused_[static_cast<std::size_t>(kind)];
+    }
+
+    [[nodiscard]] ListUses const& lists(CommunityKind kind) const {
+        return *lists_[static_cast<std::size_t>(kind)];
+    }
+
+  private:
+    /** Where a value is counted; nowhere if it is refused. */
+    struct Place {
+        std::uint64_t* uses = nullptr;
+        Routing::Bgp::AttributeVerdict verdict = Routing::Bgp::AttributeVerdict::accepted;
+
+        static constexpr std::size_t octets() { return 0; }
+    };
+
+    void count(RecordPosition const& at, std::span<CommunityAttribute const> communities);
+    void count(RecordPosition const& at, CommunityAttribute const& attribute);
+    void countRefused(RecordPosition const& at, CommunityAttribute const& attribute,
+                      Routing::Bgp::AttributeVerdict verdict);
+
+    std::uint64_t routes_ = 0;
+    std::array<Refused, communityKinds> refused_;
+    std::vector<std::unique_ptr<ListUses>> lists_; // by CommunityKind
+    // Routes that follow one another in a dump mostly carry what others just before them carried.
+    std::array<OctetMemory<Place>, communityKinds> seen_;
+};
+
+} // namespace BgpCommunities

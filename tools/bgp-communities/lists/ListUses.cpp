@@ -1,0 +1,206 @@
+#include "ListUses.h"
+
+#include <algorithm>
+#include <string_view>
+#include <type_traits>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include <Mox/Hash.h>
+
+#include "ListKinds.h"
+#include "text/CommunityFormatter.h"
+
+namespace BgpCommunities {
+
+using namespace Routing::Bgp;
+
+namespace {
+
+constexpr std::size_t mostUsedShown = 10;
+
+/** Members of lists: values that a stranger chose, or pointers to interned objects. */
+struct MemberHash {
+    std::size_t operator()(U32 value) const { return Mox::hashWord(value); }
+
+    std::size_t operator()(Acl::CommunityValue const& value) const {
+        std::uint64_t const high = std::uint64_t{value.globalAdministrator()} << 32;
+        return Mox::hashWord(Mox::hashWord(high | value.localData1()) ^ value.localData2());
+    }
+
+    template <class Comm>
+    std::size_t operator()(Mox::PtrConst<Comm> const& comm) const {
+        return std::hash<Comm const*>()(comm.get());
+    }
+};
+
+template <class Member>
+std::string octetsOfMembers(std::span<Member const> members) {
+    std::string octets;
+    for (Member const& member : members) {
+        CommunityFormatter::appendOctets(octets, member);
+    }
+    return octets;
+}
+
+template <class List>
+auto membersOf(List const& list) {
+    return std::span(list.begin(), list.end());
+}
+
+/** The octets of the array of members; in that of plain values none is spare. */
+template <class List>
+std::size_t arrayOctets(List const& list) {
+    if constexpr (requires { list.commVector().capacity(); }) {
+        return list.commVector().capacity() * sizeof *list.begin();
+    } else {
+        return list.comms() * sizeof *list.begin();
+    }
+}
+
+/**
+ * The entries of a map of uses, `most` of them, the most used one first. `octets(key)` orders what
+ * is used equally often.
+ */
+template <class Uses, class OctetsOfKey>
+auto ranked(Uses const& uses, std::size_t most, OctetsOfKey octets) {
+    std::vector<typename Uses::value_type const*> entries;
+    for (auto const& entry : uses) {
+        entries.push_back(&entry);
+    }
+    auto const end = entries.begin() + static_cast<std::ptrdiff_t>(std::min(most, entries.size()));
+    std::partial_sort(entries.begin(), end, entries.end(), [&](auto const* a, auto const* b) {
+        return a->second != b->second ? a->second > b->second : octets(a->first) < octets(b->first);
+    });
+    entries.erase(end, entries.end());
+    return entries;
+}
+
+/** The most used of a map's keys, and what they say: `text(key)`. */
+template <class Uses, class OctetsOfKey, class TextOfKey>
+std::vector<Used> mostUsed(Uses const& uses, OctetsOfKey octets, TextOfKey text) {
+    std::vector<Used> shown;
+    for (auto const* const entry : ranked(uses, mostUsedShown, octets)) {
+        shown.push_back({entry->second, octets(entry->first), text(entry->first)});
+    }
+    return shown;
+}
+
+template <class Kind>
+class ListUsesOf final : public ListUses {
+  public:
+    explicit ListUsesOf(Agent& agent)
+      : agent_(agent) {}
+
+    std::uint64_t* of(Octets value, AttributeVerdict& verdict) override {
+        auto const decoded = Kind::decode(agent_, value);
+        verdict = decoded.verdict;
+        return decoded ? &uses_[decoded.list] : nullptr;
+    }
+
+    void add(ListUses const& other) override {
+        for (auto const& [list, uses] : static_cast<ListUsesOf const&>(other).uses_) {
+            uses_[list] += uses;
+        }
+    }
+
+    [[nodiscard]] InternedKind summary() const override {
+        MemberUses const members = memberUses();
+        InternedKind summary;
+        for (auto const& [list, uses] : uses_) {
+            summary.membersUnique += uses * membersOf(*list).size();
+        }
+        summary.distinctLists = uses_.size();
+        summary.distinctValues = members.size();
+        summary.objectOctets = listOctets() + valueOctets(members.size());
+        summary.tableOctets = agent_.tableOctets(Kind::kind);
+        CommunityFormatter formatter;
+        summary.mostUsedValues = mostUsed(
+            members, [](Member const& member) { return octetsOfMembers(std::span(&member, 1)); },
+            [&](Member const& member) { return std::string(formatter.text(member)); });
+        summary.mostUsedLists = mostUsed(uses_, octetsOfList, [](ListPtr const& list) {
+            return std::string(std::string_view(list->toStrep()));
+        });
+        return summary;
+    }
+
+    void const* stash(MoxStash::StoreWriter& writer) const override {
+        std::vector<MoxStash::StoredEntry> entries;
+        for (auto const* const entry : ranked(uses_, uses_.size(), octetsOfList)) {
+            entries.push_back({entry->first->stash(writer), entry->second});
+        }
+        return writer.tableIs(entries);
+    }
+
+  private:
+    using List = typename Kind::List;
+    using ListPtr = typename List::PtrConst;
+    using Member = std::remove_cvref_t<decltype(*std::declval<List const&>().begin())>;
+    using MemberUses = std::unordered_map<Member, std::uint64_t, MemberHash>;
+
+    static std::string octetsOfList(ListPtr const& list) {
+        return octetsOfMembers(membersOf(*list));
+    }
+
+    [[nodiscard]] MemberUses memberUses() const {
+        MemberUses members;
+        for (auto const& [list, uses] : uses_) {
+            for (Member const& member : *list) {
+                members[member] += uses;
+            }
+        }
+        return members;
+    }
+
+    [[nodiscard]] std::size_t listOctets() const {
+        std::size_t octets = 0;
+        std::unordered_set<void const*> shared; // lists of one class, each in any number of lists
+        for (auto const& entry : uses_) {
+            List const& list = *entry.first;
+            octets += sizeof(List) + arrayOctets(list);
+            if constexpr (requires { list.classificationList({}); }) {
+                octets += classOctets(list, shared);
+            }
+        }
+        return octets;
+    }
+
+    /** What the division of a list into classes takes, as far as it is not in `shared` already. */
+    static std::size_t classOctets(List const& list, std::unordered_set<void const*>& shared) {
+        std::size_t octets = 0;
+        for (U32 number = 0; number < extCommClassificationOneBeyondLast; ++number) {
+            auto const part = list.classificationList(static_cast<ExtCommClassification>(number));
+            octets += part ? sizeof part : 0;
+            if (part && shared.insert(part.get()).second) {
+                octets += sizeof *part + arrayOctets(*part);
+            }
+        }
+        return octets;
+    }
+
+    /** Plain values take no room but in the arrays of the lists. */
+    static std::size_t valueOctets(std::size_t values) {
+        if constexpr (requires(Member const& member) { member.get(); }) {
+            return values * sizeof *std::declval<Member>();
+        } else {
+            return 0;
+        }
+    }
+
+    Agent& agent_;
+    std::unordered_map<ListPtr, std::uint64_t> uses_;
+};
+
+} // namespace
+
+std::vector<std::unique_ptr<ListUses>> listUses(Agent& agent) {
+    std::vector<std::unique_ptr<ListUses>> uses;
+    uses.push_back(std::make_unique<ListUsesOf<StandardLists>>(agent));
+    uses.push_back(std::make_unique<ListUsesOf<ExtendedLists>>(agent));
+    uses.push_back(std::make_unique<ListUsesOf<Ip6Lists>>(agent));
+    uses.push_back(std::make_unique<ListUsesOf<LargeLists>>(agent));
+    return uses;
+}
+
+} // namespace BgpCommunities

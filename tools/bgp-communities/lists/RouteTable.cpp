@@ -1,0 +1,133 @@
+#include "RouteTable.h"
+
+#include <algorithm>
+#include <tuple>
+#include <vector>
+
+#include "input/OctetReader.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr std::uint8_t formPrefix = 0x01;
+constexpr std::uint8_t formPathId = 0x02;
+
+/** The fields of a key that stand before octets of the route itself. */
+class KeyHead {
+  public:
+    explicit KeyHead(Route const& route) {
+        add(route.family.afi, 2);
+        add(route.family.safi, 1);
+        add((route.isPrefix ? formPrefix : 0U) | (route.hasPathId ? formPathId : 0U), 1);
+        if (route.hasPathId) {
+            add(route.pathId, 4);
+        }
+        if (route.isPrefix) {
+            add(route.length, 1);
+        }
+    }
+
+    [[nodiscard]] Octets octets() const { return Octets(octets_).first(size_); }
+
+  private:
+    void add(std::uint32_t value, std::size_t octets) {
+        while (octets-- > 0) {
+            octets_[size_++] = static_cast<std::uint8_t>(value >> (8 * octets));
+        }
+    }
+
+    std::array<std::uint8_t, 9> octets_{};
+    std::size_t size_ = 0;
+};
+
+Octets distinguisherOf(Route const& route) {
+    bool const hasOne = route.isPrefix && route.family.safi == safiVpn;
+    return hasOne ? Octets(route.distinguisher) : Octets();
+}
+
+/** The octets that tell the route from others of its kind; those of an address beyond the prefix
+    are zero. */
+Octets bodyOf(Route const& route) {
+    return route.isPrefix ? Octets(route.address.octets).first((route.length + 7U) / 8)
+                          : route.opaque;
+}
+
+} // namespace
+
+RouteKey::RouteKey(Route const& route) {
+    KeyHead const head(route);
+    std::array<Octets, 3> const pieces = {head.octets(), distinguisherOf(route), bodyOf(route)};
+    for (Octets const piece : pieces) {
+        size_ += static_cast<std::uint32_t>(piece.size());
+    }
+    if (size_ > short_.size()) {
+        long_ = std::make_unique<std::uint8_t[]>(size_);
+    }
+    std::uint8_t* out = long_ ? long_.get() : short_.data();
+    for (Octets const piece : pieces) {
+        out = std::copy(piece.begin(), piece.end(), out);
+    }
+}
+
+bool RouteTable::PeerOrder::operator()(Peer const& a, Peer const& b) const {
+    return std::tie(a.address.size, a.address.octets, a.as) <
+           std::tie(b.address.size, b.address.octets, b.as);
+}
+
+bool RouteTable::announce(Peer const& peer, Route const& route, RouteLists const& lists) {
+    auto const [at, isNew] = peers_[peer].try_emplace(RouteKey(route), lists);
+    if (isNew) {
+        ++routes_;
+    } else {
+        at->second = lists;
+    }
+    return !isNew;
+}
+
+bool RouteTable::withdraw(Peer const& peer, Route const& route) {
+    auto const found = peers_.find(peer);
+    bool const wasThere = found != peers_.end() && found->second.erase(RouteKey(route)) != 0;
+    routes_ -= wasThere ? 1 : 0;
+    return wasThere;
+}
+
+void RouteTable::drop(Routes& routes) {
+    std::vector<Routes::const_iterator> inOrder;
+    inOrder.reserve(routes.size());
+    for (auto at = routes.cbegin(); at != routes.cend(); ++at) {
+        inOrder.push_back(at);
+    }
+    std::sort(inOrder.begin(), inOrder.end(),
+              [](auto const& a, auto const& b) { return a->first.octets() < b->first.octets(); });
+    for (auto const& at : inOrder) {
+        routes.erase(at);
+    }
+    routes_ -= inOrder.size();
+}
+
+void RouteTable::drop(Peer const& peer) {
+    if (auto const found = peers_.find(peer); found != peers_.end()) {
+        drop(found->second);
+        peers_.erase(found);
+    }
+}
+
+std::vector<Peer> RouteTable::peersOf(std::uint32_t as) const {
+    std::vector<Peer> out;
+    for (auto const& [peer, routes] : peers_) {
+        if (peer.as == as && !routes.empty()) {
+            out.push_back(peer);
+        }
+    }
+    return out;
+}
+
+void RouteTable::dropAll() {
+    for (auto& [peer, routes] : peers_) {
+        drop(routes);
+    }
+    peers_.clear();
+}
+
+} // namespace BgpCommunities

@@ -1,0 +1,72 @@
+#include "Bgp4mp.h"
+
+#include <array>
+
+#include "wire/Nlri.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr auto stateChange = Bgp4mpForm::Holds::stateChange;
+constexpr auto anyMessage = Bgp4mpForm::Holds::message;
+
+constexpr std::array<Bgp4mpForm, 12> bgp4mpForms = {{
+    {stateChange, false, false, false}, // 0 STATE_CHANGE
+    {anyMessage, false, false, false},  // 1 MESSAGE
+    {},                                 // 2 ENTRY, deprecated
+    {},                                 // 3 SNAPSHOT, deprecated
+    {anyMessage, true, false, false},   // 4 MESSAGE_AS4
+    {stateChange, true, false, false},  // 5 STATE_CHANGE_AS4
+    {anyMessage, false, true, false},   // 6 MESSAGE_LOCAL
+    {anyMessage, true, true, false},    // 7 MESSAGE_AS4_LOCAL
+    {anyMessage, false, false, true},   // 8 MESSAGE_ADDPATH
+    {anyMessage, true, false, true},    // 9 MESSAGE_AS4_ADDPATH
+    {anyMessage, false, true, true},    // 10 MESSAGE_LOCAL_ADDPATH
+    {anyMessage, true, true, true},     // 11 MESSAGE_AS4_LOCAL_ADDPATH
+}};
+
+constexpr std::size_t markerOctets = 16;
+constexpr std::size_t messageHeaderOctets = markerOctets + 3;
+
+} // namespace
+
+Bgp4mpForm const& bgp4mpForm(std::uint16_t subtype) {
+    static constexpr Bgp4mpForm none;
+    return subtype < bgp4mpForms.size() ? bgp4mpForms[subtype] : none;
+}
+
+/** peer AS | local AS | interface (2) | AFI (2) | peer address | local address */
+std::string_view readEnds(OctetReader& in, bool as4, Bgp4mpEnds& ends) {
+    ends.peer.as = as4 ? in.u32() : in.u16();
+    in.octets((as4 ? 4 : 2) + 2);
+    std::uint16_t const afi = in.u16();
+    if (in.ok() && afi != afiIpv4 && afi != afiIpv6) {
+        return "the address family of the peer is neither IPv4 nor IPv6";
+    }
+    std::size_t const addressOctets = afi == afiIpv4 ? 4 : 16;
+    ends.peer.address = ipAddress(in.octets(addressOctets));
+    ends.local = ipAddress(in.octets(addressOctets));
+    return in.ok() ? std::string_view() : "the record is too short for its peer";
+}
+
+/** marker (16) | length of all of it (2) | type (1) | body             RFC 4271, section 4.1 */
+bool readMessage(OctetReader& in, BgpMessage& message) {
+    std::size_t const left = in.left();
+    in.octets(markerOctets);
+    message.length = in.u16();
+    message.type = in.u8();
+    message.whole = in.ok() && message.length >= messageHeaderOctets && message.length <= left;
+    message.body = message.whole ? in.octets(message.length - messageHeaderOctets) : Octets();
+    return in.ok();
+}
+
+bool splitUpdate(Octets update, UpdateAreas& areas) {
+    OctetReader in(update);
+    areas.withdrawn = in.octets(in.u16());
+    areas.attributes = in.octets(in.u16());
+    areas.announced = in.rest();
+    return in.ok();
+}
+
+} // namespace BgpCommunities

@@ -1,0 +1,174 @@
+#include "StandardError.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <string>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "Utf8.h"
+#include "input/InputStream.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr std::string_view clearLine = "\r\x1b[K";
+
+/** There may be a progress line. A signal handler reads it. */
+std::atomic<bool> lineShown{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+/** One call for one line, so that those of several processes do not mix. */
+void write(std::string_view text) {
+    // Where an error of standard error itself would go, nobody knows.
+    [[maybe_unused]] auto const written = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
+/** Installed so that the signal acts as if nobody had caught it once it is raised again. */
+extern "C" void handleInterrupt(int signal) {
+    if (lineShown) {
+        write(clearLine);
+    }
+    ::raise(signal);
+}
+
+std::size_t terminalColumns() {
+    winsize size = {};
+    bool const known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+    return known ? size.ws_col : 80;
+}
+
+/** "1.5 MB" */
+std::string octetsText(double octets) {
+    constexpr std::array<char const*, 5> units = {"B", "kB", "MB", "GB", "TB"};
+    std::size_t unit = 0;
+    while (octets >= 999.95 && unit + 1 < units.size()) {
+        octets /= 1000;
+        ++unit;
+    }
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.*f %s", unit == 0 ? 0 : 1, octets, units[unit]);
+    return text.data();
+}
+
+/** "1:02:03", or "2:03" */
+std::string timeText(double seconds) {
+    constexpr double longest = 999 * 3600;
+    auto const whole = static_cast<unsigned int>(std::ceil(std::min(seconds, longest)));
+    std::array<char, 32> text{};
+    if (whole < 3600) {
+        std::snprintf(text.data(), text.size(), "%u:%02u", whole / 60, whole % 60);
+    } else {
+        std::snprintf(text.data(), text.size(), "%u:%02u:%02u", whole / 3600, whole / 60 % 60,
+                      whole % 60);
+    }
+    return text.data();
+}
+
+/** The end of the name, masked, in at most `columns` octets. */
+std::string shortName(std::string_view name, std::size_t columns) {
+    constexpr std::string_view gap = "...";
+    std::string text = masked(name);
+    if (text.size() <= columns) {
+        return text;
+    }
+    std::size_t from = text.size() - (columns - std::min(columns, gap.size()));
+    while (from < text.size() && (static_cast<unsigned char>(text[from]) & 0xc0) == 0x80) {
+        ++from; // not in the middle of a character of several octets
+    }
+    return text.replace(0, from, gap);
+}
+
+/** How far the reading of one file has come; a plain value. */
+struct ReadingProgress {
+    std::string_view name;
+    std::uint64_t octets = 0; // of the file itself
+    std::uint64_t size = 0;   // of the file; 0 if it is not known
+    double seconds = 0;       // since the reading began
+};
+
+/** What stands behind the name. */
+std::string measures(ReadingProgress const& progress) {
+    auto const octets = static_cast<double>(progress.octets);
+    auto const size = static_cast<double>(progress.size);
+    std::string text = ": " + octetsText(octets);
+    if (progress.size != 0) {
+        text += " of " + octetsText(size) + " (" +
+                std::to_string(static_cast<int>(std::min(octets / size, 1.0) * 100)) + " %)";
+    }
+    if (progress.octets != 0 && progress.seconds > 0) {
+        double const rate = octets / progress.seconds;
+        text += ", " + octetsText(rate) + "/s";
+        if (progress.size != 0) {
+            text += ", " + timeText(std::max(size - octets, 0.0) / rate) + " left";
+        }
+    }
+    return text;
+}
+
+/** The progress in one line of at most `columns` octets: what does not fit is left out of the
+    beginning of the name, and then the line is cut. */
+std::string progressText(ReadingProgress const& progress, std::size_t columns) {
+    std::string text = measures(progress);
+    std::size_t const left = columns - std::min(columns, text.size());
+    text.insert(0, shortName(progress.name, left));
+    text.resize(std::min(text.size(), columns));
+    return text;
+}
+
+} // namespace
+
+void complain(std::string_view message) {
+    std::string line(lineShown ? clearLine : "");
+    line.append("bgp-communities: ").append(masked(message)).append("\n");
+    write(line);
+}
+
+void installInterrupts() {
+    for (int const signal : {SIGINT, SIGTERM}) {
+        struct sigaction action = {};
+        if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
+            continue;
+        }
+        action.sa_handler = handleInterrupt;
+        action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+        ::sigaction(signal, &action, nullptr);
+    }
+}
+
+Progress::Progress()
+  : active_(::isatty(STDERR_FILENO) == 1) {}
+
+Progress::~Progress() {
+    if (lineShown) {
+        write(clearLine);
+        lineShown = false;
+    }
+}
+
+void Progress::show(InputStream const& input, Clock::time_point begun) {
+    if (!active_) {
+        return;
+    }
+    auto const now = Clock::now();
+    if (now < next_) {
+        return;
+    }
+    next_ = now + std::chrono::milliseconds(200);
+    ReadingProgress const progress = {input.name(), input.sourceOctets(), input.sourceSize(),
+                                      std::chrono::duration<double>(now - begun).count()};
+    std::string line(clearLine);
+    // Not in the last column: some terminals would begin a new line.
+    line += progressText(progress, terminalColumns() - 1);
+    lineShown = true;
+    write(line);
+}
+
+} // namespace BgpCommunities

@@ -1,0 +1,331 @@
+#include "Nlri.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "input/Hex.h"
+#include "input/Numbers.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+// The layouts of one piece of NLRI. All but `whole` tell where the piece ends.
+enum class Layout : std::uint8_t {
+    prefix,       // length in bits (1), prefix                                   RFC 4271
+    labelled,     // length in bits (1), labels (3 each), prefix                  RFC 8277
+    vpn,          // length in bits (1), labels (3 each), distinguisher (8), prefix  RFC 4364
+    bits,         // length in bits (1), that many bits rounded up                RFC 4684, 6037
+    typeLength,   // type (1), length in octets (1), those                        RFC 7432, 6514
+    typeLength16, // type (2), length in octets (2), those                        RFC 9552
+    length16,     // length in octets (2), those                                  RFC 4761
+    flow,         // length in octets (1, or 2 from 0xf0 on), those               RFC 8955
+    whole,        // not known
+};
+
+constexpr unsigned int distinguisherBits = 64;
+
+Layout layoutOf(Family family) {
+    bool const ip = family.afi == afiIpv4 || family.afi == afiIpv6;
+    switch (family.safi) {
+    case safiUnicast:
+    case safiMulticast:
+        return ip ? Layout::prefix : Layout::whole;
+    case safiLabelled:
+        return ip ? Layout::labelled : Layout::whole;
+    case safiVpn:
+        return ip ? Layout::vpn : Layout::whole;
+    case 66:  // MDT
+    case 132: // route target membership
+        return Layout::bits;
+    case 5:  // multicast VPN
+    case 70: // EVPN
+        return Layout::typeLength;
+    case 71: // BGP-LS
+    case 72: // BGP-LS VPN
+        return Layout::typeLength16;
+    case 65: // VPLS
+        return Layout::length16;
+    case 133: // flow specification
+    case 134: // flow specification VPN
+        return Layout::flow;
+    default:
+        return Layout::whole;
+    }
+}
+
+bool isPrefixLayout(Layout layout) {
+    return layout == Layout::prefix || layout == Layout::labelled || layout == Layout::vpn;
+}
+
+std::size_t octetsOfBits(unsigned int bits) {
+    return (bits + 7) / 8;
+}
+
+/**
+ * The label stack in front of a prefix: up to the bottom-of-stack bit (RFC 8277, section 2.3), or
+ * one field only, whatever it holds, where the route is withdrawn (section 2.4). Empty if there is
+ * no end to it.
+ */
+Octets takeLabels(OctetReader& in, bool withdrawn) {
+    OctetReader look = in;
+    std::size_t size = 0;
+    bool bottom = false;
+    for (; !bottom && look.left() >= 3; size += 3) {
+        Octets const label = look.octets(3);
+        bottom = withdrawn || (label[2] & 1) != 0;
+    }
+    return bottom ? in.octets(size) : Octets();
+}
+
+/** The address, zero beyond the first `bits` bits, of which it has at least as many. */
+IpAddress firstBits(IpAddress address, unsigned int bits) {
+    if (unsigned int const partial = bits % 8; partial != 0) {
+        address.octets[bits / 8] &= static_cast<std::uint8_t>(0xff00U >> partial);
+    }
+    std::fill(address.octets.begin() + octetsOfBits(bits), address.octets.end(), 0);
+    return address;
+}
+
+/** Gives `route` the prefix of `bits` bits that `octets`, at least as many, begin with. */
+std::string_view setPrefix(Route& route, Octets octets, unsigned int bits) {
+    std::uint8_t const addressOctets = route.family.afi == afiIpv4 ? 4 : 16;
+    if (bits > addressOctets * 8U) {
+        return "a prefix is longer than an address";
+    }
+    std::copy_n(octets.begin(), octetsOfBits(bits), route.address.octets.begin());
+    route.address.size = addressOctets;
+    IpAddress const sent = route.address;
+    route.address = firstBits(sent, bits);
+    route.trailingBits = route.address != sent;
+    route.length = static_cast<std::uint8_t>(bits);
+    route.isPrefix = true;
+    return {};
+}
+
+std::string_view takePrefixRoute(OctetReader& in, Layout layout, bool withdrawn, Route& route) {
+    unsigned int bits = in.u8();
+    OctetReader field(in.octets(octetsOfBits(bits)));
+    if (!in.ok()) {
+        return "a prefix runs past the end of its NLRI";
+    }
+    if (layout != Layout::prefix) {
+        route.labels = takeLabels(field, withdrawn);
+        unsigned int const used = static_cast<unsigned int>(route.labels.size()) * 8;
+        if (used == 0 || used > bits) {
+            return "a labelled prefix is too short for its labels";
+        }
+        bits -= used;
+    }
+    if (layout == Layout::vpn) {
+        if (bits < distinguisherBits) {
+            return "a VPN prefix is too short for its route distinguisher";
+        }
+        Octets const octets = field.octets(distinguisherBits / 8);
+        std::copy(octets.begin(), octets.end(), route.distinguisher.begin());
+        bits -= distinguisherBits;
+    }
+    return setPrefix(route, field.rest(), bits);
+}
+
+/** Length of the piece that `in` stands at, its own length field included. */
+std::size_t pieceOctets(OctetReader in, Layout layout) {
+    std::size_t const before = in.left();
+    std::size_t size = 0;
+    switch (layout) {
+    case Layout::bits:
+        size = octetsOfBits(in.u8());
+        break;
+    case Layout::typeLength:
+        in.octets(1);
+        size = in.u8();
+        break;
+    case Layout::typeLength16:
+        in.octets(2);
+        size = in.u16();
+        break;
+    case Layout::length16:
+        size = in.u16();
+        break;
+    case Layout::flow:
+        size = in.u8();
+        if (size >= 0xf0) {
+            size = (size & 0x0f) << 8 | in.u8();
+        }
+        break;
+    default:
+        return before;
+    }
+    return before - in.left() + size;
+}
+
+void takePathId(OctetReader& in, bool pathIds, Route& route) {
+    route.hasPathId = pathIds;
+    if (pathIds) {
+        route.pathId = in.u32();
+    }
+}
+
+/** RFC 4364, section 4.2: type (2), then administrator and assigned number as the type says. */
+void appendDistinguisher(std::string& out, Octets octets) {
+    OctetReader in(octets);
+    switch (in.u16()) {
+    case 0:
+        appendNumber(out, in.u16());
+        out += ':';
+        appendNumber(out, in.u32());
+        break;
+    case 1:
+        appendText(out, ipAddress(in.octets(4)));
+        out += ':';
+        appendNumber(out, in.u16());
+        break;
+    case 2:
+        appendNumber(out, in.u32());
+        out += ':';
+        appendNumber(out, in.u16());
+        break;
+    default:
+        appendHex(out, octets);
+        break;
+    }
+}
+
+} // namespace
+
+/** AFI (2) | SAFI (1) | length (1) | next hop | reserved (1) | NLRI     RFC 4760, section 3 */
+bool splitMpReach(Octets value, MpNlri& mp) {
+    OctetReader in(value);
+    mp.family = {in.u16(), in.u8()};
+    in.octets(in.u8());
+    in.u8();
+    mp.nlri = in.rest();
+    return in.ok();
+}
+
+/** AFI (2) | SAFI (1) | NLRI                                            RFC 4760, section 4 */
+bool splitMpUnreach(Octets value, MpNlri& mp) {
+    OctetReader in(value);
+    mp.family = {in.u16(), in.u8()};
+    mp.nlri = in.rest();
+    return in.ok();
+}
+
+std::string_view readRoute(OctetReader& in, NlriForm const& form, Route& route) {
+    route = {};
+    route.family = form.family;
+    takePathId(in, form.pathIds, route);
+    Layout const layout = layoutOf(form.family);
+    if (isPrefixLayout(layout)) {
+        return takePrefixRoute(in, layout, form.withdrawn, route);
+    }
+    route.opaque = in.octets(pieceOctets(in, layout));
+    return in.ok() ? std::string_view() : "a route runs past the end of its NLRI";
+}
+
+std::string_view makePrefix(Family family, Octets address, std::uint8_t length, Route& route) {
+    route = {};
+    route.family = family;
+    return setPrefix(route, address, length);
+}
+
+std::string_view readRoutes(Octets nlri, NlriForm const& form, std::vector<Route>& routes) {
+    OctetReader in(nlri);
+    if (!isPrefixLayout(layoutOf(form.family))) {
+        if (!nlri.empty()) {
+            Route& route = routes.emplace_back();
+            route.family = form.family;
+            route.opaque = nlri;
+        }
+        return {};
+    }
+    std::string_view fault;
+    while (fault.empty() && !in.empty()) {
+        fault = readRoute(in, form, routes.emplace_back());
+    }
+    if (!fault.empty()) {
+        routes.pop_back();
+    }
+    return fault;
+}
+
+std::string_view readPrefix(std::string_view text, Prefix& prefix) {
+    std::size_t const slash = std::min(text.find('/'), text.size());
+    std::string_view const digits = text.substr(std::min(slash + 1, text.size()));
+    prefix.address = readIpAddress(text.substr(0, slash));
+    if (prefix.address.size == 0) {
+        return "no IPv4 or IPv6 prefix";
+    }
+    auto const [end, error] =
+        std::from_chars(digits.data(), digits.data() + digits.size(), prefix.length);
+    if (error != std::errc() || end != digits.data() + digits.size() ||
+        prefix.length > prefix.address.size * 8) {
+        return "no prefix length behind a slash";
+    }
+    if (firstBits(prefix.address, prefix.length) != prefix.address) {
+        return "the address has bits behind the prefix";
+    }
+    return {};
+}
+
+bool contains(Prefix const& prefix, Route const& route) {
+    return route.isPrefix && route.address.size == prefix.address.size &&
+           route.length >= prefix.length &&
+           firstBits(route.address, prefix.length) == prefix.address;
+}
+
+bool hasPrefixes(Family family) {
+    return isPrefixLayout(layoutOf(family));
+}
+
+bool hasKnownPieces(Family family) {
+    return layoutOf(family) != Layout::whole;
+}
+
+void appendText(std::string& out, Route const& route) {
+    if (!route.isPrefix) {
+        appendNumber(out, route.family.afi);
+        out += '/';
+        appendNumber(out, route.family.safi);
+        out += ':';
+        appendHex(out, route.opaque);
+        return;
+    }
+    if (route.family.safi == safiVpn) {
+        appendDistinguisher(out, route.distinguisher);
+        out += ':';
+    }
+    appendText(out, route.address);
+    out += '/';
+    appendNumber(out, route.length);
+}
+
+void appendText(std::string& out, Family family) {
+    std::string_view safi;
+    switch (family.safi) {
+    case safiUnicast:
+        safi = " unicast";
+        break;
+    case safiMulticast:
+        safi = " multicast";
+        break;
+    case safiLabelled:
+        safi = " labelled";
+        break;
+    case safiVpn:
+        safi = " VPN";
+        break;
+    default:
+        break;
+    }
+    if (safi.empty() || (family.afi != afiIpv4 && family.afi != afiIpv6)) {
+        appendNumber(out, family.afi);
+        out += '/';
+        appendNumber(out, family.safi);
+        return;
+    }
+    out += family.afi == afiIpv4 ? "IPv4" : "IPv6";
+    out += safi;
+}
+
+} // namespace BgpCommunities

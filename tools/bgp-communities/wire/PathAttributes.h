@@ -1,0 +1,132 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "input/OctetReader.h"
+
+namespace BgpCommunities {
+
+/** The four path attributes that carry communities, in the order of their type numbers. */
+enum class CommunityKind : std::uint8_t {
+    standard,    // RFC 1997
+    extended,    // RFC 4360
+    ip6Extended, // RFC 5701
+    large,       // RFC 8092
+};
+
+inline constexpr std::size_t communityKinds = 4;
+
+/** What is fixed about a kind. */
+struct CommunityKindTraits {
+    std::uint8_t attributeType;
+    std::size_t memberOctets;
+};
+
+inline constexpr std::array<CommunityKindTraits, communityKinds> communityKindTraits = {{
+    {8, 4},
+    {16, 8},
+    {25, 20},
+    {32, 12},
+}};
+
+constexpr CommunityKindTraits const& traitsOf(CommunityKind kind) {
+    return communityKindTraits[static_cast<std::size_t>(kind)];
+}
+
+/** The kind that attribute `type` carries, if it carries communities. */
+constexpr std::optional<CommunityKind> communityKind(std::uint8_t type) {
+    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
+        if (communityKindTraits[kind].attributeType == type) {
+            return static_cast<CommunityKind>(kind);
+        }
+    }
+    return std::nullopt;
+}
+
+/**
+ * One attribute of communities as it was sent; a plain value that owns nothing: `value` is good
+ * for as long as the octets that it was read from. Thread-compatible.
+ */
+struct CommunityAttribute {
+    enum class Form : std::uint8_t {
+        wellFormed, // a non-zero multiple of the member's size
+        empty,      // no octets at all
+        malformed,  // no multiple of the member's size
+    };
+
+    CommunityKind kind = CommunityKind::standard;
+    std::uint32_t repetition = 0; // how many attributes of this type stood before it in its area
+    Octets value;                 // without flags, type and length
+
+    [[nodiscard]] Form form() const {
+        if (value.empty()) {
+            return Form::empty;
+        }
+        return members() * traitsOf(kind).memberOctets == value.size() ? Form::wellFormed
+                                                                       : Form::malformed;
+    }
+
+    [[nodiscard]] std::size_t members() const { return value.size() / traitsOf(kind).memberOctets; }
+};
+
+/** One path attribute (RFC 4271, section 4.3); `value` as in CommunityAttribute. */
+struct PathAttribute {
+    std::uint8_t flags = 0;
+    std::uint8_t type = 0;
+    Octets value;
+};
+
+/**
+ * A walk over the path attributes of one UPDATE or RIB entry.
+ *
+ *     flags (1) | type (1) | length (1, or 2 if flags & 0x10) | value      RFC 4271, section 4.3
+ *
+ * It owns nothing. Thread-compatible. It stops at the end of the area, or before an attribute that
+ * runs past it; `fault()` then says so, and what was handed out before stands.
+ */
+class PathAttributeReader {
+  public:
+    explicit PathAttributeReader(Octets area)
+      : in_(area) {}
+
+    /** Takes the next attribute; false if there is none. */
+    bool next(PathAttribute& attribute);
+
+    /** After `next()` was false: what is wrong with the area; empty if it was read to its end. */
+    [[nodiscard]] std::string const& fault() const { return fault_; }
+
+  private:
+    OctetReader in_;
+    std::string fault_;
+};
+
+/**
+ * What the reader wants to know of one attribute area: its communities and its multiprotocol
+ * routes (RFC 4760).
+ *
+ * It is filled again for every area and keeps its memory, whose size is bounded by the largest
+ * area; it owns no octets. Thread-compatible.
+ */
+struct AttributeArea {
+    static constexpr std::uint8_t mpReachType = 14;
+    static constexpr std::uint8_t mpUnreachType = 15;
+
+    std::vector<CommunityAttribute> communities; // in the order sent
+    std::optional<Octets> mpReach;               // the first of its type
+    std::optional<Octets> mpUnreach;
+    bool repeatedMultiprotocol = false; // there was a second one; RFC 7606 forbids it
+    std::string fault;                  // as in PathAttributeReader
+
+    void read(Octets area);
+
+  private:
+    void keepMultiprotocol(std::optional<Octets>& kept, Octets value);
+};
+
+} // namespace BgpCommunities
