@@ -1,4 +1,5 @@
 #include "mrt/MrtReader.h"
+#include "mrt/RecordForms.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -458,7 +459,7 @@ TEST(MrtReaderTest, WhatLiesAboutItselfIsCountedNamedAndLeftOut) {
         {"withdrawn family", inRoutes, with(attribute(15, "x")), first,
          "MP_UNREACH_NLRI is too short for its family"},
         {"MP_UNREACH_NLRI", inRoutes, with(twice), first,
-         "MP_REACH_NLRI or MP_UNREACH_NLRI stands there twice"},
+         "duplicate MP_REACH_NLRI or MP_UNREACH_NLRI attribute"},
         {"TABLE_DUMP without attributes", inRecord,
          record(tableDump, 1, hex("0000 0001 c0000200 18 01 00000000 c0000201 fbf0 0004 4001")),
          none, "the record is too short for a route and its attributes"},
@@ -533,7 +534,7 @@ std::size_t peakKilobytes() {
 TEST(MrtReaderTest, NoClaimedLengthIsBelievedBeforeItsOctetsArrive) {
     std::size_t const before = peakKilobytes();
     Recorder recorder;
-    for (std::uint32_t const claim : {RecordParser::maxRibOctets, 0xffffffffU}) {
+    for (std::uint32_t const claim : {maxRibOctets, 0xffffffffU}) {
         for (std::size_t const octets : {12U, 100000U}) {
             std::string const head = u32(0) + u16(tableDumpV2) + u16(2) + u32(claim);
             EXPECT_EQ(read(head + std::string(octets, 'x'), recorder).truncatedOctets, 12 + octets);
@@ -541,7 +542,7 @@ TEST(MrtReaderTest, NoClaimedLengthIsBelievedBeforeItsOctetsArrive) {
     }
 
     // A record whose octets do arrive, but are more than any record has, is not held either.
-    constexpr std::uint32_t size = RecordParser::maxRibOctets + 1;
+    constexpr std::uint32_t size = maxRibOctets + 1;
     TemporaryFile const file(u32(0) + u16(tableDumpV2) + u16(2) + u32(size));
     ASSERT_EQ(::truncate(file.path().c_str(), 12 + off_t{size}), 0);
     std::ofstream(file.path(), std::ios::binary | std::ios::app) << as4Record(update(""));
@@ -567,7 +568,7 @@ TEST(MrtReaderTest, TheLongestRecordOfEachTypeIsReadAndNoLongerOne) {
              {tableDump, 2, 65581, std::string(44, '\0') + hex("ffff")},
              {tableDumpV2, 1, 1703918,
               u32(0) + hex("ffff") + std::string(65535, '\0') + "\xff\xff"},
-             {tableDumpV2, 2, RecordParser::maxRibOctets, u32(0) + hex("00 0000")},
+             {tableDumpV2, 2, maxRibOctets, u32(0) + hex("00 0000")},
              {bgp4mp, 4, 65583,
               hex("00010000 0000fbff 0000 0002") + std::string(32, '\0') + marker + hex("ffff 04")},
          }) {

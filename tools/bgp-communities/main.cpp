@@ -7,14 +7,7 @@
 #include <string_view>
 
 #include "commands/CommandLine.h"
-#include "commands/DecodeCommand.h"
-#include "commands/ReadCommand.h"
-#include "commands/ReplayCommand.h"
-#include "commands/RoundTripCommand.h"
-#include "commands/ShowCommand.h"
-#include "commands/StashCommand.h"
-#include "commands/StatsCommand.h"
-#include "commands/TypesCommand.h"
+#include "commands/Commands.h"
 #include "text/Output.h"
 #include "text/StandardError.h"
 

@@ -1,4 +1,4 @@
-#include "DecodeCommand.h"
+#include "Commands.h"
 
 #include <algorithm>
 #include <charconv>
@@ -117,7 +117,7 @@ class DecodeRun {
 
     void decodeInput() try {
         InputStream input("-");
-        LineReader lines(input, output_);
+        LineReader lines(input, [this] { output_.flush(); });
         while (lines.next()) {
             auto const fault = lines.isTooLong() ? "a line too long for any path attribute"
                                                  : decodeLine(lines.line());

@@ -6,42 +6,12 @@
 #include <string_view>
 
 #include "CommandLine.h"
+#include "lists/DumpHandler.h"
 #include "mrt/MrtCounts.h"
-#include "mrt/RouteHandler.h"
 #include "text/ExitStatus.h"
-#include "text/ProblemLog.h"
 #include "wire/AddPath.h"
 
 namespace BgpCommunities {
-
-/**
- * Who is told what the dumps of a command hold; their problems go to its log.
- *
- * It owns the log. Thread-compatible.
- */
-class DumpHandler : public RouteHandler {
-  public:
-    explicit DumpHandler(bool verbose)
-      : log_(verbose) {}
-
-    void handleProblem(Problem const& problem) final { log_.report(problem); }
-
-    /** What is read from now on comes from this one; its name outlives the reading. */
-    virtual void fileIs(std::string const& name) { file_ = name; }
-
-    [[nodiscard]] ProblemLog& log() { return log_; }
-
-  protected:
-    void refuse(RecordPosition const& at, std::string_view reason) {
-        log_.reportRefused(file_, at, reason);
-    }
-
-    [[nodiscard]] std::string_view file() const { return file_; }
-
-  private:
-    ProblemLog log_;
-    std::string_view file_;
-};
 
 /** What the reading of the dumps of a command came to; a plain value. */
 struct DumpResult {

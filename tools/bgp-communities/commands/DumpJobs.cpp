@@ -19,6 +19,7 @@
 #include "mrt/MrtRecords.h"
 #include "mrt/RecordBatch.h"
 #include "mrt/RecordContext.h"
+#include "mrt/RecordForms.h"
 #include "mrt/RecordParser.h"
 #include "text/StandardError.h"
 
@@ -74,7 +75,7 @@ class DumpWork {
 
   private:
     static constexpr std::size_t readyOctetsInAll = 4U << 20;
-    static constexpr std::size_t largeOctetsInAll = 2 * std::size_t{RecordParser::maxRibOctets};
+    static constexpr std::size_t largeOctetsInAll = 2 * std::size_t{maxRibOctets};
 
     bool mayRead() const { return nextDump_ < input_.files.size() && readers_ < mostReaders_; }
 

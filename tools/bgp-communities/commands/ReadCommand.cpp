@@ -1,4 +1,4 @@
-#include "ReadCommand.h"
+#include "Commands.h"
 
 #include <cstdint>
 #include <optional>
@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "DumpFiles.h"
+#include "FilterOptions.h"
 #include "RouteWriter.h"
 #include "lists/Agent.h"
 #include "lists/ListMemory.h"
-#include "lists/RouteFilter.h"
 #include "text/Output.h"
 
 namespace BgpCommunities {
@@ -84,7 +84,7 @@ class RoutePrinter final : public DumpHandler {
   public:
     RoutePrinter(Arguments const& arguments, Output& output)
       : DumpHandler(arguments.has(verboseOption))
-      , filter_(arguments)
+      , filter_(routeFilter(arguments))
       , limit_(arguments.count(limitOption))
       , writer_(arguments.has(jsonOption), output) {
         for (auto& decoder : attributeDecoders(agent_)) {

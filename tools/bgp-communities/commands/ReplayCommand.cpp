@@ -1,4 +1,4 @@
-#include "ReplayCommand.h"
+#include "Commands.h"
 
 #include <algorithm>
 #include <optional>
@@ -134,9 +134,8 @@ class Replay final : public DumpHandler {
     }
 
     void handleStateChange(StateChange const& change) override {
-        constexpr std::uint16_t established = 6;
-        bool const ended = change.oldState == established;
-        if (ended == (change.newState == established)) {
+        bool const ended = change.oldState == StateChange::established;
+        if (ended == (change.newState == StateChange::established)) {
             return;
         }
         counts_.sessions += ended ? 1 : 0;

@@ -1,4 +1,4 @@
-#include "RoundTripCommand.h"
+#include "Commands.h"
 
 #include <algorithm>
 #include <array>

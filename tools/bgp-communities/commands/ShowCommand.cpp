@@ -1,4 +1,4 @@
-#include "ShowCommand.h"
+#include "Commands.h"
 
 #include <chrono>
 #include <memory>

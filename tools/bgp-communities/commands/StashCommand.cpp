@@ -1,4 +1,4 @@
-#include "StashCommand.h"
+#include "Commands.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "StatsCommand.h"
+#include "Commands.h"
 
 #include <chrono>
 #include <deque>

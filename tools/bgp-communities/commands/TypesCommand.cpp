@@ -1,4 +1,4 @@
-#include "TypesCommand.h"
+#include "Commands.h"
 
 #include <string>
 #include <string_view>

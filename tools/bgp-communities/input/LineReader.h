@@ -1,32 +1,34 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "InputStream.h"
-#include "text/Output.h"
 
 namespace BgpCommunities {
 
 /**
- * The lines of one input, one after another, in memory that is used again.
+ * Reads an input line by line.
  *
- * It owns its buffer, which grows with the longest line up to `maxLineOctets`; the input and the
- * output are the caller's and outlive it. Thread-compatible. What never changes: before it waits
- * for more input, the output is flushed, so that who asks line by line is answered line by line.
+ * It owns its buffer, which grows with the longest line up to `maxLineOctets` and is reused; the
+ * input is not owned. Thread-compatible.
  */
 class LineReader {
   public:
     /** Far more than the digits of any path attribute. */
     static constexpr std::size_t maxLineOctets = std::size_t{1} << 20;
 
-    LineReader(InputStream& input, Output& output)
+    /** `beforeRead` is called before each read of the input, which may wait: an interactive program
+        writes there what it has to say about the lines so far. */
+    LineReader(InputStream& input, std::function<void()> beforeRead)
       : input_(input)
-      , output_(output) {}
+      , beforeRead_(std::move(beforeRead)) {}
 
     /** Takes the next line, good until the next call, without its end ("\n" or "\r\n"); false at
-        the end of the input. Throws InputError, and what Output throws. */
+        the end of the input. Throws InputError, and what `beforeRead` throws. */
     bool next();
 
     [[nodiscard]] std::string_view line() const { return line_; }
@@ -42,7 +44,7 @@ class LineReader {
     void passOverRest();
 
     InputStream& input_;
-    Output& output_;
+    std::function<void()> beforeRead_;
     std::string buffer_;
     std::size_t begin_ = 0; // of what has not been taken
     std::size_t end_ = 0;   // of what has been read

@@ -7,6 +7,7 @@
 
 #include "Agent.h"
 #include "input/OctetReader.h"
+#include "text/CommunityFormatter.h"
 #include "text/JsonWriter.h"
 #include "wire/PathAttributes.h"
 
@@ -15,11 +16,6 @@ class PosixRegex;
 }
 
 namespace BgpCommunities {
-
-class CommunityName;
-
-/** How much is said of a value: everything, or every text form and selection as well. */
-enum class Detail { whole, withForms };
 
 /**
  * What the values of one kind of attribute say: one object for each kind.

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "Agent.h"
+#include "DumpHandler.h"
 #include "ListUses.h"
-#include "commands/DumpFiles.h"
 #include "input/OctetMemory.h"
 
 namespace BgpCommunities {

@@ -26,9 +26,6 @@ constexpr std::array<Bgp4mpForm, 12> bgp4mpForms = {{
     {anyMessage, true, true, true},     // 11 MESSAGE_AS4_LOCAL_ADDPATH
 }};
 
-constexpr std::size_t markerOctets = 16;
-constexpr std::size_t messageHeaderOctets = markerOctets + 3;
-
 } // namespace
 
 Bgp4mpForm const& bgp4mpForm(std::uint16_t subtype) {
@@ -48,25 +45,6 @@ std::string_view readEnds(OctetReader& in, bool as4, Bgp4mpEnds& ends) {
     ends.peer.address = ipAddress(in.octets(addressOctets));
     ends.local = ipAddress(in.octets(addressOctets));
     return in.ok() ? std::string_view() : "the record is too short for its peer";
-}
-
-/** marker (16) | length of all of it (2) | type (1) | body             RFC 4271, section 4.1 */
-bool readMessage(OctetReader& in, BgpMessage& message) {
-    std::size_t const left = in.left();
-    in.octets(markerOctets);
-    message.length = in.u16();
-    message.type = in.u8();
-    message.whole = in.ok() && message.length >= messageHeaderOctets && message.length <= left;
-    message.body = message.whole ? in.octets(message.length - messageHeaderOctets) : Octets();
-    return in.ok();
-}
-
-bool splitUpdate(Octets update, UpdateAreas& areas) {
-    OctetReader in(update);
-    areas.withdrawn = in.octets(in.u16());
-    areas.attributes = in.octets(in.u16());
-    areas.announced = in.rest();
-    return in.ok();
 }
 
 } // namespace BgpCommunities

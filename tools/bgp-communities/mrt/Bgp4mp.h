@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "input/OctetReader.h"
+#include "wire/AddPath.h"
 #include "wire/IpAddress.h"
 
 namespace BgpCommunities {
@@ -25,6 +26,11 @@ Bgp4mpForm const& bgp4mpForm(std::uint16_t subtype);
 struct Bgp4mpEnds {
     Peer peer;
     IpAddress local; // the collector's address
+
+    /** Of a message of this form. */
+    [[nodiscard]] MessageEnds of(Bgp4mpForm const& form) const {
+        return form.local ? MessageEnds{local, peer.address} : MessageEnds{peer.address, local};
+    }
 };
 
 /**
@@ -33,29 +39,5 @@ struct Bgp4mpEnds {
  * Returns what is wrong, or nothing.
  */
 std::string_view readEnds(OctetReader& in, bool as4, Bgp4mpEnds& ends);
-
-/** A BGP message (RFC 4271, section 4.1); its octets are those of the record. */
-struct BgpMessage {
-    static constexpr std::uint8_t open = 1;
-    static constexpr std::uint8_t update = 2;
-
-    std::uint8_t type = 0;
-    std::size_t length = 0; // of all of it, as it claims
-    bool whole = false;     // the record holds that many octets
-    Octets body;            // behind the header; empty if not whole
-};
-
-/** Reads a message; false if the record is too short for its header. */
-bool readMessage(OctetReader& in, BgpMessage& message);
-
-/** The three length-delimited areas of an UPDATE (RFC 4271, section 4.3). */
-struct UpdateAreas {
-    Octets withdrawn;
-    Octets attributes;
-    Octets announced;
-};
-
-/** False if the UPDATE is too short for its own length fields. */
-bool splitUpdate(Octets update, UpdateAreas& areas);
 
 } // namespace BgpCommunities

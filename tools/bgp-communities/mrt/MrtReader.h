@@ -23,7 +23,7 @@ namespace BgpCommunities {
  * It owns its buffers and its counters; the input and the handler are the caller's and outlive it.
  * Thread-compatible; the handler is called on the thread that calls `next()`.
  * What never changes: memory is used again from record to record and bounded by the largest one
- * that is held, whatever a length claims; a record longer than `RecordParser::maxBodyOctets()` is
+ * that is held, whatever a length claims; a record longer than `maxBodyOctets()` is
  * counted as broken and passed over. Malformed input never throws:
  * it is counted, the handler is told where and why, and reading goes on with what can be read.
  */

@@ -1,6 +1,8 @@
 #include "MrtRecords.h"
 
-#include "RecordParser.h"
+#include "Bgp4mp.h"
+#include "RecordForms.h"
+#include "RouteHandler.h"
 
 namespace BgpCommunities {
 
@@ -18,8 +20,7 @@ bool MrtRecords::next(MrtRecord& record) {
 bool MrtRecords::takeBody(MrtRecord& record) {
     RecordHeader const& header = record.header;
     record.body = {};
-    record.held =
-        RecordParser::reads(header) && header.length <= RecordParser::maxBodyOctets(header);
+    record.held = isRead(header) && header.length <= maxBodyOctets(header);
     if (!record.held) {
         return stream_.passOver(header.length);
     }
@@ -49,20 +50,36 @@ DumpEnd MrtRecords::end() const {
 
 void MrtRecords::keepPeers(MrtRecord& record) {
     record.firstWithoutPeers = false;
-    if (record.held && RecordParser::holdsPeers(record.header)) {
+    if (record.held && holdsPeers(record.header)) {
         peers_ = std::make_shared<PeerTable const>(readPeerTable(record.body));
     } else if (record.held && !peers_ && !missedPeers_) {
-        missedPeers_ = RecordParser::needsPeers(record.header);
+        missedPeers_ = needsPeers(record.header);
         record.firstWithoutPeers = missedPeers_;
     }
     record.peers = peers_;
 }
 
 void MrtRecords::decidePathIds(MrtRecord& record) {
-    bool const isBgp4mp = record.held && RecordParser::isBgp4mp(record.header);
-    record.pathIds = isBgp4mp
-                         ? addPath_.decide(record.header.subtype, RecordParser::bgp4mpBody(record))
-                         : PathIds();
+    record.pathIds = {};
+    if (!record.held || !isBgp4mp(record.header)) {
+        return;
+    }
+    Bgp4mpForm const& form = bgp4mpForm(record.header.subtype);
+    OctetReader in(bgp4mpBody(record.header, record.body));
+    Bgp4mpEnds ends;
+    if (!readEnds(in, form.as4, ends).empty()) {
+        return;
+    }
+    if (form.holds == Bgp4mpForm::Holds::stateChange) {
+        if (in.u16() == StateChange::established && in.u16() != StateChange::established &&
+            in.ok()) {
+            addPath_.endSession(ends.of(form));
+        }
+        return;
+    }
+    if (BgpMessage message; readMessage(in, message)) {
+        record.pathIds = addPath_.decide(ends.of(form), message, form.pathIds);
+    }
 }
 
 } // namespace BgpCommunities

@@ -27,14 +27,6 @@ struct MrtRecord {
     PathIds pathIds;                        // of a BGP4MP message
 };
 
-/** How a dump ends; a plain value. */
-struct DumpEnd {
-    std::uint64_t number = 0;     // of the record that would come next
-    std::uint64_t offset = 0;     // of its first octet
-    std::uint64_t octetsLeft = 0; // of a record that is cut
-    std::string damage;           // as InputStream has it
-};
-
 /**
  * The records of one MRT dump in their order, and what one of them tells those after it.
  *

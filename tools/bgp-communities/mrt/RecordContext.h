@@ -3,7 +3,7 @@
 #include <string>
 
 #include "MrtCounts.h"
-#include "MrtRecords.h"
+#include "RecordStream.h"
 #include "RouteHandler.h"
 
 namespace BgpCommunities {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Bgp4mpReader.h"
 #include "MrtRecords.h"
 #include "RecordContext.h"
 #include "RibReader.h"
-#include "UpdateReader.h"
 
 namespace BgpCommunities {
 
@@ -15,23 +15,6 @@ namespace BgpCommunities {
  */
 class RecordParser {
   public:
-    /** The record is of a type that is read. */
-    static bool reads(RecordHeader const& header);
-    /** The longest body of such a record that is read, in octets: by its type what its own fields
-        can say; of a RIB record, whose entries could be 4 GB, `maxRibOctets`. */
-    static std::uint32_t maxBodyOctets(RecordHeader const& header);
-    /** 65,535 entries of 256 octets each. */
-    static constexpr std::uint32_t maxRibOctets = 16U << 20;
-    /** It is a peer index table. */
-    static bool holdsPeers(RecordHeader const& header);
-    /** Its entries name peers by their index. */
-    static bool needsPeers(RecordHeader const& header);
-
-    /** It is of BGP4MP or BGP4MP_ET. */
-    static bool isBgp4mp(RecordHeader const& header);
-    /** The body of such a record, without the microseconds of BGP4MP_ET. */
-    static Octets bgp4mpBody(MrtRecord const& record);
-
     /** Counts the record, and tells the handler of the context what it holds. What is malformed is
         counted, the handler is told where and why, and what can be read is. */
     void read(RecordContext& context, MrtRecord const& record);
@@ -40,7 +23,7 @@ class RecordParser {
     void readHeld(RecordContext& context, MrtRecord const& record);
 
     RibReader ribReader_;
-    UpdateReader updateReader_;
+    Bgp4mpReader bgp4mpReader_;
 };
 
 } // namespace BgpCommunities

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "input/InputStream.h"
@@ -16,6 +17,14 @@ struct RecordHeader {
     std::uint16_t type = 0;
     std::uint16_t subtype = 0;
     std::uint32_t length = 0; // of the body, as claimed: nothing is allocated on its word
+};
+
+/** How a dump ends; a plain value. */
+struct DumpEnd {
+    std::uint64_t number = 0;     // of the record that would come next
+    std::uint64_t offset = 0;     // of its first octet
+    std::uint64_t octetsLeft = 0; // of a record that is cut
+    std::string damage;           // as InputStream has it
 };
 
 /**

@@ -1,47 +1,12 @@
 #include "RibReader.h"
 
-#include <array>
 #include <string>
+
+#include "RecordForms.h"
 
 namespace BgpCommunities {
 
-namespace {
-
-constexpr std::uint16_t ribGeneric = 6;
-constexpr std::uint16_t ribGenericAddPath = 12;
-
-/** What a subtype of TABLE_DUMP_V2 says about its body (RFC 6396, 4.3; RFC 8050, 4). */
-struct RibForm {
-    bool isRead = false;
-    bool pathIds = false;
-    Family family; // of the generic forms: none, the record names it
-};
-
-constexpr std::array<RibForm, 13> ribForms = {{
-    {},
-    {true, false, {}},                       // 1 PEER_INDEX_TABLE
-    {true, false, {afiIpv4, safiUnicast}},   // 2 RIB_IPV4_UNICAST
-    {true, false, {afiIpv4, safiMulticast}}, // 3 RIB_IPV4_MULTICAST
-    {true, false, {afiIpv6, safiUnicast}},   // 4 RIB_IPV6_UNICAST
-    {true, false, {afiIpv6, safiMulticast}}, // 5 RIB_IPV6_MULTICAST
-    {true, false, {}},                       // 6 RIB_GENERIC
-    {},                                      // 7 GEO_PEER_TABLE (RFC 6397)
-    {true, true, {afiIpv4, safiUnicast}},    // 8 RIB_IPV4_UNICAST_ADDPATH
-    {true, true, {afiIpv4, safiMulticast}},  // 9 RIB_IPV4_MULTICAST_ADDPATH
-    {true, true, {afiIpv6, safiUnicast}},    // 10 RIB_IPV6_UNICAST_ADDPATH
-    {true, true, {afiIpv6, safiMulticast}},  // 11 RIB_IPV6_MULTICAST_ADDPATH
-    {true, true, {}},                        // 12 RIB_GENERIC_ADDPATH
-}};
-
-} // namespace
-
-bool RibReader::readsTableDump(std::uint16_t subtype) {
-    return subtype == afiIpv4 || subtype == afiIpv6;
-}
-
-bool RibReader::readsTableDumpV2(std::uint16_t subtype) {
-    return subtype < ribForms.size() && ribForms[subtype].isRead;
-}
+namespace {} // namespace
 
 /** view (2) | sequence (2) | prefix (4, 16) | length in bits (1) | status (1) | originated (4) |
     peer address (4, 16) | peer AS (2) | length (2) | attributes        RFC 6396, section 4.2 */
@@ -70,7 +35,7 @@ void RibReader::readTableDump(RecordContext const& context, MrtRecord const& rec
 }
 
 void RibReader::readTableDumpV2(RecordContext const& context, MrtRecord const& record) {
-    if (record.header.subtype != peerIndexTable) {
+    if (!holdsPeers(record.header)) {
         readRib(context, record);
     } else if (!record.peers->whole) {
         context.reportBrokenRecord("the peer index table is too short for its " +
@@ -85,11 +50,11 @@ void RibReader::readRib(RecordContext const& context, MrtRecord const& record) {
         context.reportBrokenRecord("the record comes before any peer index table");
     }
     std::uint16_t const subtype = record.header.subtype;
-    RibForm const& form = ribForms[subtype];
+    RibForm const& form = ribForm(subtype);
     OctetReader in(record.body);
     in.octets(4);
     Family family = form.family;
-    if (subtype == ribGeneric || subtype == ribGenericAddPath) {
+    if (form.namesFamily) {
         family = {in.u16(), in.u8()};
         if (in.ok() && !hasKnownPieces(family)) {
             ++context.counts().skippedRecords;

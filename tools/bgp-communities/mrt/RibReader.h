@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <vector>
 
 #include "MrtRecords.h"
@@ -17,12 +16,6 @@ namespace BgpCommunities {
  */
 class RibReader {
   public:
-    /** The subtype of TABLE_DUMP_V2 that tells the peers. */
-    static constexpr std::uint16_t peerIndexTable = 1;
-
-    static bool readsTableDump(std::uint16_t subtype);
-    static bool readsTableDumpV2(std::uint16_t subtype);
-
     /** Read one record whose subtype is read. */
     void readTableDump(RecordContext const& context, MrtRecord const& record);
     void readTableDumpV2(RecordContext const& context, MrtRecord const& record);

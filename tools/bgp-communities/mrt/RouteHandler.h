@@ -44,6 +44,8 @@ struct RibEntry {
 /** A change of the state of a peer; the states are those of RFC 4271, from 1 (Idle) to 6
     (Established). A peer that leaves 6 takes its routes with it. */
 struct StateChange {
+    static constexpr std::uint16_t established = 6;
+
     RecordPosition at;
     Peer peer;
     std::uint16_t oldState = 0;

@@ -10,9 +10,11 @@
 
 #include "CommunityName.h"
 #include "JsonWriter.h"
-#include "lists/AttributeDecoder.h"
 
 namespace BgpCommunities {
+
+/** How much JSON says of a value: all its fields, or every text form and selection as well. */
+enum class Detail { whole, withForms };
 
 /**
  * Puts members of lists into words: the library's text, all that is known of one as JSON, and its

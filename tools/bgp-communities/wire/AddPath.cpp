@@ -12,7 +12,6 @@ namespace {
 constexpr std::size_t maxSpeakers = 8192;
 constexpr std::size_t maxFamilies = 64;
 
-constexpr std::uint16_t established = 6;
 constexpr std::uint8_t capabilities = 2;       // optional parameter, RFC 5492
 constexpr std::uint8_t addPathCapability = 69; // RFC 7911, section 4
 constexpr std::uint8_t extendedLength = 255;   // RFC 9072
@@ -73,42 +72,27 @@ bool isLikely(Route const& route) {
 
 } // namespace
 
-PathIds AddPathDecider::decide(std::uint16_t subtype, Octets body) {
+PathIds AddPathDecider::decide(MessageEnds const& ends, BgpMessage const& message, bool recorded) {
     if (mode_ != AddPath::automatic) {
         bool const all = mode_ == AddPath::yes;
         return {all, all, all};
     }
-    Bgp4mpForm const& form = bgp4mpForm(subtype);
-    OctetReader in(body);
-    Bgp4mpEnds both;
-    if (!readEnds(in, form.as4, both).empty()) {
-        return {};
-    }
-    Ends const ends =
-        form.local ? Ends(both.local, both.peer.address) : Ends(both.peer.address, both.local);
-    if (form.holds == Bgp4mpForm::Holds::stateChange) {
-        if (in.u16() == established && in.u16() != established && in.ok()) {
-            endSession(ends);
-        }
-        return {};
-    }
-    BgpMessage message;
-    if (readMessage(in, message) && message.whole && message.type == BgpMessage::open) {
+    if (message.type == BgpMessage::open && message.whole) {
         openIs(ends, message.body);
     }
-    return message.type == BgpMessage::update ? decideUpdate(ends, message.body, form.pathIds)
+    return message.type == BgpMessage::update ? decideUpdate(ends, message.body, recorded)
                                               : PathIds();
 }
 
-PathIds AddPathDecider::decideUpdate(Ends const& ends, Octets update, bool recordSays) {
-    PathIds decision = {recordSays, recordSays, recordSays};
+PathIds AddPathDecider::decideUpdate(MessageEnds const& ends, Octets update, bool recorded) {
+    PathIds decision = {recorded, recorded, recorded};
     splitFields(update, decision);
     for (std::size_t at = 0; at < fields_.size(); ++at) {
         Family const family = fields_[at].family;
         auto const sameFamily = [&](Field const& field) { return field.family == family; };
         auto const here = fields_.begin() + static_cast<std::ptrdiff_t>(at);
         if (std::none_of(fields_.begin(), here, sameFamily)) {
-            bool const pathIds = decideFamily(ends, family, recordSays);
+            bool const pathIds = decideFamily(ends, family, recorded);
             for (auto field = here; field != fields_.end(); ++field) {
                 *field->pathIds = sameFamily(*field) ? pathIds : *field->pathIds;
             }
@@ -149,13 +133,13 @@ void AddPathDecider::splitFields(Octets update, PathIds& decision) {
     }
 }
 
-bool AddPathDecider::decideFamily(Ends const& ends, Family family, bool recordSays) {
+bool AddPathDecider::decideFamily(MessageEnds const& ends, Family family, bool recorded) {
     if (auto const byOpens = decideByOpens(ends, family)) {
         return *byOpens;
     }
     auto const known = speakers_.find(ends);
     auto const before = known == speakers_.end() ? std::nullopt : habit(known->second, family);
-    bool const expected = before.value_or(recordSays);
+    bool const expected = before.value_or(recorded);
     Reading const asExpected = read(family, expected);
     if (before && asExpected != Reading::impossible) {
         return expected;
@@ -202,8 +186,8 @@ AddPathDecider::Reading AddPathDecider::read(Field const& field, bool pathIds) {
     return twice == pieces_.end() ? reading : std::min(reading, Reading::doubtful);
 }
 
-std::optional<bool> AddPathDecider::decideByOpens(Ends const& ends, Family family) const {
-    auto const offer = [&](Ends const& of) -> std::optional<Speaker::Offer> {
+std::optional<bool> AddPathDecider::decideByOpens(MessageEnds const& ends, Family family) const {
+    auto const offer = [&](MessageEnds const& of) -> std::optional<Speaker::Offer> {
         auto const found = speakers_.find(of);
         if (found == speakers_.end() || !found->second.hasOpen) {
             return std::nullopt;
@@ -212,7 +196,7 @@ std::optional<bool> AddPathDecider::decideByOpens(Ends const& ends, Family famil
         return entry == found->second.offers.end() ? Speaker::Offer{family} : *entry;
     };
     auto const sender = offer(ends);
-    auto const receiver = offer({ends.second, ends.first});
+    auto const receiver = offer({ends.receiver, ends.sender});
     if ((sender && !sender->sends) || (receiver && !receiver->receives)) {
         return false;
     }
@@ -220,7 +204,7 @@ std::optional<bool> AddPathDecider::decideByOpens(Ends const& ends, Family famil
 }
 
 /** The capability: entries of AFI (2) | SAFI (1) | 1 receive, 2 send, 3 both.   RFC 7911, 4 */
-void AddPathDecider::openIs(Ends const& ends, Octets open) {
+void AddPathDecider::openIs(MessageEnds const& ends, Octets open) {
     Speaker& of = speaker(ends);
     of = {};
     of.hasOpen = true;
@@ -236,12 +220,12 @@ void AddPathDecider::openIs(Ends const& ends, Octets open) {
     });
 }
 
-void AddPathDecider::endSession(Ends const& ends) {
+void AddPathDecider::endSession(MessageEnds const& ends) {
     speakers_.erase(ends);
-    speakers_.erase({ends.second, ends.first});
+    speakers_.erase({ends.receiver, ends.sender});
 }
 
-AddPathDecider::Speaker& AddPathDecider::speaker(Ends const& ends) {
+AddPathDecider::Speaker& AddPathDecider::speaker(MessageEnds const& ends) {
     if (speakers_.size() >= maxSpeakers && speakers_.find(ends) == speakers_.end()) {
         speakers_.clear();
     }

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "CommandLine.h"
+
+namespace BgpCommunities {
+
+// The commands, each in a source of its own, in the order in which --help lists them.
+
+extern Command const decodeCommand;
+extern Command const readCommand;
+extern Command const statsCommand;
+extern Command const roundTripCommand;
+extern Command const replayCommand;
+extern Command const stashCommand;
+extern Command const showCommand;
+extern Command const typesCommand;
+
+} // namespace BgpCommunities

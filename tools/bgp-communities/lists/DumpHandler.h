@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "mrt/RouteHandler.h"
+#include "text/ProblemLog.h"
+
+namespace BgpCommunities {
+
+/**
+ * Base of the handlers of a command: logs the problems of its dumps.
+ *
+ * Owns the log. Thread-compatible.
+ */
+class DumpHandler : public RouteHandler {
+  public:
+    explicit DumpHandler(bool verbose)
+      : log_(verbose) {}
+
+    void handleProblem(Problem const& problem) final { log_.report(problem); }
+
+    /** Called before a file is read. REQUIRES: `name` lives until the next call. */
+    virtual void fileIs(std::string const& name) { file_ = name; }
+
+    [[nodiscard]] ProblemLog& log() { return log_; }
+
+  protected:
+    void refuse(RecordPosition const& at, std::string_view reason) {
+        log_.reportRefused(file_, at, reason);
+    }
+
+    [[nodiscard]] std::string_view file() const { return file_; }
+
+  private:
+    ProblemLog log_;
+    std::string_view file_;
+};
+
+} // namespace BgpCommunities

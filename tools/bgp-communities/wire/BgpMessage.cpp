@@ -1,0 +1,72 @@
+#include "BgpMessage.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr std::size_t markerOctets = 16;
+constexpr std::size_t messageHeaderOctets = markerOctets + 3;
+
+} // namespace
+
+/** marker (16) | length of all of it (2) | type (1) | body             RFC 4271, section 4.1 */
+bool readMessage(OctetReader& in, BgpMessage& message) {
+    std::size_t const left = in.left();
+    in.octets(markerOctets);
+    message.length = in.u16();
+    message.type = in.u8();
+    message.whole = in.ok() && message.length >= messageHeaderOctets && message.length <= left;
+    message.body = message.whole ? in.octets(message.length - messageHeaderOctets) : Octets();
+    return in.ok();
+}
+
+bool splitUpdate(Octets update, UpdateAreas& areas) {
+    OctetReader in(update);
+    areas.withdrawn = in.octets(in.u16());
+    areas.attributes = in.octets(in.u16());
+    areas.announced = in.rest();
+    return in.ok();
+}
+
+bool UpdateContent::read(Octets update, PathIds pathIds) {
+    UpdateAreas areas;
+    if (!splitUpdate(update, areas)) {
+        return false;
+    }
+    attributes_.read(areas.attributes);
+    std::string_view const withdrawnFault = readWithdrawn(areas.withdrawn, pathIds);
+    std::string_view const announcedFault = readAnnounced(areas.announced, pathIds);
+    routesFault_ = withdrawnFault.empty() ? announcedFault : withdrawnFault;
+    return true;
+}
+
+std::string_view UpdateContent::readWithdrawn(Octets nlri, PathIds pathIds) {
+    withdrawn_.clear();
+    std::string_view const fault = readRoutes(nlri, {ipv4Unicast, pathIds.ipv4, true}, withdrawn_);
+    std::string_view mpFault;
+    if (attributes_.mpUnreach) {
+        MpNlri mp;
+        mpFault = splitMpUnreach(*attributes_.mpUnreach, mp)
+                      ? readRoutes(mp.nlri, {mp.family, pathIds.mpUnreach, true}, withdrawn_)
+                      : "MP_UNREACH_NLRI is too short for its family";
+    }
+    return fault.empty() ? mpFault : fault;
+}
+
+std::string_view UpdateContent::readAnnounced(Octets nlri, PathIds pathIds) {
+    announced_.clear();
+    std::string_view const fault = readRoutes(nlri, {ipv4Unicast, pathIds.ipv4, false}, announced_);
+    std::string_view mpFault;
+    if (attributes_.mpReach) {
+        MpNlri mp;
+        mpFault = splitMpReach(*attributes_.mpReach, mp)
+                      ? readRoutes(mp.nlri, {mp.family, pathIds.mpReach, false}, announced_)
+                      : "MP_REACH_NLRI is too short for its next hop";
+    }
+    if (fault.empty() && mpFault.empty() && attributes_.repeatedMultiprotocol) {
+        return "duplicate MP_REACH_NLRI or MP_UNREACH_NLRI attribute";
+    }
+    return fault.empty() ? mpFault : fault;
+}
+
+} // namespace BgpCommunities

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "Nlri.h"
+#include "PathAttributes.h"
+#include "input/OctetReader.h"
+
+namespace BgpCommunities {
+
+/** A BGP message (RFC 4271, section 4.1). Not owned: `body` points into the octets it was read
+ * from. */
+struct BgpMessage {
+    static constexpr std::uint8_t open = 1;
+    static constexpr std::uint8_t update = 2;
+
+    std::uint8_t type = 0;
+    std::size_t length = 0; // of the whole message, as its header says
+    bool whole = false;     // the input holds that many octets
+    Octets body;            // after the header; empty if not whole
+};
+
+/** Reads one message; false if the input is too short for a header. */
+bool readMessage(OctetReader& in, BgpMessage& message);
+
+/** The three length-delimited areas of an UPDATE (RFC 4271, section 4.3). */
+struct UpdateAreas {
+    Octets withdrawn;
+    Octets attributes;
+    Octets announced;
+};
+
+/** False if the UPDATE is too short for its own length fields. */
+bool splitUpdate(Octets update, UpdateAreas& areas);
+
+/** Which NLRI fields of one UPDATE carry path identifiers (RFC 7911). */
+struct PathIds {
+    bool ipv4 = false;      // the withdrawn and announced routes of the message itself
+    bool mpReach = false;   // MP_REACH_NLRI
+    bool mpUnreach = false; // MP_UNREACH_NLRI
+};
+
+/**
+ * The attributes and routes of one UPDATE.
+ *
+ * Owns its arrays and reuses them for the next message; what is in them points into the message.
+ * Thread-compatible.
+ */
+class UpdateContent {
+  public:
+    /** Reads the body of an UPDATE, as far as it can be read. Returns false, with nothing read, if
+        it is too short for its own length fields. */
+    bool read(Octets update, PathIds pathIds);
+
+    [[nodiscard]] AttributeArea const& attributes() const { return attributes_; }
+
+    /** Of the message and of MP_UNREACH_NLRI. */
+    [[nodiscard]] std::vector<Route> const& withdrawn() const { return withdrawn_; }
+
+    /** Of the message and of MP_REACH_NLRI. */
+    [[nodiscard]] std::vector<Route> const& announced() const { return announced_; }
+
+    /** Why not all routes could be read; empty if they were. */
+    [[nodiscard]] std::string_view routesFault() const { return routesFault_; }
+
+  private:
+    std::string_view readWithdrawn(Octets nlri, PathIds pathIds);
+    std::string_view readAnnounced(Octets nlri, PathIds pathIds);
+
+    AttributeArea attributes_;
+    std::vector<Route> withdrawn_;
+    std::vector<Route> announced_;
+    std::string_view routesFault_;
+};
+
+} // namespace BgpCommunities
