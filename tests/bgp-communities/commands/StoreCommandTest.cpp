@@ -1,0 +1,165 @@
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "support/ProgramRun.h"
+
+namespace BgpCommunities {
+namespace {
+
+using namespace Test;
+
+/** A name for a store that goes with the object. */
+class StoreName {
+  public:
+    explicit StoreName(std::string name)
+      : name_(std::move(name)) {}
+
+    ~StoreName() {
+        std::string const path = name_.starts_with("shm:") ? "/dev/shm" + name_.substr(4) : name_;
+        std::remove(path.c_str());
+        std::remove((path + ".lock").c_str());
+    }
+
+    StoreName(StoreName const&) = delete;
+    StoreName& operator=(StoreName const&) = delete;
+
+    [[nodiscard]] std::string const& name() const { return name_; }
+
+  private:
+    std::string name_;
+};
+
+std::string unique(std::string const& head) {
+    return head + "bgp-communities-store-" + std::to_string(::getpid());
+}
+
+/** By kind: how many lists there are, and how many attributes carried them. */
+struct Sum {
+    std::uint64_t lists = 0;
+    std::uint64_t uses = 0;
+};
+
+std::map<std::string, Sum> sumsOf(std::string const& shown) {
+    std::map<std::string, Sum> sums;
+    for (std::string const& line : linesOf(shown)) {
+        auto const fields = fieldsOf(line);
+        EXPECT_EQ(fields.size(), 3U) << line;
+        Sum& sum = sums[fields.at(1)];
+        ++sum.lists;
+        sum.uses += std::stoull(fields.at(0));
+    }
+    return sums;
+}
+
+class StoreCommandTest : public testing::TestWithParam<char const*> {};
+
+TEST_P(StoreCommandTest, AnotherProcessShowsWhatWasStashed) {
+    StoreName const store(unique(GetParam() == std::string("file") ? testing::TempDir() : "shm:/"));
+    Arguments const files = {sample("updates.mrt.gz"), sample("rib.mrt.gz"), sample("damaged.mrt")};
+    auto const with = [&](Arguments arguments) {
+        arguments.insert(arguments.end(), files.begin(), files.end());
+        return run(arguments);
+    };
+    Result const stashed = with({"stash", "--out", store.name()});
+    EXPECT_EQ(stashed.status, 1) << "the damaged sample is named";
+    EXPECT_TRUE(stashed.out.starts_with(store.name() + ": generation 1, ")) << stashed.out;
+
+    Result const shown = run({"show", store.name()});
+    EXPECT_EQ(shown.status, 0) << shown.err;
+    Result const stats = with({"stats", "--json"});
+    auto const sums = sumsOf(shown.out);
+    EXPECT_EQ(sums.size(), 4U);
+    for (auto const& [kind, sum] : sums) {
+        EXPECT_EQ(std::to_string(sum.lists), number(stats.out, kind, "distinctLists")) << kind;
+        EXPECT_EQ(std::to_string(sum.uses), number(stats.out, kind, "attributes")) << kind;
+    }
+
+    // Read again attribute by attribute, each list is the one that was stashed.
+    Result const json = run({"show", "--json", store.name()});
+    for (std::string const& line : linesOf(json.out)) {
+        auto const between = [&](std::string const& head) {
+            auto const at = line.find(head) + head.size();
+            return line.substr(at, line.find('"', at) - at);
+        };
+        auto const kind = between("\"kind\":\"");
+        std::map<std::string, std::string> const types = {
+            {"standard", "8"}, {"extended", "16"}, {"ipv6", "25"}, {"large", "32"}};
+        Result const decoded =
+            run({"decode", "--json", "--type", types.at(kind), between("\"value\":\"")});
+        EXPECT_NE(decoded.out.find("\"wire\":\"" + between("\"wire\":\"") + "\""),
+                  std::string::npos)
+            << line;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Places, StoreCommandTest, testing::Values("file", "segment"),
+                         [](auto const& place) { return std::string(place.param); });
+
+TEST(StoreCommandsTest, FollowPrintsEveryStoreThatIsPublished) {
+    StoreName const store(unique(testing::TempDir()) + "-follow");
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::pipe(pipe.data()), 0);
+    Descriptor const answer(pipe[0]), null("/dev/null", O_RDONLY);
+    Descriptor out(pipe[1]);
+    pid_t const pid =
+        start({"show", "--json", "--follow", store.name()}, null.fd(), out.fd(), STDERR_FILENO);
+    out.close();
+    std::string got;
+    for (char const* const generation : {"\"generation\":1,", "\"generation\":2,"}) {
+        EXPECT_EQ(run({"stash", "--out", store.name(), sample("rib.mrt.gz")}).status, 0);
+        while (got.find(generation) == std::string::npos) {
+            pollfd readable = {answer.fd(), POLLIN, 0};
+            ASSERT_EQ(::poll(&readable, 1, 30000), 1) << "nothing of " << generation << got;
+            std::array<char, 4096> piece{};
+            auto const octets = ::read(answer.fd(), piece.data(), piece.size());
+            ASSERT_GT(octets, 0);
+            got.append(piece.data(), static_cast<std::size_t>(octets));
+        }
+    }
+    ::kill(pid, SIGTERM);
+    EXPECT_EQ(finish(pid), -1) << "ended by the signal";
+}
+
+TEST(StoreCommandsTest, WhatIsNoStoreIsToldAndWhatCannotBeWrittenLeavesTheOldOne) {
+    StoreName const store(unique(testing::TempDir()) + "-damaged");
+    ASSERT_EQ(run({"stash", "--out", store.name(), sample("rib.mrt.gz")}).status, 0);
+    std::string const whole = contentOf(store.name());
+
+    // The name beside the store, which the writer needs, is a folder's.
+    std::string const beside = store.name() + ".new";
+    std::filesystem::create_directory(beside);
+    Result const refused = run({"stash", "--out", store.name(), sample("updates.mrt.gz")});
+    std::filesystem::remove(beside);
+    EXPECT_EQ(refused.status, 3);
+    EXPECT_NE(refused.err.find(store.name() + ": "), std::string::npos) << refused.err;
+    EXPECT_EQ(contentOf(store.name()), whole);
+    EXPECT_EQ(run({"stash", "--out", store.name(), beside}).status, 3) << "no file to read";
+    EXPECT_EQ(contentOf(store.name()), whole);
+
+    std::string damaged = whole;
+    damaged[damaged.size() / 2] ^= 1;
+    std::ofstream(store.name(), std::ios::binary) << damaged;
+    Result const shown = run({"show", store.name()});
+    EXPECT_EQ(shown.status, 3);
+    EXPECT_EQ(shown.out, "");
+    EXPECT_NE(shown.err.find(store.name() + ": octet 32: its checksum"), std::string::npos)
+        << shown.err;
+
+    EXPECT_EQ(run({"show", store.name() + "-not-there"}).status, 3);
+    EXPECT_EQ(run({"show"}).status, 2);
+    EXPECT_EQ(run({"stash", sample("rib.mrt.gz")}).status, 2);
+}
+
+} // namespace
+} // namespace BgpCommunities

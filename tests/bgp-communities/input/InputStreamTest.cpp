@@ -1,0 +1,183 @@
+#include "input/InputStream.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "support/Compressed.h"
+#include "support/DumpOctets.h"
+
+namespace BgpCommunities {
+namespace {
+
+using namespace std::string_literals;
+using namespace Test;
+
+/** Octets that do not compress well, so that a cut shows. */
+std::string noise(std::size_t size) {
+    std::string out;
+    for (std::uint32_t state = 1; out.size() < size;) {
+        state = state * 1664525 + 1013904223;
+        out += static_cast<char>(state >> 24);
+    }
+    return out;
+}
+
+struct Read {
+    std::string octets;
+    std::string damage;
+};
+
+Read readAll(std::string const& path, std::size_t step = 4096) {
+    InputStream input(path);
+    std::vector<std::uint8_t> buffer(step);
+    Read all;
+    while (std::size_t const got = input.read(buffer)) {
+        all.octets.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(got));
+    }
+    EXPECT_EQ(input.read(buffer), 0U) << "the end stays the end";
+    all.damage = input.damage();
+    return all;
+}
+
+TEST(InputStreamTest, WhatComesOutIsWhatWentIn) {
+    std::string const small = "one small member";
+    std::string const large = noise(300000);
+    std::string const even(250000, 'x');
+
+    struct Row {
+        char const* name;
+        std::string file;
+        std::string plain;
+    };
+
+    std::vector<Row> const rows = {
+        {"nothing", "", ""},
+        {"plain", large, large},
+        {"two octets of plain", "\x1f", "\x1f"},
+        {"gzip", gzip(large), large},
+        {"gzip of nothing", gzip(""), ""},
+        {"gzip members", gzip(small) + gzip("") + gzip(large) + gzip(even), small + large + even},
+        {"bzip2", bzip2(large), large},
+        {"bzip2 of nothing", bzip2(""), ""},
+        {"bzip2 members", bzip2(even) + bzip2("") + bzip2(small), even + small},
+        {"plain that begins with BZh1, a time of April 2005", "BZh1\0\x0d rest"s,
+         "BZh1\0\x0d rest"s},
+    };
+    for (Row const& row : rows) {
+        SCOPED_TRACE(row.name);
+        for (std::size_t const step : {1U, 7U, 65536U}) {
+            TemporaryFile const file(row.file, step == 1 ? ".gz" : ".txt");
+            Read const read = readAll(file.path(), step);
+            EXPECT_TRUE(read.octets == row.plain) << step << " octets at a time";
+            EXPECT_EQ(read.damage, "");
+        }
+    }
+}
+
+TEST(InputStreamTest, ACutMemberGivesAllThatItHoldsAndIsReported) {
+    std::string const plain = noise(2000) + std::string(100000, 'x');
+    for (auto const& [form, packed] :
+         {std::pair("gzip", gzip(plain)), std::pair("bzip2", bzip2(plain))}) {
+        SCOPED_TRACE(form);
+        std::size_t longest = 0;
+        for (std::size_t size = 10; size < packed.size(); size += 1 + size / 16) {
+            TemporaryFile const file(packed.substr(0, size));
+            Read const read = readAll(file.path(), 100);
+            EXPECT_EQ(read.damage,
+                      std::string("the ") + form + " data end in the middle of a member")
+                << size;
+            EXPECT_TRUE(plain.starts_with(read.octets)) << size;
+            EXPECT_GE(read.octets.size(), longest);
+            longest = read.octets.size();
+        }
+        // All but the checksum at the end: nothing may stay behind in the decompressor.
+        TemporaryFile const file(packed.substr(0, packed.size() - 4));
+        EXPECT_TRUE(readAll(file.path(), 100).octets == plain);
+    }
+}
+
+TEST(InputStreamTest, WhatFollowsOrIsDamagedIsReportedAfterWhatCouldBeRead) {
+    std::string const first = noise(5000);
+    std::string wrongGzip = gzip(first);
+    wrongGzip[wrongGzip.size() - 6] ^= 1; // its checksum
+    std::string wrongBzip2 = bzip2(first);
+    wrongBzip2[wrongBzip2.size() - 2] ^= 1;
+
+    struct Row {
+        char const* name;
+        std::string file;
+        std::string damage;
+    };
+
+    std::vector<Row> const rows = {
+        {"gzip and text", gzip(first) + "trailing", "8 octets after the gzip data are not gzip"},
+        {"gzip and bzip2", gzip(first) + bzip2("x").substr(0, 30),
+         "30 octets after the gzip data are not gzip"},
+        {"bzip2 and a long tail", bzip2(first) + std::string(200000, '\0'),
+         "200000 octets after the bzip2 data are not bzip2"},
+        {"gzip checksum", wrongGzip, "incorrect data check"},
+        {"bzip2 checksum", wrongBzip2, "incorrect data check"},
+    };
+    for (Row const& row : rows) {
+        SCOPED_TRACE(row.name);
+        TemporaryFile const file(row.file);
+        Read const read = readAll(file.path());
+        EXPECT_TRUE(read.octets == first);
+        EXPECT_TRUE(read.damage.ends_with(row.damage)) << read.damage;
+    }
+}
+
+TEST(InputStreamTest, WhatCannotBeReadThrowsAndNamesIt) {
+    for (std::string const& path : {testing::TempDir() + "no-such-file.mrt", testing::TempDir()}) {
+        try {
+            readAll(path);
+            ADD_FAILURE() << path << " was read";
+        } catch (InputError const& error) {
+            EXPECT_TRUE(std::string(error.what()).starts_with(path)) << error.what();
+        }
+    }
+}
+
+TEST(InputStreamTest, StandardInputIsReadInPieces) {
+    std::string const plain = noise(10000);
+    std::string const packed = gzip(plain);
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::pipe(pipe.data()), 0);
+    int const saved = ::dup(STDIN_FILENO);
+    ASSERT_EQ(::dup2(pipe[0], STDIN_FILENO), STDIN_FILENO);
+    ::close(pipe[0]);
+    // The pipe holds all of it; one octet first, so that the form is not told by a single read.
+    ASSERT_EQ(::write(pipe[1], packed.data(), 1), 1);
+    ASSERT_EQ(::write(pipe[1], packed.data() + 1, packed.size() - 1),
+              static_cast<ssize_t>(packed.size() - 1));
+    ::close(pipe[1]);
+    Read const read = readAll("-");
+    EXPECT_NE(::fcntl(STDIN_FILENO, F_GETFD), -1) << "standard input stays open";
+    ::dup2(saved, STDIN_FILENO);
+    ::close(saved);
+    EXPECT_TRUE(read.octets == plain);
+    EXPECT_EQ(read.damage, "");
+}
+
+TEST(InputStreamTest, ProgressIsThatOfTheFileItself) {
+    std::string const packed = gzip(noise(500000));
+    TemporaryFile const file(packed);
+    InputStream input(file.path());
+    EXPECT_EQ(input.sourceSize(), packed.size());
+    std::vector<std::uint8_t> buffer(1000);
+    ASSERT_GT(input.read(buffer), 0U);
+    EXPECT_LT(input.sourceOctets(), packed.size() / 2);
+    while (input.read(buffer) != 0) {
+    }
+    EXPECT_EQ(input.sourceOctets(), packed.size());
+}
+
+} // namespace
+} // namespace BgpCommunities

@@ -1,0 +1,70 @@
+#include "input/OctetMemory.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/Allocations.h"
+
+namespace BgpCommunities {
+namespace {
+
+/** A value that knows how much all of them hold, wherever they are. */
+struct Counted {
+    Counted() = default;
+    Counted(Counted const& other) { *this = other; }
+    ~Counted() { sizeIs(0); }
+
+    Counted& operator=(Counted const& other) {
+        sizeIs(other.size_);
+        number = other.number;
+        return *this;
+    }
+
+    void sizeIs(std::size_t size) {
+        held += size - size_;
+        size_ = size;
+    }
+
+    [[nodiscard]] std::size_t octets() const { return size_; }
+
+    static inline std::size_t held = 0;
+    std::uint32_t number = 0;
+
+  private:
+    std::size_t size_ = 0;
+};
+
+TEST(OctetMemoryTest, WhatRecursIsMadeOnceAndWhatIsKeptIsBounded) {
+    OctetMemory<Counted> memory;
+    std::vector<std::uint8_t> key(100);
+    std::uint32_t made = 0;
+    auto const find = [&](std::uint32_t number, std::size_t size) {
+        key[0] = static_cast<std::uint8_t>(number);
+        key[1] = static_cast<std::uint8_t>(number >> 8);
+        key[99] = static_cast<std::uint8_t>(number >> 16);
+        return memory
+            .find(key,
+                  [&](Counted& value) {
+                      ++made;
+                      value.number = number;
+                      value.sizeIs(size);
+                  })
+            .number;
+    };
+    for (std::uint32_t number = 0; number < 200000; ++number) {
+        ASSERT_EQ(find(number, number % 7 == 0 ? 2000000 : number % 20000), number);
+        ASSERT_LE(Counted::held, 20U << 20);
+    }
+    made = 0;
+    find(1, 10);
+    auto const allocations = allocationsSoFar();
+    EXPECT_EQ(find(1, 10), 1U);
+    EXPECT_EQ(allocationsSoFar(), allocations);
+    EXPECT_EQ(made, 1U);
+}
+
+} // namespace
+} // namespace BgpCommunities

@@ -1,0 +1,467 @@
+#include "support/Allocations.h"
+#include "support/PointerMode.h"
+
+#include <Mox/Type.h>
+#include <VoBgp/CommunityTables.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <new>
+#include <random>
+#include <set>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+namespace {
+
+using namespace Routing::Bgp;
+using Verdict = AttributeVerdict;
+
+std::span<std::byte const> bytes(std::string const& octets) {
+    return std::as_bytes(std::span(octets));
+}
+
+/// A big-endian integer of a member, read in the plainest way.
+U64 integer(std::string const& member, std::size_t at, std::size_t count) {
+    U64 value = 0;
+    for (auto const octet : member.substr(at, count)) {
+        value = value << 8 | static_cast<unsigned char>(octet);
+    }
+    return value;
+}
+
+U32 word(std::string const& member, std::size_t at) {
+    return static_cast<U32>(integer(member, at, 4));
+}
+
+// ---- The kinds: their one call, and what it stands for ------------------------------------------
+
+struct Standard {
+    static constexpr std::size_t octets = 4;
+    static auto decode(CommunityTables const& tables, std::string const& value) {
+        return tables.commList(bytes(value));
+    }
+    static auto list() { return commListFactory(); }
+    static U32 member(CommunityTables const&, std::string const& of) { return word(of, 0); }
+    static auto const& table(CommunityTables const& tables) { return tables.commListDedupTable(); }
+    static void serialize(CommList const& list) { EXPECT_FALSE(list.serialize().empty()); }
+};
+
+struct Large {
+    static constexpr std::size_t octets = 12;
+    static auto decode(CommunityTables const& tables, std::string const& value) {
+        return tables.largeCommList(bytes(value));
+    }
+    static auto list() { return largeCommListFactory(); }
+    static Acl::CommunityValue member(CommunityTables const&, std::string const& of) {
+        return {word(of, 0), word(of, 4), word(of, 8)};
+    }
+    static auto const& table(CommunityTables const& tables) {
+        return tables.largeCommListDedupTable();
+    }
+    static void serialize(LargeCommList const& list) { EXPECT_FALSE(list.serialize().empty()); }
+};
+
+struct Extended {
+    static constexpr std::size_t octets = 8;
+    static auto decode(CommunityTables const& tables, std::string const& value) {
+        return tables.extCommList(bytes(value));
+    }
+    static auto list() { return extCommListFactory(); }
+    static ExtComm::PtrConst member(CommunityTables const& tables, std::string const& of) {
+        return ExtComm::dedupContent(tables.extCommDedupTable().get(),
+                                     ExtCommContent(integer(of, 0, 8)));
+    }
+    static auto const& table(CommunityTables const& tables) {
+        return tables.extCommListDedupTable();
+    }
+    /// What announces more or less than it writes is an assertion failure.
+    static void serialize(ExtCommList const& list) {
+        for (U32 selection = 0; selection <= 0xf; ++selection) {
+            (void)list.serialize(ExtCommList::Serialization(selection));
+        }
+    }
+};
+
+struct Ip6 {
+    static constexpr std::size_t octets = 20;
+    static auto decode(CommunityTables const& tables, std::string const& value) {
+        return tables.extCommIp6List(bytes(value));
+    }
+    static auto list() { return extCommIp6ListFactory(); }
+    static ExtCommIp6::PtrConst member(CommunityTables const& tables, std::string const& of) {
+        Lumo::Ip6Addr::Octets address;
+        std::memcpy(address.data(), of.data() + 2, 16);
+        return ExtCommIp6::dedupContent(tables.extCommIp6DedupTable().get(),
+                                        {static_cast<U8>(of[0]), static_cast<U8>(of[1]),
+                                         Lumo::Ip6Addr(address),
+                                         static_cast<U16>(integer(of, 18, 2))});
+    }
+    static auto const& table(CommunityTables const& tables) {
+        return tables.extCommIp6ListDedupTable();
+    }
+    static void serialize(ExtCommIp6List const& list) {
+        EXPECT_FALSE(list.serialize(true).empty());
+        (void)list.serialize(false);
+    }
+};
+
+template <class Kind>
+std::vector<std::string> membersOf(std::string const& value) {
+    std::vector<std::string> members;
+    for (std::size_t at = 0; at < value.size(); at += Kind::octets) {
+        members.push_back(value.substr(at, Kind::octets));
+    }
+    return members;
+}
+
+/// A list filled with the members of a value, in their order.
+template <class Kind>
+auto filled(CommunityTables const& tables, std::string const& value) {
+    auto list = Kind::list();
+    for (auto const& member : membersOf<Kind>(value)) {
+        list->commIs(Kind::member(tables, member));
+    }
+    return list;
+}
+
+template <class Kind>
+auto published(CommunityTables const& tables, std::string const& value) {
+    return filled<Kind>(tables, value)->dedup(Kind::table(tables).get());
+}
+
+/// The verdict by the built-in rules, from the octets.
+template <class Kind>
+Verdict expectedVerdict(std::string const& value) {
+    if (value.empty() || value.size() > 65535 || value.size() % Kind::octets != 0) {
+        return value.empty()          ? Verdict::empty
+               : value.size() > 65535 ? Verdict::tooLong
+                                      : Verdict::badLength;
+    }
+    if constexpr (std::is_same_v<Kind, Extended>) {
+        std::set<std::string> bandwidths, states;
+        for (auto const& member : membersOf<Kind>(value)) {
+            if (auto const type = integer(member, 0, 2); type == 0x4004 || type == 0x4300) {
+                (type == 0x4004 ? bandwidths : states).insert(member);
+            }
+        }
+        return bandwidths.size() > 1 ? Verdict::severalLinkBandwidths
+               : states.size() > 1   ? Verdict::severalOriginValidationStates
+                                     : Verdict::accepted;
+    }
+    return Verdict::accepted;
+}
+
+/// Octets of which types with rules of their own, and equal members, are frequent.
+std::string randomOctets(std::mt19937& random, std::size_t size) {
+    constexpr std::array<std::array<unsigned char, 2>, 6> types{
+        {{0x00, 0x02}, {0x40, 0x04}, {0x43, 0x00}, {0x03, 0x0b}, {0x40, 0x02}, {0x80, 0x06}}};
+    std::string octets(size, '\0');
+    for (std::size_t at = 0; at < size; ++at) {
+        octets[at] = static_cast<char>(at % 4 == 3 ? random() % 3 : 0);
+    }
+    for (std::size_t at = 0; at + 20 <= size; at += random() % 3 * 4 + 8) {
+        auto const& type = types[random() % types.size()];
+        octets[at] = static_cast<char>(type[0]);
+        octets[at + 1] = static_cast<char>(type[1]);
+        octets[at + 7] = static_cast<char>(random());
+    }
+    return octets;
+}
+
+/// A well-formed value of that many members, all of them distinct and no two of one counted class.
+template <class Kind>
+std::string valueOf(std::mt19937& random, std::size_t members) {
+    std::string value(members * Kind::octets, '\0');
+    for (std::size_t i = 0; i < members; ++i) {
+        auto* const member = value.data() + i * Kind::octets;
+        auto const number = static_cast<U32>(random() << 12 | i);
+        std::memcpy(member + Kind::octets - 4, &number, 4);
+        if (Kind::octets >= 8) {
+            member[1] = 0x02;
+        }
+    }
+    return value;
+}
+
+/// Sorted and distinct.
+template <class Kind>
+std::string canonical(std::string const& value) {
+    auto members = membersOf<Kind>(value);
+    std::sort(members.begin(), members.end(), [](auto const& a, auto const& b) {
+        return std::memcmp(a.data(), b.data(), Kind::octets) < 0;
+    });
+    members.erase(std::unique(members.begin(), members.end()), members.end());
+    std::string result;
+    for (auto const& member : members) {
+        result += member;
+    }
+    return result;
+}
+
+// ---- Both pointer modes -------------------------------------------------------------------------
+
+class CommunityTablesIn : public testing::TestWithParam<bool> {
+    PointerMode const mode_{GetParam()};
+
+  protected:
+    template <class Kind>
+    void compareWithPublishedCalls() {
+        std::vector<decltype(published<Kind>(tables, ""))> held(7);
+        for (int step = 0; step < 3000; ++step) {
+            auto const value =
+                randomOctets(random, step % 9 == 0 ? random() % 50 : random() % 9 * Kind::octets);
+            auto const verdict = expectedVerdict<Kind>(value);
+            decltype(published<Kind>(tables, "")) before;
+            if (verdict == Verdict::accepted && step % 2 == 0) {
+                before = published<Kind>(tables, value);
+            }
+            auto const decoded = Kind::decode(tables, value);
+            ASSERT_EQ(decoded.verdict, verdict);
+            ASSERT_EQ(static_cast<bool>(decoded), verdict == Verdict::accepted);
+            if (decoded) {
+                ASSERT_TRUE(!before || before == decoded.list);
+                ASSERT_EQ(published<Kind>(tables, value), decoded.list);
+                ASSERT_EQ(Kind::decode(tables, canonical<Kind>(value)).list, decoded.list);
+                held[random() % held.size()] = decoded.list;
+            }
+        }
+    }
+
+    template <class Kind>
+    void serializeEveryLength() {
+        for (std::size_t size = 0; size <= 4096; ++size) {
+            auto const value = randomOctets(random, size);
+            auto const decoded = Kind::decode(tables, value);
+            ASSERT_EQ(decoded.verdict, expectedVerdict<Kind>(value)) << size;
+            if (decoded) {
+                Kind::serialize(*decoded.list);
+            }
+        }
+        auto const longest = 65535 / Kind::octets;
+        auto const decoded = Kind::decode(tables, valueOf<Kind>(random, longest));
+        ASSERT_TRUE(decoded);
+        Kind::serialize(*decoded.list);
+        auto const tooLong = valueOf<Kind>(random, longest + 1);
+        auto const interned = published<Kind>(tables, tooLong);
+        EXPECT_EQ(Kind::decode(tables, canonical<Kind>(tooLong)).verdict, Verdict::tooLong);
+    }
+
+    template <class Kind>
+    void expectNoAllocations() {
+        for (std::size_t const members : {1U, 8U, 32U, 1500U}) {
+            auto const unsorted = valueOf<Kind>(random, members);
+            auto const sorted = canonical<Kind>(unsorted);
+            auto const list = Kind::decode(tables, sorted).list;
+            auto const before = allocationsSoFar();
+            ASSERT_EQ(Kind::decode(tables, sorted).list, list);
+            if (members < 50) {
+                ASSERT_EQ(Kind::decode(tables, unsorted).list, list);
+            }
+            ASSERT_EQ(allocationsSoFar(), before) << members;
+        }
+    }
+
+    template <class Kind>
+    void everyAllocationMayFail() {
+        auto const value = valueOf<Kind>(random, 40) + randomOctets(random, 2 * Kind::octets);
+        bool failed = true;
+        for (long succeeding = 0; failed; ++succeeding) {
+            CommunityTables const fresh;
+            try {
+                FailingAllocations const failing(succeeding);
+                (void)Kind::decode(fresh, value);
+                failed = false;
+            } catch (std::bad_alloc const&) {
+                ASSERT_EQ(sizes(fresh), Sizes{});
+            }
+            auto const decoded = Kind::decode(fresh, value);
+            ASSERT_TRUE(decoded);
+            ASSERT_EQ(decoded.list, published<Kind>(fresh, value));
+        }
+    }
+
+    using Sizes = std::array<std::size_t, 9>;
+    static Sizes sizes(CommunityTables const& of) {
+        return {of.commListDedupTable()->dedupTable()->size(),
+                of.largeCommListDedupTable()->dedupTable()->size(),
+                of.extCommListDedupTable()->dedupTable()->size(),
+                of.extCommListDedupTable()->extCommClassificationListDedupTable()->size(),
+                of.extCommListDedupTable()->rtExtCommClassificationListDedupTable()->size(),
+                of.extCommIp6ListDedupTable()->dedupTable()->size(),
+                of.extCommIp6ListDedupTable()->extCommClassification()->size(),
+                of.extCommDedupTable()->dedupHashTable()->size(),
+                of.extCommIp6DedupTable()->dedupHashTable()->size()};
+    }
+
+    std::mt19937 random{11};
+    CommunityTables const tables;
+};
+INSTANTIATE_TEST_SUITE_P(Mode, CommunityTablesIn, bothPointerModes(), pointerModeName);
+
+TEST_P(CommunityTablesIn, OneCallReturnsWhatThePublishedCallsReturn) {
+    compareWithPublishedCalls<Standard>();
+    compareWithPublishedCalls<Large>();
+    compareWithPublishedCalls<Extended>();
+    compareWithPublishedCalls<Ip6>();
+}
+
+TEST_P(CommunityTablesIn, ListsOfEveryLengthAreSentInEverySelection) {
+    serializeEveryLength<Standard>();
+    serializeEveryLength<Large>();
+    serializeEveryLength<Extended>();
+    serializeEveryLength<Ip6>();
+    EXPECT_EQ(sizes(tables), Sizes{});
+}
+
+TEST_P(CommunityTablesIn, HitAllocatesNothing) {
+    expectNoAllocations<Standard>();
+    expectNoAllocations<Large>();
+    expectNoAllocations<Extended>();
+    expectNoAllocations<Ip6>();
+}
+
+TEST_P(CommunityTablesIn, EveryAllocationMayFail) {
+    everyAllocationMayFail<Standard>();
+    everyAllocationMayFail<Large>();
+    everyAllocationMayFail<Extended>();
+    everyAllocationMayFail<Ip6>();
+}
+
+TEST_P(CommunityTablesIn, EmptyListOfPublishedCallsIsNoAttribute) {
+    auto const empty = published<Extended>(tables, "");
+    auto const none = published<Standard>(tables, "");
+    EXPECT_EQ(Extended::decode(tables, "").verdict, Verdict::empty);
+    EXPECT_EQ(Standard::decode(tables, "").verdict, Verdict::empty);
+}
+
+TEST_P(CommunityTablesIn, ListsOfForeignMembersAreOtherLists) {
+    CommunityTables const others;
+    auto const value = canonical<Extended>(valueOf<Extended>(random, 5));
+    auto const foreign =
+        filled<Extended>(others, value)->dedup(tables.extCommListDedupTable().get());
+    auto const ours = Extended::decode(tables, value).list;
+    EXPECT_NE(ours, foreign);
+    EXPECT_EQ((*ours)[0], Extended::member(tables, value.substr(0, 8)));
+    EXPECT_EQ(Extended::decode(tables, value).list, ours);
+    EXPECT_EQ(published<Extended>(tables, value), ours);
+    // Interned by the published calls, it is found as well.
+    auto const other = canonical<Extended>(valueOf<Extended>(random, 6));
+    auto const first = published<Extended>(tables, other);
+    EXPECT_EQ(Extended::decode(tables, other).list, first);
+    EXPECT_EQ(Extended::decode(tables, other).list, first);
+}
+
+TEST_P(CommunityTablesIn, ListsOfAnEarlierClassificationTableAreOtherLists) {
+    auto const value = canonical<Ip6>(valueOf<Ip6>(random, 5));
+    auto const earlier = Ip6::decode(tables, value).list;
+    tables.extCommIp6ListDedupTable()->handleInitialized();
+    auto const now = published<Ip6>(tables, value);
+    EXPECT_NE(now, earlier);
+    EXPECT_EQ(Ip6::decode(tables, value).list, now);
+    EXPECT_EQ(published<Ip6>(tables, value), now);
+}
+
+/// Gives communities of a transitive opaque subtype the class of its local administrator.
+class AnyClassRule final : public BgpParseExtComSubTypeTransOpaqueRuleBase {
+  public:
+    explicit AnyClassRule(BgpParseExtCommControl const& control)
+      : BgpParseExtComSubTypeTransOpaqueRuleBase(control,
+                                                 extCommPktSubtypeTransOpaqueOspfRouteType) {}
+
+    ExtComm::PtrConst inhale(ExtCommContent const& content) const override {
+        return Mox::makeActive<ExtComm>(
+            static_cast<ExtCommClassification>(content.community() & 0xf), content);
+    }
+};
+
+class AnyClassSm final : public BgpParseExtCommPluginBaseSm {
+  public:
+    explicit AnyClassSm(BgpParseExtCommRuleCollections::PtrConst const& collections)
+      : BgpParseExtCommPluginBaseSm(collections) {
+        handleStartup();
+    }
+
+    void instantiateExtCommSubTypeTransOpaqueSubRule(
+        BgpParseExtCommSubTypeTransOpaqueRuleKey const& key,
+        BgpParseExtCommControl const& control) const override {
+        addExtCommSubTypeTransOpaqueSubRule(key, Mox::makeActive<AnyClassRule>(control));
+    }
+};
+
+TEST_P(CommunityTablesIn, RefusesWhatItsRulesMakeUnsendable) {
+    tables.parsing()->extCommParserSmsEnq(
+        Mox::makeActive<AnyClassSm>(tables.parsing()->parseExtCommRuleCollections()));
+    auto const member = [](char group, char classification) {
+        return std::string("\x03\x06\0\0\0\0", 6) + group + classification;
+    };
+    std::string const bandwidth("\x40\x04\xfd\xe8\x4b\x3e\xbc\x20", 8);
+    std::string const state("\x43\0\0\0\0\0\0\1", 8);
+    struct {
+        std::string value;
+        Verdict verdict;
+    } const rows[] = {
+        {member(0, 1) + member(0, 2) + bandwidth + state, Verdict::accepted},
+        {member(0, 7), Verdict::transitiveLinkBandwidth},
+        {member(0, 9), Verdict::transitiveOriginValidationState},
+        {member(0, 7) + bandwidth, Verdict::severalLinkBandwidths},
+        {state + member(0, 9), Verdict::severalOriginValidationStates},
+        {bandwidth + bandwidth + state + state, Verdict::accepted},
+    };
+    for (auto const& row : rows) {
+        for (int again = 0; again < 2; ++again) {
+            auto const decoded = Extended::decode(tables, row.value);
+            EXPECT_EQ(decoded.verdict, row.verdict);
+            if (decoded) {
+                Extended::serialize(*decoded.list);
+            }
+        }
+        EXPECT_EQ(sizes(tables), Sizes{});
+    }
+}
+
+TEST(CommunityTablesThreads, HotListsComeAndGoUntilNothingIsLeft) {
+    PointerMode const mode(true);
+    CommunityTables const tables;
+    std::mt19937 random(3);
+    std::vector<std::string> values;
+    for (std::size_t members = 1; members <= 4; ++members) {
+        values.push_back(valueOf<Ip6>(random, 2 * members)); // of 20, 8 and 4 octets each
+    }
+    std::vector<std::thread> threads;
+    for (unsigned seed = 0; seed < 4; ++seed) {
+        threads.emplace_back([&, seed] {
+            std::mt19937 own(seed);
+            std::vector<std::tuple<CommList::PtrConst, ExtCommList::PtrConst,
+                                   ExtCommIp6List::PtrConst, LargeCommList::PtrConst>>
+                held(4);
+            for (int i = 0; i < 3000; ++i) {
+                auto const& value = values[own() % values.size()];
+                auto& [standard, extended, ip6, large] = held[own() % held.size()];
+                standard = Standard::decode(tables, value).list;
+                extended = own() % 2 == 0 ? published<Extended>(tables, value)
+                                          : Extended::decode(tables, value).list;
+                ip6 = own() % 3 == 0 ? nullptr : Ip6::decode(tables, value).list;
+                large = Large::decode(tables, value.substr(0, value.size() / 12 * 12)).list;
+                ASSERT_TRUE(standard && extended && large);
+                ASSERT_EQ(Extended::decode(tables, canonical<Extended>(value)).list, extended);
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(tables.commListDedupTable()->dedupTable()->size(), 0U);
+    EXPECT_EQ(tables.extCommListDedupTable()->dedupTable()->size(), 0U);
+    EXPECT_EQ(tables.extCommIp6ListDedupTable()->dedupTable()->size(), 0U);
+    EXPECT_EQ(tables.largeCommListDedupTable()->dedupTable()->size(), 0U);
+    EXPECT_EQ(tables.extCommDedupTable()->dedupHashTable()->size(), 0U);
+    EXPECT_EQ(tables.extCommIp6DedupTable()->dedupHashTable()->size(), 0U);
+}
+
+} // namespace

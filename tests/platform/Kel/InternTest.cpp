@@ -1,0 +1,277 @@
+#include "InternWord.h"
+#include "support/Allocations.h"
+#include "support/Expectations.h"
+
+#include <map>
+#include <new>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+using Kel::DedupHandle;
+using Mox::U32;
+using Mox::U64;
+
+INSTANTIATE_TEST_SUITE_P(Mode, Intern, bothPointerModes(), pointerModeName);
+
+// ---- Coming and going ---------------------------------------------------------------------------
+
+TEST_P(Intern, EqualContentsShareOneObject) {
+    auto const a = intern(*table, 7);
+    EXPECT_EQ(a, intern(*table, 7));
+    EXPECT_NE(a, intern(*table, 6)) << "an equal hash is not an equal content";
+    EXPECT_EQ(table->size(), 1U);
+    EXPECT_TRUE(a->isDeduped() && a->everDeduped());
+    EXPECT_EQ(a->referenceCount(), 2U) << "this one and the table";
+}
+
+TEST_P(Intern, TheObjectThatIsThereFirstWins) {
+    auto const first = intern(*table, 7);
+    auto const second = Mox::makeCounted<Word>(U64{7});
+    EXPECT_EQ(table->dedup(second), first.get());
+    EXPECT_EQ(table->dedup(Mox::constPtrCast<Word>(Word::PtrConst(first))), first.get())
+        << "an object that is in the table is its own equal";
+    EXPECT_EQ(second->dedupState(), Kel::dedupHandleStateNeverDeduped());
+}
+
+TEST_P(Intern, TheTableGrowsAndShrinks) {
+    auto held = internAll(*table, 20000);
+    auto const expectAll = [&] {
+        ASSERT_EQ(table->size(), held.size());
+        for (auto const& word : held) {
+            ASSERT_EQ(lookup(*table, word->value()), word);
+        }
+    };
+    expectAll();
+    auto const grown = table->capacity();
+    EXPECT_GE(grown, 20000U);
+    EXPECT_GE(table->octets(), grown * sizeof(U64));
+    held.resize(100);
+    expectAll();
+    EXPECT_LT(table->capacity(), grown / 8);
+}
+
+TEST_P(Intern, ObjectsOutliveTheirTable) {
+    auto const observer = observe();
+    auto a = intern(*table, 1);
+    auto const b = intern(*table, 2);
+    table = nullptr;
+    EXPECT_EQ(observer->stops, 1);
+    EXPECT_EQ(observer->removes, 0);
+    EXPECT_EQ(a->value(), 1U);
+    EXPECT_TRUE(!a->isDeduped() && a->everDeduped());
+    EXPECT_EQ(a->referenceCount(), 1U);
+    a = nullptr;
+    EXPECT_EQ(Word::alive, 1);
+}
+
+TEST_P(Intern, DestructorsRunWithoutALockHeld) {
+    Word::onDestroy = [&](Word const& word) {
+        if (word.value() < 100) {
+            intern(*table, word.value() + 100);
+        }
+    };
+    internAll(*table, 100);
+    EXPECT_EQ(table->size(), 0U);
+}
+
+TEST_P(Intern, AnAllocationThatFailsLeavesTheTableAsItWas) {
+    std::vector<Word::Ptr> words;
+    int failures = 0;
+    for (U64 i = 0; i < 200; ++i) {
+        auto const& word = words.emplace_back(Mox::makeCounted<Word>(i));
+        try {
+            FailingAllocations const failing(0);
+            (void)table->dedup(word);
+        } catch (std::bad_alloc const&) {
+            ++failures;
+            EXPECT_EQ(table->size(), i);
+            EXPECT_EQ(word->dedupState(), Kel::dedupHandleStateNeverDeduped());
+            (void)table->dedup(word);
+        }
+        ASSERT_EQ(lookup(*table, i), word.get());
+    }
+    EXPECT_GT(failures, 3) << "growth was never met";
+    {
+        // Shrinking without memory: releases never throw.
+        FailingAllocations const failing(0);
+        words.clear();
+    }
+    EXPECT_EQ(table->size(), 0U);
+}
+
+TEST_P(Intern, ADumpNamesEveryObjectAndWhoHoldsIt) {
+    auto const held = intern(*table, 1);
+    auto const context = Mox::makeCounted<Kel::StringDumpContext>();
+    context->dumpChild(*table, 2);
+    EXPECT_EQ(context->text(), "  Kel::DedupHashTableUnorderedSet #1 capacity 8 octets " +
+                                   std::to_string(table->octets()) + "\n    Word references 1\n");
+}
+
+// ---- Observers ----------------------------------------------------------------------------------
+
+TEST_P(Intern, AnObserverHearsOnceThatItIsNotToldAnyMore) {
+    auto const first = observe();
+    auto const held = intern(*table, 1);
+    auto const second = observe();
+    table->lifeTimeNotifieeIs(nullptr);
+    EXPECT_EQ(first->inserts, 1);
+    EXPECT_EQ(first->stops, 1);
+    EXPECT_EQ(second->inserts, 0) << "that was there before";
+    EXPECT_EQ(second->stops, 1);
+    auto const silent = Mox::makeCounted<Observer>();
+    table->lifeTimeNotifieeIs(silent);
+    intern(*table, 2);
+    EXPECT_EQ(silent->inserts, 0) << "its switch is off";
+}
+
+TEST_P(Intern, ObserversInternAndReleaseFromInsideANotification) {
+    auto const observer = observe();
+    std::map<U64, Word::PtrConst> held;
+    observer->onInsert = [&](DedupHandle::Ptr const& handle) {
+        auto const value = valueOf(handle.get());
+        EXPECT_EQ(lookup(*table, value).get(), handle.get()) << "its own thread is handed it";
+        if (value < 10) {
+            held[value + 1] = intern(*table, value + 1);
+        }
+    };
+    observer->onRemove = [&](DedupHandle* handle) { held.erase(valueOf(handle) + 1); };
+    auto first = intern(*table, 1);
+    EXPECT_EQ(table->size(), 10U);
+    first = nullptr;
+    EXPECT_EQ(table->size(), 0U);
+    EXPECT_EQ(observer->removes, 10);
+}
+
+TEST_P(Intern, TheTableMayGoFromInsideANotification) {
+    auto const first = observe();
+    first->onInsert = [&](auto const&) { table = nullptr; };
+    auto const kept = Mox::makeCounted<Word>(U64{1});
+    EXPECT_EQ(table->dedup(kept), kept.get());
+    EXPECT_EQ(first->stops, 1);
+    EXPECT_EQ(kept->dedupState(), Kel::dedupHandleStateLeft());
+    EXPECT_EQ(kept->referenceCount(), 1U);
+
+    auto other = Mox::makeCounted<Table>(GetParam());
+    auto const second = observe(*other);
+    auto one = intern(*other, 1);
+    auto const two = intern(*other, 2);
+    second->onRemove = [&](auto*) { other = nullptr; };
+    one = nullptr;
+    EXPECT_EQ(second->stops, 1);
+    EXPECT_FALSE(two->isDeduped());
+    EXPECT_EQ(two->referenceCount(), 1U);
+}
+
+TEST_P(Intern, AnObserverThatThrowsLeavesTheTableAsItWas) {
+    auto const observer = observe();
+    observer->onInsert = [&](auto const&) {
+        observer->present.clear();
+        throw std::runtime_error("no");
+    };
+    auto const word = Mox::makeCounted<Word>(U64{5});
+    EXPECT_THROW(table->dedup(word), std::runtime_error);
+    EXPECT_EQ(table->size(), 0U);
+    EXPECT_EQ(word->referenceCount(), 1U);
+    EXPECT_EQ(word->dedupState(), Kel::dedupHandleStateNeverDeduped());
+    observer->onInsert = nullptr;
+    EXPECT_EQ(table->dedup(word), word.get()) << "it can be interned again";
+}
+
+TEST_P(Intern, AnObserverMayResetThePointerThatWasInternedBy) {
+    auto const observer = observe();
+    auto word = Mox::makeCounted<Word>(U64{1});
+    observer->onInsert = [&](auto const&) { word = nullptr; };
+    auto const kept = Mox::staticPtrCast<Word const>(table->dedup(word));
+    EXPECT_EQ(kept->value(), 1U);
+    EXPECT_EQ(kept->referenceCount(), 2U);
+}
+
+// ---- Lifetime notifiers -------------------------------------------------------------------------
+
+TEST_P(Intern, LifetimeNotifiersDoNotKeepAnObjectInterned) {
+    std::vector<Mox::Ptr<Notifier>> notifiers;
+    auto const observer = observe();
+    observer->onInsert = [&](DedupHandle::Ptr const& handle) {
+        notifiers.push_back(Mox::makeActive<Notifier>(handle));
+    };
+    auto word = intern(*table, 1);
+    EXPECT_EQ(word->referenceCount(), 3U);
+    for (U32 floor = 2; floor < 6; ++floor) {
+        EXPECT_EQ(word->word().floor(), floor);
+        notifiers.push_back(Mox::makeActive<Notifier>(word));
+    }
+    word = nullptr;
+    EXPECT_EQ(observer->removes, 1);
+    EXPECT_EQ(table->size(), 0U);
+    notifiers.resize(1);
+    auto const* const left = static_cast<Word const*>(notifiers[0]->dedupHandle());
+    EXPECT_EQ(left->value(), 1U) << "whoever holds the notifier keeps the object";
+    EXPECT_EQ(left->dedupState(), Kel::dedupHandleStateLeft());
+    EXPECT_EQ(left->referenceCount(), 1U);
+    auto const again = intern(*table, 1);
+    EXPECT_NE(again.get(), left);
+    notifiers.clear();
+    EXPECT_EQ(again->word().floor(), 1U) << "dropped while the object is interned";
+    EXPECT_EQ(again->referenceCount(), 2U);
+    EXPECT_EQ(Word::alive, 1);
+}
+
+TEST_P(Intern, ALifetimeNotifierDroppedWhileItsObjectIsDetached) {
+    Mox::Ptr<Notifier> notifier;
+    auto const observer = observe();
+    observer->onInsert = [&](DedupHandle::Ptr const& handle) {
+        notifier = Mox::makeActive<Notifier>(handle);
+    };
+    observer->onRemove = [&](auto*) { notifier = nullptr; };
+    intern(*table, 1);
+    EXPECT_EQ(Word::alive, 0);
+    auto const kept = intern(*table, 2);
+    table = nullptr;
+    EXPECT_EQ(kept->referenceCount(), 2U) << "the notifier's is an ordinary one by now";
+    notifier = nullptr;
+    EXPECT_EQ(kept->referenceCount(), 1U);
+}
+
+// ---- Contracts ----------------------------------------------------------------------------------
+
+using InternDeathTest = Intern;
+INSTANTIATE_TEST_SUITE_P(Mode, InternDeathTest, bothPointerModes(), pointerModeName);
+
+TEST_P(InternDeathTest, AContentThatIsBeingDetachedIsNotLookedUp) {
+    auto const observer = observe();
+    observer->onRemove = [&](DedupHandle* handle) { lookup(*table, valueOf(handle)); };
+    auto word = intern(*table, 1);
+    expectAssertions({{"CountWord.h:#: retain: Assertion 'dedupState() != "
+                       "Kel::dedupHandleStateBeingDetached()' failed.",
+                       [&] { word = nullptr; }}});
+    observer->onRemove = nullptr;
+}
+
+TEST_P(InternDeathTest, OnlyAnObjectThatWasNeverInternedIsInserted) {
+    auto const destashed = Mox::makeCounted<Word>(U64{1});
+    destashed->makeDestashed();
+    EXPECT_EQ(destashed->dedupState(), 4U);
+    EXPECT_TRUE(destashed->everDeduped() && !destashed->isDeduped());
+    auto const other = Mox::makeCounted<Table>(GetParam());
+    auto const interned = intern(*other, 1);
+    EXPECT_EQ(other->dedup(destashed), interned.get()) << "its equal is there already";
+    auto const* const text = "platform/Kel/DedupTableCore.cpp:#: enter: Assertion "
+                             "'object->dedupState() == Kel::dedupHandleStateNeverDeduped()' failed";
+    expectAssertions(
+        {{text, [&] { (void)table->dedup(destashed); }},
+         {text, [&] { (void)table->dedup(Mox::constPtrCast<Word>(Word::PtrConst(interned))); }}});
+}
+
+TEST_P(InternDeathTest, TheModeIsFixedWhileATableIsLive) {
+    expectAssertions({{"no intern table is live", [] { Mox::threadSafePtrsIs(!GetParam()); }},
+                      {"no intern table is live",
+                       [] { Routing::Bgp::VoBgpGlobals::multiThreadedIs(!GetParam()); }}});
+    if (!GetParam()) {
+        expectAssertions(
+            {{"!threadSafe || Mox::threadSafePtrs()", [] { Mox::makeCounted<Table>(true); }}});
+    }
+}
+
+} // namespace

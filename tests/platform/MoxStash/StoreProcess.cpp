@@ -1,0 +1,141 @@
+/// A process that publishes stores, or one that reads them, for StorePublishTest:
+///
+///     StoreProcess write STORE    one after the other; says `w` when it begins
+///     StoreProcess read STORE     says `r` when it has read the first
+///
+/// Both go on until their standard input ends, if they are not killed before.
+///
+/// Each store tells its number in every part, and is one higher than the one before. A reader that
+/// finds anything else says so and fails; in the end it prints how many numbers it has seen.
+#include "../../../fuzz/StoreContent.h"
+
+#include <MoxStash/StoreException.h>
+#include <MoxStash/StoreManager.h>
+#include <MoxStash/StorePublisher.h>
+#include <MoxStash/StoreWriter.h>
+
+#include <exception>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace Routing::Bgp::Test;
+using MoxStash::StoreManager;
+using MoxStash::StoreWriter;
+
+/// Of all sizes, so that a segment's areas move about.
+U32 membersOf(U32 number) {
+    return 2 + number * 7 % 90;
+}
+
+StoreWriter const& storeOf(StoreSample& sample, StoreWriter& writer, U32 number) {
+    sample.stash(writer, number, membersOf(number));
+    return writer;
+}
+
+/// Read from its first part; 0 if there is no store.
+U32 numberOf(std::string const& store) {
+    try {
+        StoreManager const manager(store);
+        return static_cast<U32>(MoxStash::StoredTable(manager, manager.root("values"))[0].number);
+    } catch (MoxStash::StoreException const&) {
+        return 0;
+    }
+}
+
+void announce(char what) {
+    if (::write(STDOUT_FILENO, &what, 1) != 1) {
+        throw std::runtime_error("nobody listens");
+    }
+}
+
+bool hasEnded() {
+    ::pollfd input = {STDIN_FILENO, POLLIN, 0};
+    return ::poll(&input, 1, 0) != 0;
+}
+
+void write(std::string const& store) {
+    StoreSample sample;
+    auto number = numberOf(store);
+    announce('w');
+    while (!hasEnded()) {
+        StoreWriter writer;
+        MoxStash::publishStore(storeOf(sample, writer, ++number), store);
+    }
+}
+
+/// What is read of a store that holds this number.
+std::string textOf(StoreSample& sample, U32 number) {
+    StoreWriter writer, copy;
+    auto const words = storeOf(sample, writer, number).image(1);
+    StoreManager manager("expected", std::as_bytes(std::span(words)));
+    return copyStore(manager, copy);
+}
+
+struct Seen {
+    U32 number;
+    U64 generation;
+};
+
+/// One store, rebuilt whole; none if it was overtaken.
+std::optional<Seen> readOnce(StoreSample& sample, std::string const& store) {
+    std::string text;
+    Seen seen{};
+    try {
+        StoreManager manager(store);
+        StoreWriter copy;
+        seen = {static_cast<U32>(MoxStash::StoredTable(manager, manager.root("values"))[0].number),
+                manager.versionAnchor()};
+        text = copyStore(manager, copy);
+    } catch (MoxStash::StaleStoreException const&) {
+        return std::nullopt;
+    }
+    if (text != textOf(sample, seen.number)) {
+        throw std::runtime_error("a mixture: " + text);
+    }
+    return seen;
+}
+
+void read(std::string const& store) {
+    StoreSample sample;
+    Seen last{};
+    unsigned seen = 0, overtaken = 0;
+    while (!hasEnded()) {
+        auto const now = readOnce(sample, store);
+        if (!now) {
+            ++overtaken;
+            continue;
+        }
+        if (now->number < last.number || now->generation < last.generation) {
+            throw std::runtime_error("the number went back");
+        }
+        if (seen == 0) {
+            announce('r');
+        }
+        seen += now->number != last.number;
+        last = *now;
+    }
+    std::cout << ' ' << seen << ' ' << overtaken << '\n';
+}
+
+} // namespace
+
+int main(int count, char* arguments[]) {
+    try {
+        if (count != 3) {
+            throw std::invalid_argument("write STORE | read STORE");
+        }
+        std::string_view(arguments[1]) == "write" ? write(arguments[2]) : read(arguments[2]);
+        return 0;
+    } catch (std::exception const& exception) {
+        std::cerr << arguments[0] << ": " << exception.what() << '\n';
+        return 1;
+    }
+}
