@@ -35,41 +35,44 @@ if(VOBGP_SANITIZE)
   endif()
 endif()
 
-# vobgp_library(TARGET EXPORT_NAME NAME SOURCES...): a library, VoBgp::NAME here and where it is
-# installed. Shared unless BUILD_SHARED_LIBS is off.
-function(vobgp_library target)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORT_NAME" "")
-  set(linked ${target})
+# Before 1.0 every minor version may change the interface.
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+  set(VOBGP_SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+else()
+  set(VOBGP_SOVERSION ${PROJECT_VERSION_MAJOR})
+endif()
+
+# vobgp_whole_archive(TARGET ARCHIVE NAME): the interface library TARGET, installed as VoBgp::NAME,
+# links all of ARCHIVE. A type registers itself in a static initialiser; the linker would drop it
+# with an object of the archive that nothing else refers to.
+function(vobgp_whole_archive target archive name)
+  add_library(${target} INTERFACE)
+  target_link_libraries(${target} INTERFACE
+    $<BUILD_INTERFACE:$<LINK_LIBRARY:WHOLE_ARCHIVE,${archive}>>
+    $<INSTALL_INTERFACE:$<LINK_LIBRARY:WHOLE_ARCHIVE,VoBgp::${name}Archive>>)
+  set_target_properties(${archive} PROPERTIES EXPORT_NAME ${name}Archive)
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+endfunction()
+
+# vobgp_library(TARGET NAME SOURCES...): a library, VoBgp::NAME here and where it is installed.
+# Shared unless BUILD_SHARED_LIBS is off.
+function(vobgp_library target name)
   if(VOBGP_STATIC)
-    # A type registers itself in a static initialiser. The linker would drop it with an object of
-    # the archive that nothing else refers to, so an archive is linked whole.
-    add_library(${target} STATIC ${arg_UNPARSED_ARGUMENTS})
-    set(linked ${target}Whole)
-    add_library(${linked} INTERFACE)
-    set(archive ${arg_EXPORT_NAME}Archive)
-    target_link_libraries(${linked} INTERFACE
-      $<BUILD_INTERFACE:$<LINK_LIBRARY:WHOLE_ARCHIVE,${target}>>
-      $<INSTALL_INTERFACE:$<LINK_LIBRARY:WHOLE_ARCHIVE,VoBgp::${archive}>>)
-    set_target_properties(${target} PROPERTIES EXPORT_NAME ${archive})
-  else()
-    add_library(${target} SHARED ${arg_UNPARSED_ARGUMENTS})
-    set_target_properties(${target} PROPERTIES
-      VERSION ${PROJECT_VERSION}
-      SOVERSION ${PROJECT_VERSION_MAJOR}
-      INSTALL_RPATH "$ORIGIN") # finds its neighbour, wherever both are installed
-    target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
-    if(VOBGP_SANITIZE)
-      # The sanitizers' own symbols come with the program.
-      target_link_options(${target} PRIVATE -Wl,--undefined-version -Wl,-z,undefs)
-    endif()
+    add_library(${target} STATIC ${ARGN})
+    vobgp_whole_archive(${target}Whole ${target} ${name})
+    add_library(VoBgp::${name} ALIAS ${target}Whole)
+    return()
   endif()
-  set_target_properties(${linked} PROPERTIES EXPORT_NAME ${arg_EXPORT_NAME})
-  add_library(VoBgp::${arg_EXPORT_NAME} ALIAS ${linked})
-  if(VOBGP_INSTALL)
-    set(targets ${target} ${linked})
-    list(REMOVE_DUPLICATES targets)
-    install(TARGETS ${targets} EXPORT VoBgpTargets
-      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-      ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  add_library(${target} SHARED ${ARGN})
+  set_target_properties(${target} PROPERTIES
+    EXPORT_NAME ${name}
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${VOBGP_SOVERSION}
+    INSTALL_RPATH "$ORIGIN") # finds its neighbour, wherever both are installed
+  target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
+  if(VOBGP_SANITIZE)
+    # The sanitizers' own symbols come with the program.
+    target_link_options(${target} PRIVATE -Wl,--undefined-version -Wl,-z,undefs)
   endif()
+  add_library(VoBgp::${name} ALIAS ${target})
 endfunction()
