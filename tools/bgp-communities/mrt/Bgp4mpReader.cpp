@@ -27,6 +27,7 @@ void Bgp4mpReader::read(RecordContext const& record, std::uint16_t subtype, Octe
     update_.at = record.at();
     update_.peer = ends.peer;
     update_.sentByUs = form.local;
+    update_.attributes.asWidth = form.as4 ? AsWidth::four : AsWidth::two;
     readMessage(record, in, pathIds);
 }
 
@@ -59,6 +60,7 @@ void Bgp4mpReader::readUpdate(RecordContext const& record, Octets message, PathI
     }
     update_.brokenAttributes = !attributes.fault.empty();
     update_.communities = attributes.communities;
+    update_.attributes.area = content_.attributeOctets();
     update_.withdrawn = content_.withdrawn();
     update_.announced = content_.announced();
     record.handler().handleUpdate(update_);

@@ -6,8 +6,6 @@
 
 namespace BgpCommunities {
 
-namespace {} // namespace
-
 /** view (2) | sequence (2) | prefix (4, 16) | length in bits (1) | status (1) | originated (4) |
     peer address (4, 16) | peer AS (2) | length (2) | attributes        RFC 6396, section 4.2 */
 void RibReader::readTableDump(RecordContext const& context, MrtRecord const& record) {
@@ -18,7 +16,7 @@ void RibReader::readTableDump(RecordContext const& context, MrtRecord const& rec
     Octets const prefix = in.octets(addressOctets);
     std::uint8_t const bits = in.u8();
     in.u8();
-    in.octets(4);
+    entry_.originated = in.u32();
     entry_.peer.address = ipAddress(in.octets(addressOctets));
     entry_.peer.as = in.u16();
     Octets const attributes = in.octets(in.u16());
@@ -31,7 +29,7 @@ void RibReader::readTableDump(RecordContext const& context, MrtRecord const& rec
         context.reportBrokenRecord(std::string(fault));
         return;
     }
-    deliver(context, attributes);
+    deliver(context, {attributes, AsWidth::two});
 }
 
 void RibReader::readTableDumpV2(RecordContext const& context, MrtRecord const& record) {
@@ -78,14 +76,14 @@ void RibReader::readEntries(RecordContext const& context, OctetReader& in, bool 
     bool peersKnown = true;
     for (std::uint16_t index = 0; in.ok() && index < count; ++index) {
         std::uint16_t const peer = in.u16();
-        in.octets(4);
+        entry_.originated = in.u32();
         if (pathIds) {
             entry_.route.pathId = in.u32();
         }
         Octets const attributes = in.octets(in.u16());
         if (in.ok()) {
             peersKnown = findPeer(peers, peer) && peersKnown;
-            deliver(context, attributes);
+            deliver(context, {attributes, AsWidth::four});
         }
     }
     if (!in.ok()) {
@@ -102,13 +100,14 @@ bool RibReader::findPeer(PeerTable const* peers, std::uint16_t index) {
     return known;
 }
 
-void RibReader::deliver(RecordContext const& context, Octets attributes) {
+void RibReader::deliver(RecordContext const& context, AttributeOctets const& attributes) {
     ++context.counts().ribEntries;
-    area_.read(attributes);
+    area_.read(attributes.area);
     context.account(area_);
     entry_.at = context.at();
     entry_.brokenAttributes = !area_.fault.empty();
     entry_.communities = area_.communities;
+    entry_.attributes = attributes;
     context.handler().handleRibEntry(entry_);
 }
 

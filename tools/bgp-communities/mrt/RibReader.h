@@ -25,7 +25,7 @@ class RibReader {
     void readEntries(RecordContext const& context, OctetReader& in, bool pathIds,
                      PeerTable const* peers);
     bool findPeer(PeerTable const* peers, std::uint16_t index);
-    void deliver(RecordContext const& context, Octets attributes);
+    void deliver(RecordContext const& context, AttributeOctets const& attributes);
 
     RibEntry entry_;
     AttributeArea area_;

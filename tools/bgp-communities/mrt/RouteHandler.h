@@ -7,6 +7,7 @@
 #include "wire/IpAddress.h"
 #include "wire/Nlri.h"
 #include "wire/PathAttributes.h"
+#include "wire/RouteAttributes.h"
 
 namespace BgpCommunities {
 
@@ -28,6 +29,7 @@ struct Update {
     bool sentByUs = false;         // the local forms: sent to the peer, not received from it
     bool brokenAttributes = false; // the area is cut: what stands before the fault is here
     std::span<CommunityAttribute const> communities; // in the order sent
+    AttributeOctets attributes;                      // for RouteAttributes, which parses the others
     std::span<Route const> withdrawn;                // of the message and of MP_UNREACH_NLRI
     std::span<Route const> announced;                // of the message and of MP_REACH_NLRI
 };
@@ -38,6 +40,8 @@ struct RibEntry {
     Peer peer; // without address if the dump does not tell
     bool brokenAttributes = false;
     std::span<CommunityAttribute const> communities;
+    AttributeOctets attributes;
+    std::uint32_t originated = 0; // when the peer sent it: seconds since 1970, UTC
     Route route;
 };
 

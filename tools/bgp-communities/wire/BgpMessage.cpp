@@ -34,6 +34,7 @@ bool UpdateContent::read(Octets update, PathIds pathIds) {
         return false;
     }
     attributes_.read(areas.attributes);
+    attributeOctets_ = areas.attributes;
     std::string_view const withdrawnFault = readWithdrawn(areas.withdrawn, pathIds);
     std::string_view const announcedFault = readAnnounced(areas.announced, pathIds);
     routesFault_ = withdrawnFault.empty() ? announcedFault : withdrawnFault;

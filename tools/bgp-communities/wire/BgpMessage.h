@@ -57,6 +57,9 @@ class UpdateContent {
 
     [[nodiscard]] AttributeArea const& attributes() const { return attributes_; }
 
+    /** The area that `attributes()` was read from; not owned. */
+    [[nodiscard]] Octets attributeOctets() const { return attributeOctets_; }
+
     /** Of the message and of MP_UNREACH_NLRI. */
     [[nodiscard]] std::vector<Route> const& withdrawn() const { return withdrawn_; }
 
@@ -71,6 +74,7 @@ class UpdateContent {
     std::string_view readAnnounced(Octets nlri, PathIds pathIds);
 
     AttributeArea attributes_;
+    Octets attributeOctets_;
     std::vector<Route> withdrawn_;
     std::vector<Route> announced_;
     std::string_view routesFault_;

@@ -1,0 +1,168 @@
+#include "RouteAttributes.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+enum AttributeType : std::uint8_t {
+    originType = 1,
+    asPathType = 2,
+    nextHopType = 3,
+    medType = 4,
+    localPrefType = 5,
+    aggregatorType = 7,
+    as4PathType = 17,
+};
+
+/** Stands for a four-octet AS number where there is room for two octets (RFC 6793). */
+constexpr std::uint32_t asTrans = 23456;
+
+/** The address in the next hop field of MP_REACH_NLRI: an address, or two (RFC 2545), each after a
+    route distinguisher in VPN families (RFC 4364, RFC 4659). */
+IpAddress mpAddress(Octets field) {
+    constexpr std::size_t distinguisherOctets = 8;
+    switch (field.size()) {
+    case 4:
+    case 16:
+        return ipAddress(field);
+    case 32:
+        return ipAddress(field.first(16));
+    case distinguisherOctets + 4:
+    case distinguisherOctets + 16:
+        return ipAddress(field.subspan(distinguisherOctets));
+    case 2 * (distinguisherOctets + 16):
+        return ipAddress(field.subspan(distinguisherOctets, 16));
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+/** The first attribute of each type that is read; its type is 0 if there is none. */
+struct RouteAttributes::Found {
+    std::array<PathAttribute, as4PathType + 1> byType;
+
+    explicit Found(Octets area) {
+        PathAttributeReader in(area);
+        for (PathAttribute attribute; in.next(attribute);) {
+            if (attribute.type < byType.size() && byType[attribute.type].type == 0) {
+                byType[attribute.type] = attribute;
+            }
+        }
+    }
+
+    [[nodiscard]] PathAttribute const* find(std::uint8_t type) const {
+        return byType[type].type == 0 ? nullptr : &byType[type];
+    }
+};
+
+RouteAttributes::RouteAttributes(AttributeOctets const& octets) {
+    Found const found(octets.area);
+    if (auto const* const attribute = found.find(originType)) {
+        readOrigin(*attribute);
+    }
+    readAsPath(found, octets.asWidth);
+    if (auto const* const attribute = found.find(nextHopType)) {
+        readNextHop(*attribute);
+    }
+    if (auto const* const attribute = found.find(medType)) {
+        readNumber(*attribute, med_);
+    }
+    if (auto const* const attribute = found.find(localPrefType)) {
+        readNumber(*attribute, localPref_);
+    }
+    if (auto const* const attribute = found.find(AttributeArea::mpReachType)) {
+        readMpReach(*attribute);
+    }
+}
+
+void RouteAttributes::readAsPath(Found const& found, AsWidth width) {
+    auto const* const attribute = found.find(asPathType);
+    if (attribute == nullptr) {
+        return;
+    }
+    AsPath path = {attribute->value, width, {}};
+    if (auto const fault = faultOf(path); !fault.empty()) {
+        faultIs(*attribute, fault);
+        return;
+    }
+    auto const* const as4Path = found.find(as4PathType);
+    auto const* const aggregator = found.find(aggregatorType);
+    // An AGGREGATOR that is not AS_TRANS was set by a router that did not know AS4_PATH, which is
+    // therefore outdated (RFC 6793, section 4.2.3).
+    bool const outdated = aggregator != nullptr && aggregator->value.size() == 6 &&
+                          OctetReader(aggregator->value).u16() != asTrans;
+    if (as4Path != nullptr && width == AsWidth::two && !outdated) {
+        path.as4Path = as4Path->value;
+    }
+    asPath_ = path;
+}
+
+void RouteAttributes::readOrigin(PathAttribute const& attribute) {
+    if (attribute.value.size() != 1) {
+        faultIs(attribute, "ORIGIN has another length than 1");
+    } else if (attribute.value[0] > static_cast<std::uint8_t>(Origin::incomplete)) {
+        faultIs(attribute, "unknown ORIGIN");
+    } else {
+        origin_ = static_cast<Origin>(attribute.value[0]);
+    }
+}
+
+void RouteAttributes::readNextHop(PathAttribute const& attribute) {
+    // Some collectors write an IPv6 address for IPv6 routes.
+    nextHop_ = ipAddress(attribute.value);
+    if (nextHop_.size == 0) {
+        faultIs(attribute, "NEXT_HOP is not an address");
+    }
+}
+
+/** AFI (2) | SAFI (1) | length (1) | next hop | ..., or in a RIB entry only length and next hop
+                                     RFC 4760, section 3; RFC 6396, section 4.3.4 */
+void RouteAttributes::readMpReach(PathAttribute const& attribute) {
+    OctetReader in(attribute.value);
+    bool const isShort =
+        !attribute.value.empty() && attribute.value.size() == std::size_t{1} + attribute.value[0];
+    if (!isShort) {
+        mpFamily_ = {in.u16(), in.u8()};
+    }
+    Octets const field = in.octets(in.u8());
+    mpNextHop_ = mpAddress(field);
+    if (!in.ok()) {
+        faultIs(attribute, "truncated MP_REACH_NLRI");
+    }
+}
+
+void RouteAttributes::readNumber(PathAttribute const& attribute,
+                                 std::optional<std::uint32_t>& number) {
+    if (attribute.value.size() == 4) {
+        number = OctetReader(attribute.value).u32();
+    } else {
+        faultIs(attribute, attribute.type == medType ? "MULTI_EXIT_DISC has another length than 4"
+                                                     : "LOCAL_PREF has another length than 4");
+    }
+}
+
+void RouteAttributes::faultIs(PathAttribute const& attribute, std::string_view reason) {
+    faults_[faultCount_++] = {attribute.type, attribute.value, reason};
+}
+
+IpAddress RouteAttributes::nextHop(Family family) const {
+    bool const byMpReach =
+        mpFamily_ ? family == *mpFamily_ : family != ipv4Unicast || nextHop_.size == 0;
+    return byMpReach && mpNextHop_.size != 0 ? mpNextHop_ : nextHop_;
+}
+
+std::string_view nameOf(RouteAttributes::Origin origin) {
+    switch (origin) {
+    case RouteAttributes::Origin::igp:
+        return "IGP";
+    case RouteAttributes::Origin::egp:
+        return "EGP";
+    case RouteAttributes::Origin::incomplete:
+        return "INCOMPLETE";
+    }
+    return {};
+}
+
+} // namespace BgpCommunities
