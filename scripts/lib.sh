@@ -5,7 +5,7 @@
 # shellcheck disable=SC2034 # used by the scripts that source this
 build_packages=(
     g++ cmake ninja-build pkgconf python3
-    libgtest-dev libgmock-dev zlib1g-dev libbz2-dev
+    libgtest-dev libgmock-dev zlib1g-dev libbz2-dev liblzma-dev libzstd-dev
 )
 
 # need_packages PACKAGE...: installs those that are missing, which takes root. Touches nothing, and

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include <bzlib.h>
+#include <lzma.h>
 #include <zlib.h>
+#include <zstd.h>
 
 #include <gtest/gtest.h>
 
@@ -31,6 +34,29 @@ inline std::string bzip2(std::string plain) {
     EXPECT_EQ(BZ2_bzBuffToBuffCompress(out.data(), &size, plain.data(),
                                        static_cast<unsigned int>(plain.size()), 1, 0, 0),
               BZ_OK);
+    out.resize(size);
+    return out;
+}
+
+inline std::string xz(std::string const& plain) {
+    std::string out(lzma_stream_buffer_bound(plain.size()), '\0');
+    std::size_t size = 0;
+    EXPECT_EQ(lzma_easy_buffer_encode(
+                  1, LZMA_CHECK_CRC32, nullptr, reinterpret_cast<std::uint8_t const*>(plain.data()),
+                  plain.size(), reinterpret_cast<std::uint8_t*>(out.data()), &size, out.size()),
+              LZMA_OK);
+    out.resize(size);
+    return out;
+}
+
+inline std::string zstd(std::string const& plain) {
+    std::string out(ZSTD_compressBound(plain.size()), '\0');
+    ZSTD_CCtx* const context = ZSTD_createCCtx();
+    ZSTD_CCtx_setParameter(context, ZSTD_c_checksumFlag, 1);
+    std::size_t const size =
+        ZSTD_compress2(context, out.data(), out.size(), plain.data(), plain.size());
+    ZSTD_freeCCtx(context);
+    EXPECT_EQ(ZSTD_isError(size), 0U);
     out.resize(size);
     return out;
 }

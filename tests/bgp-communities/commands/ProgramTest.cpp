@@ -358,8 +358,6 @@ TEST(ProgramTest, AUsageErrorIsToldAndNothingIsRead) {
              {{}, "no command"},
              {{"decipher"}, "\"decipher\""},
              {{"--json"}, "\"--json\""},
-             {{"stats"}, "no FILE"},
-             {{"read", "--verbose"}, "no FILE"},
              {{"stats", "--type", sample("rib.mrt.gz")}, "--type"},
              {{"types", target}, "types takes no argument"},
              {{"decode", "--type=7", target}, "--type: the attribute type is none of"},
@@ -375,6 +373,13 @@ TEST(ProgramTest, AUsageErrorIsToldAndNothingIsRead) {
         EXPECT_TRUE(result.err.starts_with("bgp-communities: ")) << result.err;
         EXPECT_NE(result.err.find(row.complaint), std::string::npos) << result.err;
     }
+}
+
+TEST(ProgramTest, ReadsStandardInputWithoutAFile) {
+    std::string const dump = sample("updates.mrt.gz");
+    Result const result = runWithFile({"read", "--json"}, dump);
+    EXPECT_EQ(result.out, runWithFile({"read", "--json", "-"}, dump).out);
+    EXPECT_FALSE(result.out.empty());
 }
 
 TEST(ProgramTest, AFileThatCannotBeReadDoesNotStopTheOthers) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -34,8 +35,8 @@ struct Read {
     std::string damage;
 };
 
-Read readAll(std::string const& path, std::size_t step = 4096) {
-    InputStream input(path);
+Read readAll(std::string const& path, std::size_t step = 4096, unsigned threads = 1) {
+    InputStream input(path, threads);
     std::vector<std::uint8_t> buffer(step);
     Read all;
     while (std::size_t const got = input.read(buffer)) {
@@ -66,6 +67,15 @@ TEST(InputStreamTest, WhatComesOutIsWhatWentIn) {
         {"gzip members", gzip(small) + gzip("") + gzip(large) + gzip(even), small + large + even},
         {"bzip2", bzip2(large), large},
         {"bzip2 of nothing", bzip2(""), ""},
+        {"xz", xz(large), large},
+        {"xz members", xz(small) + xz("") + xz(large), small + large},
+        {"zstd", zstd(large), large},
+        {"zstd frames, one to be skipped",
+         zstd(small) + "\x5f\x2a\x4d\x18\x02\0\0\0ab"s + zstd(even), small + even},
+        {"plain that begins as a zstd frame to be skipped, a time of August 2012",
+         "\x50\x2a\x4d\x18\0\x0d rest"s, "\x50\x2a\x4d\x18\0\x0d rest"s},
+        {"plain that begins as a zip archive, a time of September 2012", "PK\x03\x04\0\x0d rest"s,
+         "PK\x03\x04\0\x0d rest"s},
         {"bzip2 members", bzip2(even) + bzip2("") + bzip2(small), even + small},
         {"plain that begins with BZh1, a time of April 2005", "BZh1\0\x0d rest"s,
          "BZh1\0\x0d rest"s},
@@ -84,7 +94,8 @@ TEST(InputStreamTest, WhatComesOutIsWhatWentIn) {
 TEST(InputStreamTest, ACutMemberGivesAllThatItHoldsAndIsReported) {
     std::string const plain = noise(2000) + std::string(100000, 'x');
     for (auto const& [form, packed] :
-         {std::pair("gzip", gzip(plain)), std::pair("bzip2", bzip2(plain))}) {
+         {std::pair("gzip", gzip(plain)), std::pair("bzip2", bzip2(plain)),
+          std::pair("xz", xz(plain)), std::pair("zstd", zstd(plain))}) {
         SCOPED_TRACE(form);
         std::size_t longest = 0;
         for (std::size_t size = 10; size < packed.size(); size += 1 + size / 16) {
@@ -97,7 +108,7 @@ TEST(InputStreamTest, ACutMemberGivesAllThatItHoldsAndIsReported) {
             EXPECT_GE(read.octets.size(), longest);
             longest = read.octets.size();
         }
-        // All but the checksum at the end: nothing may stay behind in the decompressor.
+        // All but some of the checksums at the end: nothing may stay behind in the decompressor.
         TemporaryFile const file(packed.substr(0, packed.size() - 4));
         EXPECT_TRUE(readAll(file.path(), 100).octets == plain);
     }
@@ -132,6 +143,80 @@ TEST(InputStreamTest, WhatFollowsOrIsDamagedIsReportedAfterWhatCouldBeRead) {
         EXPECT_TRUE(read.octets == first);
         EXPECT_TRUE(read.damage.ends_with(row.damage)) << read.damage;
     }
+}
+
+/** Octets whose bzip2 blocks hold the magic of a block where none begins: in the bitmap of the
+   octets that are used, sixteen bits for each sixteen of them. */
+std::string octetsWithMagicInside(std::size_t size) {
+    std::string used;
+    for (unsigned at = 0; at < 48; ++at) {
+        if ((0x314159265359U >> (47 - at) & 1) != 0) {
+            used += static_cast<char>(0x40 + at);
+        }
+    }
+    std::string out = noise(size);
+    for (char& octet : out) {
+        octet = used[static_cast<std::uint8_t>(octet) % used.size()];
+    }
+    return out;
+}
+
+TEST(InputStreamTest, SeveralThreadsDecompressWhatOneDoes) {
+    std::string const plain =
+        octetsWithMagicInside(250000) + noise(150000) + std::string(3000000, 'x');
+    std::string const packed = bzip2(plain) + bzip2("") + bzip2(noise(150000));
+    ASSERT_NE(packed.find("\x31\x41\x59\x26\x53\x59", 10), std::string::npos) << "not at an octet";
+    auto const expectSame = [](std::string const& octets, std::string const& what) {
+        TemporaryFile const file(octets);
+        Read const one = readAll(file.path(), 65536, 1);
+        Read const several = readAll(file.path(), 65536, 3);
+        EXPECT_TRUE(several.octets == one.octets) << what;
+        // The octet at which damage is noticed depends on how much is offered at a time.
+        auto const kind = [](std::string const& damage) {
+            return damage.substr(0, damage.find(" near")) +
+                   damage.substr(std::min(damage.rfind(':'), damage.size()));
+        };
+        EXPECT_EQ(kind(several.damage), kind(one.damage)) << what;
+    };
+    expectSame(packed, "whole");
+    expectSame(packed + "trailing", "trailing octets");
+    for (std::size_t at = 3; at < packed.size(); at += packed.size() / 16) {
+        expectSame(packed.substr(0, at), "first " + std::to_string(at) + " octets");
+        std::string damaged = packed;
+        damaged[at] = static_cast<char>(damaged[at] ^ 0x10);
+        expectSame(damaged, "octet " + std::to_string(at) + " changed");
+    }
+    for (std::size_t left = 1; left < 16; ++left) {
+        expectSame(packed.substr(0, packed.size() - left), "all but " + std::to_string(left));
+    }
+}
+
+TEST(InputStreamTest, ArchivesAreNamedAsSuch) {
+    std::string header(512, '\0');
+    header.replace(0, 8, "dump.mrt")
+        .replace(100, 7, "0000644")
+        .replace(257, 6, "ustar\0"s)
+        .replace(148, 8, "        ");
+    unsigned int sum = 0;
+    for (char const octet : header) {
+        sum += static_cast<std::uint8_t>(octet);
+    }
+    std::array<char, 8> digits{};
+    std::snprintf(digits.data(), digits.size(), "%06o", sum);
+    header.replace(148, 7, digits.data(), 7);
+    for (auto const& [octets, kind] : {std::pair(header, "tar"), std::pair(gzip(header), "tar"),
+                                       std::pair("PK\x03\x04\x14\0\0\0"s, "zip")}) {
+        TemporaryFile const file(octets);
+        try {
+            readAll(file.path());
+            ADD_FAILURE() << kind;
+        } catch (InputError const& error) {
+            EXPECT_EQ(error.what(),
+                      file.path() + ": is a " + kind + " archive; extract the dumps first");
+        }
+    }
+    header[0] = 'x'; // the sum is not that of a header
+    EXPECT_TRUE(readAll(TemporaryFile(header).path()).octets == header);
 }
 
 TEST(InputStreamTest, WhatCannotBeReadThrowsAndNamesIt) {

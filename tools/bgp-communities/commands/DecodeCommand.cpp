@@ -117,7 +117,8 @@ class DecodeRun {
 
     void decodeInput() try {
         InputStream input("-");
-        LineReader lines(input, [this] { output_.flush(); });
+        input.beforeWaitIs([this] { output_.flush(); });
+        LineReader lines(input);
         while (lines.next()) {
             auto const fault = lines.isTooLong() ? "a line too long for any path attribute"
                                                  : decodeLine(lines.line());

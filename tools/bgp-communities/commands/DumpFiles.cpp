@@ -1,5 +1,7 @@
 #include "DumpFiles.h"
 
+#include <unistd.h>
+
 #include "input/InputStream.h"
 #include "mrt/MrtReader.h"
 #include "text/StandardError.h"
@@ -8,11 +10,14 @@ namespace BgpCommunities {
 
 namespace {
 
+constexpr std::string_view standardInput[] = {"-"};
+
 /** Throws InputError, when `result` has what could be read until then. */
 void readDump(std::string const& path, AddPath addPath, DumpHandler& handler, Progress& progress,
               DumpResult& result) {
     auto const begun = Progress::Clock::now();
     InputStream input(path);
+    input.beforeWaitIs([&handler] { handler.beforeWait(); });
     ++result.files;
     handler.fileIs(input.name());
     MrtReader reader(input, handler, addPath);
@@ -32,7 +37,10 @@ void readDump(std::string const& path, AddPath addPath, DumpHandler& handler, Pr
 DumpInput::DumpInput(Arguments const& arguments)
   : files(arguments.operands()) {
     if (files.empty()) {
-        throw UsageError("no FILE is named");
+        if (::isatty(STDIN_FILENO) != 0) {
+            throw UsageError("no FILE given, and standard input is a terminal");
+        }
+        files = standardInput;
     }
     if (auto const value = arguments.value(addPathOption.name)) {
         addPath = *value == "auto" ? AddPath::automatic

@@ -26,10 +26,10 @@ inline constexpr Option addPathOption = {"--add-path", false, addPathValues};
 
 /** What a command reads, and how; a plain value. The names are the process's own. */
 struct DumpInput {
-    std::span<std::string_view const> files; // "-" is standard input
+    std::span<std::string_view const> files; // at least one; "-" is standard input
     AddPath addPath = AddPath::automatic;
 
-    /** The files that are named, at least one (else UsageError). */
+    /** The files that are named, or standard input unless that is a terminal (then UsageError). */
     explicit DumpInput(Arguments const& arguments);
 };
 

@@ -1,5 +1,6 @@
 #include "DumpJobs.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -44,6 +45,7 @@ class DumpWork {
   public:
     DumpWork(DumpInput const& input, std::size_t jobs, ProblemLog& log)
       : input_(input)
+      , jobs_(jobs)
       // The problems of dumps whose turn has not come are not bounded if all are named.
       , mostReaders_(log.verbose() ? 1 : jobs)
       , mostOctets_(jobs == 1 ? 0 : readyOctetsInAll)
@@ -58,6 +60,11 @@ class DumpWork {
     Task next();
     Batch emptyBatch();
     OctetBudget& budget() { return budget_; }
+
+    /** How many threads may decompress one dump. */
+    unsigned decompressors() const {
+        return static_cast<unsigned>(jobs_ / std::min(mostReaders_, input_.files.size()));
+    }
 
     /** Makes the batch one that waits to be read. */
     void submit(Batch batch);
@@ -86,6 +93,7 @@ class DumpWork {
     Batch takeReady();
 
     DumpInput const input_;
+    std::size_t const jobs_;
     std::size_t const mostReaders_;
     std::size_t const mostOctets_;
     Progress progress_;
@@ -229,7 +237,7 @@ class DumpCutter {
   private:
     void fill(RecordBatch& batch) {
         if (!input_) {
-            input_.emplace(std::string(work_.file(dump_)));
+            input_.emplace(std::string(work_.file(dump_)), work_.decompressors());
             records_.emplace(*input_, work_.addPath(), &work_.budget());
             work_.handleOpened();
         }

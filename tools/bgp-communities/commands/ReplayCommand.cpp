@@ -25,9 +25,11 @@ constexpr Option replayOptions[] = {{targetsOption}, addPathOption, {verboseOpti
 constexpr std::string_view replayHelp =
     R"(usage: bgp-communities replay [--targets] [--add-path[=HOW]] [--verbose] FILE...
 
-Applies MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2; "-" is standard input), one after the
-other, to a table of routes, each of which holds its interned lists of communities; then says how
-many routes, lists and communities there were, drops all routes, and checks that nothing is left.
+Applies MRT dumps (RFC 6396, RFC 8050), one after the other, to a table of routes, each of which
+holds its interned lists of communities; then prints how many routes, lists and communities there
+were, drops all routes, and checks that nothing is left.
+A FILE may be compressed (gzip, bzip2, xz, zstd). "-" is standard input, as is no FILE at all if
+that is a pipe.
 
   --targets         a line whenever a route target, or the set of route targets of a list, comes
                     into use or goes out of it: "+" or "-" and what it is, the record and its time;

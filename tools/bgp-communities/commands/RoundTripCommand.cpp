@@ -24,10 +24,12 @@ constexpr Option roundTripOptions[] = {{jsonOption}, addPathOption, {verboseOpti
 constexpr std::string_view roundTripHelp =
     R"(usage: bgp-communities roundtrip [--json] [--add-path[=HOW]] [--verbose] FILE...
 
-Checks that MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2; "-" is standard input) survive the
-way in and out again: every well-formed attribute of communities (types 8, 16, 25 and 32, repeated
-ones too) is decoded, interned and written, and what is written is compared with what its members
-demand, each once and in ascending order, worked out without the library.
+Checks that the communities of MRT dumps (RFC 6396, RFC 8050) survive decoding and encoding: every
+well-formed attribute of communities (types 8, 16, 25 and 32, repeated ones too) is decoded, interned
+and written, and what is written is compared with its members, each once and in ascending order,
+encoded without the library.
+A FILE may be compressed (gzip, bzip2, xz, zstd). "-" is standard input, as is no FILE at all if
+that is a pipe.
 
   --json            one JSON object instead of the line that says how many attributes were compared
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided

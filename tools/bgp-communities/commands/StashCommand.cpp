@@ -24,9 +24,11 @@ constexpr Option stashOptions[] = {{outOption, true}, addPathOption, {verboseOpt
 constexpr std::string_view stashHelp =
     R"(usage: bgp-communities stash --out STORE [--add-path[=HOW]] [--verbose] FILE...
 
-Writes the distinct lists of communities of MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2; "-"
-is standard input) into a store, each with how many attributes carried it, the most used first: for
-`bgp-communities show`, and for every other process that maps stores.
+Writes the distinct lists of communities of MRT dumps (RFC 6396, RFC 8050) into a store, each with
+how many attributes carried it, the most used first: for `bgp-communities show`, and for every other
+process that maps stores.
+A FILE may be compressed (gzip, bzip2, xz, zstd). "-" is standard input, as is no FILE at all if
+that is a pipe.
 
   --out STORE       a file or, as shm:/NAME, a POSIX shared-memory segment
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided

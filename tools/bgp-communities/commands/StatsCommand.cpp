@@ -27,12 +27,14 @@ constexpr Option statsOptions[] = {
 constexpr std::string_view statsHelp =
     R"(usage: bgp-communities stats [--json] [--jobs N] [--add-path[=HOW]] [--verbose] FILE...
 
-Counts what MRT dumps hold (RFC 6396, RFC 8050; plain, gzip or bzip2; "-" is standard input), all
-of them together.
+Counts what MRT dumps hold (RFC 6396, RFC 8050), all of them together.
+A FILE may be compressed (gzip, bzip2, xz, zstd). "-" is standard input, as is no FILE at all if
+that is a pipe.
 
   --json            one JSON object
   --jobs N          read in N threads, 1 to 256; 1 if not given. What is counted and named is the
-                    same for every N. Each takes up to 16 MB for reading; records above 256 kB
+                    same for every N. The blocks of one bzip2 dump are decompressed in N
+                    threads. Each takes up to 16 MB for reading; records above 256 kB
                     share 32 MB more, and RIB records above 16 MB are not read
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
                     for each message and family; no; or yes, which HOW may be left out for

@@ -44,7 +44,6 @@ bool LineReader::next() {
 
 /** Reads more behind what there is; false at the end of the input. */
 bool LineReader::fill() {
-    beforeRead_();
     buffer_.erase(0, begin_);
     end_ -= begin_;
     begin_ = 0;

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "InputStream.h"
 
@@ -21,14 +19,11 @@ class LineReader {
     /** Far more than the digits of any path attribute. */
     static constexpr std::size_t maxLineOctets = std::size_t{1} << 20;
 
-    /** `beforeRead` is called before each read of the input, which may wait: an interactive program
-        writes there what it has to say about the lines so far. */
-    LineReader(InputStream& input, std::function<void()> beforeRead)
-      : input_(input)
-      , beforeRead_(std::move(beforeRead)) {}
+    explicit LineReader(InputStream& input)
+      : input_(input) {}
 
     /** Takes the next line, good until the next call, without its end ("\n" or "\r\n"); false at
-        the end of the input. Throws InputError, and what `beforeRead` throws. */
+        the end of the input. Throws InputError, and what is thrown before a wait for input. */
     bool next();
 
     [[nodiscard]] std::string_view line() const { return line_; }
@@ -44,7 +39,6 @@ class LineReader {
     void passOverRest();
 
     InputStream& input_;
-    std::function<void()> beforeRead_;
     std::string buffer_;
     std::size_t begin_ = 0; // of what has not been taken
     std::size_t end_ = 0;   // of what has been read

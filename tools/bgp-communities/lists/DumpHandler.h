@@ -25,6 +25,9 @@ class DumpHandler : public RouteHandler {
 
     [[nodiscard]] ProblemLog& log() { return log_; }
 
+    /** Called before each wait for octets of a pipe: what there is to say by now is written. */
+    virtual void beforeWait() {}
+
   protected:
     void refuse(RecordPosition const& at, std::string_view reason) {
         log_.reportRefused(file_, at, reason);

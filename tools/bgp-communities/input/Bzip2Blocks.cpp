@@ -1,0 +1,476 @@
+#include "Bzip2Blocks.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <new>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include <bzlib.h>
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr std::uint64_t blockMagic = 0x314159265359;
+constexpr std::uint64_t endMagic = 0x177245385090;
+constexpr unsigned magicBits = 48;
+constexpr unsigned checksumBits = 32;
+constexpr std::string_view wrongData = "incorrect data check";
+
+/** 900,000 symbols of at most 20 bits, and their tables. */
+constexpr std::uint64_t maxBlockBits = std::uint64_t{8} * (5U << 19);
+
+/** What a thread decodes of a block before it is asked for: most blocks whole. Runs of one octet
+   can make 46 MB of one. */
+constexpr std::size_t firstOctets = 1U << 20;
+
+/** By the third octet from the end of eight: how many bits of a magic may end before the last one's
+    end, as a bit set. The octet lies inside of the magic for each of them. */
+constexpr std::array<std::uint8_t, 256> magicShifts = [] {
+    std::array<std::uint8_t, 256> shifts{};
+    for (std::uint64_t const magic : {blockMagic, endMagic}) {
+        for (unsigned shift = 0; shift < 8; ++shift) {
+            auto& entry = shifts[(magic << shift >> 16) & 0xff];
+            entry = static_cast<std::uint8_t>(entry | 1U << shift);
+        }
+    }
+    return shifts;
+}();
+
+constexpr std::uint64_t lowBits(std::uint64_t value, unsigned count) {
+    return value & ((std::uint64_t{1} << count) - 1);
+}
+
+} // namespace
+
+/**
+ * One block, decoded as a member of its own, or octet by octet until it ends.
+ *
+ * Thread-compatible; its state belongs to the mutex of the decoder.
+ */
+class Bzip2Blocks::Block {
+  public:
+    enum class State : std::uint8_t { waiting, running, done };
+
+    State state = State::waiting;
+
+    explicit Block(std::vector<std::uint8_t> member)
+      : in_(std::move(member)) {}
+
+    ~Block() { stop(); }
+
+    Block(Block const&) = delete;
+    Block& operator=(Block const&) = delete;
+
+    /** Decodes the first octets. If that fails for any reason, nothing is decoded. */
+    void decode() noexcept {
+        try {
+            start();
+            offer(in_);
+            fill();
+        } catch (std::exception const&) {
+            fail();
+        }
+        if (damaged_) {
+            filled_ = 0;
+        }
+    }
+
+    /** For a block without a known end: decodes one more octet. False once it is decoded, or
+        damaged. */
+    bool feed(std::uint8_t octet) {
+        if (!open_) {
+            open_ = true;
+            start();
+        }
+        in_.assign(1, octet);
+        offer(in_);
+        fill();
+        return filled_ == 0 && !damaged_;
+    }
+
+    /** The next decoded octets; 0 at the end. */
+    std::size_t read(std::span<std::uint8_t> out) {
+        if (taken_ < filled_) {
+            std::size_t const count = std::min(out.size(), filled_ - taken_);
+            std::copy_n(out_.begin() + static_cast<std::ptrdiff_t>(taken_), count, out.begin());
+            taken_ += count;
+            return count;
+        }
+        return started_ ? step(out) : 0;
+    }
+
+    /** After the last octet: the block is damaged, or not all of what lies between its ends. */
+    [[nodiscard]] bool damaged() const { return damaged_; }
+
+  private:
+    void start() {
+        if (BZ2_bzDecompressInit(&stream_, 0, 0) != BZ_OK) {
+            throw std::bad_alloc();
+        }
+        started_ = true;
+    }
+
+    void stop() {
+        if (std::exchange(started_, false)) {
+            BZ2_bzDecompressEnd(&stream_);
+        }
+    }
+
+    void fail() {
+        damaged_ = true;
+        stop();
+    }
+
+    void offer(std::vector<std::uint8_t>& in) {
+        stream_.next_in = reinterpret_cast<char*>(in.data());
+        stream_.avail_in = static_cast<unsigned int>(in.size());
+    }
+
+    void fill() {
+        out_.resize(firstOctets);
+        for (std::size_t more = 1; more != 0 && started_ && filled_ < out_.size(); filled_ += more) {
+            more = step(std::span(out_).subspan(filled_));
+        }
+    }
+
+    std::size_t step(std::span<std::uint8_t> out) {
+        stream_.next_out = reinterpret_cast<char*>(out.data());
+        stream_.avail_out = static_cast<unsigned int>(out.size());
+        int const result = BZ2_bzDecompress(&stream_);
+        std::size_t const got = out.size() - stream_.avail_out;
+        if (result == BZ_STREAM_END) {
+            stop();
+        } else if (result != BZ_OK || (got == 0 && !open_)) {
+            fail();
+        }
+        return got;
+    }
+
+    bz_stream stream_ = {};
+    bool started_ = false;
+    bool open_ = false;
+    bool damaged_ = false;
+    std::vector<std::uint8_t> in_;
+    std::vector<std::uint8_t> out_;
+    std::size_t filled_ = 0; // of out_
+    std::size_t taken_ = 0;
+};
+
+Bzip2Blocks::Bzip2Blocks(InputSource& source, unsigned threads)
+  : MemberDecoder(source, "bzip2")
+  , maxThreads_(threads) {
+    enterMember(0);
+}
+
+Bzip2Blocks::~Bzip2Blocks() {
+    std::lock_guard const lock(mutex_);
+    stop_ = true;
+    changed_.notify_all();
+}
+
+std::size_t Bzip2Blocks::read(std::span<std::uint8_t> out) {
+    while (!ended()) {
+        if (current_.block) {
+            if (std::size_t const got = current_.block->read(out)) {
+                return got;
+            }
+            finishBlock();
+        } else if (!nextPiece()) {
+            end();
+        }
+    }
+    return 0;
+}
+
+void Bzip2Blocks::finishBlock() {
+    if (current_.block->damaged()) {
+        reportDamage(cutBit_ / 8, wrongData);
+    }
+    memberChecksum_ = std::rotl(memberChecksum_, 1) ^ current_.checksum;
+    current_.block.reset();
+}
+
+/** Takes the next piece; false at a proper end. */
+bool Bzip2Blocks::nextPiece() {
+    cutMore();
+    if (pieces_.empty()) {
+        if (failure_) {
+            std::rethrow_exception(std::exchange(failure_, nullptr));
+        }
+        return false;
+    }
+    Piece piece = std::move(pieces_.front());
+    pieces_.pop_front();
+    dropBefore(piece.bit);
+    switch (piece.kind) {
+    case Piece::Kind::block:
+        await(piece.block);
+        if (!piece.block || piece.block->damaged()) {
+            piece.block = decodeAgain(piece);
+        }
+        current_ = std::move(piece);
+        break;
+    case Piece::Kind::memberEnd:
+        if (piece.checksum != std::exchange(memberChecksum_, 0)) {
+            reportDamage((piece.bit + magicBits + checksumBits) / 8, wrongData);
+        }
+        break;
+    case Piece::Kind::truncated:
+        reportTruncation();
+        break;
+    case Piece::Kind::damaged:
+        reportDamage(piece.bit / 8, wrongData);
+        break;
+    case Piece::Kind::trailing:
+        reportTrailing(bitsHeld() / 8 - piece.bit / 8);
+        break;
+    }
+    return true;
+}
+
+/** Waits until a thread has decoded the block, or decodes it if none has begun to. */
+void Bzip2Blocks::await(std::shared_ptr<Block> const& block) {
+    if (!block) {
+        return;
+    }
+    std::unique_lock lock(mutex_);
+    if (block->state == Block::State::waiting) {
+        std::erase(waiting_, block);
+        lock.unlock();
+        block->decode();
+        return;
+    }
+    changed_.wait(lock, [&] { return block->state == Block::State::done; });
+}
+
+/** Decodes a block whose end is not where a magic was found, if anywhere, and cuts anew from where
+   it ends. */
+std::shared_ptr<Bzip2Blocks::Block> Bzip2Blocks::decodeAgain(Piece const& piece) {
+    auto block = std::make_shared<Block>(std::vector<std::uint8_t>());
+    for (std::uint8_t const octet :
+         {std::uint8_t{'B'}, std::uint8_t{'Z'}, std::uint8_t{'h'}, piece.level}) {
+        block->feed(octet);
+    }
+    std::uint64_t bit = piece.bit;
+    for (bool more = true; more; bit += 8) {
+        if (!hold(bit + 8)) {
+            auto const left = static_cast<unsigned>(bitsHeld() - std::min(bit, bitsHeld()));
+            bool const undecided =
+                left == 0 || block->feed(static_cast<std::uint8_t>(bits(bit, left) << (8 - left)));
+            pieces_.clear();
+            cutEnded_ = true;
+            push(Piece::Kind::truncated, bit);
+            return undecided ? std::make_shared<Block>(std::vector<std::uint8_t>()) : block;
+        }
+        more = block->feed(static_cast<std::uint8_t>(bits(bit, 8)));
+    }
+    if (block->damaged()) {
+        cutBit_ = bit;
+    } else {
+        level_ = piece.level;
+        resumeCutting(bit);
+    }
+    return block;
+}
+
+/** Of a block that ends within the octet before `blockEnd`. */
+void Bzip2Blocks::resumeCutting(std::uint64_t blockEnd) {
+    pieces_.clear();
+    {
+        std::lock_guard const lock(mutex_);
+        waiting_.clear();
+    }
+    for (cutBit_ = blockEnd - 7; cutBit_ <= blockEnd; ++cutBit_) {
+        if (!hold(cutBit_ + magicBits)) {
+            push(Piece::Kind::truncated, cutBit_);
+            cutEnded_ = true;
+            return;
+        }
+        if (isMagic(cutBit_)) {
+            cutEnded_ = false;
+            return;
+        }
+    }
+    push(Piece::Kind::damaged, blockEnd);
+    cutEnded_ = true;
+}
+
+void Bzip2Blocks::cutMore() try {
+    while (!cutEnded_ && pieces_.size() < std::size_t{2} * maxThreads_) {
+        cutOne();
+    }
+} catch (InputError const&) {
+    cutEnded_ = true;
+    failure_ = std::current_exception();
+}
+
+void Bzip2Blocks::cutOne() {
+    std::uint64_t const begin = cutBit_;
+    bool const whole = hold(begin + magicBits + checksumBits);
+    if (bits(begin, magicBits) == blockMagic) {
+        auto const end = whole ? findMagic(begin + magicBits + checksumBits) : std::nullopt;
+        pushBlock(begin, end);
+        cutBit_ = end.value_or(begin);
+        cutEnded_ = !end;
+    } else if (whole) {
+        auto const checksum = static_cast<std::uint32_t>(bits(begin + magicBits, checksumBits));
+        push(Piece::Kind::memberEnd, begin, checksum);
+        enterMember((begin + magicBits + checksumBits + 7) / 8);
+    } else {
+        push(Piece::Kind::truncated, begin);
+        cutEnded_ = true;
+    }
+}
+
+/** Begins to cut a member there, or ends the cutting. */
+void Bzip2Blocks::enterMember(std::uint64_t octet) {
+    cutBit_ = (octet + 4) * 8;
+    bool const whole = hold((octet + longestMagic) * 8);
+    Octets const held = Octets(raw_).subspan(octet - rawOffset_);
+    Octets const head = held.first(std::min(held.size(), longestMagic));
+    cutEnded_ = !whole || !startsBzip2(head);
+    if (head.size() >= 3 && startsBzip2(head)) {
+        if (whole) {
+            level_ = head[3];
+        } else {
+            push(Piece::Kind::truncated, octet * 8);
+        }
+    } else if (!head.empty()) {
+        push(Piece::Kind::trailing, octet * 8);
+    }
+}
+
+void Bzip2Blocks::push(Piece::Kind kind, std::uint64_t bit, std::uint32_t checksum) {
+    pieces_.push_back({kind, level_, bit, checksum, nullptr});
+}
+
+void Bzip2Blocks::pushBlock(std::uint64_t bit, std::optional<std::uint64_t> end) {
+    push(Piece::Kind::block, bit, static_cast<std::uint32_t>(bits(bit + magicBits, checksumBits)));
+    if (!end) {
+        return;
+    }
+    auto const block = std::make_shared<Block>(memberOf(bit, *end));
+    pieces_.back().block = block;
+    if (pieces_.size() > 1) {
+        startThread();
+    }
+    std::lock_guard const lock(mutex_);
+    waiting_.push_back(block);
+    changed_.notify_all();
+}
+
+/** The bits as a member of their own: with a header, and the end that belongs to them. */
+std::vector<std::uint8_t> Bzip2Blocks::memberOf(std::uint64_t begin, std::uint64_t end) const {
+    std::vector<std::uint8_t> member;
+    member.reserve((end - begin) / 8 + 20);
+    member.assign({'B', 'Z', 'h', level_});
+    unsigned const shift = begin % 8;
+    std::uint8_t const* at = raw_.data() + (begin / 8 - rawOffset_);
+    for (std::uint64_t octet = (end - begin) / 8; octet != 0; --octet, ++at) {
+        member.push_back(
+            shift == 0 ? *at : static_cast<std::uint8_t>(at[0] << shift | at[1] >> (8 - shift)));
+    }
+    // Less than an octet of the block, the magic of the end, the checksum.
+    unsigned count = (end - begin) % 8;
+    std::uint64_t pending = bits(end - count, count);
+    auto const append = [&](std::uint64_t value, unsigned more) {
+        while (more-- != 0) {
+            pending = pending << 1 | (value >> more & 1);
+            if (++count == 8) {
+                member.push_back(static_cast<std::uint8_t>(pending));
+                count = 0;
+            }
+        }
+    };
+    append(endMagic, magicBits);
+    append(bits(begin + magicBits, checksumBits), checksumBits);
+    append(0, 7);
+    return member;
+}
+
+/** The first magic from `bit` on that can end a block which begins shortly before. */
+std::optional<std::uint64_t> Bzip2Blocks::findMagic(std::uint64_t bit) {
+    std::uint64_t const last = bit + maxBlockBits;
+    std::uint64_t window = 0; // the last eight octets
+    for (std::uint64_t octet = bit / 8; octet * 8 < last && hold(octet * 8 + 8); ++octet) {
+        window = window << 8 | raw_[octet - rawOffset_];
+        if (std::uint8_t const shifts = magicShifts[window >> 16 & 0xff]; shifts != 0) {
+            for (unsigned shift = 8; shift-- > 0;) {
+                std::uint64_t const value = lowBits(window >> shift, magicBits);
+                std::uint64_t const begin = octet * 8 + 8 - shift - magicBits;
+                if ((value == blockMagic || value == endMagic) && begin >= bit) {
+                    return begin;
+                }
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+/** Reads the source up to there; false if it ends before. */
+bool Bzip2Blocks::hold(std::uint64_t bit) {
+    while (bitsHeld() < bit) {
+        Octets const more = source_.peek(1);
+        if (more.empty()) {
+            return false;
+        }
+        raw_.insert(raw_.end(), more.begin(), more.end());
+        source_.consume(more.size());
+    }
+    return true;
+}
+
+/** At most 57 bits; zeros for what is not held. */
+std::uint64_t Bzip2Blocks::bits(std::uint64_t bit, unsigned count) const {
+    std::uint64_t window = 0;
+    std::size_t const first = bit / 8 - rawOffset_;
+    for (std::size_t at = first; at < first + 8; ++at) {
+        window = window << 8 | (at < raw_.size() ? raw_[at] : 0U);
+    }
+    return count == 0 ? 0 : window << bit % 8 >> (64 - count);
+}
+
+bool Bzip2Blocks::isMagic(std::uint64_t bit) const {
+    std::uint64_t const value = bits(bit, magicBits);
+    return value == blockMagic || value == endMagic;
+}
+
+void Bzip2Blocks::dropBefore(std::uint64_t bit) {
+    std::uint64_t const octets = bit / 8 - rawOffset_;
+    raw_.erase(raw_.begin(), raw_.begin() + static_cast<std::ptrdiff_t>(octets));
+    rawOffset_ += octets;
+}
+
+/** One thread more, if there may be; without it the others, or the caller, decode its blocks. */
+void Bzip2Blocks::startThread() {
+    if (threads_.size() < maxThreads_) {
+        try {
+            threads_.emplace_back(&Bzip2Blocks::work, this);
+        } catch (std::system_error const&) {
+        }
+    }
+}
+
+void Bzip2Blocks::work() {
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        changed_.wait(lock, [this] { return stop_ || !waiting_.empty(); });
+        if (stop_) {
+            return;
+        }
+        auto const block = std::move(waiting_.front());
+        waiting_.pop_front();
+        block->state = Block::State::running;
+        lock.unlock();
+        block->decode();
+        lock.lock();
+        block->state = Block::State::done;
+        changed_.notify_all();
+    }
+}
+
+} // namespace BgpCommunities

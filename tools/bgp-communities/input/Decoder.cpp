@@ -1,0 +1,336 @@
+#include "Decoder.h"
+
+#include <algorithm>
+#include <array>
+
+#include <bzlib.h>
+#include <lzma.h>
+#include <zlib.h>
+#include <zstd.h>
+
+#include "Bzip2Blocks.h"
+
+namespace BgpCommunities {
+
+std::size_t MemberDecoder::read(std::span<std::uint8_t> out) {
+    while (!ended_) {
+        if (!inMember_ && !enterMember()) {
+            break;
+        }
+        // At the end of the file the decompressor may still hold octets that had no room.
+        Step const step = decompress(source_.peek(1), out);
+        source_.consume(step.consumed);
+        inMember_ = !step.memberEnded;
+        if (!step.fault.empty()) {
+            reportDamage(source_.consumed(), step.fault);
+        } else if (inMember_ && step.consumed == 0 && step.produced == 0) {
+            reportTruncation();
+        }
+        if (step.produced != 0) {
+            return step.produced;
+        }
+    }
+    return 0;
+}
+
+bool MemberDecoder::enterMember() {
+    if (!startsMember(source_.peek(longestMagic))) {
+        reportTrailing();
+        return false;
+    }
+    startMember();
+    inMember_ = true;
+    return true;
+}
+
+void MemberDecoder::reportDamage(std::uint64_t offset, std::string_view fault) {
+    damage_ = "the " + format_ + " data are damaged near octet " + std::to_string(offset) + ": " +
+              std::string(fault);
+    ended_ = true;
+}
+
+void MemberDecoder::reportTruncation() {
+    damage_ = "the " + format_ + " data end in the middle of a member";
+    ended_ = true;
+}
+
+void MemberDecoder::reportTrailing(std::uint64_t more) {
+    for (Octets in = source_.peek(1); !in.empty(); in = source_.peek(1)) {
+        more += in.size();
+        source_.consume(in.size());
+    }
+    if (more != 0) {
+        damage_ =
+            std::to_string(more) + " octets after the " + format_ + " data are not " + format_;
+    }
+    ended_ = true;
+}
+
+namespace {
+
+/** `head` begins with `magic`, as far as both go. */
+bool agree(Octets head, Octets magic) {
+    std::size_t const count = std::min(head.size(), magic.size());
+    return std::equal(head.begin(), head.begin() + static_cast<std::ptrdiff_t>(count),
+                      magic.begin());
+}
+
+// gzip member (RFC 1952): 1f 8b, then the only compression method that there is.
+constexpr std::array<std::uint8_t, 3> gzipMagic = {0x1f, 0x8b, 0x08};
+constexpr std::array<std::uint8_t, 6> xzMagic = {0xfd, '7', 'z', 'X', 'Z', 0};
+constexpr std::array<std::uint8_t, 4> zstdMagic = {0x28, 0xb5, 0x2f, 0xfd}; // RFC 8878
+// A bzip2 member: "BZh", block size '1' to '9', and the magic of its first block, or of its end if
+// it is empty. "BZh1" alone would also be the timestamp of an MRT record of April 2005.
+constexpr std::array<std::uint8_t, 3> bzip2Magic = {'B', 'Z', 'h'};
+constexpr std::array<std::uint8_t, 6> bzip2Block = {0x31, 0x41, 0x59, 0x26, 0x53, 0x59};
+constexpr std::array<std::uint8_t, 6> bzip2End = {0x17, 0x72, 0x45, 0x38, 0x50, 0x90};
+
+bool startsGzip(Octets head) {
+    return agree(head, gzipMagic);
+}
+
+bool startsXz(Octets head) {
+    return agree(head, xzMagic);
+}
+
+bool startsZstd(Octets head) {
+    return agree(head, zstdMagic);
+}
+
+/** 50 to 5f, then 2a 4d 18: in a dump also times from August 2012 on, so a file that begins with
+   one is not taken for zstd. */
+bool startsSkippableZstd(Octets head) {
+    return head.size() >= 4 && head[0] >> 4 == 5 && head[1] == 0x2a && head[2] == 0x4d &&
+           head[3] == 0x18;
+}
+
+/** zlib's and libbz2's counters are `unsigned int`: more than that is not offered at a time. */
+unsigned int offered(std::size_t size) {
+    return static_cast<unsigned int>(std::min<std::size_t>(size, 1U << 30));
+}
+
+class GzipDecoder final : public MemberDecoder {
+  public:
+    explicit GzipDecoder(InputSource& source)
+      : MemberDecoder(source, "gzip") {
+        constexpr int gzipWithLargestWindow = 16 + MAX_WBITS;
+        if (inflateInit2(&stream_, gzipWithLargestWindow) != Z_OK) {
+            throw InputError(source.name() + ": gzip decompression does not start");
+        }
+    }
+
+    ~GzipDecoder() override { inflateEnd(&stream_); }
+
+  protected:
+    [[nodiscard]] bool startsMember(Octets head) const override {
+        return head.size() >= 2 && startsGzip(head);
+    }
+
+    void startMember() override { inflateReset(&stream_); }
+
+    Step decompress(Octets in, std::span<std::uint8_t> out) override {
+        // zlib is compiled without const for its input; it does not write there.
+        stream_.next_in = const_cast<Bytef*>(in.data());
+        stream_.avail_in = offered(in.size());
+        stream_.next_out = out.data();
+        stream_.avail_out = offered(out.size());
+        unsigned int const inBefore = stream_.avail_in;
+        unsigned int const outBefore = stream_.avail_out;
+        int const result = inflate(&stream_, Z_NO_FLUSH);
+        Step step = {inBefore - stream_.avail_in, outBefore - stream_.avail_out,
+                     result == Z_STREAM_END, ""};
+        if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) {
+            step.fault = stream_.msg != nullptr ? stream_.msg : zError(result);
+        }
+        return step;
+    }
+
+  private:
+    z_stream stream_ = {};
+};
+
+class Bzip2Decoder final : public MemberDecoder {
+  public:
+    explicit Bzip2Decoder(InputSource& source)
+      : MemberDecoder(source, "bzip2") {}
+
+    ~Bzip2Decoder() override { stop(); }
+
+  protected:
+    [[nodiscard]] bool startsMember(Octets head) const override {
+        return head.size() >= bzip2Magic.size() && startsBzip2(head);
+    }
+
+    void startMember() override {
+        stop();
+        if (BZ2_bzDecompressInit(&stream_, 0, 0) != BZ_OK) {
+            throw InputError(source_.name() + ": bzip2 decompression does not start");
+        }
+        started_ = true;
+    }
+
+    Step decompress(Octets in, std::span<std::uint8_t> out) override {
+        // libbz2 speaks of char, and of input that is not const, and writes to its output only.
+        stream_.next_in = const_cast<char*>(reinterpret_cast<char const*>(in.data()));
+        stream_.avail_in = offered(in.size());
+        stream_.next_out = reinterpret_cast<char*>(out.data());
+        stream_.avail_out = offered(out.size());
+        unsigned int const inBefore = stream_.avail_in;
+        unsigned int const outBefore = stream_.avail_out;
+        int const result = BZ2_bzDecompress(&stream_);
+        Step step = {inBefore - stream_.avail_in, outBefore - stream_.avail_out,
+                     result == BZ_STREAM_END, ""};
+        if (result != BZ_OK && result != BZ_STREAM_END) {
+            step.fault = result == BZ_MEM_ERROR ? "not enough memory" : "incorrect data check";
+        }
+        return step;
+    }
+
+  private:
+    void stop() {
+        if (started_) {
+            BZ2_bzDecompressEnd(&stream_);
+            started_ = false;
+            stream_ = {};
+        }
+    }
+
+    bz_stream stream_ = {};
+    bool started_ = false;
+};
+
+class XzDecoder final : public MemberDecoder {
+  public:
+    explicit XzDecoder(InputSource& source)
+      : MemberDecoder(source, "xz") {}
+
+    ~XzDecoder() override { lzma_end(&stream_); }
+
+  protected:
+    [[nodiscard]] bool startsMember(Octets head) const override {
+        return head.size() >= xzMagic.size() && startsXz(head);
+    }
+
+    void startMember() override {
+        // `xz -9` needs 65 MB to decompress.
+        constexpr std::uint64_t mostOctets = std::uint64_t{128} << 20;
+        if (lzma_stream_decoder(&stream_, mostOctets, 0) != LZMA_OK) {
+            throw InputError(source_.name() + ": xz decompression does not start");
+        }
+    }
+
+    Step decompress(Octets in, std::span<std::uint8_t> out) override {
+        stream_.next_in = in.data();
+        stream_.avail_in = in.size();
+        stream_.next_out = out.data();
+        stream_.avail_out = out.size();
+        lzma_ret const result = lzma_code(&stream_, LZMA_RUN);
+        Step step = {in.size() - stream_.avail_in, out.size() - stream_.avail_out,
+                     result == LZMA_STREAM_END, ""};
+        if (result == LZMA_MEMLIMIT_ERROR) {
+            step.fault = "more than 128 MB of memory needed";
+        } else if (result == LZMA_MEM_ERROR) {
+            step.fault = "not enough memory";
+        } else if (result != LZMA_OK && result != LZMA_STREAM_END && result != LZMA_BUF_ERROR) {
+            step.fault = "incorrect data check";
+        }
+        return step;
+    }
+
+  private:
+    lzma_stream stream_ = LZMA_STREAM_INIT;
+};
+
+class ZstdDecoder final : public MemberDecoder {
+  public:
+    explicit ZstdDecoder(InputSource& source)
+      : MemberDecoder(source, "zstd")
+      , stream_(ZSTD_createDStream()) {
+        // The library bounds the window, and so the memory, to 128 MB by default.
+        if (stream_ == nullptr) {
+            throw InputError(source.name() + ": zstd decompression does not start");
+        }
+    }
+
+    ~ZstdDecoder() override { ZSTD_freeDStream(stream_); }
+
+  protected:
+    [[nodiscard]] bool startsMember(Octets head) const override {
+        return (head.size() >= zstdMagic.size() && startsZstd(head)) || startsSkippableZstd(head);
+    }
+
+    void startMember() override { ZSTD_initDStream(stream_); }
+
+    Step decompress(Octets in, std::span<std::uint8_t> out) override {
+        ZSTD_inBuffer input = {in.data(), in.size(), 0};
+        ZSTD_outBuffer output = {out.data(), out.size(), 0};
+        std::size_t const result = ZSTD_decompressStream(stream_, &output, &input);
+        Step step = {input.pos, output.pos, result == 0, ""};
+        if (ZSTD_isError(result) != 0) {
+            step.fault = ZSTD_getErrorName(result);
+        }
+        return step;
+    }
+
+  private:
+    ZSTD_DStream* stream_;
+};
+
+/** A format by which a file can be compressed. */
+struct Format {
+    std::size_t leastOctets; // of a head that tells it from any other
+    bool (*starts)(Octets head);
+    std::unique_ptr<Decoder> (*make)(InputSource& source, unsigned threads);
+};
+
+template <class FormatDecoder>
+std::unique_ptr<Decoder> make(InputSource& source, unsigned /*threads*/) {
+    return std::make_unique<FormatDecoder>(source);
+}
+
+std::unique_ptr<Decoder> makeBzip2(InputSource& source, unsigned threads) {
+    if (threads > 1) {
+        return std::make_unique<Bzip2Blocks>(source, threads);
+    }
+    return std::make_unique<Bzip2Decoder>(source);
+}
+
+constexpr std::array<Format, 4> formats = {{
+    {2, startsGzip, make<GzipDecoder>},
+    {bzip2Magic.size(), startsBzip2, makeBzip2},
+    {xzMagic.size(), startsXz, make<XzDecoder>},
+    {zstdMagic.size(), startsZstd, make<ZstdDecoder>},
+}};
+
+} // namespace
+
+bool startsBzip2(Octets head) {
+    if (!agree(head, bzip2Magic) || (head.size() > 3 && (head[3] < '1' || head[3] > '9'))) {
+        return false;
+    }
+    Octets const block = head.subspan(std::min<std::size_t>(head.size(), 4));
+    return agree(block, bzip2Block) || agree(block, bzip2End);
+}
+
+std::unique_ptr<Decoder> decoderFor(InputSource& source, unsigned threads) {
+    // A little at a time: whoever types into a pipe is not kept waiting for more than it takes to
+    // tell the format.
+    for (std::size_t count = 2; true; ++count) {
+        Octets const seen = source.peek(count);
+        Octets const head = seen.first(std::min(seen.size(), longestMagic));
+        auto const format = std::find_if(formats.begin(), formats.end(),
+                                         [&](Format const& it) { return it.starts(head); });
+        if (format == formats.end()) {
+            break;
+        }
+        if (head.size() < count || count == longestMagic) {
+            if (head.size() < format->leastOctets) {
+                break;
+            }
+            return format->make(source, threads);
+        }
+    }
+    return std::make_unique<Decoder>(source);
+}
+
+} // namespace BgpCommunities
