@@ -20,7 +20,9 @@ function(move_to component from to)
 endfunction()
 
 # The loader finds libraries in this folder by itself.
-file(GLOB binaries ${stage}/library/usr/${CPACK_VOBGP_LIBDIR}/*.so.*.*.* ${stage}/program/usr/bin/*)
+file(GLOB binaries
+  ${stage}/library/usr/${CPACK_VOBGP_LIBDIR}/*.so.${CPACK_PACKAGE_VERSION}
+  ${stage}/program/usr/bin/*)
 foreach(binary ${binaries})
   file(RPATH_REMOVE FILE ${binary})
 endforeach()
@@ -29,12 +31,18 @@ run(strip --strip-unneeded ${unneeded} ${binaries})
 file(GLOB archives ${stage}/development/usr/${CPACK_VOBGP_LIBDIR}/*.a)
 run(strip --strip-debug --enable-deterministic-archives ${unneeded} ${archives})
 
+set(printers libVoBgpPlatform.so.${CPACK_PACKAGE_VERSION}-gdb.py)
+move_to(library ${CPACK_VOBGP_LIBDIR}/${printers}
+  share/gdb/auto-load/usr/${CPACK_VOBGP_LIBDIR}/${printers})
+
 run(gzip -9n ${stage}/program/usr/share/man/man1/bgp-communities.1)
 move_to(program share/zsh/site-functions/_bgp-communities
   share/zsh/vendor-completions/_bgp-communities)
 set(doc share/doc/${CPACK_VOBGP_DOCUMENTATION_PACKAGE})
 move_to(documentation ${CPACK_VOBGP_DOCDIR} ${doc})
-file(REMOVE ${stage}/documentation/usr/${doc}/LICENSE ${stage}/documentation/usr/${doc}/CHANGELOG.md)
+file(REMOVE
+  ${stage}/documentation/usr/${doc}/LICENSE
+  ${stage}/documentation/usr/${doc}/CHANGELOG.md)
 
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC) # heeds SOURCE_DATE_EPOCH
 set(files ${CPACK_VOBGP_SOURCE_DIR}/cmake/debian)

@@ -26,6 +26,11 @@ install(TARGETS ${targets} EXPORT VoBgpTargets
     COMPONENT library NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 
+if(NOT VOBGP_STATIC)
+  # Where gdb looks for the printers of this library: beside it.
+  install(FILES gdb/printers.py DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
+    RENAME libVoBgpPlatform.so.${PROJECT_VERSION}-gdb.py)
+endif()
 install(DIRECTORY src-includes/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vobgp
   COMPONENT development FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
