@@ -8,6 +8,31 @@ build_packages=(
     libgtest-dev libgmock-dev zlib1g-dev libbz2-dev liblzma-dev libzstd-dev
 )
 
+# usage: prints what the head of the script says.
+usage() {
+    sed -n '2,/^[^#]/s/^# \{0,1\}//p' "scripts/${0##*/}"
+}
+
+# answer_help ARGUMENT...: prints the usage and ends the script if the first argument is --help.
+answer_help() {
+    if [[ ${1:-} == --help || ${1:-} == -h ]]; then
+        usage
+        exit 0
+    fi
+}
+
+# refuse TEXT: ends the script with the exit status for usage.
+refuse() {
+    echo "scripts/${0##*/}: $1; --help prints the usage" >&2
+    exit 2
+}
+
+# no_arguments ARGUMENT...: for a script that takes none but --help.
+no_arguments() {
+    answer_help "$@"
+    (($# == 0)) || refuse "unexpected argument $1"
+}
+
 # need_packages PACKAGE...: installs those that are missing, which takes root. Touches nothing, and
 # no network, if all are there. Where there is no dpkg the build itself says what it lacks.
 need_packages() {
@@ -43,7 +68,8 @@ build_preset() {
     local preset=$1 log=build/$1/build.log
     shift
     mkdir -p "build/$preset"
-    if cmake --preset "$preset" >"$log" 2>&1 &&
+    : >"$log"
+    if with_progress "$preset: configuring" "$log" cmake --preset "$preset" &&
         with_progress "$preset: building" "$log" \
             as_preset "$preset" cmake --build --preset "$preset" -j "$(nproc)" \
             ${1:+--target "$@"} -- -k 0; then
@@ -64,6 +90,7 @@ with_progress() {
         "$@" >>"$log" 2>&1
         return
     fi
+    printf '%s' "$text" >&2
     "$@" 2>&1 | tee -a "$log" | while IFS= read -r line; do
         if [[ $line =~ ^[\ \[]*([0-9]+/[0-9]+)(\]| Test) ]]; then
             printf '\r\e[K%s %s' "$text" "${BASH_REMATCH[1]}" >&2
