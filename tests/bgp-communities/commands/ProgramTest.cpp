@@ -229,7 +229,8 @@ TEST(ProgramTest, EveryKindIsToldWhole) {
          R"("wire":"c01914400220010db80000000000000000000000010064","communities":[)"
          R"({"octets":"400220010db80000000000000000000000010064",)"
          R"("text":"<extCommIp6PktTypeNonTransIpv6Address subtype=2 addr=2001:db8::1 )"
-         R"(localAdmin=100>","type":"extCommIp6PktTypeNonTransIpv6Address",)"
+         R"(localAdmin=100>","name":"0x4002:20010db80000000000000000000000010064",)"
+         R"("type":"extCommIp6PktTypeNonTransIpv6Address",)"
          R"("subtype":"subtype=2","classification":"extCommClassificationUnSpecified",)"
          R"("transitive":false,"fields":{"address":"2001:db8::1","local":100}}]})"},
         {"32\t000100000000000100000002",

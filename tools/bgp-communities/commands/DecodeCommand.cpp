@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "DictionaryOption.h"
 #include "input/Hex.h"
 #include "input/InputStream.h"
 #include "input/LineReader.h"
@@ -23,12 +24,15 @@ constexpr std::string_view typeOption = "--type";
 
 constexpr std::string_view formsOption = "--forms";
 
-constexpr Option decodeOptions[] = {{typeOption, true}, {jsonOption}, {formsOption}};
+constexpr Option decodeOptions[] = {
+    {typeOption, true}, {jsonOption}, {formsOption}, {dictionaryOption, true}};
 
 constexpr std::string_view decodeHelp =
-    R"(usage: bgp-communities decode [--type 8|16|25|32] [--json] [--forms] [HEX...]
+    R"(usage: bgp-communities decode [--type 8|16|25|32] [--json] [--forms]
+                               [--dictionary FILE|DIR] [HEX...]
 
-Says which communities the value of a path attribute holds. Each HEX is one value: the octets
+Says which communities the value of a path attribute holds: the library's text, and after a tab the
+name, as --community of `read` takes it, of what is not a plain value. Each HEX is one value: the octets
 behind flags, type and length, in hexadecimal. Without HEX, or for "-", the values are read from
 standard input (which may be compressed), one in each line:
 
@@ -43,6 +47,9 @@ standard input (which may be compressed), one in each line:
   --forms       with --json, for types 16 and 25: each member's text under every combination of
                 format flags, and the attribute that each selection of members sends; null for a
                 selection that no list can be asked for
+  --dictionary FILE|DIR
+                what operators say that their communities mean; lines ASN:PATTERN,DESCRIPTION,
+                as the man page describes them
 
 A value that is malformed, or that a list of communities cannot hold, is told as such; a line that
 is not as above is named on standard error. The rest is read, and the exit status is 1.
@@ -61,6 +68,7 @@ class DecodeRun {
       : output_(output)
       , json_(arguments.has(jsonOption))
       , detail_(arguments.has(formsOption) ? Detail::withForms : Detail::whole)
+      , dictionary_(dictionary(arguments))
       , default_(decoder(arguments.value(typeOption).value_or("16"))) {
         if (!default_.fault.empty()) {
             throw UsageError(std::string(typeOption) + ": " + std::string(default_.fault));
@@ -188,8 +196,10 @@ class DecodeRun {
     Output& output_;
     bool const json_;
     Detail const detail_;
+    Dictionary const dictionary_;
     Agent agent_;
-    std::vector<std::unique_ptr<AttributeDecoder>> const decoders_ = attributeDecoders(agent_);
+    std::vector<std::unique_ptr<AttributeDecoder>> const decoders_ =
+        attributeDecoders(agent_, &dictionary_);
     Choice const default_;
     std::vector<std::uint8_t> octets_; // of the value at hand, to be used again
     ExitStatus status_ = ExitStatus::allRead;

@@ -8,7 +8,7 @@
 #include <Routing/RouteMap/PosixRegex.h>
 
 #include "lists/KindKeys.h"
-#include "text/CommunityName.h"
+#include "text/CommunityPattern.h"
 
 namespace BgpCommunities {
 
@@ -56,11 +56,11 @@ RouteFilter routeFilter(Arguments const& arguments) {
             [regex = regex(pattern)](AttributeDecoder& list) { return list.matches(*regex); });
     }
     for (std::string_view const name : arguments.values(communityOption)) {
-        if (name.empty()) {
-            throw wrongValue(communityOption, name, "no community is named");
+        CommunityPattern pattern;
+        if (auto const fault = pattern.read(name); !fault.empty()) {
+            throw wrongValue(communityOption, name, fault);
         }
-        add(filter,
-            [wanted = CommunityName(name)](AttributeDecoder& list) { return list.holds(wanted); });
+        add(filter, [pattern](AttributeDecoder& list) { return list.holds(pattern); });
     }
     if (auto const text = arguments.value(prefixOption)) {
         Prefix prefix;

@@ -45,8 +45,10 @@ bzip2; "-" is standard input). Between its columns stands a tab, and "-" where t
   --match REGEX      only routes with a list that this POSIX extended regular expression matches:
                      a list is there the texts for policy of its members, a space between them, with
                      and without the names of types or well-known communities
-  --community VALUE  only routes with this community: a text or name that the program prints for
-                     it, here or by `decode --json --forms`, or its octets in hexadecimal
+  --community VALUE  only routes with this community: 64496:300, 64496:1:2, rt:64496:300,
+                     soo:192.0.2.1:7, color:100, rt:2001:db8::1:100, a well-known name in any case,
+                     any text that the program prints for it, or its octets in hexadecimal;
+                     a * stands for any number, as in 64496:* or rt:64496:*
   --prefix PREFIX    only routes of this IPv4 or IPv6 prefix and of those inside it, whatever their
                      labels and route distinguisher
   --limit N          stop after N routes have been printed

@@ -9,6 +9,7 @@
 
 #include <MoxStash/StoreManager.h>
 
+#include "DictionaryOption.h"
 #include "lists/KindKeys.h"
 #include "lists/ListKinds.h"
 #include "text/JsonWriter.h"
@@ -24,10 +25,10 @@ namespace {
 
 constexpr std::string_view followOption = "--follow";
 
-constexpr Option showOptions[] = {{jsonOption}, {followOption}};
+constexpr Option showOptions[] = {{jsonOption}, {followOption}, {dictionaryOption, true}};
 
 constexpr std::string_view showHelp =
-    R"(usage: bgp-communities show [--json] [--follow] STORE
+    R"(usage: bgp-communities show [--json] [--follow] [--dictionary FILE|DIR] STORE
 
 Prints the lists of communities that `bgp-communities stash`, or an agent, left in a store: a file
 or, as shm:/NAME, a POSIX shared-memory segment. For each list a line: how many attributes carried
@@ -38,6 +39,9 @@ extended communities print as their type and octets.
             store, the kind and the uses before it
   --follow  print again whenever a new store has been published, until interrupted; a store that is
             not there yet is waited for
+  --dictionary FILE|DIR
+            with --json, what operators say that their communities mean; lines
+            ASN:PATTERN,DESCRIPTION, as the man page describes them
 
 A store that is damaged is told as such, and nothing of it is printed; the exit status is 3.
 
@@ -60,6 +64,9 @@ class StoredLists {
 template <class Kind>
 class StoredListsOf final : public StoredLists {
   public:
+    explicit StoredListsOf(Dictionary const& dictionary)
+      : formatter_(&dictionary) {}
+
     bool rebuild(StoreManager& store) override {
         void const* const root = store.root(kindKeys[static_cast<std::size_t>(Kind::kind)]);
         if (root == nullptr) {
@@ -126,12 +133,12 @@ class StoredListsOf final : public StoredLists {
  */
 class RebuiltStore {
   public:
-    explicit RebuiltStore(std::string const& name)
+    RebuiltStore(std::string const& name, Dictionary const& dictionary)
       : store_(name) {
-        kinds_.push_back(std::make_unique<StoredListsOf<StandardLists>>());
-        kinds_.push_back(std::make_unique<StoredListsOf<ExtendedLists>>());
-        kinds_.push_back(std::make_unique<StoredListsOf<Ip6Lists>>());
-        kinds_.push_back(std::make_unique<StoredListsOf<LargeLists>>());
+        kinds_.push_back(std::make_unique<StoredListsOf<StandardLists>>(dictionary));
+        kinds_.push_back(std::make_unique<StoredListsOf<ExtendedLists>>(dictionary));
+        kinds_.push_back(std::make_unique<StoredListsOf<Ip6Lists>>(dictionary));
+        kinds_.push_back(std::make_unique<StoredListsOf<LargeLists>>(dictionary));
         store_.sharingIs(true);
         bool any = false;
         for (auto const& kind : kinds_) {
@@ -162,10 +169,10 @@ class RebuiltStore {
 };
 
 /** Begins anew if it is overtaken by writers, but not for ever. */
-std::unique_ptr<RebuiltStore> rebuild(std::string const& name) {
+std::unique_ptr<RebuiltStore> rebuild(std::string const& name, Dictionary const& dictionary) {
     for (int attempt = 1;; ++attempt) {
         try {
-            return std::make_unique<RebuiltStore>(name);
+            return std::make_unique<RebuiltStore>(name, dictionary);
         } catch (MoxStash::StaleStoreException const&) {
             if (attempt == 100) {
                 throw;
@@ -174,7 +181,8 @@ std::unique_ptr<RebuiltStore> rebuild(std::string const& name) {
     }
 }
 
-[[noreturn]] void follow(std::string const& name, bool json, Output& output) {
+[[noreturn]] void follow(std::string const& name, Dictionary const& dictionary, bool json,
+                         Output& output) {
     std::unique_ptr<RebuiltStore> shown;
     std::string complaint;
     for (;; std::this_thread::sleep_for(std::chrono::milliseconds(100))) {
@@ -182,7 +190,7 @@ std::unique_ptr<RebuiltStore> rebuild(std::string const& name) {
             continue;
         }
         try {
-            shown = rebuild(name);
+            shown = rebuild(name, dictionary);
             shown->print(output, json);
             complaint.clear();
         } catch (MoxStash::StoreException const& error) {
@@ -201,10 +209,11 @@ ExitStatus show(Arguments const& arguments, Output& output) {
     }
     std::string const name(arguments.operands()[0]);
     bool const json = arguments.has(jsonOption);
+    Dictionary const meanings = dictionary(arguments);
     if (arguments.has(followOption)) {
-        follow(name, json, output);
+        follow(name, meanings, json, output);
     }
-    rebuild(name)->print(output, json);
+    rebuild(name, meanings)->print(output, json);
     return ExitStatus::allRead;
 }
 

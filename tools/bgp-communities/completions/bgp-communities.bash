@@ -24,19 +24,19 @@ _bgp_communities() {
         --match | --community | --prefix | --limit | --jobs)
             return
             ;;
-        --out)
+        --out | --dictionary)
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return
             ;;
     esac
     case ${COMP_WORDS[1]} in
-        decode) options="--type --json --forms" ;;
+        decode) options="--type --json --forms --dictionary" ;;
         read) options="--json --kind --match --community --prefix --limit --add-path --verbose" ;;
         stats) options="--json --jobs --add-path --verbose" ;;
         roundtrip) options="--json --add-path --verbose" ;;
         replay) options="--targets --add-path --verbose" ;;
         stash) options="--out --add-path --verbose" ;;
-        show) options="--json --follow" ;;
+        show) options="--json --follow --dictionary" ;;
         types) options="--json" ;;
     esac
     if [[ $word == -* ]]; then

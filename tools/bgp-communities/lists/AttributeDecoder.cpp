@@ -55,9 +55,10 @@ bool listMatches(ExtCommIp6List const& list, Routing::RouteMap::PosixRegex const
 template <class Kind>
 class ListDecoder final : public AttributeDecoder {
   public:
-    explicit ListDecoder(Agent& agent)
+    ListDecoder(Agent& agent, Dictionary const* dictionary)
       : AttributeDecoder(Kind::kind)
-      , agent_(agent) {}
+      , agent_(agent)
+      , formatter_(dictionary) {}
 
     std::string decode(Octets value) override {
         auto decoded = Kind::decode(agent_, value);
@@ -67,7 +68,9 @@ class ListDecoder final : public AttributeDecoder {
 
     void appendText(std::string& out) override {
         for (auto const& member : *list_) {
-            out.append("  ").append(formatter_.members().text(member)).append("\n");
+            out.append("  ").append(formatter_.members().text(member));
+            formatter_.members().appendNotes(out, member);
+            out += '\n';
         }
     }
 
@@ -77,9 +80,15 @@ class ListDecoder final : public AttributeDecoder {
         return listMatches(*list_, regex);
     }
 
-    bool holds(CommunityName const& name) override {
+    bool holds(CommunityPattern const& pattern) override {
         return std::any_of(list_->begin(), list_->end(), [&](auto const& member) {
-            return formatter_.members().isMeant(member, name);
+            auto& members = formatter_.members();
+            if constexpr (requires { members.prints(member, pattern.printed()); }) {
+                if (!pattern.printed().empty()) {
+                    return members.prints(member, pattern.printed());
+                }
+            }
+            return pattern.covers(kind(), members.octets(member));
         });
     }
 
@@ -114,12 +123,13 @@ void AttributeDecoder::writeJson(JsonWriter& json, Octets value, std::string_vie
     json.endObject();
 }
 
-std::vector<std::unique_ptr<AttributeDecoder>> attributeDecoders(Agent& agent) {
+std::vector<std::unique_ptr<AttributeDecoder>> attributeDecoders(Agent& agent,
+                                                                 Dictionary const* dictionary) {
     std::vector<std::unique_ptr<AttributeDecoder>> decoders;
-    decoders.push_back(std::make_unique<ListDecoder<StandardLists>>(agent));
-    decoders.push_back(std::make_unique<ListDecoder<ExtendedLists>>(agent));
-    decoders.push_back(std::make_unique<ListDecoder<Ip6Lists>>(agent));
-    decoders.push_back(std::make_unique<ListDecoder<LargeLists>>(agent));
+    decoders.push_back(std::make_unique<ListDecoder<StandardLists>>(agent, dictionary));
+    decoders.push_back(std::make_unique<ListDecoder<ExtendedLists>>(agent, dictionary));
+    decoders.push_back(std::make_unique<ListDecoder<Ip6Lists>>(agent, dictionary));
+    decoders.push_back(std::make_unique<ListDecoder<LargeLists>>(agent, dictionary));
     return decoders;
 }
 

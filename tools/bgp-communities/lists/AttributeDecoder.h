@@ -8,6 +8,8 @@
 #include "Agent.h"
 #include "input/OctetReader.h"
 #include "text/CommunityFormatter.h"
+#include "text/CommunityPattern.h"
+#include "text/Dictionary.h"
 #include "text/JsonWriter.h"
 #include "wire/PathAttributes.h"
 
@@ -18,10 +20,10 @@ class PosixRegex;
 namespace BgpCommunities {
 
 /**
- * What the values of one kind of attribute say: one object for each kind.
+ * Decodes the values of one kind of attribute: one object for each kind.
  *
- * It interns through the agent, which is the caller's and outlives it, and keeps the list of the
- * last value until the next. Thread-compatible.
+ * Interns through the agent, which is not owned, and keeps the list of the last value until the
+ * next. Thread-compatible.
  */
 class AttributeDecoder {
   public:
@@ -37,7 +39,8 @@ class AttributeDecoder {
     /** Interns the list; or says why the value is malformed or refused, and has none. */
     virtual std::string decode(Octets value) = 0;
 
-    /** Appends one line for each member of the value that was decoded last. */
+    /** Appends one line for each member of the value that was decoded last: its text, its name and
+        its meaning. */
     virtual void appendText(std::string& out) = 0;
 
     /** Appends the list that was decoded last, in one line. */
@@ -49,8 +52,8 @@ class AttributeDecoder {
     /** Whether the expression matches the list that was decoded last, as the library has it. */
     virtual bool matches(Routing::RouteMap::PosixRegex const& regex) = 0;
 
-    /** Whether a member of the list that was decoded last is meant by `name`. */
-    virtual bool holds(CommunityName const& name) = 0;
+    /** Whether the pattern covers a member of the list that was decoded last. */
+    virtual bool holds(CommunityPattern const& pattern) = 0;
 
   protected:
     /** Writes the keys that say what was decoded last, from "text" on. */
@@ -61,6 +64,8 @@ class AttributeDecoder {
 };
 
 /** One decoder for each kind of attribute. */
-std::vector<std::unique_ptr<AttributeDecoder>> attributeDecoders(Agent& agent);
+/** `dictionary`, not owned, may be null. */
+std::vector<std::unique_ptr<AttributeDecoder>>
+attributeDecoders(Agent& agent, Dictionary const* dictionary = nullptr);
 
 } // namespace BgpCommunities

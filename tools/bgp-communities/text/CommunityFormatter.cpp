@@ -12,6 +12,10 @@
 #include <VoBgp/Parse/ExtCommOriginValidationState.h>
 #include <VoBgp/Parse/ExtCommTunnelEncap.h>
 
+#include "MemberName.h"
+#include "Utf8.h"
+#include "WellKnownCommunities.h"
+
 namespace BgpCommunities {
 
 using namespace Routing::Bgp;
@@ -201,44 +205,50 @@ std::string_view CommunityFormatter::text(Acl::CommunityValue const& community) 
 
 // ---- Names --------------------------------------------------------------------------------------
 
-template <class Member>
-std::string_view CommunityFormatter::octets(Member const& member) {
-    octets_.clear();
-    appendOctets(octets_, member);
-    return octets_;
-}
-
 template <class Comm>
-bool CommunityFormatter::isExtendedMeant(Mox::PtrConst<Comm> const& comm,
-                                         CommunityName const& name) {
-    return name.isOctets(octets(comm)) || text(comm) == name.text() || hasForm(*comm, name.text());
+bool CommunityFormatter::printsForm(Mox::PtrConst<Comm> const& comm, std::string_view printed) {
+    return text(comm) == printed || hasForm(*comm, printed);
 }
 
-bool CommunityFormatter::isMeant(U32 community, CommunityName const& name) {
-    return name.isOctets(octets(community)) || text(community) == name.text() ||
-           CommList::getStringValue(community) == name.text() ||
-           CommList::wellKnownName(community) == name.text();
+bool CommunityFormatter::prints(ExtComm::PtrConst const& extComm, std::string_view printed) {
+    return printsForm(extComm, printed);
 }
 
-bool CommunityFormatter::isMeant(ExtComm::PtrConst const& extComm, CommunityName const& name) {
-    return isExtendedMeant(extComm, name);
+bool CommunityFormatter::prints(ExtCommIp6::PtrConst const& extCommIp6, std::string_view printed) {
+    return printsForm(extCommIp6, printed);
 }
 
-bool CommunityFormatter::isMeant(ExtCommIp6::PtrConst const& extCommIp6,
-                                 CommunityName const& name) {
-    return isExtendedMeant(extCommIp6, name);
-}
-
-bool CommunityFormatter::isMeant(Acl::CommunityValue const& community, CommunityName const& name) {
-    return name.isOctets(octets(community)) || text(community) == name.text() ||
-           LargeCommList::displayString(community, true) == name.text();
+void CommunityFormatter::appendNotes(std::string& out, CommunityKind kind, Octets member) {
+    bool const isExtended = kind == CommunityKind::extended || kind == CommunityKind::ip6Extended;
+    std::uint32_t const value = OctetReader(member).u32();
+    bool const isNamed = kind == CommunityKind::standard && !wellKnownName(value).empty() &&
+                         CommList::wellKnownName(value).empty();
+    if (isExtended || isNamed) {
+        out += '\t';
+        appendMemberName(out, kind, member);
+    }
+    if (dictionary_ != nullptr) {
+        if (auto const meaning = dictionary_->meaning(kind, member); !meaning.empty()) {
+            out += '\t';
+            out += masked(meaning);
+        }
+    }
 }
 
 // ---- JSON ---------------------------------------------------------------------------------------
 
 template <class Member>
 void CommunityFormatter::writeOctets(JsonWriter& json, Member const& member) {
-    json.key("octets").octets(octetsOf(octets(member)));
+    json.key("octets").octets(octets(member));
+}
+
+void CommunityFormatter::writeMeaning(JsonWriter& json, CommunityKind kind) {
+    if (dictionary_ != nullptr) {
+        auto const meaning = dictionary_->meaning(kind, octetsOf(octets_));
+        if (!meaning.empty()) {
+            json.key("meaning").string(meaning);
+        }
+    }
 }
 
 template <class Comm>
@@ -247,6 +257,10 @@ void CommunityFormatter::writeExtended(JsonWriter& json, Mox::PtrConst<Comm> con
     json.beginObject();
     writeOctets(json, comm);
     json.key("text").string(show(*comm));
+    name_.clear();
+    appendMemberName(name_, kindOf(comm), octetsOf(octets_));
+    json.key("name").string(name_);
+    writeMeaning(json, kindOf(comm));
     json.key("type").string(Mox::enumerationName(comm->pktType()));
     json.key("subtype").string(subtype(*comm));
     json.key("classification").string(Mox::enumerationName(comm->classification()));
@@ -264,7 +278,9 @@ void CommunityFormatter::writeJson(JsonWriter& json, U32 community, Detail /*det
     json.beginObject();
     writeOctets(json, community);
     json.key("text").string(CommList::getStringValue(community));
-    json.key("name").string(CommList::wellKnownName(community));
+    auto const name = CommList::wellKnownName(community);
+    json.key("name").string(name.empty() ? wellKnownName(community) : std::string_view(name));
+    writeMeaning(json, CommunityKind::standard);
     json.endObject();
 }
 
@@ -284,6 +300,7 @@ void CommunityFormatter::writeJson(JsonWriter& json, Acl::CommunityValue const& 
     writeOctets(json, community);
     json.key("text").string(LargeCommList::getStringValue(community));
     json.key("asdot").string(LargeCommList::displayString(community, true));
+    writeMeaning(json, CommunityKind::large);
     json.endObject();
 }
 

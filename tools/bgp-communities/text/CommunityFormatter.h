@@ -8,25 +8,32 @@
 #include <VoBgp/ExtCommIp6.h>
 #include <VoBgp/VoBgpCommunity.h>
 
-#include "CommunityName.h"
+#include "Dictionary.h"
 #include "JsonWriter.h"
+#include "wire/PathAttributes.h"
 
 namespace BgpCommunities {
 
-/** How much JSON says of a value: all its fields, or every text form and selection as well. */
-enum class Detail { whole, withForms };
+/** How much JSON says of a value: its members with their fields; its octets in the library's order
+    and as a path attribute as well; or every text form and selection too. */
+enum class Detail { lean, whole, withForms };
 
 /**
- * Puts members of lists into words: the library's text, all that is known of one as JSON, and its
- * octets as on the wire. Members are as the lists have them: values, or pointers to interned
- * objects.
+ * Formats members of lists: the library's text, the program's name and the dictionary's meaning,
+ * all that is known as JSON, and the octets as on the wire. Members are as the lists have them:
+ * values, or pointers to interned objects.
  *
- * It owns the memory that the texts are made in, and uses it again. Thread-compatible.
+ * Owns the memory that the texts are made in, and reuses it. The dictionary is not owned.
+ * Thread-compatible.
  */
 class CommunityFormatter {
   public:
     using ExtComm = Routing::Bgp::ExtComm;
     using ExtCommIp6 = Routing::Bgp::ExtCommIp6;
+
+    /** `dictionary` may be null. */
+    explicit CommunityFormatter(Dictionary const* dictionary = nullptr)
+      : dictionary_(dictionary) {}
 
     // For people; good until the next call.
     std::string_view text(Routing::Bgp::U32 community);
@@ -39,11 +46,22 @@ class CommunityFormatter {
     void writeJson(JsonWriter& json, ExtCommIp6::PtrConst const& extCommIp6, Detail detail);
     void writeJson(JsonWriter& json, Acl::CommunityValue const& community, Detail detail);
 
-    // Whether one of the texts that are printed for it, or its octets, is `name`.
-    bool isMeant(Routing::Bgp::U32 community, CommunityName const& name);
-    bool isMeant(ExtComm::PtrConst const& extComm, CommunityName const& name);
-    bool isMeant(ExtCommIp6::PtrConst const& extCommIp6, CommunityName const& name);
-    bool isMeant(Acl::CommunityValue const& community, CommunityName const& name);
+    /** Appends a tab and the name that the program has for the member, if `text()` does not show
+        it, and a tab and what the dictionary says, if it does. */
+    template <class Member>
+    void appendNotes(std::string& out, Member const& member);
+
+    /** One of the texts that the library prints for an extended community is `printed`. */
+    bool prints(ExtComm::PtrConst const& extComm, std::string_view printed);
+    bool prints(ExtCommIp6::PtrConst const& extCommIp6, std::string_view printed);
+
+    /** The octets of a member as on the wire; good until the next call. */
+    template <class Member>
+    Octets octets(Member const& member) {
+        octets_.clear();
+        appendOctets(octets_, member);
+        return octetsOf(octets_);
+    }
 
     static void appendOctets(std::string& out, Routing::Bgp::U32 community);
     static void appendOctets(std::string& out, ExtComm::PtrConst const& extComm);
@@ -51,18 +69,18 @@ class CommunityFormatter {
     static void appendOctets(std::string& out, Acl::CommunityValue const& community);
 
   private:
-    /** Good until the next call. */
-    template <class Member>
-    std::string_view octets(Member const& member);
-
     template <class Member>
     void writeOctets(JsonWriter& json, Member const& member);
+
+    /** Of the octets that were made last. */
+    void writeMeaning(JsonWriter& json, CommunityKind kind);
+    void appendNotes(std::string& out, CommunityKind kind, Octets member);
 
     template <class Comm>
     void writeExtended(JsonWriter& json, Mox::PtrConst<Comm> const& comm, Detail detail);
 
     template <class Comm>
-    bool isExtendedMeant(Mox::PtrConst<Comm> const& comm, CommunityName const& name);
+    bool printsForm(Mox::PtrConst<Comm> const& comm, std::string_view printed);
 
     template <class Comm>
     std::string_view show(Comm const& comm);
@@ -70,8 +88,20 @@ class CommunityFormatter {
     template <class Comm>
     std::string_view subtype(Comm const& comm);
 
+    static CommunityKind kindOf(Routing::Bgp::U32) { return CommunityKind::standard; }
+    static CommunityKind kindOf(ExtComm::PtrConst const&) { return CommunityKind::extended; }
+    static CommunityKind kindOf(ExtCommIp6::PtrConst const&) { return CommunityKind::ip6Extended; }
+    static CommunityKind kindOf(Acl::CommunityValue const&) { return CommunityKind::large; }
+
+    Dictionary const* dictionary_;
     Mox::TextStream buffer_;
     std::string octets_;
+    std::string name_;
 };
+
+template <class Member>
+void CommunityFormatter::appendNotes(std::string& out, Member const& member) {
+    appendNotes(out, kindOf(member), octets(member));
+}
 
 } // namespace BgpCommunities

@@ -10,22 +10,38 @@
 namespace BgpCommunities {
 
 /**
- * Puts lists of one kind, a row of ListKinds.h, into words: interned ones, and those that were
- * rebuilt from a store.
+ * Formats lists of one kind, a row of ListKinds.h: interned ones, and those that were rebuilt from
+ * a store.
  *
- * It owns the memory that the texts are made in, and uses it again. Thread-compatible.
+ * Owns the memory that the texts are made in, and reuses it. Thread-compatible.
  */
 template <class Kind>
 class ListFormatter {
   public:
     using List = typename Kind::List;
 
+    /** `dictionary`, not owned, may be null. */
+    explicit ListFormatter(Dictionary const* dictionary = nullptr)
+      : members_(dictionary) {}
+
     [[nodiscard]] CommunityFormatter& members() { return members_; }
 
-    /** Writes the keys that say all of the list, from "text" on; of the path attribute null if none
+    /** Writes the keys that describe the list, from "text" on. "wire" is null if no path attribute
         can hold the list. */
     void writeJson(JsonWriter& json, List const& list, Detail detail) {
         json.key("text").string(list.toStrep());
+        if (detail != Detail::lean) {
+            writeOctets(json, list);
+        }
+        json.key("communities").beginArray();
+        for (auto const& member : list) {
+            members_.writeJson(json, member, detail);
+        }
+        json.endArray();
+    }
+
+  private:
+    void writeOctets(JsonWriter& json, List const& list) {
         value_.clear();
         for (auto const& member : list) {
             CommunityFormatter::appendOctets(value_, member);
@@ -37,14 +53,8 @@ class ListFormatter {
         } else {
             json.null();
         }
-        json.key("communities").beginArray();
-        for (auto const& member : list) {
-            members_.writeJson(json, member, detail);
-        }
-        json.endArray();
     }
 
-  private:
     CommunityFormatter members_;
     std::string value_; // the members' octets
 };

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string_view>
+
+#include "CommandLine.h"
+#include "text/Dictionary.h"
+
+namespace BgpCommunities {
+
+/** Of every command that prints communities; may be given more than once. */
+inline constexpr std::string_view dictionaryOption = "--dictionary";
+
+/** What the files of all --dictionary say; empty without any. Bad lines are named on standard error
+    and skipped. Throws InputError. */
+Dictionary dictionary(Arguments const& arguments);
+
+} // namespace BgpCommunities
