@@ -143,7 +143,7 @@ std::string_view Dictionary::readLine(std::string_view line) {
 
 void Dictionary::readFile(std::string const& path, Complain const& complain) {
     InputStream input(path);
-    LineReader lines(input, [] {});
+    LineReader lines(input);
     while (lines.next()) {
         std::string_view const line = trimmed(lines.line());
         if (line.empty() || line[0] == '#') {
