@@ -18,12 +18,10 @@
 #include <new>
 #include <optional>
 #include <random>
-#include <set>
 #include <span>
 #include <sstream>
 #include <string>
 #include <thread>
-#include <unordered_map>
 #include <vector>
 
 namespace {
@@ -310,44 +308,6 @@ TEST_P(CommLists, OfAnyLengthThatAnAttributeHolds) {
     EXPECT_TRUE(matches(*list, " 16000:65535$"));
     EXPECT_EQ(longList(16'383)->serialize().size(), 65'536U);
     EXPECT_DEATH(longList(16'384)->serialize(), "Assertion 'attrSize <= 0xFFFF' failed");
-}
-
-/// Pairs of values, each pair in an ascending range of its own, such that the published hash is
-/// the same whichever value of each pair a list holds.
-std::vector<std::array<U32, 2>> collidingPairs(U32 count) {
-    std::vector<std::array<U32, 2>> pairs;
-    Mox::OneAtATimeHash state;
-    while (pairs.size() < count) {
-        std::unordered_map<U32, U32> seen;
-        for (U32 value = static_cast<U32>(pairs.size()) << 24;; ++value) {
-            auto next = state;
-            next.addLittleEndian(value);
-            if (auto const [first, isNew] = seen.try_emplace(next.finish(), value); !isNew) {
-                pairs.push_back({first->second, value});
-                state = next;
-                break;
-            }
-        }
-    }
-    return pairs;
-}
-
-TEST(CommListFlood, ListsWithEqualPublishedHashesArePlacedApart) {
-    auto const table = commListDedupTableFactory();
-    auto const pairs = collidingPairs(10);
-    std::set<U32> hashes;
-    std::set<U64> places;
-    for (U32 choice = 0; choice < 1U << pairs.size(); ++choice) {
-        auto const list = commListFactory();
-        for (std::size_t i = 0; i < pairs.size(); ++i) {
-            list->commIs(pairs[i][choice >> i & 1]);
-        }
-        auto const interned = list->dedup(table.get());
-        hashes.insert(interned->hash());
-        places.insert(interned->placementHash());
-    }
-    EXPECT_EQ(hashes.size(), 1U);
-    EXPECT_EQ(places.size(), std::size_t{1} << pairs.size());
 }
 
 TEST(CommListContracts, Assertions) {
