@@ -95,7 +95,7 @@ class ListInterned {
         for (std::size_t list = 0; list < all.size(); ++list) {
             held_.emplace_back(numbers(all[list]));
         }
-        lookups_ = fresh ? freshLists<Member>(members) : drawLists(all);
+        lookups_ = ListCycle<Member>(fresh ? freshLists<Member>(members) : drawLists(all));
     }
 
     void operator()(std::size_t i) {

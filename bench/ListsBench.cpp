@@ -3,7 +3,12 @@
 #include "Samples.h"
 #include "World.h"
 
+#include <VoBgp/CommunityTables.h>
+
+#include <cstddef>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Bench {
@@ -23,7 +28,7 @@ class ListInterned {
         for (std::size_t list = 0; list < all.size(); ++list) {
             held_.push_back(world_.list(all[list]));
         }
-        lookups_ = fresh ? freshLists<Member>(members) : drawLists(all);
+        lookups_ = ListCycle<Member>(fresh ? freshLists<Member>(members) : drawLists(all));
     }
 
     /// The second thread is half a cycle ahead of the first.
@@ -38,18 +43,76 @@ class ListInterned {
     ListCycle<Member> lookups_;
 };
 
-/// Finds lists by the octets of their path attributes in limL, takes and drops them.
-template <class Member, bool locked>
-class ListHitReference {
+/// The values of the path attributes of lists, whose members ascend.
+template <class Member>
+Lists<char> attributeValues(Lists<Member> const& lists) {
+    auto const wire = octets(std::span(lists.members()));
+    return {wire.size() / lists.size(), {wire.begin(), wire.end()}};
+}
+
+// The one call of CommunityTables for the members' kind.
+auto decode(CommunityTables const& tables, std::span<char const> value, U32 const* /*kind*/) {
+    return tables.commList(std::as_bytes(value));
+}
+
+auto decode(CommunityTables const& tables, std::span<char const> value,
+            Acl::CommunityValue const* /*kind*/) {
+    return tables.largeCommList(std::as_bytes(value));
+}
+
+auto decode(CommunityTables const& tables, std::span<char const> value,
+            ExtCommContent const* /*kind*/) {
+    return tables.extCommList(std::as_bytes(value));
+}
+
+auto decode(CommunityTables const& tables, std::span<char const> value,
+            ExtCommIp6Content const* /*kind*/) {
+    return tables.extCommIp6List(std::as_bytes(value));
+}
+
+/// Decodes the values of path attributes by the library's one call, among `count` lists that are
+/// held, and drops the result: lists that are there already, or fresh ones.
+template <class Member>
+class ListDecoded {
   public:
-    ListHitReference(std::size_t members, std::size_t count)
-      : table_(count) {
+    ListDecoded(bool threadSafe, std::size_t members, std::size_t count, bool fresh)
+      : mode_(threadSafe) {
         auto const all = lists<Member>(members, count);
-        for (std::size_t list = 0; list < all.size(); ++list) {
-            table_.insert(octets(all[list]));
+        auto const values = attributeValues(all);
+        for (std::size_t list = 0; list < values.size(); ++list) {
+            held_.push_back(decoded(values[list]));
         }
-        auto const wire = octets(std::span(all.members()));
-        lookups_ = drawLists(Lists<char>(wire.size() / all.size(), {wire.begin(), wire.end()}));
+        lookups_ = ListCycle<char>(fresh ? attributeValues(freshLists<Member>(members))
+                                         : drawLists(values));
+    }
+
+    void operator()(std::size_t i) {
+        auto const list = decoded(lookups_[i]);
+        keep(list.list.get());
+    }
+
+  private:
+    auto decoded(std::span<char const> value) const {
+        return decode(tables_, value, static_cast<Member const*>(nullptr));
+    }
+
+    PointerMode const mode_;
+    CommunityTables const tables_;
+    std::vector<decltype(decode(tables_, {}, static_cast<Member const*>(nullptr)))> held_;
+    ListCycle<char> lookups_;
+};
+
+/// Finds lists by the values of their path attributes in limL, takes and drops them.
+template <class Member, bool locked>
+class ListDecodedReference {
+  public:
+    ListDecodedReference(std::size_t members, std::size_t count)
+      : table_(count) {
+        auto const values = attributeValues(lists<Member>(members, count));
+        for (std::size_t list = 0; list < values.size(); ++list) {
+            table_.insert({values[list].data(), values[list].size()});
+        }
+        lookups_ = ListCycle<char>(drawLists(values));
     }
 
     void operator()(std::size_t i) {
@@ -62,6 +125,10 @@ class ListHitReference {
     ListCycle<char> lookups_;
 };
 
+std::string decodedName(std::string const& work, bool threadSafe, std::string const& kind) {
+    return work + (threadSafe ? "/threadSafe/" : "/plain/") + kind + "/library";
+}
+
 template <class Member>
 void addKind(std::string const& kind) {
     for (std::size_t const members : {1, 8, 32}) {
@@ -70,18 +137,20 @@ void addKind(std::string const& kind) {
             auto const mode = threadSafe ? "listHit/threadSafe/" : "listHit/plain/";
             add({mode + kind + "/library" + size,
                  work<ListInterned<Member>>(threadSafe, members, listsHeld, false)});
+            add({decodedName("listFromOctets", threadSafe, kind) + size,
+                 work<ListDecoded<Member>>(threadSafe, members, listsHeld, false)});
         }
-        // The library has no call yet that interns a list straight from its octets: it will be
-        // compared with these under the name `library`.
         add({"listFromOctets/plain/" + kind + "/limL" + size,
-             work<ListHitReference<Member, false>>(members, listsHeld)});
+             work<ListDecodedReference<Member, false>>(members, listsHeld)});
         add({"listFromOctets/threadSafe/" + kind + "/limL" + size,
-             work<ListHitReference<Member, true>>(members, listsHeld)});
+             work<ListDecodedReference<Member, true>>(members, listsHeld)});
     }
     for (bool const threadSafe : {false, true}) {
         auto const mode = threadSafe ? "listMiss/threadSafe/" : "listMiss/plain/";
         add({mode + kind + "/library/8",
              work<ListInterned<Member>>(threadSafe, std::size_t{8}, listsHeld, true)});
+        add({decodedName("newListFromOctets", threadSafe, kind) + "/8",
+             work<ListDecoded<Member>>(threadSafe, std::size_t{8}, listsHeld, true)});
     }
 }
 

@@ -117,18 +117,18 @@ Lists<Member> lists(std::size_t membersEach, std::size_t count, unsigned series 
 
 /// Lists that are in no other series.
 template <class Member>
-ListCycle<Member> freshLists(std::size_t membersEach) {
-    return ListCycle<Member>(lists<Member>(membersEach, 1 << 16, 1));
+Lists<Member> freshLists(std::size_t membersEach) {
+    return lists<Member>(membersEach, 1 << 16, 1);
 }
 
 /// Random draws from the lists.
 template <class Member>
-ListCycle<Member> drawLists(Lists<Member> const& lists) {
+Lists<Member> drawLists(Lists<Member> const& lists) {
     std::vector<Member> members;
     for (auto const number : draws(lists.size())) {
         members.insert(members.end(), lists[number].begin(), lists[number].end());
     }
-    return ListCycle<Member>({lists[0].size(), std::move(members)});
+    return {lists[0].size(), std::move(members)};
 }
 
 /// The octets of a community in a path attribute, appended.
