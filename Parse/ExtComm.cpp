@@ -1,9 +1,10 @@
-// The source of the plug-in base. It has the name of the whole engine's header: assertions of
-// plug-ins are published as coming from here.
+// The source of the plug-in base. It is named like the header of the whole engine, because
+// published assertion texts name this file.
 #include <VoBgp/Parse/ExtCommPlugin.h>
 
 #include <Mox/Assert.h>
 #include <Mox/CharBuffer.h>
+#include <Mox/Trace.h>
 #include <Mox/Type.h>
 
 #include <ostream>
@@ -22,32 +23,43 @@ namespace {
 Mox::TypeRegistration const registration(BgpParseExtCommPluginBaseSm::staticType());
 } // namespace
 
-class BgpParseExtCommPluginBaseSm::MoxRuleCollections final
-  : public BgpParseExtCommRuleCollections::Notifiee {
+namespace {
+
+/// Hands the keys of a registry to a plug-in.
+class Reactor : public BgpParseExtCommRuleCollections::Notifiee {
   public:
-    MoxRuleCollections(BgpParseExtCommPluginBaseSm const& plugin,
-                       BgpParseExtCommRuleCollections::PtrConst const& ruleCollections)
+    Reactor(BgpParseExtCommPluginBaseSm const& plugin,
+            BgpParseExtCommRuleCollections::PtrConst const& ruleCollections)
       : Notifiee(ruleCollections)
       , plugin_(plugin) {}
 
     void hasNotificationActiveIs(bool active) noexcept { active_ = active; }
     void zombieIs(bool zombie) noexcept { zombie_ = zombie; }
 
-    // The last thing that each does: the plug-in may be gone afterwards, and this with it.
-#define VOBGP_REACT(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas, handle,    \
-                    ...)                                                                           \
-    void handle(Key const& key) override {                                                         \
-        if (active_ && !zombie_) {                                                                 \
-            plugin_.handle(key);                                                                   \
-        }                                                                                          \
+  protected:
+    /// The plug-in, and this with it, may be destroyed when the call returns.
+    template <class Kind>
+    void handleKey(ExtCommRuleKey<Kind> const& key) {
+        if (active_ && !zombie_) {
+            Kind::notify(plugin_, key);
+        }
     }
-    VOBGP_EXT_COMM_RULE_KINDS(VOBGP_REACT, VOBGP_REACT)
-#undef VOBGP_REACT
 
   private:
     BgpParseExtCommPluginBaseSm const& plugin_;
     bool active_ = false;
     bool zombie_ = false;
+};
+
+template <class Kind, class Next>
+using NotifieeOverrideOf = typename Kind::template NotifieeOverride<Next>;
+
+} // namespace
+
+class BgpParseExtCommPluginBaseSm::MoxRuleCollections final
+  : public ExtCommChain<ExtCommRuleKinds, NotifieeOverrideOf, Reactor> {
+  public:
+    using ExtCommChain::ExtCommChain;
 };
 
 BgpParseExtCommPluginBaseSm::BgpParseExtCommPluginBaseSm(
@@ -87,46 +99,23 @@ void BgpParseExtCommPluginBaseSm::ruleCollectionsDel() noexcept {
 }
 
 void BgpParseExtCommPluginBaseSm::handleStartup() const {
-    // Held, here and below: a hook may drop the last reference to the plug-in.
+    // Held: a hook may drop the last reference to the plug-in.
     PtrConst const self(this);
-#define VOBGP_REPLAY(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas, handle,   \
-                     ...)                                                                          \
-    handle();
-    VOBGP_EXT_COMM_RULE_KINDS(VOBGP_REPLAY, VOBGP_REPLAY)
-#undef VOBGP_REPLAY
+    ExtCommRuleKinds::forEach([this]<class Kind>() {
+        forEachKey<Kind>([this](ExtCommRuleKey<Kind> const& key) { Kind::notify(*this, key); });
+    });
 }
 
-#define VOBGP_PLUGIN_HANDLE(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas,    \
-                            handle, instantiate, add, ...)                                         \
-    void BgpParseExtCommPluginBaseSm::handle(Key const& key) const {                               \
-        instantiate(key, key.rule()->parseControl());                                              \
-    }                                                                                              \
-    void BgpParseExtCommPluginBaseSm::handle() const {                                             \
-        PtrConst const self(this);                                                                 \
-        if (auto const registry = ruleCollections()) {                                             \
-            registry->set().forEach([this](Key const& key) { handle(key); });                      \
-        }                                                                                          \
+void Detail::ExtCommPluginOperations::traceHook(char const* hook) const {
+    if (Mox::traceLevel() >= 8) {
+        Mox::TraceLine(8, __FILE__, __LINE__, hook).stream()
+            << static_cast<BgpParseExtCommPluginBaseSm const&>(*this);
     }
-VOBGP_EXT_COMM_RULE_KINDS(VOBGP_PLUGIN_HANDLE, VOBGP_PLUGIN_HANDLE)
-#undef VOBGP_PLUGIN_HANDLE
+}
 
-#define VOBGP_ADD_TYPE_RULE(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas,    \
-                            handle, instantiate, add, SubRuleBase, ...)                            \
-    void BgpParseExtCommPluginBaseSm::add(Key const& key, SubRuleBase::PtrConst const& rule)       \
-        const {                                                                                    \
-        MOX_ASSERT_TEXT(rule != nullptr, "__null != rule");                                        \
-        key.rule()->typeRuleIs(rule);                                                              \
-    }
-#define VOBGP_ADD_SUB_RULE(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas,     \
-                           handle, instantiate, add, SubRuleBase, ...)                             \
-    void BgpParseExtCommPluginBaseSm::add(Key const& key, SubRuleBase::PtrConst const& rule)       \
-        const {                                                                                    \
-        MOX_ASSERT_TEXT(rule != nullptr, "rule != __null");                                        \
-        key.rule()->subTypeRuleIs(rule);                                                           \
-    }
-VOBGP_EXT_COMM_RULE_KINDS(VOBGP_ADD_TYPE_RULE, VOBGP_ADD_SUB_RULE)
-#undef VOBGP_ADD_TYPE_RULE
-#undef VOBGP_ADD_SUB_RULE
+void Detail::ExtCommPluginOperations::subRuleIsNull(char const* operation, char const* text) {
+    Mox::assertionFailed(__FILE__, __LINE__, operation, text);
+}
 
 std::ostream& operator<<(std::ostream& os, BgpParseExtCommPluginBaseSm const& plugin) {
     Mox::LocalCharBuffer<128> out;

@@ -1,14 +1,12 @@
 #include <VoBgp/Parse/ExtCommColor.h>
 
 #include <Mox/CharBuffer.h>
-#include <Mox/Trace.h>
 #include <Mox/Type.h>
-
-#include <typeinfo>
 
 namespace Routing::Bgp {
 
 template class ExtCommTypedSubRule<ExtCommColorSubRule>;
+template class ExtCommTypedPlugin<ExtCommColorPlugin>;
 
 // ---- Reflection ---------------------------------------------------------------------------------
 
@@ -22,26 +20,11 @@ Mox::Type const& ExtCommColor::staticType() noexcept {
     return type;
 }
 
-Mox::Type const& BgpParseExtCommColorSm::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::BgpParseExtCommColorSm", {},
-                                &BgpParseExtCommPluginBaseSm::staticType());
-    return type;
-}
-
 namespace {
-Mox::TypeRegistration const registrations[] = {
-    Mox::TypeRegistration(ExtCommColor::staticType()),
-    Mox::TypeRegistration(BgpParseExtComSubTypeTransOpaqueColorRule::staticType()),
-    Mox::TypeRegistration(BgpParseExtCommColorSm::staticType()),
-};
+ExtCommTypedRegistrations<ExtCommColorPlugin, ExtCommColor> const registrations;
 } // namespace
 
 // ---- The community ------------------------------------------------------------------------------
-
-ExtCommColor::ExtCommColor(ExtCommContent const& content) noexcept
-  : ExtCommSubtyped(extCommClassificationColor, content) {}
-
-ExtCommColor::~ExtCommColor() = default;
 
 void ExtCommColor::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
     out.append("<Color: ").appendDecimal(color());
@@ -54,34 +37,10 @@ void ExtCommColor::appendPolicyForm(Mox::CharBuffer& out, StrepFormat /*format*/
     out.append("):").appendDecimal(color());
 }
 
-bool ExtCommColor::textIsBuiltIn() const noexcept {
-    return typeid(*this) == typeid(ExtCommColor);
-}
+// ---- Factories ----------------------------------------------------------------------------------
 
 ExtCommColor::Ptr extCommColorFactory(ExtCommContent const& content) {
     return Mox::makeActive<ExtCommColor>(content);
-}
-
-// ---- The plug-in --------------------------------------------------------------------------------
-
-ExtComm::PtrConst ExtCommColorSubRule::build(ExtCommContent const& content) {
-    return extCommColorFactory(content);
-}
-
-BgpParseExtCommColorSm::BgpParseExtCommColorSm(
-    BgpParseExtCommRuleCollections::PtrConst const& ruleCollections)
-  : BgpParseExtCommPluginBaseSm(ruleCollections) {
-    handleStartup();
-}
-
-BgpParseExtCommColorSm::~BgpParseExtCommColorSm() = default;
-
-void BgpParseExtCommColorSm::instantiateExtCommSubTypeTransOpaqueSubRule(
-    BgpParseExtCommSubTypeTransOpaqueRuleKey const& key,
-    BgpParseExtCommControl const& control) const {
-    MOX_TRACE(8, *this);
-    addExtCommSubTypeTransOpaqueSubRule(
-        key, Mox::makeActive<BgpParseExtComSubTypeTransOpaqueColorRule>(control));
 }
 
 BgpParseExtCommColorSm::Ptr

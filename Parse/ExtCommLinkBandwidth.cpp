@@ -1,17 +1,16 @@
 #include <VoBgp/Parse/ExtCommLinkBandwidth.h>
 
 #include <Mox/CharBuffer.h>
-#include <Mox/Trace.h>
 #include <Mox/Type.h>
 #include <Routing/Rib/LinkBandwidth.h>
 
 #include <bit>
 #include <charconv>
-#include <typeinfo>
 
 namespace Routing::Bgp {
 
 template class ExtCommTypedSubRule<ExtCommLinkBandwidthSubRule>;
+template class ExtCommTypedPlugin<ExtCommLinkBandwidthPlugin>;
 
 // ---- Reflection ---------------------------------------------------------------------------------
 
@@ -21,27 +20,11 @@ Mox::Type const& ExtCommLinkBandwidth::staticType() noexcept {
     return type;
 }
 
-Mox::Type const& BgpParseExtCommLinkBandwidthSm::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity,
-                                "Routing::Bgp::BgpParseExtCommLinkBandwidthSm", {},
-                                &BgpParseExtCommPluginBaseSm::staticType());
-    return type;
-}
-
 namespace {
-Mox::TypeRegistration const registrations[] = {
-    Mox::TypeRegistration(ExtCommLinkBandwidth::staticType()),
-    Mox::TypeRegistration(BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule::staticType()),
-    Mox::TypeRegistration(BgpParseExtCommLinkBandwidthSm::staticType()),
-};
+ExtCommTypedRegistrations<ExtCommLinkBandwidthPlugin, ExtCommLinkBandwidth> const registrations;
 } // namespace
 
 // ---- The community ------------------------------------------------------------------------------
-
-ExtCommLinkBandwidth::ExtCommLinkBandwidth(ExtCommContent const& content) noexcept
-  : ExtCommAsNumber(extCommClassificationLinkBandwidth, content, false) {}
-
-ExtCommLinkBandwidth::~ExtCommLinkBandwidth() = default;
 
 namespace {
 
@@ -85,34 +68,10 @@ void ExtCommLinkBandwidth::appendPolicyForm(Mox::CharBuffer& out, StrepFormat fo
     }
 }
 
-bool ExtCommLinkBandwidth::textIsBuiltIn() const noexcept {
-    return typeid(*this) == typeid(ExtCommLinkBandwidth);
-}
+// ---- Factories ----------------------------------------------------------------------------------
 
 ExtCommLinkBandwidth::Ptr extCommLinkBandwidthFactory(ExtCommContent const& content) {
     return Mox::makeActive<ExtCommLinkBandwidth>(content);
-}
-
-// ---- The plug-in --------------------------------------------------------------------------------
-
-ExtComm::PtrConst ExtCommLinkBandwidthSubRule::build(ExtCommContent const& content) {
-    return extCommLinkBandwidthFactory(content);
-}
-
-BgpParseExtCommLinkBandwidthSm::BgpParseExtCommLinkBandwidthSm(
-    BgpParseExtCommRuleCollections::PtrConst const& ruleCollections)
-  : BgpParseExtCommPluginBaseSm(ruleCollections) {
-    handleStartup();
-}
-
-BgpParseExtCommLinkBandwidthSm::~BgpParseExtCommLinkBandwidthSm() = default;
-
-void BgpParseExtCommLinkBandwidthSm::instantiateExtCommSubTypeNonTransTwoOctetAsSubRule(
-    BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey const& key,
-    BgpParseExtCommControl const& control) const {
-    MOX_TRACE(8, *this);
-    addExtCommSubTypeNonTransTwoOctetAsSubRule(
-        key, Mox::makeActive<BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule>(control));
 }
 
 BgpParseExtCommLinkBandwidthSm::Ptr bgpParseExtCommLinkBandwidthSmFactory(

@@ -1,14 +1,12 @@
 #include <VoBgp/Parse/ExtCommOriginValidationState.h>
 
 #include <Mox/CharBuffer.h>
-#include <Mox/Trace.h>
 #include <Mox/Type.h>
-
-#include <typeinfo>
 
 namespace Routing::Bgp {
 
 template class ExtCommTypedSubRule<ExtCommOriginValidationStateSubRule>;
+template class ExtCommTypedPlugin<ExtCommOriginValidationStatePlugin>;
 
 // ---- Reflection ---------------------------------------------------------------------------------
 
@@ -19,28 +17,12 @@ Mox::Type const& ExtCommOriginValidationState::staticType() noexcept {
     return type;
 }
 
-Mox::Type const& BgpParseExtCommOriginValidationStateSm::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity,
-                                "Routing::Bgp::BgpParseExtCommOriginValidationStateSm", {},
-                                &BgpParseExtCommPluginBaseSm::staticType());
-    return type;
-}
-
 namespace {
-Mox::TypeRegistration const registrations[] = {
-    Mox::TypeRegistration(ExtCommOriginValidationState::staticType()),
-    Mox::TypeRegistration(
-        BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule::staticType()),
-    Mox::TypeRegistration(BgpParseExtCommOriginValidationStateSm::staticType()),
-};
+ExtCommTypedRegistrations<ExtCommOriginValidationStatePlugin, ExtCommOriginValidationState> const
+    registrations;
 } // namespace
 
 // ---- The community ------------------------------------------------------------------------------
-
-ExtCommOriginValidationState::ExtCommOriginValidationState(ExtCommContent const& content) noexcept
-  : ExtCommSubtyped(extCommClassificationOriginValidationState, content) {}
-
-ExtCommOriginValidationState::~ExtCommOriginValidationState() = default;
 
 namespace {
 
@@ -77,36 +59,11 @@ void ExtCommOriginValidationState::appendPolicyForm(Mox::CharBuffer& out,
     }
 }
 
-bool ExtCommOriginValidationState::textIsBuiltIn() const noexcept {
-    return typeid(*this) == typeid(ExtCommOriginValidationState);
-}
+// ---- Factories ----------------------------------------------------------------------------------
 
 ExtCommOriginValidationState::Ptr
 extCommOriginValidationStateFactory(ExtCommContent const& content) {
     return Mox::makeActive<ExtCommOriginValidationState>(content);
-}
-
-// ---- The plug-in --------------------------------------------------------------------------------
-
-ExtComm::PtrConst ExtCommOriginValidationStateSubRule::build(ExtCommContent const& content) {
-    return extCommOriginValidationStateFactory(content);
-}
-
-BgpParseExtCommOriginValidationStateSm::BgpParseExtCommOriginValidationStateSm(
-    BgpParseExtCommRuleCollections::PtrConst const& ruleCollections)
-  : BgpParseExtCommPluginBaseSm(ruleCollections) {
-    handleStartup();
-}
-
-BgpParseExtCommOriginValidationStateSm::~BgpParseExtCommOriginValidationStateSm() = default;
-
-void BgpParseExtCommOriginValidationStateSm::instantiateExtCommSubTypeNonTransOpaqueSubRule(
-    BgpParseExtCommSubTypeNonTransOpaqueRuleKey const& key,
-    BgpParseExtCommControl const& control) const {
-    MOX_TRACE(8, *this);
-    addExtCommSubTypeNonTransOpaqueSubRule(
-        key,
-        Mox::makeActive<BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule>(control));
 }
 
 BgpParseExtCommOriginValidationStateSm::Ptr bgpParseExtCommOriginValidationStateSmFactory(

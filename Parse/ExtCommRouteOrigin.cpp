@@ -11,26 +11,15 @@ template class ExtCommRouteIpv4Address<ExtCommRouteOriginFamily>;
 template class ExtCommTypedSubRule<ExtCommRouteOriginFamily::TwoOctetAs>;
 template class ExtCommTypedSubRule<ExtCommRouteOriginFamily::Ipv4Address>;
 template class ExtCommTypedSubRule<ExtCommRouteOriginFamily::FourOctetAs>;
-template class BgpParseExtCommRouteSm<ExtCommRouteOriginFamily>;
+template class ExtCommTypedPlugin<ExtCommRouteOriginFamily>;
 
 namespace {
-ExtCommRouteRegistrations<ExtCommRouteOriginFamily> const registrations;
+ExtCommTypedRegistrations<ExtCommRouteOriginFamily, ExtCommRouteOriginAs,
+                          ExtCommRouteOriginIpv4Address> const registrations;
 } // namespace
 
 void ExtCommRouteOriginFamily::unexpectedType() {
     Mox::assertionFailed(__FILE__, __LINE__, "formatDerivedType", "0 && \"unexpected type\"");
-}
-
-ExtComm::PtrConst ExtCommRouteOriginFamily::TwoOctetAs::build(ExtCommContent const& content) {
-    return extCommRouteOriginAsFactory(content, false);
-}
-
-ExtComm::PtrConst ExtCommRouteOriginFamily::Ipv4Address::build(ExtCommContent const& content) {
-    return extCommRouteOriginIpv4AddressFactory(content);
-}
-
-ExtComm::PtrConst ExtCommRouteOriginFamily::FourOctetAs::build(ExtCommContent const& content) {
-    return extCommRouteOriginAsFactory(content, true);
 }
 
 ExtCommRouteOriginAs::Ptr extCommRouteOriginAsFactory(ExtCommContent const& content,

@@ -11,26 +11,15 @@ template class ExtCommRouteIpv4Address<ExtCommRouteTargetFamily>;
 template class ExtCommTypedSubRule<ExtCommRouteTargetFamily::TwoOctetAs>;
 template class ExtCommTypedSubRule<ExtCommRouteTargetFamily::Ipv4Address>;
 template class ExtCommTypedSubRule<ExtCommRouteTargetFamily::FourOctetAs>;
-template class BgpParseExtCommRouteSm<ExtCommRouteTargetFamily>;
+template class ExtCommTypedPlugin<ExtCommRouteTargetFamily>;
 
 namespace {
-ExtCommRouteRegistrations<ExtCommRouteTargetFamily> const registrations;
+ExtCommTypedRegistrations<ExtCommRouteTargetFamily, ExtCommRouteTargetAs,
+                          ExtCommRouteTargetIpv4Address> const registrations;
 } // namespace
 
 void ExtCommRouteTargetFamily::unexpectedType() {
     Mox::assertionFailed(__FILE__, __LINE__, "formatDerivedType", "0 && \"unexpected type\"");
-}
-
-ExtComm::PtrConst ExtCommRouteTargetFamily::TwoOctetAs::build(ExtCommContent const& content) {
-    return extCommRouteTargetAsFactory(content, false);
-}
-
-ExtComm::PtrConst ExtCommRouteTargetFamily::Ipv4Address::build(ExtCommContent const& content) {
-    return extCommRouteTargetIpv4AddressFactory(content);
-}
-
-ExtComm::PtrConst ExtCommRouteTargetFamily::FourOctetAs::build(ExtCommContent const& content) {
-    return extCommRouteTargetAsFactory(content, true);
 }
 
 ExtCommRouteTargetAs::Ptr extCommRouteTargetAsFactory(ExtCommContent const& content,

@@ -75,8 +75,9 @@ Mox::Type const& ExtCommRuleKey<Kind>::staticType() noexcept {
     return type;
 }
 
-#define VOBGP_RULE_KEY(number, Tag, ...) template class ExtCommRuleKey<ExtCommRuleKind::Tag>;
-VOBGP_EXT_COMM_RULE_KINDS(VOBGP_RULE_KEY, VOBGP_RULE_KEY)
+template class ExtCommRuleKey<ExtCommRuleKind::Type>;
+#define VOBGP_RULE_KEY(Kind) template class ExtCommRuleKey<ExtCommRuleKind::Kind>;
+VOBGP_EXT_COMM_SUBTYPE_KINDS(VOBGP_RULE_KEY)
 #undef VOBGP_RULE_KEY
 
 // ---- The registry -------------------------------------------------------------------------------
@@ -112,32 +113,31 @@ void BgpParseExtCommRuleCollections::Notifiee::notifierIs(
 
 namespace {
 
-using HandleKey = void (*)(BgpParseExtCommRuleCollections::Notifiee& notifiee, void const* key);
+using Observer = BgpParseExtCommRuleCollections::Notifiee;
 
-/// By the number of the attribute.
-constexpr HandleKey keyHandlers[] = {
-#define VOBGP_KEY_HANDLER(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas,      \
-                          handle, ...)                                                             \
-    [](BgpParseExtCommRuleCollections::Notifiee& notifiee, void const* key) {                      \
-        notifiee.handle(*static_cast<Key const*>(key));                                            \
-    },
-    VOBGP_EXT_COMM_RULE_KINDS(VOBGP_KEY_HANDLER, VOBGP_KEY_HANDLER)
-#undef VOBGP_KEY_HANDLER
+template <class Kind>
+void callHook(Observer& observer, void const* key) {
+    Kind::notify(observer, *static_cast<ExtCommRuleKey<Kind> const*>(key));
+}
+
+/// The hook of each kind, by the number of its attribute.
+template <class... Kinds>
+struct Hooks {
+    static constexpr void (*call[])(Observer&, void const*) = {&callHook<Kinds>...};
 };
 
 } // namespace
 
 void BgpParseExtCommRuleCollections::Notifiee::handleChange(Mox::AttributeNumber attribute,
                                                             void const* key) {
-    // A change of a set as a whole, at no key, is nobody's here.
     if (key != nullptr) {
-        keyHandlers[attribute](*this, key);
+        ExtCommRuleKinds::Into<Hooks>::call[attribute](*this, key);
     }
 }
 
 BgpParseExtCommRuleCollections::BgpParseExtCommRuleCollections()
-  : notifieeList_(*this)
-  , sets_(*this) {}
+  : ExtCommRuleKinds::Into<Detail::ExtCommRuleKeySets>(static_cast<PtrInterface const&>(*this))
+  , notifieeList_(*this) {}
 
 BgpParseExtCommRuleCollections::~BgpParseExtCommRuleCollections() = default;
 

@@ -3,6 +3,8 @@
 #include <Mox/Assert.h>
 #include <Mox/Exception.h>
 
+#include <string>
+
 namespace Routing::Bgp {
 
 // ---- Bases --------------------------------------------------------------------------------------
@@ -44,32 +46,6 @@ Mox::Type const& ExtCommSubRuleBase<Kind>::staticType() noexcept {
     return type;
 }
 
-// ---- Layouts ------------------------------------------------------------------------------------
-
-namespace ExtCommLayout {
-
-ExtComm::PtrConst TwoOctetAs::build(ExtCommContent const& content) {
-    return ExtCommAsNumber::ExtCommAsNumberIs(extCommClassificationUnSpecified, content, false);
-}
-
-ExtComm::PtrConst FourOctetAs::build(ExtCommContent const& content) {
-    return ExtCommAsNumber::ExtCommAsNumberIs(extCommClassificationUnSpecified, content, true);
-}
-
-ExtComm::PtrConst Ipv4Address::build(ExtCommContent const& content) {
-    return Mox::makeActive<ExtCommIpv4Address>(extCommClassificationUnSpecified, content);
-}
-
-ExtComm::PtrConst Subtyped::build(ExtCommContent const& content) {
-    return ExtCommSubtyped::ExtCommSubtypedIs(extCommClassificationUnSpecified, content);
-}
-
-ExtCommIp6::PtrConst Ip6Subtyped::build(ExtCommIp6Content const& content) {
-    return Mox::makeActive<ExtCommIp6Subtyped>(extCommClassificationUnSpecified, content);
-}
-
-} // namespace ExtCommLayout
-
 // ---- Rules of one type --------------------------------------------------------------------------
 
 template <class Kind>
@@ -95,13 +71,19 @@ template <class Kind>
 Mox::PtrConst<typename ExtCommPerTypeRule<Kind>::Width::Community>
 ExtCommPerTypeRule<Kind>::inhale(typename Width::Content const& content) const {
     auto claimed = subTypeRule_.inhale(Width::subtypeOctet(content), content);
-    return claimed ? std::move(claimed) : Kind::Layout::build(content);
+    if (claimed) {
+        return claimed;
+    }
+    using Layout = typename Kind::Layout;
+    return ExtCommLayout::build<Layout, typename Layout::Community>(
+        content, extCommClassificationUnSpecified);
 }
 
 template <class Kind>
 void ExtCommPerTypeRule<Kind>::subTypeRuleIs(Mox::PtrConst<SubRule> const& rule) {
     if (!rule) {
-        throw Mox::NullMutatorArgumentException(Kind::nullSubRule);
+        auto const name = Kind::ruleName.substr(Kind::ruleName.rfind(':') + 1);
+        throw Mox::NullMutatorArgumentException(std::string(name) + "::subTypeRuleIs");
     }
     subTypeRule_.is(rule);
 }
@@ -120,14 +102,13 @@ void ExtCommPerTypeRule<Kind>::handleDel() {
     this->ruleCollections().keyDel(ExtCommRuleKey<Kind>(this));
 }
 
-#define VOBGP_NO_KIND(...)
-#define VOBGP_KIND_CLASSES(number, Tag, ...)                                                       \
-    template class ExtCommSubRuleBase<ExtCommRuleKind::Tag>;                                       \
-    template class ExtCommPerTypeRule<ExtCommRuleKind::Tag>;
-VOBGP_EXT_COMM_RULE_KINDS(VOBGP_NO_KIND, VOBGP_KIND_CLASSES)
+#define VOBGP_KIND_CLASSES(Kind)                                                                   \
+    template class ExtCommSubRuleBase<ExtCommRuleKind::Kind>;                                      \
+    template class ExtCommPerTypeRule<ExtCommRuleKind::Kind>;
+VOBGP_EXT_COMM_SUBTYPE_KINDS(VOBGP_KIND_CLASSES)
 #undef VOBGP_KIND_CLASSES
 
-// ---- The rule at the top ------------------------------------------------------------------------
+// ---- The top-level rule -------------------------------------------------------------------------
 
 Mox::Type const& BgpParseExtendedCommunityRule::staticType() noexcept {
     using Rule = BgpParseExtendedCommunityRule;
@@ -148,9 +129,9 @@ BgpParseExtendedCommunityRule::BgpParseExtendedCommunityRule(
 BgpParseExtendedCommunityRule::~BgpParseExtendedCommunityRule() = default;
 
 void BgpParseExtendedCommunityRule::handleInitialized() {
-#define VOBGP_FILE_TYPE_RULE(number, Tag, RuleClass, ...)                                          \
-    fileTypeRule(Mox::makeActive<RuleClass>(parseControl()));
-    VOBGP_EXT_COMM_RULE_KINDS(VOBGP_NO_KIND, VOBGP_FILE_TYPE_RULE)
+#define VOBGP_FILE_TYPE_RULE(Kind)                                                                 \
+    fileTypeRule(Mox::makeActive<ExtCommRuleKind::Kind::Rule>(parseControl()));
+    VOBGP_EXT_COMM_SUBTYPE_KINDS(VOBGP_FILE_TYPE_RULE)
 #undef VOBGP_FILE_TYPE_RULE
     announce(BgpParseExtendedCommunityRuleKey(this));
 }
@@ -210,19 +191,18 @@ bgpParseExtendedCommunityRuleFactory(BgpParseExtCommControl const& parseControl)
 
 namespace {
 
-#define VOBGP_KIND_TYPES(number, Tag, ...)                                                         \
-    Mox::TypeRegistration(ExtCommSubRuleBase<ExtCommRuleKind::Tag>::staticType()),                 \
-        Mox::TypeRegistration(ExtCommPerTypeRule<ExtCommRuleKind::Tag>::staticType()),
+#define VOBGP_KIND_TYPES(Kind)                                                                     \
+    Mox::TypeRegistration(ExtCommRuleKind::Kind::SubRule::staticType()),                           \
+        Mox::TypeRegistration(ExtCommRuleKind::Kind::Rule::staticType()),
 
 Mox::TypeRegistration const registrations[] = {
     Mox::TypeRegistration(BgpParseExtCommRuleBase::staticType()),
     Mox::TypeRegistration(BgpParseExtendedCommunityTypeRuleBase::staticType()),
     Mox::TypeRegistration(BgpParseExtendedCommunityIp6TypeRuleBase::staticType()),
     Mox::TypeRegistration(BgpParseExtendedCommunityRule::staticType()),
-    VOBGP_EXT_COMM_RULE_KINDS(VOBGP_NO_KIND, VOBGP_KIND_TYPES)};
+    VOBGP_EXT_COMM_SUBTYPE_KINDS(VOBGP_KIND_TYPES)};
 
 #undef VOBGP_KIND_TYPES
-#undef VOBGP_NO_KIND
 
 } // namespace
 

@@ -1,14 +1,12 @@
 #include <VoBgp/Parse/ExtCommTunnelEncap.h>
 
 #include <Mox/CharBuffer.h>
-#include <Mox/Trace.h>
 #include <Mox/Type.h>
-
-#include <typeinfo>
 
 namespace Routing::Bgp {
 
 template class ExtCommTypedSubRule<ExtCommTunnelEncapSubRule>;
+template class ExtCommTypedPlugin<ExtCommTunnelEncapPlugin>;
 
 // ---- Reflection ---------------------------------------------------------------------------------
 
@@ -20,27 +18,11 @@ Mox::Type const& ExtCommTunnelEncap::staticType() noexcept {
     return type;
 }
 
-Mox::Type const& BgpParseExtCommTunnelEncapSm::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity,
-                                "Routing::Bgp::BgpParseExtCommTunnelEncapSm", {},
-                                &BgpParseExtCommPluginBaseSm::staticType());
-    return type;
-}
-
 namespace {
-Mox::TypeRegistration const registrations[] = {
-    Mox::TypeRegistration(ExtCommTunnelEncap::staticType()),
-    Mox::TypeRegistration(BgpParseExtComSubTypeTransOpaqueTunnelEncapRule::staticType()),
-    Mox::TypeRegistration(BgpParseExtCommTunnelEncapSm::staticType()),
-};
+ExtCommTypedRegistrations<ExtCommTunnelEncapPlugin, ExtCommTunnelEncap> const registrations;
 } // namespace
 
 // ---- The community ------------------------------------------------------------------------------
-
-ExtCommTunnelEncap::ExtCommTunnelEncap(ExtCommContent const& content) noexcept
-  : ExtCommSubtyped(extCommClassificationTunnelEncap, content) {}
-
-ExtCommTunnelEncap::~ExtCommTunnelEncap() = default;
 
 void ExtCommTunnelEncap::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
     out.append("<TunnelEncap ").appendDecimal(tunnelType()).append(':');
@@ -60,34 +42,10 @@ void ExtCommTunnelEncap::appendPolicyForm(Mox::CharBuffer& out, StrepFormat form
     }
 }
 
-bool ExtCommTunnelEncap::textIsBuiltIn() const noexcept {
-    return typeid(*this) == typeid(ExtCommTunnelEncap);
-}
+// ---- Factories ----------------------------------------------------------------------------------
 
 ExtCommTunnelEncap::Ptr extCommTunnelEncapFactory(ExtCommContent const& content) {
     return Mox::makeActive<ExtCommTunnelEncap>(content);
-}
-
-// ---- The plug-in --------------------------------------------------------------------------------
-
-ExtComm::PtrConst ExtCommTunnelEncapSubRule::build(ExtCommContent const& content) {
-    return extCommTunnelEncapFactory(content);
-}
-
-BgpParseExtCommTunnelEncapSm::BgpParseExtCommTunnelEncapSm(
-    BgpParseExtCommRuleCollections::PtrConst const& ruleCollections)
-  : BgpParseExtCommPluginBaseSm(ruleCollections) {
-    handleStartup();
-}
-
-BgpParseExtCommTunnelEncapSm::~BgpParseExtCommTunnelEncapSm() = default;
-
-void BgpParseExtCommTunnelEncapSm::instantiateExtCommSubTypeTransOpaqueSubRule(
-    BgpParseExtCommSubTypeTransOpaqueRuleKey const& key,
-    BgpParseExtCommControl const& control) const {
-    MOX_TRACE(8, *this);
-    addExtCommSubTypeTransOpaqueSubRule(
-        key, Mox::makeActive<BgpParseExtComSubTypeTransOpaqueTunnelEncapRule>(control));
 }
 
 BgpParseExtCommTunnelEncapSm::Ptr bgpParseExtCommTunnelEncapSmFactory(

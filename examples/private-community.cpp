@@ -1,74 +1,58 @@
-// An agent that teaches the parse rules a community of its own: the OSPF route type of RFC 4577,
-// which the enumeration of transitive opaque subtypes names and no built-in plug-in serves.
+// An agent that adds a typed community of its own: the OSPF route type (RFC 4577), a transitive
+// opaque subtype that no built-in plug-in serves.
 //! [private community]
 #include <Lumo/IpAddr.h>
 #include <Mox/CharBuffer.h>
 #include <Mox/Type.h>
 #include <VoBgp/CommunityTables.h>
 #include <VoBgp/Parse/ExtComm.h>
+#include <VoBgp/Parse/ExtCommTyped.h>
 
 #include <iostream>
+#include <string_view>
 
 using namespace Routing::Bgp;
 
 namespace {
 
-/// The OSPF area that a route came from, and what it was there (RFC 4577, section 4.2.6).
-/// Immutable.
+/// The OSPF area that a route came from, and its type there (RFC 4577, section 4.2.6).
 ///
 ///     octet  0      1         2       3       4       5       6          7
 ///          +------+---------+-------------------------------+------------+---------+
 ///          | 0x03 |  0x06   |             area              | route type | options |
 ///          +------+---------+-------------------------------+------------+---------+
-class OspfRouteType final : public ExtCommSubtyped {
+class OspfRouteType final : public ExtCommTyped<OspfRouteType, ExtCommSubtyped> {
   public:
     MOX_COUNTED(OspfRouteType)
 
     explicit OspfRouteType(ExtCommContent const& content) noexcept
-      : ExtCommSubtyped(extCommClassificationUnSpecified, content) {}
+      : ExtCommTyped(extCommClassificationUnSpecified, content) {}
 
     Lumo::IpAddr area() const noexcept { return Lumo::IpAddr(static_cast<U32>(community() >> 16)); }
     U8 routeType() const noexcept { return static_cast<U8>(community() >> 8); }
 
-    String toStrepForPolicy(StrepFormat strepFormatFlags) const override {
-        Mox::LocalCharBuffer<64> out;
-        if (strepFormatFlags.has(StrepFormat::strepFormatClassification)) {
+  protected:
+    void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override {
+        if (format.has(StrepFormat::strepFormatClassification)) {
             out.append("OSPF-Route-Type:");
         }
         area().format(out);
-        return out.append(':').appendDecimal(routeType()).string();
+        out.append(':').appendDecimal(routeType());
     }
 };
 
-/// Makes every value of the subtype one of these.
-class OspfRouteTypeRule final : public BgpParseExtComSubTypeTransOpaqueRuleBase {
-  public:
-    MOX_COUNTED(OspfRouteTypeRule)
-
-    explicit OspfRouteTypeRule(BgpParseExtCommControl const& control)
-      : BgpParseExtComSubTypeTransOpaqueRuleBase(control,
-                                                 extCommPktSubtypeTransOpaqueOspfRouteType) {}
-
-    ExtComm::PtrConst inhale(ExtCommContent const& content) const override {
-        return Mox::makeActive<OspfRouteType>(content);
-    }
+/// The parse rule for the subtype.
+struct OspfRouteTypeRule {
+    using Community = OspfRouteType;
+    using Kind = ExtCommRuleKind::TransOpaque;
+    static constexpr auto subtype = extCommPktSubtypeTransOpaqueOspfRouteType;
+    static constexpr std::string_view ruleName = "Example::OspfRouteTypeRule";
 };
 
-/// Files the rule into every rule for transitive opaque values that is announced.
-class OspfRouteTypeSm final : public BgpParseExtCommPluginBaseSm {
-  public:
-    MOX_COUNTED(OspfRouteTypeSm)
-
-    explicit OspfRouteTypeSm(BgpParseExtCommRuleCollections::PtrConst const& ruleCollections)
-      : BgpParseExtCommPluginBaseSm(ruleCollections) {
-        handleStartup();
-    }
-
-    void instantiateExtCommSubTypeTransOpaqueSubRule(
-        BgpParseExtCommSubTypeTransOpaqueRuleKey const& key,
-        BgpParseExtCommControl const& control) const override {
-        addExtCommSubTypeTransOpaqueSubRule(key, Mox::makeActive<OspfRouteTypeRule>(control));
-    }
+/// The plug-in that adds the rule to the library's.
+struct OspfRouteTypePlugin {
+    using SubRules = ExtCommSubRules<OspfRouteTypeRule>;
+    static constexpr std::string_view pluginName = "Example::OspfRouteTypePlugin";
 };
 
 using Mox::Type;
@@ -77,18 +61,6 @@ Type const& OspfRouteType::staticType() noexcept {
     static Type const type(Type::Kind::entity, "Example::OspfRouteType",
                            {Mox::readOnlyAttribute<OspfRouteType, &OspfRouteType::area>("area")},
                            &ExtCommSubtyped::staticType());
-    return type;
-}
-
-Type const& OspfRouteTypeRule::staticType() noexcept {
-    static Type const type(Type::Kind::entity, "Example::OspfRouteTypeRule", {},
-                           &BgpParseExtComSubTypeTransOpaqueRuleBase::staticType());
-    return type;
-}
-
-Type const& OspfRouteTypeSm::staticType() noexcept {
-    static Type const type(Type::Kind::entity, "Example::OspfRouteTypeSm", {},
-                           &BgpParseExtCommPluginBaseSm::staticType());
     return type;
 }
 
@@ -104,10 +76,10 @@ int main() {
     U64 const ospfRouteType = 0x0306'0000'0001'0500;
     show(ospfRouteType);
 
-    // The rules are there already: the plug-in catches up on them.
-    parsing->extCommParserSmsEnq(
-        Mox::makeActive<OspfRouteTypeSm>(parsing->parseExtCommRuleCollections()));
+    // Rules that exist already get the plug-in's rule too.
+    parsing->extCommParserSmsEnq(Mox::makeActive<ExtCommTypedPlugin<OspfRouteTypePlugin>>(
+        parsing->parseExtCommRuleCollections()));
     show(ospfRouteType);
-    show(0x030b'0000'0000'0064); // a color is a color still
+    show(0x030b'0000'0000'0064); // a color as before
 }
 //! [private community]

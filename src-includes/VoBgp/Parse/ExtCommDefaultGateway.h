@@ -1,57 +1,51 @@
 #pragma once
 
 #include <Mox/Export.h>
-#include <VoBgp/Parse/ExtCommPlugin.h>
-#include <VoBgp/Parse/ExtCommTypedSubRule.h>
+#include <VoBgp/Parse/ExtCommTyped.h>
 #include <VoBgp/VoBgpCommunity.h>
 
 #include <string_view>
 
 namespace Routing::Bgp {
 
-/// The mark of a default gateway's route (RFC 7432, section 7.8): type 0x03, subtype 0x0d, and
-/// nothing else. Else as its base.
-class VOBGP_EXPORT ExtCommDefaultGateway : public ExtCommSubtyped {
+/// Marks the route of a default gateway (RFC 7432, section 7.8): type 0x03, subtype 0x0d, no
+/// fields.
+class VOBGP_EXPORT ExtCommDefaultGateway
+  : public ExtCommTyped<ExtCommDefaultGateway, ExtCommSubtyped> {
   public:
     MOX_COUNTED(ExtCommDefaultGateway)
 
-    explicit ExtCommDefaultGateway(ExtCommContent const& content) noexcept;
-    ~ExtCommDefaultGateway() override;
+    explicit ExtCommDefaultGateway(ExtCommContent const& content) noexcept
+      : ExtCommTyped(extCommClassificationDefaultGateway, content) {}
 
   protected:
     void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
 
     /// `DefaultGateway`, whatever the format.
     void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
-    bool textIsBuiltIn() const noexcept override;
 };
 
-/// The row of the sub-rule of default gateways.
+/// The row of the sub-rule.
 struct VOBGP_EXPORT ExtCommDefaultGatewaySubRule {
+    using Community = ExtCommDefaultGateway;
     using Kind = ExtCommRuleKind::TransOpaque;
     static constexpr auto subtype = extCommPktSubtypeTransOpaqueDefaultGateway;
     static constexpr std::string_view ruleName =
         "Routing::Bgp::BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule";
-    static ExtComm::PtrConst build(ExtCommContent const& content);
+};
+
+/// The row of the plug-in.
+struct VOBGP_EXPORT ExtCommDefaultGatewayPlugin {
+    using SubRules = ExtCommSubRules<ExtCommDefaultGatewaySubRule>;
+    static constexpr std::string_view pluginName = "Routing::Bgp::BgpParseExtCommDefaultGatewaySm";
 };
 
 using BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule =
     ExtCommTypedSubRule<ExtCommDefaultGatewaySubRule>;
+using BgpParseExtCommDefaultGatewaySm = ExtCommTypedPlugin<ExtCommDefaultGatewayPlugin>;
+
 extern template class ExtCommTypedSubRule<ExtCommDefaultGatewaySubRule>;
-
-/// The plug-in of default gateways. Else as its base.
-class VOBGP_EXPORT BgpParseExtCommDefaultGatewaySm final : public BgpParseExtCommPluginBaseSm {
-  public:
-    MOX_COUNTED(BgpParseExtCommDefaultGatewaySm)
-
-    explicit BgpParseExtCommDefaultGatewaySm(
-        BgpParseExtCommRuleCollections::PtrConst const& ruleCollections);
-    ~BgpParseExtCommDefaultGatewaySm() override;
-
-    void instantiateExtCommSubTypeTransOpaqueSubRule(
-        BgpParseExtCommSubTypeTransOpaqueRuleKey const& key,
-        BgpParseExtCommControl const& control) const override;
-};
+extern template class ExtCommTypedPlugin<ExtCommDefaultGatewayPlugin>;
 
 // New objects with their notifications switched on.
 VOBGP_EXPORT ExtCommDefaultGateway::Ptr extCommDefaultGatewayFactory(ExtCommContent const& content);

@@ -1,29 +1,28 @@
 #pragma once
 
 #include <Mox/Export.h>
-#include <VoBgp/Parse/ExtCommPlugin.h>
-#include <VoBgp/Parse/ExtCommTypedSubRule.h>
+#include <VoBgp/Parse/ExtCommTyped.h>
 #include <VoBgp/VoBgpCommunity.h>
 
 #include <string_view>
 
 namespace Routing::Bgp {
 
-/// The bandwidth of the link towards a neighbour AS, non-transitive (type 0x40, subtype 0x04). Else
-/// as its base.
+/// The bandwidth of the link towards a neighbour AS, non-transitive (type 0x40, subtype 0x04).
 ///
 ///     octet  0      1         2       3       4       5       6       7
 ///          +------+---------+---------------+-------------------------------+
 ///          | 0x40 |  0x04   |   AS number   | bandwidth: an IEEE 754 number |
 ///          +------+---------+---------------+-------------------------------+
 ///
-/// In octets per second, of single precision; whoever sent it may have sent any 32 bits.
-class VOBGP_EXPORT ExtCommLinkBandwidth : public ExtCommAsNumber {
+/// In octets per second, single precision; a peer may send any 32 bits.
+class VOBGP_EXPORT ExtCommLinkBandwidth
+  : public ExtCommTyped<ExtCommLinkBandwidth, ExtCommAsNumber> {
   public:
     MOX_COUNTED(ExtCommLinkBandwidth)
 
-    explicit ExtCommLinkBandwidth(ExtCommContent const& content) noexcept;
-    ~ExtCommLinkBandwidth() override;
+    explicit ExtCommLinkBandwidth(ExtCommContent const& content) noexcept
+      : ExtCommTyped(extCommClassificationLinkBandwidth, content, false) {}
 
     /// In octets per second; possibly negative, infinite or not a number.
     float bandwidth() const noexcept;
@@ -32,38 +31,32 @@ class VOBGP_EXPORT ExtCommLinkBandwidth : public ExtCommAsNumber {
   protected:
     void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
 
-    /// With strepFormatClassification and strepFormatUI as the routing information base shows it;
-    /// else the plain number, after `lbw ` if strepFormatClassification is set.
+    /// With strepFormatClassification and strepFormatUI, the bandwidth with its unit; otherwise the
+    /// plain number, with the prefix `lbw ` if strepFormatClassification is set.
     void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
-    bool textIsBuiltIn() const noexcept override;
 };
 
-/// The row of the sub-rule of link bandwidths.
+/// The row of the sub-rule.
 struct VOBGP_EXPORT ExtCommLinkBandwidthSubRule {
+    using Community = ExtCommLinkBandwidth;
     using Kind = ExtCommRuleKind::NonTransTwoOctetAs;
     static constexpr auto subtype = extCommPktSubtypeNonTransTwoOctetAsLinkBandwidth;
     static constexpr std::string_view ruleName =
         "Routing::Bgp::BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule";
-    static ExtComm::PtrConst build(ExtCommContent const& content);
+};
+
+/// The row of the plug-in.
+struct VOBGP_EXPORT ExtCommLinkBandwidthPlugin {
+    using SubRules = ExtCommSubRules<ExtCommLinkBandwidthSubRule>;
+    static constexpr std::string_view pluginName = "Routing::Bgp::BgpParseExtCommLinkBandwidthSm";
 };
 
 using BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule =
     ExtCommTypedSubRule<ExtCommLinkBandwidthSubRule>;
+using BgpParseExtCommLinkBandwidthSm = ExtCommTypedPlugin<ExtCommLinkBandwidthPlugin>;
+
 extern template class ExtCommTypedSubRule<ExtCommLinkBandwidthSubRule>;
-
-/// The plug-in of link bandwidths. Else as its base.
-class VOBGP_EXPORT BgpParseExtCommLinkBandwidthSm final : public BgpParseExtCommPluginBaseSm {
-  public:
-    MOX_COUNTED(BgpParseExtCommLinkBandwidthSm)
-
-    explicit BgpParseExtCommLinkBandwidthSm(
-        BgpParseExtCommRuleCollections::PtrConst const& ruleCollections);
-    ~BgpParseExtCommLinkBandwidthSm() override;
-
-    void instantiateExtCommSubTypeNonTransTwoOctetAsSubRule(
-        BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey const& key,
-        BgpParseExtCommControl const& control) const override;
-};
+extern template class ExtCommTypedPlugin<ExtCommLinkBandwidthPlugin>;
 
 // New objects with their notifications switched on.
 VOBGP_EXPORT ExtCommLinkBandwidth::Ptr extCommLinkBandwidthFactory(ExtCommContent const& content);

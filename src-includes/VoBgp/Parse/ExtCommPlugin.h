@@ -10,67 +10,99 @@
 
 namespace Routing::Bgp {
 
-/// Base of every plug-in: what teaches the parse rules one kind of typed community.
+class BgpParseExtCommPluginBaseSm;
+
+namespace Detail {
+
+/// What the operations of every kind on a plug-in are made of.
+class VOBGP_EXPORT ExtCommPluginOperations : public Mox::PtrInterface {
+  protected:
+    template <class Kind>
+    static BgpParseExtCommControl const& controlOf(ExtCommRuleKey<Kind> key) {
+        return key.rule()->parseControl();
+    }
+
+    /// Calls the visitor with each key of the kind in the plug-in's registry. The visitor may drop
+    /// the last reference to the plug-in.
+    template <class Kind, class Visitor>
+    void forEachKey(Visitor visitor) const;
+
+    /// Files a sub-rule into the announced rule. REQUIRES: it is not null (asserted).
+    template <class Kind>
+    static void fileSubRule(ExtCommRuleKey<Kind> key,
+                            Mox::PtrConst<typename Kind::SubRule> const& subRule) {
+        constexpr bool isTypeRule = !requires {
+            Kind::pktType;
+        };
+        if (subRule == nullptr) {
+            subRuleIsNull(Kind::addName, isTypeRule ? "__null != rule" : "rule != __null");
+        }
+        if constexpr (isTypeRule) {
+            key.rule()->typeRuleIs(subRule);
+        } else {
+            key.rule()->subTypeRuleIs(subRule);
+        }
+    }
+
+    /// Traces that a hook of the plug-in was called.
+    void traceHook(char const* hook) const;
+
+  private:
+    [[noreturn]] static void subRuleIsNull(char const* operation, char const* text);
+};
+
+template <class Kind, class Next>
+using PluginHookOf = typename Kind::template PluginHook<Next>;
+
+} // namespace Detail
+
+/// Base of every plug-in. A plug-in extends the parse rules by a typed community: it observes a
+/// registry, and files a sub-rule into every announced rule of the kinds that it serves.
 ///
-/// A plug-in watches a registry and files a sub-rule of its own into every announced rule of the
-/// kinds that it serves. It is owned by the container or by an agent; it holds its registry by way
-/// of a reactor, and neither the rules nor the sub-rules. What it serves is which hooks it
-/// overrides. Its constructor, once its hooks can be called, runs handleStartup(). Reactor thread.
+/// Owned by the container or by an agent. Keeps its registry alive by a reactor; holds neither
+/// rules nor sub-rules. Reactor thread.
 ///
-/// A plug-in does not hear whether a rule comes or goes: into one that goes it files one more
-/// sub-rule, in place of its previous one.
-class VOBGP_EXPORT BgpParseExtCommPluginBaseSm : public Mox::PtrInterface {
+/// A plug-in serves the kinds whose hooks it overrides. The constructor of the most derived class
+/// calls handleStartup(). The row of each kind names the hook and three operations:
+///
+///     instantiate(key, control)  the hook: builds a sub-rule with that control and files it by
+///                                `add`; empty here
+///     handle(key)                calls the hook with the control of the announced rule
+///     handle()                   does so for every key of the registry
+///     add(key, subRule)          files a sub-rule into the announced rule; asserts that it is not
+///                                null
+///
+/// A plug-in is notified of a removed rule as of an added one: it files another sub-rule into the
+/// rule, which replaces its previous one.
+class VOBGP_EXPORT BgpParseExtCommPluginBaseSm
+  : public ExtCommChain<ExtCommRuleKinds, Detail::PluginHookOf, Detail::ExtCommPluginOperations> {
   public:
     MOX_COUNTED(BgpParseExtCommPluginBaseSm)
 
-    /// What observes the registry in a plug-in's place: hands each key to the plug-in's handle
-    /// operation of its kind, unless it is switched off or flagged for deletion. A part of its
-    /// plug-in.
+    /// Observes the registry for its plug-in: hands each key to the plug-in's `handle` operation of
+    /// the kind, unless it is switched off or flagged for deletion.
     class MoxRuleCollections;
 
     ~BgpParseExtCommPluginBaseSm() override;
 
-    /// The hooks, one for each kind of rule: builds a sub-rule with that control and files it with
-    /// the `add` operation of the kind. Empty here.
-#define VOBGP_PLUGIN_HOOK(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas,      \
-                          handle, instantiate, ...)                                                \
-    virtual void instantiate(Key const& /*key*/, BgpParseExtCommControl const& /*control*/) const {}
-    VOBGP_EXT_COMM_RULE_KINDS(VOBGP_PLUGIN_HOOK, VOBGP_PLUGIN_HOOK)
-#undef VOBGP_PLUGIN_HOOK
-
-    /// Flags the plug-in for deletion, or clears the flag: a flagged one ignores every
-    /// notification.
+    /// Flags the plug-in for deletion, or clears the flag. While flagged it ignores notifications.
     virtual void moxDoZombieReactors(bool zombie);
-    bool isZombie() const noexcept {
-        return zombie_;
-    }
+    bool isZombie() const noexcept { return zombie_; }
 
     /// Switches the reactor as well.
     void hasNotificationActiveIs(bool active) override;
 
-    /// The registry that the plug-in watches, or null.
+    /// The observed registry, or null.
     BgpParseExtCommRuleCollections::PtrConst ruleCollections() const noexcept;
 
-    /// Drops the reactor, and the registry with it: the plug-in hears no more.
+    /// Stops observing, and drops the reference to the registry.
     void ruleCollectionsDel() noexcept;
 
-    /// Replays what the registry holds already, set by set in the order of the table.
+    /// Calls the hooks for every key in the registry, set by set in the order of the kinds.
     void handleStartup() const;
 
-    // For each kind:
-    // handle(key)  runs the hook of the kind with the control of the announced rule
-    // handle()     does so for every key of the registry
-    // add          files a sub-rule into the announced rule; asserts that it is not null
-#define VOBGP_PLUGIN_OPERATIONS(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll,        \
-                                setHas, handle, instantiate, add, ...)                             \
-    void handle(Key const& key) const;                                                             \
-    void handle() const;                                                                           \
-    void add(Key const& key, Mox::PtrConst<ExtCommRuleKind::Tag::SubRule> const& rule) const;
-    VOBGP_EXT_COMM_RULE_KINDS(VOBGP_PLUGIN_OPERATIONS, VOBGP_PLUGIN_OPERATIONS)
-#undef VOBGP_PLUGIN_OPERATIONS
-
   protected:
-    /// A plug-in without a registry never files anything.
+    /// With a null registry the plug-in never files anything.
     explicit BgpParseExtCommPluginBaseSm(
         BgpParseExtCommRuleCollections::PtrConst const& ruleCollections);
 
@@ -79,7 +111,16 @@ class VOBGP_EXPORT BgpParseExtCommPluginBaseSm : public Mox::PtrInterface {
     bool zombie_ = false;
 };
 
-/// Writes which plug-in it is, for traces: its type and its address.
+template <class Kind, class Visitor>
+void Detail::ExtCommPluginOperations::forEachKey(Visitor visitor) const {
+    BgpParseExtCommPluginBaseSm::PtrConst const self(
+        static_cast<BgpParseExtCommPluginBaseSm const*>(this));
+    if (auto const registry = self->ruleCollections()) {
+        registry->keys<Kind>().forEach(visitor);
+    }
+}
+
+/// Writes the plug-in's type and address, for traces.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, BgpParseExtCommPluginBaseSm const& plugin);
 
 } // namespace Routing::Bgp

@@ -7,8 +7,8 @@
 
 namespace Routing::Bgp {
 
-/// The words and names of route origins, which say at what site a route came in (RFC 4360, section
-/// 5).
+/// The words and names of route origins, which identify the site a route came from (RFC 4360,
+/// section 5).
 struct VOBGP_EXPORT ExtCommRouteOriginFamily {
     static constexpr ExtCommClassification classification = extCommClassificationRouteOrigin;
 
@@ -25,28 +25,30 @@ struct VOBGP_EXPORT ExtCommRouteOriginFamily {
     static constexpr std::string_view ipv4Name = "Routing::Bgp::ExtCommRouteOriginIpv4Address";
     static constexpr std::string_view pluginName = "Routing::Bgp::BgpParseExtCommRouteOriginSm";
 
-    // The sub-rules.
+    // The rows of the sub-rules.
     struct VOBGP_EXPORT TwoOctetAs {
+        using Community = ExtCommRouteAs<ExtCommRouteOriginFamily>;
         using Kind = ExtCommRuleKind::TransTwoOctetAs;
         static constexpr auto subtype = extCommPktSubtypeTransTwoOctetAsRouteOrigin;
         static constexpr std::string_view ruleName =
             "Routing::Bgp::BgpParseExtComSubTypeTransTwoOctetAsRouteOriginRule";
-        static ExtComm::PtrConst build(ExtCommContent const& content);
     };
     struct VOBGP_EXPORT Ipv4Address {
+        using Community = ExtCommRouteIpv4Address<ExtCommRouteOriginFamily>;
         using Kind = ExtCommRuleKind::TransIpv4Address;
         static constexpr auto subtype = extCommPktSubtypeTransIpv4AddressRouteOrigin;
         static constexpr std::string_view ruleName =
             "Routing::Bgp::BgpParseExtComSubTypeTransIpv4AddressRouteOriginRule";
-        static ExtComm::PtrConst build(ExtCommContent const& content);
     };
     struct VOBGP_EXPORT FourOctetAs {
+        using Community = ExtCommRouteAs<ExtCommRouteOriginFamily>;
         using Kind = ExtCommRuleKind::TransFourOctetAs;
         static constexpr auto subtype = extCommPktSubtypeTransFourOctetAsRouteOrigin;
         static constexpr std::string_view ruleName =
             "Routing::Bgp::BgpParseExtComSubTypeTransFourOctetAsRouteOriginRule";
-        static ExtComm::PtrConst build(ExtCommContent const& content);
     };
+
+    using SubRules = ExtCommSubRules<TwoOctetAs, Ipv4Address, FourOctetAs>;
 
     /// Asserts: a type octet that no rule builds a route origin with an AS for.
     [[noreturn]] static void unexpectedType();
@@ -60,14 +62,14 @@ using BgpParseExtComSubTypeTransIpv4AddressRouteOriginRule =
     ExtCommTypedSubRule<ExtCommRouteOriginFamily::Ipv4Address>;
 using BgpParseExtComSubTypeTransFourOctetAsRouteOriginRule =
     ExtCommTypedSubRule<ExtCommRouteOriginFamily::FourOctetAs>;
-using BgpParseExtCommRouteOriginSm = BgpParseExtCommRouteSm<ExtCommRouteOriginFamily>;
+using BgpParseExtCommRouteOriginSm = ExtCommTypedPlugin<ExtCommRouteOriginFamily>;
 
 extern template class ExtCommRouteAs<ExtCommRouteOriginFamily>;
 extern template class ExtCommRouteIpv4Address<ExtCommRouteOriginFamily>;
 extern template class ExtCommTypedSubRule<ExtCommRouteOriginFamily::TwoOctetAs>;
 extern template class ExtCommTypedSubRule<ExtCommRouteOriginFamily::Ipv4Address>;
 extern template class ExtCommTypedSubRule<ExtCommRouteOriginFamily::FourOctetAs>;
-extern template class BgpParseExtCommRouteSm<ExtCommRouteOriginFamily>;
+extern template class ExtCommTypedPlugin<ExtCommRouteOriginFamily>;
 
 // New objects with their notifications switched on.
 VOBGP_EXPORT ExtCommRouteOriginAs::Ptr extCommRouteOriginAsFactory(ExtCommContent const& content,

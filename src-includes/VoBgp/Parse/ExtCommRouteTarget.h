@@ -24,28 +24,30 @@ struct VOBGP_EXPORT ExtCommRouteTargetFamily {
     static constexpr std::string_view ipv4Name = "Routing::Bgp::ExtCommRouteTargetIpv4Address";
     static constexpr std::string_view pluginName = "Routing::Bgp::BgpParseExtCommRouteTargetSm";
 
-    // The sub-rules.
+    // The rows of the sub-rules.
     struct VOBGP_EXPORT TwoOctetAs {
+        using Community = ExtCommRouteAs<ExtCommRouteTargetFamily>;
         using Kind = ExtCommRuleKind::TransTwoOctetAs;
         static constexpr auto subtype = extCommPktSubtypeTransTwoOctetAsRouteTarget;
         static constexpr std::string_view ruleName =
             "Routing::Bgp::BgpParseExtComSubTypeTransTwoOctetAsRouteTargetRule";
-        static ExtComm::PtrConst build(ExtCommContent const& content);
     };
     struct VOBGP_EXPORT Ipv4Address {
+        using Community = ExtCommRouteIpv4Address<ExtCommRouteTargetFamily>;
         using Kind = ExtCommRuleKind::TransIpv4Address;
         static constexpr auto subtype = extCommPktSubtypeTransIpv4AddressRouteTarget;
         static constexpr std::string_view ruleName =
             "Routing::Bgp::BgpParseExtComSubTypeTransIpv4AddressRouteTargetRule";
-        static ExtComm::PtrConst build(ExtCommContent const& content);
     };
     struct VOBGP_EXPORT FourOctetAs {
+        using Community = ExtCommRouteAs<ExtCommRouteTargetFamily>;
         using Kind = ExtCommRuleKind::TransFourOctetAs;
         static constexpr auto subtype = extCommPktSubtypeTransFourOctetAsRouteTarget;
         static constexpr std::string_view ruleName =
             "Routing::Bgp::BgpParseExtComSubTypeTransFourOctetAsRouteTargetRule";
-        static ExtComm::PtrConst build(ExtCommContent const& content);
     };
+
+    using SubRules = ExtCommSubRules<TwoOctetAs, Ipv4Address, FourOctetAs>;
 
     /// Asserts: a type octet that no rule builds a route target with an AS for.
     [[noreturn]] static void unexpectedType();
@@ -59,14 +61,14 @@ using BgpParseExtComSubTypeTransIpv4AddressRouteTargetRule =
     ExtCommTypedSubRule<ExtCommRouteTargetFamily::Ipv4Address>;
 using BgpParseExtComSubTypeTransFourOctetAsRouteTargetRule =
     ExtCommTypedSubRule<ExtCommRouteTargetFamily::FourOctetAs>;
-using BgpParseExtCommRouteTargetSm = BgpParseExtCommRouteSm<ExtCommRouteTargetFamily>;
+using BgpParseExtCommRouteTargetSm = ExtCommTypedPlugin<ExtCommRouteTargetFamily>;
 
 extern template class ExtCommRouteAs<ExtCommRouteTargetFamily>;
 extern template class ExtCommRouteIpv4Address<ExtCommRouteTargetFamily>;
 extern template class ExtCommTypedSubRule<ExtCommRouteTargetFamily::TwoOctetAs>;
 extern template class ExtCommTypedSubRule<ExtCommRouteTargetFamily::Ipv4Address>;
 extern template class ExtCommTypedSubRule<ExtCommRouteTargetFamily::FourOctetAs>;
-extern template class BgpParseExtCommRouteSm<ExtCommRouteTargetFamily>;
+extern template class ExtCommTypedPlugin<ExtCommRouteTargetFamily>;
 
 // New objects with their notifications switched on.
 VOBGP_EXPORT ExtCommRouteTargetAs::Ptr extCommRouteTargetAsFactory(ExtCommContent const& content,

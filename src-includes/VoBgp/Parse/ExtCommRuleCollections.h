@@ -17,12 +17,11 @@ namespace Routing::Bgp {
 
 namespace Detail {
 
-/// An entry in the process's list of the rules and registries that are alive, for as long as this
-/// exists: what the text of a pointer may be read back as. A member of what it speaks for. Reactor
-/// thread.
+/// An entry in the process-wide list of live rules and registries, which the text of a pointer is
+/// checked against when it is read back. A member of the object it registers. Reactor thread.
 class VOBGP_EXPORT LiveObject {
   public:
-    /// What kind of rule an object is: a kind's attribute number.
+    /// The kind of a rule: its attribute number.
     using Kind = Mox::AttributeNumber;
     static constexpr Kind registry = ~Kind{0};
 
@@ -31,12 +30,12 @@ class VOBGP_EXPORT LiveObject {
     LiveObject(LiveObject const&) = delete;
     LiveObject& operator=(LiveObject const&) = delete;
 
-    /// The text of a pointer: `0x` and its address in hexadecimal, as short as it goes; null is
-    /// `0x0`.
+    /// Appends the text of a pointer: `0x` and the address in hexadecimal without leading zeros;
+    /// `0x0` for null.
     static void write(Mox::CharBuffer& out, void const* object);
 
-    /// Reads that text. What is neither null nor the address of a living object of the kind is a
-    /// `Mox::RangeException` whose text is the attribute's name.
+    /// Reads that text: null, or the address of a live object of the kind. Throws a
+    /// `Mox::RangeException` with the attribute's name for anything else.
     static void* read(Mox::ValueReader& in, Kind kind, char const* attribute);
 
   private:
@@ -45,12 +44,11 @@ class VOBGP_EXPORT LiveObject {
 
 } // namespace Detail
 
-/// By what an instance of a rule of one kind is announced: its address.
+/// The key by which a rule of one kind is announced: the rule's address.
 ///
-/// It owns nothing and does not keep its rule alive; a rule removes its key before it goes. Ordered
-/// by address. Immutable but for assignment. Its text is that of a pointer, `0x` and hexadecimal
-/// digits; read back, it is null or a rule of the kind that is alive, and anything else is a
-/// `Mox::RangeException` about "rule".
+/// The rule is not owned; it removes its key before it is destroyed. Ordered by address. Immutable
+/// except for assignment. The text is that of a pointer, `0x` and hexadecimal digits; reading one
+/// that is neither null nor a live rule of the kind throws a `Mox::RangeException` about "rule".
 template <class Kind>
 class VOBGP_EXPORT ExtCommRuleKey {
   public:
@@ -74,10 +72,32 @@ class VOBGP_EXPORT ExtCommRuleKey {
     Rule* rule_ = nullptr;
 };
 
-#define VOBGP_RULE_KEY(number, Tag, RuleClass, Key, ...)                                           \
-    using Key = ExtCommRuleKey<ExtCommRuleKind::Tag>;                                              \
-    extern template class ExtCommRuleKey<ExtCommRuleKind::Tag>;
-VOBGP_EXT_COMM_RULE_KINDS(VOBGP_RULE_KEY, VOBGP_RULE_KEY)
+using BgpParseExtendedCommunityRuleKey = ExtCommRuleKey<ExtCommRuleKind::Type>;
+using BgpParseExtCommSubTypeTransTwoOctetAsRuleKey =
+    ExtCommRuleKey<ExtCommRuleKind::TransTwoOctetAs>;
+using BgpParseExtCommSubTypeTransIpv4AddressRuleKey =
+    ExtCommRuleKey<ExtCommRuleKind::TransIpv4Address>;
+using BgpParseExtCommSubTypeTransFourOctetAsRuleKey =
+    ExtCommRuleKey<ExtCommRuleKind::TransFourOctetAs>;
+using BgpParseExtCommSubTypeTransOpaqueRuleKey = ExtCommRuleKey<ExtCommRuleKind::TransOpaque>;
+using BgpParseExtCommSubTypeTransGenericRuleKey = ExtCommRuleKey<ExtCommRuleKind::TransGeneric>;
+using BgpParseExtCommSubTypeTransGenericPart2RuleKey =
+    ExtCommRuleKey<ExtCommRuleKind::TransGenericPart2>;
+using BgpParseExtCommSubTypeTransGenericPart3RuleKey =
+    ExtCommRuleKey<ExtCommRuleKind::TransGenericPart3>;
+using BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey =
+    ExtCommRuleKey<ExtCommRuleKind::NonTransTwoOctetAs>;
+using BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey =
+    ExtCommRuleKey<ExtCommRuleKind::NonTransIpv4Address>;
+using BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey =
+    ExtCommRuleKey<ExtCommRuleKind::NonTransFourOctetAs>;
+using BgpParseExtCommSubTypeNonTransOpaqueRuleKey = ExtCommRuleKey<ExtCommRuleKind::NonTransOpaque>;
+using BgpParseExtCommIp6SubTypeTransRuleKey = ExtCommRuleKey<ExtCommRuleKind::Ip6Trans>;
+using BgpParseExtCommIp6SubTypeNonTransRuleKey = ExtCommRuleKey<ExtCommRuleKind::Ip6NonTrans>;
+
+extern template class ExtCommRuleKey<ExtCommRuleKind::Type>;
+#define VOBGP_RULE_KEY(Kind) extern template class ExtCommRuleKey<ExtCommRuleKind::Kind>;
+VOBGP_EXT_COMM_SUBTYPE_KINDS(VOBGP_RULE_KEY)
 #undef VOBGP_RULE_KEY
 
 } // namespace Routing::Bgp
@@ -98,19 +118,68 @@ struct Mox::ValueText<Routing::Bgp::ExtCommRuleKey<Kind>> {
 
 namespace Routing::Bgp {
 
-/// The registry of the parse rules that take sub-rules: where rules announce themselves, and where
-/// plug-ins hear of them.
+namespace Detail {
+
+/// The set of a registry that holds the keys of one kind.
+template <class Kind>
+class ExtCommRuleKeySet {
+  public:
+    using Key = ExtCommRuleKey<Kind>;
+
+    explicit ExtCommRuleKeySet(Mox::PtrInterface const& registry) noexcept
+      : keys_(registry, Kind::attribute) {}
+
+    Mox::SetAttribute<Key> const& keys() const noexcept { return keys_; }
+
+    Key keyIs(Key key) {
+        keys_.is(key);
+        return key;
+    }
+
+    bool keyDel(Key key) { return keys_.del(key); }
+    void keyDelAll() { keys_.delAll(); }
+
+  private:
+    Mox::SetAttribute<Key> keys_;
+};
+
+/// The sets of a registry, with the operations that the rows of the kinds name.
+template <class... Kinds>
+struct ExtCommRuleKeySets : Kinds::template NamedSet<ExtCommRuleKeySet<Kinds>>... {
+    explicit ExtCommRuleKeySets(Mox::PtrInterface const& registry) noexcept
+      : Kinds::template NamedSet<ExtCommRuleKeySet<Kinds>>(registry)... {}
+};
+
+template <class Kind, class Next>
+using NotifieeHookOf = typename Kind::template NotifieeHook<Next>;
+
+} // namespace Detail
+
+/// The registry of the parse rules that take sub-rules: rules announce themselves here, and
+/// plug-ins observe it.
 ///
-/// Owned by the container, every rule and every plug-in together. It holds keys only, one set for
-/// each kind, and its observers by name only: it keeps nobody alive. Observers are told of every
-/// key that comes or goes, and not which of the two. Reactor thread.
-class VOBGP_EXPORT BgpParseExtCommRuleCollections : public Mox::PtrInterface {
+/// Shared by the container, every rule and every plug-in. Holds keys only, one set for each kind,
+/// so it keeps no rule and no observer alive. Observers are notified of every key that is added or
+/// removed, and not told which of the two. Reactor thread.
+///
+/// The row of each kind names its set (`size()`, `forEach(visitor)`, in unspecified order; the
+/// visitor may change the registry) and four operations:
+///
+///     setIs      adds a key and notifies the observers, unless it is present; returns the key
+///     setDel     removes a key and notifies the observers; returns whether it was present
+///     setDelAll  removes every key, one at a time through setDel
+///     setHas     whether the key is present
+class VOBGP_EXPORT BgpParseExtCommRuleCollections
+  : public Mox::PtrInterface,
+    public ExtCommRuleKinds::Into<Detail::ExtCommRuleKeySets> {
   public:
     MOX_COUNTED(BgpParseExtCommRuleCollections)
 
-    /// An observer of a registry, with one hook for each set. Owned by the agent; it keeps its
-    /// registry alive.
-    class VOBGP_EXPORT Notifiee : public Mox::Notifiee {
+    /// An observer of a registry, with a hook for each set, which the row of the kind names. It is
+    /// called with a key that was added or removed: the set's `Has` operation tells which. Keeps
+    /// its registry alive.
+    class VOBGP_EXPORT Notifiee
+      : public ExtCommChain<ExtCommRuleKinds, Detail::NotifieeHookOf, Mox::Notifiee> {
       public:
         Notifiee() noexcept = default;
 
@@ -124,15 +193,8 @@ class VOBGP_EXPORT BgpParseExtCommRuleCollections : public Mox::PtrInterface {
             return notifier_;
         }
 
-        /// Observes that registry from now on, and no other; none if null.
+        /// Observes that registry instead of the previous one; null to observe none.
         void notifierIs(BgpParseExtCommRuleCollections::PtrConst const& notifier);
-
-        // The key came or went: the set's `Has` operation tells which.
-#define VOBGP_NOTIFIEE_HOOK(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas,    \
-                            handle, ...)                                                           \
-    virtual void handle(Key const& /*key*/) {}
-        VOBGP_EXT_COMM_RULE_KINDS(VOBGP_NOTIFIEE_HOOK, VOBGP_NOTIFIEE_HOOK)
-#undef VOBGP_NOTIFIEE_HOOK
 
       private:
         void handleChange(Mox::AttributeNumber attribute, void const* key) final;
@@ -143,84 +205,43 @@ class VOBGP_EXPORT BgpParseExtCommRuleCollections : public Mox::PtrInterface {
     BgpParseExtCommRuleCollections();
     ~BgpParseExtCommRuleCollections() override;
 
-    // For each kind its set (`size()`, `forEach(visitor)`, in unspecified order; the visitor may
-    // change the registry), and:
-    // setIs      adds a key and tells the observers, unless it is there already; returns the entry
-    // setDel     removes a key and tells the observers; returns whether it was there
-    // setDelAll  removes every key, one at a time through setDel
-    // setHas     whether the key is there
-#define VOBGP_RULE_SET(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas, ...)    \
-    Mox::SetAttribute<Key> const& set() const noexcept {                                           \
-        return keys<ExtCommRuleKind::Tag>();                                                       \
-    }                                                                                              \
-    Key setIs(Key const& key) {                                                                    \
-        return keyIs(key);                                                                         \
-    }                                                                                              \
-    bool setDel(Key const& key) {                                                                  \
-        return keyDel(key);                                                                        \
-    }                                                                                              \
-    void setDelAll() {                                                                             \
-        keyDelAll<ExtCommRuleKind::Tag>();                                                         \
-    }                                                                                              \
-    bool setHas(Key const& key) const noexcept {                                                   \
-        return keys<ExtCommRuleKind::Tag>().has(key);                                              \
-    }
-    VOBGP_EXT_COMM_RULE_KINDS(VOBGP_RULE_SET, VOBGP_RULE_SET)
-#undef VOBGP_RULE_SET
-
-    // The same by kind, for code that is written once for all of them.
+    // The operations on a set by its kind, for code that is written once for all kinds.
 
     template <class Kind>
     Mox::SetAttribute<ExtCommRuleKey<Kind>> const& keys() const noexcept {
-        return sets_;
+        return static_cast<Detail::ExtCommRuleKeySet<Kind> const&>(*this).keys();
     }
 
     template <class Kind>
     ExtCommRuleKey<Kind> keyIs(ExtCommRuleKey<Kind> key) {
-        mutableKeys<Kind>().is(key);
-        return key;
+        return static_cast<Detail::ExtCommRuleKeySet<Kind>&>(*this).keyIs(key);
     }
 
     template <class Kind>
     bool keyDel(ExtCommRuleKey<Kind> key) {
-        return mutableKeys<Kind>().del(key);
+        return static_cast<Detail::ExtCommRuleKeySet<Kind>&>(*this).keyDel(key);
     }
 
     template <class Kind>
     void keyDelAll() {
-        mutableKeys<Kind>().delAll();
+        static_cast<Detail::ExtCommRuleKeySet<Kind>&>(*this).keyDelAll();
     }
 
-    Mox::NotifieeList* notifieeList() const noexcept override {
-        return &notifieeList_;
-    }
+    Mox::NotifieeList* notifieeList() const noexcept override { return &notifieeList_; }
 
   private:
-    /// The set of each kind is one of its bases.
-    template <class... Kinds>
-    struct Sets : Mox::SetAttribute<ExtCommRuleKey<Kinds>>... {
-        explicit Sets(PtrInterface const& owner) noexcept
-          : Mox::SetAttribute<ExtCommRuleKey<Kinds>>(owner, Kinds::attribute)... {}
-    };
-
-    template <class Kind>
-    Mox::SetAttribute<ExtCommRuleKey<Kind>>& mutableKeys() noexcept {
-        return sets_;
-    }
-
     mutable Mox::NotifieeList notifieeList_;
-    ExtCommRuleKinds::Into<Sets> sets_;
     Detail::LiveObject const live_{this, Detail::LiveObject::registry};
 };
 
 /// A new, empty registry with its notifications switched on.
 VOBGP_EXPORT BgpParseExtCommRuleCollections::Ptr bgpParseExtCommRuleCollectionsFactory();
 
-/// What every rule carries to find its registry.
+/// A rule's reference to its registry.
 ///
-/// It keeps the registry alive. Equal to another that names the same registry. Thread-compatible.
-/// Its text is that of the pointer; read back, it is null or a registry that is alive, and anything
-/// else is a `Mox::RangeException` about "ruleCollections".
+/// Keeps the registry alive. Equal to another that refers to the same registry. Thread-compatible.
+/// The text is that of a pointer; reading one that is neither null nor a live registry throws a
+/// `Mox::RangeException` about "ruleCollections".
 class VOBGP_EXPORT BgpParseExtCommControl {
   public:
     BgpParseExtCommControl() noexcept = default;
@@ -237,7 +258,7 @@ class VOBGP_EXPORT BgpParseExtCommControl {
         ruleCollections_ = std::move(ruleCollections);
     }
 
-    /// Whether it names no registry.
+    /// Whether it refers to no registry.
     bool operator!() const noexcept { return !ruleCollections_; }
 
     friend bool operator==(BgpParseExtCommControl const& a,

@@ -2,260 +2,17 @@
 
 #include <Mox/Export.h>
 #include <Mox/Notifiee.h>
+#include <Mox/Ptr.h>
 #include <VoBgp/ExtCommIp6.h>
 #include <VoBgp/VoBgpCommunityPacketTypes.h>
 
+#include <cstddef>
 #include <string_view>
-
-/// The fourteen kinds of parse rule, one row each, in the order of the registry's sets. A row holds
-/// every published name in which kinds differ, whole:
-///
-///     number      the registry's attribute, from 0; and the tag by which templates know the kind
-///     Rule        the rule that is announced
-///     Key         what announces it
-///     set, setIs, setDel, setDelAll, setHas
-///                 the registry's set of such keys, and what changes and asks it
-///     handle      what a plug-in does with a key of the kind
-///     instantiate the hook by which it builds its sub-rule
-///     add         what files the sub-rule into the announced rule
-///     SubRule     the base of such sub-rules
-///     SubRuleKey  what they are keyed by
-///
-/// and, but for the rule of the first row, which dispatches on the type octet, what is a per-type
-/// rule's own:
-///
-///     pktType     the type octet that selects it
-///     Layout      what it builds when no sub-rule claims a value
-///     announced   whether it announces itself
-///
-/// Spellings differ on purpose: `BgpParseExtComSubType...RuleBase` has one m.
-// clang-format off
-#define VOBGP_EXT_COMM_RULE_KINDS(TYPE, SUBTYPE) \
-    TYPE(0, Type, \
-         BgpParseExtendedCommunityRule, \
-         BgpParseExtendedCommunityRuleKey, \
-         extendedCommunityTypeRuleInstance, \
-         extendedCommunityTypeRuleInstanceIs, \
-         extendedCommunityTypeRuleInstanceDel, \
-         extendedCommunityTypeRuleInstanceDelAll, \
-         extendedCommunityTypeRuleInstanceHas, \
-         handleExtendedCommunityTypeRuleInstance, \
-         instantiateExtendedCommunityTypeSubRule, \
-         addExtendedCommunityTypeSubRule, \
-         BgpParseExtendedCommunityTypeRuleBase, \
-         BgpExtCommPktType) \
-    SUBTYPE(1, TransTwoOctetAs, \
-            BgpParseExtCommTransTwoOctetAsRule, \
-            BgpParseExtCommSubTypeTransTwoOctetAsRuleKey, \
-            extendedCommSubTypeTransTwoOctetAsRuleInstance, \
-            extendedCommSubTypeTransTwoOctetAsRuleInstanceIs, \
-            extendedCommSubTypeTransTwoOctetAsRuleInstanceDel, \
-            extendedCommSubTypeTransTwoOctetAsRuleInstanceDelAll, \
-            extendedCommSubTypeTransTwoOctetAsRuleInstanceHas, \
-            handleExtCommSubTypeTransTwoOctetAsRuleInstance, \
-            instantiateExtCommSubTypeTransTwoOctetAsSubRule, \
-            addExtCommSubTypeTransTwoOctetAsSubRule, \
-            BgpParseExtComSubTypeTransTwoOctetAsRuleBase, \
-            BgpExtCommPktSubtypeTransTwoOctetAs, \
-            extCommPktTypeTransTwoOctetAs, \
-            TwoOctetAs, \
-            Announced::yes) \
-    SUBTYPE(2, TransIpv4Address, \
-            BgpParseExtCommTransIpv4AddressRule, \
-            BgpParseExtCommSubTypeTransIpv4AddressRuleKey, \
-            extendedCommSubTypeTransIpv4AddressRuleInstance, \
-            extendedCommSubTypeTransIpv4AddressRuleInstanceIs, \
-            extendedCommSubTypeTransIpv4AddressRuleInstanceDel, \
-            extendedCommSubTypeTransIpv4AddressRuleInstanceDelAll, \
-            extendedCommSubTypeTransIpv4AddressRuleInstanceHas, \
-            handleExtCommSubTypeTransIpv4AddressRuleInstance, \
-            instantiateExtCommSubTypeTransIpv4AddressSubRule, \
-            addExtCommSubTypeTransIpv4AddressSubRule, \
-            BgpParseExtComSubTypeTransIpv4AddressRuleBase, \
-            BgpExtCommPktSubtypeTransIpv4Address, \
-            extCommPktTypeTransIpv4Address, \
-            Ipv4Address, \
-            Announced::yes) \
-    SUBTYPE(3, TransFourOctetAs, \
-            BgpParseExtCommTransFourOctetAsRule, \
-            BgpParseExtCommSubTypeTransFourOctetAsRuleKey, \
-            extendedCommSubTypeTransFourOctetAsRuleInstance, \
-            extendedCommSubTypeTransFourOctetAsRuleInstanceIs, \
-            extendedCommSubTypeTransFourOctetAsRuleInstanceDel, \
-            extendedCommSubTypeTransFourOctetAsRuleInstanceDelAll, \
-            extendedCommSubTypeTransFourOctetAsRuleInstanceHas, \
-            handleExtCommSubTypeTransFourOctetAsRuleInstance, \
-            instantiateExtCommSubTypeTransFourOctetAsSubRule, \
-            addExtCommSubTypeTransFourOctetAsSubRule, \
-            BgpParseExtComSubTypeTransFourOctetAsRuleBase, \
-            BgpExtCommPktSubtypeTransFourOctetAs, \
-            extCommPktTypeTransFourOctetAs, \
-            FourOctetAs, \
-            Announced::yes) \
-    SUBTYPE(4, TransOpaque, \
-            BgpParseExtCommTransOpaqueRule, \
-            BgpParseExtCommSubTypeTransOpaqueRuleKey, \
-            extendedCommSubTypeTransOpaqueRuleInstance, \
-            extendedCommSubTypeTransOpaqueRuleInstanceIs, \
-            extendedCommSubTypeTransOpaqueRuleInstanceDel, \
-            extendedCommSubTypeTransOpaqueRuleInstanceDelAll, \
-            extendedCommSubTypeTransOpaqueRuleInstanceHas, \
-            handleExtCommSubTypeTransOpaqueRuleInstance, \
-            instantiateExtCommSubTypeTransOpaqueSubRule, \
-            addExtCommSubTypeTransOpaqueSubRule, \
-            BgpParseExtComSubTypeTransOpaqueRuleBase, \
-            BgpExtCommPktSubtypeTransOpaque, \
-            extCommPktTypeTransOpaque, \
-            Subtyped, \
-            Announced::yes) \
-    SUBTYPE(5, TransGeneric, \
-            BgpParseExtCommTransGenericRule, \
-            BgpParseExtCommSubTypeTransGenericRuleKey, \
-            extendedCommSubTypeTransGenericRuleInstance, \
-            extendedCommSubTypeTransGenericRuleInstanceIs, \
-            extendedCommSubTypeTransGenericRuleInstanceDel, \
-            extendedCommSubTypeTransGenericRuleInstanceDelAll, \
-            extendedCommSubTypeTransGenericRuleInstanceHas, \
-            handleExtCommSubTypeTransGenericRuleInstance, \
-            instantiateExtCommSubTypeTransGenericSubRule, \
-            addExtCommSubTypeTransGenericSubRule, \
-            BgpParseExtComSubTypeTransGenericRuleBase, \
-            BgpExtCommPktSubtypeTransGeneric, \
-            extCommPktTypeTransGeneric, \
-            Subtyped, \
-            Announced::yes) \
-    SUBTYPE(6, TransGenericPart2, \
-            BgpParseExtCommTransGenericPart2Rule, \
-            BgpParseExtCommSubTypeTransGenericPart2RuleKey, \
-            extendedCommSubTypeTransGenericPart2RuleInstance, \
-            extendedCommSubTypeTransGenericPart2RuleInstanceIs, \
-            extendedCommSubTypeTransGenericPart2RuleInstanceDel, \
-            extendedCommSubTypeTransGenericPart2RuleInstanceDelAll, \
-            extendedCommSubTypeTransGenericPart2RuleInstanceHas, \
-            handleExtCommSubTypeTransGenericPart2RuleInstance, \
-            instantiateExtCommSubTypeTransGenericPart2SubRule, \
-            addExtCommSubTypeTransGenericPart2SubRule, \
-            BgpParseExtComSubTypeTransGenericPart2RuleBase, \
-            BgpExtCommPktSubtypeTransGenericPart2, \
-            extCommPktTypeTransGenericPart2, \
-            Subtyped, \
-            Announced::yes) \
-    SUBTYPE(7, TransGenericPart3, \
-            BgpParseExtCommTransGenericPart3Rule, \
-            BgpParseExtCommSubTypeTransGenericPart3RuleKey, \
-            extendedCommSubTypeTransGenericPart3RuleInstance, \
-            extendedCommSubTypeTransGenericPart3RuleInstanceIs, \
-            extendedCommSubTypeTransGenericPart3RuleInstanceDel, \
-            extendedCommSubTypeTransGenericPart3RuleInstanceDelAll, \
-            extendedCommSubTypeTransGenericPart3RuleInstanceHas, \
-            handleExtCommSubTypeTransGenericPart3RuleInstance, \
-            instantiateExtCommSubTypeTransGenericPart3SubRule, \
-            addExtCommSubTypeTransGenericPart3SubRule, \
-            BgpParseExtComSubTypeTransGenericPart3RuleBase, \
-            BgpExtCommPktSubtypeTransGenericPart3, \
-            extCommPktTypeTransGenericPart3, \
-            Subtyped, \
-            Announced::yes) \
-    SUBTYPE(8, NonTransTwoOctetAs, \
-            BgpParseExtCommNonTransTwoOctetAsRule, \
-            BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey, \
-            extendedCommSubTypeNonTransTwoOctetAsRuleInstance, \
-            extendedCommSubTypeNonTransTwoOctetAsRuleInstanceIs, \
-            extendedCommSubTypeNonTransTwoOctetAsRuleInstanceDel, \
-            extendedCommSubTypeNonTransTwoOctetAsRuleInstanceDelAll, \
-            extendedCommSubTypeNonTransTwoOctetAsRuleInstanceHas, \
-            handleExtCommSubTypeNonTransTwoOctetAsRuleInstance, \
-            instantiateExtCommSubTypeNonTransTwoOctetAsSubRule, \
-            addExtCommSubTypeNonTransTwoOctetAsSubRule, \
-            BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase, \
-            BgpExtCommPktSubtypeNonTransTwoOctetAs, \
-            extCommPktTypeNonTransTwoOctetAs, \
-            TwoOctetAs, \
-            Announced::yes) \
-    SUBTYPE(9, NonTransIpv4Address, \
-            BgpParseExtCommNonTransIpv4AddressRule, \
-            BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey, \
-            extendedCommSubTypeNonTransIpv4AddressRuleInstance, \
-            extendedCommSubTypeNonTransIpv4AddressRuleInstanceIs, \
-            extendedCommSubTypeNonTransIpv4AddressRuleInstanceDel, \
-            extendedCommSubTypeNonTransIpv4AddressRuleInstanceDelAll, \
-            extendedCommSubTypeNonTransIpv4AddressRuleInstanceHas, \
-            handleExtCommSubTypeNonTransIpv4AddressRuleInstance, \
-            instantiateExtCommSubTypeNonTransIpv4AddressSubRule, \
-            addExtCommSubTypeNonTransIpv4AddressSubRule, \
-            BgpParseExtComSubTypeNonTransIpv4AddressRuleBase, \
-            BgpExtCommPktSubtypeNonTransIpv4Address, \
-            extCommPktTypeNonTransIpv4Address, \
-            Ipv4Address, \
-            Announced::yes) \
-    SUBTYPE(10, NonTransFourOctetAs, \
-            BgpParseExtCommNonTransFourOctetAsRule, \
-            BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey, \
-            extendedCommSubTypeNonTransFourOctetAsRuleInstance, \
-            extendedCommSubTypeNonTransFourOctetAsRuleInstanceIs, \
-            extendedCommSubTypeNonTransFourOctetAsRuleInstanceDel, \
-            extendedCommSubTypeNonTransFourOctetAsRuleInstanceDelAll, \
-            extendedCommSubTypeNonTransFourOctetAsRuleInstanceHas, \
-            handleExtCommSubTypeNonTransFourOctetAsRuleInstance, \
-            instantiateExtCommSubTypeNonTransFourOctetAsSubRule, \
-            addExtCommSubTypeNonTransFourOctetAsSubRule, \
-            BgpParseExtComSubTypeNonTransFourOctetAsRuleBase, \
-            BgpExtCommPktSubtypeNonTransFourOctetAs, \
-            extCommPktTypeNonTransFourOctetAs, \
-            FourOctetAs, \
-            Announced::yes) \
-    SUBTYPE(11, NonTransOpaque, \
-            BgpParseExtCommNonTransOpaqueRule, \
-            BgpParseExtCommSubTypeNonTransOpaqueRuleKey, \
-            extendedCommSubTypeNonTransOpaqueRuleInstance, \
-            extendedCommSubTypeNonTransOpaqueRuleInstanceIs, \
-            extendedCommSubTypeNonTransOpaqueRuleInstanceDel, \
-            extendedCommSubTypeNonTransOpaqueRuleInstanceDelAll, \
-            extendedCommSubTypeNonTransOpaqueRuleInstanceHas, \
-            handleExtCommSubTypeNonTransOpaqueRuleInstance, \
-            instantiateExtCommSubTypeNonTransOpaqueSubRule, \
-            addExtCommSubTypeNonTransOpaqueSubRule, \
-            BgpParseExtComSubTypeNonTransOpaqueRuleBase, \
-            BgpExtCommPktSubtypeNonTransOpaque, \
-            extCommPktTypeNonTransOpaque, \
-            Subtyped, \
-            Announced::yes) \
-    SUBTYPE(12, Ip6Trans, \
-            BgpParseExtCommIp6TransRule, \
-            BgpParseExtCommIp6SubTypeTransRuleKey, \
-            extendedCommIp6SubTypeTransRuleInstance, \
-            extendedCommIp6SubTypeTransRuleInstanceIs, \
-            extendedCommIp6SubTypeTransRuleInstanceDel, \
-            extendedCommIp6SubTypeTransRuleInstanceDelAll, \
-            extendedCommIp6SubTypeTransRuleInstanceHas, \
-            handleExtCommIp6SubTypeTransRuleInstance, \
-            instantiateExtCommIp6SubTypeTransSubRule, \
-            addExtCommIp6SubTypeTransSubRule, \
-            BgpParseExtCommIp6SubTypeTransRuleBase, \
-            BgpExtCommIp6PktSubtypeTransIpv6Address, \
-            extCommIp6PktTypeTransIpv6Address, \
-            Ip6Subtyped, \
-            Announced::yes) \
-    SUBTYPE(13, Ip6NonTrans, \
-            BgpParseExtCommIp6NonTransRule, \
-            BgpParseExtCommIp6SubTypeNonTransRuleKey, \
-            extendedCommIp6SubTypeNonTransRuleInstance, \
-            extendedCommIp6SubTypeNonTransRuleInstanceIs, \
-            extendedCommIp6SubTypeNonTransRuleInstanceDel, \
-            extendedCommIp6SubTypeNonTransRuleInstanceDelAll, \
-            extendedCommIp6SubTypeNonTransRuleInstanceHas, \
-            handleExtCommIp6SubTypeNonTransRuleInstance, \
-            instantiateExtCommIp6SubTypeNonTransSubRule, \
-            addExtCommIp6SubTypeNonTransSubRule, \
-            BgpParseExtCommIp6SubTypeNonTransRuleBase, \
-            BgpExtCommIp6PktSubtypeNonTransIpv6Address, \
-            extCommIp6PktTypeNonTransIpv6Address, \
-            Ip6Subtyped, \
-            Announced::no)
-// clang-format on
+#include <tuple>
 
 namespace Routing::Bgp {
 
+class BgpParseExtCommControl;
 class BgpParseExtendedCommunityRule;
 class ExtComm;
 template <class Kind>
@@ -278,7 +35,7 @@ struct Ip6Subtyped;
 /// Whether a rule asks plug-ins for sub-rules by announcing itself.
 enum class Announced : bool { no, yes };
 
-/// The two widths of a community: what is parsed, into what, by which type octet.
+/// The two widths of a community: content, object, and the enumeration of type octets.
 namespace ExtCommWidth {
 
 /// RFC 4360.
@@ -307,69 +64,450 @@ struct VOBGP_EXPORT TwentyOctets {
 
 } // namespace ExtCommWidth
 
-/// The tags of the kinds: the rows of the table as the templates read them.
+/// What the row of every kind has.
+template <class Row>
+struct ExtCommRuleKindOf {
+    using Kind = Row;
+    using Key = ExtCommRuleKey<Row>;
+};
+
+/// What the row of a kind of per-type rule has.
+template <class Row>
+struct ExtCommSubtypeKind : ExtCommRuleKindOf<Row> {
+    using Rule = ExtCommPerTypeRule<Row>;
+    using SubRule = ExtCommSubRuleBase<Row>;
+    static constexpr Announced announced = Announced::yes;
+};
+
+// Two macros declare the operations of a row. They are given every name whole.
+
+/// The registry's set of the kind's keys, and the operations that change and query it. `Keys` holds
+/// the set.
+#define VOBGP_RULE_SET(set, setIs, setDel, setDelAll, setHas)                                      \
+    static constexpr std::string_view setName = #set;                                              \
+    template <class Keys>                                                                          \
+    struct NamedSet : Keys {                                                                       \
+        using Keys::Keys;                                                                          \
+        auto const& set() const noexcept { return this->keys(); }                                  \
+        auto setIs(Key const& key) { return this->keyIs(key); }                                    \
+        bool setDel(Key const& key) { return this->keyDel(key); }                                  \
+        void setDelAll() { this->keyDelAll(); }                                                    \
+        bool setHas(Key const& key) const noexcept { return this->keys().has(key); }               \
+    };
+
+/// The hooks of the kind, each a class that derives from `Next`:
+///
+///     NotifieeHook      an observer's `handle(key)`, empty
+///     NotifieeOverride  overrides it: calls `handleKey(key)`
+///     PluginHook        a plug-in's `instantiate(key, control)`, empty; `handle(key)`, which calls
+///                       it, `handle()`, which does so for every key, and `add(key, subRule)`
+///     PluginOverride    overrides it: calls `instantiateFor<Tag>(key, control)`
+///
+/// and `notify(observer, key)`, which calls `handle(key)` of an observer or of a plug-in.
+#define VOBGP_RULE_HOOKS(handle, instantiate, add)                                                 \
+    static constexpr char const* instantiateName = #instantiate;                                   \
+    static constexpr char const* addName = #add;                                                   \
+    template <class Next>                                                                          \
+    class VOBGP_EXPORT NotifieeHook : public Next {                                                \
+      public:                                                                                      \
+        virtual void handle(Key const& /*key*/) {}                                                 \
+    };                                                                                             \
+    template <class Next>                                                                          \
+    class VOBGP_EXPORT NotifieeOverride : public Next {                                            \
+      public:                                                                                      \
+        using Next::Next;                                                                          \
+        void handle(Key const& key) override { this->handleKey(key); }                             \
+    };                                                                                             \
+    template <class Next>                                                                          \
+    class VOBGP_EXPORT PluginHook : public Next {                                                  \
+      public:                                                                                      \
+        virtual void instantiate(Key const& /*key*/,                                               \
+                                 BgpParseExtCommControl const& /*control*/) const {}               \
+        void handle(Key const& key) const { instantiate(key, this->controlOf(key)); }              \
+        void handle() const {                                                                      \
+            this->template forEachKey<Kind>([this](Key const& key) { handle(key); });              \
+        }                                                                                          \
+        void add(Key const& key, Mox::PtrConst<SubRule> const& subRule) const {                    \
+            this->fileSubRule(key, subRule);                                                       \
+        }                                                                                          \
+    };                                                                                             \
+    template <class Tag, class Next>                                                               \
+    class VOBGP_EXPORT PluginOverride : public Next {                                              \
+      public:                                                                                      \
+        using Next::Next;                                                                          \
+        void instantiate(Key const& key, BgpParseExtCommControl const& control) const override {   \
+            this->template instantiateFor<Tag>(key, control);                                      \
+        }                                                                                          \
+    };                                                                                             \
+    template <class Observer>                                                                      \
+    static void notify(Observer& observer, Key const& key) {                                       \
+        observer.handle(key);                                                                      \
+    }
+
+/// The fourteen kinds of parse rule, one row each, in the order of the registry's sets. A row holds
+/// every published name in which kinds differ:
+///
+///     attribute   the number of the registry's attribute, from 0
+///     keyName     what the rule is announced by: the name of `Key`
+///     setName, `VOBGP_RULE_SET`
+///                 the registry's set of such keys
+///     `VOBGP_RULE_HOOKS`
+///                 what observers and plug-ins do with a key of the kind
+///     Rule        the rule that is announced
+///     SubRule     the base of the sub-rules that plug-ins file into it
+///
+/// and, but for the rule of the first row, which dispatches on the type octet:
+///
+///     ruleName, subRuleName
+///                 the names of `Rule` and `SubRule`
+///     SubRuleKey  what sub-rules are filed under: the enumeration of subtypes
+///     pktType     the type octet that selects the rule
+///     Layout      what the rule builds when no sub-rule claims a value
+///     announced   whether it announces itself; yes unless the row says otherwise
+///
+/// Spellings differ on purpose: `BgpParseExtComSubType...RuleBase` has one m.
 namespace ExtCommRuleKind {
 
-#define VOBGP_TYPE_KIND(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas,        \
-                        handle, instantiate, add, SubRuleBase, Enumeration)                        \
-    struct VOBGP_EXPORT Tag {                                                                      \
-        static constexpr Mox::AttributeNumber attribute = number;                                  \
-        static constexpr std::string_view setName = #set;                                          \
-        static constexpr std::string_view keyName = "Routing::Bgp::" #Key;                         \
-        using Rule = RuleClass;                                                                    \
-        using SubRule = ExtCommTypeRuleBase<ExtCommWidth::EightOctets>;                            \
-        using SubRuleKey = Enumeration;                                                            \
-    };
-#define VOBGP_SUBTYPE_KIND(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas,     \
-                           handle, instantiate, add, SubRuleBase, Enumeration, selectedBy,         \
-                           LayoutTag, announcedAs)                                                 \
-    struct VOBGP_EXPORT Tag {                                                                      \
-        static constexpr Mox::AttributeNumber attribute = number;                                  \
-        static constexpr std::string_view setName = #set;                                          \
-        static constexpr std::string_view keyName = "Routing::Bgp::" #Key;                         \
-        static constexpr std::string_view ruleName = "Routing::Bgp::" #RuleClass;                  \
-        static constexpr std::string_view subRuleName = "Routing::Bgp::" #SubRuleBase;             \
-        static constexpr char const* nullSubRule = #RuleClass "::subTypeRuleIs";                   \
-        static constexpr auto pktType = selectedBy;                                                \
-        static constexpr Announced announced = announcedAs;                                        \
-        using Rule = ExtCommPerTypeRule<Tag>;                                                      \
-        using SubRule = ExtCommSubRuleBase<Tag>;                                                   \
-        using SubRuleKey = Enumeration;                                                            \
-        using Layout = ExtCommLayout::LayoutTag;                                                   \
-    };
+struct VOBGP_EXPORT Type : ExtCommRuleKindOf<Type> {
+    static constexpr Mox::AttributeNumber attribute = 0;
+    using Rule = BgpParseExtendedCommunityRule;
+    using SubRule = ExtCommTypeRuleBase<ExtCommWidth::EightOctets>;
+    static constexpr std::string_view keyName = "Routing::Bgp::BgpParseExtendedCommunityRuleKey";
+    VOBGP_RULE_SET(extendedCommunityTypeRuleInstance, extendedCommunityTypeRuleInstanceIs,
+                   extendedCommunityTypeRuleInstanceDel, extendedCommunityTypeRuleInstanceDelAll,
+                   extendedCommunityTypeRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtendedCommunityTypeRuleInstance,
+                     instantiateExtendedCommunityTypeSubRule, addExtendedCommunityTypeSubRule)
+};
 
-VOBGP_EXT_COMM_RULE_KINDS(VOBGP_TYPE_KIND, VOBGP_SUBTYPE_KIND)
+struct VOBGP_EXPORT TransTwoOctetAs : ExtCommSubtypeKind<TransTwoOctetAs> {
+    static constexpr Mox::AttributeNumber attribute = 1;
+    static constexpr auto pktType = extCommPktTypeTransTwoOctetAs;
+    using SubRuleKey = BgpExtCommPktSubtypeTransTwoOctetAs;
+    using Layout = ExtCommLayout::TwoOctetAs;
+    static constexpr std::string_view ruleName = "Routing::Bgp::BgpParseExtCommTransTwoOctetAsRule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommSubTypeTransTwoOctetAsRuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtComSubTypeTransTwoOctetAsRuleBase";
+    VOBGP_RULE_SET(extendedCommSubTypeTransTwoOctetAsRuleInstance,
+                   extendedCommSubTypeTransTwoOctetAsRuleInstanceIs,
+                   extendedCommSubTypeTransTwoOctetAsRuleInstanceDel,
+                   extendedCommSubTypeTransTwoOctetAsRuleInstanceDelAll,
+                   extendedCommSubTypeTransTwoOctetAsRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommSubTypeTransTwoOctetAsRuleInstance,
+                     instantiateExtCommSubTypeTransTwoOctetAsSubRule,
+                     addExtCommSubTypeTransTwoOctetAsSubRule)
+};
 
-#undef VOBGP_TYPE_KIND
-#undef VOBGP_SUBTYPE_KIND
+struct VOBGP_EXPORT TransIpv4Address : ExtCommSubtypeKind<TransIpv4Address> {
+    static constexpr Mox::AttributeNumber attribute = 2;
+    static constexpr auto pktType = extCommPktTypeTransIpv4Address;
+    using SubRuleKey = BgpExtCommPktSubtypeTransIpv4Address;
+    using Layout = ExtCommLayout::Ipv4Address;
+    static constexpr std::string_view ruleName =
+        "Routing::Bgp::BgpParseExtCommTransIpv4AddressRule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommSubTypeTransIpv4AddressRuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtComSubTypeTransIpv4AddressRuleBase";
+    VOBGP_RULE_SET(extendedCommSubTypeTransIpv4AddressRuleInstance,
+                   extendedCommSubTypeTransIpv4AddressRuleInstanceIs,
+                   extendedCommSubTypeTransIpv4AddressRuleInstanceDel,
+                   extendedCommSubTypeTransIpv4AddressRuleInstanceDelAll,
+                   extendedCommSubTypeTransIpv4AddressRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommSubTypeTransIpv4AddressRuleInstance,
+                     instantiateExtCommSubTypeTransIpv4AddressSubRule,
+                     addExtCommSubTypeTransIpv4AddressSubRule)
+};
 
+struct VOBGP_EXPORT TransFourOctetAs : ExtCommSubtypeKind<TransFourOctetAs> {
+    static constexpr Mox::AttributeNumber attribute = 3;
+    static constexpr auto pktType = extCommPktTypeTransFourOctetAs;
+    using SubRuleKey = BgpExtCommPktSubtypeTransFourOctetAs;
+    using Layout = ExtCommLayout::FourOctetAs;
+    static constexpr std::string_view ruleName =
+        "Routing::Bgp::BgpParseExtCommTransFourOctetAsRule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommSubTypeTransFourOctetAsRuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtComSubTypeTransFourOctetAsRuleBase";
+    VOBGP_RULE_SET(extendedCommSubTypeTransFourOctetAsRuleInstance,
+                   extendedCommSubTypeTransFourOctetAsRuleInstanceIs,
+                   extendedCommSubTypeTransFourOctetAsRuleInstanceDel,
+                   extendedCommSubTypeTransFourOctetAsRuleInstanceDelAll,
+                   extendedCommSubTypeTransFourOctetAsRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommSubTypeTransFourOctetAsRuleInstance,
+                     instantiateExtCommSubTypeTransFourOctetAsSubRule,
+                     addExtCommSubTypeTransFourOctetAsSubRule)
+};
+
+struct VOBGP_EXPORT TransOpaque : ExtCommSubtypeKind<TransOpaque> {
+    static constexpr Mox::AttributeNumber attribute = 4;
+    static constexpr auto pktType = extCommPktTypeTransOpaque;
+    using SubRuleKey = BgpExtCommPktSubtypeTransOpaque;
+    using Layout = ExtCommLayout::Subtyped;
+    static constexpr std::string_view ruleName = "Routing::Bgp::BgpParseExtCommTransOpaqueRule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommSubTypeTransOpaqueRuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtComSubTypeTransOpaqueRuleBase";
+    VOBGP_RULE_SET(extendedCommSubTypeTransOpaqueRuleInstance,
+                   extendedCommSubTypeTransOpaqueRuleInstanceIs,
+                   extendedCommSubTypeTransOpaqueRuleInstanceDel,
+                   extendedCommSubTypeTransOpaqueRuleInstanceDelAll,
+                   extendedCommSubTypeTransOpaqueRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommSubTypeTransOpaqueRuleInstance,
+                     instantiateExtCommSubTypeTransOpaqueSubRule,
+                     addExtCommSubTypeTransOpaqueSubRule)
+};
+
+struct VOBGP_EXPORT TransGeneric : ExtCommSubtypeKind<TransGeneric> {
+    static constexpr Mox::AttributeNumber attribute = 5;
+    static constexpr auto pktType = extCommPktTypeTransGeneric;
+    using SubRuleKey = BgpExtCommPktSubtypeTransGeneric;
+    using Layout = ExtCommLayout::Subtyped;
+    static constexpr std::string_view ruleName = "Routing::Bgp::BgpParseExtCommTransGenericRule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommSubTypeTransGenericRuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtComSubTypeTransGenericRuleBase";
+    VOBGP_RULE_SET(extendedCommSubTypeTransGenericRuleInstance,
+                   extendedCommSubTypeTransGenericRuleInstanceIs,
+                   extendedCommSubTypeTransGenericRuleInstanceDel,
+                   extendedCommSubTypeTransGenericRuleInstanceDelAll,
+                   extendedCommSubTypeTransGenericRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommSubTypeTransGenericRuleInstance,
+                     instantiateExtCommSubTypeTransGenericSubRule,
+                     addExtCommSubTypeTransGenericSubRule)
+};
+
+struct VOBGP_EXPORT TransGenericPart2 : ExtCommSubtypeKind<TransGenericPart2> {
+    static constexpr Mox::AttributeNumber attribute = 6;
+    static constexpr auto pktType = extCommPktTypeTransGenericPart2;
+    using SubRuleKey = BgpExtCommPktSubtypeTransGenericPart2;
+    using Layout = ExtCommLayout::Subtyped;
+    static constexpr std::string_view ruleName =
+        "Routing::Bgp::BgpParseExtCommTransGenericPart2Rule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommSubTypeTransGenericPart2RuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtComSubTypeTransGenericPart2RuleBase";
+    VOBGP_RULE_SET(extendedCommSubTypeTransGenericPart2RuleInstance,
+                   extendedCommSubTypeTransGenericPart2RuleInstanceIs,
+                   extendedCommSubTypeTransGenericPart2RuleInstanceDel,
+                   extendedCommSubTypeTransGenericPart2RuleInstanceDelAll,
+                   extendedCommSubTypeTransGenericPart2RuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommSubTypeTransGenericPart2RuleInstance,
+                     instantiateExtCommSubTypeTransGenericPart2SubRule,
+                     addExtCommSubTypeTransGenericPart2SubRule)
+};
+
+struct VOBGP_EXPORT TransGenericPart3 : ExtCommSubtypeKind<TransGenericPart3> {
+    static constexpr Mox::AttributeNumber attribute = 7;
+    static constexpr auto pktType = extCommPktTypeTransGenericPart3;
+    using SubRuleKey = BgpExtCommPktSubtypeTransGenericPart3;
+    using Layout = ExtCommLayout::Subtyped;
+    static constexpr std::string_view ruleName =
+        "Routing::Bgp::BgpParseExtCommTransGenericPart3Rule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommSubTypeTransGenericPart3RuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtComSubTypeTransGenericPart3RuleBase";
+    VOBGP_RULE_SET(extendedCommSubTypeTransGenericPart3RuleInstance,
+                   extendedCommSubTypeTransGenericPart3RuleInstanceIs,
+                   extendedCommSubTypeTransGenericPart3RuleInstanceDel,
+                   extendedCommSubTypeTransGenericPart3RuleInstanceDelAll,
+                   extendedCommSubTypeTransGenericPart3RuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommSubTypeTransGenericPart3RuleInstance,
+                     instantiateExtCommSubTypeTransGenericPart3SubRule,
+                     addExtCommSubTypeTransGenericPart3SubRule)
+};
+
+struct VOBGP_EXPORT NonTransTwoOctetAs : ExtCommSubtypeKind<NonTransTwoOctetAs> {
+    static constexpr Mox::AttributeNumber attribute = 8;
+    static constexpr auto pktType = extCommPktTypeNonTransTwoOctetAs;
+    using SubRuleKey = BgpExtCommPktSubtypeNonTransTwoOctetAs;
+    using Layout = ExtCommLayout::TwoOctetAs;
+    static constexpr std::string_view ruleName =
+        "Routing::Bgp::BgpParseExtCommNonTransTwoOctetAsRule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase";
+    VOBGP_RULE_SET(extendedCommSubTypeNonTransTwoOctetAsRuleInstance,
+                   extendedCommSubTypeNonTransTwoOctetAsRuleInstanceIs,
+                   extendedCommSubTypeNonTransTwoOctetAsRuleInstanceDel,
+                   extendedCommSubTypeNonTransTwoOctetAsRuleInstanceDelAll,
+                   extendedCommSubTypeNonTransTwoOctetAsRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommSubTypeNonTransTwoOctetAsRuleInstance,
+                     instantiateExtCommSubTypeNonTransTwoOctetAsSubRule,
+                     addExtCommSubTypeNonTransTwoOctetAsSubRule)
+};
+
+struct VOBGP_EXPORT NonTransIpv4Address : ExtCommSubtypeKind<NonTransIpv4Address> {
+    static constexpr Mox::AttributeNumber attribute = 9;
+    static constexpr auto pktType = extCommPktTypeNonTransIpv4Address;
+    using SubRuleKey = BgpExtCommPktSubtypeNonTransIpv4Address;
+    using Layout = ExtCommLayout::Ipv4Address;
+    static constexpr std::string_view ruleName =
+        "Routing::Bgp::BgpParseExtCommNonTransIpv4AddressRule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtComSubTypeNonTransIpv4AddressRuleBase";
+    VOBGP_RULE_SET(extendedCommSubTypeNonTransIpv4AddressRuleInstance,
+                   extendedCommSubTypeNonTransIpv4AddressRuleInstanceIs,
+                   extendedCommSubTypeNonTransIpv4AddressRuleInstanceDel,
+                   extendedCommSubTypeNonTransIpv4AddressRuleInstanceDelAll,
+                   extendedCommSubTypeNonTransIpv4AddressRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommSubTypeNonTransIpv4AddressRuleInstance,
+                     instantiateExtCommSubTypeNonTransIpv4AddressSubRule,
+                     addExtCommSubTypeNonTransIpv4AddressSubRule)
+};
+
+struct VOBGP_EXPORT NonTransFourOctetAs : ExtCommSubtypeKind<NonTransFourOctetAs> {
+    static constexpr Mox::AttributeNumber attribute = 10;
+    static constexpr auto pktType = extCommPktTypeNonTransFourOctetAs;
+    using SubRuleKey = BgpExtCommPktSubtypeNonTransFourOctetAs;
+    using Layout = ExtCommLayout::FourOctetAs;
+    static constexpr std::string_view ruleName =
+        "Routing::Bgp::BgpParseExtCommNonTransFourOctetAsRule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtComSubTypeNonTransFourOctetAsRuleBase";
+    VOBGP_RULE_SET(extendedCommSubTypeNonTransFourOctetAsRuleInstance,
+                   extendedCommSubTypeNonTransFourOctetAsRuleInstanceIs,
+                   extendedCommSubTypeNonTransFourOctetAsRuleInstanceDel,
+                   extendedCommSubTypeNonTransFourOctetAsRuleInstanceDelAll,
+                   extendedCommSubTypeNonTransFourOctetAsRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommSubTypeNonTransFourOctetAsRuleInstance,
+                     instantiateExtCommSubTypeNonTransFourOctetAsSubRule,
+                     addExtCommSubTypeNonTransFourOctetAsSubRule)
+};
+
+struct VOBGP_EXPORT NonTransOpaque : ExtCommSubtypeKind<NonTransOpaque> {
+    static constexpr Mox::AttributeNumber attribute = 11;
+    static constexpr auto pktType = extCommPktTypeNonTransOpaque;
+    using SubRuleKey = BgpExtCommPktSubtypeNonTransOpaque;
+    using Layout = ExtCommLayout::Subtyped;
+    static constexpr std::string_view ruleName = "Routing::Bgp::BgpParseExtCommNonTransOpaqueRule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommSubTypeNonTransOpaqueRuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtComSubTypeNonTransOpaqueRuleBase";
+    VOBGP_RULE_SET(extendedCommSubTypeNonTransOpaqueRuleInstance,
+                   extendedCommSubTypeNonTransOpaqueRuleInstanceIs,
+                   extendedCommSubTypeNonTransOpaqueRuleInstanceDel,
+                   extendedCommSubTypeNonTransOpaqueRuleInstanceDelAll,
+                   extendedCommSubTypeNonTransOpaqueRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommSubTypeNonTransOpaqueRuleInstance,
+                     instantiateExtCommSubTypeNonTransOpaqueSubRule,
+                     addExtCommSubTypeNonTransOpaqueSubRule)
+};
+
+struct VOBGP_EXPORT Ip6Trans : ExtCommSubtypeKind<Ip6Trans> {
+    static constexpr Mox::AttributeNumber attribute = 12;
+    static constexpr auto pktType = extCommIp6PktTypeTransIpv6Address;
+    using SubRuleKey = BgpExtCommIp6PktSubtypeTransIpv6Address;
+    using Layout = ExtCommLayout::Ip6Subtyped;
+    static constexpr std::string_view ruleName = "Routing::Bgp::BgpParseExtCommIp6TransRule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommIp6SubTypeTransRuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtCommIp6SubTypeTransRuleBase";
+    VOBGP_RULE_SET(extendedCommIp6SubTypeTransRuleInstance,
+                   extendedCommIp6SubTypeTransRuleInstanceIs,
+                   extendedCommIp6SubTypeTransRuleInstanceDel,
+                   extendedCommIp6SubTypeTransRuleInstanceDelAll,
+                   extendedCommIp6SubTypeTransRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommIp6SubTypeTransRuleInstance,
+                     instantiateExtCommIp6SubTypeTransSubRule, addExtCommIp6SubTypeTransSubRule)
+};
+
+struct VOBGP_EXPORT Ip6NonTrans : ExtCommSubtypeKind<Ip6NonTrans> {
+    static constexpr Mox::AttributeNumber attribute = 13;
+    static constexpr auto pktType = extCommIp6PktTypeNonTransIpv6Address;
+    using SubRuleKey = BgpExtCommIp6PktSubtypeNonTransIpv6Address;
+    using Layout = ExtCommLayout::Ip6Subtyped;
+    static constexpr Announced announced = Announced::no;
+    static constexpr std::string_view ruleName = "Routing::Bgp::BgpParseExtCommIp6NonTransRule";
+    static constexpr std::string_view keyName =
+        "Routing::Bgp::BgpParseExtCommIp6SubTypeNonTransRuleKey";
+    static constexpr std::string_view subRuleName =
+        "Routing::Bgp::BgpParseExtCommIp6SubTypeNonTransRuleBase";
+    VOBGP_RULE_SET(extendedCommIp6SubTypeNonTransRuleInstance,
+                   extendedCommIp6SubTypeNonTransRuleInstanceIs,
+                   extendedCommIp6SubTypeNonTransRuleInstanceDel,
+                   extendedCommIp6SubTypeNonTransRuleInstanceDelAll,
+                   extendedCommIp6SubTypeNonTransRuleInstanceHas)
+    VOBGP_RULE_HOOKS(handleExtCommIp6SubTypeNonTransRuleInstance,
+                     instantiateExtCommIp6SubTypeNonTransSubRule,
+                     addExtCommIp6SubTypeNonTransSubRule)
+};
 } // namespace ExtCommRuleKind
 
-/// A list of kinds, for code that is written once for all of them.
-template <class... Kinds>
-struct ExtCommRuleKindList {
-    template <template <class...> class Template>
-    using Into = Template<Kinds...>;
+#undef VOBGP_RULE_SET
+#undef VOBGP_RULE_HOOKS
 
-    /// Calls `visitor.operator()<Kind>()` for each, in order.
+/// Applies a macro to every kind of per-type rule, in the order of the rows.
+#define VOBGP_EXT_COMM_SUBTYPE_KINDS(DO)                                                           \
+    DO(TransTwoOctetAs)                                                                            \
+    DO(TransIpv4Address)                                                                           \
+    DO(TransFourOctetAs)                                                                           \
+    DO(TransOpaque)                                                                                \
+    DO(TransGeneric)                                                                               \
+    DO(TransGenericPart2)                                                                          \
+    DO(TransGenericPart3)                                                                          \
+    DO(NonTransTwoOctetAs)                                                                         \
+    DO(NonTransIpv4Address)                                                                        \
+    DO(NonTransFourOctetAs)                                                                        \
+    DO(NonTransOpaque)                                                                             \
+    DO(Ip6Trans)                                                                                   \
+    DO(Ip6NonTrans)
+
+/// A list of rows, for code that is written once for all of them.
+template <class... Rows>
+struct ExtCommRowList {
+    static constexpr std::size_t size = sizeof...(Rows);
+    template <std::size_t index>
+    using At = std::tuple_element_t<index, std::tuple<Rows...>>;
+
+    template <template <class...> class Template>
+    using Into = Template<Rows...>;
+
+    /// Calls `visitor.operator()<Row>()` for each, in order.
     template <class Visitor>
     static constexpr void forEach(Visitor visitor) {
-        (visitor.template operator()<Kinds>(), ...);
+        (visitor.template operator()<Rows>(), ...);
     }
 };
 
-namespace Detail {
-// Each row brings a comma before it.
-template <class Nothing, class... Kinds>
-struct RuleKindsOfTable {
-    using List = ExtCommRuleKindList<Kinds...>;
-};
-} // namespace Detail
-
-#define VOBGP_KIND_TAG(number, Tag, ...) , ExtCommRuleKind::Tag
-using ExtCommRuleKinds =
-    Detail::RuleKindsOfTable<void VOBGP_EXT_COMM_RULE_KINDS(VOBGP_KIND_TAG, VOBGP_KIND_TAG)>::List;
+#define VOBGP_KIND_TAG(Kind) , ExtCommRuleKind::Kind
+/// All kinds, in the order of the rows.
+struct ExtCommRuleKinds
+  : ExtCommRowList<ExtCommRuleKind::Type VOBGP_EXT_COMM_SUBTYPE_KINDS(VOBGP_KIND_TAG)> {};
 #undef VOBGP_KIND_TAG
+
+/// `Base` extended by a class `Link` for each of the first `count` rows of a list, in one line of
+/// inheritance: the first row's link derives from `Base`, and each other from the one before it.
+template <class List, template <class Row, class Next> class Link, class Base,
+          std::size_t count = List::size>
+class VOBGP_EXPORT ExtCommChain
+  : public Link<typename List::template At<count - 1>, ExtCommChain<List, Link, Base, count - 1>> {
+    using Last =
+        Link<typename List::template At<count - 1>, ExtCommChain<List, Link, Base, count - 1>>;
+
+  public:
+    using Last::Last;
+};
+
+template <class List, template <class Row, class Next> class Link, class Base>
+class VOBGP_EXPORT ExtCommChain<List, Link, Base, 0> : public Base {
+  public:
+    using Base::Base;
+};
 
 static_assert(
     [] {
@@ -378,6 +516,6 @@ static_assert(
         ExtCommRuleKinds::forEach([&]<class Kind>() { inOrder &= Kind::attribute == next++; });
         return inOrder;
     }(),
-    "the rows stand in the order of their numbers");
+    "the rows are in the order of their numbers");
 
 } // namespace Routing::Bgp

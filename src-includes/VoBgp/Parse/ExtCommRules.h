@@ -11,17 +11,16 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 namespace Routing::Bgp {
 
-/// Base of every parse rule: part of the tree that turns a value into the object that stands for
-/// it.
+/// Base of every parse rule. The rules form a tree, which turns a value into an object.
 ///
-/// A rule is owned by the rule above it, the topmost by the agent and its intern tables; it holds
-/// its control and, by that, the registry. What it is a rule for never changes. Reactor thread, but
-/// for parsing, which only reads.
+/// Owned by the rule above it, or by the agent and its intern tables; holds its control, which
+/// keeps the registry alive. Reactor thread, except for parsing, which only reads.
 class VOBGP_EXPORT BgpParseExtCommRuleBase : public Mox::PtrInterface {
   public:
     MOX_COUNTED(BgpParseExtCommRuleBase)
@@ -34,12 +33,11 @@ class VOBGP_EXPORT BgpParseExtCommRuleBase : public Mox::PtrInterface {
     explicit BgpParseExtCommRuleBase(BgpParseExtCommControl const& parseControl)
       : parseControl_(parseControl) {}
 
-    /// The registry, to announce oneself in. A control names it as constant: whoever else holds a
-    /// control only reads it. A control that names none is the caller's bug.
+    /// The registry, for announcing the rule. REQUIRES: the control refers to one (asserted).
     BgpParseExtCommRuleCollections& ruleCollections() const noexcept;
 
-    /// Announces the rule. An observer that throws leaves it unannounced: the rule will not come
-    /// to be.
+    /// Announces the rule. If an observer throws, the rule is not announced, and its construction
+    /// fails.
     template <class Kind>
     void announce(ExtCommRuleKey<Kind> key) {
         try {
@@ -50,8 +48,8 @@ class VOBGP_EXPORT BgpParseExtCommRuleBase : public Mox::PtrInterface {
         }
     }
 
-    /// Runs a rule's handleDel() as its last reference goes. By the time an observer throws, the
-    /// key has gone; and the release that brought this about never throws.
+    /// Runs handleDel() when the last reference is released. Exceptions of observers are dropped: a
+    /// release never throws, and the key has been removed by then.
     template <class Rule>
     static void depart(Rule& rule) noexcept {
         try {
@@ -65,7 +63,7 @@ class VOBGP_EXPORT BgpParseExtCommRuleBase : public Mox::PtrInterface {
 };
 
 /// A rule for one type octet of communities of a width: builds an object for a value, or declines
-/// it. Else as its base.
+/// it.
 template <class Width>
 class VOBGP_EXPORT ExtCommTypeRuleBase : public BgpParseExtCommRuleBase {
   public:
@@ -74,12 +72,12 @@ class VOBGP_EXPORT ExtCommTypeRuleBase : public BgpParseExtCommRuleBase {
 
     ~ExtCommTypeRuleBase() override = default;
 
-    /// A new, not yet interned object, or null.
+    /// Returns a new object, not interned, or null to decline the value.
     virtual Mox::PtrConst<typename Width::Community>
     inhale(typename Width::Content const& content) const = 0;
 
     PktType pktType() const noexcept { return pktType_; }
-    /// Under what a rule above files this one.
+    /// What the rule above files this one under.
     PktType filedUnder() const noexcept { return pktType_; }
 
   protected:
@@ -96,8 +94,8 @@ using BgpParseExtendedCommunityIp6TypeRuleBase = ExtCommTypeRuleBase<ExtCommWidt
 extern template class ExtCommTypeRuleBase<ExtCommWidth::EightOctets>;
 extern template class ExtCommTypeRuleBase<ExtCommWidth::TwentyOctets>;
 
-/// A rule for one subtype octet of a type: what a plug-in supplies. It builds an object for a
-/// value, or declines it by null and leaves it to the per-type rule. Else as its base.
+/// A rule for one subtype octet of a type, which a plug-in supplies. Builds an object for a value,
+/// or declines it and leaves it to the per-type rule.
 template <class Kind>
 class VOBGP_EXPORT ExtCommSubRuleBase : public BgpParseExtCommRuleBase {
   public:
@@ -107,12 +105,12 @@ class VOBGP_EXPORT ExtCommSubRuleBase : public BgpParseExtCommRuleBase {
 
     ~ExtCommSubRuleBase() override = default;
 
-    /// A new, not yet interned object, or null.
+    /// Returns a new object, not interned, or null to decline the value.
     virtual Mox::PtrConst<typename Width::Community>
     inhale(typename Width::Content const& content) const = 0;
 
     PktSubType pktSubType() const noexcept { return pktSubType_; }
-    /// Under what a rule above files this one.
+    /// What the rule above files this one under.
     PktSubType filedUnder() const noexcept { return pktSubType_; }
 
   protected:
@@ -124,42 +122,57 @@ class VOBGP_EXPORT ExtCommSubRuleBase : public BgpParseExtCommRuleBase {
     PktSubType const pktSubType_;
 };
 
-/// What a per-type rule builds when no sub-rule claims a value: a new object of the type's layout,
-/// of unspecified classification.
+/// The layout of a type's values: the class of a community that no sub-rule claims, and for an AS
+/// number its width.
 namespace ExtCommLayout {
 
-struct VOBGP_EXPORT TwoOctetAs {
+struct TwoOctetAs {
     using Width = ExtCommWidth::EightOctets;
-    static ExtComm::PtrConst build(ExtCommContent const& content);
+    using Community = ExtCommAsNumber;
+    static constexpr bool fourByteAs = false;
 };
 
-struct VOBGP_EXPORT FourOctetAs {
+struct FourOctetAs {
     using Width = ExtCommWidth::EightOctets;
-    static ExtComm::PtrConst build(ExtCommContent const& content);
+    using Community = ExtCommAsNumber;
+    static constexpr bool fourByteAs = true;
 };
 
-struct VOBGP_EXPORT Ipv4Address {
+struct Ipv4Address {
     using Width = ExtCommWidth::EightOctets;
-    static ExtComm::PtrConst build(ExtCommContent const& content);
+    using Community = ExtCommIpv4Address;
 };
 
-struct VOBGP_EXPORT Subtyped {
+struct Subtyped {
     using Width = ExtCommWidth::EightOctets;
-    static ExtComm::PtrConst build(ExtCommContent const& content);
+    using Community = ExtCommSubtyped;
 };
 
-struct VOBGP_EXPORT Ip6Subtyped {
+struct Ip6Subtyped {
     using Width = ExtCommWidth::TwentyOctets;
-    static ExtCommIp6::PtrConst build(ExtCommIp6Content const& content);
+    using Community = ExtCommIp6Subtyped;
 };
+
+/// A new community with a content of that layout, its notifications switched on. The constructor
+/// takes the classification, unless the class fixes it, the content, and the width of the AS
+/// number, if the class is for both.
+template <class Layout, class Community, class... Classification>
+Mox::Ptr<Community> build(typename Layout::Width::Content const& content,
+                          Classification... classification) {
+    using Content = typename Layout::Width::Content;
+    if constexpr (std::is_constructible_v<Community, Classification..., Content const&>) {
+        return Mox::makeActive<Community>(classification..., content);
+    } else {
+        return Mox::makeActive<Community>(classification..., content, Layout::fourByteAs);
+    }
+}
 
 } // namespace ExtCommLayout
 
-/// The rules that a rule has below it, each under its own type or subtype: a few of them, in one
-/// packed array in their order.
+/// The rules below a rule, by type or subtype, in a sorted array.
 ///
-/// It holds the rules. Any number can be filed; only a member that the wire may carry is ever asked
-/// for. Thread-compatible.
+/// Holds the rules. A rule can be filed under any number, but a parse asks only for members that
+/// the wire may carry. Thread-compatible.
 template <class Rule>
 class ExtCommRuleMap {
   public:
@@ -168,25 +181,25 @@ class ExtCommRuleMap {
 
     std::size_t size() const noexcept { return entries_.size(); }
 
-    /// The rule filed there, or null.
+    /// Returns null if not found.
     RulePtr get(Key key) const noexcept {
         auto const place = lowerBound(entries_, key);
         return place != entries_.end() && place->key == key ? place->rule : RulePtr();
     }
 
-    /// Files a rule under its own key, in place of the one that is there: the last one wins.
+    /// Files a rule under its own key; replaces the rule that is there.
     void is(RulePtr rule) {
         auto const key = rule->filedUnder();
         auto const place = lowerBound(entries_, key);
         if (place != entries_.end() && place->key == key) {
-            // The old one goes last, with `rule`: its destructor may come back to this map.
+            // The old rule is destroyed last, with `rule`: its destructor may change this map.
             place->rule.swap(rule);
         } else {
             entries_.insert(place, Entry{key, std::move(rule)});
         }
     }
 
-    /// Removes the rule filed there and returns it, or null.
+    /// Removes the rule and returns it; null if not found.
     RulePtr del(Key key) noexcept {
         RulePtr removed;
         auto const place = lowerBound(entries_, key);
@@ -199,7 +212,7 @@ class ExtCommRuleMap {
 
     void delAll() noexcept { auto const removed = std::exchange(entries_, {}); }
 
-    /// What the rule for an octet makes of a content; null if it declines or there is none.
+    /// Parses a content by the rule for an octet. Returns null if the rule declines or is missing.
     template <class Content>
     auto inhale(U8 octet, Content const& content) const {
         using Result = decltype(std::declval<Rule const&>().inhale(content));
@@ -207,13 +220,13 @@ class ExtCommRuleMap {
         if (!bgpIsValidEnumMember(key)) {
             return Result();
         }
-        // A reference of its own: the rule may be replaced while it is at it.
+        // Held: the rule may be replaced while it parses.
         auto const rule = get(key);
         return rule ? rule->inhale(content) : Result();
     }
 
   private:
-    /// The key beside the rule: a look-up touches no rule but the one it finds.
+    /// The key is kept beside the rule, so that a look-up touches only the rule it finds.
     struct Entry {
         Key key;
         RulePtr rule;
@@ -231,8 +244,8 @@ class ExtCommRuleMap {
 /// The rule for one type octet: asks the sub-rule for the value's subtype octet, and builds an
 /// object of the type's layout if there is none or it declines.
 ///
-/// It announces itself to the plug-ins when it is made, and takes that back when it goes; both tell
-/// every observer of the registry. Else as its base.
+/// Announces itself in the registry when it is constructed and removes its key when it is
+/// destroyed; the observers of the registry are notified of both.
 template <class Kind>
 class VOBGP_EXPORT ExtCommPerTypeRule final
   : public ExtCommTypeRuleBase<typename Kind::Layout::Width> {
@@ -245,11 +258,11 @@ class VOBGP_EXPORT ExtCommPerTypeRule final
     explicit ExtCommPerTypeRule(BgpParseExtCommControl const& parseControl);
     ~ExtCommPerTypeRule() override;
 
-    /// A new, not yet interned object; never null.
+    /// Returns a new object, not interned; never null.
     Mox::PtrConst<typename Width::Community>
     inhale(typename Width::Content const& content) const override;
 
-    /// The sub-rule for a subtype, or null.
+    /// Returns null if not found.
     Mox::PtrConst<SubRule> subTypeRule(SubRuleKey subtype) const noexcept {
         return subTypeRule_.get(subtype);
     }
@@ -260,25 +273,24 @@ class VOBGP_EXPORT ExtCommPerTypeRule final
 
     std::size_t subTypeRules() const noexcept { return subTypeRule_.size(); }
 
-    /// Files a sub-rule under its subtype, in place of the one that is there: the last one wins. A
-    /// null one is a `Mox::NullMutatorArgumentException`.
+    /// Files a sub-rule under its subtype; replaces the one that is there. Throws
+    /// `Mox::NullMutatorArgumentException` for null.
     void subTypeRuleIs(Mox::PtrConst<SubRule> const& rule);
 
-    /// Removes the sub-rule for a subtype and returns it, or null.
+    /// Removes the sub-rule and returns it; null if not found.
     Mox::PtrConst<SubRule> subTypeRuleDel(SubRuleKey subtype) noexcept {
         return subTypeRule_.del(subtype);
     }
 
     void subTypeRuleDelAll() noexcept { subTypeRule_.delAll(); }
 
-    /// Announces the rule; run by the constructor. The rule of the non-transitive IPv6 type takes
-    /// its key back instead: deliberately, no plug-in is asked for sub-rules for it. One that is
-    /// filed directly is kept and never used, because no subtype of the type is in use
+    /// Announces the rule; called by the constructor. The rule of the non-transitive IPv6 type
+    /// removes its key instead, so that plug-ins are not asked for sub-rules for it
     /// (docs/decisions/ip6-non-transitive.md).
     void handleInitialized();
 
-    /// Takes the announcement back. The plug-ins hear of that as of an announcement, and file one
-    /// more sub-rule into the departing rule; that is harmless.
+    /// Removes the rule's key. Plug-ins react as to an announcement and file another sub-rule into
+    /// the rule, which is harmless.
     void handleDel();
 
   private:
@@ -288,23 +300,58 @@ class VOBGP_EXPORT ExtCommPerTypeRule final
     Detail::LiveObject const live_{this, Kind::attribute};
 };
 
-#define VOBGP_NO_KIND(...)
-#define VOBGP_KIND_CLASSES(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas,     \
-                           handle, instantiate, add, SubRuleBase, ...)                             \
-    using SubRuleBase = ExtCommSubRuleBase<ExtCommRuleKind::Tag>;                                  \
-    using RuleClass = ExtCommPerTypeRule<ExtCommRuleKind::Tag>;                                    \
-    extern template class ExtCommSubRuleBase<ExtCommRuleKind::Tag>;                                \
-    extern template class ExtCommPerTypeRule<ExtCommRuleKind::Tag>;
-VOBGP_EXT_COMM_RULE_KINDS(VOBGP_NO_KIND, VOBGP_KIND_CLASSES)
-#undef VOBGP_KIND_CLASSES
-#undef VOBGP_NO_KIND
+using BgpParseExtCommTransTwoOctetAsRule = ExtCommPerTypeRule<ExtCommRuleKind::TransTwoOctetAs>;
+using BgpParseExtCommTransIpv4AddressRule = ExtCommPerTypeRule<ExtCommRuleKind::TransIpv4Address>;
+using BgpParseExtCommTransFourOctetAsRule = ExtCommPerTypeRule<ExtCommRuleKind::TransFourOctetAs>;
+using BgpParseExtCommTransOpaqueRule = ExtCommPerTypeRule<ExtCommRuleKind::TransOpaque>;
+using BgpParseExtCommTransGenericRule = ExtCommPerTypeRule<ExtCommRuleKind::TransGeneric>;
+using BgpParseExtCommTransGenericPart2Rule = ExtCommPerTypeRule<ExtCommRuleKind::TransGenericPart2>;
+using BgpParseExtCommTransGenericPart3Rule = ExtCommPerTypeRule<ExtCommRuleKind::TransGenericPart3>;
+using BgpParseExtCommNonTransTwoOctetAsRule =
+    ExtCommPerTypeRule<ExtCommRuleKind::NonTransTwoOctetAs>;
+using BgpParseExtCommNonTransIpv4AddressRule =
+    ExtCommPerTypeRule<ExtCommRuleKind::NonTransIpv4Address>;
+using BgpParseExtCommNonTransFourOctetAsRule =
+    ExtCommPerTypeRule<ExtCommRuleKind::NonTransFourOctetAs>;
+using BgpParseExtCommNonTransOpaqueRule = ExtCommPerTypeRule<ExtCommRuleKind::NonTransOpaque>;
+using BgpParseExtCommIp6TransRule = ExtCommPerTypeRule<ExtCommRuleKind::Ip6Trans>;
+using BgpParseExtCommIp6NonTransRule = ExtCommPerTypeRule<ExtCommRuleKind::Ip6NonTrans>;
 
-/// The rule at the top: turns any extended community into the most specific object that the rules
-/// below it know how to build.
+using BgpParseExtComSubTypeTransTwoOctetAsRuleBase =
+    ExtCommSubRuleBase<ExtCommRuleKind::TransTwoOctetAs>;
+using BgpParseExtComSubTypeTransIpv4AddressRuleBase =
+    ExtCommSubRuleBase<ExtCommRuleKind::TransIpv4Address>;
+using BgpParseExtComSubTypeTransFourOctetAsRuleBase =
+    ExtCommSubRuleBase<ExtCommRuleKind::TransFourOctetAs>;
+using BgpParseExtComSubTypeTransOpaqueRuleBase = ExtCommSubRuleBase<ExtCommRuleKind::TransOpaque>;
+using BgpParseExtComSubTypeTransGenericRuleBase = ExtCommSubRuleBase<ExtCommRuleKind::TransGeneric>;
+using BgpParseExtComSubTypeTransGenericPart2RuleBase =
+    ExtCommSubRuleBase<ExtCommRuleKind::TransGenericPart2>;
+using BgpParseExtComSubTypeTransGenericPart3RuleBase =
+    ExtCommSubRuleBase<ExtCommRuleKind::TransGenericPart3>;
+using BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase =
+    ExtCommSubRuleBase<ExtCommRuleKind::NonTransTwoOctetAs>;
+using BgpParseExtComSubTypeNonTransIpv4AddressRuleBase =
+    ExtCommSubRuleBase<ExtCommRuleKind::NonTransIpv4Address>;
+using BgpParseExtComSubTypeNonTransFourOctetAsRuleBase =
+    ExtCommSubRuleBase<ExtCommRuleKind::NonTransFourOctetAs>;
+using BgpParseExtComSubTypeNonTransOpaqueRuleBase =
+    ExtCommSubRuleBase<ExtCommRuleKind::NonTransOpaque>;
+using BgpParseExtCommIp6SubTypeTransRuleBase = ExtCommSubRuleBase<ExtCommRuleKind::Ip6Trans>;
+using BgpParseExtCommIp6SubTypeNonTransRuleBase = ExtCommSubRuleBase<ExtCommRuleKind::Ip6NonTrans>;
+
+#define VOBGP_KIND_CLASSES(Kind)                                                                   \
+    extern template class ExtCommSubRuleBase<ExtCommRuleKind::Kind>;                               \
+    extern template class ExtCommPerTypeRule<ExtCommRuleKind::Kind>;
+VOBGP_EXT_COMM_SUBTYPE_KINDS(VOBGP_KIND_CLASSES)
+#undef VOBGP_KIND_CLASSES
+
+/// The top-level rule: turns any extended community into the most specific object that the rules
+/// below it can build.
 ///
-/// It makes the rule of each type in the table of kinds, and has the plug-ins of its registry fill
-/// them. Owned by the container and by the tables that parse by it. Reactor
-/// thread, but for parsing, which only reads.
+/// Creates the rule of each kind with a type octet; the plug-ins of its registry fill them. Owned
+/// by the container and by the tables that parse by it. Reactor thread, except for parsing, which
+/// only reads.
 class VOBGP_EXPORT BgpParseExtendedCommunityRule : public BgpParseExtCommRuleBase {
   public:
     MOX_COUNTED(BgpParseExtendedCommunityRule)
@@ -312,17 +359,18 @@ class VOBGP_EXPORT BgpParseExtendedCommunityRule : public BgpParseExtCommRuleBas
     explicit BgpParseExtendedCommunityRule(BgpParseExtCommControl const& parseControl);
     ~BgpParseExtendedCommunityRule() override;
 
-    /// A new, not yet interned object for any content; never null.
+    /// Returns a new object for any content, not interned; never null.
     ExtComm::PtrConst parseExtendedCommunity(ExtCommContent const& content) const;
     ExtCommIp6::PtrConst parseExtendedCommunityIp6(ExtCommIp6Content const& content) const;
 
-    /// The text of a value, eight octets as one integer in host order, for show commands. Nothing
-    /// is interned.
+    /// The text of a value for show commands; `extCommVal` is the eight octets as one integer in
+    /// host order. Nothing is interned.
     String showString(U64 const& extCommVal, bool formatAsDot, bool ucmpLinkbwWeighted,
                       bool formatJson) const;
 
-    // The rules of the types, each under its own type octet; the last one filed wins. Filing a null
-    // one is a `Mox::NullMutatorArgumentException`; Del returns what it removed, or null.
+    // The per-type rules by type octet. Filing a rule replaces the one that is there; null throws
+    // `Mox::NullMutatorArgumentException`. Look-ups return null if not found; `Del` returns the
+    // rule that it removed, or null.
 
     BgpParseExtendedCommunityTypeRuleBase::PtrConst
     typeRule(BgpExtCommPktType pktType) const noexcept {
@@ -362,11 +410,11 @@ class VOBGP_EXPORT BgpParseExtendedCommunityRule : public BgpParseExtCommRuleBas
 
     void ip6TypeRuleDelAll() noexcept { ip6TypeRule_.delAll(); }
 
-    /// Makes and files the rules of the types, which announce themselves meanwhile, and announces
-    /// this one last; run by the constructor.
+    /// Creates and files the per-type rules, which announce themselves, then announces this one.
+    /// Called by the constructor.
     void handleInitialized();
 
-    /// Takes the announcement back.
+    /// Removes the rule's key from the registry.
     void handleDel();
 
   private:
@@ -385,7 +433,8 @@ class VOBGP_EXPORT BgpParseExtendedCommunityRule : public BgpParseExtCommRuleBas
     Detail::LiveObject const live_{this, ExtCommRuleKind::Type::attribute};
 };
 
-/// A new rule with its notifications switched on. The control must name a registry.
+/// A new rule with its notifications switched on. REQUIRES: the control refers to a registry
+/// (asserted).
 VOBGP_EXPORT BgpParseExtendedCommunityRule::Ptr
 bgpParseExtendedCommunityRuleFactory(BgpParseExtCommControl const& parseControl);
 

@@ -2,27 +2,25 @@
 
 #include <Mox/Export.h>
 #include <VoBgp/BgpPathAttributeEnums.h>
-#include <VoBgp/Parse/ExtCommPlugin.h>
-#include <VoBgp/Parse/ExtCommTypedSubRule.h>
+#include <VoBgp/Parse/ExtCommTyped.h>
 #include <VoBgp/VoBgpCommunity.h>
 
 #include <string_view>
 
 namespace Routing::Bgp {
 
-/// The type of tunnel to send the traffic of a route through (RFC 9012, section 4.1). Else as its
-/// base.
+/// The type of the tunnel that carries the traffic of a route (RFC 9012, section 4.1).
 ///
 ///     octet  0      1         2       3       4       5       6       7
 ///          +------+---------+-------------------------------+---------------+
 ///          | 0x03 |  0x0c   |           reserved            |  tunnel type  |
 ///          +------+---------+-------------------------------+---------------+
-class VOBGP_EXPORT ExtCommTunnelEncap : public ExtCommSubtyped {
+class VOBGP_EXPORT ExtCommTunnelEncap : public ExtCommTyped<ExtCommTunnelEncap, ExtCommSubtyped> {
   public:
     MOX_COUNTED(ExtCommTunnelEncap)
 
-    explicit ExtCommTunnelEncap(ExtCommContent const& content) noexcept;
-    ~ExtCommTunnelEncap() override;
+    explicit ExtCommTunnelEncap(ExtCommContent const& content) noexcept
+      : ExtCommTyped(extCommClassificationTunnelEncap, content) {}
 
     /// Any sixteen bits, not only a member.
     TunnelType tunnelType() const noexcept {
@@ -32,37 +30,32 @@ class VOBGP_EXPORT ExtCommTunnelEncap : public ExtCommSubtyped {
   protected:
     void appendShowForm(Mox::CharBuffer& out, bool upperCase) const override;
 
-    /// The name of the tunnel type, after `TunnelEncap:` if strepFormatClassification is set.
+    /// The name of the tunnel type, with the prefix `TunnelEncap:` if strepFormatClassification is
+    /// set.
     void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const override;
-    bool textIsBuiltIn() const noexcept override;
 };
 
-/// The row of the sub-rule of tunnel encapsulations.
+/// The row of the sub-rule.
 struct VOBGP_EXPORT ExtCommTunnelEncapSubRule {
+    using Community = ExtCommTunnelEncap;
     using Kind = ExtCommRuleKind::TransOpaque;
     static constexpr auto subtype = extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity;
     static constexpr std::string_view ruleName =
         "Routing::Bgp::BgpParseExtComSubTypeTransOpaqueTunnelEncapRule";
-    static ExtComm::PtrConst build(ExtCommContent const& content);
+};
+
+/// The row of the plug-in.
+struct VOBGP_EXPORT ExtCommTunnelEncapPlugin {
+    using SubRules = ExtCommSubRules<ExtCommTunnelEncapSubRule>;
+    static constexpr std::string_view pluginName = "Routing::Bgp::BgpParseExtCommTunnelEncapSm";
 };
 
 using BgpParseExtComSubTypeTransOpaqueTunnelEncapRule =
     ExtCommTypedSubRule<ExtCommTunnelEncapSubRule>;
+using BgpParseExtCommTunnelEncapSm = ExtCommTypedPlugin<ExtCommTunnelEncapPlugin>;
+
 extern template class ExtCommTypedSubRule<ExtCommTunnelEncapSubRule>;
-
-/// The plug-in of tunnel encapsulations. Else as its base.
-class VOBGP_EXPORT BgpParseExtCommTunnelEncapSm final : public BgpParseExtCommPluginBaseSm {
-  public:
-    MOX_COUNTED(BgpParseExtCommTunnelEncapSm)
-
-    explicit BgpParseExtCommTunnelEncapSm(
-        BgpParseExtCommRuleCollections::PtrConst const& ruleCollections);
-    ~BgpParseExtCommTunnelEncapSm() override;
-
-    void instantiateExtCommSubTypeTransOpaqueSubRule(
-        BgpParseExtCommSubTypeTransOpaqueRuleKey const& key,
-        BgpParseExtCommControl const& control) const override;
-};
+extern template class ExtCommTypedPlugin<ExtCommTunnelEncapPlugin>;
 
 // New objects with their notifications switched on.
 VOBGP_EXPORT ExtCommTunnelEncap::Ptr extCommTunnelEncapFactory(ExtCommContent const& content);

@@ -42,26 +42,31 @@ opaqueSubRule(BgpParseExtendedCommunityRule const& rule, BgpExtCommPktSubtypeTra
 
 constexpr auto colorSubtype = extCommPktSubtypeTransOpaqueColorExtendedCommunity;
 
-/// A plug-in with every hook, which only counts, by kind.
-class Counter final : public BgpParseExtCommPluginBaseSm {
+/// A plug-in that overrides every hook by PluginOverride, and records the kinds.
+class RecordingPlugin : public BgpParseExtCommPluginBaseSm {
   public:
     using BgpParseExtCommPluginBaseSm::BgpParseExtCommPluginBaseSm;
-    explicit Counter(Registry::PtrConst const& registry)
-      : BgpParseExtCommPluginBaseSm(registry) {}
 
     mutable std::vector<Mox::AttributeNumber> hooks;
-    mutable BgpParseExtCommControl control;
+    mutable BgpParseExtCommControl lastControl;
     mutable std::function<void()> reaction = [] {};
 
-#define COUNT(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas, handle,          \
-              instantiate, ...)                                                                    \
-    void instantiate(Key const&, BgpParseExtCommControl const& given) const override {             \
-        hooks.push_back(number);                                                                   \
-        control = given;                                                                           \
-        reaction();                                                                                \
+  protected:
+    template <class Kind>
+    void instantiateFor(ExtCommRuleKey<Kind> const&, BgpParseExtCommControl const& control) const {
+        hooks.push_back(Kind::attribute);
+        lastControl = control;
+        reaction();
     }
-    VOBGP_EXT_COMM_RULE_KINDS(COUNT, COUNT)
-#undef COUNT
+};
+
+template <class Kind, class Next>
+using EveryHook = typename Kind::template PluginOverride<Kind, Next>;
+
+class Counter final : public ExtCommChain<ExtCommRuleKinds, EveryHook, RecordingPlugin> {
+  public:
+    explicit Counter(Registry::PtrConst const& registry)
+      : ExtCommChain(registry) {}
 };
 
 // ---- Plug-ins -----------------------------------------------------------------------------------
@@ -72,7 +77,7 @@ TEST(ExtCommPlugin, EveryKindReachesItsHookWithTheControlOfTheRule) {
     auto const rule = newRule(registry);
     std::vector<Mox::AttributeNumber> const announced{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0};
     EXPECT_EQ(plugin->hooks, announced);
-    EXPECT_EQ(plugin->control, rule->parseControl());
+    EXPECT_EQ(plugin->lastControl, rule->parseControl());
 
     // A late one has it replayed, in the order of the sets.
     auto const late = Mox::makeActive<Counter>(registry);

@@ -29,21 +29,24 @@ struct Heard {
     bool operator==(Heard const&) const = default;
 };
 
-class Recorder : public Registry::Notifiee {
+class RecordingObserver : public Registry::Notifiee {
   public:
     using Notifiee::Notifiee;
     std::vector<Heard> heard;
-    /// What else to do with each.
+    /// Called after each.
     std::function<void()> reaction = [] {};
 
-#define RECORD(number, Tag, RuleClass, Key, set, setIs, setDel, setDelAll, setHas, handle, ...)    \
-    void handle(Key const& key) override {                                                         \
-        heard.push_back({number, key.rule()});                                                     \
-        reaction();                                                                                \
+  protected:
+    template <class Each>
+    void handleKey(ExtCommRuleKey<Each> const& key) {
+        heard.push_back({Each::attribute, key.rule()});
+        reaction();
     }
-    VOBGP_EXT_COMM_RULE_KINDS(RECORD, RECORD)
-#undef RECORD
 };
+
+template <class Each, class Next>
+using EveryHook = typename Each::template NotifieeOverride<Next>;
+using Recorder = ExtCommChain<ExtCommRuleKinds, EveryHook, RecordingObserver>;
 
 /// The tree of rules without any plug-in.
 struct BareTree {
