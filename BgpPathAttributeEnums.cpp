@@ -1,6 +1,6 @@
 #include <VoBgp/BgpPathAttributeEnums.h>
 
-#include <Mox/Type.h>
+#include <Mox/EnumerationRegistrations.h>
 
 #include <cstddef>
 #include <iterator>
@@ -9,15 +9,11 @@ namespace Routing::Bgp {
 
 namespace {
 
-Mox::TypeRegistration const registrations[] = {
-    Mox::TypeRegistration(Mox::enumerationType<BgpPathAttrType>()),
-    Mox::TypeRegistration(Mox::enumerationType<BgpPathAttrFlag>()),
-    Mox::TypeRegistration(Mox::enumerationType<AspType>()),
-    Mox::TypeRegistration(Mox::enumerationType<OriginCode>()),
-    Mox::TypeRegistration(Mox::enumerationType<PrefixSidTlvType>()),
-    Mox::TypeRegistration(Mox::enumerationType<TunnelType>()),
-    Mox::TypeRegistration(Mox::enumerationType<BgpCommunityValue>()),
-};
+Mox::EnumerationRegistrations<BgpPathAttrType, BgpPathAttrFlag, AspType, OriginCode,
+                              PrefixSidTlvType, TunnelType, BgpCommunityValue> const enumerations;
+
+static_assert(Mox::everyMemberHasARow<BgpCommunityValue, 0xffff0000>() &&
+              Mox::everyMemberHasARow<BgpCommunityValue, 0xffffff00, 0x100>());
 
 struct ShowString {
     BgpPathAttrType type;
@@ -32,7 +28,7 @@ constexpr ShowString showStrings[] = {
     {BgpPathAttrType::nextHop, "Nexthop"},
     {BgpPathAttrType::multiExitDisc, "MED"},
     {BgpPathAttrType::localPref, "Local Preference"},
-    // With an r, unlike the member: it is what show output is matched against.
+    // With an r, unlike the member: scripts match the show output.
     {BgpPathAttrType::atomicAggregate, "Atomic Aggregator"},
     {BgpPathAttrType::aggregator, "Aggregator"},
     {BgpPathAttrType::community, "Community"},

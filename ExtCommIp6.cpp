@@ -3,6 +3,7 @@
 #include "VoBgpStoredRecords.h"
 
 #include <Mox/Assert.h>
+#include <Mox/EnumerationRegistrations.h>
 #include <Mox/Hash.h>
 #include <Mox/StreamState.h>
 #include <Mox/TextStream.h>
@@ -67,10 +68,10 @@ Mox::Type const& ExtCommIp6Subtyped::staticType() noexcept {
 }
 
 namespace {
+Mox::EnumerationRegistrations<BgpExtCommIp6PktType, BgpExtCommIp6PktSubtypeTransIpv6Address,
+                              BgpExtCommIp6PktSubtypeNonTransIpv6Address> const enumerations;
+
 Mox::TypeRegistration const registrations[] = {
-    Mox::TypeRegistration(Mox::enumerationType<BgpExtCommIp6PktType>()),
-    Mox::TypeRegistration(Mox::enumerationType<BgpExtCommIp6PktSubtypeTransIpv6Address>()),
-    Mox::TypeRegistration(Mox::enumerationType<BgpExtCommIp6PktSubtypeNonTransIpv6Address>()),
     Mox::TypeRegistration(ExtCommIp6Content::staticType()),
     Mox::TypeRegistration(ExtCommIp6::StrepFormat::staticType()),
     Mox::TypeRegistration(ExtCommIp6::staticType()),

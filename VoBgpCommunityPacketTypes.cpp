@@ -1,6 +1,7 @@
 #include <VoBgp/VoBgpCommunityPacketTypes.h>
 
 #include <Mox/Assert.h>
+#include <Mox/EnumerationRegistrations.h>
 
 #include <ostream>
 
@@ -47,25 +48,19 @@ Mox::Type const pktSubtypeType(Mox::Type::Kind::value, "Routing::Bgp::BgpExtComm
                                          out, *static_cast<BgpExtCommPktSubtype const*>(object));
                                  }}});
 
-Mox::TypeRegistration const valueRegistrations[] = {
+Mox::TypeRegistration const registrations[] = {
     Mox::TypeRegistration(ExtCommContent::staticType()),
     Mox::TypeRegistration(pktSubtypeType),
 };
 
-template <Mox::Enumeration... Enumerations>
-struct Registrations {
-    Mox::TypeRegistration const all[sizeof...(Enumerations)] = {
-        Mox::TypeRegistration(Mox::enumerationType<Enumerations>())...};
-};
-
-Registrations<BgpExtCommPktType, BgpExtCommPktSubtypeTransTwoOctetAs,
-              BgpExtCommPktSubtypeTransIpv4Address, BgpExtCommPktSubtypeTransFourOctetAs,
-              BgpExtCommPktSubtypeTransOpaque, BgpExtCommPktSubtypeEvpn,
-              BgpExtCommPktSubtypeTransFlowspecRedirectNexthop, BgpExtCommPktSubtypeTransGeneric,
-              BgpExtCommPktSubtypeTransGenericPart2, BgpExtCommPktSubtypeTransGenericPart3,
-              BgpExtCommPktSubtypeNonTransTwoOctetAs, BgpExtCommPktSubtypeNonTransIpv4Address,
-              BgpExtCommPktSubtypeNonTransFourOctetAs, BgpExtCommPktSubtypeNonTransOpaque,
-              ExtCommClassification> const registrations;
+Mox::EnumerationRegistrations<
+    BgpExtCommPktType, BgpExtCommPktSubtypeTransTwoOctetAs, BgpExtCommPktSubtypeTransIpv4Address,
+    BgpExtCommPktSubtypeTransFourOctetAs, BgpExtCommPktSubtypeTransOpaque, BgpExtCommPktSubtypeEvpn,
+    BgpExtCommPktSubtypeTransFlowspecRedirectNexthop, BgpExtCommPktSubtypeTransGeneric,
+    BgpExtCommPktSubtypeTransGenericPart2, BgpExtCommPktSubtypeTransGenericPart3,
+    BgpExtCommPktSubtypeNonTransTwoOctetAs, BgpExtCommPktSubtypeNonTransIpv4Address,
+    BgpExtCommPktSubtypeNonTransFourOctetAs, BgpExtCommPktSubtypeNonTransOpaque,
+    ExtCommClassification> const enumerations;
 
 } // namespace
 
