@@ -11,6 +11,7 @@ import pathlib
 import re
 import sys
 
+import growth
 from measure import Bench, Times, count_instructions
 from pages import TOP, fill_in, machine, markdown_table, number, print_table
 from rows import COUNTED, FIGURES, HIGHER_IS_BETTER, ROWS
@@ -165,6 +166,7 @@ def main():
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--instructions", action="store_true")
     parser.add_argument("--record", action="store_true")
+    parser.add_argument("--growth", action="store_true")
     parser.add_argument("filter", nargs="?", default="", type=re.compile)
     options = parser.parse_intermixed_args()
 
@@ -172,6 +174,9 @@ def main():
     names = [row.subject for row in expected]
     names += [row.reference for row in expected if row.reference is not None]
     bench = Bench(options.program, options.quick, names)
+    if options.growth:
+        growth.write_pages(bench, 10_000 if options.quick else 10_000_000)
+        return
     instructions = None
     if options.instructions or options.record:
         instructions = instruction_table(bench, options.filter)
