@@ -19,7 +19,7 @@ using Mox::U32;
 ///          |  global admin.   |   local data 1   |   local data 2   |
 ///          +------------------+------------------+------------------+
 ///
-/// Ordered by these in turn, as the octets on the wire are. Thread-compatible.
+/// Ordered by these in turn, like the octets on the wire. Thread-compatible.
 class VOBGP_EXPORT CommunityValue {
   public:
     constexpr CommunityValue() noexcept = default;

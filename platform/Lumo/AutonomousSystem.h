@@ -12,8 +12,7 @@ namespace Lumo {
 
 using Mox::U32;
 
-/// An autonomous system number, two or four octets alike, in host order. Immutable but for
-/// assignment.
+/// An autonomous system number of two or four octets, in host order. Thread-compatible.
 class VOBGP_EXPORT AutonomousSystem {
   public:
     constexpr AutonomousSystem() noexcept = default;
@@ -22,8 +21,8 @@ class VOBGP_EXPORT AutonomousSystem {
       : number_(number) {}
     constexpr U32 number() const noexcept { return number_; }
 
-    /// RFC 5396: asdot is `HIGH.LOW` for a number of 65536 or more and plain decimal below; asplain
-    /// is always decimal.
+    /// Formats the number as in RFC 5396: with `asdot`, `HIGH.LOW` for 65536 and above; otherwise
+    /// decimal.
     void format(Mox::CharBuffer& out, bool asdot) const;
     Mox::String display(bool asdot) const;
 
@@ -36,7 +35,7 @@ class VOBGP_EXPORT AutonomousSystem {
 
 } // namespace Lumo
 
-/// Plain decimal.
+/// Decimal (asplain).
 template <>
 struct VOBGP_EXPORT Mox::ValueText<Lumo::AutonomousSystem> {
     static void write(CharBuffer& out, Lumo::AutonomousSystem value) { value.format(out, false); }

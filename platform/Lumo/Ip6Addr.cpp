@@ -15,7 +15,7 @@ struct Run {
     unsigned length = 0;
 };
 
-/// A bit for each group that is zero, the lowest for the first group.
+/// Returns a bit mask of the zero groups; the lowest bit is the first group.
 unsigned zeroGroups(Ip6Addr const& address) {
     unsigned zeros = 0;
     for (unsigned i = 0; i < 8; ++i) {
@@ -24,10 +24,11 @@ unsigned zeroGroups(Ip6Addr const& address) {
     return zeros;
 }
 
-/// The longest run of two or more zero groups, the first of equals (RFC 5952, section 4.2).
+/// Returns the longest run of at least two zero groups, the first one if several are equal (RFC
+/// 5952, section 4.2).
 Run longestRun(unsigned zeros) {
     Run run;
-    // The bits that are left are those of groups from which on `length` groups are zero.
+    // Each remaining bit marks a group that starts `length` zero groups.
     for (unsigned length = 1; zeros != 0; zeros &= zeros >> 1, ++length) {
         if (length >= 2) {
             run = {static_cast<unsigned>(std::countr_zero(zeros)), length};
@@ -36,12 +37,12 @@ Run longestRun(unsigned zeros) {
     return run;
 }
 
-/// ::ffff:192.0.2.1, which RFC 5952, section 5, wants in mixed notation.
+/// Whether it is like ::ffff:192.0.2.1; RFC 5952, section 5, recommends mixed notation.
 bool isIpv4Mapped(Ip6Addr const& address, unsigned zeros) {
     return (zeros & 0x1f) == 0x1f && address.group(5) == 0xffff;
 }
 
-/// Writes a group in as few digits as it has, and returns the place behind it.
+/// Writes a group without leading zeros and returns the end.
 char* writeGroup(char* place, unsigned group) {
     constexpr char digits[] = "0123456789abcdef";
     if (group > 0xfff) {
@@ -57,7 +58,7 @@ char* writeGroup(char* place, unsigned group) {
     return place;
 }
 
-/// Writes the groups with colons between them, and two in place of a run of zeros.
+/// Writes the groups separated by colons, with `::` for the run of zeros.
 char* writeGroups(char* place, Ip6Addr const& address, Run run) {
     for (unsigned i = 0; i < 8;) {
         if (i == run.start) {

@@ -14,8 +14,8 @@ namespace Lumo {
 using Mox::U16;
 using Mox::U8;
 
-/// An IPv6 address: sixteen octets in network order, ordered octet by octet. Prints as RFC 5952
-/// says. Immutable but for assignment.
+/// An IPv6 address: sixteen octets in network order, compared octet by octet. The text form follows
+/// RFC 5952. Thread-compatible.
 class VOBGP_EXPORT Ip6Addr {
   public:
     using Octets = std::array<U8, 16>;
@@ -26,7 +26,7 @@ class VOBGP_EXPORT Ip6Addr {
       : octets_(octets) {}
     constexpr Octets const& octets() const noexcept { return octets_; }
 
-    /// One of the eight groups, from the left.
+    /// One of the eight 16-bit groups, from the left, in host order.
     constexpr U16 group(unsigned index) const noexcept {
         return static_cast<U16>(octets_[2 * index] << 8 | octets_[2 * index + 1]);
     }
@@ -47,6 +47,6 @@ template <>
 struct VOBGP_EXPORT Mox::ValueText<Lumo::Ip6Addr> {
     static void write(CharBuffer& out, Lumo::Ip6Addr const& value) { value.format(out); }
 
-    /// Any of the forms of RFC 4291, section 2.2.
+    /// Accepts every form of RFC 4291, section 2.2.
     static Lumo::Ip6Addr read(ValueReader& in);
 };

@@ -13,8 +13,8 @@ namespace Lumo {
 using Mox::U32;
 using Mox::U8;
 
-/// An IPv4 address: one 32-bit word in host order, the first octet of the wire most significant.
-/// Prints as a dotted quad. Immutable but for assignment.
+/// An IPv4 address as a 32-bit word in host order: the first octet on the wire is the most
+/// significant. The text form is a dotted quad. Thread-compatible.
 class VOBGP_EXPORT IpAddr {
   public:
     constexpr IpAddr() noexcept = default;

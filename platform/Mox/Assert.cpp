@@ -15,7 +15,7 @@ void assertionFailed(char const* file, int line, char const* function, char cons
         auto const length = static_cast<std::size_t>(wanted) < sizeof buffer
                                 ? static_cast<std::size_t>(wanted)
                                 : sizeof buffer - 1;
-        // The process is about to abort: there is nobody to tell that the write failed.
+        // Nothing to report a failed write to: the process is about to abort.
         [[maybe_unused]] auto const written = ::write(STDERR_FILENO, buffer, length);
     }
     std::abort();

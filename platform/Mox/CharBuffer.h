@@ -17,7 +17,7 @@ namespace Mox {
 
 namespace Detail {
 
-/// The two decimal digits of each number below 100, one behind the other.
+/// The two decimal digits of each number below 100, concatenated.
 inline constexpr auto decimalPairs = [] {
     std::array<char, 200> pairs{};
     for (unsigned i = 0; i < 100; ++i) {
@@ -35,15 +35,15 @@ inline constexpr auto powersOfTen = [] {
     return powers;
 }();
 
-inline constexpr unsigned longestDecimal = 20;
+inline constexpr unsigned maxDecimalDigits = 20;
 
 constexpr unsigned decimalDigits(U64 number) noexcept {
-    // 1233 / 4096 is the logarithm of 2, exactly enough for 64 bits.
+    // 1233 / 4096 approximates log10(2), exactly enough for 64 bits.
     auto const least = static_cast<unsigned>(std::bit_width(number | 1)) * 1233 >> 12;
     return least + (number >= powersOfTen[least] ? 1 : 0);
 }
 
-/// Writes a number and returns the place behind it.
+/// Writes a number and returns the end of its digits.
 inline char* writeDecimal(char* place, U64 number) noexcept {
     char* const end = place + std::max(decimalDigits(number), 1U);
     char* at = end;
@@ -58,15 +58,14 @@ inline char* writeDecimal(char* place, U64 number) noexcept {
     return end;
 }
 
-/// Writes the eight hexadecimal digits of a number, all at once: each digit in an octet of one
-/// word.
+/// Writes the eight hexadecimal digits of a number in parallel, one digit per octet of a word.
 inline void writeHexDigits(char* place, U32 number, bool upperCase) noexcept {
     constexpr U64 ones = 0x0101'0101'0101'0101;
     U64 digits = number;
     digits = (digits << 16 | digits) & 0x0000'ffff'0000'ffff;
     digits = (digits << 8 | digits) & 0x00ff'00ff'00ff'00ff;
     digits = (digits << 4 | digits) & 0x0f0f'0f0f'0f0f'0f0f;
-    // 6 more has 0x10 set for a digit that is a letter.
+    // Adding 6 sets 0x10 for each digit that is a letter.
     U64 const letters = (digits + 6 * ones) >> 4 & ones;
     digits += '0' * ones + letters * static_cast<U64>((upperCase ? 'A' : 'a') - '0' - 10);
     writeNetworkOrder(place, digits);
@@ -74,11 +73,11 @@ inline void writeHexDigits(char* place, U32 number, bool upperCase) noexcept {
 
 } // namespace Detail
 
-/// A growable buffer of characters that every formatter of a value appends to.
+/// A growable character buffer, which all value formatters append to.
 ///
-/// It stands for a text under construction. The storage is the caller's local area
-/// (`LocalCharBuffer`) until a write needs more than is left; then it moves to the heap with a
-/// capacity of max(min(2 * used, 1024), used + required) characters. Thread-compatible.
+/// The storage is the caller's local area (`LocalCharBuffer`) until a write does not fit; then it
+/// moves to the heap with a capacity of max(min(2 * used, 1024), used + required) characters.
+/// Thread-compatible.
 class VOBGP_EXPORT CharBuffer {
   public:
     CharBuffer(CharBuffer const&) = delete;
@@ -105,17 +104,18 @@ class VOBGP_EXPORT CharBuffer {
     }
 
     CharBuffer& appendDecimal(U64 number) {
-        if (static_cast<std::size_t>(endPtr_ - writePtr_) >= Detail::longestDecimal) [[likely]] {
+        if (static_cast<std::size_t>(endPtr_ - writePtr_) >= Detail::maxDecimalDigits) [[likely]] {
             writePtr_ = Detail::writeDecimal(writePtr_, number);
             return *this;
         }
-        // Near the end room is made for its digits only.
-        char digits[Detail::longestDecimal];
+        // Near the end, reserve only as many characters as the number has digits.
+        char digits[Detail::maxDecimalDigits];
         auto const* const end = Detail::writeDecimal(digits, number);
         return append(std::string_view(digits, static_cast<std::size_t>(end - digits)));
     }
 
-    /// The low `digits` hexadecimal digits of a number, most significant first; 16 at most.
+    /// Appends the low `digits` hexadecimal digits of a number, most significant first. REQUIRES:
+    /// `digits` is at most 16.
     CharBuffer& appendHex(U64 number, unsigned digits, bool upperCase = false) {
         char text[16];
         Detail::writeHexDigits(text, static_cast<U32>(number >> 32), upperCase);
@@ -126,8 +126,8 @@ class VOBGP_EXPORT CharBuffer {
         return *this;
     }
 
-    /// Makes room for that many more characters. Capacity that has to grow doubles at least: a text
-    /// of any number of pieces, each announced in this way, takes time in proportion to its length.
+    /// Reserves room for `characters` more characters. The capacity at least doubles, so building a
+    /// text from any number of pieces, each reserved this way, takes linear time.
     void expect(std::size_t characters) {
         if (static_cast<std::size_t>(endPtr_ - writePtr_) < characters) [[unlikely]] {
             moveTo(std::max(2 * capacity(), size() + characters));
@@ -144,7 +144,7 @@ class VOBGP_EXPORT CharBuffer {
     ~CharBuffer();
 
   private:
-    /// Where the next character goes, with room for `required` of them.
+    /// Returns the write position after reserving room for `required` characters.
     char* reserve(std::size_t required) {
         if (static_cast<std::size_t>(endPtr_ - writePtr_) < required) [[unlikely]] {
             grow(required);
@@ -161,7 +161,7 @@ class VOBGP_EXPORT CharBuffer {
     char* endPtr_;
 };
 
-/// A CharBuffer whose storage starts in itself, on its owner's stack.
+/// A CharBuffer that contains its initial storage of `N` characters; for use on the stack.
 template <std::size_t N>
 class LocalCharBuffer : public CharBuffer {
   public:

@@ -6,11 +6,11 @@
 
 namespace Mox {
 
-/// Base of an attribute of a counted object that is a collection: knows the owner, of which it is a
-/// member, and reports changes to the owner's observers.
+/// Base of the collection attributes of counted objects. A member of its owner; reports changes to
+/// the owner's observers.
 ///
-/// Any observer or visitor may drop the last reference to the owner, and so the attribute itself.
-/// An operation that touches the attribute after it has called one holds the owner meanwhile.
+/// Any observer or visitor may drop the last reference to the owner, which destroys the attribute.
+/// An operation that uses the attribute after calling one must hold the owner.
 class CollectionAttribute {
   public:
     CollectionAttribute(CollectionAttribute const&) = delete;
@@ -26,7 +26,8 @@ class CollectionAttribute {
         return Ptr<PtrInterface const>(&owner_);
     }
 
-    /// Reports a change at the key. On return the attribute may be gone, unless the owner is held.
+    /// Notifies the observers of a change at `key`. The attribute may be destroyed on return unless
+    /// the owner is held.
     void notify(void const* key) const {
         if (auto* const notifiees = owner_.notifieeList(); notifiees != nullptr) {
             notifiees->notify(number_, key);

@@ -14,15 +14,14 @@
 
 namespace Mox {
 
-/// A growable array in sixteen octets, for objects that are many and whose arrays are short.
+/// A growable array in sixteen octets, for numerous objects with short arrays.
 ///
-/// Owns its elements, in one piece of heap memory or, with a capacity of 0, in none. An operation
-/// that throws leaves the array as it was. Pointers to elements are invalidated when the array
-/// moves. Thread-compatible.
+/// Allocates nothing while its capacity is 0. On an exception the array is unchanged. Reallocation
+/// invalidates pointers to elements. Thread-compatible.
 template <class T>
 class CompactVector {
     static_assert(std::is_nothrow_move_constructible_v<T> && std::is_nothrow_destructible_v<T>,
-                  "elements move when the array grows, which must not fail half-way");
+                  "elements move when the array grows, which must not throw");
     static_assert(alignof(T) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
 
   public:
@@ -73,13 +72,13 @@ class CompactVector {
     T& operator[](std::size_t index) noexcept { return elements_[index]; }
     T const& operator[](std::size_t index) const noexcept { return elements_[index]; }
 
-    /// The raw octets that fit() put behind the elements.
+    /// The raw octets that fit() allocated after the elements.
     std::byte* tail() noexcept { return reinterpret_cast<std::byte*>(elements_ + capacity_); }
     std::byte const* tail() const noexcept {
         return reinterpret_cast<std::byte const*>(elements_ + capacity_);
     }
 
-    /// Room for `count` elements in all.
+    /// Ensures a capacity of at least `count` elements.
     void reserve(std::size_t count) {
         if (count > capacity_) {
             reallocate(checked(count));
@@ -94,10 +93,10 @@ class CompactVector {
         ++size_;
     }
 
-    /// Appends copies; they may be of this array's own elements.
+    /// Appends copies. `others` may refer to elements of this array.
     void append(std::span<T const> others) {
         if (others.size() > capacity_ - size_) {
-            // Copied before anything moves.
+            // Copy before moving: `others` may alias this array.
             CompactVector larger(grownFor(others.size()));
             std::uninitialized_copy(others.begin(), others.end(), larger.elements_ + size_);
             moveInto(larger);
@@ -107,7 +106,7 @@ class CompactVector {
         size_ += static_cast<U32>(others.size());
     }
 
-    /// Shortens the array, or lengthens it by elements of value T().
+    /// Shortens the array, or appends value-initialised elements.
     void resize(std::size_t count) {
         if (count < size_) {
             eraseFrom(begin() + count);
@@ -118,7 +117,7 @@ class CompactVector {
         size_ = static_cast<U32>(count);
     }
 
-    /// Removes the elements from that place on.
+    /// Removes the elements from `first` to the end.
     void eraseFrom(T* first) noexcept {
         auto const removed = static_cast<std::size_t>(end() - first);
         size_ -= static_cast<U32>(removed);
@@ -127,16 +126,16 @@ class CompactVector {
 
     void clear() noexcept { eraseFrom(begin()); }
 
-    /// Moves the elements into an array of exactly their number, if this one is larger.
+    /// Reduces the capacity to the size.
     void shrinkToFit() {
         if (capacity_ > size_) {
             reallocate(size_);
         }
     }
 
-    /// Moves the elements into an array for exactly `capacity` of them, no fewer than there are,
-    /// with uninitialised octets behind it in the same piece of memory. These are lost when the
-    /// array moves again.
+    /// Reallocates to exactly `capacity` elements, followed by `tailOctets` uninitialised octets in
+    /// the same allocation. The next reallocation discards these octets. REQUIRES: `capacity` is at
+    /// least size().
     void fit(U32 capacity, std::size_t tailOctets) {
         CompactVector other(capacity, tailOctets);
         moveInto(other);
@@ -147,7 +146,6 @@ class CompactVector {
     }
 
   private:
-    /// An empty array of that capacity.
     explicit CompactVector(U32 capacity, std::size_t tailOctets = 0)
       : elements_(capacity == 0 ? nullptr
                                 : static_cast<T*>(::operator new (
@@ -161,8 +159,9 @@ class CompactVector {
         return static_cast<U32>(count);
     }
 
-    /// The capacity to grow to for `more` elements: twice what there is, if that is enough. The
-    /// first array is large: most are cut to size once they are filled.
+    /// Returns the capacity to grow to for `more` elements: twice the current one if that is
+    /// enough. The first allocation is large, because most arrays are shrunk to fit once they are
+    /// filled.
     U32 grownFor(std::size_t more) const {
         constexpr std::size_t least = std::max<std::size_t>(4, 256 / sizeof(T));
         constexpr std::size_t most = std::numeric_limits<U32>::max();
@@ -175,12 +174,12 @@ class CompactVector {
         moveInto(other);
     }
 
-    /// Becomes the other array, which has no elements of its own, with this one's elements in it.
+    /// Moves the elements to `other`, which is empty and large enough, then swaps the two arrays.
     void moveInto(CompactVector& other) noexcept {
         std::uninitialized_move_n(elements_, size_, other.elements_);
         std::swap(elements_, other.elements_);
         std::swap(capacity_, other.capacity_);
-        // What was moved from goes with the old array.
+        // Makes the other array destroy the moved-from elements.
         other.size_ = size_;
     }
 

@@ -8,20 +8,20 @@
 
 namespace Mox {
 
-/// Whether reference counts are kept with atomic operations. Process-wide, off at start.
+/// Whether reference counts are atomic. Process-wide; off by default.
 VOBGP_EXPORT bool threadSafePtrs() noexcept;
 
-/// Switches the mode of all counts. To be called before there is a second thread; refused with an
-/// assertion while an intern table is live.
+/// Sets whether reference counts are atomic. REQUIRES: there is no second thread yet, and no intern
+/// table exists (asserted).
 VOBGP_EXPORT void threadSafePtrsIs(bool threadSafe) noexcept;
 
 namespace Detail {
 
-// Read on every retain and release, so the flag itself is visible; only threadSafePtrsIs() and
-// InternTablePresence write.
+// Exported because every retain and release reads it inline. Only threadSafePtrsIs() and
+// InternTablePresence write it.
 VOBGP_EXPORT extern std::atomic<bool> threadSafePtrsFlag;
 
-/// Held by every live intern table; while one exists the mode of counting cannot change.
+/// A member of every intern table: while one exists, the counting mode cannot change.
 class VOBGP_EXPORT InternTablePresence {
   public:
     InternTablePresence() noexcept;
@@ -33,13 +33,13 @@ class VOBGP_EXPORT InternTablePresence {
 
 } // namespace Detail
 
-/// The one word that governs a counted object's life: its reference count, the floor that the
-/// count never falls below while the object is in an intern table, its intern state, and which
-/// table that is.
+/// The word that controls the lifetime of a counted object: its reference count, the floor below
+/// which the count never falls while the object is in an intern table, its intern state and the id
+/// of its table.
 ///
-/// One word, because each step below decides on these together: no thread acts on one with a stale
-/// view of another. Every transition of the interning protocol is one function here;
-/// `Kel/DedupTableCore.cpp` says when each is taken.
+/// All fields are in one word because each step below depends on several of them: no thread may act
+/// on one field with a stale view of another. Each transition of the interning protocol is one
+/// function here; `Kel/DedupTableCore.cpp` describes when each is used.
 ///
 ///      63         48  47      46   45     43 42     37 36                                0
 ///     +--------------+-------+----+---------+---------+-----------------------------------+
@@ -49,35 +49,37 @@ class VOBGP_EXPORT InternTablePresence {
 /// - count: references, including the table's and lifetime notifiers'.
 /// - floor: 0 outside a table; 1 for the table's reference, and 1 for each lifetime notifier's.
 /// - state: see State.
-/// - pend: inserted, but the insertion has not been announced yet.
-/// - announc: a lifetime notifiee was told of the insertion and will be told of the removal.
-/// - table id: the table that holds the object, or that left it behind; 0 if none.
+/// - pend: the insertion is not announced yet.
+/// - announc: a lifetime notifiee was notified of the insertion and will be notified of the
+///   removal.
+/// - table id: the table that holds the object, or held it until the table was destroyed; 0 if
+///   none.
 ///
-/// Thread-safe when threadSafePtrs() is on; otherwise every step is a plain load and store, without
-/// a lock prefix. A look-up without a lock may read the word of an object that has been destroyed:
-/// the memory of interned objects keeps a word at the same place for ever (Kel/HandleMemory.h).
-/// Therefore every access is atomic, the constructor's included, and a destroyed object's word
-/// does not say `interned`.
+/// Thread-safe when threadSafePtrs() is on; otherwise every step is a plain load and store without
+/// a lock prefix. A lock-free look-up may read the word of a destroyed object: the memory of
+/// interned objects always has a count word at the same place (Kel/HandleMemory.h). Therefore every
+/// access is atomic, including the constructor's, and the state of a destroyed object is never
+/// `interned`.
 class CountWord {
   public:
-    /// The numbers are published: 0 never interned, 1 interned, 4 destashed.
+    /// The numbers are part of the published interface: 0 never interned, 1 interned, 4 destashed.
     enum class State : U8 {
         neverInterned = 0,
         interned = 1,
-        /// Its last outside reference has gone and its removal is being announced.
+        /// The last external reference was released; the removal is being announced.
         beingDetached = 2,
-        /// Interned before, but not any more; its references are ordinary ones.
+        /// No longer interned; all references are ordinary.
         left = 3,
-        /// Rebuilt from a store; never in a table.
+        /// Rebuilt from a store. Never in a table.
         destashed = 4,
     };
 
-    /// At most this many lifetime notifiers hold an object at a time (asserted).
+    /// The maximum number of lifetime notifiers that hold an object at a time (asserted).
     static constexpr U32 maximumNotifiers = 62;
-    /// Table ids are below this.
+    /// The limit of table ids, exclusive.
     static constexpr U32 tableIds = 1U << 16;
 
-    /// A new object: one reference, its constructor's, in no table.
+    /// Initialises a new object: one reference, not in a table.
     CountWord() noexcept { store(1); }
     CountWord(CountWord const&) = delete;
     CountWord& operator=(CountWord const&) = delete;
@@ -86,8 +88,8 @@ class CountWord {
     State state() const noexcept { return stateOf(load()); }
     U32 tableId() const noexcept { return static_cast<U32>(load() >> tableShift); }
 
-    /// Whether the object is interned, and announced if it has to be: any thread may be handed it.
-    /// Acquire: what the announcement did to the object is visible.
+    /// Whether the object is interned and not pending, so that it may be returned to any thread.
+    /// Acquire: the effects of the announcement on the object are visible.
     bool isSettled() const noexcept {
         U64 const word = ref().load(std::memory_order_acquire);
         return stateOf(word) == State::interned && (word & pendingBit) == 0;
@@ -95,7 +97,7 @@ class CountWord {
 
     bool isAnnounced() const noexcept { return (load() & announcedBit) != 0; }
 
-    /// What the word of an object says that is interned in a table and settled.
+    /// The fields of an object that is interned in a given table and settled.
     struct SettledIn {
         explicit constexpr SettledIn(U32 tableId) noexcept
           : bits(U64{tableId} << tableShift | U64{1} << stateShift) {}
@@ -103,8 +105,8 @@ class CountWord {
     };
 
     /// Adds a reference if the object is interned in that table and settled; returns whether it
-    /// did. Needs no lock and no reference: the object may be any that ever was in the table,
-    /// destroyed ones included. Acquire: the content of the object is visible.
+    /// did. The caller needs neither a lock nor a reference: the object may be any that was ever in
+    /// the table, even a destroyed one. Acquire: the content of the object is visible.
     bool retainIfSettledIn(SettledIn settled) noexcept {
         U64 before = load();
         do {
@@ -131,8 +133,8 @@ class CountWord {
                         "dedupState() != Kel::dedupHandleStateBeingDetached()");
     }
 
-    /// Drops a reference if the count stays above the floor without it; otherwise changes nothing
-    /// and returns false.
+    /// Releases a reference if the count stays above the floor. Otherwise changes nothing and
+    /// returns false.
     bool releaseAboveFloor() noexcept {
         U64 before = load();
         if (!atomicMode()) {
@@ -151,15 +153,16 @@ class CountWord {
         return false;
     }
 
-    /// Whether the caller's reference is the only one and the object is in no table. Acquire: what
-    /// other owners did before they released the object is visible.
+    /// Whether the caller's reference is the only one and the object is in no table. Acquire: the
+    /// writes of previous owners before their releases are visible.
     bool isSoleReference() const noexcept {
         U64 const word = ref().load(std::memory_order_acquire);
         return countOf(word) == 1 && floorOf(word) == 0;
     }
 
-    /// Inserted, under the table's lock: one reference and a floor of one for the table.
-    /// `announce`: a lifetime notifiee will be told before another thread is handed the object.
+    /// Records the insertion: adds the table's reference and sets the floor to one. `announce`: a
+    /// lifetime notifiee must be notified before the object is returned to another thread.
+    /// REQUIRES: the caller holds the table's lock.
     void enterTable(U32 tableId, bool announce) noexcept {
         change([tableId, announce](U64 word) {
             return withState(word, State::interned) + 1 + floorOne + (U64{tableId} << tableShift) +
@@ -167,21 +170,21 @@ class CountWord {
         });
     }
 
-    /// The insertion has been announced: any thread may be handed the object.
+    /// Records that the insertion is announced: the object may be returned to any thread.
     void insertionAnnounced() noexcept {
         change([](U64 word) { return word & ~pendingBit; });
     }
 
-    /// The lifetime notifiee that was told of the insertion will not be told of the removal.
+    /// Cancels the announcement of the removal.
     void forgetAnnouncement() noexcept {
         change([](U64 word) { return word & ~announcedBit; });
     }
 
     enum class Release { released, detaching, notInTable };
 
-    /// A possibly last release, under the table's lock. `detaching`: the caller's reference was the
-    /// last outside one; the object is marked as being detached and only decrements from now on.
-    /// `notInTable`: it left the table meanwhile and nothing was changed.
+    /// Releases what may be the last external reference. REQUIRES: the caller holds the table's
+    /// lock. `detaching`: it was the last; the object is marked as being detached, and later
+    /// releases only decrement. `notInTable`: the object has left the table; nothing was changed.
     Release releaseUnderLock() noexcept {
         Release outcome = Release::released;
         change([&outcome](U64 word) {
@@ -199,22 +202,22 @@ class CountWord {
         return outcome;
     }
 
-    /// Erased from its table, under the table's lock. The table's reference stays and becomes an
-    /// ordinary one, which the caller drops.
+    /// Records the removal. The table's reference becomes an ordinary one, which the caller must
+    /// release. REQUIRES: the caller holds the table's lock.
     void leaveTable() noexcept {
         change([](U64 word) {
             return withState(word & ~(tableMask | floorMask | flagBits), State::left);
         });
     }
 
-    /// The table is being destroyed: as leaveTable(), but the object still names the table, whose
-    /// core it keeps alive.
+    /// Like leaveTable(), but for the destruction of the table: the object keeps the table's id and
+    /// keeps its core alive.
     void leaveBehind() noexcept {
         change([](U64 word) { return withState(word & ~(floorMask | flagBits), State::left); });
     }
 
-    /// The insertion failed: as before enterTable(). If a lifetime notifier holds the object, it
-    /// counts as one that left.
+    /// Undoes enterTable() after a failed insertion. An object held by a lifetime notifier gets
+    /// state `left`.
     void takeBack() noexcept {
         change([](U64 word) {
             State const after = floorOf(word) > 1 ? State::left : State::neverInterned;
@@ -222,14 +225,14 @@ class CountWord {
         });
     }
 
-    /// Rebuilt from a store.
+    /// Records that the object was rebuilt from a store.
     void destash() noexcept {
         change([](U64 word) { return withState(word, State::destashed); });
     }
 
-    /// A lifetime notifier's reference: count and floor rise in one step, while the caller holds a
-    /// reference of his own. Returns false, and takes an ordinary reference, if the object is in no
-    /// table.
+    /// Adds a lifetime notifier's reference: raises count and floor in one step. Returns false, and
+    /// adds an ordinary reference, if the object is not interned. REQUIRES: the caller holds a
+    /// reference.
     bool retainForNotifier() noexcept {
         bool raised = false;
         change([&raised](U64 word) {
@@ -242,8 +245,9 @@ class CountWord {
         return raised;
     }
 
-    /// Gives back what a true retainForNotifier() took, if the object is still in its table. False,
-    /// with nothing changed: it is not, and the reference is an ordinary one.
+    /// Releases a reference for which retainForNotifier() returned true, if the object is still in
+    /// its table. Otherwise changes nothing and returns false: the reference is now an ordinary
+    /// one.
     bool releaseForNotifier() noexcept {
         bool lowered = false;
         change([&lowered](U64 word) {
@@ -288,7 +292,7 @@ class CountWord {
     U64 load() const noexcept { return ref().load(std::memory_order_relaxed); }
     void store(U64 word) noexcept { ref().store(word, std::memory_order_relaxed); }
 
-    /// Replaces the word by a function of it, in one step.
+    /// Atomically replaces the word by `step(word)`.
     template <class Step>
     void change(Step step) noexcept {
         U64 before = load();

@@ -4,10 +4,10 @@
 
 namespace Mox {
 
-/// The object as a `T`, or null if it is not one; null for null.
+/// Returns the object as a `T`, or null if it is null or not a `T`.
 ///
-/// A checked downcast at a fraction of the cost of dynamic_cast: it follows the reflected types.
-/// dynamic_cast decides only about types outside this tree, which need not name their base.
+/// Faster than dynamic_cast: it follows the reflected types. dynamic_cast is used only for types
+/// outside this tree, which need not declare their base.
 template <class T, class U>
 T* entityCast(U* object) noexcept {
     if (object == nullptr) {

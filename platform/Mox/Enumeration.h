@@ -15,10 +15,10 @@
 
 namespace Mox {
 
-/// Whether a member may come from the wire, or is registered only to have a name.
+/// Whether a member is valid on the wire, or registered only for its name.
 enum class OnWire : bool { no, yes };
 
-/// One row of an enumeration's table: number, registered name, and whether the wire may carry it.
+/// One row of an enumeration's table: number, registered name, and whether it is valid on the wire.
 template <class E>
 struct EnumerationRow {
     E number;
@@ -26,7 +26,7 @@ struct EnumerationRow {
     OnWire onWire = OnWire::yes;
 };
 
-/// The table of an enumeration. To be specialised, with the whole truth about the enumeration:
+/// The table of an enumeration; specialise it for each enumeration:
 ///
 ///     template <> struct Mox::EnumerationTable<E> {
 ///         static constexpr std::string_view qualifiedName = "Namespace::E";
@@ -58,10 +58,11 @@ consteval bool rowsAreUnique() {
     return true;
 }
 
-/// For each octet the number of its row plus one, or 0: most enumerations name octets.
+/// Maps each octet to the number of its row plus one, or 0 if it is not a member. Most enumerations
+/// name octets.
 template <Enumeration E>
 consteval std::array<U8, 256> rowsByOctet() {
-    static_assert(rowsAreUnique<E>(), "a number or a name stands twice in the table");
+    static_assert(rowsAreUnique<E>(), "duplicate number or name in the table");
     static_assert(EnumerationTable<E>::rows.size() < 255);
     std::array<U8, 256> index{};
     U8 number = 0;
@@ -79,7 +80,7 @@ inline constexpr auto octetRows = rowsByOctet<E>();
 
 } // namespace Detail
 
-/// The row of a number, or null for one that is no member.
+/// Returns the row of a number, or null if it is not a member.
 template <Enumeration E>
 constexpr EnumerationRow<E> const* enumerationRow(E value) noexcept {
     auto const& rows = EnumerationTable<E>::rows;
@@ -96,21 +97,21 @@ constexpr EnumerationRow<E> const* enumerationRow(E value) noexcept {
     return nullptr;
 }
 
-/// The registered name of a member; empty for a number that is none.
+/// Returns the registered name, or an empty text if the number is not a member.
 template <Enumeration E>
 constexpr std::string_view enumerationName(E value) noexcept {
     auto const* const row = enumerationRow(value);
     return row == nullptr ? std::string_view() : row->name;
 }
 
-/// Whether the wire may carry the number: a member, and not one that stands for the unknown.
+/// Whether the number is a member that is valid on the wire.
 template <Enumeration E>
 constexpr bool isValidOnWire(E value) noexcept {
     auto const* const row = enumerationRow(value);
     return row != nullptr && row->onWire == OnWire::yes;
 }
 
-/// A member's name, another number in decimal; and back.
+/// The name of a member; the decimal number of anything else.
 template <Enumeration E>
 struct ValueText<E> {
     static void write(CharBuffer& out, E value) {
@@ -146,13 +147,14 @@ struct ValueText<E> {
     }
 };
 
-/// The registered name of a member, the decimal number of anything else.
+/// Returns the registered name of a member, or the decimal number of anything else.
 template <Enumeration E>
 String stringValue(E value) {
     return valueToStrep(value);
 }
 
-/// The member with that number; a number that is none is a range error of the operation named.
+/// Returns the member with that number. Throws RangeException with text `operation` if there is
+/// none.
 template <Enumeration E>
 E enumerationInstance(U32 number, char const* operation) {
     auto const value = static_cast<E>(number);
@@ -162,7 +164,7 @@ E enumerationInstance(U32 number, char const* operation) {
     return value;
 }
 
-/// The member with that name; a name that is none is a range error of the operation named.
+/// Returns the member with that name. Throws RangeException with text `operation` if there is none.
 template <Enumeration E>
 E enumerationInstance(std::string_view name, char const* operation) {
     for (auto const& row : EnumerationTable<E>::rows) {
@@ -173,7 +175,7 @@ E enumerationInstance(std::string_view name, char const* operation) {
     throw RangeException(operation);
 }
 
-/// The reflected type of an enumeration, made from its table.
+/// Returns the reflected type of an enumeration, built from its table.
 template <Enumeration E>
 Type const& enumerationType() {
     static Type const type(EnumerationTable<E>::qualifiedName, [] {
@@ -188,18 +190,18 @@ Type const& enumerationType() {
 
 } // namespace Mox
 
-// What a table's row and an enumeration's operations are written with, every name whole.
+// Macros for table rows and enumeration operations. Names are always passed whole.
 
-/// A row of a table; `Scope` is where the member is declared.
+/// A row of a table. `Scope` is the scope that declares the member.
 #define MOX_MEMBER(Scope, member)                                                                  \
     { Scope::member, #member }
 
-/// A row of a member that the wire does not carry.
+/// A row for a member that is not valid on the wire.
 #define MOX_MEMBER_NOT_ON_WIRE(Scope, member)                                                      \
     { Scope::member, #member, ::Mox::OnWire::no }
 
-/// The member of an enumeration by number or by name; what is none is a `Mox::RangeException` whose
-/// text is the operation's name.
+/// Defines `operation`, which returns the member with a given number or name. It throws
+/// `Mox::RangeException` with the operation's name as text if there is no such member.
 #define MOX_ENUMERATION_INSTANCES(Enumeration, operation)                                          \
     inline Enumeration operation(::Mox::U32 number) {                                              \
         return ::Mox::enumerationInstance<Enumeration>(number, #operation);                        \

@@ -2,8 +2,8 @@
 
 namespace Mox {
 
-// The destructors are here so that each class has its type information in one place, and an
-// exception is caught across library boundaries.
+// Defined here so that each class has its type information in one library and exceptions can be
+// caught across library boundaries.
 Exception::~Exception() = default;
 RangeException::~RangeException() = default;
 NonDeletableAttributeException::~NonDeletableAttributeException() = default;

@@ -9,38 +9,39 @@
 
 namespace Mox {
 
-/// Base of every error that the platform and the library throw. `what()` is exactly the published
-/// text of the error.
+/// Base of every exception that the platform and the library throw. `what()` is exactly the
+/// published text.
 class VOBGP_EXPORT Exception : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
     ~Exception() override;
 };
 
-/// A value outside the range of its type, an index outside its view, a number or name that is no
-/// member of its enumeration.
+/// Thrown for a value outside the range of its type, an index outside its view, a number or name
+/// that is not a member of its enumeration.
 class VOBGP_EXPORT RangeException : public Exception {
   public:
     using Exception::Exception;
     ~RangeException() override;
 };
 
-/// An attempt to delete an attribute that cannot be deleted; `what()` is the qualified operation.
+/// Thrown on an attempt to delete an attribute that cannot be deleted; `what()` is the qualified
+/// operation.
 class VOBGP_EXPORT NonDeletableAttributeException : public Exception {
   public:
     using Exception::Exception;
     ~NonDeletableAttributeException() override;
 };
 
-/// A null argument to an operation that stores its argument; `what()` is the qualified operation.
+/// Thrown for a null argument to an operation that stores it; `what()` is the qualified operation.
 class VOBGP_EXPORT NullMutatorArgumentException : public Exception {
   public:
     using Exception::Exception;
     ~NullMutatorArgumentException() override;
 };
 
-/// Text that is not what a reader expects. `what()` is `expected EXPECTED at offset OFFSET`, the
-/// offset counted in octets from the start of the text that was handed in.
+/// Thrown for text that cannot be parsed. `what()` is `expected EXPECTED at offset OFFSET`, with
+/// the offset in octets from the start of the text.
 class VOBGP_EXPORT ParseException : public Exception {
   public:
     ParseException(std::string_view expected, std::size_t offset, bool outOfRange = false);
@@ -49,7 +50,7 @@ class VOBGP_EXPORT ParseException : public Exception {
     std::string const& expected() const noexcept { return expected_; }
     std::size_t offset() const noexcept { return offset_; }
 
-    /// Whether the text is a well-formed number that is too large.
+    /// Whether the text is a well-formed number that is out of range.
     bool isOutOfRange() const noexcept { return outOfRange_; }
 
   private:

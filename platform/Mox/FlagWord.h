@@ -10,16 +10,16 @@
 
 namespace Mox {
 
-/// A value type that is a set of flags in one 32-bit word.
+/// Base of value types that are a set of flags in one 32-bit word.
 ///
-/// The deriving class names itself and its flags:
+/// The derived class declares its name and its flags:
 ///
 ///     static constexpr std::string_view qualifiedName;  // of its value text
 ///     static constexpr U32 maximum;                     // all flags
-///     static constexpr char const* rangeError;          // what a word above it throws
+///     static constexpr char const* rangeError;          // text thrown for a larger word
 ///     static Type const& staticType() noexcept;         // flagAttribute() for each flag, in order
 ///
-/// Immutable but for assignment and flagIs().
+/// Thread-compatible.
 template <class Derived>
 class FlagWord {
   public:

@@ -15,7 +15,7 @@ Detail::HashSecret drawSecret() noexcept {
     std::array<U64, 2> drawn{};
     if (::getrandom(drawn.data(), sizeof drawn, GRND_NONBLOCK) != ssize_t{sizeof drawn}) {
         // The entropy pool is not ready yet, or a sandbox forbids the call: use the clock and the
-        // address the loader chose.
+        // load address.
         auto const now = std::chrono::steady_clock::now().time_since_epoch().count();
         drawn[0] = mixHash(static_cast<U64>(now), reinterpret_cast<U64>(&Detail::hashSecret) | 1);
         drawn[1] = mixHash(drawn[0], 0x8ebc6af09c88c6e3U);
@@ -32,7 +32,7 @@ std::atomic<U64> seedsDrawn{0};
 } // namespace
 
 namespace Detail {
-// Before every initialiser of default priority: registration of types hashes already.
+// Initialised before all initialisers of default priority, because type registration uses hashes.
 [[gnu::init_priority(101)]] HashSecret const hashSecret = drawSecret();
 } // namespace Detail
 

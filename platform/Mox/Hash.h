@@ -11,38 +11,39 @@
 namespace Mox {
 
 namespace Detail {
-/// Drawn once per process before any other initialiser of these libraries runs. Values come from
-/// untrusted peers, who must not be able to choose many that share a hash.
+/// Random per process, drawn before any other initialiser of these libraries runs. Values come from
+/// untrusted peers, who must not be able to choose values with equal hashes.
 struct HashSecret {
     U64 word;
-    /// Odd, with about as many ones as zeros: a factor.
+    /// A multiplier: odd, with about as many ones as zeros.
     U64 factor;
 };
 
 VOBGP_EXPORT extern HashSecret const hashSecret;
 } // namespace Detail
 
-/// Multiplies to 128 bits and folds the halves: every bit of the result, high and low, depends on
-/// every bit of the argument.
+/// Multiplies to 128 bits and folds the halves, so that every bit of the result depends on every
+/// bit of the arguments.
 constexpr U64 mixHash(U64 a, U64 b) noexcept {
     __extension__ using U128 = unsigned __int128;
     U128 const product = static_cast<U128>(a) * b;
     return static_cast<U64>(product) ^ static_cast<U64>(product >> 64);
 }
 
-/// The framework's hash of a single-word attribute. The same number everywhere in one process, and
-/// another one in the next.
+/// The framework's hash of a single-word attribute. Constant within a process; differs between
+/// processes.
 inline U64 hashWord(U64 word) noexcept {
     return mixHash(word ^ Detail::hashSecret.word, 0x9e3779b97f4a7c15U);
 }
 
-/// A 64-bit hash that nobody outside the process can predict: both factors are secret. Decides
-/// where an interned object is placed.
+/// A 64-bit hash that cannot be predicted outside the process: both factors are secret. Determines
+/// the placement of interned objects.
 inline U64 keyedHash(U64 word) noexcept {
     return mixHash(word ^ Detail::hashSecret.word, Detail::hashSecret.factor);
 }
 
-/// The keyed hash of a sequence of words or octets, piece by piece. The length is part of the hash.
+/// Computes the keyed hash of a sequence of words or octets incrementally. The length is part of
+/// the hash.
 class KeyedHash {
   public:
     explicit KeyedHash(std::size_t length) noexcept
@@ -52,7 +53,8 @@ class KeyedHash {
         state_ = mixHash(first ^ state_, second ^ Detail::hashSecret.factor);
     }
 
-    /// Adds octets, sixteen at a time. Every piece but the last is a multiple of that.
+    /// Adds octets, sixteen at a time. REQUIRES: the size of every piece but the last is a multiple
+    /// of 16.
     void add(std::span<std::byte const> octets) noexcept {
         auto const* next = octets.data();
         auto left = octets.size();
@@ -90,11 +92,11 @@ inline U64 keyedHash(std::span<std::byte const> octets) noexcept {
 /// The framework's hash of octets.
 VOBGP_EXPORT U64 hashOctets(std::string_view octets, U64 seed = 0) noexcept;
 
-/// A seed that no other collection of the process has.
+/// Returns a seed that is unique in the process.
 VOBGP_EXPORT U64 nextHashSeed() noexcept;
 
-/// The 32-bit one-at-a-time mix, from 0: what lists and contents that are longer than a word hash
-/// with. Independent of the process.
+/// The 32-bit one-at-a-time hash, starting from 0, used for lists and for contents longer than a
+/// word. The same in every process.
 class OneAtATimeHash {
   public:
     constexpr void add(U8 octet) noexcept {
@@ -103,7 +105,7 @@ class OneAtATimeHash {
         hash_ ^= hash_ >> 6;
     }
 
-    /// The octets of an integer, least significant first.
+    /// Adds the octets of an integer, least significant first.
     template <class Integer>
     constexpr void addLittleEndian(Integer value) noexcept {
         for (std::size_t i = 0; i < sizeof value; ++i) {

@@ -14,8 +14,8 @@
 
 namespace Mox {
 
-/// The 64-bit hash of a collection's key: integers, enumerations and pointers by their word, other
-/// types by their `hash()`.
+/// The 64-bit hash of a key: hashWord() for integers, enumerations and pointers, `hash()` for other
+/// types.
 template <class Key>
 struct Hasher {
     U64 operator()(Key const& key) const noexcept {
@@ -29,12 +29,13 @@ struct Hasher {
     }
 };
 
-/// A hash map with a seed of its own, grown and shrunk by linear hashing.
+/// A hash map with its own seed, grown and shrunk by linear hashing.
 ///
-/// Places are numbered from 1. Each stores one item, and the head of the bucket that has the same
-/// number, if there is one. An insertion appends a place and may split one bucket; a removal moves
-/// the last item into the hole, drops the last place, and may merge one bucket. So a removed key
-/// leaves nothing behind, and no change takes time in proportion to the size of the map.
+/// Places are numbered from 1. Each stores one item and, if there is a bucket with the same number,
+/// the head of that bucket's chain. An insertion appends a place and may split one bucket; a
+/// removal moves the last item into the hole, drops the last place, and may merge one bucket. So
+/// removal leaves no tombstones, and no insertion or removal takes time linear in the size of the
+/// map.
 ///
 ///     place     1           2           3           4
 ///           +-----------+-----------+-----------+-----------+     a bucket's chain:
@@ -43,11 +44,11 @@ struct Hasher {
 ///           | hash next | hash next | hash next | hash next |       place, 0 at the end
 ///           +-----------+-----------+-----------+-----------+
 ///
-/// Owns its keys and values; items are in no particular order. Iteration (`forEach`) visits the
-/// items that were present when it began and are still present when their turn comes: the visitor
-/// may remove any item, including the current one, insert, or start another iteration. During an
-/// iteration items do not move, and removed ones leave holes, which are closed when the outermost
-/// iteration ends. If an allocation fails, the map is unchanged. Thread-compatible.
+/// Items are in no particular order. `forEach` visits the items that were present when it began and
+/// have not been removed since. The visitor may insert items, remove any item, including the
+/// current one, or start another iteration. During an iteration items do not move; removals leave
+/// holes, which are closed when the outermost iteration ends. If an allocation fails, the map is
+/// unchanged. Thread-compatible.
 template <class Key, class Value, class Hash = Hasher<Key>>
 class HashMap {
   public:
@@ -77,13 +78,13 @@ class HashMap {
     bool empty() const noexcept { return size_ == 0; }
     bool has(Key const& key) const noexcept { return get(key) != nullptr; }
 
-    /// The value at the key, or null.
+    /// Returns null if not found.
     Value const* get(Key const& key) const noexcept {
         auto* const link = const_cast<HashMap*>(this)->find(key, hashOf(key));
         return link == nullptr ? nullptr : &place(*link).item->value;
     }
 
-    /// Inserts or replaces; returns whether the key is new.
+    /// Inserts or replaces the item. Returns whether the key is new.
     bool is(Key const& key, Value value) {
         auto const hash = hashOf(key);
         if (auto* const link = find(key, hash); link != nullptr) {
@@ -91,8 +92,8 @@ class HashMap {
             return false;
         }
         append(Item{key, std::move(value), hash, 0});
-        // At least 7 buckets for 8 places. The slack spares a key that comes and goes the splitting
-        // and merging.
+        // Keep at least 7 buckets for 8 places. The slack avoids a split and a merge each time a
+        // key is added and removed again.
         if (8 * U64{buckets_} < 7 * U64{places_}) {
             splitBucket();
         }
@@ -101,14 +102,14 @@ class HashMap {
         return true;
     }
 
-    /// Removes the item at the key; returns whether there was one.
+    /// Returns whether the key was found.
     bool del(Key const& key) noexcept {
         auto* const link = find(key, hashOf(key));
         if (link == nullptr) {
             return false;
         }
         auto const hole = *link;
-        // Destroyed last: its destructor may come back to this map.
+        // Destroyed last: the destructor may call this map.
         [[maybe_unused]] auto const removed = std::exchange(place(hole).item, std::nullopt);
         *link = removed->next;
         --size_;
@@ -141,18 +142,18 @@ class HashMap {
         Key key;
         [[no_unique_address]] Value value;
         U32 hash;
-        /// The next place of the bucket.
+        /// The next place in the bucket's chain, or 0.
         U32 next;
     };
 
     struct Place {
-        /// Where the chain of the bucket with this place's number begins.
+        /// The first place in the chain of the bucket with this place's number, or 0.
         U32 head;
-        /// Empty only while it is a hole.
+        /// Empty only for a hole.
         std::optional<Item> item;
     };
 
-    /// One iteration in progress. Counted atomically: threads may read a map at the same time.
+    /// Counts an iteration in progress; atomic because threads may read a map concurrently.
     class Visit {
       public:
         explicit Visit(HashMap const& map) noexcept
@@ -161,7 +162,7 @@ class HashMap {
         }
 
         ~Visit() {
-            // A map with holes was changed by its visitor: it is not constant.
+            // The map has holes, so the visitor changed it and it is not const.
             if (std::atomic_ref(map_.visits_).fetch_sub(1, std::memory_order_relaxed) == 1 &&
                 map_.size_ != map_.places_) {
                 const_cast<HashMap&>(map_).closeAll();
@@ -175,7 +176,7 @@ class HashMap {
         HashMap const& map_;
     };
 
-    // Places lie in segments of 8, 8, 16, 32, ... that never move: appending one never copies any.
+    // Places are in segments of 8, 8, 16, 32, ... that never move, so appending copies nothing.
 
     static constexpr unsigned firstSegmentBits = 3;
     static constexpr U32 firstSegment = 1U << firstSegmentBits;
@@ -212,8 +213,8 @@ class HashMap {
         --places_;
         auto const segment = segmentOf(places_);
         segments_[segment].pop_back();
-        // One empty segment stays until the one before it is half empty: a key that comes and goes
-        // at the boundary does not allocate each time.
+        // Keep one empty segment until the previous one is half empty, so that a key added and
+        // removed at the boundary does not allocate each time.
         if (segment + 2 == segments_.size() &&
             2 * segments_[segment].size() <= segments_[segment].capacity()) {
             segments_.pop_back();
@@ -224,20 +225,21 @@ class HashMap {
         return static_cast<U32>(mixHash(Hash()(key) ^ seed_, 0x9e3779b97f4a7c15U));
     }
 
-    /// The bucket of a hash: its low bits, one bit fewer for a bucket that is not split off yet.
+    /// The bucket of a hash is given by its low bits, one bit fewer if the bucket is not split off
+    /// yet.
     U32& head(U32 hash) noexcept {
         auto const mask = std::bit_ceil(buckets_) - 1;
         auto const bucket = hash & mask;
         return place((bucket < buckets_ ? bucket : bucket & mask >> 1) + 1).head;
     }
 
-    /// The bucket that the last one was split off: its number without the highest bit.
+    /// The bucket from which the last one was split: its number without the highest bit.
     U32& headBeforeLastSplit() noexcept {
         auto const last = buckets_ - 1;
         return place((last ^ std::bit_floor(last)) + 1).head;
     }
 
-    /// The link that leads to the item at the key, or null.
+    /// Returns the link to the item at the key, or null if not found.
     U32* find(Key const& key, U32 hash) noexcept {
         if (buckets_ == 0) {
             return nullptr;
@@ -258,7 +260,7 @@ class HashMap {
         item.next = std::exchange(head(item.hash), number);
     }
 
-    /// Adds a bucket and moves into it what belongs there.
+    /// Adds a bucket and moves its items into it.
     void splitBucket() noexcept {
         auto const last = buckets_++;
         if (last == 0) {
@@ -280,7 +282,7 @@ class HashMap {
         *moving = 0;
     }
 
-    /// Removes the last bucket: what is in it goes back to where it was split off.
+    /// Removes the last bucket and moves its items back to the bucket it was split from.
     void mergeBucket() noexcept {
         if (buckets_ > 1) {
             auto* end = &headBeforeLastSplit();
@@ -292,13 +294,13 @@ class HashMap {
         --buckets_;
     }
 
-    /// Closes a hole with the last item, and drops the last place.
+    /// Moves the last item into the hole and drops the last place.
     void close(U32 hole) noexcept {
         auto const last = places_;
         if (buckets_ == last) {
             mergeBucket();
         }
-        // While the visit was on, the last item may have become a hole itself.
+        // During an iteration the last item may have become a hole, too.
         if (auto& moving = place(last).item; hole != last && moving.has_value()) {
             auto* link = &head(moving->hash);
             while (*link != last) {
@@ -322,14 +324,14 @@ class HashMap {
 
     U64 seed_;
     std::vector<std::vector<Place>> segments_;
-    /// How many there are: items and holes.
+    /// The number of items and holes.
     U32 places_ = 0;
     U32 buckets_ = 0;
     U32 size_ = 0;
     alignas(std::atomic_ref<U32>::required_alignment) mutable U32 visits_ = 0;
 };
 
-/// A hash set with a seed of its own; all else as HashMap.
+/// A hash set. See HashMap.
 template <class Key, class Hash = Hasher<Key>>
 class HashSet {
   public:
@@ -341,10 +343,10 @@ class HashSet {
     bool empty() const noexcept { return map_.empty(); }
     bool has(Key const& key) const noexcept { return map_.has(key); }
 
-    /// Returns whether the key is new.
+    /// Inserts the key. Returns whether it is new.
     bool is(Key const& key) { return map_.is(key, {}); }
 
-    /// Returns whether the key was there.
+    /// Removes the key. Returns whether it was found.
     bool del(Key const& key) noexcept { return map_.del(key); }
 
     template <class Visitor>
@@ -353,9 +355,9 @@ class HashSet {
     }
 
   private:
-    struct Nothing {};
+    struct Empty {};
 
-    HashMap<Key, Nothing, Hash> map_;
+    HashMap<Key, Empty, Hash> map_;
 };
 
 } // namespace Mox

@@ -25,10 +25,9 @@ class MapEntry {
 
 /// An attribute of a counted object that is an ordered map, ascending by key.
 ///
-/// A member of its owner; owns its keys and values. Reports the key of every item that is added,
-/// removed or changed to the owner's observers, and nothing else. The value of an absent key is
-/// Value(). Observers and visitors may change the map, and drop the last reference to its owner.
-/// Thread-compatible; reactor thread if there are observers.
+/// Reports the key of every item that is added, removed or changed to the owner's observers. The
+/// value of an absent key is Value(). Observers and visitors may change the map and may drop the
+/// last reference to its owner. Thread-compatible; reactor thread if there are observers.
 template <class Key, class Value>
 class MapAttribute : private CollectionAttribute {
   public:
@@ -45,20 +44,20 @@ class MapAttribute : private CollectionAttribute {
         return value == nullptr ? Value() : *value;
     }
 
-    /// Inserts or replaces.
+    /// Inserts or replaces the item.
     void is(Key const& key, Value const& value) {
         auto const* const before = items_.get(key);
         if (before != nullptr && *before == value) {
             return;
         }
-        // The value replaced may be the last reference to an object that is observed itself.
+        // The replaced value may hold the last reference to the owner.
         auto const owner = holdOwner();
         auto const changed = key;
         items_.is(changed, value);
         notify(&changed);
     }
 
-    /// Removes the item at the key and returns its value.
+    /// Removes the item and returns its value.
     Value del(Key const& key) {
         auto const* const value = items_.get(key);
         if (value == nullptr) {
@@ -77,7 +76,7 @@ class MapAttribute : private CollectionAttribute {
         items_.forEach([this](Key const& key, Value const& /*value*/) { del(key); });
     }
 
-    /// Calls the visitor with each entry, in the order of the keys.
+    /// Calls the visitor with each entry in key order.
     template <class Visitor>
     void forEach(Visitor visitor) const {
         auto const owner = holdOwner();

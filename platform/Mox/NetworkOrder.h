@@ -8,8 +8,8 @@
 
 namespace Mox {
 
-/// Writes an unsigned integer in network order, the most significant octet first, and returns the
-/// place behind it. (Compilers do not make one swap of a loop over eight octets.)
+/// Writes an unsigned integer in network order and returns the end of the written octets. Uses
+/// byte-swap builtins because compilers do not turn a loop over eight octets into one swap.
 template <std::unsigned_integral Integer>
 char* writeNetworkOrder(char* place, Integer value) noexcept {
     if constexpr (std::endian::native == std::endian::little) {

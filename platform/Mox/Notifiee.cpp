@@ -25,7 +25,7 @@ void Notifiee::unsubscribe() noexcept {
 
 NotifieeList::~NotifieeList() {
     for (auto* round = round_; round != nullptr; round = round->outer) {
-        round->listIsGone = true;
+        round->listDestroyed = true;
     }
     for (auto* notifiee : entries_) {
         if (notifiee != nullptr) {
@@ -64,18 +64,19 @@ void NotifieeList::notify(AttributeNumber attribute, void const* key) {
         Round& round;
 
         ~End() {
-            if (!round.listIsGone) {
+            if (!round.listDestroyed) {
                 list.endRound(round);
             }
         }
     } const end{*this, round};
 
-    // Who joins from here on stands behind this bound: entries move only when no round is on.
+    // Observers that subscribe from here on are beyond this bound: entries move only when no
+    // notification is in progress.
     auto const bound = entries_.size();
     for (std::size_t i = 0; i < bound; ++i) {
         if (auto* const notifiee = entries_[i]; notifiee != nullptr) {
             notifiee->handleChange(attribute, key);
-            if (round.listIsGone) {
+            if (round.listDestroyed) {
                 return;
             }
         }

@@ -9,16 +9,15 @@
 
 namespace Mox {
 
-/// The place of an attribute in its type's table, from 0: which attribute a notification is about.
+/// The index of an attribute in its type's table; identifies the attribute in a notification.
 using AttributeNumber = U32;
 
 class NotifieeList;
 
-/// Base of every observer.
+/// Base of every observer: a subscription to at most one notifier.
 ///
-/// It stands for one subscription to at most one notifier. Typed notifiees derive from it, one per
-/// notifier class, and hand each change to a hook with the key's own type. It is owned by whoever
-/// made it and unsubscribes itself when it goes. Reactor thread.
+/// For each notifier class there is a typed notifiee, which passes each change to a hook with the
+/// key's own type. The destructor unsubscribes. Reactor thread.
 class VOBGP_EXPORT Notifiee {
   public:
     Notifiee(Notifiee const&) = delete;
@@ -29,13 +28,13 @@ class VOBGP_EXPORT Notifiee {
     Notifiee() noexcept = default;
     virtual ~Notifiee();
 
-    /// Joins the list, after leaving the one it was in. Who joins during a notification does not
-    /// hear that one.
+    /// Subscribes to the list, after unsubscribing from the previous one. During a notification, a
+    /// new subscriber is not notified of the current change.
     void subscribe(NotifieeList& list);
     void unsubscribe() noexcept;
 
-    /// One attribute of the notifier changed, at `key` if the attribute is a collection (a pointer
-    /// to the collection's key type) and null otherwise.
+    /// Called when an attribute of the notifier changes. `key` points to the collection's key if
+    /// the attribute is a collection, otherwise it is null.
     virtual void handleChange(AttributeNumber attribute, void const* key) = 0;
 
   private:
@@ -43,12 +42,12 @@ class VOBGP_EXPORT Notifiee {
     NotifieeList* list_ = nullptr;
 };
 
-/// The observers of one notifier, in the order in which they subscribed.
+/// The observers of one notifier, in subscription order. A member of its notifier; observers are
+/// not owned and unsubscribe themselves.
 ///
-/// It belongs to its notifier and holds its observers by name only: they leave by themselves.
-/// During a notification observers may join, leave, be destroyed, change the notifier again (which
-/// notifies again, nested) or drop it altogether; nobody is called twice for one change, or after
-/// he left. Reactor thread.
+/// During a notification observers may subscribe, unsubscribe, be destroyed, change the notifier
+/// again (a nested notification), or release it. No observer is called twice for one change, or
+/// after it has unsubscribed. Reactor thread.
 class VOBGP_EXPORT NotifieeList {
   public:
     explicit NotifieeList(PtrInterface const& notifier) noexcept
@@ -58,20 +57,20 @@ class VOBGP_EXPORT NotifieeList {
     NotifieeList(NotifieeList const&) = delete;
     NotifieeList& operator=(NotifieeList const&) = delete;
 
-    /// How many observe now.
+    /// The number of observers.
     std::size_t size() const noexcept { return subscribed_; }
 
-    /// Tells every observer, if the notifier's switch is on. On return the notifier may be gone: an
-    /// observer may have dropped the last reference to it.
+    /// Calls every observer if the notifier's notification switch is on. An observer may release
+    /// the last reference to the notifier, so it may be destroyed on return.
     void notify(AttributeNumber attribute, void const* key = nullptr);
 
   private:
     friend class Notifiee;
 
-    /// One notification on its way; the innermost first.
+    /// One notification in progress, linked to the enclosing one.
     struct Round {
         Round* outer;
-        bool listIsGone;
+        bool listDestroyed;
     };
 
     void add(Notifiee& notifiee);
@@ -79,7 +78,8 @@ class VOBGP_EXPORT NotifieeList {
     void endRound(Round const& round) noexcept;
 
     PtrInterface const& notifier_;
-    /// A null entry was left during a notification and goes when the outermost one ends.
+    /// Entries of observers that unsubscribe during a notification become null and are erased when
+    /// the outermost notification ends.
     std::vector<Notifiee*> entries_;
     std::size_t subscribed_ = 0;
     Round* round_ = nullptr;

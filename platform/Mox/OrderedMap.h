@@ -10,9 +10,8 @@ namespace Mox {
 
 /// An ordered map, ascending by key.
 ///
-/// It owns its keys and values. Iteration (`forEach`) goes on from the key that was visited last:
-/// the visitor may remove any item, the current one too, and what it inserts further on is visited.
-/// Thread-compatible.
+/// `forEach` continues from the key visited last: the visitor may remove any item, including the
+/// current one, and items it inserts further on are visited. Thread-compatible.
 template <class Key, class Value>
 class OrderedMap {
   public:
@@ -20,20 +19,20 @@ class OrderedMap {
     bool empty() const noexcept { return items_.empty(); }
     bool has(Key const& key) const { return items_.contains(key); }
 
-    /// The value at the key, or null.
+    /// Returns null if not found.
     Value const* get(Key const& key) const {
         auto const place = items_.find(key);
         return place == items_.end() ? nullptr : &place->second;
     }
 
-    /// Inserts or replaces; returns whether the key is new.
+    /// Inserts or replaces the item. Returns whether the key is new.
     bool is(Key const& key, Value value) {
         return items_.insert_or_assign(key, std::move(value)).second;
     }
 
-    /// Removes the item at the key; returns whether there was one.
+    /// Returns whether the key was found.
     bool del(Key const& key) {
-        // Taken out before it is destroyed: its destructor may come back to this map.
+        // Extracted before it is destroyed: the destructor may call this map.
         return !items_.extract(key).empty();
     }
 
@@ -55,7 +54,7 @@ class OrderedMap {
     std::map<Key, Value> items_;
 };
 
-/// A queue whose items are ordered by a 32-bit index.
+/// A queue ordered by a 32-bit index.
 template <class Value>
 class IndexedQueue : public OrderedMap<U32, Value> {
   public:

@@ -10,24 +10,24 @@
 
 namespace Mox {
 
-/// A counted pointer: holds one reference to a counted object, or is null.
+/// A reference-counting pointer to a counted object, or null.
 ///
-/// It owns its reference and gives it back when it goes. Copies take one more, moves touch no
-/// count. Thread-compatible, as a plain pointer is; the count of the object it refers to is kept as
-/// `threadSafePtrs()` says. `Ptr<T const>` is what each class calls `PtrConst`.
+/// Copying adds a reference; moving does not change the count. Thread-compatible, like a plain
+/// pointer; counts are atomic if `threadSafePtrs()` is on. `Ptr<T const>` is the `PtrConst` of each
+/// class.
 template <class T>
 class Ptr {
   public:
     constexpr Ptr() noexcept = default;
     constexpr Ptr(std::nullptr_t) noexcept {}
 
-    /// One more reference to an object that the caller holds already.
+    /// Adds a reference. REQUIRES: the caller holds one.
     explicit Ptr(T* object) noexcept
       : object_(object) {
         retain();
     }
 
-    /// Takes over a reference that is the caller's, such as a new object's first one.
+    /// Takes ownership of a reference of the caller, such as the first one of a new object.
     static Ptr adopt(T* object) noexcept {
         Ptr result;
         result.object_ = object;
@@ -73,7 +73,7 @@ class Ptr {
     void swap(Ptr& other) noexcept { std::swap(object_, other.object_); }
     T* get() const noexcept { return object_; }
 
-    /// The reference becomes the caller's; the pointer is null afterwards.
+    /// Passes ownership of the reference to the caller; the pointer becomes null.
     [[nodiscard]] T* detach() noexcept { return std::exchange(object_, nullptr); }
     T* operator->() const noexcept { return object_; }
     T& operator*() const noexcept { return *object_; }
@@ -95,13 +95,14 @@ class Ptr {
 template <class T>
 using PtrConst = Ptr<T const>;
 
-/// A new object and the first pointer to it. Its notification switch is as its constructor left it.
+/// Creates an object and returns the first pointer to it. The notification switch is as the
+/// constructor left it.
 template <class T, class... Args>
 Ptr<T> makeCounted(Args&&... args) {
     return Ptr<T>::adopt(new T(std::forward<Args>(args)...));
 }
 
-/// What every factory does: a new object with its notifications switched on.
+/// Creates an object with notifications switched on. All factories use it.
 template <class T, class... Args>
 Ptr<T> makeActive(Args&&... args) {
     auto object = makeCounted<T>(std::forward<Args>(args)...);
@@ -109,14 +110,13 @@ Ptr<T> makeActive(Args&&... args) {
     return object;
 }
 
-/// The same reference under a derived type, which the caller knows the object to have.
+/// Casts to a derived type and keeps the reference. REQUIRES: the object has that type.
 template <class T, class U>
 Ptr<T> staticPtrCast(Ptr<U>&& pointer) noexcept {
     return Ptr<T>::adopt(static_cast<T*>(pointer.detach()));
 }
 
-/// The same reference to an object that may be changed still: one that the caller has just made, or
-/// had made for him.
+/// Casts away const and keeps the reference. REQUIRES: the object is not shared yet.
 template <class T>
 Ptr<T> constPtrCast(Ptr<T const>&& pointer) noexcept {
     return Ptr<T>::adopt(const_cast<T*>(pointer.detach()));

@@ -5,8 +5,8 @@
 namespace Mox {
 
 PtrInterface::~PtrInterface() {
-    // One reference is whoever constructed the object and never shared it: a constructor that
-    // threw, or the last owner, who destroys it now.
+    // One reference remains for an object that was never shared (its constructor threw) or that its
+    // last owner is destroying.
     MOX_ASSERT_TEXT(word_.referenceCount() <= 1 && word_.floor() == 0, "no owner is left");
 }
 
@@ -15,12 +15,12 @@ void PtrInterface::releaseToFloor() const noexcept {
 }
 
 void PtrInterface::releaseSlowly() const noexcept {
-    // Another thread's release, or the object's leaving its table, may change the case under us:
-    // look again until one of them settles it.
+    // A release by another thread, or the removal from the table, may change the outcome
+    // concurrently, so retry.
     while (!word_.releaseAboveFloor()) {
         if (word_.isSoleReference()) {
-            // Nobody else can reach the object: what follows has it alone. The reference is kept
-            // until the hook has run, so that pointers made in it come and go.
+            // No other thread can reach the object now. Keep the reference until the hook has run,
+            // so that the hook may create pointers to the object.
             auto* const object = const_cast<PtrInterface*>(this);
             object->onZeroReferences();
             MOX_ASSERT_TEXT(word_.isSoleReference(), "no reference outlives the last");

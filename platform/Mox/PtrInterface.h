@@ -9,42 +9,40 @@ namespace Mox {
 class NotifieeList;
 class Type;
 
-/// Base of every counted object of the framework.
+/// Base of all reference-counted objects: count, notification switch and reflected type.
 ///
-/// It stands for the object's identity and life: count, notification switch, type. It is owned by
-/// the counted pointers (`Mox::Ptr`) that refer to it and is destroyed with the last of them; a new
-/// object has one reference, its constructor's, which `Mox::makeCounted` turns into the first
-/// pointer. Counting is thread-safe when `threadSafePtrs()` is on; all else here is
-/// thread-compatible. The type never changes.
+/// Owned by the counted pointers (`Mox::Ptr`) that refer to it and destroyed with the last one. A
+/// new object has one reference, which `Mox::makeCounted` passes to the first pointer. Counting is
+/// thread-safe if `threadSafePtrs()` is on; everything else is thread-compatible.
 class VOBGP_EXPORT PtrInterface {
   public:
     PtrInterface(PtrInterface const&) = delete;
     PtrInterface& operator=(PtrInterface const&) = delete;
 
-    /// The reflected type of the object: its qualified name, its attributes.
+    /// The reflected type of the object.
     virtual Type const& fwkType() const noexcept = 0;
 
-    /// Asserts that nobody but whoever constructed the object refers to it still.
+    /// REQUIRES: no other reference is left (asserted).
     virtual ~PtrInterface();
 
-    /// The observers of the object, or null for one that cannot be observed. Such an object pays
-    /// nothing for them.
+    /// The observers of the object, or null if its class is not observable. Unobservable objects
+    /// have no overhead.
     virtual NotifieeList* notifieeList() const noexcept { return nullptr; }
     bool hasNotificationActive() const noexcept { return notificationActive_; }
 
-    /// The notification switch: an object whose switch is off tells nobody, one that observes is
-    /// told nothing. Off in a new object; factories switch it on. Not for objects that other
-    /// threads can reach already.
+    /// The notification switch: while it is off, a notifier notifies no observer, and an observer
+    /// is not notified. Off in a new object; factories switch it on. REQUIRES: no other thread can
+    /// reach the object.
     virtual void hasNotificationActiveIs(bool active) { notificationActive_ = active; }
 
-    /// For tests and dumps: out of date as soon as it is read where other threads hold references.
+    /// For tests and dumps: the count may change at any time if other threads hold references.
     U64 referenceCount() const noexcept { return word_.referenceCount(); }
 
-    /// One more reference to an object that the caller holds already.
+    /// Adds a reference. REQUIRES: the caller holds one.
     void retain() const noexcept { word_.retain(); }
 
-    /// Gives back one reference; destroys the object, or takes it out of its intern table, with the
-    /// last one. Never throws.
+    /// Releases a reference. The last release destroys the object or removes it from its intern
+    /// table. Guaranteed not to throw.
     void release() const noexcept {
         if (!word_.releaseAboveFloor()) [[unlikely]] {
             releaseSlowly();
@@ -54,11 +52,11 @@ class VOBGP_EXPORT PtrInterface {
   protected:
     PtrInterface() noexcept = default;
 
-    /// Runs when the last reference has gone, before any destructor, with the whole object still
-    /// there. References taken here must be given back before it returns.
+    /// Called when the last reference is released, before any destructor. References taken here
+    /// must be released before it returns.
     virtual void onZeroReferences() noexcept {}
 
-    /// A release that may take the count to a floor above 0: the object is interned.
+    /// Called for a release that may bring the count of an interned object to its floor.
     virtual void releaseToFloor() const noexcept;
 
     CountWord& countWord() const noexcept { return word_; }
@@ -72,8 +70,8 @@ class VOBGP_EXPORT PtrInterface {
 
 } // namespace Mox
 
-/// Declares, in the public part of a counted class, the nested names that every one has, and its
-/// reflected type (defined with `Mox::Type` in the class's source).
+/// Declares the nested pointer types and the reflected type of a counted class; use it in the
+/// public part. The class's source defines staticType() with `Mox::Type`.
 #define MOX_COUNTED(Class)                                                                         \
     using Ptr = ::Mox::Ptr<Class>;                                                                 \
     using PtrConst = ::Mox::Ptr<Class const>;                                                      \

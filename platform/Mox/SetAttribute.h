@@ -13,9 +13,9 @@ namespace Mox {
 
 /// An attribute of a counted object that is a hash set.
 ///
-/// A member of its owner; owns its keys. Reports the key of every item that is added or removed to
-/// the owner's observers, and nothing else. Observers and visitors may change the set, and drop the
-/// last reference to its owner. Thread-compatible; reactor thread if there are observers.
+/// Reports the key of every item that is added or removed to the owner's observers. Observers and
+/// visitors may change the set and may drop the last reference to its owner. Thread-compatible;
+/// reactor thread if there are observers.
 template <class Key, class Hash = Hasher<Key>>
 class SetAttribute : private CollectionAttribute {
   public:
@@ -28,9 +28,9 @@ class SetAttribute : private CollectionAttribute {
     bool empty() const noexcept { return keys_.empty(); }
     bool has(Key const& key) const noexcept { return keys_.has(key); }
 
-    /// Adds the key, unless it is present; returns whether it was added.
+    /// Adds the key. Returns whether it is new.
     bool is(Key const& key) {
-        // A copy: an observer may drop the original.
+        // Copied: an observer may destroy the original.
         auto const added = key;
         bool const isNew = keys_.is(added);
         if (isNew) {
@@ -39,7 +39,7 @@ class SetAttribute : private CollectionAttribute {
         return isNew;
     }
 
-    /// Removes the key; returns whether it was present.
+    /// Removes the key. Returns whether it was present.
     bool del(Key const& key) {
         auto const removed = key;
         bool const wasPresent = keys_.del(removed);

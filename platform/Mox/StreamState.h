@@ -5,8 +5,8 @@
 
 namespace Mox {
 
-/// Restores a stream's formatting state (flags, fill, precision, width) when it goes, whatever was
-/// done to the stream meanwhile. Thread-compatible, like the stream.
+/// Saves a stream's formatting state (flags, fill, precision, width) and restores it on
+/// destruction. Thread-compatible.
 class StreamState {
   public:
     explicit StreamState(std::ostream& os)

@@ -10,7 +10,7 @@
 
 namespace Mox {
 
-/// The shared octets: this header, then `size` octets and a NUL.
+/// The shared octets: this header, `size` octets and a NUL.
 struct String::Rep {
     std::atomic<U64> references{1};
     std::size_t size;

@@ -14,11 +14,10 @@
 
 namespace Mox {
 
-/// A counted string of octets, NUL among them.
+/// An immutable, reference-counted string of octets, which may include NUL.
 ///
-/// It stands for a text that never changes; assignment makes the variable refer to another text.
-/// Copies share the octets and cost one count, kept as `threadSafePtrs()` says; the empty string
-/// owns nothing. Immutable in its octets, thread-compatible as a variable.
+/// Copies share the octets; their count is atomic if `threadSafePtrs()` is on. The empty string
+/// allocates nothing. Octets are immutable; a variable is thread-compatible.
 class VOBGP_EXPORT String {
   public:
     class IteratorConst;
@@ -41,7 +40,7 @@ class VOBGP_EXPORT String {
 
     ~String();
 
-    /// A text of `size` octets, all of which `write(char* octets)` writes.
+    /// Returns a string of `size` octets, all of which `write(char* octets)` must write.
     template <class Write>
     static String written(std::size_t size, Write&& write) {
         String text;
@@ -67,8 +66,7 @@ class VOBGP_EXPORT String {
 
     bool empty() const noexcept { return rep_ == nullptr; }
 
-    /// The octets, followed by a NUL that is not counted. Valid as long as this text is referred
-    /// to.
+    /// The octets, followed by a NUL that is not counted. Valid while a String refers to this text.
     char const* c_str() const noexcept;
 
     char const* data() const noexcept { return c_str(); }
@@ -78,7 +76,7 @@ class VOBGP_EXPORT String {
     IteratorConst begin() const noexcept;
     IteratorConst end() const noexcept;
 
-    /// Whether both are one object, not only equal texts.
+    /// Whether both strings share the same octets.
     bool isSameObject(String const& other) const noexcept { return rep_ == other.rep_; }
 
     friend bool operator==(String const& a, String const& b) noexcept {
@@ -97,23 +95,22 @@ class VOBGP_EXPORT String {
         return a.view() == std::string_view(b);
     }
 
-    /// Writes the octets as they are, whatever width or fill the stream has.
+    /// Writes the octets; ignores the stream's width and fill.
     friend VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, String const& text);
 
   private:
-    // Not std::string_view(*this): that of C++23 is also made of ranges, and asks whether this class
-    // is one before it is complete.
+    // Not std::string_view(*this): the C++23 range constructor would require the complete class.
     std::string_view view() const noexcept { return {data(), size()}; }
 
-    /// Makes an empty variable refer to a new text, whose octets are not written yet.
+    /// Allocates uninitialised octets. REQUIRES: the string is empty.
     char* allocate(std::size_t size);
 
     struct Rep;
     Rep* rep_ = nullptr;
 };
 
-/// A place in a String, from which the readers of value texts read. It knows how far it is from
-/// the start of the text, which is what their errors name. Does not keep the text alive.
+/// A position in a String, for the readers of value text. Knows its offset from the start of the
+/// text, for error messages. Does not keep the text alive.
 class String::IteratorConst {
   public:
     using iterator_category = std::random_access_iterator_tag;
@@ -131,7 +128,7 @@ class String::IteratorConst {
     constexpr pointer operator->() const noexcept { return place_; }
     constexpr reference operator[](difference_type n) const noexcept { return place_[n]; }
 
-    /// Octets from the start of the text.
+    /// In octets from the start of the text.
     constexpr std::size_t offset() const noexcept {
         return static_cast<std::size_t>(place_ - start_);
     }

@@ -12,11 +12,10 @@
 
 namespace Mox {
 
-/// An output stream into a string that it owns, with the classic locale whatever the process has.
-/// Thread-compatible.
+/// An output stream into its own string, with the classic locale. Thread-compatible.
 ///
-/// Streams do not pass on the exceptions of their buffers. A text of which part is missing because
-/// memory ran out is therefore refused where it is read.
+/// Streams swallow the exceptions of their buffers, so text() throws if memory ran out while
+/// writing.
 class TextStream : private std::streambuf, public std::ostream {
     using Traits = std::streambuf::traits_type;
 
@@ -28,23 +27,23 @@ class TextStream : private std::streambuf, public std::ostream {
         }
     }
 
-    /// What has been written since the last discard(). Throws `std::bad_alloc` if that is not all
-    /// there.
+    /// Returns the text written since the last discard(). Throws `std::bad_alloc` if part of it was
+    /// lost.
     std::string_view text() const {
-        if (!whole_ || bad()) {
+        if (!complete_ || bad()) {
             throw std::bad_alloc();
         }
         return text_;
     }
 
-    /// Begins a new text in the memory of the last.
+    /// Starts a new text and keeps the memory.
     void discard() noexcept {
         text_.clear();
-        whole_ = true;
+        complete_ = true;
         clear();
     }
 
-    /// As text().
+    /// Like text(), as a String.
     String string() const { return String(text()); }
 
   private:
@@ -58,18 +57,18 @@ class TextStream : private std::streambuf, public std::ostream {
         return kept ? Traits::not_eof(octet) : Traits::eof();
     }
 
-    /// A failure is noted here too: another stream may write into this one's buffer.
+    /// Records failures here as well, because another stream may use this one's buffer.
     bool keep(std::string_view octets) noexcept {
         try {
             text_.append(octets);
         } catch (std::exception const&) {
-            whole_ = false;
+            complete_ = false;
         }
-        return whole_;
+        return complete_;
     }
 
     std::string text_;
-    bool whole_ = true;
+    bool complete_ = true;
 };
 
 } // namespace Mox

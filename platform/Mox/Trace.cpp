@@ -11,13 +11,13 @@
 namespace Mox {
 
 namespace Detail {
-// Zero before any initialiser runs; the environment is read below.
+// Zero before dynamic initialisation, which reads the environment below.
 constinit std::atomic<int> traceLevelNow{0};
 } // namespace Detail
 
 namespace {
 
-/// Leaked on purpose: objects that trace may be destroyed after every static of this library.
+/// Never destroyed: objects that trace may be destroyed after every static of this library.
 struct Facility {
     std::mutex mutex;
     TraceSink sink;
@@ -80,7 +80,7 @@ TraceLine::~TraceLine() {
     try {
         trace.sink(level_, line);
     } catch (...) {
-        // A line may be lost, for want of memory for one; whoever traces it must not be.
+        // Drop the line: a failed allocation must not affect the traced code.
     }
 }
 

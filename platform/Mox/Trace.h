@@ -13,9 +13,9 @@ namespace Detail {
 VOBGP_EXPORT extern std::atomic<int> traceLevelNow;
 } // namespace Detail
 
-/// The trace level, 0 (off) to 9 (everything). Initialised from the environment variable
-/// VOBGP_TRACE: `8`, or `8:file` to append to a file instead of standard error. A program that runs
-/// with more rights than its caller, such as a set-user-ID one, ignores the variable. Thread-safe.
+/// The trace level: 0 (off) to 9 (everything). Initialised from the environment variable
+/// VOBGP_TRACE: `8`, or `8:file` to append to a file instead of standard error. Ignored in programs
+/// that run with elevated privileges, such as set-user-ID ones. Thread-safe.
 inline int traceLevel() noexcept {
     return Detail::traceLevelNow.load(std::memory_order_relaxed);
 }
@@ -23,13 +23,13 @@ inline int traceLevel() noexcept {
 /// Sets the level, clamped to 0 to 9.
 VOBGP_EXPORT void traceLevelIs(int level) noexcept;
 
-/// Where trace lines go, without their newline; null for standard error. Called by the tracing
-/// thread, one line at a time; it must not trace. Thread-safe.
+/// Sets the receiver of trace lines, which have no newline; null selects standard error. The sink
+/// is called in the tracing thread, one line at a time, and must not trace. Thread-safe.
 using TraceSink = std::function<void(int level, std::string_view line)>;
 VOBGP_EXPORT void traceSinkIs(TraceSink sink);
 
-/// One trace line under construction: `FILE:LINE: FUNCTION: ` and what is streamed to it. Written
-/// as a whole when it goes.
+/// A trace line under construction: `FILE:LINE: FUNCTION: ` and the text streamed to it. The
+/// destructor writes it.
 class VOBGP_EXPORT TraceLine {
   public:
     TraceLine(int level, char const* file, int line, char const* function);
@@ -45,8 +45,8 @@ class VOBGP_EXPORT TraceLine {
 
 } // namespace Mox
 
-/// Traces `expression` (`a << b << c`) at a level. When the level is off this is one branch, and
-/// nothing of the expression is evaluated.
+/// Traces `expression` (`a << b << c`) at a level. If the level is off, this costs one branch and
+/// evaluates nothing.
 #define MOX_TRACE(level, expression)                                                               \
     do {                                                                                           \
         if (__builtin_expect(::Mox::traceLevel() >= (level), 0)) {                                 \

@@ -36,8 +36,8 @@ String Type::attributeText(Attribute const& attribute, PtrInterface const& objec
 
 namespace {
 
-/// Made by whoever comes first and leaked, so that no order of static initialisers or destructors
-/// matters.
+/// Created on first use and never destroyed, so that the order of static initialisers and
+/// destructors does not matter.
 struct Registry {
     std::mutex mutex;
     std::map<std::string_view, Type const*> types;

@@ -15,10 +15,10 @@ namespace Mox {
 /// One attribute of a reflected type.
 struct Attribute {
     std::string_view name;
-    /// Writes the attribute's value on an object as text. The object is a `PtrInterface const*` for
-    /// an entity and the value's own address for a value.
+    /// Writes the attribute's value as text. The object is a `PtrInterface const*` for an entity
+    /// and the value's own address for a value.
     void (*write)(CharBuffer& out, void const* object);
-    /// Reads the attribute's text into a value; null where it cannot be set.
+    /// Parses text and sets the attribute; null if the attribute is read-only.
     void (*read)(ValueReader& in, void* object) = nullptr;
 };
 
@@ -28,11 +28,10 @@ struct EnumerationMember {
     U64 number;
 };
 
-/// What the framework knows of a type: its qualified name, and its attributes (of a value or a
-/// counted object) or members (of an enumeration) in the order of their table.
+/// A reflected type: its qualified name and its attributes (of a value or counted object) or
+/// members (of an enumeration), in table order.
 ///
-/// One per type, a static of the source that defines the type; the strings it refers to are
-/// literals. Immutable.
+/// One static per type, in the source that defines it; strings are literals. Immutable.
 class VOBGP_EXPORT Type {
   public:
     enum class Kind { value, entity, enumeration };
@@ -44,17 +43,17 @@ class VOBGP_EXPORT Type {
     Kind kind() const noexcept { return kind_; }
     std::string_view name() const noexcept { return name_; }
 
-    /// Those of the base type first.
+    /// Attributes of the base type come first.
     std::span<Attribute const> attributes() const noexcept { return attributes_; }
     std::span<EnumerationMember const> members() const noexcept { return members_; }
 
-    /// The type this one derives from, or null.
+    /// The base type, or null.
     Type const* base() const noexcept { return base_; }
 
-    /// The attribute of that name, or null.
+    /// Returns null if not found.
     Attribute const* attribute(std::string_view name) const noexcept;
 
-    /// The text of an attribute's value on an object of this type.
+    /// Returns the value of an attribute of `object` as text.
     String attributeText(Attribute const& attribute, PtrInterface const& object) const;
 
   private:
@@ -65,18 +64,18 @@ class VOBGP_EXPORT Type {
     Type const* base_ = nullptr;
 };
 
-/// Every reflected type of the process. Static initialisers fill it, in whatever order they run; it
-/// is complete when main() begins. Thread-safe.
+/// All reflected types of the process, registered by static initialisers in any order. Complete
+/// when main() begins. Thread-safe.
 class VOBGP_EXPORT TypeRegistry {
   public:
-    /// All types, by qualified name.
+    /// Returns all types, ordered by qualified name.
     static std::vector<Type const*> types();
 
-    /// The type of that qualified name, or null.
+    /// Returns null if not found.
     static Type const* type(std::string_view name);
 };
 
-/// A static of this class in a type's source registers the type.
+/// Registers a type; a static in the type's source.
 class VOBGP_EXPORT TypeRegistration {
   public:
     explicit TypeRegistration(Type const& type);
@@ -101,7 +100,7 @@ T const& attributeOwner(void const* object) noexcept {
 
 } // namespace Detail
 
-/// An attribute that is read by a member function and cannot be set through its text.
+/// A read-only attribute with a member function as getter.
 template <class T, auto Get>
 constexpr Attribute readOnlyAttribute(std::string_view name) noexcept {
     return {name, [](CharBuffer& out, void const* object) {
@@ -110,7 +109,7 @@ constexpr Attribute readOnlyAttribute(std::string_view name) noexcept {
             }};
 }
 
-/// An attribute that is a counted pointer: `0x` and the address in hexadecimal, null as `0x0`.
+/// A counted-pointer attribute: `0x` and the address in hexadecimal; null is `0x0`.
 template <class T, auto Get>
 constexpr Attribute pointerAttribute(std::string_view name) noexcept {
     return {name, [](CharBuffer& out, void const* object) {
@@ -118,7 +117,7 @@ constexpr Attribute pointerAttribute(std::string_view name) noexcept {
             }};
 }
 
-/// An attribute that member functions read and set.
+/// A read-write attribute with member functions as getter and setter.
 template <class T, auto Get, auto Set>
 constexpr Attribute attribute(std::string_view name) noexcept {
     auto result = readOnlyAttribute<T, Get>(name);

@@ -79,7 +79,8 @@ bool ValueText<bool>::read(ValueReader& in) {
 
 namespace {
 
-/// What stands before an attribute's value: `'NAME': `, with a comma between two attributes.
+/// The text before an attribute's value: `'NAME': `, preceded by a comma except for the first
+/// attribute.
 std::string keyText(Type const& type, std::size_t number) {
     std::string key = number == 0 ? "'" : ", '";
     return key.append(type.attributes()[number].name).append("': ");

@@ -16,8 +16,8 @@ namespace Mox {
 
 class Type;
 
-/// Reads value text from a place in a string and moves the place along. What does not match throws
-/// `ParseException` with the offset at which it stands.
+/// Parses value text and advances the caller's position. Throws `ParseException` with the offset of
+/// the first mismatch. Thread-compatible.
 class VOBGP_EXPORT ValueReader {
   public:
     ValueReader(String::IteratorConst& place, String::IteratorConst const& end) noexcept
@@ -28,24 +28,24 @@ class VOBGP_EXPORT ValueReader {
     bool atEnd() const noexcept { return place_ == end_; }
     std::size_t offset() const noexcept { return place_.offset(); }
 
-    /// What is left to read.
+    /// The remaining text.
     std::string_view rest() const noexcept {
         return {&*place_, static_cast<std::size_t>(end_ - place_)};
     }
 
     void skip(std::size_t octets) noexcept { place_ += static_cast<std::ptrdiff_t>(octets); }
 
-    /// Requires exactly this text here.
+    /// Skips `literal`. Throws if the text does not start with it.
     void expect(std::string_view literal);
 
-    /// Takes this text if it is here.
+    /// Skips `literal` if the text starts with it; returns whether it did.
     bool accept(std::string_view literal) noexcept;
 
-    /// A decimal number without sign or superfluous zeros, up to `max`; `what` names it in the
-    /// error.
+    /// Parses a decimal number without sign or leading zeros, up to `max`. `what` describes it in
+    /// the exception.
     U64 readDecimal(U64 max, std::string_view what);
 
-    /// The longest run of letters, digits, underscores and colons here, possibly empty.
+    /// Reads the longest run of letters, digits, underscores and colons, possibly empty.
     std::string_view readName() noexcept;
 
     void expectEnd();
@@ -57,18 +57,18 @@ class VOBGP_EXPORT ValueReader {
     String::IteratorConst const& end_;
 };
 
-/// How a type of value is written as text and read back. Specialise it for a type whose text is its
-/// own; types with an attribute table (`T::staticType()`) have one by themselves.
+/// The text form of a value type. Specialise it for a type with its own text form; types with an
+/// attribute table (`T::staticType()`) have one automatically.
 template <class T>
 struct ValueText;
 
-/// `Value('TYPE', ** {'ATTRIBUTE': VALUE, ...})`, attributes in the order of the type's table.
+/// Writes `Value('TYPE', ** {'ATTRIBUTE': VALUE, ...})`, with the attributes in table order.
 VOBGP_EXPORT void writeAttributes(CharBuffer& out, Type const& type, void const* object);
 
-/// Reads that form into an object, attribute by attribute.
+/// Parses the same form and sets the attributes of `object` one by one.
 VOBGP_EXPORT void readAttributes(ValueReader& in, Type const& type, void* object);
 
-/// `0x` and an address in hexadecimal, as short as it goes; null is `0x0`.
+/// Writes `0x` and an address in hexadecimal without leading zeros; null is `0x0`.
 VOBGP_EXPORT void writePointer(CharBuffer& out, void const* pointer);
 
 template <class T>
@@ -80,7 +80,7 @@ template <class T>
 concept ReadableFromSequence =
     std::constructible_from<T, String::IteratorConst&, String::IteratorConst const&>;
 
-/// The text of a value.
+/// Returns a value as text.
 template <HasValueText T>
 String valueToStrep(T const& value) {
     LocalCharBuffer<128> out;
@@ -88,7 +88,7 @@ String valueToStrep(T const& value) {
     return out.string();
 }
 
-/// Reads one value and moves `place` behind it.
+/// Parses one value and advances `place`.
 template <HasValueText T>
 T sequenceToValue(String::IteratorConst& place, String::IteratorConst const& end) {
     if constexpr (ReadableFromSequence<T>) {
@@ -99,7 +99,7 @@ T sequenceToValue(String::IteratorConst& place, String::IteratorConst const& end
     }
 }
 
-/// Reads a value from a whole text: nothing may follow it.
+/// Parses a value. Throws if text follows it.
 template <HasValueText T>
 T strepToValue(String const& text) {
     auto place = text.begin();
@@ -153,8 +153,8 @@ struct ValueText<T> {
     }
 };
 
-/// Values stream as their text, whatever the stream's flags and locale. The text of an enumeration
-/// fills the stream's field, as a number does.
+/// Streams a value as its text, whatever the stream's flags and locale. An enumeration honours the
+/// stream's width and fill, like a number.
 template <HasValueText T>
 
 requires(!std::is_arithmetic_v<T>) std::ostream& operator<<(std::ostream& os, T const& value) {

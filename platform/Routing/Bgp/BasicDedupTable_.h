@@ -10,11 +10,11 @@ namespace Routing::Bgp {
 
 using Mox::U32;
 
-/// Base of an intern table that needs no observer: the framework's table and whatever the deriving
-/// class must know to make its objects.
+/// Base of intern tables that need no observer. A derived class adds what it needs to create its
+/// objects.
 ///
-/// Owned by the agent; holds the framework's table, which never changes. Thread-safe if
-/// `VoBgpGlobals::multiThreaded()` was set when it was made, else thread-compatible.
+/// Owns the framework's table. Thread-safe if `VoBgpGlobals::multiThreaded()` was on at
+/// construction, otherwise thread-compatible.
 class VOBGP_EXPORT BasicDedupTable_ : public Mox::PtrInterface {
   public:
     MOX_COUNTED(BasicDedupTable_)

@@ -18,15 +18,14 @@ namespace Routing::Bgp {
 using Mox::operator<<;
 using Mox::U64;
 
-/// A route target (RFC 4364): the eight octets of its extended community, the wire order read as a
-/// big-endian integer.
+/// A route target (RFC 4364): the eight octets of its extended community as a big-endian integer.
 ///
 ///      octet 0   octet 1   octets 2 to 7
 ///     +---------+---------+-----------------------------------------------+
 ///     |  type   | 0x02    | administrator, assigned number (by the type)  |
 ///     +---------+---------+-----------------------------------------------+
 ///
-/// Immutable but for assignment.
+/// Thread-compatible.
 class VOBGP_EXPORT RouteTarget {
   public:
     constexpr RouteTarget() noexcept = default;
@@ -39,8 +38,9 @@ class VOBGP_EXPORT RouteTarget {
     /// The framework's single-attribute hash of the value.
     U64 hash() const noexcept { return Mox::hashWord(value_); }
 
-    /// `AS:number` for the two-octet and four-octet AS types (the AS as RFC 5396 says, dotted or
-    /// plain), `IP:number` for the IPv4 type, the sixteen hexadecimal digits for any other type.
+    /// Returns `AS:number` for the two-octet and four-octet AS types (the AS in asdot or asplain
+    /// form, RFC 5396), `IP:number` for the IPv4 type, and sixteen hexadecimal digits for any other
+    /// type.
     Mox::String toStrep(bool asDot = false) const;
     void format(Mox::CharBuffer& out, bool asDot) const;
 

@@ -17,11 +17,10 @@ using Mox::U32;
 using Mox::U64;
 using Mox::U8;
 
-/// A buffer of octets that messages are written into, integers in network order.
+/// A growable buffer for writing messages, with integers in network order.
 ///
-/// It stands for octets under construction and owns them: in an area of its own while they are few,
-/// on the heap once the buffer has grown. An allocation that fails leaves it as it was.
-/// Thread-compatible. Sizes and offsets are in octets.
+/// Owns its octets: inline up to `inlineCapacity`, then on the heap. If an allocation fails, the
+/// buffer is unchanged. Sizes and offsets are in octets. Thread-compatible.
 class VOBGP_EXPORT Serialize {
   public:
     static constexpr U32 inlineCapacity = 4096;
@@ -42,16 +41,18 @@ class VOBGP_EXPORT Serialize {
         size_ += sizeof octets;
     }
 
-    /// Makes room for `needed` octets in all, those that are there included.
+    /// Ensures a capacity of at least `needed` octets.
     void growBuffer(U32 needed);
 
-    /// What is in the buffer from that offset on.
+    /// Returns the octets from `fromOffset` to the end. REQUIRES: `fromOffset` is at most size()
+    /// (asserted).
     Mox::String serializedString(U32 fromOffset) const;
 
-    /// Where the next octet goes.
+    /// The number of octets written, which is the next write position.
     U32 size() const noexcept { return size_; }
 
-    /// Moves there, back or forth over octets that have been written.
+    /// Sets the write position, backward or forward. REQUIRES: `size` is at most capacity()
+    /// (asserted).
     void sizeIs(U32 size) noexcept {
         MOX_ASSERT(size <= capacity_);
         size_ = size;
@@ -66,7 +67,7 @@ class VOBGP_EXPORT Serialize {
         size_ += static_cast<U32>(sizeof value);
     }
 
-    /// Where the next octet goes, with room for `count` of them.
+    /// Returns the write position after reserving room for `count` octets.
     char* reserve(U32 count) {
         if (capacity_ - size_ < count) [[unlikely]] {
             growBy(count);
@@ -79,7 +80,7 @@ class VOBGP_EXPORT Serialize {
     char* buffer_ = inline_;
     U32 size_ = 0;
     U32 capacity_ = inlineCapacity;
-    // Not initialised: what counts is what has been written.
+    // Not initialised; only written octets are read.
     char inline_[inlineCapacity];
 };
 

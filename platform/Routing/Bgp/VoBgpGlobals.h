@@ -4,14 +4,14 @@
 
 namespace Routing::Bgp {
 
-/// What holds for the whole agent. Thread-compatible: set before there is a second thread.
+/// Process-wide settings. Thread-compatible: set them before starting a second thread.
 class VOBGP_EXPORT VoBgpGlobals {
   public:
-    /// Whether intern tables are created thread-safe. Off at start.
+    /// Whether intern tables are created thread-safe. Off by default.
     static bool multiThreaded() noexcept;
 
-    /// Needs `Mox::threadSafePtrs()` by the time a table is created; refused with an assertion
-    /// while an intern table is live.
+    /// Thread-safe tables require `Mox::threadSafePtrs()` when they are created. REQUIRES: no
+    /// intern table exists (asserted).
     static void multiThreadedIs(bool multiThreaded) noexcept;
 };
 

@@ -14,16 +14,16 @@ namespace {
 
 constexpr std::string_view units[] = {" bps", " kbps", " Mbps", " Gbps", " Tbps"};
 
-/// From here on three decimals round up to 1000.
+/// The smallest number that three decimals round up to 1000.
 constexpr double roundsToThousand = 999.9995;
 
-/// Appends a number with at most three decimals and without superfluous zeros.
+/// Appends a number with at most three decimals and no trailing zeros.
 void appendNumber(Mox::CharBuffer& out, double number) {
     if (std::isnan(number)) {
         out.append("nan");
         return;
     }
-    // A sign, the digits of the greatest float, the point and the decimals.
+    // A sign, the digits of the largest float, the point and three decimals.
     char digits[1 + std::numeric_limits<float>::max_exponent10 + 1 + 1 + 3];
     auto const result =
         std::to_chars(digits, std::end(digits), number, std::chars_format::fixed, 3);

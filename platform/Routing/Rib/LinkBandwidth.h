@@ -6,21 +6,20 @@
 
 namespace Routing::Rib {
 
-/// How the routing information base shows the bandwidth of a link. Thread-safe.
+/// Formats link bandwidths. Thread-safe.
 class VOBGP_EXPORT LinkBandwidth {
   public:
-    /// Bits per second with a decimal unit and at most three decimals: `1.5 Gbps`. The unit is the
-    /// greatest that leaves a whole number before the point, of `bps` to `Tbps`.
+    /// Returns the bandwidth in bits per second with a decimal unit and at most three decimals:
+    /// `1.5 Gbps`. The unit is the largest of `bps` to `Tbps` that gives a number of at least 1.
     ///
-    /// A weighted one is not the capacity of a link but its share among the links of a route, a
-    /// number without a unit. It is shown as it was sent: `weight 100`, also with at most three
-    /// decimals.
+    /// A weighted bandwidth is not a capacity but a link's share among the links of a route. It has
+    /// no unit and is printed as sent, also with at most three decimals: `weight 100`.
     ///
-    /// What the octets of a community hold need not be a sensible number: a negative one has its
-    /// sign, others are `inf` and `nan`. There is never an exponent, and no negative zero.
+    /// Values from the wire may be any float: negative numbers keep their sign; infinities and NaN
+    /// print as `inf` and `nan`. There is never an exponent or a negative zero.
     static Mox::String toStrep(float bytesPerSecond, bool weighted);
 
-    /// Appends the same.
+    /// Appends the same text to `out`.
     static void format(Mox::CharBuffer& out, float bytesPerSecond, bool weighted);
 };
 

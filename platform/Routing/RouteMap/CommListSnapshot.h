@@ -6,7 +6,7 @@
 
 namespace Routing::RouteMap {
 
-/// A snapshot of a list of large communities: a flag for each value. All else as its base.
+/// A snapshot of a list of large communities, with a flag for each value.
 class VOBGP_EXPORT CommListSnapshot : public CommSnapshot<Acl::CommunityValue, bool> {
   public:
     MOX_COUNTED(CommListSnapshot)
@@ -15,7 +15,7 @@ class VOBGP_EXPORT CommListSnapshot : public CommSnapshot<Acl::CommunityValue, b
     ~CommListSnapshot() override;
 };
 
-/// A new, empty snapshot with its notifications switched on.
+/// Returns a new, empty snapshot with notifications switched on.
 VOBGP_EXPORT CommListSnapshot::Ptr commListSnapshotFactory();
 
 } // namespace Routing::RouteMap

@@ -13,23 +13,22 @@ namespace Routing::RouteMap {
 
 using Mox::U32;
 
-/// Base of every snapshot of a list of communities: an ordered map by community value that its
-/// holder fills from a list, edits by key, and reads in the order of the keys.
+/// Base of the snapshots of community lists: an ordered map by community value. The holder fills it
+/// from a list, edits it by key, and reads it in key order.
 ///
-/// It is owned by its counted pointers and holds its keys and values; a counted pointer among its
-/// values keeps its object alive. It tells its observers of each change. Thread-compatible; reactor
-/// thread where there are observers. `commNumber` is the place of the map in the attribute table of
-/// the deriving class.
+/// Counted pointers among the values keep their objects alive. Observers are notified of each
+/// change. `commNumber` is the index of the map in the attribute table of the derived class.
+/// Thread-compatible; reactor thread if there are observers.
 template <class Key, class Value, Mox::AttributeNumber commNumber = 0>
 class VOBGP_EXPORT CommSnapshot : public Mox::PtrInterface {
   public:
-    /// The attribute that a notification is about; a deriving class may have others.
+    /// The attribute number of the map in notifications; derived classes may have other attributes.
     static constexpr Mox::AttributeNumber commAttribute = commNumber;
 
-    /// One entry: a community value, and what it is mapped to.
+    /// One entry: a community value and its mapped value.
     using MoxComm = Mox::MapEntry<Key, Value>;
 
-    /// An observer of a snapshot. Owned by whoever made it; it keeps the snapshot alive.
+    /// An observer of a snapshot. Holds a reference to the snapshot.
     class VOBGP_EXPORT Notifiee : public Mox::Notifiee {
       public:
         Notifiee() noexcept = default;
@@ -38,7 +37,7 @@ class VOBGP_EXPORT CommSnapshot : public Mox::PtrInterface {
 
         Mox::PtrConst<CommSnapshot> const& notifier() const noexcept { return notifier_; }
 
-        /// Observes that snapshot from now on, and no other; none if null.
+        /// Observes that snapshot instead of the previous one; null to observe none.
         void notifierIs(Mox::PtrConst<CommSnapshot> const& notifier) {
             unsubscribe();
             notifier_ = notifier;
@@ -47,7 +46,7 @@ class VOBGP_EXPORT CommSnapshot : public Mox::PtrInterface {
             }
         }
 
-        /// The entry came, went or changed.
+        /// Called when an entry was added, removed or changed.
         virtual void handleComm(Key const& /*key*/) {}
 
       protected:
@@ -61,26 +60,26 @@ class VOBGP_EXPORT CommSnapshot : public Mox::PtrInterface {
         Mox::PtrConst<CommSnapshot> notifier_;
     };
 
-    /// Maps the community to the flag, in place of what it is mapped to now.
+    /// Inserts or replaces the entry.
     void commIs(Key const& key, bool flag) requires std::same_as<Value, bool> {
         comm_.is(key, flag);
     }
 
-    /// Removes the entry, if there is one, and returns what the community was mapped to.
+    /// Removes the entry and returns its value; false or null if not found.
     Value commDel(Key const& key) { return comm_.del(key); }
 
     /// Removes every entry, one at a time through commDel().
     void commDelAll() { comm_.delAll(); }
     bool commHas(Key const& key) const { return comm_.has(key); }
 
-    /// What the community is mapped to; false, or null, if nothing.
+    /// Returns the mapped value; false or null if not found.
     Value comm(Key const& key) const { return comm_.get(key); }
 
-    /// How many entries there are.
+    /// The number of entries.
     U32 comms() const noexcept { return comm_.size(); }
 
-    /// Calls the visitor with each entry, a `MoxComm const&`, in the order of the keys; it may
-    /// change the snapshot meanwhile.
+    /// Calls the visitor with each entry (a `MoxComm const&`) in key order. The visitor may change
+    /// the snapshot.
     template <class Visitor>
     void forEachComm(Visitor visitor) const {
         comm_.forEach(visitor);
@@ -93,7 +92,7 @@ class VOBGP_EXPORT CommSnapshot : public Mox::PtrInterface {
       : notifieeList_(*this)
       , comm_(*this, commAttribute) {}
 
-    /// For snapshots whose values know their keys.
+    /// Inserts or replaces an entry, for snapshots whose values contain their keys.
     void commEntryIs(Key const& key, Value const& value) { comm_.is(key, value); }
 
   private:

@@ -9,23 +9,23 @@ namespace Routing::RouteMap {
 namespace {
 
 [[noreturn]] void fail(int error, regex_t const* regex) {
-    // The size that regerror() returns includes a NUL, for which a string has room of its own.
+    // The size returned by regerror() includes a NUL, for which std::string has extra room.
     std::string text(regerror(error, regex, nullptr, 0) - 1, '\0');
     regerror(error, regex, text.data(), text.size() + 1);
     throw PosixRegexException(text);
 }
 
-constexpr Mox::U64 greatestNumber = 0x7fff'ffff;
+constexpr Mox::U64 maxNumber = 0x7fff'ffff;
 
-/// Wide enough to go on counting beyond the greatest number.
-std::atomic<Mox::U64> numbersGiven{0};
+/// Wider than a subject number, so that it does not wrap after the maximum.
+std::atomic<Mox::U64> lastNumber{0};
 
 } // namespace
 
 PosixRegexException::~PosixRegexException() = default;
 
 PosixRegex::PosixRegex(Mox::String const& pattern) {
-    // Compiling would end at a NUL and leave an expression that nobody wrote.
+    // regcomp() would stop at the NUL and compile only part of the pattern.
     if (std::string_view(pattern).find('\0') != std::string_view::npos) {
         fail(REG_BADPAT, nullptr);
     }
@@ -54,11 +54,11 @@ bool PosixRegex::matches(char const* text) const {
 void PosixRegex::remember(RegexSubject const& subject, bool verdict) const noexcept {
     auto number = subject.number_.load(std::memory_order_relaxed);
     if (number == 0) {
-        auto const fresh = numbersGiven.fetch_add(1, std::memory_order_relaxed) + 1;
-        if (fresh > greatestNumber) {
+        auto const fresh = lastNumber.fetch_add(1, std::memory_order_relaxed) + 1;
+        if (fresh > maxNumber) {
             return;
         }
-        // Another thread may have been first: then its number holds.
+        // If another thread set a number first, use that.
         if (subject.number_.compare_exchange_strong(number, static_cast<Mox::U32>(fresh),
                                                     std::memory_order_relaxed)) {
             number = static_cast<Mox::U32>(fresh);

@@ -11,19 +11,18 @@
 
 namespace Routing::RouteMap {
 
-/// A pattern that is no regular expression; `what()` is the text that POSIX has for the fault.
+/// Thrown for an invalid regular expression. `what()` is the error text of POSIX.
 class VOBGP_EXPORT PosixRegexException : public Mox::Exception {
   public:
     using Exception::Exception;
     ~PosixRegexException() override;
 };
 
-/// What expressions are matched with more than once: a member of an object whose text never
-/// changes, by which an expression tells it from every other one, past and present.
+/// Identifies an object with immutable text to expressions, which remember their verdict on it. A
+/// member of that object.
 ///
-/// It is given a number when a verdict on it is first remembered, and no number is ever given
-/// twice: after 2^31 - 1 of them there are none left, and verdicts on what has none are not
-/// remembered. Thread-safe.
+/// It gets a number when a verdict on it is first remembered. Numbers are never reused: after 2^31
+/// - 1 of them, verdicts on new subjects are not remembered. Thread-safe.
 class VOBGP_EXPORT RegexSubject {
   public:
     RegexSubject() noexcept = default;
@@ -38,8 +37,8 @@ class VOBGP_EXPORT RegexSubject {
 
 /// A compiled POSIX extended regular expression.
 ///
-/// Owned by the policy that holds it; owns what the C library compiled, and its verdicts on the
-/// subjects that it was matched with last, 4,096 at most in 16 KB. Thread-safe.
+/// Owns the compiled expression and a cache of verdicts on the subjects matched last: at most 4,096
+/// in 16 KB. Thread-safe.
 class VOBGP_EXPORT PosixRegex {
   public:
     /// Throws PosixRegexException.
@@ -48,7 +47,8 @@ class VOBGP_EXPORT PosixRegex {
     PosixRegex(PosixRegex const&) = delete;
     PosixRegex& operator=(PosixRegex const&) = delete;
 
-    /// 0 if the expression matches anywhere in the text, of any length and up to its first NUL.
+    /// Returns 0 if the expression matches anywhere in the text, which may have any length and ends
+    /// at its first NUL.
     int execute(char const* text) const noexcept;
     int execute(Mox::String const& text) const noexcept { return execute(text.c_str()); }
 
@@ -56,7 +56,7 @@ class VOBGP_EXPORT PosixRegex {
     /// library runs out of memory.
     bool matches(char const* text) const;
 
-    /// The verdict that was remembered for the subject, if it still is.
+    /// Returns the cached verdict on the subject, or none.
     std::optional<bool> remembered(RegexSubject const& subject) const noexcept {
         auto const number = subject.number_.load(std::memory_order_relaxed);
         auto const* const verdicts = verdicts_.load(std::memory_order_acquire);
@@ -67,21 +67,21 @@ class VOBGP_EXPORT PosixRegex {
         return verdict >> 1 == number ? std::optional((verdict & 1) != 0) : std::nullopt;
     }
 
-    /// Remembers a verdict, in place of that on another subject. REQUIRES: whatever has the subject
-    /// never changes.
+    /// Caches a verdict; may evict that on another subject. REQUIRES: the object that contains the
+    /// subject is immutable.
     void remember(RegexSubject const& subject, bool verdict) const noexcept;
 
   private:
-    /// A subject's number, shifted left by one, and the verdict on it; 0 for none. It is one word,
-    /// and of a subject there is only one: threads cannot see half of it, and it does not matter
-    /// which of them writes it.
+    /// A subject's number, shifted left by one, and the verdict in the lowest bit; 0 if empty. One
+    /// word, so that threads never see a partial update; concurrent writers for one subject write
+    /// the same word.
     using Verdict = std::atomic<Mox::U32>;
 
-    /// How many verdicts there is room for, each in the place that its subject's number selects.
+    /// The number of cache entries. A subject's number selects its entry.
     static constexpr Mox::U32 places = 4096;
 
     regex_t regex_;
-    /// Made when there is a verdict to remember.
+    /// Allocated with the first verdict.
     mutable std::atomic<Verdict*> verdicts_{nullptr};
 };
 
