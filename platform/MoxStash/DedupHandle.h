@@ -8,11 +8,11 @@ namespace MoxStash {
 class StoreManager;
 class StoreWriter;
 
-/// An interned object that can also be kept in a shared store and rebuilt from it.
+/// Base of interned objects that can be kept in a store.
 ///
-/// A kind of them has `stash`, which writes an object into a store, and `destash`, which rebuilds
-/// it in another process. One that was rebuilt is in state destashed, unless its kind says
-/// otherwise: it belongs to no table, ever, and its last release destroys it. All else as its base.
+/// Each such type has `stash`, which writes an object to a store, and `destash`, which rebuilds it.
+/// Unless the type says otherwise, a rebuilt object is in state destashed: it is never in a table,
+/// and its last release destroys it.
 class VOBGP_EXPORT DedupHandle : public Kel::DedupHandle {
   public:
     ~DedupHandle() override;

@@ -17,13 +17,13 @@
 namespace MoxStash {
 
 struct GuardedMapping::Guard {
-    std::atomic<U64> changes = 0; // odd while what follows is being changed
+    std::atomic<U64> changes = 0; // odd while the fields below are changing
     std::atomic<char const*> begin = nullptr;
     std::atomic<char const*> end = nullptr;
     std::atomic<int> protection = PROT_NONE;
-    std::atomic<bool> cutShort = false;
-    bool taken = false;    // under guardsMutex
-    Guard* next = nullptr; // never changes once the guard is in the list
+    std::atomic<bool> truncated = false;
+    bool inUse = false;    // under guardsMutex
+    Guard* next = nullptr; // constant once the guard is in the list
 };
 
 // ---- The handler --------------------------------------------------------------------------------
@@ -32,18 +32,18 @@ namespace {
 
 using Guard = GuardedMapping::Guard;
 
-// Guards are reused, never destroyed: the handler may look at any of them at any time.
+// Guards are reused and never destroyed, because the handler may read any of them at any time.
 std::atomic<Guard*> firstGuard = nullptr;
 std::mutex guardsMutex;
 
-// The action before ours, and whether it was a handler for one signal only that has had its signal.
-struct sigaction actionBefore;
-std::atomic<bool> isSpent = false;
+// The action installed before ours, and whether it was a one-shot handler that has run.
+struct sigaction previousAction;
+std::atomic<bool> isHandlerSpent = false;
 
-/// Other threads change their guards meanwhile: the begin of one mapping and the end of another
-/// would be a range that nobody has. The guard that is looked for does not change: the thread that
-/// reads there holds its mapping.
-bool guards(Guard const& guard, char const* address) noexcept {
+/// Other threads may change their guards concurrently, so the begin of one mapping could be
+/// combined with the end of another. The counter detects that. The guard of the current access does
+/// not change: the reading thread holds its mapping.
+bool contains(Guard const& guard, char const* address) noexcept {
     auto const changes = guard.changes.load(std::memory_order_acquire);
     bool const inside = address >= guard.begin.load(std::memory_order_acquire) &&
                         address < guard.end.load(std::memory_order_acquire);
@@ -52,28 +52,28 @@ bool guards(Guard const& guard, char const* address) noexcept {
 
 Guard* findGuard(char const* address) noexcept {
     auto* guard = firstGuard.load(std::memory_order_acquire);
-    while (guard != nullptr && !guards(*guard, address)) {
+    while (guard != nullptr && !contains(*guard, address)) {
         guard = guard->next;
     }
     return guard;
 }
 
-/// Replaces the mapping by zeros from the page of that address on. The access that failed is then
-/// repeated by the processor and goes on.
-bool coverFrom(char const* address, Guard& guard) noexcept {
+/// Replaces the mapping by zero pages, starting with the page of `address`. The processor then
+/// repeats the failed access, which succeeds.
+bool mapZerosFrom(char const* address, Guard& guard) noexcept {
     auto const pageOctets = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
     auto const number = reinterpret_cast<std::uintptr_t>(address);
     auto* const page = reinterpret_cast<void*>(number - number % pageOctets);
     auto const octets = guard.end.load(std::memory_order_relaxed) - static_cast<char const*>(page);
-    guard.cutShort.store(true, std::memory_order_release);
+    guard.truncated.store(true, std::memory_order_release);
     return ::mmap(page, static_cast<std::size_t>(octets),
                   guard.protection.load(std::memory_order_relaxed),
                   MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) != MAP_FAILED;
 }
 
-/// Whether a process sent the signal. Otherwise an access of this thread caused it, and it has an
+/// Whether a process sent the signal. Otherwise an access by this thread raised it, and it has an
 /// address.
-bool isSent(siginfo_t const& info) noexcept {
+bool isSentByProcess(siginfo_t const& info) noexcept {
     return info.si_code <= 0;
 }
 
@@ -81,80 +81,83 @@ bool isHandler(struct sigaction const& action) noexcept {
     return action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN;
 }
 
-/// Ends the process by the signal, which comes again: the access is repeated, or it is sent again.
-void endBy(int signal, siginfo_t const& info) noexcept {
+/// Terminates the process by the signal, with the default action: the failed access is repeated, or
+/// the signal raised again.
+void terminateBy(int signal, siginfo_t const& info) noexcept {
     struct sigaction action = {};
     action.sa_handler = SIG_DFL;
     ::sigaction(signal, &action, nullptr);
-    if (isSent(info)) {
+    if (isSentByProcess(info)) {
         ::raise(signal);
     }
 }
 
-/// Calls the handler before ours with the signals blocked that it asked for; the system unblocks
-/// them when our handler returns.
-void callHandlerBefore(int signal, siginfo_t* info, void* context) noexcept {
-    auto blocked = actionBefore.sa_mask;
-    if ((actionBefore.sa_flags & SA_NODEFER) == 0) {
+/// Calls the previous handler with the signals blocked that it asked for. The system unblocks them
+/// when our handler returns.
+void callPreviousHandler(int signal, siginfo_t* info, void* context) noexcept {
+    auto blocked = previousAction.sa_mask;
+    if ((previousAction.sa_flags & SA_NODEFER) == 0) {
         ::sigaddset(&blocked, signal);
     }
     ::pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
-    if ((actionBefore.sa_flags & SA_SIGINFO) != 0) {
-        actionBefore.sa_sigaction(signal, info, context);
+    if ((previousAction.sa_flags & SA_SIGINFO) != 0) {
+        previousAction.sa_sigaction(signal, info, context);
     } else {
-        actionBefore.sa_handler(signal);
+        previousAction.sa_handler(signal);
     }
 }
 
-/// Does what the system would have done with the action before ours.
-void passOn(int signal, siginfo_t* info, void* context) noexcept {
-    bool const isForOneSignal = (actionBefore.sa_flags & static_cast<int>(SA_RESETHAND)) != 0;
-    if (isHandler(actionBefore) && !(isForOneSignal && isSpent.exchange(true))) {
-        callHandlerBefore(signal, info, context);
-    } else if (actionBefore.sa_handler != SIG_IGN || !isSent(*info)) {
-        endBy(signal, *info); // a failed access cannot be ignored
+/// Does what the system would have done with the previous action.
+void forward(int signal, siginfo_t* info, void* context) noexcept {
+    bool const isForOneSignal = (previousAction.sa_flags & static_cast<int>(SA_RESETHAND)) != 0;
+    if (isHandler(previousAction) && !(isForOneSignal && isHandlerSpent.exchange(true))) {
+        callPreviousHandler(signal, info, context);
+    } else if (previousAction.sa_handler != SIG_IGN || !isSentByProcess(*info)) {
+        terminateBy(signal, *info); // a failed access cannot be ignored
     }
 }
 
 void handleBusError(int signal, siginfo_t* info, void* context) noexcept {
     int const error = errno;
     auto const* const address = static_cast<char const*>(info->si_addr);
-    auto* const guard = isSent(*info) ? nullptr : findGuard(address);
-    bool const isCovered = guard != nullptr && coverFrom(address, *guard);
+    auto* const guard = isSentByProcess(*info) ? nullptr : findGuard(address);
+    bool const isHandled = guard != nullptr && mapZerosFrom(address, *guard);
     errno = error;
-    if (!isCovered) {
-        passOn(signal, info, context);
+    if (!isHandled) {
+        forward(signal, info, context);
         errno = error;
     }
 }
 
-/// On the stack and with the restarting of system calls that the handler before ours asked for; our
-/// own needs neither, but threads with small stacks need an alternate one to be used.
+/// Installs the handler with the stack and the restarting of system calls that the previous handler
+/// asked for. Without a previous handler it uses both: threads with small stacks need the alternate
+/// stack.
 void installHandler() {
     static std::once_flag once;
     std::call_once(once, [] {
-        ::sigaction(SIGBUS, nullptr, &actionBefore);
+        ::sigaction(SIGBUS, nullptr, &previousAction);
         constexpr int inherited = SA_ONSTACK | SA_RESTART;
         struct sigaction action = {};
         action.sa_sigaction = handleBusError;
-        action.sa_flags = SA_SIGINFO | SA_NODEFER |
-                          (isHandler(actionBefore) ? actionBefore.sa_flags & inherited : inherited);
+        action.sa_flags =
+            SA_SIGINFO | SA_NODEFER |
+            (isHandler(previousAction) ? previousAction.sa_flags & inherited : inherited);
         ::sigaction(SIGBUS, &action, nullptr);
     });
 }
 
 // ---- Guards -------------------------------------------------------------------------------------
 
-Guard& freeGuard() {
+Guard& acquireGuard() {
     std::lock_guard const lock(guardsMutex);
     for (auto* guard = firstGuard.load(); guard != nullptr; guard = guard->next) {
-        if (!guard->taken) {
-            guard->taken = true;
+        if (!guard->inUse) {
+            guard->inUse = true;
             return *guard;
         }
     }
     auto* const guard = new Guard;
-    guard->taken = true;
+    guard->inUse = true;
     guard->next = firstGuard.load();
     firstGuard.store(guard, std::memory_order_release);
     return *guard;
@@ -170,9 +173,9 @@ void rangeIs(Guard& guard, char const* begin, char const* end, int protection) n
 
 void release(Guard& guard) noexcept {
     rangeIs(guard, nullptr, nullptr, PROT_NONE);
-    guard.cutShort.store(false, std::memory_order_relaxed);
+    guard.truncated.store(false, std::memory_order_relaxed);
     std::lock_guard const lock(guardsMutex);
-    guard.taken = false;
+    guard.inUse = false;
 }
 
 } // namespace
@@ -181,7 +184,7 @@ void release(Guard& guard) noexcept {
 
 GuardedMapping::GuardedMapping(std::string const& store, int fd, U64 offset, U64 octets,
                                Access access)
-  : guard_(freeGuard())
+  : guard_(acquireGuard())
   , octets_(octets) {
     installHandler();
     int const protection = access == Access::read ? PROT_READ : PROT_READ | PROT_WRITE;
@@ -191,7 +194,7 @@ GuardedMapping::GuardedMapping(std::string const& store, int fd, U64 offset, U64
         int const error = errno;
         release(guard_);
         errno = error;
-        throw StoreException(store, systemReason("cannot be mapped"));
+        throw StoreException(store, systemReason("cannot map"));
     }
     words_ = static_cast<U64*>(begin);
     auto const* const octetsBegin = static_cast<char const*>(begin);
@@ -199,13 +202,13 @@ GuardedMapping::GuardedMapping(std::string const& store, int fd, U64 offset, U64
 }
 
 GuardedMapping::~GuardedMapping() {
-    // The guard first: the next mapping of the process may get these addresses.
+    // Release the guard first: the next mapping of the process may get these addresses.
     release(guard_);
     ::munmap(words_, octets_);
 }
 
-bool GuardedMapping::isCutShort() const noexcept {
-    return guard_.cutShort.load(std::memory_order_acquire);
+bool GuardedMapping::isTruncated() const noexcept {
+    return guard_.truncated.load(std::memory_order_acquire);
 }
 
 } // namespace MoxStash

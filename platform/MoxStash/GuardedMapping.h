@@ -8,32 +8,32 @@ namespace MoxStash {
 
 using Mox::U64;
 
-/// A shared mapping of a file or segment that survives the truncation of what it maps.
+/// A shared mapping of a file or segment that survives truncation.
 ///
-/// Owns the mapping. Octets that another process cut off read as zero, what is written to them is
-/// lost, and `isCutShort()` is true from then on; without the guard the system would end the
-/// process by SIGBUS. The first mapping of a process installs a handler for that signal, for good;
-/// it passes every signal that is not about a guarded mapping to the handler that was installed
-/// before it, in the way the system would. A handler installed later must do the same.
-/// Thread-compatible.
+/// Owns the mapping. Truncated octets read as zero, writes to them are lost, and `isTruncated()` is
+/// true from then on; without the guard, SIGBUS would terminate the process. The first mapping of a
+/// process installs a SIGBUS handler that stays installed. It forwards each signal that does not
+/// concern a guarded mapping to the previous handler, as the system would; a handler installed
+/// later must do the same. Thread-compatible.
 class GuardedMapping {
   public:
     enum class Access { read, readAndWrite };
 
-    /// Maps `octets` from `offset`, a multiple of a page, of an open file or segment. They need not
-    /// exist yet. Throws StoreException, with `store` in it, if the system refuses.
+    /// Maps `octets` octets of an open file or segment from `offset`, which must be a multiple of
+    /// the page size. The octets need not exist yet. Throws StoreException about `store` on
+    /// failure.
     GuardedMapping(std::string const& store, int fd, U64 offset, U64 octets, Access access);
     ~GuardedMapping();
     GuardedMapping(GuardedMapping const&) = delete;
     GuardedMapping& operator=(GuardedMapping const&) = delete;
 
-    /// The first word; other processes may change all of them at any time.
+    /// Other processes may change the words at any time.
     U64* words() const noexcept { return words_; }
 
-    /// Whether octets of it that were used have been cut off.
-    bool isCutShort() const noexcept;
+    /// Whether an access found octets truncated.
+    bool isTruncated() const noexcept;
 
-    /// What the signal handler finds a mapping by.
+    /// The entry by which the signal handler finds a mapping.
     struct Guard;
 
   private:

@@ -18,7 +18,7 @@ namespace {
 struct stat statusOf(std::string const& store, int fd) {
     struct stat status = {};
     if (::fstat(fd, &status) == -1) {
-        throw StoreException(store, systemReason("cannot be examined"));
+        throw StoreException(store, systemReason("cannot get file status"));
     }
     return status;
 }
@@ -29,7 +29,7 @@ struct stat statusOf(std::string const& store, int fd) {
 
 OpenSegment::OpenSegment(std::string const& store, StorePlace const& place, ::mode_t mode)
   : place_(place)
-  , fd_(opened(store, place, mode, isNew_)) {}
+  , fd_(openOrCreate(store, place, mode, isNew_)) {}
 
 OpenSegment::~OpenSegment() {
     if (isNew_) {
@@ -37,9 +37,9 @@ OpenSegment::~OpenSegment() {
     }
 }
 
-/// The name may come and go meanwhile: removeStore() takes no lock.
-OwnedDescriptor OpenSegment::opened(std::string const& store, StorePlace const& place,
-                                    ::mode_t mode, bool& isNew) {
+/// Loops because removeStore() takes no lock: the name may be created and removed concurrently.
+OwnedDescriptor OpenSegment::openOrCreate(std::string const& store, StorePlace const& place,
+                                          ::mode_t mode, bool& isNew) {
     for (;;) {
         auto fd = openPlace(place, O_RDWR);
         isNew = fd.get() == -1 && errno == ENOENT;
@@ -53,14 +53,14 @@ OwnedDescriptor OpenSegment::opened(std::string const& store, StorePlace const& 
             }
         }
         if (fd.get() == -1) {
-            throw StoreException(store, systemReason("cannot be opened to be written"));
+            throw StoreException(store, systemReason("cannot open for writing"));
         }
         auto const status = statusOf(store, fd.get());
         if (isOwnFile(status)) {
             return fd;
         }
         if (status.st_nlink != 0) {
-            throw StoreException(store, "what is there is not a segment of this user alone");
+            throw StoreException(store, "segment belongs to another user or has a second name");
         }
     }
 }
@@ -77,11 +77,11 @@ SegmentWriter::SegmentWriter(std::string const& store, StorePlace const& place,
     if (octets_ == 0) {
         reserve(0, Format::areaAlignment);
     } else if (octets_ < Format::areaAlignment) {
-        refuse();
+        throwNotASegment();
     }
     header_.emplace(store, segment_.fd(), 0, Format::areaAlignment,
                     GuardedMapping::Access::readAndWrite);
-    begin();
+    initializeHeader();
     findCurrent();
 }
 
@@ -89,8 +89,8 @@ U64 SegmentWriter::generation() const noexcept {
     return Format::generationAfter(generation_);
 }
 
-/// A reader attaches only to the current area. A store that is no longer current stays until the
-/// next but one is begun, and `begun` says so before a word of that is written.
+/// Readers attach only to the current area. A replaced store stays intact until the store after the
+/// next is begun; `begun` is set before the first word of that one is written.
 void SegmentWriter::publish(std::span<U64 const> words) {
     auto const area = placeFor(words.size_bytes());
     GuardedMapping const mapping(store_, segment_.fd(), area, words.size_bytes(),
@@ -101,23 +101,23 @@ void SegmentWriter::publish(std::span<U64 const> words) {
     for (std::size_t index = 0; index < words.size(); ++index) {
         Format::storeWord(mapping.words() + index, words[index]);
     }
-    // Within its last page a segment may be cut without a signal.
-    refuseIfCut(mapping.isCutShort() || octetsNow() < area + words.size_bytes());
+    // Truncation within the last page raises no signal.
+    throwIfTruncated(mapping.isTruncated() || octetsNow() < area + words.size_bytes());
     if (mode_ && ::fchmod(segment_.fd(), *mode_) == -1) {
-        throw StoreException(store_, systemReason("cannot be given its permissions"));
+        throw StoreException(store_, systemReason("cannot set permissions"));
     }
     __atomic_store_n(header_->words() + Format::currentWord, area, __ATOMIC_RELEASE);
-    refuseIfCut(header_->isCutShort());
+    throwIfTruncated(header_->isTruncated());
     segment_.keep();
 }
 
-void SegmentWriter::refuse() const {
-    throw StoreException(store_, "what is there is no segment of stores of this layout");
+void SegmentWriter::throwNotASegment() const {
+    throw StoreException(store_, "not a segment of stores with this layout version");
 }
 
-void SegmentWriter::refuseIfCut(bool isCut) const {
-    if (isCut) {
-        throw StoreException(store_, "was cut short while it was written");
+void SegmentWriter::throwIfTruncated(bool isTruncated) const {
+    if (isTruncated) {
+        throw StoreException(store_, "truncated while it was written");
     }
 }
 
@@ -125,8 +125,7 @@ U64 SegmentWriter::octetsNow() const {
     return static_cast<U64>(statusOf(store_, segment_.fd()).st_size);
 }
 
-/// Memory is allocated before it is used, because a store to memory cannot report that there is
-/// none.
+/// Allocates memory before it is used, because a write to a mapping cannot report lack of memory.
 void SegmentWriter::reserve(U64 offset, U64 octets) {
     int error = EINTR;
     while (error == EINTR) {
@@ -139,8 +138,8 @@ void SegmentWriter::reserve(U64 offset, U64 octets) {
     }
 }
 
-/// Writes the segment's header if it is new, its magic last.
-void SegmentWriter::begin() {
+/// Writes the header of a new segment, with the magic number last.
+void SegmentWriter::initializeHeader() {
     if (isBlank()) {
         Format::SegmentHeader header = {};
         header.byteOrder = Format::byteOrder;
@@ -153,12 +152,12 @@ void SegmentWriter::begin() {
     auto const header = Format::load<Format::SegmentHeader>(header_->words());
     if (header.magic != Format::segmentMagic || header.byteOrder != Format::byteOrder ||
         header.layoutVersion != Format::layoutVersion) {
-        refuse();
+        throwNotASegment();
     }
 }
 
-/// All zeros, like a new segment, or one whose writer was killed before it wrote the magic: it may
-/// have written the word after it.
+/// Whether the header is all zeros, as in a new segment. The second word may be set if a writer was
+/// killed before it wrote the magic number.
 bool SegmentWriter::isBlank() const noexcept {
     std::span const words(header_->words(), Format::areaAlignment / Format::wordOctets);
     auto const rest = words.subspan(2);
@@ -166,8 +165,8 @@ bool SegmentWriter::isBlank() const noexcept {
            std::count(rest.begin(), rest.end(), 0U) == std::ssize(rest);
 }
 
-/// What the header does not show to be the current store need not be kept. A reader that is
-/// attached to it all the same finds it overwritten, because a generation is left out.
+/// Finds the current store. If the header is inconsistent, no store is kept; a generation is
+/// skipped so that a reader attached to the old one finds it overwritten.
 void SegmentWriter::findCurrent() {
     auto const begun = Format::loadWord(header_->words() + Format::begunWord);
     auto const area = Format::loadWord(header_->words() + Format::currentWord);
@@ -183,7 +182,7 @@ void SegmentWriter::findCurrent() {
     }
 }
 
-/// Before the current store if there is room, otherwise behind it.
+/// Returns an offset before the current store if there is room, otherwise after it.
 U64 SegmentWriter::placeFor(U64 octets) const noexcept {
     constexpr auto step = Format::areaAlignment;
     if (currentArea_ == 0 || octets <= currentArea_ - step) {

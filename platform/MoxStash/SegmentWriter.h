@@ -14,12 +14,13 @@ namespace MoxStash {
 
 using Mox::U64;
 
-/// A segment that is open to be written. Removes one that it created, unless it is kept.
+/// A segment opened for writing. The destructor removes a segment that the constructor created,
+/// unless keep() was called.
 class OpenSegment {
   public:
-    /// `mode` is for one that it creates, less the umask. Throws StoreException, with `store` in
-    /// it, also if the segment belongs to another user. REQUIRES: the caller holds the writers'
-    /// lock.
+    /// Opens or creates the segment. `mode`, less the umask, applies if it is created. Throws
+    /// StoreException about `store`, also if the segment belongs to another user. REQUIRES: the
+    /// caller holds the writers' lock.
     OpenSegment(std::string const& store, StorePlace const& place, ::mode_t mode);
     ~OpenSegment();
     OpenSegment(OpenSegment const&) = delete;
@@ -29,15 +30,15 @@ class OpenSegment {
     void keep() noexcept { isNew_ = false; }
 
   private:
-    static OwnedDescriptor opened(std::string const& store, StorePlace const& place, ::mode_t mode,
-                                  bool& isNew);
+    static OwnedDescriptor openOrCreate(std::string const& store, StorePlace const& place,
+                                        ::mode_t mode, bool& isNew);
 
     StorePlace const place_;
     bool isNew_ = false;
     OwnedDescriptor const fd_;
 };
 
-/// A shared-memory segment of stores, and this process its only writer.
+/// The only writer of a shared-memory segment of stores.
 ///
 ///     0                     4096
 ///     +----------------+----+-------------+-------------+----
@@ -47,37 +48,38 @@ class OpenSegment {
 /// Holds the writers' lock. Thread-compatible.
 class SegmentWriter {
   public:
-    /// Waits for the lock and opens the segment, or creates it. `mode` is for the permissions that
-    /// it gets when the store is published: if none, it keeps its own, 0644 less the umask if it is
-    /// new. Throws as OpenSegment does, and StoreException if the segment holds something else.
+    /// Waits for the lock and opens or creates the segment. publish() sets its permissions to
+    /// `mode`; if none is given, an existing segment keeps its own and a new one has 0644 less the
+    /// umask. Throws StoreException as OpenSegment does, and if the segment is not one of this
+    /// layout.
     SegmentWriter(std::string const& store, StorePlace const& place, std::optional<::mode_t> mode);
 
-    /// That of the store to be published next.
+    /// The generation of the next store to publish.
     U64 generation() const noexcept;
 
-    /// Writes the words of a store of that generation into a free area, and makes it the current
-    /// one. Throws StoreException if that fails, or the segment is truncated meanwhile; the current
-    /// store is then as it was.
+    /// Writes the words of a store of that generation to a free area and makes it current. Throws
+    /// StoreException on failure or if the segment is truncated concurrently; on error the current
+    /// store is unchanged.
     void publish(std::span<U64 const> words);
 
   private:
-    [[noreturn]] void refuse() const;
+    [[noreturn]] void throwNotASegment() const;
     U64 octetsNow() const;
     void reserve(U64 offset, U64 octets);
-    void begin();
+    void initializeHeader();
     bool isBlank() const noexcept;
     void findCurrent();
     U64 placeFor(U64 octets) const noexcept;
-    void refuseIfCut(bool isCut) const;
+    void throwIfTruncated(bool isTruncated) const;
 
     std::string const store_;
     std::optional<::mode_t> const mode_;
     WriterLock const lock_; // released last
     OpenSegment segment_;
-    U64 octets_ = 0; // of the segment, before this
+    U64 octets_ = 0; // initial size of the segment
     std::optional<GuardedMapping> header_;
     U64 generation_ = 0;
-    U64 currentArea_ = 0; // 0 if there is no store
+    U64 currentArea_ = 0; // 0 if none
     U64 currentOctets_ = 0;
 };
 

@@ -24,7 +24,7 @@ StoreException::StoreException(std::string_view store, U64 offset, std::string_v
 StoreException::~StoreException() = default;
 
 StaleStoreException::StaleStoreException(std::string_view store)
-  : StoreException(store, "the store was replaced while it was read") {}
+  : StoreException(store, "replaced while it was read") {}
 
 StaleStoreException::~StaleStoreException() = default;
 

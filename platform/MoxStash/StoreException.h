@@ -11,21 +11,21 @@ namespace MoxStash {
 
 using Mox::U64;
 
-/// A store that cannot be read or written; `what()` is `STORE: REASON`, or `STORE: octet OFFSET:
-/// REASON` where an octet of the store is to blame.
+/// Thrown if a store cannot be read or written. `what()` is `STORE: REASON`, or `STORE: octet
+/// OFFSET: REASON` if the error is at an offset.
 class VOBGP_EXPORT StoreException : public Mox::Exception {
   public:
-    /// What is wrong with a store as a whole, or with what the system says of it.
+    /// An error of the whole store or of a system call.
     StoreException(std::string_view store, std::string_view reason);
 
-    /// What is wrong with the record, or the field, at `offset`, in octets from the beginning.
+    /// An error of the record or field at `offset`, in octets from the beginning.
     StoreException(std::string_view store, U64 offset, std::string_view reason);
 
     ~StoreException() override;
 
     std::string const& store() const noexcept { return store_; }
 
-    /// 0 where no single octet is to blame.
+    /// 0 if the error is not at an offset.
     U64 offset() const noexcept { return offset_; }
 
     std::string const& reason() const noexcept { return reason_; }
@@ -36,9 +36,8 @@ class VOBGP_EXPORT StoreException : public Mox::Exception {
     std::string reason_;
 };
 
-/// A store that was replaced, or is being overwritten, while it was read: what has been rebuilt
-/// since the reader attached is to be thrown away, and may be tried again with a new
-/// `StoreManager`.
+/// Thrown if a store was replaced or overwritten while it was read. Discard everything rebuilt
+/// since the reader attached, and retry with a new `StoreManager`.
 class VOBGP_EXPORT StaleStoreException : public StoreException {
   public:
     explicit StaleStoreException(std::string_view store);

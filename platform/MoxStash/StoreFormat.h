@@ -9,23 +9,23 @@
 #include <span>
 #include <type_traits>
 
-/// The layout of stores and of shared-memory segments, for the code that reads and writes them. It
-/// is drawn in docs/store-format.md. Not installed.
+/// The layout of stores and shared-memory segments; drawn in docs/store-format.md. Internal, not
+/// installed.
 namespace MoxStash::Format {
 
 using Mox::U32;
 using Mox::U64;
 
-/// The unit of everything in a store: records begin and end at multiples of it.
+/// The unit of the layout: records begin and end at multiples of it.
 constexpr U64 wordOctets = 8;
 
 constexpr std::array<char, 8> storeMagic = {'V', 'o', 'S', 't', 'a', 's', 'h', '\n'};
 constexpr std::array<char, 8> segmentMagic = {'V', 'o', 'S', 't', 'a', 's', 'h', 'S'};
 
-/// As the writer's processor lays out this integer, so are all integers of the store.
+/// Stored in the byte order of the writer's processor, like all integers of the store.
 constexpr U32 byteOrder = 0x01020304;
 
-/// Rises when a reader of the version before could not tell what it reads.
+/// Incremented when older readers would misread a store.
 constexpr U32 layoutVersion = 1;
 
 /// At the beginning of every store.
@@ -62,7 +62,7 @@ struct SegmentHeader {
 
 static_assert(sizeof(SegmentHeader) == 64 && std::is_trivially_copyable_v<SegmentHeader>);
 
-/// Where areas begin: at multiples of this, the segment's header before the first of them.
+/// Areas begin at multiples of this. The segment header comes before the first one.
 constexpr U64 areaAlignment = 4096;
 
 constexpr U64 headerWords = sizeof(StoreHeader) / wordOctets;
@@ -75,13 +75,13 @@ constexpr U64 wordsOf(U64 octets) noexcept {
     return octets / wordOctets + (octets % wordOctets != 0 ? 1 : 0);
 }
 
-/// There is no generation 0.
+/// Returns the next generation. Skips 0, which is not valid.
 constexpr U64 generationAfter(U64 generation) noexcept {
     return generation + 1 == 0 ? 1 : generation + 1;
 }
 
-// Another process may write what is being read: every word is read once, by one load, and written
-// by one store.
+// Another process may write to the mapping concurrently, so every word is accessed by exactly one
+// atomic load or store.
 
 inline U64 loadWord(U64 const* word) noexcept {
     return __atomic_load_n(word, __ATOMIC_RELAXED);
@@ -91,7 +91,7 @@ inline void storeWord(U64* word, U64 value) noexcept {
     __atomic_store_n(word, value, __ATOMIC_RELAXED);
 }
 
-/// A copy of the structure that the words begin with; there must be as many.
+/// Copies a structure word by word. REQUIRES: `words` has enough words for it.
 template <class Structure>
 Structure load(U64 const* words) noexcept {
     std::array<U64, sizeof(Structure) / wordOctets> copy;
@@ -112,8 +112,8 @@ void store(U64* words, Structure const& structure) noexcept {
     }
 }
 
-/// Finds every change of a single word, and others but for one in 2^64: no step forgets anything of
-/// the word or of the state. It is no seal: who writes a store on purpose can compute it.
+/// Detects every change of a single word, because each step is invertible, and any other change
+/// except with probability 2^-64. Not a signature: anybody can compute it.
 inline U64 checksum(std::span<U64 const> words) noexcept {
     U64 state = words.size();
     for (std::size_t index = 0; index < words.size(); ++index) {

@@ -31,7 +31,7 @@ void StoredRecord::copyOctets(U64 first, std::byte* to, U64 octets) const {
         std::memcpy(to, last.data(), rest);
         for (auto at = rest; at < last.size(); ++at) {
             if (last[at] != std::byte{0}) {
-                refuse(first + whole, "octets behind the last element that are not zero");
+                refuse(first + whole, "padding is not zero");
             }
         }
     }
@@ -45,8 +45,8 @@ void StoredRecord::refuse(U64 index, std::string_view reason) const {
 
 namespace {
 
-/// How often a reader that is overtaken by writers begins anew before it gives up.
-constexpr int attempts = 100;
+/// How often a reader overtaken by writers retries.
+constexpr int maxAttempts = 100;
 
 } // namespace
 
@@ -58,7 +58,7 @@ StoreManager::StoreManager(std::string const& store)
             attach();
             return;
         } catch (StaleStoreException const&) {
-            if (attempt == attempts) {
+            if (attempt == maxAttempts) {
                 throw;
             }
         }
@@ -69,7 +69,7 @@ StoreManager::StoreManager(std::string const& name, std::span<std::byte const> o
   : name_(name)
   , copy_(octets.size() / Format::wordOctets) {
     if (octets.size() % Format::wordOctets != 0) {
-        refuse(octets.size(), "its size is no multiple of 8 octets");
+        refuse(octets.size(), "size is not a multiple of 8 octets");
     }
     std::copy(octets.begin(), octets.end(), reinterpret_cast<std::byte*>(copy_.data()));
     words_ = copy_;
@@ -78,7 +78,7 @@ StoreManager::StoreManager(std::string const& name, std::span<std::byte const> o
 
 StoreManager::~StoreManager() = default;
 
-/// What looks like damage is none if the store has been replaced meanwhile.
+/// An apparent error is none if the store has been replaced meanwhile.
 void StoreManager::attach() {
     generation_ = 0;
     mapping_ = std::make_unique<StoreMapping>(name_, *place_);
@@ -88,7 +88,7 @@ void StoreManager::attach() {
     auto const begun = this->begun();
     try {
         if (mapping_->octets() % Format::wordOctets != 0) {
-            refuse(mapping_->octets(), "its size is no multiple of 8 octets");
+            refuse(mapping_->octets(), "size is not a multiple of 8 octets");
         }
         if (segment_ != nullptr) {
             findArea();
@@ -105,19 +105,19 @@ void StoreManager::attach() {
     validateVersionAnchor();
 }
 
-/// Makes `words_` those from the header of the segment's current store to the end of the mapping.
+/// Reduces `words_` to the range from the header of the segment's current store to the end of the
+/// mapping.
 void StoreManager::findArea() {
     if (words_.size_bytes() < sizeof(Format::SegmentHeader)) {
-        refuse(0, "too short for the header of a segment");
+        refuse(0, "too short for a segment header");
     }
     checkOrigin(Format::load<Format::SegmentHeader>(words_.data()), Format::segmentMagic);
     area_ = __atomic_load_n(segment_ + Format::currentWord, __ATOMIC_ACQUIRE);
     if (area_ == 0) {
-        throw StoreException(name_, "no store has been published there yet");
+        throw StoreException(name_, "no store has been published yet");
     }
     if (area_ % Format::areaAlignment != 0 || area_ >= words_.size_bytes()) {
-        refuse(Format::currentWord * Format::wordOctets,
-               "the current store is outside the segment");
+        refuse(Format::currentWord * Format::wordOctets, "current store is outside the segment");
     }
     words_ = words_.subspan(area_ / Format::wordOctets);
 }
@@ -125,48 +125,49 @@ void StoreManager::findArea() {
 template <class Header>
 void StoreManager::checkOrigin(Header const& header, std::array<char, 8> const& magic) const {
     if (header.magic != magic) {
-        refuse(0, "it does not begin as a store does");
+        refuse(0, "not a store: bad magic number");
     }
     if (header.byteOrder != Format::byteOrder) {
-        refuse(offsetof(Header, byteOrder), "it was written in another byte order");
+        refuse(offsetof(Header, byteOrder), "wrong byte order");
     }
     if (header.layoutVersion != Format::layoutVersion) {
         refuse(offsetof(Header, layoutVersion),
-               "its layout version is " + std::to_string(header.layoutVersion) + ", not " +
+               "layout version is " + std::to_string(header.layoutVersion) + ", expected " +
                    std::to_string(Format::layoutVersion));
     }
 }
 
-/// Makes `words_` those of the store, if they are one.
+/// Checks the store and reduces `words_` to it.
 void StoreManager::check() {
     using Header = Format::StoreHeader;
-    // At least the header, the head of the directory and the generation.
+    // The minimum is the header, the head of the directory and the generation.
     if (words_.size() < Format::headerWords + 2) {
-        refuse(words_.size_bytes(), "it is too short for a store");
+        refuse(words_.size_bytes(), "too short for a store");
     }
     auto const header = Format::load<Header>(words_.data());
     checkOrigin(header, Format::storeMagic);
     if (header.octets % Format::wordOctets != 0 || header.octets > words_.size_bytes() ||
         header.octets < (Format::headerWords + 2) * Format::wordOctets ||
         (segment_ == nullptr && header.octets != words_.size_bytes())) {
-        refuse(offsetof(Header, octets), "its size is not that of what is there");
+        refuse(offsetof(Header, octets), "wrong store size");
     }
     words_ = words_.first(header.octets / Format::wordOctets);
     if (header.checksum != Format::checksum(words_)) {
-        refuse(offsetof(Header, checksum), "its checksum is not that of its content");
+        refuse(offsetof(Header, checksum), "wrong checksum");
     }
     if (header.generation == 0 || header.generation != Format::loadWord(&words_.back())) {
-        refuse(offsetof(Header, generation), "its generation is not that at its end");
+        refuse(offsetof(Header, generation), "generation differs from the one at the end");
     }
     if (header.reserved != decltype(header.reserved){}) {
-        refuse(offsetof(Header, reserved), "what is reserved is not zero");
+        refuse(offsetof(Header, reserved), "reserved field is not zero");
     }
     findRecords(header.directory);
     generation_ = header.generation;
     directory_ = header.directory;
 }
 
-/// Records follow one another from the header to the generation at the end; the directory is last.
+/// Records are contiguous from the header to the generation at the end; the directory is the last
+/// one.
 void StoreManager::findRecords(U64 directory) {
     auto const end = words_.size() - 1;
     isRecord_.assign(end, false);
@@ -174,18 +175,16 @@ void StoreManager::findRecords(U64 directory) {
     for (auto first = Format::headerWords; first < end;) {
         auto const head = Format::load<Format::RecordHead>(&words_[first]);
         if (head.words == 0 || head.words > end - first) {
-            refuse(first * Format::wordOctets, "a record that is longer than the store, or empty");
+            refuse(first * Format::wordOctets, "record is empty or longer than the store");
         }
         isRecord_[first] = true;
         last = first;
         first += head.words;
     }
     if (directory != last * Format::wordOctets) {
-        refuse(offsetof(Format::StoreHeader, directory), "the last record is not the directory");
+        refuse(offsetof(Format::StoreHeader, directory), "last record is not the directory");
     }
 }
-
-// ---- Overtaken by a writer ----------------------------------------------------------------------
 
 U64 StoreManager::begun() const noexcept {
     bool const has = segment_ != nullptr && mapping_->octets() >= sizeof(Format::SegmentHeader);
@@ -197,12 +196,14 @@ U64 StoreManager::current() const noexcept {
     return has ? Format::loadWord(segment_ + Format::currentWord) : 0;
 }
 
-/// In a segment, the store of a generation stays as it is until the second next is begun, which may
-/// take its place. A writer that begins says so before it writes: whoever has read a word of what
-/// it wrote finds that said (the fence here and the one in publishStore()).
+// ---- Detecting newer stores ---------------------------------------------------------------------
+
+/// In a segment, a store stays intact until the store after the next is begun, which may overwrite
+/// it. A writer sets `begun` before it writes, so a reader that has read a word of the new store
+/// sees the new `begun` (the fence here and the one in SegmentWriter::publish()).
 ///
-/// A file is not written to any more once it is published. The last word and the first of the
-/// generation are looked at all the same, for the sake of what somebody else cuts or writes.
+/// A published file is not written to any more. The generation in its first and last words is still
+/// checked, in case another program writes to it or truncates it.
 bool StoreManager::isOverwritten() const noexcept {
     std::atomic_thread_fence(std::memory_order_acquire);
     return Format::loadWord(&words_.back()) != generation_ ||
@@ -218,10 +219,10 @@ void StoreManager::refuse(U64 offset, std::string_view reason) const {
 }
 
 void StoreManager::validateVersionAnchor() const {
-    // First, because this reads where the end was.
+    // Must come first, because it reads the end of the store and so detects truncation.
     bool const overwritten = isOverwritten();
-    if (mapping_ != nullptr && mapping_->isCutShort()) {
-        throw StoreException(name_, "it was cut short while it was read");
+    if (mapping_ != nullptr && mapping_->isTruncated()) {
+        throw StoreException(name_, "truncated while it was read");
     }
     if (overwritten) {
         throw StaleStoreException(name_);
@@ -240,33 +241,33 @@ StoredRecord StoreManager::translate(void const* stored, StoredKind kind) const 
     auto const first = offset / Format::wordOctets;
     auto const end = isRecord_.size();
     if (offset % Format::wordOctets != 0 || first >= end || !isRecord_[first]) {
-        refuse(offset, "no record begins there");
+        refuse(offset, "no record begins here");
     }
     auto const head = Format::load<Format::RecordHead>(&words_[first]);
     if (head.kind != kind) {
-        refuse(offset, "a record of kind " + std::to_string(head.kind) + " where one of kind " +
-                           std::to_string(kind) + " is meant");
+        refuse(offset, "record kind is " + std::to_string(head.kind) + ", expected " +
+                           std::to_string(kind));
     }
-    // Looked at again: another process may have written it since.
+    // Check again: another process may have written it since.
     if (head.words == 0 || head.words > end - first) {
-        refuse(offset, "a record that is longer than the store, or empty");
+        refuse(offset, "record is empty or longer than the store");
     }
     return {*this, offset, words_.subspan(first + 1, head.words - 1)};
 }
 
 namespace {
 
-/// offset (8) | length of the name in octets (8) | name, filled up with zeros
+/// offset (8) | length of the name in octets (8) | name, zero-padded
 ///
-/// A name of another length is not even copied: there may be many records that refer to a long one.
+/// A name of another length is not copied: many records may refer to a long one.
 bool isNamed(StoredRecord const& root, std::string_view wanted) {
     if (root.words() < 2) {
-        root.refuse(0, "a root without a name");
+        root.refuse(0, "root has no name");
     }
     auto const length = root.word(1);
     auto const words = root.words() - 2;
     if (length > words * Format::wordOctets || Format::wordsOf(length) != words) {
-        root.refuse(1, "a name that is not as long as its record");
+        root.refuse(1, "name length does not match the record size");
     }
     if (length != wanted.size()) {
         return false;
@@ -302,7 +303,7 @@ void StoreManager::sharingIs(bool sharing) {
 StoredTable::StoredTable(StoreManager const& manager, void const* stored)
   : record_(manager.translate(stored, kindTable)) {
     if (record_.words() % 2 != 0) {
-        record_.refuse(record_.words() - 1, "half a row of a table");
+        record_.refuse(record_.words() - 1, "table ends with half a row");
     }
 }
 

@@ -25,38 +25,38 @@ class StoreManager;
 class StoreMapping;
 struct StorePlace;
 
-/// A record of a store, found to be whole and of the kind that was asked for: its words, read where
-/// they are.
+/// A checked record of a store: within bounds and of the requested kind. Its words are read in
+/// place.
 ///
-/// Good for as long as its manager; it owns nothing. Thread-compatible. What never changes: nothing
-/// outside the record is read. What is inside may be anything: whoever reads a word decides what it
-/// may be, and refuses the rest. Integers are in this processor's byte order.
+/// Invalidated by the destruction of its manager. Nothing outside the record is read, but its
+/// content is unchecked: the caller must validate each word and refuse() invalid ones. Integers are
+/// in host byte order. Thread-compatible.
 class VOBGP_EXPORT StoredRecord {
   public:
-    /// How many words there are, without the record's head.
+    /// The number of words, not counting the record head.
     U64 words() const noexcept { return words_.size(); }
 
-    /// One load; the word must be there (asserted).
+    /// Reads a word with one load. REQUIRES: `index` is less than words() (asserted).
     U64 word(U64 index) const noexcept;
 
-    /// The two integers of four octets that a word holds, in their order.
+    /// The two four-octet integers of a word, in memory order.
     std::array<U32, 2> halves(U64 index) const noexcept {
         return std::bit_cast<std::array<U32, 2>>(word(index));
     }
 
-    /// Copies elements from that word on, all of which must be there (asserted). What follows them
-    /// in their last word must be zero; else StoreException.
+    /// Copies `count` elements, starting at word `first`. REQUIRES: the record holds them all
+    /// (asserted). Throws StoreException if the padding after the last element is not zero.
     template <class Element>
     void copy(U64 first, Element* to, U64 count) const {
         static_assert(std::is_trivially_copyable_v<Element>);
         copyOctets(first, reinterpret_cast<std::byte*>(to), count * sizeof(Element));
     }
 
-    /// Throws StoreException about that word, or StaleStoreException if the store is not any more
-    /// what was attached to.
+    /// Throws StoreException about that word, or StaleStoreException if the store has been
+    /// overwritten.
     [[noreturn]] void refuse(U64 index, std::string_view reason) const;
 
-    /// Of its first octet.
+    /// The offset of the record in octets.
     U64 offset() const noexcept { return offset_; }
 
   private:
@@ -74,24 +74,25 @@ class VOBGP_EXPORT StoredRecord {
     std::span<U64 const> words_;
 };
 
-/// A reader of one published store.
+/// Reads one published store.
 ///
-/// It attaches to the store that is current when it is made: checks it whole, once, and from then
-/// on answers from that one, whatever is published later. It owns its mapping of the store and
-/// everything that it was asked to rebuild once; what is rebuilt by it outlives it. Thread-
-/// compatible; each thread of a reading process may have its own.
+/// The constructor attaches to the current store and checks all of it once. The manager keeps
+/// reading that store, whatever is published later. It owns its mapping of the store and references
+/// to shared rebuilt objects; rebuilt objects may outlive it. Thread-compatible; each thread may
+/// have its own.
 ///
-/// Nothing outside the store is read, and what is malformed is a StoreException. Attaching takes
-/// 1/64 of its octets, rebuilding a record at most 16 times the record's, members included; with
-/// `sharingIs(true)`, at most 20 times those of all records rebuilt, each counted once.
+/// Nothing outside the store is read; malformed content throws StoreException. Attaching allocates
+/// 1/64 of the store's size. Rebuilding a record allocates at most 16 times the record's size,
+/// members included; with `sharingIs(true)`, at most 20 times the size of all records rebuilt, each
+/// counted once.
 class VOBGP_EXPORT StoreManager {
   public:
-    /// Attaches to what is published as `store`: the path of a file, or `shm:/NAME`, a POSIX
-    /// shared-memory segment. Throws StoreException, and StaleStoreException if stores are
-    /// published faster than they can be checked.
+    /// Attaches to `store`: the path of a file, or `shm:/NAME` for a POSIX shared-memory segment.
+    /// Throws StoreException, or StaleStoreException if stores are published faster than they can
+    /// be checked.
     explicit StoreManager(std::string const& store);
 
-    /// Reads a copy of these octets; `name` is for exceptions.
+    /// Reads a copy of `octets`. `name` is used in exceptions.
     StoreManager(std::string const& name, std::span<std::byte const> octets);
 
     ~StoreManager();
@@ -100,32 +101,31 @@ class VOBGP_EXPORT StoreManager {
 
     std::string const& name() const noexcept { return name_; }
 
-    /// How many octets the store has.
+    /// The size of the store in octets.
     U64 octets() const noexcept { return words_.size_bytes(); }
 
-    /// The version anchor: the generation of the store, which each one that replaces another
-    /// raises.
+    /// The version anchor: the generation of the store. Each publication increments it.
     U64 versionAnchor() const noexcept { return generation_; }
 
-    /// What has been read so far is that generation: throws StaleStoreException if it may have been
-    /// overwritten meanwhile, StoreException if the file was cut.
+    /// Validates everything read so far. Throws StaleStoreException if the store may have been
+    /// overwritten since, StoreException if the file was truncated.
     void validateVersionAnchor() const;
 
-    /// Whether nothing newer has been published.
+    /// Whether no newer store has been published.
     bool isCurrent() const noexcept;
 
-    /// The record that `stored`, an offset, leads to. Throws StoreException if there is none, or
-    /// one of another kind.
+    /// Returns the record at offset `stored`. Throws StoreException if there is none or its kind is
+    /// not `kind`.
     StoredRecord translate(void const* stored, StoredKind kind) const;
 
-    /// The record of that name, or null.
+    /// Returns the record with that name, or null if not found.
     void const* root(std::string_view name) const;
 
-    /// Whether what recurs in the store is rebuilt once, and then shared by all that refer to it.
-    /// Off at first; takes memory for each value.
+    /// Sets whether records are rebuilt only once and shared by all that refer to them. Off by
+    /// default. Takes memory for each value.
     void sharingIs(bool sharing);
 
-    /// What `rebuild()` makes of the record; or, where that is shared, what it made of it before.
+    /// Returns `rebuild()`, or with sharing the object built from the record before.
     template <class T, class Rebuild>
     Mox::Ptr<T> rebuilt(StoredRecord const& record, Rebuild rebuild) {
         if (!sharing_) {
@@ -135,7 +135,8 @@ class VOBGP_EXPORT StoreManager {
         if (auto* const object = dynamic_cast<T*>(shared.get())) {
             return Mox::Ptr<T>(object);
         }
-        // Nothing yet; or something else, and the record has been overwritten since.
+        // Not built yet, or an object of another type because the record has been overwritten
+        // since.
         auto object = rebuild();
         shared = object;
         return object;
@@ -156,27 +157,27 @@ class VOBGP_EXPORT StoreManager {
     bool isOverwritten() const noexcept;
 
     std::string const name_;
-    std::vector<U64> copy_;             // of a store that was handed in; else
-    std::unique_ptr<StorePlace> place_; // where it was found,
+    std::vector<U64> copy_;             // the store, if constructed from octets
+    std::unique_ptr<StorePlace> place_; // null if constructed from octets
     std::unique_ptr<StoreMapping> mapping_;
-    U64 const* segment_ = nullptr; // the segment's header, if it is in one,
-    U64 area_ = 0;                 // and where in there the store begins
+    U64 const* segment_ = nullptr; // the segment's header, or null
+    U64 area_ = 0;                 // offset of the store in the segment
     std::span<U64 const> words_;   // of the store
-    U64 generation_ = 0;           // 0 until all has been checked
+    U64 generation_ = 0;           // 0 until the store is checked
     U64 directory_ = 0;
-    std::vector<bool> isRecord_; // by the place of the first word
+    std::vector<bool> isRecord_; // by index of the first word
     bool sharing_ = false;
     std::unordered_map<U64, Kel::DedupHandle::Ptr> shared_; // by offset
 };
 
-/// The rows of a stored table. Good for as long as its manager. Thread-compatible.
+/// The rows of a stored table. Invalidated by the destruction of its manager. Thread-compatible.
 class VOBGP_EXPORT StoredTable {
   public:
     StoredTable(StoreManager const& manager, void const* stored);
 
     U64 size() const noexcept { return record_.words() / 2; }
 
-    /// The row must be there (asserted).
+    /// REQUIRES: `index` is less than size() (asserted).
     StoredEntry operator[](U64 index) const noexcept {
         return {storedAddress(record_.word(2 * index)), record_.word(2 * index + 1)};
     }

@@ -12,10 +12,10 @@ StoreMapping::StoreMapping(std::string const& store, StorePlace const& place) {
     auto const fd = openToRead(place);
     struct stat status = {};
     if (fd.get() == -1 || ::fstat(fd.get(), &status) == -1) {
-        throw StoreException(store, systemReason("cannot be opened"));
+        throw StoreException(store, systemReason("cannot open"));
     }
     if (!S_ISREG(status.st_mode)) {
-        throw StoreException(store, "is no regular file");
+        throw StoreException(store, "not a regular file");
     }
     octets_ = static_cast<U64>(status.st_size);
     device_ = status.st_dev;

@@ -15,26 +15,26 @@ namespace MoxStash {
 
 using Mox::U64;
 
-/// A file or a segment, mapped to be read. Owns the mapping; other processes may change it or cut
-/// it. Thread-compatible.
+/// A read-only mapping of a file or segment. Other processes may change or truncate it.
+/// Thread-compatible.
 class StoreMapping {
   public:
-    /// Throws StoreException, with `store` in it.
+    /// Throws StoreException about `store`.
     StoreMapping(std::string const& store, StorePlace const& place);
 
-    /// All whole words of it; to be read by Format::loadWord().
+    /// All whole words of the mapping. Read them with Format::loadWord().
     std::span<U64 const> words() const noexcept { return words_; }
 
-    /// In octets, when it was mapped.
+    /// The size in octets when it was mapped.
     U64 octets() const noexcept { return octets_; }
 
-    bool isCutShort() const noexcept { return mapping_ && mapping_->isCutShort(); }
+    bool isTruncated() const noexcept { return mapping_ && mapping_->isTruncated(); }
 
-    /// How many octets it has now; none if something else, or nothing, is at the place.
+    /// The current size in octets; none if the place is empty or holds something else.
     std::optional<U64> octetsNow(StorePlace const& place) const noexcept;
 
   private:
-    std::optional<GuardedMapping> mapping_; // none of an empty file
+    std::optional<GuardedMapping> mapping_; // none for an empty file
     std::span<U64 const> words_;
     U64 octets_ = 0;
     ::dev_t device_ = 0;

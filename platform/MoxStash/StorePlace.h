@@ -15,7 +15,7 @@ namespace MoxStash {
 /// The permissions of a new store, less the umask.
 constexpr ::mode_t defaultMode = 0644;
 
-/// Where a store is published: a file, or a POSIX shared-memory segment.
+/// The location of a store: a file or a POSIX shared-memory segment.
 struct StorePlace {
     /// The prefix of a segment's name: `shm:/NAME`.
     static constexpr char const* segmentPrefix = "shm:";
@@ -23,10 +23,10 @@ struct StorePlace {
     explicit StorePlace(std::string const& store);
 
     bool isSegment;
-    std::string path; // of the file, or the name of the segment
+    std::string path; // of the file, or name of the segment
 };
 
-/// A descriptor, closed by the destructor; -1 is none.
+/// Owns a file descriptor; -1 if none.
 class OwnedDescriptor {
   public:
     explicit OwnedDescriptor(int fd) noexcept
@@ -42,25 +42,25 @@ class OwnedDescriptor {
     int fd_;
 };
 
-/// Opens what has that name, never waiting for another process; the mode is for a new one, less the
-/// umask. -1, and `errno`, if that fails.
+/// Opens the place without waiting for another process. `mode`, less the umask, applies to a new
+/// file. On failure the descriptor is -1 and `errno` is set.
 OwnedDescriptor openPlace(StorePlace const& place, int flags, ::mode_t mode = 0) noexcept;
 
-/// Opens what is published at the place now.
+/// Opens the published store for reading.
 inline OwnedDescriptor openToRead(StorePlace const& place) noexcept {
     return openPlace(place, O_RDONLY);
 }
 
-/// 0, or -1 and `errno`.
+/// Returns 0, or -1 with `errno` set.
 int removeName(StorePlace const& place) noexcept;
 
-/// Whether it is a regular file, or a segment, of this process's user, with this name only.
+/// Whether it is a regular file or segment of this process's user with only one name.
 bool isOwnFile(struct stat const& status) noexcept;
 
-/// The header of the store that begins there; none if no store of this byte order does.
+/// Reads the header of a store at `offset`; none if there is no store of this byte order.
 std::optional<Format::StoreHeader> headerAt(int fd, Mox::U64 offset) noexcept;
 
-/// `REASON: MESSAGE`, the message for `errno`.
+/// Returns `WHAT: MESSAGE`, with the message for `errno`.
 std::string systemReason(char const* what);
 
 } // namespace MoxStash

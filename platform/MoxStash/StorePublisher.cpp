@@ -25,21 +25,21 @@ namespace {
 
 // ---- Files --------------------------------------------------------------------------------------
 
-/// A store, or nothing yet: a file that is empty, or begins with zeros as one may whose writer was
-/// killed. Anything else is somebody else's, and stays as it is.
+/// Whether it is a store or an empty file, or begins with zeros, as the file of a killed writer
+/// may. Any other file belongs to somebody else and must not be replaced.
 bool isReplaceable(int fd, struct stat const& status) noexcept {
     std::array<char, Format::storeMagic.size()> begin = {};
     return S_ISREG(status.st_mode) && ::pread(fd, begin.data(), begin.size(), 0) != -1 &&
            (begin == Format::storeMagic || begin == decltype(begin){});
 }
 
-/// What is published in the file now.
+/// The store published in the file now.
 struct Published {
-    U64 generation = 0;           // if it is a store that says
-    std::optional<::mode_t> mode; // if there is a file
+    U64 generation = 0;           // 0 if there is no store
+    std::optional<::mode_t> mode; // none if there is no file
 };
 
-/// Throws StoreException if something else is there.
+/// Throws StoreException if there is another kind of file.
 Published publishedAt(std::string const& store, StorePlace const& place) {
     auto const fd = openPlace(place, O_RDONLY | O_NOFOLLOW);
     if (fd.get() == -1 && errno == ENOENT) {
@@ -47,35 +47,35 @@ Published publishedAt(std::string const& store, StorePlace const& place) {
     }
     struct stat status = {};
     if (fd.get() == -1 || ::fstat(fd.get(), &status) == -1 || !isReplaceable(fd.get(), status)) {
-        throw StoreException(store, "what is there is no store, or cannot be read");
+        throw StoreException(store, "existing file is not a store or cannot be read");
     }
     auto const header = headerAt(fd.get(), 0);
     return {header ? header->generation : 0, status.st_mode & 0777};
 }
 
-/// `STORE.new`, for the time until the store is whole. Removed by the destructor unless it was
-/// renamed. REQUIRES: the caller holds the writers' lock.
-class FileAside {
+/// `STORE.new`, which holds the new store until it is complete. The destructor removes it unless it
+/// was renamed. REQUIRES: the caller holds the writers' lock.
+class TemporaryFile {
   public:
-    /// Removes what a killed writer left, and creates the file.
-    FileAside(std::string const& store, ::mode_t mode)
+    /// Removes the file of a killed writer, and creates a new one.
+    TemporaryFile(std::string const& store, ::mode_t mode)
       : store_(store)
       , place_(store + ".new")
-      , fd_(created(store, place_, mode)) {}
+      , fd_(create(store, place_, mode)) {}
 
-    ~FileAside() {
+    ~TemporaryFile() {
         if (!isRenamed_) {
             removeName(place_);
         }
     }
 
-    FileAside(FileAside const&) = delete;
-    FileAside& operator=(FileAside const&) = delete;
+    TemporaryFile(TemporaryFile const&) = delete;
+    TemporaryFile& operator=(TemporaryFile const&) = delete;
 
-    /// Whatever the umask is.
+    /// Ignores the umask.
     void modeIs(::mode_t mode) {
         if (::fchmod(fd_.get(), mode) == -1) {
-            fail(store_, "cannot be given its permissions");
+            fail(store_, "cannot set permissions");
         }
     }
 
@@ -85,17 +85,17 @@ class FileAside {
             if (written >= 0) {
                 octets = octets.subspan(static_cast<std::size_t>(written));
             } else if (errno != EINTR) {
-                fail(store_, "cannot be written");
+                fail(store_, "cannot write");
             }
         }
         if (::fsync(fd_.get()) == -1) {
-            fail(store_, "cannot be written");
+            fail(store_, "cannot write");
         }
     }
 
     void rename() {
         if (std::rename(place_.path.c_str(), store_.c_str()) == -1) {
-            fail(store_, "cannot be replaced");
+            fail(store_, "cannot replace");
         }
         isRenamed_ = true;
     }
@@ -109,17 +109,17 @@ class FileAside {
         struct stat status = {};
         if (fd.get() == -1 || ::fstat(fd.get(), &status) == -1 || !isOwnFile(status) ||
             !isReplaceable(fd.get(), status)) {
-            throw StoreException(store, "its .new is not a store of this user alone");
+            throw StoreException(store, "its .new is not a store owned by this user alone");
         }
         removeName(place);
     }
 
-    static OwnedDescriptor created(std::string const& store, StorePlace const& place,
-                                   ::mode_t mode) {
+    static OwnedDescriptor create(std::string const& store, StorePlace const& place,
+                                  ::mode_t mode) {
         removeLeftover(store, place);
         auto fd = openPlace(place, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
         if (fd.get() == -1) {
-            fail(store, "cannot be written beside");
+            fail(store, "cannot create its .new");
         }
         return fd;
     }
@@ -144,13 +144,13 @@ U64 publishFile(StoreWriter const& writer, std::string const& store, StorePlace 
     auto const generation = Format::generationAfter(old.generation);
     auto const words = writer.image(generation);
     auto const folder = openFolderOf(store);
-    FileAside aside(store, wanted.value_or(defaultMode));
+    TemporaryFile temporary(store, wanted.value_or(defaultMode));
     if (wanted) {
-        aside.modeIs(*wanted);
+        temporary.modeIs(*wanted);
     }
-    aside.write(std::as_bytes(std::span(words)));
-    aside.rename();
-    // The store is replaced already, so a failure is not reported. Some file systems cannot sync a
+    temporary.write(std::as_bytes(std::span(words)));
+    temporary.rename();
+    // The store is already replaced, so a failure is not reported. Some file systems cannot sync a
     // folder.
     [[maybe_unused]] int const result = ::fsync(folder.get());
     return generation;
@@ -179,7 +179,7 @@ U64 publishStore(StoreWriter const& writer, std::string const& store,
 void removeStore(std::string const& store) {
     StorePlace const place(store);
     if (removeName(place) == -1 && errno != ENOENT) {
-        fail(store, "cannot be removed");
+        fail(store, "cannot remove");
     }
     if (place.isSegment) {
         WriterLock::removeOf(place);

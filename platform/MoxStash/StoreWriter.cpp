@@ -14,11 +14,11 @@ namespace MoxStash {
 
 namespace {
 
-/// Appends a record; returns the place of its first word.
+/// Appends a record. Returns the index of its first word.
 U64 append(std::vector<U64>& words, StoredKind kind, std::span<U64 const> body) {
     auto const size = body.size() + 1;
     if (size > std::numeric_limits<U32>::max()) {
-        throw std::length_error("MoxStash::StoreWriter: a record of 2^32 words");
+        throw std::length_error("MoxStash::StoreWriter: record of 2^32 words");
     }
     auto const first = words.size();
     words.resize(first + size);
@@ -32,7 +32,7 @@ std::span<U64 const> recordAt(std::vector<U64> const& words, U64 first) noexcept
     return std::span(words).subspan(first, head.words);
 }
 
-/// offset (8) | length of the name in octets (8) | name, filled up with zeros
+/// offset (8) | length of the name in octets (8) | name, zero-padded
 std::vector<U64> rootBody(std::string_view name, U64 offset) {
     std::vector<U64> body(2 + Format::wordsOf(name.size()));
     body[0] = offset;
@@ -64,7 +64,7 @@ StoreWriter::StoreWriter()
 StoreWriter::~StoreWriter() = default;
 
 void const* StoreWriter::recordIs(StoredKind kind, std::span<U64 const> body) {
-    // Without memory for the set, the record must not stay behind among the words.
+    // If the insertion throws, remove the record again.
     auto const first = append(words_, kind, body);
     try {
         auto const [found, isNew] = records_.insert(first);
@@ -113,7 +113,7 @@ std::vector<U64> StoreWriter::image(U64 generation) const {
     header.byteOrder = Format::byteOrder;
     header.layoutVersion = Format::layoutVersion;
     header.directory = append(words, kindDirectory, directory) * Format::wordOctets;
-    // Once more at the very end: no store that was cut has it there.
+    // Repeated at the end, to detect truncation.
     words.push_back(generation);
     header.octets = words.size() * Format::wordOctets;
     header.generation = generation;

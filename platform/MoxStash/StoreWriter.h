@@ -14,17 +14,17 @@ namespace MoxStash {
 using Mox::U32;
 using Mox::U64;
 
-/// Which kind of record an offset leads to. Those below `firstKind` are the store's own.
+/// The kind of a record. Kinds below `firstKind` are the store's own.
 using StoredKind = U32;
 
 constexpr StoredKind kindRoot = 1;
 constexpr StoredKind kindDirectory = 2;
 constexpr StoredKind kindTable = 3;
-/// From here on the kinds are those of whoever keeps his objects in stores.
+/// The first kind available to the owners of stored types.
 constexpr StoredKind firstKind = 16;
 
-/// The stored address of a record, as `destash` operations take it: its offset in the store, never
-/// a place in memory. Null is the address of nothing.
+/// The stored address of a record, as `destash` operations take it: an offset in the store, not a
+/// memory address. 0 is null.
 inline void const* storedAddress(U64 offset) noexcept {
     return reinterpret_cast<void const*>(offset);
 }
@@ -33,17 +33,17 @@ inline U64 storedOffset(void const* stored) noexcept {
     return reinterpret_cast<U64>(stored);
 }
 
-/// One row of a stored table: a record, and a number that goes with it.
+/// One row of a stored table: a record and a number.
 struct StoredEntry {
     void const* stored = nullptr;
     U64 number = 0;
 };
 
-/// A store that is being put together, record by record, in memory; `publishStore` writes it.
+/// A store under construction in memory; `publishStore` publishes it.
 ///
-/// It owns its records. What never changes: of equal records there is only one, and a record refers
-/// only to records that were there before it. Integers are in the byte order of this processor;
-/// offsets are octets. A record of 2^32 words is a `std::length_error`. Thread-compatible.
+/// Equal records are stored once, and a record refers only to earlier records. Integers are in host
+/// byte order; offsets are in octets. Throws `std::length_error` for a record of 2^32 words.
+/// Thread-compatible.
 class VOBGP_EXPORT StoreWriter {
   public:
     StoreWriter();
@@ -51,22 +51,22 @@ class VOBGP_EXPORT StoreWriter {
     StoreWriter(StoreWriter const&) = delete;
     StoreWriter& operator=(StoreWriter const&) = delete;
 
-    /// The record of that kind with those words: the one that is there, or a new one.
+    /// Adds a record, or returns the equal one that exists.
     void const* recordIs(StoredKind kind, std::span<U64 const> body);
 
-    /// A table whose rows are in that order.
+    /// Adds a table with its rows in the given order.
     void const* tableIs(std::span<StoredEntry const> entries);
 
-    /// Makes the record the one that readers find by that name, in place of the one before.
+    /// Gives a record a name by which readers find it. Replaces the previous record of that name.
     void rootIs(std::string_view name, void const* stored);
 
-    /// How many octets the records take.
+    /// The size of the records in octets.
     U64 octets() const noexcept { return words_.size() * sizeof(U64); }
 
-    /// How many different records there are, roots not counted.
+    /// The number of distinct records, not counting roots.
     U64 records() const noexcept { return records_.size(); }
 
-    /// The octets of the whole store, to be published as that generation, from 1.
+    /// Returns the words of the complete store with that generation, which must not be 0.
     std::vector<U64> image(U64 generation) const;
 
   private:
@@ -85,8 +85,8 @@ class VOBGP_EXPORT StoreWriter {
         bool operator()(U64 first, U64 second) const noexcept;
     };
 
-    std::vector<U64> words_; // the header's place, then the records
-    std::unordered_set<U64, RecordHash, SameRecord> records_; // by the place of their first word
+    std::vector<U64> words_; // space for the header, then the records
+    std::unordered_set<U64, RecordHash, SameRecord> records_; // by index of the first word
     std::vector<Root> roots_;                                 // by name
 };
 

@@ -23,21 +23,21 @@ OwnedDescriptor openLock(StorePlace const& place, int flags) noexcept {
     return openPlace(place, O_RDWR | O_NOFOLLOW | flags, ownerOnly);
 }
 
-/// Whether nobody else can have opened it, and nothing is lost if the name is removed.
+/// Whether no other user can have opened it, and removing the name loses nothing.
 bool isOwnLock(struct stat const& status) noexcept {
     return isOwnFile(status) && (status.st_mode & 077) == 0 && status.st_size == 0;
 }
 
-/// Whether the lock's name is to stay.
+/// Whether the lock's name must stay.
 bool isOwnSegment(StorePlace const& place) noexcept {
     auto const fd = place.isSegment ? openToRead(place) : OwnedDescriptor(-1);
     struct stat status = {};
     return fd.get() != -1 && ::fstat(fd.get(), &status) == 0 && isOwnFile(status);
 }
 
-/// A writer that held the lock before may have removed the name meanwhile: a lock on that file
-/// excludes nobody any more.
-OwnedDescriptor lockedAt(std::string const& store, StorePlace const& place) {
+/// Retries if the previous holder has removed the name meanwhile: a lock on that file excludes
+/// nobody.
+OwnedDescriptor openAndLock(std::string const& store, StorePlace const& place) {
     for (;;) {
         auto fd = openLock(place, O_CREAT);
         struct stat status = {};
@@ -45,7 +45,7 @@ OwnedDescriptor lockedAt(std::string const& store, StorePlace const& place) {
             throw StoreException(store, systemReason("cannot open its .lock"));
         }
         if (status.st_nlink != 0 && !isOwnLock(status)) {
-            throw StoreException(store, "its .lock is not an empty file of this user alone");
+            throw StoreException(store, "its .lock is not an empty file owned by this user alone");
         }
         int result = 0;
         do {
@@ -65,7 +65,7 @@ OwnedDescriptor lockedAt(std::string const& store, StorePlace const& place) {
 WriterLock::WriterLock(std::string const& store, StorePlace const& place)
   : store_(place)
   , place_(lockOf(place))
-  , fd_(lockedAt(store, place_)) {}
+  , fd_(openAndLock(store, place_)) {}
 
 WriterLock::~WriterLock() {
     if (!isOwnSegment(store_)) {

@@ -6,27 +6,26 @@
 
 namespace MoxStash {
 
-/// Held by the one process that writes a store: a lock (`flock`) on an empty file, or segment, of
-/// its own, `STORE.lock`.
+/// The writers' lock of a store: a `flock` on its own empty file or segment, `STORE.lock`.
 ///
-/// Only the owner may open that file. A lock on the store itself could be taken by every process
-/// that may read it, and would keep writers waiting. Released by the destructor, and by the system
-/// if the process is killed. Thread-compatible; different locks exclude each other in one process,
-/// too.
+/// Only the owner can open that file. Any process that can read the store could lock the store
+/// itself and block its writers. Released by the destructor, or by the system if the process is
+/// killed. Thread-compatible; two locks also exclude each other within a process.
 class WriterLock {
   public:
-    /// Waits for the writer that holds it. Throws StoreException, with `store` in it, if the lock
-    /// cannot be opened, or the file is not an empty one that belongs to this user alone.
+    /// Waits for the current holder. Throws StoreException about `store` if the lock cannot be
+    /// opened, or is not an empty file owned by this user alone.
     WriterLock(std::string const& store, StorePlace const& place);
 
-    /// Removes the name. That of a segment's lock stays for as long as the segment: in the folder
-    /// of segments every user may create files, and could take a name that comes and goes.
+    /// Removes the name. The name of a segment's lock stays as long as the segment: every user can
+    /// create files in the folder of segments and could take a name in between.
     ~WriterLock();
 
     WriterLock(WriterLock const&) = delete;
     WriterLock& operator=(WriterLock const&) = delete;
 
-    /// Removes the name of the lock of a segment that is gone, unless a writer holds it.
+    /// Removes the name of a segment's lock once the segment is gone, unless a writer holds the
+    /// lock.
     static void removeOf(StorePlace const& segment);
 
   private:

@@ -37,7 +37,7 @@ ExtCommIp6Content ip6(Mox::U8 type, Mox::U8 subtype, Mox::U16 localAdmin) {
     return {type, subtype, Lumo::Ip6Addr(Lumo::Ip6Addr::Octets{0x20, 1, 0xd, 0xb8}), localAdmin};
 }
 
-/// An agent's tables; what it writes into a store and then reads there.
+/// An agent's tables, and a store that the test writes and then reads.
 class Stash : public testing::Test {
   protected:
     ExtComm::PtrConst comm(U64 value) {
@@ -57,7 +57,7 @@ class Stash : public testing::Test {
         return list;
     }
 
-    /// A reader of what has been written so far.
+    /// A reader of the store written so far.
     StoreManager& reader() {
         words_ = writer.image(1);
         manager_.emplace("memory", std::as_bytes(std::span(words_)));
@@ -88,7 +88,7 @@ using StashDeathTest = Stash;
 
 // ---- Values -------------------------------------------------------------------------------------
 
-/// Comes back as a plain object with what was written, and knows nothing of its table.
+/// Expects a plain object with the same value that belongs to no table.
 template <class Comm>
 void expectPlain(Comm const& original, Mox::PtrConst<Comm> const& rebuilt) {
     EXPECT_EQ(typeid(*rebuilt), typeid(Comm));
@@ -102,7 +102,7 @@ void expectPlain(Comm const& original, Mox::PtrConst<Comm> const& rebuilt) {
     EXPECT_NE(rebuilt.get(), &original);
 }
 
-TEST_F(Stash, BringsValuesBackAsPlainObjectsOfNoTable) {
+TEST_F(Stash, RebuildsValuesAsPlainObjectsOutsideTables) {
     auto const targets = comms->notifyingRouteTargetList();
     for (U64 const value : {rt, soo, bandwidthWithoutAs, validity, unknown, U64{0}, ~U64{0}}) {
         auto const original = comm(value);
@@ -120,7 +120,7 @@ TEST_F(Stash, BringsValuesBackAsPlainObjectsOfNoTable) {
     EXPECT_EQ(ip6Comms->dedupHashTable()->size(), 0U);
 }
 
-TEST_F(Stash, SharesWhatRecursOnlyIfAsked) {
+TEST_F(Stash, SharesRepeatedObjectsOnlyOnRequest) {
     auto const list = listOf<ExtCommList>({comm(rt), comm(soo)});
     auto const other = listOf<ExtCommList>({comm(unknown), comm(rt)});
     auto const* const first = list->stash(writer);
@@ -144,8 +144,7 @@ TEST_F(Stash, SharesWhatRecursOnlyIfAsked) {
 
 // ---- Lists of plain values ----------------------------------------------------------------------
 
-/// A list comes back as it was, unsorted and interned, and can be interned: it is the original
-/// then.
+/// Expects the rebuilt list to be equal, sorted or not; interning it yields the original.
 template <class List>
 void expectListsBack(std::vector<U32> const& numbers, auto valueOf, auto const& table,
                      auto rebuild) {
@@ -169,7 +168,7 @@ void expectListsBack(std::vector<U32> const& numbers, auto valueOf, auto const& 
     }
 }
 
-TEST_F(Stash, BringsListsOfPlainValuesBackAsTheyWere) {
+TEST_F(Stash, RebuildsListsOfPlainValues) {
     for (std::vector<U32> const& numbers :
          {std::vector<U32>{}, {7}, {9, 1, 9, 5}, {3, 2, 1, 0xffffff01, 0xffffff02}}) {
         expectListsBack<CommList>(numbers, std::identity(), commLists,
@@ -180,7 +179,7 @@ TEST_F(Stash, BringsListsOfPlainValuesBackAsTheyWere) {
     }
 }
 
-TEST_F(Stash, BringsNoWellKnownFlagsBackBeforeTheListIsInterned) {
+TEST_F(Stash, RestoresWellKnownFlagsOnlyWhenInterned) {
     auto const list = listOf<CommList>({0xffffff01U, 0xffffff02U, 0xffffff03U});
     auto back = rebuilt(list->dedup(commLists.get()));
     EXPECT_TRUE(back->comm(0xffffff01));
@@ -212,7 +211,7 @@ TEST_F(Stash, TracesListsOfPlainValues) {
 
 // ---- Lists of extended communities --------------------------------------------------------------
 
-TEST_F(Stash, BringsExtCommListsBackToBeReadAndNotToBeSent) {
+TEST_F(Stash, RebuildsExtCommListsForReadingOnly) {
     auto const target = comm(rt);
     auto const original = listOf<ExtCommList>({comm(validity), comm(unknown), target,
                                                comm(bandwidthWithoutAs), target})
@@ -249,7 +248,7 @@ TEST_F(Stash, BringsExtCommListsBackToBeReadAndNotToBeSent) {
     EXPECT_FALSE(back->classificationList(extCommClassificationRouteOrigin));
 }
 
-TEST_F(StashDeathTest, RebuiltListsTakeNoMoreMembers) {
+TEST_F(StashDeathTest, AddingToARebuiltListAsserts) {
     auto const part = listOf<ExtCommList>({comm(rt)});
     auto const ip6Part = listOf<ExtCommIp6List>({comm(ip6(0, 2, 1))});
     auto const back = rebuilt(part->dedup(lists.get()));
@@ -269,7 +268,7 @@ TEST_F(StashDeathTest, RebuiltListsTakeNoMoreMembers) {
     });
 }
 
-TEST_F(Stash, BringsUnsortedExtCommListsBackWithoutClasses) {
+TEST_F(Stash, RebuildsUnsortedExtCommListsWithoutClasses) {
     auto const original = listOf<ExtCommList>({comm(soo), comm(rt), comm(soo)});
     auto const back = rebuilt(ExtCommList::PtrConst(original));
     EXPECT_FALSE(back->commVectorSorted());
@@ -279,7 +278,7 @@ TEST_F(Stash, BringsUnsortedExtCommListsBackWithoutClasses) {
     EXPECT_EQ(rebuilt(extCommListFactory()->dedup(lists.get()))->toStrep().str(), "[  ]");
 }
 
-TEST_F(Stash, BringsExtCommIp6ListsBackAsNewListsInTheirOrder) {
+TEST_F(Stash, RebuildsExtCommIp6ListsAsNewListsInStoredOrder) {
     auto const original =
         listOf<ExtCommIp6List>({comm(ip6(0, 3, 1)), comm(ip6(0, 2, 9)), comm(ip6(0x40, 2, 1))});
     auto const unsorted = rebuilt(ExtCommIp6List::PtrConst(original));
@@ -298,8 +297,8 @@ TEST_F(Stash, BringsExtCommIp6ListsBackAsNewListsInTheirOrder) {
     EXPECT_EQ(back->comm(ip6(0, 2, 9))->dedupState(), Kel::dedupHandleStateDestashed());
 }
 
-/// In a segment that has been overwritten there is something else where a value or a list was.
-TEST_F(Stash, HandsNothingOutThatHasBeenOverwritten) {
+/// In an overwritten segment, something else is in the place of a value or list.
+TEST_F(Stash, ReturnsNothingFromOverwrittenStores) {
     StoreFolder const folder;
     auto const store = folder.store(true);
     auto const publish = [&](auto const&... objects) {
@@ -319,7 +318,7 @@ TEST_F(Stash, HandsNothingOutThatHasBeenOverwritten) {
     ASSERT_EQ(publish(comm(soo), commListFactory())[1], list);
     EXPECT_THROW(CommList::destash(list, &manager), MoxStash::StaleStoreException);
     EXPECT_EQ(held->getContent(), ExtCommContent(rt));
-    // Another value of the same kind, in the same place.
+    // Another value of the same kind in the same place.
     auto const overwritten = [&](auto const& first, auto const& third) {
         auto const* const stored = publish(first)[0];
         StoreManager attached(store);
@@ -333,7 +332,7 @@ TEST_F(Stash, HandsNothingOutThatHasBeenOverwritten) {
 
 // ---- What it costs ------------------------------------------------------------------------------
 
-TEST_F(Stash, AllocatesTheObjectsAtMost) {
+TEST_F(Stash, AllocatesOnlyTheObjects) {
     for (U32 const members : {0U, 1U, 10U, 1000U}) {
         auto const some = members != 0 ? 1U : 0U;
         auto const standard = commListFactory();
@@ -354,7 +353,8 @@ TEST_F(Stash, AllocatesTheObjectsAtMost) {
             return allocationsSoFar() - before;
         };
         EXPECT_LE(allocations([&] { return CommList::destash(standardAt, &manager); }), 1 + some);
-        // The list and its array, the members, the classes' array and the one list with its own.
+        // The list and its array, the members, the array of classes, and one classification list
+        // with its array.
         EXPECT_LE(allocations([&] { return ExtCommList::destash(extendedAt, &manager); }),
                   1 + some + members + 3 * some);
         EXPECT_LE(allocations([&] { return ExtCommIp6List::destash(wideAt, &manager); }),
@@ -369,10 +369,9 @@ unsigned long octetsAllocatedBy(Operation operation) {
     return octetsAllocatedSoFar() - before;
 }
 
-/// The figures of SECURITY.md. The worst case is a short list whose members are of all classes,
-/// each in a classification list of its own: 14.25 times its record, 17.94 with a manager that
-/// shares.
-TEST_F(Stash, TakesNoMoreMemoryThanIsStated) {
+/// The figures of SECURITY.md. The worst case is a short list with members of all classes, each in
+/// its own classification list: 14.25 times its record, 17.94 with a sharing manager.
+TEST_F(Stash, StaysWithinTheDocumentedMemoryLimits) {
     auto const rebuild = [](MoxStash::StoredKind kind, void const* at, StoreManager* from) {
         using Kel::DedupHandle;
         return kind == storedCommList        ? DedupHandle::Ptr(CommList::destash(at, from))
@@ -424,7 +423,7 @@ struct Refused {
     MoxStash::StoredKind kind;
     std::vector<U64> body;
     std::function<void(void const*, StoreManager*)> destash;
-    std::optional<U64> word; // of the body, that is to blame; none if it is the record itself
+    std::optional<U64> word; // the faulty word of the body; none for the record itself
     char const* reason;
 };
 
@@ -436,7 +435,7 @@ template <class T>
 auto const destashOf =
     [](void const* stored, StoreManager* manager) { T::destash(stored, manager); };
 
-TEST_F(Stash, RefusesWhatIsNoValueOrList) {
+TEST_F(Stash, RefusesInvalidValuesAndLists) {
     auto const one = storedOffset(comm(rt)->stash(writer));
     auto const two = storedOffset(comm(soo)->stash(writer));
     auto const wide = storedOffset(comm(ip6(0, 2, 1))->stash(writer));
@@ -452,7 +451,7 @@ TEST_F(Stash, RefusesWhatIsNoValueOrList) {
         {"class", storedExtComm, {halves(10, 0), 0}, ext, 0, "classification"},
         {"class", storedExtComm, {halves(~0U, 0), 0}, ext, 0, "classification"},
         {"reserved", storedExtComm, {halves(0, 1), 0}, ext, 0, "reserved"},
-        {"kind", storedExtCommIp6, {0, 0, 0}, ext, {}, "of kind 17 where one of kind 16 is meant"},
+        {"kind", storedExtCommIp6, {0, 0, 0}, ext, {}, "record kind is 17, expected 16"},
         {"short IPv6 value", storedExtCommIp6, {0, 0}, ext6, 0, "size"},
         {"class", storedExtCommIp6, {halves(10, 0), 0, 0}, ext6, 0, "classification"},
         {"no head", storedCommList, {}, standard, 0, "first word"},
@@ -465,7 +464,7 @@ TEST_F(Stash, RefusesWhatIsNoValueOrList) {
         {"padding", storedCommList, {halves(1, 0), halves(1, 1)}, standard, 1, "not zero"},
         {"descending", storedCommList, {halves(2, 1), halves(2, 1)}, standard, 1, "order"},
         {"repeated", storedCommList, {halves(2, 1), halves(2, 2)}, standard, 1, "order"},
-        {"kind", storedLargeCommList, {halves(0, 0)}, standard, {}, "of kind 19"},
+        {"kind", storedLargeCommList, {halves(0, 0)}, standard, {}, "record kind is 19"},
         {"most", storedLargeCommList, {halves(~0U, 0), 0}, large, 0, "4294967295 members"},
         {"padding", storedLargeCommList, {halves(1, 0), 1, halves(1, 1)}, large, 2, "not zero"},
         {"repeated", storedLargeCommList, {halves(2, 1), 0, 0, 0}, large, 1, "order"},
@@ -491,7 +490,7 @@ TEST_F(Stash, RefusesWhatIsNoValueOrList) {
             EXPECT_LT(octetsAllocatedSoFar() - before, 3000U + objectChunks);
         }
     }
-    // Members of another kind, and none at all: the member is to blame.
+    // Members of another kind, and missing ones: the error is about the member.
     for (U64 const member : {wide, U64{0}, one + 8, ~U64{0}}) {
         auto const* const stored =
             writer.recordIs(storedExtCommList, std::array<U64, 3>{halves(2, 0), one, member});

@@ -153,7 +153,7 @@ TEST(StoreCommandsTest, WhatIsNoStoreIsToldAndWhatCannotBeWrittenLeavesTheOldOne
     Result const shown = run({"show", store.name()});
     EXPECT_EQ(shown.status, 3);
     EXPECT_EQ(shown.out, "");
-    EXPECT_NE(shown.err.find(store.name() + ": octet 32: its checksum"), std::string::npos)
+    EXPECT_NE(shown.err.find(store.name() + ": octet 32: wrong checksum"), std::string::npos)
         << shown.err;
 
     EXPECT_EQ(run({"show", store.name() + "-not-there"}).status, 3);

@@ -27,12 +27,12 @@ namespace {
 using namespace Test;
 namespace fs = std::filesystem;
 
-/// While it is set, mmap() below succeeds and leaves this in errno.
+/// If not 0, mmap() below succeeds and sets errno to this value.
 int errorOfMmap = 0;
 
 std::array<char, 1 << 16> alternateStack;
 
-/// What a handler of the program's own finds when it is called.
+/// The state that the program's own handler sees.
 struct Call {
     bool blocksBus = false;
     bool blocksUser = false;
@@ -73,14 +73,14 @@ void ignoreWithInfo() {
 
 constexpr int stackAndRestart = SA_ONSTACK | SA_RESTART;
 
-/// Which of these flags the action of the signal has now.
+/// The current flags of the signal's action.
 int stackAndRestartNow() {
     struct sigaction now = {};
     ::sigaction(SIGBUS, nullptr, &now);
     return now.sa_flags & stackAndRestart;
 }
 
-/// In processes of their own, because the first mapping of a store installs the handler for good.
+/// Run in child processes, because the first mapping of a store installs the handler permanently.
 class StoreSignalDeathTest : public testing::Test {
   protected:
     StoreSignalDeathTest() {
@@ -95,7 +95,7 @@ class StoreSignalDeathTest : public testing::Test {
         attach();
     }
 
-    /// Maps another file, at that place if there is one, cuts it and reads it.
+    /// Maps another file, at `place` if given, truncates it and reads it.
     [[noreturn]] void readBehindTheEndOfAFile(void* place = nullptr) {
         auto const path = folder.path() + "/other";
         std::ofstream(path) << std::string(4096, 'o');
@@ -107,7 +107,8 @@ class StoreSignalDeathTest : public testing::Test {
         std::_Exit(1);
     }
 
-    /// Exits with 0 if a handler with those flags is called as it was before a store was mapped.
+    /// Exits with 0 if a handler with these flags is called in the same way after a store is
+    /// mapped.
     [[noreturn]] void compareCalls(int flags) {
         ::stack_t const stack = {alternateStack.data(), 0, alternateStack.size()};
         ::sigaltstack(&stack, nullptr);
@@ -133,7 +134,7 @@ testing::ExitedWithCode exits(int status) {
     return testing::ExitedWithCode(status);
 }
 
-TEST_F(StoreSignalDeathTest, IsPassedOnIfItIsNotAboutAStore) {
+TEST_F(StoreSignalDeathTest, ForwardsSignalsThatDoNotConcernStores) {
     auto const exit = [](int) { std::_Exit(42); };
     EXPECT_EXIT((attachAfter(SIG_DFL), readBehindTheEndOfAFile()), killed, "^$");
     EXPECT_EXIT((attachAfter(SIG_IGN), readBehindTheEndOfAFile()), killed, "^$");
@@ -143,16 +144,16 @@ TEST_F(StoreSignalDeathTest, IsPassedOnIfItIsNotAboutAStore) {
     EXPECT_EXIT((ignoreWithInfo(), attach(), ::raise(SIGBUS), std::_Exit(44)), exits(44), "");
 }
 
-TEST_F(StoreSignalDeathTest, IsPassedOnAsTheSystemWould) {
+TEST_F(StoreSignalDeathTest, ForwardsSignalsAsTheSystemWould) {
     for (int const flags : {0, SA_SIGINFO, SA_NODEFER, SA_ONSTACK, SA_RESTART,
                             SA_SIGINFO | SA_NODEFER | SA_ONSTACK | SA_RESTART}) {
         EXPECT_EXIT(compareCalls(flags), exits(0), "") << "flags " << flags;
     }
-    // A program without a handler has threads with small stacks, or system calls, all the same.
+    // A program without a handler may still have threads with small stacks, or slow system calls.
     EXPECT_EXIT(
         (attachAfter(SIG_DFL), std::_Exit(stackAndRestartNow() == stackAndRestart ? 45 : 1)),
         exits(45), "");
-    // A handler for one signal: the next ends the process.
+    // A one-shot handler: the next signal terminates the process.
     EXPECT_EXIT((handleBy(static_cast<int>(SA_RESETHAND)), attach(), ::raise(SIGBUS),
                  std::fputs(lastCall.blocksBus ? "once" : "", stderr), ::raise(SIGBUS),
                  std::_Exit(1)),
@@ -161,7 +162,7 @@ TEST_F(StoreSignalDeathTest, IsPassedOnAsTheSystemWould) {
 
 // ---- Signals about stores -----------------------------------------------------------------------
 
-TEST_F(StoreSignalDeathTest, IsOursOnlyForAsLongAsTheStoreIsMapped) {
+TEST_F(StoreSignalDeathTest, HandlesSignalsOnlyWhileTheStoreIsMapped) {
     auto const place = [&] {
         std::ifstream maps("/proc/self/maps");
         std::string line;
@@ -175,7 +176,7 @@ TEST_F(StoreSignalDeathTest, IsOursOnlyForAsLongAsTheStoreIsMapped) {
         killed, "^$");
 }
 
-TEST_F(StoreSignalDeathTest, TakesMemoryForAsManyStoresAsAreMapped) {
+TEST_F(StoreSignalDeathTest, ReusesGuardsOfUnmappedStores) {
     auto const allocations = [&] {
         auto const before = allocationsSoFar();
         attach();
@@ -189,7 +190,7 @@ TEST_F(StoreSignalDeathTest, TakesMemoryForAsManyStoresAsAreMapped) {
     EXPECT_EXIT(std::_Exit(again() ? 0 : 1), exits(0), "");
 }
 
-TEST(StoreSignal, LeavesErrnoAlone) {
+TEST(StoreSignal, PreservesErrno) {
     StoreFolder const folder;
     auto const store = folder.store(false);
     publish(store, 1, 5000);
@@ -207,7 +208,7 @@ TEST(StoreSignal, LeavesErrnoAlone) {
 } // namespace
 } // namespace MoxStash
 
-// The thread sanitizer maps memory before it can note calls.
+// The thread sanitizer maps memory before it can instrument calls.
 extern "C" VOBGP_EXPORT __attribute__((no_sanitize("thread"))) void*
 mmap(void* place, std::size_t octets, int protection, int flags, int fd, ::off_t offset) noexcept {
     auto const result = ::syscall(SYS_mmap, place, octets, protection, flags, fd, offset);

@@ -14,12 +14,12 @@
 
 #include <gtest/gtest.h>
 
-/// Stores for tests: each holds one number, in every word of one record.
+/// Test stores: each consists of one record that repeats one number.
 namespace MoxStash::Test {
 
 constexpr StoredKind kindNumbers = firstKind + 100;
 
-/// A store that holds a number as many times as there are words.
+/// Writes a record that repeats a number.
 inline void put(StoreWriter& writer, U64 number, std::size_t words) {
     std::vector<U64> const body(words, number);
     auto const* const record = writer.recordIs(kindNumbers, body);
@@ -32,7 +32,8 @@ inline U64 publish(std::string const& store, U64 number, std::size_t words = 100
     return publishStore(writer, store);
 }
 
-/// Reads what put() wrote; all words must be that number. Throws as the manager does.
+/// Reads the record of put() and checks that all words are equal. Throws the exceptions of the
+/// manager.
 inline U64 numberIn(StoreManager const& manager) {
     auto const record = manager.translate(manager.root("numbers"), kindNumbers);
     std::vector<U64> numbers(record.words());
@@ -59,7 +60,7 @@ inline std::vector<std::string> namesIn(std::string const& folder) {
     return names;
 }
 
-/// The exception that the operation throws; else the test fails.
+/// Returns the StoreException thrown by the operation. Fails the test if there is none.
 template <class Operation>
 StoreException refusalOf(Operation operation) {
     try {

@@ -1,12 +1,12 @@
-/// A process that publishes stores, or one that reads them, for StorePublishTest:
+/// A process that publishes or reads stores, for StorePublishTest:
 ///
-///     StoreProcess write STORE    one after the other; says `w` when it begins
-///     StoreProcess read STORE     says `r` when it has read the first
+///     StoreProcess write STORE    repeatedly; prints `w` when it starts
+///     StoreProcess read STORE     prints `r` after reading the first one
 ///
-/// Both go on until their standard input ends, if they are not killed before.
+/// Both run until their standard input ends or they are killed.
 ///
-/// Each store tells its number in every part, and is one higher than the one before. A reader that
-/// finds anything else says so and fails; in the end it prints how many numbers it has seen.
+/// Each store repeats its number in every part; the numbers ascend by one. A reader that finds
+/// anything else reports it and fails; at the end it prints how many numbers it has seen.
 #include "../../../fuzz/StoreContent.h"
 
 #include <MoxStash/StoreException.h>
@@ -30,7 +30,7 @@ using namespace Routing::Bgp::Test;
 using MoxStash::StoreManager;
 using MoxStash::StoreWriter;
 
-/// Of all sizes, so that a segment's areas move about.
+/// All sizes, so that the areas of a segment move.
 U32 membersOf(U32 number) {
     return 2 + number * 7 % 90;
 }
@@ -40,7 +40,7 @@ StoreWriter const& storeOf(StoreSample& sample, StoreWriter& writer, U32 number)
     return writer;
 }
 
-/// Read from its first part; 0 if there is no store.
+/// Reads the number from the first part of the store; 0 if there is no store.
 U32 numberOf(std::string const& store) {
     try {
         StoreManager const manager(store);
@@ -71,7 +71,7 @@ void write(std::string const& store) {
     }
 }
 
-/// What is read of a store that holds this number.
+/// The expected text of a store with this number.
 std::string textOf(StoreSample& sample, U32 number) {
     StoreWriter writer, copy;
     auto const words = storeOf(sample, writer, number).image(1);
@@ -84,7 +84,7 @@ struct Seen {
     U64 generation;
 };
 
-/// One store, rebuilt whole; none if it was overtaken.
+/// Rebuilds one complete store; none if it was overtaken by a writer.
 std::optional<Seen> readOnce(StoreSample& sample, std::string const& store) {
     std::string text;
     Seen seen{};

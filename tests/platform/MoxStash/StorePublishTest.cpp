@@ -26,7 +26,7 @@ extern char** environ;
 
 namespace {
 
-/// A StoreProcess that runs; killed in the end if it has not ended before.
+/// A running StoreProcess. The destructor kills it.
 class Process {
   public:
     Process(std::string mode, std::string store) {
@@ -59,21 +59,20 @@ class Process {
     Process(Process const&) = delete;
     Process& operator=(Process const&) = delete;
 
-    /// Waits for the letter that it writes when it has begun.
+    /// Waits until it reports its start.
     void expectBegun() {
         char letter = 0;
         ASSERT_EQ(::read(out_, &letter, 1), 1);
     }
 
-    /// Whether it was still running.
+    /// Returns whether it was still running.
     bool kill() {
         ::kill(pid_, SIGKILL);
         int const status = wait();
         return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
     }
 
-    /// Ends its input, waits for it, and returns what it wrote since it began; nothing if it
-    /// failed.
+    /// Closes its input, waits for it, and returns its output since the start; empty if it failed.
     std::string finish() {
         ::close(in_);
         in_ = -1;
@@ -99,27 +98,27 @@ class Process {
     int out_ = -1;
 };
 
-/// How often a writer is killed, in a file and in a segment together: as the environment variable
-/// VOBGP_STORE_KILLS says, else 200 times.
+/// The number of kills per writer of a file and of a segment: the environment variable
+/// VOBGP_STORE_KILLS, by default 200.
 int kills() {
     auto const* const wanted = std::getenv("VOBGP_STORE_KILLS");
     return wanted == nullptr ? 200 : std::stoi(wanted);
 }
 
-/// Files are in memory as segments are, where syncing takes no time: so there are many stores.
+/// Files are in memory, like segments, where syncing is fast, so that many stores are published.
 class KilledWriters : public StorePlaces {
   protected:
     KilledWriters()
       : StorePlaces("/dev/shm/") {}
 
-    /// Kills the writer within that time, and starts another, which has then begun.
+    /// Kills the writer within that time and waits for the start of another one.
     void killWriter(unsigned microseconds) {
         std::this_thread::sleep_for(std::chrono::microseconds(random_() % microseconds));
         ASSERT_TRUE(writer->kill()) << "it failed";
         writer = begunWriter();
     }
 
-    /// Waits for the first one.
+    /// Waits for the first store.
     void expectStore() {
         auto const end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
         for (bool isThere = false; !isThere;) {
@@ -146,8 +145,8 @@ class KilledWriters : public StorePlaces {
 
 INSTANTIATE_TEST_SUITE_P(Place, KilledWriters, testing::Bool(), storePlaceName);
 
-TEST_P(KilledWriters, LeaveWholeStoresForReaders) {
-    // Those that make the place at first; what they leave is no obstacle to the next.
+TEST_P(KilledWriters, LeaveCompleteStoresForReaders) {
+    // Kill the writers that create the store: their leftovers must not block the next one.
     for (int count = 0; count < kills() / 20; ++count) {
         ASSERT_NO_FATAL_FAILURE(killWriter(500));
         MoxStash::removeStore(store);

@@ -27,15 +27,15 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-/// What the system calls at the end of this file do beside their work. Empty: nothing.
+/// Hooks of the system calls that the end of this file replaces; empty by default.
 namespace {
 
 struct Interposed {
-    std::function<void(std::string const&)> onCall; // each of them
-    std::function<void(int)> onAllocate;            // a segment's memory has been reserved
-    std::function<void()> onOpen;                   // of a file or a segment
-    int failingSync = -1;                           // after so many others
-    ::ino_t foreignFile = 0;                        // belongs to somebody else
+    std::function<void(std::string const&)> onCall; // on every call
+    std::function<void(int)> onAllocate;            // after a segment's memory is reserved
+    std::function<void()> onOpen;                   // on opening a file or a segment
+    int failingSync = -1;                           // the index of the call that fails
+    ::ino_t foreignFile = 0;                        // reported as owned by another user
 };
 
 Interposed* interposed = nullptr;
@@ -48,14 +48,14 @@ namespace {
 using namespace Test;
 namespace fs = std::filesystem;
 
-/// Both places, with system calls that can be watched.
+/// A file and a segment, with intercepted system calls.
 class StorePublisher : public StorePlaces {
   protected:
     StorePublisher() { interposed = &calls; }
     ~StorePublisher() override { interposed = nullptr; }
 
     std::string const lock = file + ".lock";
-    std::string const aside = file + ".new"; // of a file only
+    std::string const aside = file + ".new"; // for a file only
     Interposed calls;
 
     static struct stat statusOf(std::string const& path) {
@@ -66,7 +66,7 @@ class StorePublisher : public StorePlaces {
 
     ::mode_t mode() const { return statusOf(file).st_mode & 07777; }
 
-    /// What there is of the store: hashes of contents, by name.
+    /// The files of the store: hashes of their contents, by name.
     std::map<std::string, std::size_t> all() const {
         std::map<std::string, std::size_t> contents;
         for (auto const& path : {file, lock, aside}) {
@@ -88,11 +88,11 @@ INSTANTIATE_TEST_SUITE_P(Place, SegmentPublisher, testing::Values(true), storePl
 
 // ---- Who may write, and who may not -------------------------------------------------------------
 
-TEST_P(StorePublisher, DoesNotWaitForALockThatAReaderCanTake) {
+TEST_P(StorePublisher, IgnoresLocksThatReadersCanTake) {
     publish(store, 1);
     auto const readable = GetParam() ? file : aside;
     if (!GetParam()) {
-        fs::copy_file(file, aside); // what a killed writer left
+        fs::copy_file(file, aside); // the leftover of a killed writer
     }
     int const fd = ::open(readable.c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(::flock(fd, LOCK_EX), 0);
@@ -105,7 +105,7 @@ TEST_P(StorePublisher, DoesNotWaitForALockThatAReaderCanTake) {
     }
 }
 
-TEST_P(StorePublisher, TakesNothingThatAnotherUserCanReach) {
+TEST_P(StorePublisher, RefusesFilesThatOtherUsersCanAccess) {
     publish(store, 1);
     auto const whole = contentOf(file);
     auto const refuses = [&] {
@@ -137,7 +137,7 @@ TEST_P(StorePublisher, TakesNothingThatAnotherUserCanReach) {
     EXPECT_EQ(publish(store, 2), 2U);
 }
 
-TEST_P(StorePublisher, GivesAStoreThePermissionsAskedFor) {
+TEST_P(StorePublisher, SetsTheRequestedPermissions) {
     StoreWriter writer;
     auto const umaskBefore = ::umask(0);
     publishStore(writer, store);
@@ -158,7 +158,7 @@ TEST_P(StorePublisher, GivesAStoreThePermissionsAskedFor) {
 
 // ---- What fails ---------------------------------------------------------------------------------
 
-TEST_P(StorePublisher, LeavesEverythingAsItWasWithoutMemory) {
+TEST_P(StorePublisher, ChangesNothingIfAllocationFails) {
     StoreWriter writer;
     put(writer, 5, 100);
     for (U64 const generation : {1U, 2U}) {
@@ -177,7 +177,7 @@ TEST_P(StorePublisher, LeavesEverythingAsItWasWithoutMemory) {
     }
 }
 
-TEST_P(FilePublisher, SyncsTheFileBeforeAndTheFolderAfterItIsRenamed) {
+TEST_P(FilePublisher, SyncsTheFileBeforeAndTheFolderAfterRenaming) {
     std::vector<std::string> order;
     calls.onCall = [&](std::string const& call) { order.push_back(call); };
     publish(store, 1);
@@ -194,10 +194,10 @@ TEST_P(FilePublisher, SyncsTheFileBeforeAndTheFolderAfterItIsRenamed) {
     EXPECT_EQ(publish(store, 3), 2U) << "it was replaced";
 }
 
-TEST_P(SegmentPublisher, NoticesThatItIsCut) {
+TEST_P(SegmentPublisher, DetectsTruncation) {
     constexpr std::size_t words = 3000;
     publish(store, 1, words);
-    auto const end = fs::file_size(file); // where the next area begins, but for the padding
+    auto const end = fs::file_size(file); // where the next area begins, except for the padding
     auto const next = (end + 4095) / 4096 * 4096;
     for (auto const left : {end, next + 4096, next + 64}) {
         SCOPED_TRACE(left);
@@ -206,7 +206,7 @@ TEST_P(SegmentPublisher, NoticesThatItIsCut) {
             ASSERT_EQ(::ftruncate(fd, static_cast<::off_t>(left)), 0);
         };
         auto const size = left == next + 64 ? 10 : words;
-        EXPECT_NE(refusalOf([&] { publish(store, 2, size); }).reason().find("cut short"),
+        EXPECT_NE(refusalOf([&] { publish(store, 2, size); }).reason().find("truncated"),
                   std::string::npos);
         calls.onAllocate = nullptr;
         U64 begun = 0;
@@ -215,7 +215,7 @@ TEST_P(SegmentPublisher, NoticesThatItIsCut) {
         EXPECT_EQ(numberIn(manager), 1U);
         EXPECT_TRUE(manager.isCurrent());
     }
-    // As a killed writer leaves it: the store is whole, and keeps its place.
+    // Left by a killed writer: the store is complete, and keeps its place.
     StoreManager const manager(store);
     EXPECT_EQ(publish(store, 2, words), 2U);
     EXPECT_EQ(numberIn(manager), 1U);
@@ -223,8 +223,8 @@ TEST_P(SegmentPublisher, NoticesThatItIsCut) {
     EXPECT_THROW(publish(store, 3), StoreException);
 }
 
-/// A damaged store that is replaced while it is looked at was never there.
-TEST_P(StorePublisher, ReplacesDamageThatAReaderThenDoesNotReport) {
+/// Damage is not reported if the store is replaced while it is checked.
+TEST_P(StorePublisher, ReplacementHidesDamageFromAttachingReaders) {
     publish(store, 1);
     auto const flip = [&] {
         std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
@@ -235,7 +235,7 @@ TEST_P(StorePublisher, ReplacesDamageThatAReaderThenDoesNotReport) {
     EXPECT_THROW(StoreManager{store}, StoreException);
     int opened = 0;
     calls.onOpen = [&] {
-        if (++opened == 2) { // to look whether it has changed
+        if (++opened == 2) { // to check whether it has changed
             publish(store, 2);
         }
     };
@@ -244,7 +244,7 @@ TEST_P(StorePublisher, ReplacesDamageThatAReaderThenDoesNotReport) {
 
 // ---- A store that is being written --------------------------------------------------------------
 
-TEST(StoreWriter, IsAsItWasWithoutMemory) {
+TEST(StoreWriter, IsUnchangedIfAllocationFails) {
     std::function<void(MoxStash::StoreWriter&)> const steps[] = {
         [](auto& writer) {
             writer.recordIs(kindNumbers, std::array<U64, 2>{1, 2});
@@ -295,7 +295,7 @@ Function* real(char const* name) {
     return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
-/// Path and size of what is open.
+/// The path and size of an open file.
 std::string describe(int fd) {
     auto const path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd));
     struct stat status = {};

@@ -37,7 +37,7 @@ namespace fs = std::filesystem;
 
 // ---- What is in a store -------------------------------------------------------------------------
 
-TEST(Store, HoldsEqualRecordsOnceAndLeadsToThemByNames) {
+TEST(Store, StoresEqualRecordsOnceAndFindsThemByName) {
     StoreWriter writer;
     auto const* const one = writer.recordIs(kindNumbers, std::array<U64, 2>{1, 2});
     auto const* const two = writer.recordIs(kindNumbers, std::array<U64, 2>{2, 1});
@@ -74,10 +74,9 @@ TEST(Store, HoldsEqualRecordsOnceAndLeadsToThemByNames) {
 
 INSTANTIATE_TEST_SUITE_P(Place, StorePlaces, testing::Bool(), storePlaceName);
 
-TEST_P(StorePlaces, ShowTheNewestStoreWhateverItsSize) {
-    EXPECT_NE(
-        refusalOf([&] { StoreManager const manager(store); }).reason().find("cannot be opened"),
-        std::string::npos);
+TEST_P(StorePlaces, ReadersAttachToTheNewestStoreOfAnySize) {
+    EXPECT_NE(refusalOf([&] { StoreManager const manager(store); }).reason().find("cannot open"),
+              std::string::npos);
     U64 generation = 0;
     for (std::size_t const words : {1U, 100U, 20000U, 3U, 600U, 1U, 70000U, 40000U, 2U, 70000U}) {
         ++generation;
@@ -90,7 +89,7 @@ TEST_P(StorePlaces, ShowTheNewestStoreWhateverItsSize) {
     EXPECT_EQ(namesIn(folder.path()).size(), GetParam() ? 0U : 1U) << "litter";
 }
 
-TEST_P(StorePlaces, KeepAReadersStoreWhileTheNextIsWritten) {
+TEST_P(StorePlaces, AttachedReadersKeepTheirStoreWhileTheNextIsWritten) {
     for (std::size_t const words : {1U, 5000U}) {
         publish(store, 1, words);
         StoreManager const manager(store);
@@ -115,8 +114,8 @@ void wordIs(std::string const& path, std::size_t offset, U64 value) {
     file.write(reinterpret_cast<char const*>(&value), sizeof value);
 }
 
-/// The writer of the next but one may have killed itself before it overwrote anything.
-TEST(StoreSegment, IsStaleOnceTheGenerationAfterTheNextIsBegun) {
+/// The writer of the second next store may be killed before it overwrites anything.
+TEST(StoreSegment, IsStaleOnceTheSecondNextGenerationIsBegun) {
     StoreFolder const folder;
     auto const store = folder.store(true);
     publish(store, 1);
@@ -128,8 +127,8 @@ TEST(StoreSegment, IsStaleOnceTheGenerationAfterTheNextIsBegun) {
     EXPECT_THROW(manager.validateVersionAnchor(), StaleStoreException);
 }
 
-/// Stores that just fit before the current one, and that just do not.
-TEST(StoreSegment, IsWrittenWhereTheCurrentStoreIsNot) {
+/// Stores that just fit before the current one, and stores that are slightly too large.
+TEST(StoreSegment, WritesBesideTheCurrentStore) {
     StoreFolder const folder;
     auto const store = folder.store(true);
     constexpr std::size_t pageWords = 512;
@@ -146,7 +145,7 @@ TEST(StoreSegment, IsWrittenWhereTheCurrentStoreIsNot) {
     }
 }
 
-TEST_P(StorePlaces, MayBeRemovedAndMadeAnew) {
+TEST_P(StorePlaces, CanBeRemovedAndRecreated) {
     removeStore(store);
     publish(store, 1);
     publish(store, 2);
@@ -162,7 +161,7 @@ TEST_P(StorePlaces, MayBeRemovedAndMadeAnew) {
     EXPECT_EQ(numberIn(StoreManager(store)), 5U);
 }
 
-TEST_P(StorePlaces, AreNotTakenFromSomebodyElse) {
+TEST_P(StorePlaces, LeaveForeignFilesAlone) {
     auto segment = std::string(4096, '\0');
     Format::SegmentHeader header = {
         Format::segmentMagic, Format::byteOrder, Format::layoutVersion + 1, 0, 0, {}};
@@ -182,7 +181,7 @@ TEST_P(StorePlaces, AreNotTakenFromSomebodyElse) {
     EXPECT_LE(namesIn(folder.path()).size(), 1U) << "litter";
 }
 
-TEST(StoreFile, IsNotPutInPlaceOfWhatIsNoFile) {
+TEST(StoreFile, DoesNotReplaceNonRegularFiles) {
     StoreFolder const folder;
     auto const store = folder.store(false);
     auto const aside = store + ".new";
@@ -208,13 +207,13 @@ TEST(StoreFile, IsNotPutInPlaceOfWhatIsNoFile) {
         EXPECT_EQ(namesIn(folder.path()).size(), 1U);
         fs::remove(row.path);
     }
-    // What a killed writer left is nobody's.
+    // The leftover of a killed writer may be removed.
     std::ofstream(aside) << "VoStash\nhalf a store";
     publish(store, 1);
     EXPECT_EQ(namesIn(folder.path()), std::vector<std::string>{"store"});
 }
 
-/// No file of the process may grow beyond a size: what a full disk is like.
+/// Limits the size of the process's files, which acts like a full disk.
 class FileSizeLimit {
   public:
     explicit FileSizeLimit(::rlim_t octets)
@@ -233,7 +232,7 @@ class FileSizeLimit {
     void (*handlerBefore_)(int);
 };
 
-TEST_P(StorePlaces, KeepTheOldStoreIfThereIsNoSpace) {
+TEST_P(StorePlaces, KeepTheOldStoreOnFullDisk) {
     auto const tooLarge = [&] {
         return refusalOf([&] {
                    FileSizeLimit const limit(16384);
@@ -255,7 +254,7 @@ TEST_P(StorePlaces, KeepTheOldStoreIfThereIsNoSpace) {
     EXPECT_EQ(publish(store, 2), 2U);
 }
 
-TEST(StorePlace, ThatCannotBeIsRefused) {
+TEST(StorePlace, InvalidNamesAreRefused) {
     StoreFolder const folder;
     std::ofstream(folder.path() + "/file") << "";
     for (auto const& store : {folder.path() + "/file/store", folder.path() + "/none/store",
@@ -269,7 +268,7 @@ TEST(StorePlace, ThatCannotBeIsRefused) {
 
 using Words = std::vector<U64>;
 
-/// A record of three words at 64, a table of one row behind it, a root, the directory.
+/// A record of three words at 64, a table of one row, a root, the directory.
 Words sound() {
     StoreWriter writer;
     put(writer, 5, 3);
@@ -289,7 +288,7 @@ struct Damage {
     char const* reason;
 };
 
-/// Runs the operation on each sound store that was changed so, its checksum made good if wanted.
+/// Expects the operation to refuse each damaged store. `checksum`: make the checksum valid first.
 template <class Operation>
 void expectRefused(std::span<Damage const> rows, bool checksum, Operation operation) {
     for (auto const& row : rows) {
@@ -308,12 +307,12 @@ void expectRefused(std::span<Damage const> rows, bool checksum, Operation operat
     }
 }
 
-TEST(StoreDamage, OfTheHeaderOrTheRecordsIsRefusedOnAttaching) {
+TEST(StoreDamage, IsDetectedInHeaderAndRecordsOnAttaching) {
     Damage const rows[] = {
-        {"magic", [](Words& w) { w[0] ^= 1; }, 0, "begin"},
+        {"magic", [](Words& w) { w[0] ^= 1; }, 0, "magic"},
         {"byte order", [](Words& w) { half(w, 8, 0x04030201); }, 8, "byte order"},
-        {"older", [](Words& w) { half(w, 12, 0); }, 12, "version is 0, not 1"},
-        {"newer", [](Words& w) { half(w, 12, 2); }, 12, "version is 2, not 1"},
+        {"older", [](Words& w) { half(w, 12, 0); }, 12, "version is 0, expected 1"},
+        {"newer", [](Words& w) { half(w, 12, 2); }, 12, "version is 2, expected 1"},
         {"longer", [](Words& w) { w[2] += 8; }, 16, "size"},
         {"shorter", [](Words& w) { w[2] -= 8; }, 16, "size"},
         {"uneven", [](Words& w) { w[2] -= 1; }, 16, "size"},
@@ -343,10 +342,10 @@ TEST(StoreDamage, OfTheHeaderOrTheRecordsIsRefusedOnAttaching) {
     auto const words = sound();
     auto const octets = std::as_bytes(std::span(words));
     EXPECT_EQ(refusalOf([&] { StoreManager("memory", octets.first(octets.size() - 1)); }).reason(),
-              "its size is no multiple of 8 octets");
+              "size is not a multiple of 8 octets");
 }
 
-TEST(StoreDamage, OfWhatLeadsToRecordsIsRefusedOnReading) {
+TEST(StoreDamage, IsDetectedInReferencesOnReading) {
     constexpr auto longName = U64{1} << 63;
     Damage const rows[] = {
         {"root outside", [](Words& w) { w[directoryAt / 8 + 1] = 1 << 20; }, 1 << 20, "no record"},
@@ -358,14 +357,14 @@ TEST(StoreDamage, OfWhatLeadsToRecordsIsRefusedOnReading) {
         {"root at the end", [](Words& w) { w[directoryAt / 8 + 1] = directoryAt + 16; },
          directoryAt + 16, "no record"},
         {"root of another kind", [](Words& w) { w[directoryAt / 8 + 1] = recordAt; }, recordAt,
-         "of kind 116 where one of kind 1 is meant"},
+         "record kind is 116, expected 1"},
         {"name too long", [](Words& w) { w[rootAt / 8 + 2] = 9; }, rootAt + 16, "name"},
         {"name far too long", [](Words& w) { w[rootAt / 8 + 2] = longName; }, rootAt + 16, "name"},
         {"name too short", [](Words& w) { w[rootAt / 8 + 2] = 0; }, rootAt + 16, "name"},
         {"octets behind a name", [](Words& w) { w[rootAt / 8 + 3] |= U64{1} << 63; }, rootAt + 24,
          "not zero"},
         {"another kind of directory", [](Words& w) { half(w, directoryAt, kindTable); },
-         directoryAt, "of kind 3 where one of kind 2 is meant"},
+         directoryAt, "record kind is 3, expected 2"},
         {"record of the root", [](Words& w) { w[rootAt / 8 + 1] = 8; }, 8, "no record"},
         {"nothing for a root", [](Words& w) { w[rootAt / 8 + 1] = 0; }, 0, "no record"},
     };
@@ -386,8 +385,8 @@ TEST(StoreDamage, OfWhatLeadsToRecordsIsRefusedOnReading) {
     EXPECT_EQ(refusalOf([&] { StoredTable(manager, odd); }).offset(), storedOffset(odd) + 24);
 }
 
-/// Names that are as many as they are long would be copied for as long as their product.
-TEST(StoreDamage, CannotMakeTheSearchForARootLong) {
+/// Comparing many long names must not take time in proportion to the product.
+TEST(StoreDamage, CannotSlowDownRootLookUps) {
     StoreWriter writer;
     writer.rootIs(std::string(1 << 20, 'n'), writer.recordIs(kindNumbers, {}));
     auto words = writer.image(1);
@@ -406,8 +405,8 @@ TEST(StoreDamage, CannotMakeTheSearchForARootLong) {
     EXPECT_LT(octetsAllocatedSoFar() - before, 1U << 20);
 }
 
-/// Somebody writes to what is mapped: its sizes were right when the reader attached.
-TEST_P(StorePlaces, MayBeChangedUnderAReader) {
+/// Another process writes to the mapped store; its sizes were valid on attaching.
+TEST_P(StorePlaces, DetectChangesUnderAReader) {
     publish(store, 1, 3);
     StoreManager const manager(store);
     auto const* const record = manager.root("numbers");
@@ -420,7 +419,7 @@ TEST_P(StorePlaces, MayBeChangedUnderAReader) {
 
 // ---- Cut while it is read -----------------------------------------------------------------------
 
-TEST_P(StorePlaces, MayBeCutUnderAReader) {
+TEST_P(StorePlaces, DetectTruncationUnderAReader) {
     constexpr std::size_t words = 4096;
     publish(store, 1, words);
     auto const whole = fs::file_size(file);
@@ -431,13 +430,13 @@ TEST_P(StorePlaces, MayBeCutUnderAReader) {
         publish(store, 1, words);
         StoreManager const manager(store);
         fs::resize_file(file, left);
-        if (left % 16 == 0) { // or validate at once
+        if (left % 16 == 0) { // or validate immediately
             EXPECT_THROW(numberIn(manager), StoreException);
         }
-        // Within its last page a file ends in zeros, of which nobody is told.
-        bool const isTold = (left + 4095) / 4096 < (whole + 4095) / 4096;
+        // Within its last page a truncated file reads as zeros, without a signal.
+        bool const isReported = (left + 4095) / 4096 < (whole + 4095) / 4096;
         auto const refusal = refusalOf([&] { manager.validateVersionAnchor(); });
-        EXPECT_EQ(refusal.reason().find("cut short") != std::string::npos, isTold);
+        EXPECT_EQ(refusal.reason().find("truncated") != std::string::npos, isReported);
         EXPECT_FALSE(manager.isCurrent());
         EXPECT_THROW(StoreManager{store}, StoreException);
     }
@@ -445,8 +444,8 @@ TEST_P(StorePlaces, MayBeCutUnderAReader) {
 
 // ---- Threads ------------------------------------------------------------------------------------
 
-/// Managers come and go in several threads, on stores that are replaced and files that are cut.
-TEST(StoreThreads, ReadManyStoresThatAreReplacedAndCut) {
+/// Several threads attach to stores that are replaced and to files that are truncated.
+TEST(StoreThreads, ReadStoresThatAreReplacedAndTruncated) {
     StoreFolder const folder;
     std::atomic<int> read = 0, cut = 0;
     auto const work = [&](int thread) {
@@ -480,7 +479,7 @@ TEST(StoreThreads, ReadManyStoresThatAreReplacedAndCut) {
     EXPECT_EQ(cut, 160);
 }
 
-TEST_P(StorePlaces, AreWrittenByOneWriterAfterTheOther) {
+TEST_P(StorePlaces, SerializeTheirWriters) {
     constexpr U64 each = 25;
     std::array<std::vector<U64>, 4> generations;
     std::vector<std::thread> threads;
@@ -504,8 +503,8 @@ TEST_P(StorePlaces, AreWrittenByOneWriterAfterTheOther) {
     EXPECT_EQ(StoreManager(store).versionAnchor(), each * generations.size());
 }
 
-TEST(StoreThreads, MayRemoveAStoreWhileItIsPublished) {
-    StoreFolder const folder("/dev/shm/"); // where it is fast
+TEST(StoreThreads, CanRemoveAStoreWhileItIsPublished) {
+    StoreFolder const folder("/dev/shm/"); // in memory, for speed
     for (bool const isSegment : {false, true}) {
         auto const store = folder.store(isSegment);
         std::atomic<bool> stopped = false;
@@ -524,7 +523,7 @@ TEST(StoreThreads, MayRemoveAStoreWhileItIsPublished) {
     }
 }
 
-TEST(StoreThreads, NeverReadAMixtureFromASegmentThatIsWritten) {
+TEST(StoreThreads, NeverReadAMixtureOfTwoStoresFromASegment) {
     StoreFolder const folder;
     auto const store = folder.store(true);
     publish(store, 1, 10);
