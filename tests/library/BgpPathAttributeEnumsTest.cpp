@@ -21,7 +21,7 @@ TEST(BgpPathAttrTypeTest, ShowStringsAreNotTheNames) {
         {6, "Atomic Aggregator", "atomicAggregate"},
         {25, "IPv6 Address Specific Extended Community", "extCommunityIp6"},
         {255, "Reserved for Development", "reservedForDevelopment"},
-        // Not in the table.
+        // Not a member.
         {11, "Invalid attribute", "11"},
         {254, "Invalid attribute", "254"},
         {256, "Invalid attribute", "256"},
@@ -33,7 +33,7 @@ TEST(BgpPathAttrTypeTest, ShowStringsAreNotTheNames) {
     }
 }
 
-TEST(BgpPathAttrFlagTest, NamedCombinationsHaveNamesAndOthersNumbers) {
+TEST(BgpPathAttrFlagTest, PrintsNamesOfNamedCombinationsAndNumbersOfOthers) {
     using enum BgpPathAttrFlag;
     EXPECT_EQ(stringValue(opt | transitive), "optionalTransitive");
     EXPECT_EQ(stringValue(opt | transitive | partial), "optionalTransitivePartial");

@@ -32,7 +32,7 @@ using Routing::RouteMap::PosixRegex;
 
 // ---- CompactVector ------------------------------------------------------------------------------
 
-TEST(CompactVector, StaysAsItWasWhereMemoryRunsOut) {
+TEST(CompactVector, IsUnchangedIfAllocationFails) {
     auto const object = commListFactory();
     Mox::CompactVector<CommList::Ptr> vector;
     vector.reserve(8);
@@ -128,7 +128,7 @@ struct Large {
     static std::string text(Value const& value) {
         return LargeCommList::getStringValue(value).str();
     }
-    /// Few numbers, high bits among them, so that each field decides about the order.
+    /// Few numbers, some with high bits, so that each field affects the order.
     static Value random(std::mt19937& random) {
         auto const number = [&] { return static_cast<U32>(random() % 3 * 0x7fffffff); };
         auto const first = number();
@@ -153,7 +153,7 @@ auto listOf(std::vector<typename Kind::Value> const& values) {
     return listOf<Kind>(std::span(values));
 }
 
-/// What a list of some values comes to, in the plainest way.
+/// The expected content of a list, computed naively.
 template <class Kind>
 struct Model {
     explicit Model(std::vector<typename Kind::Value> const& members) {
@@ -246,12 +246,12 @@ class CommLists : public testing::TestWithParam<bool> {
 };
 INSTANTIATE_TEST_SUITE_P(Mode, CommLists, bothPointerModes(), pointerModeName);
 
-TEST_P(CommLists, AgreeWithTheirModel) {
+TEST_P(CommLists, AgreeWithTheModel) {
     compareRandomListsWithModel<Standard>();
     compareRandomListsWithModel<Large>();
 }
 
-TEST_P(CommLists, LeaveTheirTableWithTheLastReferenceAndAreDumpedUntilThen) {
+TEST_P(CommLists, StayInTheirTableAndDumpUntilTheLastRelease) {
     auto const table = commListDedupTableFactory();
     EXPECT_EQ(table->dedupTable()->isThreadSafe(), GetParam());
     auto list = listOf<Standard>({6553601, 65537})->dedup(table.get());
@@ -264,7 +264,7 @@ TEST_P(CommLists, LeaveTheirTableWithTheLastReferenceAndAreDumpedUntilThen) {
     EXPECT_EQ(table->dedupTable()->size(), 0U);
 }
 
-TEST_P(CommLists, CanBeInternedAgainWhenMemoryHasRunOut) {
+TEST_P(CommLists, CanBeInternedAgainAfterAFailedAllocation) {
     auto const table = largeCommListDedupTableFactory();
     long succeeding = 0;
     for (bool failed = true; failed; ++succeeding) {
@@ -289,7 +289,7 @@ bool matches(List const& list, char const* pattern) {
     return list.matchCommunitiesRegex(&regex);
 }
 
-TEST_P(CommLists, OfAnyLengthThatAnAttributeHolds) {
+TEST_P(CommLists, SupportEveryLengthOfAnAttribute) {
     auto const table = commListDedupTableFactory();
     auto const longList = [&table](U32 members) {
         auto const list = commListFactory();
@@ -315,7 +315,7 @@ TEST(CommListContracts, Assertions) {
     auto const open = commListFactory();
     auto const frozen = commListFactory();
     auto const interned = frozen->dedup(table.get());
-    // These need no frozen list.
+    // These do not require a frozen list.
     EXPECT_TRUE(open->empty());
     EXPECT_EQ(open->comms(), 0U);
     expectAssertions({
@@ -334,7 +334,7 @@ TEST(CommListContracts, Assertions) {
 
 // ---- Regular expressions ------------------------------------------------------------------------
 
-TEST(CommListRegex, MatchesNumbersOrElseNames) {
+TEST(CommListRegex, MatchesNumbersOrNames) {
     auto const table = commListDedupTableFactory();
     auto const list = listOf<Standard>({0xffffff01, 0xfde80064, 65537})->dedup(table.get());
     EXPECT_TRUE(matches(*list, "^1:1 65000:100 65535:65281$"));
@@ -357,8 +357,9 @@ class CommListVerdicts : public testing::TestWithParam<bool> {
 
 INSTANTIATE_TEST_SUITE_P(Mode, CommListVerdicts, bothPointerModes(), pointerModeName);
 
-/// Lists come and go, in the same places too, more of them than an expression remembers.
-TEST_P(CommListVerdicts, AreThoseOfTheTextWhateverWasRemembered) {
+/// Lists are created and destroyed at the same addresses, more of them than an expression
+/// remembers.
+TEST_P(CommListVerdicts, AgreeWithTheTextWhateverIsCached) {
     auto const table = commListDedupTableFactory();
     auto const largeTable = largeCommListDedupTableFactory();
     auto const match = [&](PosixRegex const& regex, U32 seed) {
@@ -389,7 +390,7 @@ TEST_P(CommListVerdicts, AreThoseOfTheTextWhateverWasRemembered) {
     }
 }
 
-TEST(CommListText, IsWholeOrRefusedAndMadeInOneAllocation) {
+TEST(CommListText, TakesOneAllocationAndThrowsIfItFails) {
     auto const table = commListDedupTableFactory();
     auto const list = listOf<Standard>({0xffffff01, 0xfde80064, 65537})->dedup(table.get());
     auto const large = listOf<Large>({{4200000000, 1, 2}, {7, 8, 9}});
@@ -408,7 +409,7 @@ TEST(CommListText, IsWholeOrRefusedAndMadeInOneAllocation) {
         << "two texts";
 }
 
-TEST(PosixRegex, SaysWhatIsWrongWithAPattern) {
+TEST(PosixRegex, ReportsPatternErrors) {
     for (auto const& pattern : {String("a("), String("[z-a]"), String("a{2,1}"), String("\\"),
                                 String(std::string_view("a\0b", 3))}) {
         auto const error = errorOf<Mox::Exception>([&] { PosixRegex const regex(pattern); });
@@ -422,7 +423,7 @@ TEST(PosixRegex, SaysWhatIsWrongWithAPattern) {
 
 // ---- Text of lists ------------------------------------------------------------------------------
 
-TEST(CommListText, KnowsNoLocaleAndNoFlags) {
+TEST(CommListText, IgnoresLocaleAndStreamFlags) {
     auto const list = listOf<Standard>({0xfde80064, 0xffffff01});
     auto const large = listOf<Large>({{4200000000, 1, 2}});
     OddStream os;
@@ -446,7 +447,7 @@ TEST(CommListText, BracketsAndSeparators) {
     for (auto const& row : rows) {
         std::ostringstream os;
         auto const* const list = row.list ? &*row.list : nullptr;
-        // A formatter that leaves the stream in a mess.
+        // A formatter that changes the stream's state.
         auto const messy = [](std::ostream& out, int value) {
             out << std::oct << std::setfill('0') << std::setw(3) << value;
         };
@@ -476,7 +477,7 @@ TEST(CommListSnapshot, IsEditedByKeyAndReadInOrder) {
     EXPECT_EQ(snapshot->comms(), 0U);
 }
 
-TEST(CommListSnapshot, TellsItsObserversWhatChanged) {
+TEST(CommListSnapshot, NotifiesObserversOfChanges) {
     using Snapshot = Routing::RouteMap::CommListSnapshot;
     struct Observer : Snapshot::Notifiee {
         using Notifiee::Notifiee;
@@ -499,7 +500,7 @@ TEST(CommListSnapshot, TellsItsObserversWhatChanged) {
     snapshot->commDel({0, 0, 3});
     snapshot->commDelAll();
     EXPECT_EQ(std::exchange(observer.heard, ""), "+2-2-1x1x2");
-    // The last reference goes in the middle of it.
+    // The last reference is released during the visit.
     snapshot->commIs({0, 0, 4}, true);
     snapshot->commIs({0, 0, 5}, true);
     observer.leaves = true;

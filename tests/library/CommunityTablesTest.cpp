@@ -26,7 +26,7 @@ std::span<std::byte const> bytes(std::string const& octets) {
     return std::as_bytes(std::span(octets));
 }
 
-/// A big-endian integer of a member, read in the plainest way.
+/// Reads a big-endian integer of a member, naively.
 U64 integer(std::string const& member, std::size_t at, std::size_t count) {
     U64 value = 0;
     for (auto const octet : member.substr(at, count)) {
@@ -80,7 +80,7 @@ struct Extended {
     static auto const& table(CommunityTables const& tables) {
         return tables.extCommListDedupTable();
     }
-    /// What announces more or less than it writes is an assertion failure.
+    /// Fails an assertion if the announced length differs from the written one.
     static void serialize(ExtCommList const& list) {
         for (U32 selection = 0; selection <= 0xf; ++selection) {
             (void)list.serialize(ExtCommList::Serialization(selection));
@@ -120,7 +120,7 @@ std::vector<std::string> membersOf(std::string const& value) {
     return members;
 }
 
-/// A list filled with the members of a value, in their order.
+/// Fills a list with the members of a value, in their order.
 template <class Kind>
 auto filled(CommunityTables const& tables, std::string const& value) {
     auto list = Kind::list();
@@ -135,7 +135,7 @@ auto published(CommunityTables const& tables, std::string const& value) {
     return filled<Kind>(tables, value)->dedup(Kind::table(tables).get());
 }
 
-/// The verdict by the built-in rules, from the octets.
+/// The expected verdict under the built-in rules, from the octets.
 template <class Kind>
 Verdict expectedVerdict(std::string const& value) {
     if (value.empty() || value.size() > 65535 || value.size() % Kind::octets != 0) {
@@ -157,7 +157,7 @@ Verdict expectedVerdict(std::string const& value) {
     return Verdict::accepted;
 }
 
-/// Octets of which types with rules of their own, and equal members, are frequent.
+/// Random octets with many known types and many equal members.
 std::string randomOctets(std::mt19937& random, std::size_t size) {
     constexpr std::array<std::array<unsigned char, 2>, 6> types{
         {{0x00, 0x02}, {0x40, 0x04}, {0x43, 0x00}, {0x03, 0x0b}, {0x40, 0x02}, {0x80, 0x06}}};
@@ -174,7 +174,7 @@ std::string randomOctets(std::mt19937& random, std::size_t size) {
     return octets;
 }
 
-/// A well-formed value of that many members, all of them distinct and no two of one counted class.
+/// Returns a well-formed value of that many distinct members, at most one of each counted class.
 template <class Kind>
 std::string valueOf(std::mt19937& random, std::size_t members) {
     std::string value(members * Kind::octets, '\0');
@@ -304,14 +304,14 @@ class CommunityTablesIn : public testing::TestWithParam<bool> {
 };
 INSTANTIATE_TEST_SUITE_P(Mode, CommunityTablesIn, bothPointerModes(), pointerModeName);
 
-TEST_P(CommunityTablesIn, OneCallReturnsWhatThePublishedCallsReturn) {
+TEST_P(CommunityTablesIn, OneCallAgreesWithThePublishedCalls) {
     compareWithPublishedCalls<Standard>();
     compareWithPublishedCalls<Large>();
     compareWithPublishedCalls<Extended>();
     compareWithPublishedCalls<Ip6>();
 }
 
-TEST_P(CommunityTablesIn, ListsOfEveryLengthAreSentInEverySelection) {
+TEST_P(CommunityTablesIn, ListsOfEveryLengthSerializeWithEverySelection) {
     serializeEveryLength<Standard>();
     serializeEveryLength<Large>();
     serializeEveryLength<Extended>();
@@ -319,7 +319,7 @@ TEST_P(CommunityTablesIn, ListsOfEveryLengthAreSentInEverySelection) {
     EXPECT_EQ(sizes(tables), Sizes{});
 }
 
-TEST_P(CommunityTablesIn, HitAllocatesNothing) {
+TEST_P(CommunityTablesIn, HitsAllocateNothing) {
     expectNoAllocations<Standard>();
     expectNoAllocations<Large>();
     expectNoAllocations<Extended>();
@@ -333,14 +333,14 @@ TEST_P(CommunityTablesIn, EveryAllocationMayFail) {
     everyAllocationMayFail<Ip6>();
 }
 
-TEST_P(CommunityTablesIn, EmptyListOfPublishedCallsIsNoAttribute) {
+TEST_P(CommunityTablesIn, EmptyListsOfPublishedCallsAreNoAttributes) {
     auto const empty = published<Extended>(tables, "");
     auto const none = published<Standard>(tables, "");
     EXPECT_EQ(Extended::decode(tables, "").verdict, Verdict::empty);
     EXPECT_EQ(Standard::decode(tables, "").verdict, Verdict::empty);
 }
 
-TEST_P(CommunityTablesIn, ListsOfForeignMembersAreOtherLists) {
+TEST_P(CommunityTablesIn, ListsOfForeignMembersAreDistinct) {
     CommunityTables const others;
     auto const value = canonical<Extended>(valueOf<Extended>(random, 5));
     auto const foreign =
@@ -350,14 +350,14 @@ TEST_P(CommunityTablesIn, ListsOfForeignMembersAreOtherLists) {
     EXPECT_EQ((*ours)[0], Extended::member(tables, value.substr(0, 8)));
     EXPECT_EQ(Extended::decode(tables, value).list, ours);
     EXPECT_EQ(published<Extended>(tables, value), ours);
-    // Interned by the published calls, it is found as well.
+    // A list interned by the published calls is found as well.
     auto const other = canonical<Extended>(valueOf<Extended>(random, 6));
     auto const first = published<Extended>(tables, other);
     EXPECT_EQ(Extended::decode(tables, other).list, first);
     EXPECT_EQ(Extended::decode(tables, other).list, first);
 }
 
-TEST_P(CommunityTablesIn, ListsOfAnEarlierClassificationTableAreOtherLists) {
+TEST_P(CommunityTablesIn, ListsOfAnEarlierClassificationTableAreDistinct) {
     auto const value = canonical<Ip6>(valueOf<Ip6>(random, 5));
     auto const earlier = Ip6::decode(tables, value).list;
     tables.extCommIp6ListDedupTable()->handleInitialized();
@@ -367,7 +367,7 @@ TEST_P(CommunityTablesIn, ListsOfAnEarlierClassificationTableAreOtherLists) {
     EXPECT_EQ(published<Ip6>(tables, value), now);
 }
 
-/// Gives communities of a transitive opaque subtype the class of its local administrator.
+/// Classifies communities of a transitive opaque subtype by their local administrator.
 class AnyClassRule final : public BgpParseExtComSubTypeTransOpaqueRuleBase {
   public:
     explicit AnyClassRule(BgpParseExtCommControl const& control)
@@ -394,7 +394,7 @@ class AnyClassSm final : public BgpParseExtCommPluginBaseSm {
     }
 };
 
-TEST_P(CommunityTablesIn, RefusesWhatItsRulesMakeUnsendable) {
+TEST_P(CommunityTablesIn, RefusesListsThatCannotBeSerialized) {
     tables.parsing()->extCommParserSmsEnq(
         Mox::makeActive<AnyClassSm>(tables.parsing()->parseExtCommRuleCollections()));
     auto const member = [](char group, char classification) {
@@ -425,7 +425,7 @@ TEST_P(CommunityTablesIn, RefusesWhatItsRulesMakeUnsendable) {
     }
 }
 
-TEST(CommunityTablesThreads, HotListsComeAndGoUntilNothingIsLeft) {
+TEST(CommunityTablesThreads, HotListsAreInsertedAndRemovedUntilNoneIsLeft) {
     PointerMode const mode(true);
     CommunityTables const tables;
     std::mt19937 random(3);

@@ -28,7 +28,7 @@ class TwentyOctets {
     using List = ExtCommIp6List;
     using Table = ExtCommIp6ListDedupTable;
 
-    /// They differ in any one octet of the address, in the type, or in the local administrator.
+    /// They differ in one octet of the address, in the type, or in the local administrator.
     ExtCommIp6::PtrConst const& comm(unsigned n) {
         while (comms_.size() <= n) {
             auto const next = static_cast<unsigned>(comms_.size());
@@ -48,7 +48,7 @@ class TwentyOctets {
     }
 
     std::size_t classificationLists() const { return table->extCommClassification()->size(); }
-    void check(std::set<std::set<unsigned>> const&) {} // nobody observes them
+    void check(std::set<std::set<unsigned>> const&) {} // no observers
 
     ExtCommIp6DedupTable::Ptr commTable =
         extCommIp6DedupTableFactory(bgpParseExtCommContainerSmFactory()->extCommParser());
@@ -86,7 +86,7 @@ TEST_P(ExtCommIp6Lists, EveryAllocationMayFail) {
     everyAllocationMayFail<TwentyOctets>();
 }
 
-TEST_P(ExtCommIp6Lists, ListsReleasedWhileTheyAreStreamedArePrintedWhole) {
+TEST_P(ExtCommIp6Lists, ListsReleasedWhileStreamingPrintCompletely) {
     streamedWholeThoughReleasedMeanwhile(row);
 }
 
@@ -110,7 +110,7 @@ TEST_P(ExtCommIp6Lists, Wire) {
     EXPECT_EQ(hexOf(internOf({})->serialize(true)), "");
 }
 
-TEST_P(ExtCommIp6Lists, TextsAndOctetsAreWholeOrRefusedAndMadeInOneAllocation) {
+TEST_P(ExtCommIp6Lists, TextsAndOctetsTakeOneAllocationAndThrowIfItFails) {
     auto const subtyped = Mox::staticPtrCast<ExtCommIp6 const>(
         row.commTable->dedupHashTable()->dedup(Mox::makeActive<ExtCommIp6Subtyped>(
             extCommClassificationUnSpecified, ExtCommIp6Content(0, 3, address, 1))));
@@ -125,7 +125,7 @@ TEST_P(ExtCommIp6Lists, TextsAndOctetsAreWholeOrRefusedAndMadeInOneAllocation) {
     whole([&] { return subtyped->toStrepForPolicy(ExtCommIp6::StrepFormat(0xc)); });
 }
 
-/// A kind of an agent's own, which has other texts.
+/// An agent's own type with its own texts.
 class Shouting final : public ExtCommIp6Subtyped {
   public:
     using ExtCommIp6Subtyped::ExtCommIp6Subtyped;
@@ -137,7 +137,7 @@ class Shouting final : public ExtCommIp6Subtyped {
     }
 };
 
-TEST_P(ExtCommIp6Lists, TextsOfAnAgentsOwnKindsAreInThoseOfLists) {
+TEST_P(ExtCommIp6Lists, ListTextsIncludeTextsOfAnAgentsOwnTypes) {
     auto const own = Mox::staticPtrCast<ExtCommIp6 const>(
         row.commTable->dedupHashTable()->dedup(Mox::makeActive<Shouting>(
             extCommClassificationUnSpecified, ExtCommIp6Content(0, 3, address, 1))));
@@ -163,7 +163,7 @@ TEST_P(ExtCommIp6Lists, Text) {
     EXPECT_EQ(os.str(), "NULL NULL");
 }
 
-TEST_P(ExtCommIp6Lists, AreDumpedUnderTheHeadingOfTheOthers) {
+TEST_P(ExtCommIp6Lists, DumpUnderTheHeadingOfExtendedLists) {
     auto const lineOf = [](Kel::DedupHashTable const& table) {
         return "      Kel::DedupHashTableUnorderedSet #0 capacity 0 octets " +
                std::to_string(table.octets()) + '\n';

@@ -82,7 +82,8 @@ TEST(ExtCommIp6Test, Texts) {
         ExtCommIp6Content content;
         char const* show;
         char const* subtype;
-        // The policy text has the type only for classification and user interface together.
+        // The policy text includes the type only if both the classification and user interface
+        // flags are set.
         char const* type;
         char const* policy;
     } const rows[] = {
@@ -117,13 +118,13 @@ TEST(ExtCommIp6Test, Texts) {
     }
 }
 
-TEST(ExtCommIp6Test, TextKnowsNothingOfTheStreamsFlagsAndLocaleAndLeavesThem) {
+TEST(ExtCommIp6Test, TextIgnoresAndKeepsStreamFlagsAndLocale) {
     OddStream os(std::ios_base::uppercase);
     os << object(false, routeTarget).get() << static_cast<ExtCommIp6 const*>(nullptr);
     EXPECT_EQ(os.str(), "<extCommIp6PktTypeTransIpv6Address addr=2001:db8::1 localAdmin=100>NULL");
 }
 
-TEST(ExtCommIp6DeathTest, SubtypeNamesAreAskedOfTheirTypeAndOfSubtypedObjects) {
+TEST(ExtCommIp6DeathTest, SubtypeNamesOfAnotherTypeAssert) {
     auto const base = object(false, routeTarget);
     auto const nonTransitive = object(true, content(0x40, 0x02, "::", 0));
     expectAssertions({{"Assertion '!pktSubtype().isUnspecified()' failed",
@@ -149,7 +150,7 @@ TEST(ExtCommIp6StrepFormatTest, TextReadsBackForEveryWord) {
 
 class ExtCommIp6InternTest : public testing::TestWithParam<bool> {
   protected:
-    /// Interns an object as the table's user does after a miss, without asking a rule.
+    /// Interns an object as after a miss, without calling a rule.
     ExtCommIp6::PtrConst intern(ExtCommIp6::Ptr const& object) {
         return Mox::staticPtrCast<ExtCommIp6 const>(table_->dedupHashTable()->dedup(object));
     }
@@ -161,7 +162,7 @@ class ExtCommIp6InternTest : public testing::TestWithParam<bool> {
 
 INSTANTIATE_TEST_SUITE_P(Modes, ExtCommIp6InternTest, bothPointerModes(), pointerModeName);
 
-TEST_P(ExtCommIp6InternTest, TheFirstObjectStandsForItsContentAndAHitAsksNoRule) {
+TEST_P(ExtCommIp6InternTest, TheFirstObjectIsInternedAndHitsCallNoRule) {
     auto first = intern(extCommIp6Factory(extCommClassificationRouteTarget, routeTarget));
     EXPECT_EQ(intern(object(true, routeTarget)), first) << "whatever its class";
     EXPECT_EQ(ExtCommIp6::dedupContent(table_.get(), routeTarget), first);
@@ -182,7 +183,7 @@ TEST_P(ExtCommIp6InternTest, ContentsThatDifferInOneFieldAreDifferentObjects) {
     }
 }
 
-TEST_P(ExtCommIp6InternTest, MissAsksTheRuleAndHasTheSubtypeOfAKnownType) {
+TEST_P(ExtCommIp6InternTest, MissesCallTheRuleAndSetTheSubtypeOfAKnownType) {
     std::pair<ExtCommIp6Content, BgpExtCommPktSubtype> const cases[] = {
         {routeTarget, BgpExtCommPktSubtype(0x02)},
         {content(0x40, 0x02, "2001:db8::1", 100), BgpExtCommPktSubtype(0x02)},

@@ -23,16 +23,16 @@
 #include <utility>
 #include <vector>
 
-/// What holds for lists of interned communities of either width. `Row` says which:
+/// Test cases for lists of interned communities of either width. `Row` provides
 ///
 ///     using List, Table;                            // of lists
 ///     Table::Ptr table;                             // a new one
-///     Comm::PtrConst comm(unsigned n);              // interned; another n, another community
+///     Comm::PtrConst comm(unsigned n);              // interned; distinct for each n
 ///     std::size_t classificationLists();            // in the table
-///     void check(std::set<std::set<unsigned>> inUse); // that observers know what lists are in use
+///     void check(std::set<std::set<unsigned>> inUse); // checks what observers recorded
 ///
-/// Communities are of all classes but that there is one link bandwidth, and ordered as their
-/// `extCommKey`, which has nothing to do with n.
+/// The communities are of all classes, with only one link bandwidth, and ordered by their
+/// `extCommKey`, which is independent of n.
 
 using Mox::U32;
 
@@ -50,7 +50,7 @@ typename Row::List::PtrConst intern(Row& row, std::vector<unsigned> const& numbe
     return fill(row, numbers)->dedup(row.table.get());
 }
 
-/// The octets in hexadecimal digits.
+/// The octets in hexadecimal.
 inline std::string hexOf(Mox::String const& octets) {
     std::ostringstream out;
     for (auto const octet : octets) {
@@ -60,13 +60,13 @@ inline std::string hexOf(Mox::String const& octets) {
     return out.str();
 }
 
-/// The members' classes by number, from the model's side.
+/// The class of member `n` in the model.
 inline unsigned classOf(unsigned n) {
     unsigned const wanted = n * 7 % 10;
     return wanted == 7 && n != 1 ? 1 : wanted;
 }
 
-/// Compares an interned list with the set of numbers that it was made of.
+/// Compares an interned list with the set of its numbers.
 template <class Row>
 void expectMembers(Row& row, typename Row::List const& list, std::set<unsigned> const& numbers) {
     using Comm = typename Row::List::Comm;
@@ -120,8 +120,8 @@ void longListsAreSortedAndUnique(Row& row) {
     }
 }
 
-/// Fails one allocation after the other of interning a list: each time the list keeps its members,
-/// nothing stays behind, and the next attempt has the right result.
+/// Fails each allocation of interning in turn. Each time the list must keep its members, nothing
+/// must be left over, and the next attempt must succeed.
 template <class Row>
 void everyAllocationMayFail() {
     std::vector<unsigned> const numbers{0, 1, 2, 3, 4, 5, 13, 6, 3, 8, 9, 23, 0};
@@ -129,7 +129,7 @@ void everyAllocationMayFail() {
     long succeeding = 0;
     for (bool failed = true; failed; ++succeeding) {
         Row row;
-        // Interned already, and shares a classification list.
+        // Already interned; shares a classification list.
         auto const beside = succeeding % 2 == 0 ? intern(row, {0}) : nullptr;
         auto const before = row.classificationLists();
         auto const list = fill(row, numbers);
@@ -152,10 +152,10 @@ void everyAllocationMayFail() {
         ASSERT_NO_FATAL_FAILURE(expectMembers(row, *interned, content));
         ASSERT_NO_FATAL_FAILURE(row.check({content}));
     }
-    EXPECT_GT(succeeding, 8) << "hardly anything was made to fail";
+    EXPECT_GT(succeeding, 8) << "too few allocations failed";
 }
 
-/// Streams a list, and each of its classification lists, whose last reference goes meanwhile.
+/// Streams a list and its classification lists while their last reference is released.
 template <class Row>
 void streamedWholeThoughReleasedMeanwhile(Row& row) {
     std::vector<unsigned> const numbers{1, 3, 13, 23};
@@ -180,7 +180,7 @@ void streamedWholeThoughReleasedMeanwhile(Row& row) {
     }
 }
 
-/// A seeded run of random operations beside sets of numbers.
+/// A seeded run of random operations, compared with sets of numbers.
 template <class Row>
 class RandomLists {
   public:
@@ -190,7 +190,8 @@ class RandomLists {
 
     void operate(int operations) {
         for (int i = 0; i < operations; ++i) {
-            // Few at times, so that classification lists come and go, and many at others.
+            // Alternate between few lists, so that classification lists are created and destroyed,
+            // and many.
             auto const wanted = i / 200 % 4 == 0 ? 40U : 3U;
             if (held_.empty() || below(100) < (held_.size() < wanted ? 60 : 40)) {
                 ASSERT_NO_FATAL_FAILURE(make());

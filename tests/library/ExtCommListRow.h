@@ -8,18 +8,18 @@
 #include <VoBgp/Parse/ExtCommContainer.h>
 #include <VoBgp/VoBgpCommunity.h>
 
-/// Hears of route-target lists, and checks that each comes and goes in turn.
-class RtEar : public Routing::Bgp::NotifyingRtExtCommListCollection::Notifiee {
+/// Observes route-target lists and checks that insertions and removals of each alternate.
+class RtObserver : public Routing::Bgp::NotifyingRtExtCommListCollection::Notifiee {
   public:
     using Notifiee::Notifiee;
     using NotifierPtr = Routing::Bgp::NotifyingRtExtCommListCollection::NotifierPtr;
 
     void handleRtExtCommList(NotifierPtr const& each) override {
         if (notifier()->rtExtCommListHas(each)) {
-            EXPECT_TRUE(present.insert(each.get()).second) << "came twice";
+            EXPECT_TRUE(present.insert(each.get()).second) << "inserted twice";
             ++came;
         } else {
-            EXPECT_EQ(present.erase(each.get()), 1U) << "never came";
+            EXPECT_EQ(present.erase(each.get()), 1U) << "not inserted";
             ++went;
         }
     }
@@ -44,7 +44,7 @@ class EightOctets {
         return comms_[n];
     }
 
-    /// One of a given class and value.
+    /// Returns a community with a given class and value.
     Routing::Bgp::ExtComm::PtrConst comm(Routing::Bgp::ExtCommClassification classification,
                                          Mox::U64 value) {
         return Mox::staticPtrCast<Routing::Bgp::ExtComm const>(
@@ -57,7 +57,7 @@ class EightOctets {
                table->rtExtCommClassificationListDedupTable()->size();
     }
 
-    /// What observers heard, what the collection holds and what the lists in use hold agree.
+    /// Checks that the observer's state, the collection and the lists in use agree.
     void check(std::set<std::set<unsigned>> const& inUse) {
         std::set<std::set<Routing::Bgp::ExtComm const*>> lists;
         for (auto const& content : inUse) {
@@ -72,8 +72,8 @@ class EightOctets {
             }
         }
         ASSERT_EQ(collection->rtExtCommLists(), lists.size());
-        ASSERT_EQ(ear.present.size(), lists.size());
-        for (auto const* notifier : ear.present) {
+        ASSERT_EQ(observer.present.size(), lists.size());
+        for (auto const* notifier : observer.present) {
             auto const* const list = notifier->rtExtCommListRawPtr();
             std::set<Routing::Bgp::ExtComm const*> members;
             for (auto const& member : *list) {
@@ -90,7 +90,7 @@ class EightOctets {
     Table::Ptr table = Routing::Bgp::extCommListDedupTableFactory();
     Routing::Bgp::NotifyingRtExtCommListCollection::Ptr collection =
         table->notifyingRtExtCommListCollection();
-    RtEar ear{collection};
+    RtObserver observer{collection};
 
   private:
     std::vector<Routing::Bgp::ExtComm::PtrConst> comms_;

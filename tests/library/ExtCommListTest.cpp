@@ -36,7 +36,7 @@ constexpr U64 noAsBandwidth = 0x400400004b3ebc20;
 constexpr U64 validity = 0x4300000000000002; // non-transitive
 constexpr U64 opaque = 0x4301000000000001;   // non-transitive, cost community
 
-/// Lists of communities that the agent's own rule parses.
+/// Lists of communities parsed by an agent's own rule.
 class ExtCommLists : public testing::TestWithParam<bool> {
   protected:
     ExtCommList::Ptr fill(std::initializer_list<U64> values) {
@@ -66,7 +66,7 @@ class ExtCommLists : public testing::TestWithParam<bool> {
 
 INSTANTIATE_TEST_SUITE_P(Mode, ExtCommLists, bothPointerModes(), pointerModeName);
 
-/// The published mix of identities, spelled out once more in the plainest way.
+/// The published hash of identities, computed naively.
 template <class Objects>
 U32 mixOf(Objects const& objects) {
     U32 h = 0;
@@ -83,7 +83,7 @@ U32 mixOf(Objects const& objects) {
     return h + (h << 15);
 }
 
-TEST_P(ExtCommLists, AreOneObjectForOneSetAndShareTheirClassificationLists) {
+TEST_P(ExtCommLists, InternEqualSetsAndShareClassificationLists) {
     auto const list = intern({soo, rt2, rt1, rt2});
     EXPECT_EQ(list->comms(), 3U);
     EXPECT_EQ(intern({rt1, soo, rt2}), list);
@@ -107,7 +107,7 @@ TEST_P(ExtCommLists, AreOneObjectForOneSetAndShareTheirClassificationLists) {
               rts.get());
 }
 
-TEST_P(ExtCommLists, KnowWhatTheyHold) {
+TEST_P(ExtCommLists, ReportTheirMembers) {
     struct {
         std::initializer_list<U64> values;
         U32 transitive;
@@ -126,7 +126,7 @@ TEST_P(ExtCommLists, KnowWhatTheyHold) {
         EXPECT_EQ(list->hasLinkBandwidthWithUnspecifiedAsNumber(), row.unspecifiedAs);
         EXPECT_EQ(list->hasOriginValidationState(), row.originValidation);
     }
-    // One that is rebuilt from a store is split, and not counted.
+    // A list rebuilt from a store is split but not counted.
     auto const rebuilt = fill({noAsBandwidth, rt1, rt1});
     rebuilt->createClassificationListVector(false);
     EXPECT_EQ(rebuilt->totalCommunities(), 2U);
@@ -139,7 +139,7 @@ TEST_P(ExtCommLists, KnowWhatTheyHold) {
     EXPECT_EQ(table->rtExtCommClassificationListDedupTable()->size(), 0U);
 }
 
-TEST_P(ExtCommLists, SendWhatASelectionAdmits) {
+TEST_P(ExtCommLists, SerializeSelectedMembers) {
     auto const all = intern({bandwidth, rtDotted, validity, rt1, opaque});
     auto const none = intern({opaque});
     struct {
@@ -171,7 +171,7 @@ TEST_P(ExtCommLists, SendWhatASelectionAdmits) {
     }
 }
 
-TEST(ExtCommListSerialization, IsSelectedReadAndWritten) {
+TEST(ExtCommListSerialization, ReadsAndWritesSelections) {
     EXPECT_EQ(ExtCommList::serialization(true, false, true).value(), 0x1U);
     EXPECT_EQ(ExtCommList::serialization(false, false, false).value(), 0x2U);
     EXPECT_EQ(ExtCommList::serialization(false, true, false).value(), 0x6U);
@@ -236,8 +236,8 @@ TEST_P(ExtCommLists, HandOutSnapshots) {
               "ExtCommClassificationListSnapshot::commIs");
 }
 
-TEST_P(ExtCommLists, SnapshotsTellOfEachMapByItsPlaceInTheirTable) {
-    struct Ear : ExtCommListSnapshot::Notifiee {
+TEST_P(ExtCommLists, SnapshotsNotifyOfEachMapByItsAttributeNumber) {
+    struct Observer : ExtCommListSnapshot::Notifiee {
         using Notifiee::Notifiee;
         void handleComm(U64 const& community) override { comms.push_back(community); }
         void handleClassificationList(ExtCommClassification classification) override {
@@ -248,11 +248,11 @@ TEST_P(ExtCommLists, SnapshotsTellOfEachMapByItsPlaceInTheirTable) {
     };
     auto const list = intern({rt1});
     auto const snapshot = list->commSnapshot();
-    Ear ear(snapshot);
+    Observer observer(snapshot);
     snapshot->commDelAll();
     snapshot->classificationListDelAll();
-    EXPECT_EQ(ear.comms, std::vector{rt1});
-    EXPECT_EQ(ear.classes, std::vector{extCommClassificationRouteTarget});
+    EXPECT_EQ(observer.comms, std::vector{rt1});
+    EXPECT_EQ(observer.classes, std::vector{extCommClassificationRouteTarget});
     using Part = ExtCommClassificationListSnapshot;
     EXPECT_EQ(Part::staticType().attributes()[Part::commAttribute].name, "comms");
     auto const names = ExtCommListSnapshot::staticType().attributes();
@@ -264,7 +264,7 @@ TEST_P(ExtCommLists, SnapshotsTellOfEachMapByItsPlaceInTheirTable) {
               "classificationLists");
 }
 
-TEST_P(ExtCommLists, SnapshotsMayLoseTheirLastPointerWhileTheyAreUsed) {
+TEST_P(ExtCommLists, SnapshotsMayBeReleasedWhileInUse) {
     auto const snapshotOfTwo = [&] { return fill({rt1, color})->commSnapshot(); };
     auto snapshot = snapshotOfTwo();
     auto visited = 0;
@@ -274,8 +274,9 @@ TEST_P(ExtCommLists, SnapshotsMayLoseTheirLastPointerWhileTheyAreUsed) {
     });
     EXPECT_EQ(visited, 2);
 
-    // What is replaced is the last reference to it, and who hears that it goes drops the snapshot.
-    struct Ear : NotifyingRouteTargetList::Notifiee {
+    // The replaced value holds the last reference, and an observer of its removal drops the
+    // snapshot.
+    struct Observer : NotifyingRouteTargetList::Notifiee {
         using Notifiee::Notifiee;
         void handleRt(RouteTarget const&) override { dropped = nullptr; }
         ExtCommListSnapshot::Ptr dropped;
@@ -283,11 +284,11 @@ TEST_P(ExtCommLists, SnapshotsMayLoseTheirLastPointerWhileTheyAreUsed) {
     auto const otherComms = extCommDedupTableFactory(container->extCommParser());
     auto const other = ExtComm::dedupContent(otherComms.get(), ExtCommContent(rt1));
     snapshot = snapshotOfTwo();
-    Ear ear(comms->notifyingRouteTargetList());
+    Observer observer(comms->notifyingRouteTargetList());
     auto& onlyHeldByTheEar = *snapshot;
-    ear.dropped = std::exchange(snapshot, nullptr);
+    observer.dropped = std::exchange(snapshot, nullptr);
     onlyHeldByTheEar.commIs(other);
-    EXPECT_FALSE(ear.dropped);
+    EXPECT_FALSE(observer.dropped);
     EXPECT_EQ(other->referenceCount(), 2U) << "this one and its table";
 }
 
@@ -299,7 +300,7 @@ TEST_P(ExtCommLists, ReadingAllocatesNothing) {
     EXPECT_EQ(allocationsSoFar(), before);
 }
 
-TEST_P(ExtCommLists, TextsAndOctetsAreWholeOrRefusedAndMadeInOneAllocation) {
+TEST_P(ExtCommLists, TextsAndOctetsTakeOneAllocationAndThrowIfItFails) {
     auto const list = intern({rt1, rtDotted, soo, color, bandwidth, validity, opaque});
     auto const part = list->classificationList(extCommClassificationRouteTarget);
     auto const whole = [](auto call) { EXPECT_EQ(wholeOrRefused(call), 1); };
@@ -311,7 +312,7 @@ TEST_P(ExtCommLists, TextsAndOctetsAreWholeOrRefusedAndMadeInOneAllocation) {
     EXPECT_EQ(wholeOrRefused([&] { return list->matchCommunitiesRegex(&regex); }), 0);
 }
 
-// Kinds of an agent's own: each overrides one of the published operations.
+// An agent's own types, each of which overrides one published operation.
 
 class OwnShow final : public ExtCommColor {
   public:
@@ -345,7 +346,7 @@ Mox::PtrConst<Own> internOwn(ExtCommDedupTable const& comms, Mox::Ptr<Own> const
     return Mox::staticPtrCast<Own const>(comms.dedupHashTable()->dedup(own));
 }
 
-TEST_P(ExtCommLists, TextsOfAnAgentsOwnKindsAreInThoseOfLists) {
+TEST_P(ExtCommLists, ListTextsIncludeTextsOfAnAgentsOwnTypes) {
     auto const list = extCommListFactory();
     list->commIs(internOwn(*comms, Mox::makeActive<OwnShow>(ExtCommContent(color))));
     list->commIs(internOwn(*comms, Mox::makeActive<OwnPolicy>(extCommClassificationUnSpecified,
@@ -376,7 +377,7 @@ TEST_P(ExtCommLists, TextsOfAnAgentsOwnKindsAreInThoseOfLists) {
     wholeOrRefused([&] { return list->matchCommunitiesRegex(&regex); });
 }
 
-TEST_P(ExtCommLists, MatchesAreRememberedWhileTheListIsInterned) {
+TEST_P(ExtCommLists, VerdictsAreCachedWhileTheListIsInterned) {
     auto const own = internOwn(*comms, Mox::makeActive<OwnPolicy>(extCommClassificationUnSpecified,
                                                                   ExtCommContent(opaque)));
     Routing::RouteMap::PosixRegex const regex("own:4");
@@ -388,7 +389,7 @@ TEST_P(ExtCommLists, MatchesAreRememberedWhileTheListIsInterned) {
     };
     auto list = fill({rt1});
     list->commIs(own);
-    EXPECT_EQ(asked(*list, regex) + asked(*list, regex), 4) << "it may change yet";
+    EXPECT_EQ(asked(*list, regex) + asked(*list, regex), 4) << "it may still change";
     list->dedup(table.get());
     EXPECT_EQ(asked(*list, regex), 2);
     EXPECT_EQ(asked(*list, other), 2);
@@ -402,7 +403,7 @@ TEST_P(ExtCommLists, MatchesAreRememberedWhileTheListIsInterned) {
         << "another list, " << (list == place ? "" : "not ") << "in the same place";
 }
 
-TEST_P(ExtCommLists, ThatLostReadAsTheOneThatIsInterned) {
+TEST_P(ExtCommLists, DuplicatesReadLikeTheInternedList) {
     auto const list = intern({rt1, noAsBandwidth, validity});
     auto const lost = fill({validity, rt1, noAsBandwidth, rt1});
     ASSERT_EQ(lost->dedup(table.get()), list);
@@ -415,14 +416,14 @@ TEST_P(ExtCommLists, ThatLostReadAsTheOneThatIsInterned) {
     EXPECT_EQ(lost->snapshot()->classificationLists(), list->snapshot()->classificationLists());
 }
 
-TEST_P(ExtCommLists, HitAllocatesTheListAndItsArrays) {
+TEST_P(ExtCommLists, HitsAllocateOnlyTheListAndItsArrays) {
     auto const list = intern({color, rt2, rt1});
     auto const before = allocationsSoFar();
     EXPECT_EQ(intern({rt1, rt2, color, color}), list);
     EXPECT_LE(allocationsSoFar() - before, 3U) << "list, members, classification lists";
 }
 
-TEST_P(ExtCommLists, AppendedToThemselves) {
+TEST_P(ExtCommLists, CanBeAppendedToThemselves) {
     auto const list = fill({rt2, rt1});
     list->append(list);
     list->append(nullptr);
@@ -446,7 +447,7 @@ TEST_P(ExtCommListModel, EveryAllocationMayFail) {
     everyAllocationMayFail<EightOctets>();
 }
 
-TEST_P(ExtCommListModel, ListsReleasedWhileTheyAreStreamedArePrintedWhole) {
+TEST_P(ExtCommListModel, ListsReleasedWhileStreamingPrintCompletely) {
     EightOctets row;
     streamedWholeThoughReleasedMeanwhile(row);
 }
@@ -456,8 +457,8 @@ TEST_P(ExtCommListModel, RandomListsAndTheirObserversAgreeWithSets) {
         EightOctets row;
         RandomLists(row, seed).operate(5000);
         ASSERT_FALSE(HasFatalFailure()) << "seed " << seed;
-        EXPECT_EQ(row.ear.came, row.ear.went);
-        EXPECT_GT(row.ear.came, 100);
+        EXPECT_EQ(row.observer.came, row.observer.went);
+        EXPECT_GT(row.observer.came, 100);
     }
 }
 
@@ -502,13 +503,13 @@ TEST_P(ExtCommListsDeathTest, Contracts) {
              unsorted->createClassificationListVector(true);
              (void)unsorted->hash();
          }},
-        // What is announced is what is written: one origin validation state.
+        // The announced length equals the written one: one origin validation state.
         {"'serialized.size() == attrSize_ + headerSize_'",
          [&] { (void)twice->serialize(Serialization(0xa)); }},
     });
 }
 
-TEST(NullArgumentsDeathTest, FailTheCallThatGetsThem) {
+TEST(NullArgumentsDeathTest, AssertInTheCallee) {
     auto const table = extCommListDedupTableFactory();
     ClassificationListVector<ExtCommClassificationList> vector;
     auto const collection = table->notifyingRtExtCommListCollection();
@@ -539,8 +540,8 @@ TEST(NullArgumentsDeathTest, FailTheCallThatGetsThem) {
     });
 }
 
-TEST(ExtCommListOrder, OfEqualValuesTheFirstAppendedStays) {
-    // Two objects of one value: interned in two tables.
+TEST(ExtCommListOrder, KeepsTheFirstOfEqualValues) {
+    // Two objects with equal values, interned in two tables.
     EightOctets ours;
     EightOctets theirs;
     auto const list = extCommListFactory();

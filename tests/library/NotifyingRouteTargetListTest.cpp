@@ -14,7 +14,7 @@ using Routing::Bgp::NotifyingRouteTargetList;
 using Routing::Bgp::notifyingRouteTargetListFactory;
 using Routing::Bgp::RouteTarget;
 
-class Ear : public NotifyingRouteTargetList::Notifiee {
+class RecordingObserver : public NotifyingRouteTargetList::Notifiee {
   public:
     using Notifiee::Notifiee;
     void handleRt(RouteTarget const& rt) override {
@@ -31,9 +31,9 @@ constexpr RouteTarget a(0x0002000100000001);
 constexpr RouteTarget b(0x0002000100000002);
 constexpr RouteTarget c(0x01020a0000010003);
 
-TEST(NotifyingRouteTargetList, TellsOfEveryChangeOnce) {
+TEST(NotifyingRouteTargetList, NotifiesOfEachChangeOnce) {
     auto const list = notifyingRouteTargetListFactory();
-    Ear ear(list);
+    RecordingObserver observer(list);
     list->rtIs(a);
     list->rtIs(a);
     EXPECT_TRUE(list->rtDel(a));
@@ -42,42 +42,42 @@ TEST(NotifyingRouteTargetList, TellsOfEveryChangeOnce) {
     list->rtIs(c);
     list->rtDelAll();
     EXPECT_EQ(list->rts(), 0U);
-    EXPECT_EQ(ear.log, " +1:1 -1:1 +1:2 +10.0.0.1:3 -1:2 -10.0.0.1:3");
-    ear.notifierIs(nullptr);
-    ear.log.clear();
+    EXPECT_EQ(observer.log, " +1:1 -1:1 +1:2 +10.0.0.1:3 -1:2 -10.0.0.1:3");
+    observer.notifierIs(nullptr);
+    observer.log.clear();
     list->rtIs(a);
-    EXPECT_EQ(ear.log, "");
+    EXPECT_EQ(observer.log, "");
 }
 
-TEST(NotifyingRouteTargetList, AnObserverThatAddsWhileAllIsRemovedIsHeard) {
+TEST(NotifyingRouteTargetList, ObserversMayAddWhileAllAreRemoved) {
     auto const list = notifyingRouteTargetListFactory();
     list->rtIs(a);
     list->rtIs(b);
-    Ear ear(list);
-    ear.then = [&] {
+    RecordingObserver observer(list);
+    observer.then = [&] {
         list->rtDel(b);
         list->rtIs(c);
     };
     list->rtDelAll();
-    EXPECT_EQ(ear.log, " -1:1 -1:2 +10.0.0.1:3");
+    EXPECT_EQ(observer.log, " -1:1 -1:2 +10.0.0.1:3");
     EXPECT_EQ(list->rts(), 1U) << "what was added meanwhile stays";
 }
 
-TEST(NotifyingRouteTargetList, MayLoseItsLastPointerWhileItIsWalked) {
-    Ear ear;
+TEST(NotifyingRouteTargetList, MayBeReleasedDuringIteration) {
+    RecordingObserver observer;
     auto const onlyHeldByTheEar = [&] {
         auto const list = notifyingRouteTargetListFactory();
         list->rtIs(a);
         list->rtIs(b);
-        ear.notifierIs(list);
+        observer.notifierIs(list);
         return list.get();
     };
-    ear.then = [&] { ear.notifierIs(nullptr); };
+    observer.then = [&] { observer.notifierIs(nullptr); };
     onlyHeldByTheEar()->rtDelAll();
-    EXPECT_EQ(ear.log, " -1:1");
+    EXPECT_EQ(observer.log, " -1:1");
     auto visited = 0;
     onlyHeldByTheEar()->forEachRt([&](RouteTarget const&) {
-        ear.notifierIs(nullptr);
+        observer.notifierIs(nullptr);
         ++visited;
     });
     EXPECT_EQ(visited, 2);

@@ -36,7 +36,7 @@ TEST(RouteTargetPrefixTest, LengthKeepsTheLeadingBits) {
         auto const masked = prefix(allBits, c.bitlen);
         EXPECT_EQ(masked.prefixBits(), c.mask);
         EXPECT_EQ(masked.bitlen(), c.bitlen);
-        // The stored length decides, whatever is asked.
+        // The stored length determines the mask, whatever the argument.
         EXPECT_EQ(masked.mask(7), c.mask);
     }
 }
@@ -85,7 +85,7 @@ TEST(RouteTargetPrefixTest, CommonPrefixIsAtMostTheShorter) {
     EXPECT_EQ(outOfRange.commonPrefixLen(p), 64);
 }
 
-TEST(RouteTargetPrefixTest, HashTellsPrefixLengthAndSeedApart) {
+TEST(RouteTargetPrefixTest, HashDependsOnPrefixLengthAndSeed) {
     auto const p = prefix(4, 63);
     EXPECT_EQ(p.hash(1), prefix(4, 63).hash(1));
     EXPECT_NE(p.hash(1), p.hash(2));
@@ -101,10 +101,10 @@ TEST(RouteTargetPrefixTest, Texts) {
     auto const shorter = prefix(0x0002fde800000064, 62);
     EXPECT_EQ(valueToStrep(shorter), text("842122827661412", "62"));
     expectReadsBack(shorter);
-    EXPECT_LT(shorter, prefix(0x0002fde800000064, 63)) << "the length takes part in the order";
+    EXPECT_LT(shorter, prefix(0x0002fde800000064, 63)) << "the length affects the order";
 }
 
-TEST(RouteTargetPrefixTest, ErrorsOfTheTextSayWhatAndWhere) {
+TEST(RouteTargetPrefixTest, ParseErrorsHaveExpectedTextAndOffset) {
     auto const read = [](std::string const& from) { strepToValue<RouteTargetPrefix>(from); };
     EXPECT_EQ(errorOf<Mox::RangeException>([&] { read(text("1", "65")); }), lengthError);
     EXPECT_EQ(errorOf<Mox::RangeException>([&] { read(text("18446744073709551616", "1")); }),

@@ -40,13 +40,13 @@ class RtExtCommLists : public testing::TestWithParam<bool> {
 
 INSTANTIATE_TEST_SUITE_P(Mode, RtExtCommLists, bothPointerModes(), pointerModeName);
 
-/// Does something in the middle of a notification.
-class Doer : public RtEar {
+/// Calls a function during a notification.
+class ReactingObserver : public RtObserver {
   public:
-    using RtEar::RtEar;
+    using RtObserver::RtObserver;
 
     void handleRtExtCommList(NotifierPtr const& each) override {
-        RtEar::handleRtExtCommList(each);
+        RtObserver::handleRtExtCommList(each);
         auto const hook = notifier()->rtExtCommListHas(each) ? onCome : onGo;
         if (hook) {
             hook(each);
@@ -57,7 +57,7 @@ class Doer : public RtEar {
     std::function<void(NotifierPtr const&)> onGo;
 };
 
-TEST_P(RtExtCommLists, AreFollowedWhileAnybodyHoldsThem) {
+TEST_P(RtExtCommLists, AreInTheCollectionWhileReferenced) {
     auto first = list({rtA, rtB});
     auto second = list({rtB, other, rtA});
     auto rts = rtsOf(*first);
@@ -67,10 +67,10 @@ TEST_P(RtExtCommLists, AreFollowedWhileAnybodyHoldsThem) {
     EXPECT_EQ(notifier->toStrep(), rts->toStrep());
     first = nullptr;
     second = nullptr;
-    EXPECT_EQ(row.ear.went, 0) << "whoever holds the part keeps it in use";
+    EXPECT_EQ(row.observer.went, 0) << "a holder of the part keeps it in use";
     rts = nullptr;
-    EXPECT_EQ(row.ear.came, 1);
-    EXPECT_EQ(row.ear.went, 1);
+    EXPECT_EQ(row.observer.came, 1);
+    EXPECT_EQ(row.observer.went, 1);
     auto const* const left = notifier->rtExtCommListRawPtr();
     EXPECT_EQ(left->dedupState(), Kel::dedupHandleStateLeft());
     EXPECT_EQ(left->lifeTimeNotifier(), nullptr);
@@ -78,7 +78,7 @@ TEST_P(RtExtCommLists, AreFollowedWhileAnybodyHoldsThem) {
     EXPECT_NE(rtsOf(*list({rtA, rtB})).get(), left);
 }
 
-TEST_P(RtExtCommLists, MadeByHandAreFollowedToo) {
+TEST_P(RtExtCommLists, InternedDirectlyAreInTheCollection) {
     auto const rts = extCommClassificationListFactory(extCommClassificationRouteTarget);
     rts->commIs(row.comm(rtA));
     auto const interned = rts->dedup(row.table.get());
@@ -88,17 +88,17 @@ TEST_P(RtExtCommLists, MadeByHandAreFollowedToo) {
         [&](auto const& each) { EXPECT_EQ(each->rtExtCommListRawPtr(), rts.get()); });
 }
 
-TEST_P(RtExtCommLists, AreWithdrawnWhenNotificationStops) {
+TEST_P(RtExtCommLists, AreRemovedWhenNotificationStops) {
     auto const held = list({rtA});
     auto const heldToo = list({rtB, other});
     row.table->rtExtCommClassificationListDedupTable()->lifeTimeNotifieeIs(nullptr);
-    EXPECT_EQ(row.ear.went, 2);
+    EXPECT_EQ(row.observer.went, 2);
     EXPECT_EQ(row.collection->rtExtCommLists(), 0U);
     EXPECT_EQ(rtsOf(*held)->lifeTimeNotifier(), nullptr);
     EXPECT_EQ(rtsOf(*held)->referenceCount(), 3U) << "the list, this and the table";
     EXPECT_EQ(list({rtA}), held);
     auto const unwatched = list({rtC});
-    EXPECT_EQ(row.ear.came, 2);
+    EXPECT_EQ(row.observer.came, 2);
 
     auto const& table = *row.table;
     auto const collection = notifyingRtExtCommListCollectionFactory();
@@ -113,62 +113,62 @@ TEST_P(RtExtCommLists, AreWithdrawnWhenNotificationStops) {
     EXPECT_EQ(collection->rtExtCommLists(), 1U);
 }
 
-TEST_P(RtExtCommLists, ObserversInternAndDropLists) {
+TEST_P(RtExtCommLists, ObserversMayInternAndReleaseLists) {
     std::vector<ExtCommList::PtrConst> mine;
-    Doer doer(row.collection);
-    doer.onCome = [&](auto const& each) {
+    ReactingObserver observer(row.collection);
+    observer.onCome = [&](auto const& each) {
         if (each->comm(extCommKey(*row.comm(rtA)))) {
             mine = {list({rtB, other}), list({rtB})};
         }
     };
-    doer.onGo = [&](auto const&) { auto const dropped = std::exchange(mine, {}); };
+    observer.onGo = [&](auto const&) { auto const dropped = std::exchange(mine, {}); };
     auto held = list({rtA});
     ASSERT_NO_FATAL_FAILURE(row.check({{rtA}, {rtB}}));
     held = nullptr;
     ASSERT_NO_FATAL_FAILURE(row.check({}));
     EXPECT_EQ(row.classificationLists(), 0U);
-    EXPECT_EQ(doer.came, 2);
-    EXPECT_EQ(doer.went, 2);
+    EXPECT_EQ(observer.came, 2);
+    EXPECT_EQ(observer.went, 2);
 }
 
-TEST_P(RtExtCommLists, TheTableMayGoWhileItNotifies) {
-    Doer doer(row.collection);
+TEST_P(RtExtCommLists, TheTableMayBeDestroyedDuringANotification) {
+    ReactingObserver observer(row.collection);
     auto const earlier = list({rtC});
-    doer.onCome = [&](auto const&) { row.table = nullptr; };
+    observer.onCome = [&](auto const&) { row.table = nullptr; };
     auto const held = list({rtA, other});
     EXPECT_FALSE(row.table);
     EXPECT_EQ(held->comms(), 2U);
     EXPECT_EQ(held->dedupState(), Kel::dedupHandleStateLeft());
     EXPECT_EQ(row.collection->rtExtCommLists(), 0U);
-    EXPECT_EQ(row.ear.went, 2);
+    EXPECT_EQ(row.observer.went, 2);
 
     EightOctets second;
-    Doer another(second.collection);
+    ReactingObserver another(second.collection);
     auto going = intern(second, {rtA});
     auto const staying = intern(second, {rtB});
     another.onGo = [&](auto const&) { second.table = nullptr; };
     going = nullptr;
     EXPECT_FALSE(second.table);
-    EXPECT_EQ(second.ear.went, 2);
+    EXPECT_EQ(second.observer.went, 2);
     EXPECT_EQ(rtsOf(*staying)->lifeTimeNotifier(), nullptr);
 }
 
-TEST_P(RtExtCommLists, AnObserverThatThrowsLeavesNothingBehind) {
-    Doer doer(row.collection);
-    doer.onCome = [](auto const&) { throw std::runtime_error("no"); };
+TEST_P(RtExtCommLists, NothingIsLeftOverIfAnObserverThrows) {
+    ReactingObserver observer(row.collection);
+    observer.onCome = [](auto const&) { throw std::runtime_error("no"); };
     auto const filled = fill(row, {rtB, other, rtA});
     EXPECT_THROW((void)filled->dedup(row.table.get()), std::runtime_error);
     EXPECT_EQ(row.classificationLists(), 0U);
-    EXPECT_EQ(row.ear.went, 1);
-    RtEar::NotifierPtr kept;
-    doer.onCome = [&](auto const& each) {
+    EXPECT_EQ(row.observer.went, 1);
+    RtObserver::NotifierPtr kept;
+    observer.onCome = [&](auto const& each) {
         kept = each;
         throw std::runtime_error("no");
     };
     EXPECT_THROW((void)filled->dedup(row.table.get()), std::runtime_error);
     EXPECT_EQ(kept->rtExtCommListRawPtr()->lifeTimeNotifier(), nullptr);
     ASSERT_NO_FATAL_FAILURE(row.check({}));
-    doer.onCome = nullptr;
+    observer.onCome = nullptr;
     EXPECT_EQ(filled->dedup(row.table.get()), filled.get());
     ASSERT_NO_FATAL_FAILURE(expectMembers(row, *filled, {rtA, rtB, other}));
     ASSERT_NO_FATAL_FAILURE(row.check({{rtA, rtB}}));
@@ -214,7 +214,7 @@ TEST_P(RtExtCommLists, AreTracedAtLevelNine) {
 using RtExtCommListsDeathTest = RtExtCommLists;
 INSTANTIATE_TEST_SUITE_P(Mode, RtExtCommListsDeathTest, bothPointerModes(), pointerModeName);
 
-TEST_P(RtExtCommListsDeathTest, AListHasOneNotifierWhileItIsInUse) {
+TEST_P(RtExtCommListsDeathTest, WrongNotifiersAssert) {
     auto const held = list({rtA});
     auto const rts = Mox::constPtrCast<RtExtCommClassificationList>(rtsOf(*held));
     auto const& notifiee = row.table->rtExtCommListLifeTimeNotifiee();

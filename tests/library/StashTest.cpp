@@ -112,7 +112,7 @@ TEST_F(Stash, RebuildsValuesAsPlainObjectsOutsideTables) {
     }
     auto const back = rebuilt(comm(rt));
     EXPECT_EQ(comms->dedupHashTable()->size(), 0U);
-    EXPECT_EQ(targets->rts(), 0U) << "told of what was rebuilt";
+    EXPECT_EQ(targets->rts(), 0U) << "notified of a rebuilt object";
     EXPECT_EQ(back->toStrep().str(), "<extCommPktTypeTransTwoOctetAs 0x0002fde800000001>");
     for (auto const& content : {ip6(0, 2, 1), ip6(0x40, 3, 65535), ip6(0xff, 0xff, 0)}) {
         expectPlain(*comm(content), ExtCommIp6::PtrConst(rebuilt(comm(content))));

@@ -22,8 +22,8 @@ using MoxStash::StoreManager;
 using MoxStash::StoreWriter;
 using Words = std::vector<U64>;
 
-/// A store of about as many octets as the environment variable VOBGP_STORE_SIZE says, 4096 if there
-/// is none, that holds every kind of record.
+/// A store with every kind of record, of about as many octets as the environment variable
+/// VOBGP_STORE_SIZE says, by default 4096.
 Words store() {
     auto const* const size = std::getenv("VOBGP_STORE_SIZE");
     auto const wanted = size == nullptr ? 4096 : std::stoul(size);
@@ -41,7 +41,7 @@ std::span<std::byte const> octetsOf(Words const& words) {
     return std::as_bytes(std::span(words));
 }
 
-/// Reads everything that is there; whether it was refused. What else goes wrong comes through.
+/// Reads everything; returns whether it was refused. Other exceptions are passed on.
 bool isRefused(std::span<std::byte const> octets, std::string& text) {
     try {
         StoreManager manager("memory", octets);
@@ -56,7 +56,7 @@ bool isRefused(std::span<std::byte const> octets, std::string& text) {
     }
 }
 
-/// Calls the operation with each store that differs from that one in a bit.
+/// Calls the operation with each store that differs in one bit.
 template <class Operation>
 void withEachBitFlipped(Words words, Operation operation) {
     for (std::size_t bit = 0; bit < words.size() * 64; ++bit) {
@@ -67,7 +67,7 @@ void withEachBitFlipped(Words words, Operation operation) {
     }
 }
 
-TEST(StoreDamage, IsNoticedWhateverBitItChanges) {
+TEST(StoreDamage, IsDetectedInEveryBit) {
     auto const sound = store();
     std::string text;
     ASSERT_FALSE(isRefused(octetsOf(sound), text));
@@ -80,9 +80,9 @@ TEST(StoreDamage, IsNoticedWhateverBitItChanges) {
     }
 }
 
-/// Somebody changed it on purpose: what is rebuilt may be something else, but it is sound, which
-/// copyStore() sees to, and is what the change made of it.
-TEST(StoreDamage, DoesNoHarmIfTheChecksumSaysThatThereIsNone) {
+/// With a valid checksum, rebuilt objects may differ from the original, but they must be sound
+/// (copyStore() checks) and reflect the change.
+TEST(StoreDamage, IsHarmlessWithAValidChecksum) {
     auto const sound = store();
     std::string before;
     ASSERT_FALSE(isRefused(octetsOf(sound), before));
@@ -97,20 +97,20 @@ TEST(StoreDamage, DoesNoHarmIfTheChecksumSaysThatThereIsNone) {
     });
     EXPECT_GT(refused, sound.size() * 64 / 4);
     EXPECT_GT(others, sound.size() * 64 / 8);
-    // The bits of the checksum, and three that no list has any use for: the two flags of a list of
-    // IPv6-specific communities, and that one is sorted which is split.
-    EXPECT_EQ(same, 64U + 3U) << "something counts for nothing";
+    // The bits of the checksum, and three redundant flags: the two flags of a list of IPv6-specific
+    // communities, and the sorted flag of a split list.
+    EXPECT_EQ(same, 64U + 3U) << "some bits have no effect";
 }
 
-/// Cut anywhere, and its end, its size and its checksum made good.
-TEST(StoreDamage, DoesNoHarmIfItIsCutOnPurpose) {
+/// Truncated anywhere, with end, size and checksum corrected.
+TEST(StoreDamage, IsHarmlessInTruncatedStoresWithAValidChecksum) {
     auto const sound = store();
     std::size_t attached = 0;
     for (std::size_t size = Format::headerWords + 2; size < sound.size(); ++size) {
         Words words(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(size));
         words.back() = sound.back();
         words[2] = size * sizeof(U64);
-        // The last record that is still whole is called the directory.
+        // Makes the last complete record the directory.
         std::size_t last = 0;
         for (std::size_t at = Format::headerWords; at < size - 1;
              at += Format::load<Format::RecordHead>(&words[at]).words) {
@@ -121,7 +121,7 @@ TEST(StoreDamage, DoesNoHarmIfItIsCutOnPurpose) {
         std::string text;
         ASSERT_NO_THROW(attached += !isRefused(octetsOf(words), text)) << size << " words";
     }
-    EXPECT_EQ(attached, 0U) << "some other record was taken for the directory";
+    EXPECT_EQ(attached, 0U) << "another record was taken for the directory";
 }
 
 } // namespace

@@ -89,7 +89,7 @@ TEST(PacketTypes, EnumerationTextReadsBack) {
 
 TEST(PacketTypes, TypesAndSubtypesAsStrings) {
     EXPECT_EQ(extCommSubtypeString<BgpExtCommPktSubtypeTransTwoOctetAs>(0x14), "subtype=20")
-        << "a registered member that the wire may not carry";
+        << "a registered member that is not valid on the wire";
     EXPECT_EQ(extCommSubtypeString<BgpExtCommPktSubtypeEvpn>(255), "subtype=255");
     EXPECT_EQ(extCommTypeAsString("", 0x00, 0x02, true), "0002");
     EXPECT_EQ(extCommTypeAsString("-AS", 0x40, 0x04, false), "0004-AS(NT)");
@@ -109,7 +109,7 @@ TEST(ExtCommContent, PartsFollowTheWireOrder) {
     expectReadsBack(content);
 }
 
-TEST(ExtCommContent, PrintsItsOctetsWhateverTheStreamIsSetTo) {
+TEST(ExtCommContent, PrintsItsOctetsRegardlessOfStreamFlags) {
     std::ostringstream os;
     os << ExtCommContent(0x000200640000000a) << ' ' << ExtCommContent();
     EXPECT_EQ(os.str(), "0x000200640000000a 000000000000000000");

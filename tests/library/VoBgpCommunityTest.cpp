@@ -104,7 +104,7 @@ TEST(ExtCommText, PolicyFormsUnderEveryFlagWord) {
     struct {
         Layout layout;
         U64 community;
-        // Shown in front if both flags for it are set.
+        // Printed as a prefix if both flags for it are set.
         char const* type;
         char const* plain;
         char const* qualified;
@@ -142,7 +142,7 @@ TEST(ExtCommText, PolicyFormsUnderEveryFlagWord) {
 }
 
 TEST(ExtCommText, StreamsKeepTheirState) {
-    /// A kind from outside that leaves the stream in a mess.
+    /// An agent's own type that changes the stream's state.
     class Messy : public ExtComm {
       public:
         using ExtComm::ExtComm;
@@ -192,7 +192,7 @@ TEST(StrepFormat, AnyOtherTextThrowsWithItsOffset) {
     }
     EXPECT_EQ(errorOf<Mox::ParseException>([&] { strepToValue<Format>(text + " "); }),
               "expected the end of the text at offset " + std::to_string(text.size()));
-    // Read from the middle of a longer text, the place moves behind the value.
+    // Reading from the middle of a longer text advances the position past the value.
     String const longer("xx" + text + "yy");
     auto it = longer.begin() + 2;
     EXPECT_EQ(Format(it, longer.end()), Format(0x2a));
@@ -205,17 +205,17 @@ class ExtCommTable : public testing::TestWithParam<bool> {
     PointerMode const mode_{GetParam()};
 
   protected:
-    /// Interns an object that was built by hand.
+    /// Interns an object built by the test.
     ExtComm::PtrConst intern(ExtComm::Ptr const& object) {
         return Mox::staticPtrCast<ExtComm const>(table->dedupHashTable()->dedup(object));
     }
-    /// With a rule that no plug-in has taught anything.
+    /// With a rule without sub-rules.
     ExtCommDedupTable::Ptr table = extCommDedupTableFactory(bgpParseExtendedCommunityRuleFactory(
         BgpParseExtCommControl(bgpParseExtCommRuleCollectionsFactory())));
 };
 INSTANTIATE_TEST_SUITE_P(Mode, ExtCommTable, bothPointerModes(), pointerModeName);
 
-TEST_P(ExtCommTable, EqualContentsAreOneObjectWhateverTheirClassification) {
+TEST_P(ExtCommTable, EqualContentsShareOneObjectRegardlessOfClassification) {
     ExtCommContent const content(0x0306000000000001);
     auto first = intern(make(Layout::subtyped, content.community(), extCommClassificationColor));
     EXPECT_EQ(ExtComm::dedupContent(table.get(), content), first);
@@ -244,11 +244,11 @@ TEST_P(ExtCommTable, RouteTargetsFollowTheTable) {
     rt = intern(make(Layout::twoOctetAs, 0x0002fde800000065, extCommClassificationRouteTarget));
     auto const kept = list;
     table = nullptr;
-    EXPECT_EQ(kept->rts(), 0U) << "a table that goes empties its list, whatever is still held";
+    EXPECT_EQ(kept->rts(), 0U) << "destroying the table empties its list";
     EXPECT_EQ(rt->toStrepForPolicy(Format(1)), "65000:101");
 }
 
-TEST_P(ExtCommTable, AListThatThrowsLeavesNeitherCommunityNorRouteTarget) {
+TEST_P(ExtCommTable, NothingIsLeftOverIfAnObserverThrows) {
     class Thrower : public NotifyingRouteTargetList::Notifiee {
       public:
         using Notifiee::Notifiee;
@@ -269,7 +269,7 @@ TEST_P(ExtCommTable, AListThatThrowsLeavesNeitherCommunityNorRouteTarget) {
     EXPECT_EQ(list->rts(), 1U);
 }
 
-TEST_P(ExtCommTable, DumpsItsMembersAsTheyShow) {
+TEST_P(ExtCommTable, DumpsTheShowFormsOfItsMembers) {
     auto const held = ExtComm::dedupContent(table.get(), ExtCommContent(0x0506000000000001));
     auto const dump = dumpOf(*table, 1);
     EXPECT_NE(
@@ -301,7 +301,7 @@ TEST(ExtCommReflection, AttributesReadAsText) {
     EXPECT_EQ(type.attribute("address"), nullptr);
 }
 
-TEST(ExtCommDeathTest, SubtypeNamesAreAskedOfTheRightFamily) {
+TEST(ExtCommDeathTest, SubtypeNamesOfAnotherFamilyAssert) {
     auto const evpn = make(Layout::subtyped, 0x0600000000000000);
     auto const plain = make(Layout::plain, 0x0600000000000000);
     expectAssertions({{"^VoBgpCommunity.cpp:#: pktSubtypeTransTwoOctetAsString: Assertion "

@@ -58,7 +58,7 @@ TEST(BgpDenseU32Attr, ErrorsNameTheOperation) {
     EXPECT_EQ(word.value(), 0xffffffffU);
 }
 
-TEST(BgpMaybeU63, AValueOutOfRangeLeavesAnUnspecifiedOne) {
+TEST(BgpMaybeU63, OutOfRangeValuesBecomeUnspecified) {
     BgpExtCommPktSubtype subtype(255);
     EXPECT_EQ(errorOf<Mox::RangeException>([&] { subtype.valueIs(256); }),
               "value < min or > max not allowed");
@@ -71,7 +71,7 @@ TEST(BgpMaybeU63, AValueOutOfRangeLeavesAnUnspecifiedOne) {
     EXPECT_TRUE(base.isUnspecified());
 }
 
-TEST(BgpMaybeU63, TextsForPeopleAndForReadingBackDiffer) {
+TEST(BgpMaybeU63, DisplayTextDiffersFromValueText) {
     BgpExtCommPktSubtype const none;
     BgpExtCommPktSubtype const zero(0);
     EXPECT_EQ(none.toStrep(), "-");
@@ -89,7 +89,7 @@ TEST(BgpMaybeU63, TextsForPeopleAndForReadingBackDiffer) {
     EXPECT_THROW(strepToValue<BgpMaybeU63>("1"), Mox::RangeException);
 }
 
-TEST(BgpMaybeU63DeathTest, AnUnspecifiedValueIsNotANumber) {
+TEST(BgpMaybeU63DeathTest, ReadingAnUnspecifiedValueAsserts) {
     EXPECT_DEATH((void)static_cast<U64>(BgpExtCommPktSubtype()),
                  "VoBgpMiscTypes.cpp:[0-9]+: operator.*: Assertion '!isUnspecified\\(\\) && "
                  "\"Caller must check isUnspecified\\(\\) before getting value\\(\\)\"' failed\\.");

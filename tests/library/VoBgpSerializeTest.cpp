@@ -41,8 +41,8 @@ TEST(Serialize, WritesNetworkOrder) {
          {"Assertion 'size <= capacity_' failed", [&] { out.sizeIs(4097); }}});
 }
 
-TEST(Serialize, KeepsItsOctetsWhenItGrows) {
-    // Integers that lie across the end of the area that the buffer starts in, at every offset.
+TEST(Serialize, KeepsItsOctetsOnGrowth) {
+    // Integers that cross the end of the inline buffer, at every offset.
     for (unsigned before = 4088; before <= 4097; ++before) {
         Serialize out;
         std::string expected;
@@ -58,7 +58,7 @@ TEST(Serialize, KeepsItsOctetsWhenItGrows) {
     }
 }
 
-TEST(Serialize, StaysAsItWasWhereMemoryRunsOut) {
+TEST(Serialize, IsUnchangedIfAllocationFails) {
     Serialize out;
     for (unsigned i = 0; i < 1024; ++i) {
         out.addU32hton(i);
@@ -75,7 +75,7 @@ TEST(Serialize, StaysAsItWasWhereMemoryRunsOut) {
 
 // ---- Path attributes ----------------------------------------------------------------------------
 
-TEST(SerializePathAttribute, TheHeaderFitsTheValue) {
+TEST(SerializePathAttribute, ChoosesTheHeaderByLength) {
     struct {
         U32 flags;
         U32 size;
@@ -85,10 +85,10 @@ TEST(SerializePathAttribute, TheHeaderFitsTheValue) {
         {0xc0, 255, octets({0xc0, 8, 255})},
         {0xc0, 256, octets({0xd0, 8, 1, 0})},
         {0xc0, 65535, octets({0xd0, 8, 255, 255})},
-        // Any combination is carried.
+        // Any combination is written.
         {0x4f, 1, octets({0x4f, 8, 1})},
     };
-    // One that is used again and again, its buffer grown in between.
+    // Reused repeatedly, with its buffer grown in between.
     SerializePathAttribute again(BgpPathAttrType::origin, BgpPathAttrFlag::transitive, 1);
     for (auto const& row : rows) {
         auto const flags = static_cast<BgpPathAttrFlag>(row.flags);
@@ -101,13 +101,13 @@ TEST(SerializePathAttribute, TheHeaderFitsTheValue) {
             again.addU8(7);
             patched.addU8(7);
         }
-        EXPECT_EQ(fresh.capacity(), capacity) << "room for all was made at the start";
+        EXPECT_EQ(fresh.capacity(), capacity) << "capacity was reserved at the start";
         EXPECT_EQ(fresh.headerSize(), row.header.size());
         EXPECT_EQ(fresh.attrSize(), row.size);
         std::string const value(row.size, 7);
         EXPECT_EQ(fresh.serializedString(), row.header + value);
         EXPECT_EQ(again.serializedString(), row.header + value);
-        // Twice: the first time leaves everything in its place.
+        // Twice: the first run allocates everything.
         for (int i = 0; i < 2; ++i) {
             EXPECT_EQ(patched.patchHdrAndStringify(BgpPathAttrType::community, flags),
                       row.header + value);
@@ -117,7 +117,7 @@ TEST(SerializePathAttribute, TheHeaderFitsTheValue) {
     }
 }
 
-TEST(SerializePathAttributeAutoExtLen, TakesTheLengthModuloSixteenBitsAndTellsNobody) {
+TEST(SerializePathAttributeAutoExtLen, TruncatesTheLengthToSixteenBits) {
     SerializePathAttributeAutoExtLen out;
     for (U32 i = 0; i < 65536; ++i) {
         out.addU8(7);
@@ -126,12 +126,12 @@ TEST(SerializePathAttributeAutoExtLen, TakesTheLengthModuloSixteenBitsAndTellsNo
               octets({0x80, 40, 0}) + std::string(65536, 7));
 }
 
-TEST(SerializePathAttribute, TheLongHeaderMayBeForced) {
+TEST(SerializePathAttribute, CanForceTheLongHeader) {
     SerializePathAttribute const out(BgpPathAttrType::community, BgpPathAttrFlag{0xd0}, 0);
     EXPECT_EQ(out.serializedString(), octets({0xd0, 8, 0, 0}));
 }
 
-TEST(SerializePathAttribute, AssertsWhatItIsTold) {
+TEST(SerializePathAttribute, AssertsItsArguments) {
     auto const attribute = [](U32 type, U32 flags, U32 size, U32 written = 0) {
         SerializePathAttribute out(static_cast<BgpPathAttrType>(type),
                                    static_cast<BgpPathAttrFlag>(flags), size);

@@ -71,7 +71,7 @@ class Counter final : public ExtCommChain<ExtCommRuleKinds, EveryHook, Recording
 
 // ---- Plug-ins -----------------------------------------------------------------------------------
 
-TEST(ExtCommPlugin, EveryKindReachesItsHookWithTheControlOfTheRule) {
+TEST(ExtCommPlugin, EachKindCallsItsHookWithTheControlOfTheRule) {
     auto const registry = bgpParseExtCommRuleCollectionsFactory();
     auto const plugin = Mox::makeActive<Counter>(registry);
     auto const rule = newRule(registry);
@@ -79,14 +79,14 @@ TEST(ExtCommPlugin, EveryKindReachesItsHookWithTheControlOfTheRule) {
     EXPECT_EQ(plugin->hooks, announced);
     EXPECT_EQ(plugin->lastControl, rule->parseControl());
 
-    // A late one has it replayed, in the order of the sets.
+    // A late plug-in is notified of existing rules, in the order of the sets.
     auto const late = Mox::makeActive<Counter>(registry);
     late->handleStartup();
     auto sorted = announced;
     std::sort(sorted.begin(), sorted.end());
     EXPECT_EQ(late->hooks, sorted);
 
-    // The kind that never announces itself has its hook all the same.
+    // The kind that is never announced has its hook, too.
     auto const ip6 = rule->ip6TypeRule(extCommIp6PktTypeNonTransIpv6Address);
     auto const* const nonTrans = static_cast<BgpParseExtCommIp6NonTransRule const*>(ip6.get());
     late->hooks.clear();
@@ -95,7 +95,7 @@ TEST(ExtCommPlugin, EveryKindReachesItsHookWithTheControlOfTheRule) {
     EXPECT_EQ(late->hooks, std::vector<Mox::AttributeNumber>{13});
 }
 
-TEST(ExtCommPlugin, ALatePlugInCatchesUpOnEveryRule) {
+TEST(ExtCommPlugin, LatePlugInsAreNotifiedOfExistingRules) {
     auto const registry = bgpParseExtCommRuleCollectionsFactory();
     auto const first = newRule(registry);
     auto const second = newRule(registry);
@@ -105,7 +105,7 @@ TEST(ExtCommPlugin, ALatePlugInCatchesUpOnEveryRule) {
     EXPECT_EQ(classOf(*second, aColor), extCommClassificationColor);
 }
 
-TEST(ExtCommPlugin, OneThatIsFlaggedOrSwitchedOffIsDeaf) {
+TEST(ExtCommPlugin, IsNotNotifiedWhenFlaggedOrSwitchedOff) {
     using Plugin = BgpParseExtCommColorSm;
     std::function<void(Plugin&, bool deaf)> const ways[] = {
         [](Plugin& plugin, bool deaf) { plugin.moxDoZombieReactors(deaf); },
@@ -117,13 +117,13 @@ TEST(ExtCommPlugin, OneThatIsFlaggedOrSwitchedOffIsDeaf) {
         deafIs(*plugin, true);
         auto const rule = newRule(registry);
         deafIs(*plugin, false);
-        // What it missed it does not learn of by itself; what comes it does.
+        // It is not notified of rules it missed, only of later ones.
         EXPECT_EQ(opaqueSubRule(*rule, colorSubtype), nullptr);
         EXPECT_NE(opaqueSubRule(*newRule(registry), colorSubtype), nullptr);
     }
 }
 
-TEST(ExtCommPlugin, OneThatIsCutOffIsDeafForGood) {
+TEST(ExtCommPlugin, IsNotNotifiedAfterRuleCollectionsDel) {
     auto const registry = bgpParseExtCommRuleCollectionsFactory();
     auto const plugin = bgpParseExtCommColorSmFactory(registry);
     plugin->ruleCollectionsDel();
@@ -148,7 +148,7 @@ TEST(ExtCommPlugin, IntoADepartingRuleItFilesOneMoreSubRule) {
     auto rule = newRule(registry);
     auto const before = opaqueSubRule(*rule, colorSubtype);
 
-    // An observer behind the plug-in sees the departing rule as the plug-in left it.
+    // An observer registered after the plug-in sees the departing rule as the plug-in left it.
     class Witness : public Registry::Notifiee {
       public:
         using Notifiee::Notifiee;
@@ -164,7 +164,7 @@ TEST(ExtCommPlugin, IntoADepartingRuleItFilesOneMoreSubRule) {
     EXPECT_EQ(before->referenceCount(), 1u);
 }
 
-TEST(ExtCommPlugin, OneMayBeDestroyedByItsOwnReaction) {
+TEST(ExtCommPlugin, MayBeDestroyedByItsOwnReaction) {
     auto const registry = bgpParseExtCommRuleCollectionsFactory();
     auto plugin = Mox::makeActive<Counter>(registry);
     auto const other = Mox::makeActive<Counter>(registry);
@@ -172,14 +172,14 @@ TEST(ExtCommPlugin, OneMayBeDestroyedByItsOwnReaction) {
     auto const rule = newRule(registry);
     EXPECT_EQ(plugin, nullptr);
     EXPECT_EQ(other->hooks.size(), 13u);
-    // And while it catches up.
+    // And while it is notified of existing rules.
     plugin = Mox::makeActive<Counter>(registry);
     plugin->reaction = [&] { plugin = nullptr; };
     plugin.get()->handleStartup();
     EXPECT_EQ(plugin, nullptr);
 }
 
-TEST(ExtCommPluginDeathTest, ANullSubRuleFailsTheOperationThatFilesIt) {
+TEST(ExtCommPluginDeathTest, RegisteringANullSubRuleAsserts) {
     auto const plugin = bgpParseExtCommColorSmFactory(nullptr);
     expectAssertions({{"^Parse/ExtComm.cpp:#: addExtendedCommunityTypeSubRule: Assertion "
                        "'__null != rule' failed",
@@ -225,7 +225,7 @@ TEST(ExtCommContainer, StartUpFillsTheTreeInOrder) {
     ASSERT_NE(container->extCommCache(), nullptr);
     EXPECT_TRUE(container->extCommCache()->hasNotificationActive());
 
-    // Two plug-ins have filled one rule.
+    // Two plug-ins registered sub-rules with one rule.
     auto const rule = container->extCommParser()->typeRule(extCommPktTypeTransTwoOctetAs);
     auto const* const twoOctetAs =
         static_cast<BgpParseExtCommTransTwoOctetAsRule const*>(rule.get());
@@ -249,13 +249,13 @@ TEST(ExtCommContainer, TheRuleIsReplacedForAnotherControlOnly) {
     EXPECT_EQ(classOf(*rule, aColor), extCommClassificationColor);
 }
 
-TEST(ExtCommContainer, PlugInsAreQueuedBehindWhatWasThere) {
+TEST(ExtCommContainer, PlugInsAreAppendedToTheQueue) {
     auto const container = bgpParseExtCommContainerSmFactory();
     auto const registry = container->parseExtCommRuleCollections();
     auto const plugin = bgpParseExtCommColorSmFactory(registry);
     auto const outside = plugin->referenceCount();
     container->extCommParserSmsDelAll();
-    // Emptied, it goes on from the counter, and the counter is the index that was given last.
+    // After it was emptied, the queue continues from the counter, which is the last index.
     EXPECT_EQ(container->extCommParserSmsEnq(plugin), 6u);
     EXPECT_EQ(container->extCommParserSmsEnq(plugin), 7u);
     EXPECT_EQ(container->extCommParserSmsEnq(plugin), 8u);
@@ -282,9 +282,10 @@ TEST(ExtCommContainer, PlugInsAreQueuedBehindWhatWasThere) {
 
 // ---- Life and death -----------------------------------------------------------------------------
 
-/// Everything that refers to everything else, let go of in every order: nothing that has gone may
-/// be touched (the sanitizers look), what is left works, and the registry goes with the last.
-TEST(ExtCommLife, EveryOrderOfDestructionIsSound) {
+/// Releases a set of mutually referring objects in every order. No destroyed object may be accessed
+/// (the sanitizers check), the remaining ones must work, and the registry must be destroyed with
+/// the last one.
+TEST(ExtCommLife, EveryOrderOfDestructionIsSafe) {
     std::array<std::size_t, 4> order{0, 1, 2, 3};
     do {
         auto container = bgpParseExtCommContainerSmFactory();

@@ -22,7 +22,7 @@ using namespace Routing::Bgp;
 using Registry = BgpParseExtCommRuleCollections;
 namespace Kind = ExtCommRuleKind;
 
-/// What an observer heard: the number of the hook that was called and the key's rule.
+/// A recorded notification: the number of the hook and the key's rule.
 struct Heard {
     Mox::AttributeNumber attribute;
     void const* rule;
@@ -62,7 +62,7 @@ struct BareTree {
 
 using OpaqueRule = BgpParseExtCommTransOpaqueRule;
 
-/// A sub-rule that does as it is told.
+/// A sub-rule with a behaviour given by the test.
 template <class Base>
 class SubRule final : public Base {
   public:
@@ -80,7 +80,7 @@ class SubRule final : public Base {
 
 using OpaqueSubRule = SubRule<BgpParseExtComSubTypeTransOpaqueRuleBase>;
 
-/// A sub-rule's object that a test recognises.
+/// An object that identifies the sub-rule.
 ExtComm::PtrConst color(ExtCommContent const& content) {
     return Mox::makeActive<ExtComm>(extCommClassificationColor, content);
 }
@@ -98,12 +98,12 @@ std::size_t keysIn(Registry const& registry) {
 
 // ---- Keys and the registry ----------------------------------------------------------------------
 
-TEST(RuleRegistry, EverySetTellsEachComingAndGoingOnceAtItsHook) {
+TEST(RuleRegistry, EverySetNotifiesOfEachChangeOnce) {
     BareTree const tree;
     auto const registry = bgpParseExtCommRuleCollectionsFactory();
     Recorder recorder(registry);
     ExtCommRuleKinds::forEach([&]<class Each>() {
-        // Not rules of the kind, but a registry never looks.
+        // Not rules of that kind, but a registry never accesses them.
         int places[3];
         std::vector<Heard> expected;
         std::vector<ExtCommRuleKey<Each>> keys;
@@ -125,7 +125,7 @@ TEST(RuleRegistry, EverySetTellsEachComingAndGoingOnceAtItsHook) {
     });
 }
 
-TEST(RuleRegistry, MayLoseItsLastPointerWhileAllKeysAreRemoved) {
+TEST(RuleRegistry, MayBeReleasedWhileAllKeysAreRemoved) {
     ExtCommRuleKinds::forEach([]<class Each>() {
         int places[3];
         Recorder recorder(bgpParseExtCommRuleCollectionsFactory());
@@ -140,7 +140,7 @@ TEST(RuleRegistry, MayLoseItsLastPointerWhileAllKeysAreRemoved) {
     });
 }
 
-TEST(RuleRegistry, AKeyReadsBackOnlyAsALivingRuleAndAControlOnlyAsALivingRegistry) {
+TEST(RuleRegistry, KeysAndControlsReadBackOnlyWhileTheirObjectsExist) {
     using Key = BgpParseExtendedCommunityRuleKey;
     auto const readKey = [](String const& text) {
         return errorOf<Mox::RangeException>([&] { strepToValue<Key>(text); });
@@ -175,7 +175,7 @@ TEST(RuleRegistry, RulesAnnounceThemselvesBottomUpAndLeaveTopDown) {
     auto const registry = bgpParseExtCommRuleCollectionsFactory();
     Recorder recorder(registry);
     auto rule = bgpParseExtendedCommunityRuleFactory(BgpParseExtCommControl(registry));
-    // All but 13: the rule of the non-transitive IPv6 type takes a key back that it never filed.
+    // All except 13: the rule of the non-transitive IPv6 type removes a key that it never added.
     std::vector<Mox::AttributeNumber> numbers;
     for (auto const& each : std::exchange(recorder.heard, {})) {
         numbers.push_back(each.attribute);
@@ -188,7 +188,7 @@ TEST(RuleRegistry, RulesAnnounceThemselvesBottomUpAndLeaveTopDown) {
     EXPECT_EQ(keysIn(*registry), 0u);
 }
 
-TEST(RuleRegistry, ARuleThatAnObserverRefusesLeavesNoKey) {
+TEST(RuleRegistry, NoKeyIsLeftOverIfAnObserverThrows) {
     auto const registry = bgpParseExtCommRuleCollectionsFactory();
     Recorder recorder(registry);
     recorder.reaction = [&] {
@@ -201,7 +201,7 @@ TEST(RuleRegistry, ARuleThatAnObserverRefusesLeavesNoKey) {
     EXPECT_EQ(keysIn(*registry), 0u);
 }
 
-TEST(RuleRegistry, AnObserverThatThrowsAtADepartureStopsNobody) {
+TEST(RuleRegistry, ObserversThatThrowOnRemovalDoNotStopOthers) {
     BareTree tree;
     Recorder recorder(tree.registry);
     recorder.reaction = [] { throw std::runtime_error("no"); };
@@ -234,7 +234,7 @@ TEST(ParseRules, ANullRuleIsRefusedByTypeAndOperation) {
     EXPECT_EQ(tree.rule->ip6TypeRules(), 2u);
 }
 
-TEST(ParseRules, TheLastSubRuleOfASubtypeWinsAndTheOldOneGoes) {
+TEST(ParseRules, TheLastSubRuleOfASubtypeReplacesTheOthers) {
     BareTree const tree;
     auto* const opaque = tree.perTypeRule<OpaqueRule>(extCommPktTypeTransOpaque);
     auto const decline = [](ExtCommContent const&) -> ExtComm::PtrConst { return nullptr; };
@@ -256,12 +256,12 @@ TEST(ParseRules, TheLastSubRuleOfASubtypeWinsAndTheOldOneGoes) {
     EXPECT_EQ(opaque->subTypeRules(), 0u);
 }
 
-TEST(ParseRules, OnlyAMemberThatTheWireMayCarryIsEverAskedFor) {
+TEST(ParseRules, SubRulesAreCalledOnlyForMembersValidOnTheWire) {
     BareTree const tree;
     using TwoOctetAsRule = BgpParseExtCommTransTwoOctetAsRule;
     using TwoOctetAsSubRule = SubRule<BgpParseExtComSubTypeTransTwoOctetAsRuleBase>;
     auto* const rule = tree.perTypeRule<TwoOctetAsRule>(extCommPktTypeTransTwoOctetAs);
-    // 0x14 has a name, but for show output; 0x55 has none; no octet is 256.
+    // 0x14 has a name for show output only; 0x55 has none; 256 is not an octet.
     for (U32 const subtype : {0x14u, 0x55u, 256u}) {
         rule->subTypeRuleIs(Mox::makeActive<TwoOctetAsSubRule>(tree.control, subtype, color));
         EXPECT_TRUE(
@@ -272,7 +272,7 @@ TEST(ParseRules, OnlyAMemberThatTheWireMayCarryIsEverAskedFor) {
     }
 }
 
-TEST(ParseRules, ASubRuleMayReplaceItselfWhileItIsAsked) {
+TEST(ParseRules, SubRulesMayReplaceThemselvesDuringACall) {
     BareTree const tree;
     auto* const opaque = tree.perTypeRule<OpaqueRule>(extCommPktTypeTransOpaque);
     std::string const text(100, 'x');
@@ -301,7 +301,7 @@ TEST(ParseRules, ATypeWithoutItsRuleYieldsPlainObjectsAndTheRuleLeavesWithItsLas
 
 // ---- Dispatch -----------------------------------------------------------------------------------
 
-TEST(ParseRules, WithoutPlugInsTheTypeOctetAloneDecides) {
+TEST(ParseRules, WithoutPlugInsOnlyTheTypeOctetMatters) {
     BareTree const tree;
     std::map<unsigned, std::string> layoutOf;
     for (unsigned const type : {0x00u, 0x02u, 0x40u, 0x42u}) {
@@ -371,7 +371,7 @@ TEST(ParseRules, AnIp6SubRuleClaimsItsSubtypeOfTheTransitiveTypeOnly) {
     EXPECT_EQ(classified(0x40, 0x02), extCommClassificationUnSpecified);
 }
 
-TEST(ParseRules, ASubRuleMayDropTheTableAndTheRuleThatAskIt) {
+TEST(ParseRules, SubRulesMayReleaseTheirTableAndRule) {
     BareTree tree;
     auto table = extCommDedupTableFactory(tree.rule);
     auto ip6Table = extCommIp6DedupTableFactory(tree.rule);
@@ -398,7 +398,7 @@ TEST(ParseRules, ASubRuleMayDropTheTableAndTheRuleThatAskIt) {
     EXPECT_FALSE(ip6Table);
 }
 
-/// Prints the format that it was asked for.
+/// Prints the requested format.
 class FormatEcho final : public ExtComm {
   public:
     using ExtComm::ExtComm;
@@ -429,7 +429,7 @@ TEST(ParseRules, ShowStringsSelectTheirFormatFlagByFlag) {
 
 // ---- Costs and strangers ------------------------------------------------------------------------
 
-TEST(ParseRules, AParseAllocatesTheObjectAtMost) {
+TEST(ParseRules, ParsingAllocatesOnlyTheObject) {
     auto const container = bgpParseExtCommContainerSmFactory();
     auto const& rule = container->extCommParser();
     auto const allocations = [](auto const& parse) {
@@ -451,12 +451,12 @@ TEST(ParseRules, AParseAllocatesTheObjectAtMost) {
     }
 }
 
-TEST(ParseRules, WhateverStrangersSendParsesAndPrints) {
+TEST(ParseRules, RandomContentsParseAndPrint) {
     auto const container = bgpParseExtCommContainerSmFactory();
     std::mt19937_64 random(20'260'501);
     for (int i = 0; i < 20'000; ++i) {
         auto const word = random();
-        // Half of them of a type and subtype that is known, or nearly.
+        // Half of them have a known type and subtype, or nearly.
         ExtCommContent const content(i % 2 == 0 ? word : word & 0xc30f'ffff'ffff'ffff);
         auto const parsed = container->extCommParser()->parseExtendedCommunity(content);
         ASSERT_EQ(parsed->getContent(), content);

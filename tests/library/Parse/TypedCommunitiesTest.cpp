@@ -24,7 +24,7 @@ namespace {
 using namespace Routing::Bgp;
 using Format = ExtComm::StrepFormat;
 
-/// Parses as an agent does.
+/// Parses values like an agent.
 class TypedCommunities : public testing::Test {
   protected:
     ExtComm::PtrConst parse(U64 community) const {
@@ -42,8 +42,8 @@ constexpr U32 both = classified | ui;
 
 // ---- Text ---------------------------------------------------------------------------------------
 
-/// One value: the show form, without its brackets and the octets that end it, and the policy forms
-/// without, with one and with both of the flags that select the prefix.
+/// One value: the show form without its brackets and final octets, and the policy forms with none,
+/// one and both of the flags for the prefix.
 struct Texts {
     U64 community;
     ExtCommClassification classification;
@@ -92,7 +92,7 @@ constexpr Texts texts[] = {
     // Only the last octet is the state.
     {0x4300'0000'0000'0103, extCommClassificationOriginValidationState,
      "OriginValidationState unknown(3)", "", "", "Origin-Validation-State:unknown"},
-    // What has the subtype of a typed one under a type of another, stays generic.
+    // A value with a known subtype but another type stays generic.
     {0x4002'fde8'0000'0064, extCommClassificationUnSpecified,
      "extCommPktTypeNonTransTwoOctetAs subtype=2 ASN=65000", "65000:100", "65000:100",
      "0002-AS(NT):65000:100"},
@@ -126,7 +126,7 @@ TEST_F(TypedCommunities, Texts) {
     }
 }
 
-TEST_F(TypedCommunities, TextsAreWholeOrRefusedAndMadeInOneAllocation) {
+TEST_F(TypedCommunities, TextsTakeOneAllocationAndThrowIfItFails) {
     for (auto const& row : texts) {
         auto const parsed = parse(row.community);
         EXPECT_EQ(wholeOrRefused([&] { return parsed->toStrep(); }), 1) << row.show;
@@ -136,7 +136,7 @@ TEST_F(TypedCommunities, TextsAreWholeOrRefusedAndMadeInOneAllocation) {
     }
 }
 
-TEST_F(TypedCommunities, ReleasedWhileTheyAreStreamedArePrintedWhole) {
+TEST_F(TypedCommunities, ReleasedWhileStreamingPrintCompletely) {
     for (auto const& row : texts) {
         ExtComm::PtrConst parsed = parse(row.community);
         auto const* const streamed = parsed.get();
@@ -146,7 +146,7 @@ TEST_F(TypedCommunities, ReleasedWhileTheyAreStreamedArePrintedWhole) {
     }
 }
 
-TEST_F(TypedCommunities, FlagsThatOnlySomeTextsHeed) {
+TEST_F(TypedCommunities, FlagsAffectOnlySomeTexts) {
     struct {
         U64 community;
         U32 format;
@@ -170,7 +170,7 @@ TEST_F(TypedCommunities, FlagsThatOnlySomeTextsHeed) {
     }
 }
 
-TEST_F(TypedCommunities, TheStreamsStateNeitherShowsNorChanges) {
+TEST_F(TypedCommunities, IgnoreAndKeepTheStreamsState) {
     for (auto const& row : texts) {
         OddStream os;
         parse(row.community)->formatDerivedType(os);
@@ -241,7 +241,7 @@ TEST_F(TypedCommunities, TypesAreRegisteredUnderTheirPublishedNames) {
     }
 }
 
-TEST(TypedCommunitiesDeathTest, ARouteWithAnAsIsOfOneOfTwoTypes) {
+TEST(TypedCommunitiesDeathTest, RouteCommunitiesOfOtherAsTypesAssert) {
     ExtCommContent const ipv4Type(0x0102'0a00'0001'0005);
     expectAssertions(
         {{"^Parse/ExtCommRouteTarget.cpp:#: formatDerivedType: Assertion '0 && \"unexpected "

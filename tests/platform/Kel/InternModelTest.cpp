@@ -8,8 +8,8 @@ namespace {
 
 using Mox::U64;
 
-/// A seeded run of random operations on a table, beside a map from contents to what is held and a
-/// set of what the observer of the day was told.
+/// A seeded run of random operations on a table, compared with a map from contents to held
+/// references and the set of objects announced to the current observer.
 class RandomRun {
   public:
     RandomRun(Table::Ptr table, U64 seed)
@@ -77,7 +77,7 @@ class RandomRun {
                   expected == model_.end() ? nullptr : expected->second.object);
     }
 
-    /// Another observer, or none: it hears of what comes from now on.
+    /// Replaces the observer, possibly with none. The new one is notified only of later insertions.
     void observe() {
         observed_ = below(3) != 0;
         observer_ = Mox::makeActive<Observer>();
@@ -111,7 +111,7 @@ class RandomRun {
 using InternModel = Intern;
 INSTANTIATE_TEST_SUITE_P(Mode, InternModel, bothPointerModes(), pointerModeName);
 
-TEST_P(InternModel, AMillionRandomOperationsAgree) {
+TEST_P(InternModel, AMillionRandomOperationsAgreeWithTheModel) {
     for (U64 seed = 1; seed <= 4; ++seed) {
         RandomRun run(table, seed);
         run.operate(250000);

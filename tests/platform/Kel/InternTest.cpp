@@ -26,12 +26,12 @@ TEST_P(Intern, EqualContentsShareOneObject) {
     EXPECT_EQ(a->referenceCount(), 2U) << "this one and the table";
 }
 
-TEST_P(Intern, TheObjectThatIsThereFirstWins) {
+TEST_P(Intern, TheFirstObjectInsertedWins) {
     auto const first = intern(*table, 7);
     auto const second = Mox::makeCounted<Word>(U64{7});
     EXPECT_EQ(table->dedup(second), first.get());
     EXPECT_EQ(table->dedup(Mox::constPtrCast<Word>(Word::PtrConst(first))), first.get())
-        << "an object that is in the table is its own equal";
+        << "interning an interned object returns it";
     EXPECT_EQ(second->dedupState(), Kel::dedupHandleStateNeverDeduped());
 }
 
@@ -66,7 +66,7 @@ TEST_P(Intern, ObjectsOutliveTheirTable) {
     EXPECT_EQ(Word::alive, 1);
 }
 
-TEST_P(Intern, DestructorsRunWithoutALockHeld) {
+TEST_P(Intern, DestructorsRunWithoutLocks) {
     Word::onDestroy = [&](Word const& word) {
         if (word.value() < 100) {
             intern(*table, word.value() + 100);
@@ -76,7 +76,7 @@ TEST_P(Intern, DestructorsRunWithoutALockHeld) {
     EXPECT_EQ(table->size(), 0U);
 }
 
-TEST_P(Intern, AnAllocationThatFailsLeavesTheTableAsItWas) {
+TEST_P(Intern, TheTableIsUnchangedIfAllocationFails) {
     std::vector<Word::Ptr> words;
     int failures = 0;
     for (U64 i = 0; i < 200; ++i) {
@@ -92,16 +92,16 @@ TEST_P(Intern, AnAllocationThatFailsLeavesTheTableAsItWas) {
         }
         ASSERT_EQ(lookup(*table, i), word.get());
     }
-    EXPECT_GT(failures, 3) << "growth was never met";
+    EXPECT_GT(failures, 3) << "no growth occurred";
     {
-        // Shrinking without memory: releases never throw.
+        // Releases shrink the table and must not throw without memory.
         FailingAllocations const failing(0);
         words.clear();
     }
     EXPECT_EQ(table->size(), 0U);
 }
 
-TEST_P(Intern, ADumpNamesEveryObjectAndWhoHoldsIt) {
+TEST_P(Intern, DumpsListEveryObjectAndItsReferences) {
     auto const held = intern(*table, 1);
     auto const context = Mox::makeCounted<Kel::StringDumpContext>();
     context->dumpChild(*table, 2);
@@ -111,14 +111,14 @@ TEST_P(Intern, ADumpNamesEveryObjectAndWhoHoldsIt) {
 
 // ---- Observers ----------------------------------------------------------------------------------
 
-TEST_P(Intern, AnObserverHearsOnceThatItIsNotToldAnyMore) {
+TEST_P(Intern, ObserversAreStoppedExactlyOnce) {
     auto const first = observe();
     auto const held = intern(*table, 1);
     auto const second = observe();
     table->lifeTimeNotifieeIs(nullptr);
     EXPECT_EQ(first->inserts, 1);
     EXPECT_EQ(first->stops, 1);
-    EXPECT_EQ(second->inserts, 0) << "that was there before";
+    EXPECT_EQ(second->inserts, 0) << "inserted before registration";
     EXPECT_EQ(second->stops, 1);
     auto const silent = Mox::makeCounted<Observer>();
     table->lifeTimeNotifieeIs(silent);
@@ -126,12 +126,12 @@ TEST_P(Intern, AnObserverHearsOnceThatItIsNotToldAnyMore) {
     EXPECT_EQ(silent->inserts, 0) << "its switch is off";
 }
 
-TEST_P(Intern, ObserversInternAndReleaseFromInsideANotification) {
+TEST_P(Intern, ObserversMayInternAndReleaseDuringANotification) {
     auto const observer = observe();
     std::map<U64, Word::PtrConst> held;
     observer->onInsert = [&](DedupHandle::Ptr const& handle) {
         auto const value = valueOf(handle.get());
-        EXPECT_EQ(lookup(*table, value).get(), handle.get()) << "its own thread is handed it";
+        EXPECT_EQ(lookup(*table, value).get(), handle.get()) << "the inserting thread may get it";
         if (value < 10) {
             held[value + 1] = intern(*table, value + 1);
         }
@@ -144,7 +144,7 @@ TEST_P(Intern, ObserversInternAndReleaseFromInsideANotification) {
     EXPECT_EQ(observer->removes, 10);
 }
 
-TEST_P(Intern, TheTableMayGoFromInsideANotification) {
+TEST_P(Intern, TheTableMayBeDestroyedDuringANotification) {
     auto const first = observe();
     first->onInsert = [&](auto const&) { table = nullptr; };
     auto const kept = Mox::makeCounted<Word>(U64{1});
@@ -164,7 +164,7 @@ TEST_P(Intern, TheTableMayGoFromInsideANotification) {
     EXPECT_EQ(two->referenceCount(), 1U);
 }
 
-TEST_P(Intern, AnObserverThatThrowsLeavesTheTableAsItWas) {
+TEST_P(Intern, TheTableIsUnchangedIfAnObserverThrows) {
     auto const observer = observe();
     observer->onInsert = [&](auto const&) {
         observer->present.clear();
@@ -179,7 +179,7 @@ TEST_P(Intern, AnObserverThatThrowsLeavesTheTableAsItWas) {
     EXPECT_EQ(table->dedup(word), word.get()) << "it can be interned again";
 }
 
-TEST_P(Intern, AnObserverMayResetThePointerThatWasInternedBy) {
+TEST_P(Intern, ObserversMayResetThePointerBeingInterned) {
     auto const observer = observe();
     auto word = Mox::makeCounted<Word>(U64{1});
     observer->onInsert = [&](auto const&) { word = nullptr; };
@@ -218,7 +218,7 @@ TEST_P(Intern, LifetimeNotifiersDoNotKeepAnObjectInterned) {
     EXPECT_EQ(Word::alive, 1);
 }
 
-TEST_P(Intern, ALifetimeNotifierDroppedWhileItsObjectIsDetached) {
+TEST_P(Intern, LifetimeNotifiersMayBeDroppedWhileTheirObjectIsDetached) {
     Mox::Ptr<Notifier> notifier;
     auto const observer = observe();
     observer->onInsert = [&](DedupHandle::Ptr const& handle) {
@@ -229,7 +229,7 @@ TEST_P(Intern, ALifetimeNotifierDroppedWhileItsObjectIsDetached) {
     EXPECT_EQ(Word::alive, 0);
     auto const kept = intern(*table, 2);
     table = nullptr;
-    EXPECT_EQ(kept->referenceCount(), 2U) << "the notifier's is an ordinary one by now";
+    EXPECT_EQ(kept->referenceCount(), 2U) << "the notifier's reference is ordinary now";
     notifier = nullptr;
     EXPECT_EQ(kept->referenceCount(), 1U);
 }
@@ -239,7 +239,7 @@ TEST_P(Intern, ALifetimeNotifierDroppedWhileItsObjectIsDetached) {
 using InternDeathTest = Intern;
 INSTANTIATE_TEST_SUITE_P(Mode, InternDeathTest, bothPointerModes(), pointerModeName);
 
-TEST_P(InternDeathTest, AContentThatIsBeingDetachedIsNotLookedUp) {
+TEST_P(InternDeathTest, LookingUpAContentBeingDetachedAsserts) {
     auto const observer = observe();
     observer->onRemove = [&](DedupHandle* handle) { lookup(*table, valueOf(handle)); };
     auto word = intern(*table, 1);
@@ -249,14 +249,14 @@ TEST_P(InternDeathTest, AContentThatIsBeingDetachedIsNotLookedUp) {
     observer->onRemove = nullptr;
 }
 
-TEST_P(InternDeathTest, OnlyAnObjectThatWasNeverInternedIsInserted) {
+TEST_P(InternDeathTest, InsertingAnObjectThatIsNotNewAsserts) {
     auto const destashed = Mox::makeCounted<Word>(U64{1});
     destashed->makeDestashed();
     EXPECT_EQ(destashed->dedupState(), 4U);
     EXPECT_TRUE(destashed->everDeduped() && !destashed->isDeduped());
     auto const other = Mox::makeCounted<Table>(GetParam());
     auto const interned = intern(*other, 1);
-    EXPECT_EQ(other->dedup(destashed), interned.get()) << "its equal is there already";
+    EXPECT_EQ(other->dedup(destashed), interned.get()) << "an equal object is interned";
     auto const* const text = "platform/Kel/DedupTableCore.cpp:#: enter: Assertion "
                              "'object->dedupState() == Kel::dedupHandleStateNeverDeduped()' failed";
     expectAssertions(
@@ -264,7 +264,7 @@ TEST_P(InternDeathTest, OnlyAnObjectThatWasNeverInternedIsInserted) {
          {text, [&] { (void)table->dedup(Mox::constPtrCast<Word>(Word::PtrConst(interned))); }}});
 }
 
-TEST_P(InternDeathTest, TheModeIsFixedWhileATableIsLive) {
+TEST_P(InternDeathTest, ChangingTheModeWhileATableExistsAsserts) {
     expectAssertions({{"no intern table is live", [] { Mox::threadSafePtrsIs(!GetParam()); }},
                       {"no intern table is live",
                        [] { Routing::Bgp::VoBgpGlobals::multiThreadedIs(!GetParam()); }}});

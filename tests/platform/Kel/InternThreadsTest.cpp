@@ -20,7 +20,7 @@ class InternThreads : public Intern {
     InternThreads()
       : Intern(true) {}
 
-    /// Four threads intern, copy and release few hot values until nothing is left.
+    /// Four threads intern, copy and release a few hot values until none is left.
     void hammer(std::function<void(Word::PtrConst const&)> const& onEach = {}) {
         std::vector<std::thread> threads;
         for (unsigned t = 0; t < 4; ++t) {
@@ -48,18 +48,18 @@ class InternThreads : public Intern {
     }
 };
 
-TEST_F(InternThreads, HotValuesComeAndGoUntilNothingIsLeft) {
+TEST_F(InternThreads, HotValuesAreInsertedAndRemovedUntilNoneIsLeft) {
     hammer();
 }
 
-TEST_F(InternThreads, ObserversHearEachContentInTurn) {
+TEST_F(InternThreads, InsertionsAndRemovalsOfEachContentAlternate) {
     auto const observer = observe();
     hammer();
     EXPECT_EQ(observer->inserts, observer->removes);
     EXPECT_TRUE(observer->present.empty());
 }
 
-TEST_F(InternThreads, WhatANotifieeDidToAnObjectIsSeenByWhoeverIsHandedIt) {
+TEST_F(InternThreads, ChangesByTheNotifieeAreVisibleToOtherThreads) {
     std::map<DedupHandle const*, Mox::Ptr<Notifier>> notifiers;
     auto const observer = observe();
     observer->onInsert = [&](DedupHandle::Ptr const& handle) {
@@ -70,7 +70,7 @@ TEST_F(InternThreads, WhatANotifieeDidToAnObjectIsSeenByWhoeverIsHandedIt) {
     EXPECT_TRUE(notifiers.empty());
 }
 
-TEST_F(InternThreads, AnObserverComesAndGoesWhileOthersIntern) {
+TEST_F(InternThreads, ObserversAreReplacedWhileThreadsIntern) {
     std::atomic<bool> done{false};
     std::thread switcher([&] {
         while (!done) {
@@ -83,12 +83,13 @@ TEST_F(InternThreads, AnObserverComesAndGoesWhileOthersIntern) {
     switcher.join();
 }
 
-TEST_F(InternThreads, LookUpsFindWhatStaysWhileTheTableGrowsAndShrinks) {
+TEST_F(InternThreads, LookUpsSucceedWhileTheTableGrowsAndShrinks) {
     auto const stay = internAll(*table, 64);
     std::atomic<bool> done{false};
     std::vector<std::thread> changers;
     for (U64 t = 1; t <= 2; ++t) {
-        // What leaves frees its memory for the other thread's next object, of another content.
+        // A removed object frees its memory for the other thread's next object, which has another
+        // content.
         changers.emplace_back([this, t] {
             for (U64 round = 0; round < 10; ++round) {
                 std::vector<Word::PtrConst> come;
@@ -116,7 +117,7 @@ TEST_F(InternThreads, LookUpsFindWhatStaysWhileTheTableGrowsAndShrinks) {
     EXPECT_EQ(table->size(), stay.size());
 }
 
-TEST_F(InternThreads, ReleasesMeetATableThatGoes) {
+TEST_F(InternThreads, ObjectsAreReleasedWhileTheTableIsDestroyed) {
     for (int round = 0; round < steps / 500; ++round) {
         auto mortal = Mox::makeCounted<Table>(true);
         if (round % 2 == 0) {
@@ -142,7 +143,7 @@ TEST_F(InternThreads, ReleasesMeetATableThatGoes) {
     }
 }
 
-TEST_F(InternThreads, WhatAnObserverWasGivenIsThereUntilItHasBeenToldToStop) {
+TEST_F(InternThreads, AnnouncedObjectsLiveUntilNotificationStops) {
     for (int round = 0; round < steps / 500; ++round) {
         auto mortal = Mox::makeCounted<Table>(true);
         auto const observer = observe(*mortal);
@@ -151,7 +152,7 @@ TEST_F(InternThreads, WhatAnObserverWasGivenIsThereUntilItHasBeenToldToStop) {
         observer->onRemove = [&](auto* handle) { given.erase(handle); };
         observer->onStop = [&] {
             for (auto const* handle : given) {
-                ASSERT_LT(valueOf(handle), 32U) << "it has gone behind the observer's back";
+                ASSERT_LT(valueOf(handle), 32U) << "removed without a notification";
             }
         };
         auto mine = internAll(*mortal, 32);

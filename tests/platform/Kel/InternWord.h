@@ -41,7 +41,7 @@ class Word : public Kel::DedupHandle {
     Mox::CountWord const& word() const { return countWord(); }
     void makeDestashed() { destashedIs(); }
 
-    /// Few distinct hashes, so that equal hashes of unequal contents are met all the time.
+    /// Few distinct hashes, so that collisions are frequent.
     static Mox::U32 hashOf(Mox::U64 value) {
         return static_cast<Mox::U32>(Mox::hashWord(value / 2));
     }
@@ -77,8 +77,8 @@ inline Mox::U64 valueOf(Kel::DedupHandle const* handle) {
     return static_cast<Word const*>(handle)->value();
 }
 
-/// Records what it hears, and checks that each content is heard insert, remove, in turn, and that
-/// no two threads notify at once.
+/// Records notifications and checks that insertions and removals of each content alternate and that
+/// no two threads notify concurrently.
 class Observer : public Kel::DedupHashTableLifeTimeNotifiee {
   public:
     using Ptr = Mox::Ptr<Observer>;
@@ -86,7 +86,7 @@ class Observer : public Kel::DedupHashTableLifeTimeNotifiee {
 
     void handleInsert(Handle::Ptr const& handle) override {
         Turn const turn(*this);
-        EXPECT_TRUE(present.insert(valueOf(handle.get())).second) << "heard twice";
+        EXPECT_TRUE(present.insert(valueOf(handle.get())).second) << "notified twice";
         ++inserts;
         if (onInsert) {
             onInsert(handle);
@@ -96,7 +96,7 @@ class Observer : public Kel::DedupHashTableLifeTimeNotifiee {
     void handleRemove(Handle* handle) override {
         Turn const turn(*this);
         EXPECT_EQ(handle->dedupState(), Kel::dedupHandleStateBeingDetached());
-        EXPECT_EQ(present.erase(valueOf(handle)), 1U) << "never heard of";
+        EXPECT_EQ(present.erase(valueOf(handle)), 1U) << "not notified";
         ++removes;
         if (onRemove) {
             onRemove(handle);
@@ -135,7 +135,7 @@ class Observer : public Kel::DedupHashTableLifeTimeNotifiee {
     int depth_ = 0;
 };
 
-/// A table in one of the pointer modes. Whatever a test interns is gone when it ends.
+/// A table in one of the two pointer modes. Each test must release everything it interns.
 class Intern : public testing::TestWithParam<bool> {
   protected:
     explicit Intern(bool threadSafe = GetParam())
@@ -155,7 +155,7 @@ class Intern : public testing::TestWithParam<bool> {
         return observer;
     }
 
-    /// The objects of the numbers below `bound`.
+    /// Interns the numbers below `bound`.
     static std::vector<Word::PtrConst> internAll(Table const& into, Mox::U64 bound) {
         std::vector<Word::PtrConst> held;
         for (Mox::U64 value = 0; value < bound; ++value) {

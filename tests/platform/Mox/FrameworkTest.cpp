@@ -35,7 +35,7 @@ using Mox::U64;
 
 // ---- Counted objects ----------------------------------------------------------------------------
 
-/// An object that can be observed, and that tells when it goes.
+/// An observable object that reports its destruction.
 class Thing : public Mox::PtrInterface {
   public:
     MOX_COUNTED(Thing)
@@ -78,7 +78,7 @@ class CountedObjects : public testing::TestWithParam<bool> {
 };
 INSTANTIATE_TEST_SUITE_P(Mode, CountedObjects, bothPointerModes(), pointerModeName);
 
-TEST_P(CountedObjects, PointersShareOneObjectUntilTheLastGoes) {
+TEST_P(CountedObjects, PointersShareOneObject) {
     std::string log;
     auto thing = Mox::makeCounted<Thing>(&log);
     EXPECT_EQ(thing->referenceCount(), 1U);
@@ -86,14 +86,14 @@ TEST_P(CountedObjects, PointersShareOneObjectUntilTheLastGoes) {
     auto moved = std::move(thing);
     EXPECT_FALSE(thing);
     moved = Thing::Ptr(moved);
-    EXPECT_EQ(moved->referenceCount(), 2U) << "neither a move nor assignment of itself counts";
+    EXPECT_EQ(moved->referenceCount(), 2U) << "moves and self-assignment do not change the count";
     moved = nullptr;
     EXPECT_EQ(log, "");
     copy = nullptr;
     EXPECT_EQ(log, " zero destroyed");
 }
 
-TEST_P(CountedObjects, PointersMadeInTheZeroHookComeAndGo) {
+TEST_P(CountedObjects, TheZeroHookMayCreatePointers) {
     std::string log;
     auto thing = Mox::makeCounted<Thing>(&log);
     thing->atZero = [](Thing& self) {
@@ -118,7 +118,7 @@ TEST_P(CountedObjects, StringsShareTheirOctets) {
     EXPECT_EQ(octets.end().offset(), 3U);
 }
 
-TEST(CountedObjectsDeathTest, ContractsAreChecked) {
+TEST(CountedObjectsDeathTest, ContractsAreAsserted) {
     expectAssertions(
         {{"platform/Mox/PtrInterface.cpp:#: ~PtrInterface: Assertion 'no owner is left' failed",
           [] {
@@ -136,9 +136,9 @@ TEST(CountedObjectsDeathTest, ContractsAreChecked) {
 
 // ---- Observers ----------------------------------------------------------------------------------
 
-class Ear : public Mox::Notifiee {
+class RecordingObserver : public Mox::Notifiee {
   public:
-    Ear(Thing& thing, std::string& log, char name)
+    RecordingObserver(Thing& thing, std::string& log, char name)
       : log_(log)
       , name_(name) {
         subscribe(*thing.notifieeList());
@@ -167,9 +167,9 @@ class Observers : public testing::Test {
     std::string log;
 };
 
-TEST_F(Observers, AreToldInTheOrderOfSubscriptionWhileTheSwitchIsOn) {
-    Ear a(*thing, log, 'a');
-    Ear b(*thing, log, 'b');
+TEST_F(Observers, AreNotifiedInSubscriptionOrderWhileTheSwitchIsOn) {
+    RecordingObserver a(*thing, log, 'a');
+    RecordingObserver b(*thing, log, 'b');
     thing->change(1);
     thing->hasNotificationActiveIs(false);
     thing->change(2);
@@ -181,10 +181,10 @@ TEST_F(Observers, AreToldInTheOrderOfSubscriptionWhileTheSwitchIsOn) {
     EXPECT_EQ(log, "a1 b1 b3 a3 ");
 }
 
-TEST_F(Observers, LeaveThemselvesAndOthersDuringANotification) {
-    Ear a(*thing, log, 'a');
-    auto b = std::make_unique<Ear>(*thing, log, 'b');
-    Ear const c(*thing, log, 'c');
+TEST_F(Observers, MayUnsubscribeObserversDuringANotification) {
+    RecordingObserver a(*thing, log, 'a');
+    auto b = std::make_unique<RecordingObserver>(*thing, log, 'b');
+    RecordingObserver const c(*thing, log, 'c');
     a.then = [&](int) {
         a.unsubscribe();
         b.reset();
@@ -195,13 +195,13 @@ TEST_F(Observers, LeaveThemselvesAndOthersDuringANotification) {
     EXPECT_EQ(log, "a1 c1 c2 ");
 }
 
-TEST_F(Observers, WhoJoinsDuringANotificationDoesNotHearThatOne) {
-    std::vector<std::unique_ptr<Ear>> late;
-    Ear a(*thing, log, 'a');
+TEST_F(Observers, AreNotNotifiedIfSubscribedDuringTheNotification) {
+    std::vector<std::unique_ptr<RecordingObserver>> late;
+    RecordingObserver a(*thing, log, 'a');
     a.then = [&](int key) {
         if (late.empty()) {
             for (char name = 'b'; name < 'z'; ++name) {
-                late.push_back(std::make_unique<Ear>(*thing, log, name));
+                late.push_back(std::make_unique<RecordingObserver>(*thing, log, name));
             }
             a.unsubscribe();
             a.subscribe(*thing->notifieeList());
@@ -210,12 +210,12 @@ TEST_F(Observers, WhoJoinsDuringANotificationDoesNotHearThatOne) {
     };
     thing->change(1);
     EXPECT_EQ(log, "a1 b2 c2 d2 e2 f2 g2 h2 i2 j2 k2 l2 m2 n2 o2 p2 q2 r2 s2 t2 u2 v2 w2 x2 y2 a2 ")
-        << "the nested change reaches everybody once";
+        << "each observer is notified of the nested change once";
 }
 
-TEST_F(Observers, MayDropTheNotifierFromInside) {
-    Ear a(*thing, log, 'a');
-    Ear const b(*thing, log, 'b');
+TEST_F(Observers, MayReleaseTheNotifierDuringANotification) {
+    RecordingObserver a(*thing, log, 'a');
+    RecordingObserver const b(*thing, log, 'b');
     a.then = [&](int key) {
         if (key == 1) {
             thing->change(2);
@@ -224,13 +224,13 @@ TEST_F(Observers, MayDropTheNotifierFromInside) {
         }
     };
     thing->change(1);
-    EXPECT_EQ(log, "a1 a2 ") << "nobody is told for a notifier that is gone";
+    EXPECT_EQ(log, "a1 a2 ") << "no notification from a destroyed notifier";
     EXPECT_FALSE(a.isSubscribed());
 }
 
 // ---- Collections --------------------------------------------------------------------------------
 
-TEST(Collections, HashMapAgreesWithAnOrderedOne) {
+TEST(Collections, HashMapAgreesWithStdMap) {
     Mox::HashMap<U64, int> map;
     std::map<U64, int> model;
     std::mt19937_64 random(1);
@@ -254,7 +254,7 @@ TEST(Collections, HashMapAgreesWithAnOrderedOne) {
     EXPECT_EQ(visited, model);
 }
 
-TEST(Collections, IterationToleratesEveryChange) {
+TEST(Collections, ToleratesChangesDuringIteration) {
     Mox::HashSet<int> set;
     for (int i = 0; i < 100; ++i) {
         set.is(i);
@@ -288,7 +288,7 @@ TEST(Collections, IterationToleratesEveryChange) {
     EXPECT_TRUE(map.empty());
 }
 
-/// A key that counts how often one is copied or moved.
+/// A key that counts copies and moves.
 struct CountedKey {
     explicit CountedKey(int n)
       : number(n) {}
@@ -308,7 +308,7 @@ struct CountedKey {
     static inline int transfers = 0;
 };
 
-TEST(Collections, NoChangeOfAHashMapMovesManyOfItsKeys) {
+TEST(Collections, HashMapChangesMoveFewKeys) {
     Mox::HashSet<CountedKey> set;
     int most = 0;
     auto const change = [&](int key) {
@@ -329,7 +329,7 @@ TEST(Collections, NoChangeOfAHashMapMovesManyOfItsKeys) {
     EXPECT_LE(most, 10);
 }
 
-TEST(Collections, AnAllocationThatFailsLeavesAMapAsItWas) {
+TEST(Collections, MapsAreUnchangedIfAllocationFails) {
     Mox::HashMap<int, int> map;
     for (int key = 0; key < 300; ++key) {
         for (long succeeding = 0; !map.has(key); ++succeeding) {
@@ -347,12 +347,12 @@ TEST(Collections, AnAllocationThatFailsLeavesAMapAsItWas) {
 
 // ---- Text ---------------------------------------------------------------------------------------
 
-TEST(CharBuffer, GrowsByItsRule) {
+TEST(CharBuffer, GrowsToTheDocumentedCapacity) {
     Mox::LocalCharBuffer<20> buffer;
     buffer.append(std::string(20, 'a'));
     EXPECT_EQ(buffer.capacity(), 20U) << "the local area is used up first";
     buffer.append('b');
-    EXPECT_EQ(buffer.capacity(), 40U) << "twice what is used";
+    EXPECT_EQ(buffer.capacity(), 40U) << "twice the used size";
     buffer.append(std::string(200, 'c'));
     EXPECT_EQ(buffer.capacity(), 221U) << "what is used and required";
     buffer.append('d');
@@ -378,12 +378,12 @@ TEST(CharBuffer, WritesNumbersOfAnyLength) {
     }
 }
 
-TEST(TextStream, GivesAWholeTextOrNone) {
+TEST(TextStream, ReturnsTheCompleteTextOrThrows) {
     Mox::TextStream os;
     os << "short";
     {
         FailingAllocations const failing(0);
-        std::ostream inner(os.rdbuf()); // another stream, which alone sees the failure
+        std::ostream inner(os.rdbuf()); // another stream on the same buffer sees the failure
         inner << std::string_view("longer than what a string has room for in itself");
     }
     EXPECT_THROW(os.text(), std::bad_alloc);
@@ -395,7 +395,7 @@ TEST(TextStream, GivesAWholeTextOrNone) {
     EXPECT_THROW(os.string(), std::bad_alloc);
 }
 
-TEST(ValueText, NumbersAndBooleansReadBackAndNothingElseDoes) {
+TEST(ValueText, AcceptsOnlyExactNumbersAndBooleans) {
     EXPECT_EQ(Mox::valueToStrep(true), "True");
     EXPECT_EQ(Mox::valueToStrep(~U64{0}), "18446744073709551615");
     EXPECT_EQ(Mox::strepToValue<U64>("18446744073709551615"), ~U64{0});
@@ -409,7 +409,7 @@ TEST(ValueText, NumbersAndBooleansReadBackAndNothingElseDoes) {
     }
 }
 
-TEST(ValueText, ErrorsNameWhatWasExpectedAndWhere) {
+TEST(ValueText, ErrorsHaveExpectedTextAndOffset) {
     using Routing::Bgp::RouteTarget;
     RouteTarget const rt(0x0002fde800000064U);
     EXPECT_EQ(Mox::valueToStrep(rt),
@@ -422,7 +422,7 @@ TEST(ValueText, ErrorsNameWhatWasExpectedAndWhere) {
               "expected an unsigned number of the type's width at offset 48");
 }
 
-TEST(ValueText, RouteTargetsDisplayByTheirType) {
+TEST(ValueText, FormatsRouteTargetsByType) {
     struct {
         U64 value;
         bool asDot;
@@ -447,7 +447,7 @@ TEST(NetworkValues, PrintAndReadBack) {
     for (char const* text : {"10.0.0", "10.0.0.256", "10.0.0.1.", "10.0.0.01", ""}) {
         EXPECT_THROW(Mox::strepToValue<Lumo::IpAddr>(text), Mox::ParseException) << text;
     }
-    // RFC 5952, section 4 and its examples: what is written is also what is read.
+    // Examples of RFC 5952, section 4; each text reads back and prints unchanged.
     for (char const* text :
          {"::", "::1", "1::", "2001:db8::1", "2001:db8:0:1:1:1:1:1", "2001:db8::1:0:0:1",
           "2001:0:0:1::1", "2001:db8:85a3:8d3:1319:8a2e:370:7348", "::ffff:192.0.2.1",
@@ -460,7 +460,7 @@ TEST(NetworkValues, PrintAndReadBack) {
 
 // ---- Trace --------------------------------------------------------------------------------------
 
-/// The level read when the library was loaded. Off for all other tests.
+/// The level read when the library was loaded; switched off for the other tests.
 int const traceLevelAtStart = [] {
     int const level = Mox::traceLevel();
     Mox::traceLevelIs(0);
@@ -472,7 +472,7 @@ TEST(Trace, ReadsItsVariableBySecureGetenv) {
     EXPECT_EQ(traceLevelAtStart, 5) << "not what secure_getenv() below returns";
 }
 
-TEST(Trace, CostsNothingWhileItIsOffAndNamesItsPlaceWhenItIsOn) {
+TEST(Trace, EvaluatesNothingWhenOffAndPrintsTheLocationWhenOn) {
     TracedLines const traced(7);
     int evaluated = 0;
     MOX_TRACE(8, ++evaluated);
@@ -480,13 +480,14 @@ TEST(Trace, CostsNothingWhileItIsOffAndNamesItsPlaceWhenItIsOn) {
     Mox::traceLevelIs(8);
     MOX_TRACE(8, "n=" << ++evaluated);
     ASSERT_EQ(traced.lines.size(), 1U);
-    EXPECT_TRUE(traced.lines[0].starts_with("8 tests/platform/Mox/FrameworkTest.cpp:")) << traced.lines[0];
+    EXPECT_TRUE(traced.lines[0].starts_with("8 tests/platform/Mox/FrameworkTest.cpp:"))
+        << traced.lines[0];
     EXPECT_TRUE(traced.lines[0].ends_with(": TestBody: n=1")) << traced.lines[0];
 }
 
 // ---- Reflection ---------------------------------------------------------------------------------
 
-TEST(Reflection, TheRegistryKnowsEveryTypeByItsName) {
+TEST(Reflection, TheRegistryFindsTypesByName) {
     auto const* const type = Mox::TypeRegistry::type("Routing::Bgp::RouteTarget");
     EXPECT_EQ(type, &Routing::Bgp::RouteTarget::staticType());
     EXPECT_EQ(type->kind(), Mox::Type::Kind::value);
@@ -498,7 +499,7 @@ TEST(Reflection, TheRegistryKnowsEveryTypeByItsName) {
 
 } // namespace
 
-/// Replaces the system's. The level is in no environment.
+/// Replaces the system's function. The environment variable is not set.
 extern "C" VOBGP_EXPORT char* secure_getenv(char const* name) noexcept {
     static char level[] = "5";
     return std::strcmp(name, "VOBGP_TRACE") == 0 ? level : nullptr;

@@ -146,7 +146,7 @@ TEST_P(StorePublisher, SetsTheRequestedPermissions) {
     publishStore(writer, store, 0606);
     EXPECT_EQ(mode(), 0606U);
     publishStore(writer, store);
-    EXPECT_EQ(mode(), 0606U) << "a store that is replaced keeps its own";
+    EXPECT_EQ(mode(), 0606U) << "a replaced store keeps its permissions";
     removeStore(store);
     publishStore(writer, store);
     EXPECT_EQ(mode(), 0640U);
@@ -211,7 +211,7 @@ TEST_P(SegmentPublisher, DetectsTruncation) {
         calls.onAllocate = nullptr;
         U64 begun = 0;
         std::memcpy(&begun, contentOf(file).data() + 8 * Format::begunWord, sizeof begun);
-        EXPECT_EQ(begun, 2U) << "to be said before the first word is written";
+        EXPECT_EQ(begun, 2U) << "must be set before the first word is written";
         EXPECT_EQ(numberIn(manager), 1U);
         EXPECT_TRUE(manager.isCurrent());
     }

@@ -86,7 +86,7 @@ TEST_P(StorePlaces, ReadersAttachToTheNewestStoreOfAnySize) {
         ASSERT_EQ(manager.versionAnchor(), generation);
         ASSERT_TRUE(manager.isCurrent());
     }
-    EXPECT_EQ(namesIn(folder.path()).size(), GetParam() ? 0U : 1U) << "litter";
+    EXPECT_EQ(namesIn(folder.path()).size(), GetParam() ? 0U : 1U) << "leftover files";
 }
 
 TEST_P(StorePlaces, AttachedReadersKeepTheirStoreWhileTheNextIsWritten) {
@@ -178,7 +178,7 @@ TEST_P(StorePlaces, LeaveForeignFilesAlone) {
         EXPECT_THROW(StoreManager{store}, StoreException);
         EXPECT_EQ(contentOf(file), content);
     }
-    EXPECT_LE(namesIn(folder.path()).size(), 1U) << "litter";
+    EXPECT_LE(namesIn(folder.path()).size(), 1U) << "leftover files";
 }
 
 TEST(StoreFile, DoesNotReplaceNonRegularFiles) {
@@ -241,7 +241,7 @@ TEST_P(StorePlaces, KeepTheOldStoreOnFullDisk) {
             .reason();
     };
     EXPECT_NE(tooLarge().find("File too large"), std::string::npos);
-    EXPECT_FALSE(fs::exists(file)) << "litter";
+    EXPECT_FALSE(fs::exists(file)) << "leftover files";
     publish(store, 1);
     StoreManager const reader(store);
     for (int attempt = 0; attempt < 3; ++attempt) {
@@ -250,7 +250,7 @@ TEST_P(StorePlaces, KeepTheOldStoreOnFullDisk) {
     EXPECT_EQ(numberIn(reader), 1U);
     EXPECT_TRUE(reader.isCurrent());
     EXPECT_EQ(numberIn(StoreManager(store)), 1U);
-    EXPECT_EQ(namesIn(folder.path()).size(), GetParam() ? 0U : 1U) << "litter";
+    EXPECT_EQ(namesIn(folder.path()).size(), GetParam() ? 0U : 1U) << "leftover files";
     EXPECT_EQ(publish(store, 2), 2U);
 }
 

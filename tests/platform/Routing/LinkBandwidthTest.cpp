@@ -33,7 +33,7 @@ struct {
     {"NotANumber", Limits::quiet_NaN(), "nan bps", "weight nan"},
 };
 
-TEST(LinkBandwidthTest, HasAUnitOrIsAWeight) {
+TEST(LinkBandwidthTest, PrintsAUnitOrAWeight) {
     for (auto const& c : cases) {
         using Routing::Rib::LinkBandwidth;
         EXPECT_EQ(LinkBandwidth::toStrep(c.bytesPerSecond, false), c.bandwidth) << c.name;
