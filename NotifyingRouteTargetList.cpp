@@ -18,17 +18,6 @@ namespace {
 Mox::TypeRegistration const registration(NotifyingRouteTargetList::staticType());
 } // namespace
 
-NotifyingRouteTargetList::Notifiee::~Notifiee() = default;
-
-void NotifyingRouteTargetList::Notifiee::notifierIs(
-    NotifyingRouteTargetList::PtrConst const& notifier) {
-    unsubscribe();
-    notifier_ = notifier;
-    if (notifier_) {
-        subscribe(*notifier_->notifieeList());
-    }
-}
-
 void NotifyingRouteTargetList::Notifiee::handleChange(Mox::AttributeNumber /*attribute*/,
                                                       void const* key) {
     handleRt(*static_cast<RouteTarget const*>(key));

@@ -78,17 +78,6 @@ RtExtCommListLifeTimeNotifier::~RtExtCommListLifeTimeNotifier() = default;
 
 // ---- The collection -----------------------------------------------------------------------------
 
-NotifyingRtExtCommListCollection::Notifiee::~Notifiee() = default;
-
-void NotifyingRtExtCommListCollection::Notifiee::notifierIs(
-    NotifyingRtExtCommListCollection::PtrConst const& notifier) {
-    unsubscribe();
-    notifier_ = notifier;
-    if (notifier_) {
-        subscribe(*notifier_->notifieeList());
-    }
-}
-
 void NotifyingRtExtCommListCollection::Notifiee::handleChange(Mox::AttributeNumber /*attribute*/,
                                                               void const* key) {
     handleRtExtCommList(*static_cast<NotifierPtr const*>(key));

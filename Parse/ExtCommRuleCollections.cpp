@@ -100,17 +100,6 @@ Mox::Type const& BgpParseExtCommRuleCollections::staticType() noexcept {
     return type;
 }
 
-BgpParseExtCommRuleCollections::Notifiee::~Notifiee() = default;
-
-void BgpParseExtCommRuleCollections::Notifiee::notifierIs(
-    BgpParseExtCommRuleCollections::PtrConst const& notifier) {
-    unsubscribe();
-    notifier_ = notifier;
-    if (notifier_) {
-        subscribe(*notifier_->notifieeList());
-    }
-}
-
 namespace {
 
 using Observer = BgpParseExtCommRuleCollections::Notifiee;

@@ -85,4 +85,26 @@ class VOBGP_EXPORT NotifieeList {
     Round* round_ = nullptr;
 };
 
+/// An observer of notifiers of one class. Keeps its notifier alive.
+///
+/// The observer of a notifier class derives from it, and hands each change to a hook with the type
+/// of the key.
+template <class Notifier>
+class VOBGP_EXPORT NotifieeOf : public Notifiee {
+  public:
+    PtrConst<Notifier> const& notifier() const noexcept { return notifier_; }
+
+    /// Observes that notifier instead of the previous one; null to observe none.
+    void notifierIs(PtrConst<Notifier> const& notifier) {
+        unsubscribe();
+        notifier_ = notifier;
+        if (notifier_) {
+            subscribe(*notifier_->notifieeList());
+        }
+    }
+
+  private:
+    PtrConst<Notifier> notifier_;
+};
+
 } // namespace Mox

@@ -57,8 +57,8 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
     /// The attributes that a notification may be about.
     static constexpr Mox::AttributeNumber rtExtCommListAttribute = 0;
 
-    /// An observer of a collection. Owned by the agent; it keeps its collection alive.
-    class VOBGP_EXPORT Notifiee : public Mox::Notifiee {
+    /// An observer of a collection. Owned by the agent; keeps its collection alive.
+    class VOBGP_EXPORT Notifiee : public Mox::NotifieeOf<NotifyingRtExtCommListCollection> {
       public:
         Notifiee() noexcept = default;
 
@@ -66,23 +66,12 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
             notifierIs(notifier);
         }
 
-        ~Notifiee() override;
-
-        NotifyingRtExtCommListCollection::PtrConst const& notifier() const noexcept {
-            return notifier_;
-        }
-
-        /// Observes that collection from now on, and no other; none if null.
-        void notifierIs(NotifyingRtExtCommListCollection::PtrConst const& notifier);
-
         /// The list was added or removed: `notifier()->rtExtCommListHas(rtExtCommList)` tells
         /// which. Must not throw on removal, which may happen in the release of a list.
         virtual void handleRtExtCommList(NotifierPtr const& /*rtExtCommList*/) {}
 
       private:
         void handleChange(Mox::AttributeNumber attribute, void const* key) final;
-
-        NotifyingRtExtCommListCollection::PtrConst notifier_;
     };
 
     NotifyingRtExtCommListCollection();

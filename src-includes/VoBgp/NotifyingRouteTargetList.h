@@ -14,20 +14,20 @@ namespace Routing::Bgp {
 
 using Mox::U32;
 
-/// A set of route targets that tells its observers of every one that comes or goes.
+/// A set of route targets that notifies its observers of every one that is added or removed.
 ///
-/// Owned by whoever feeds it and by its observers; holds the route targets by value. Reactor
-/// thread: it takes no lock. One that an intern table feeds in thread-safe mode is fed by one
-/// thread at a time, and to be read only from its observers.
+/// Owned by its producer and its observers; holds the route targets by value. Takes no lock.
+/// Reactor thread; the list of an intern table in thread-safe mode is changed by one thread at a
+/// time, and only its observers may read it.
 class VOBGP_EXPORT NotifyingRouteTargetList : public Mox::PtrInterface {
   public:
     MOX_COUNTED(NotifyingRouteTargetList)
 
-    /// The attributes that a notification may be about.
+    /// The attribute that notifications are about.
     static constexpr Mox::AttributeNumber rtAttribute = 0;
 
-    /// An observer of a list. Owned by the agent; it keeps its list alive.
-    class VOBGP_EXPORT Notifiee : public Mox::Notifiee {
+    /// An observer of a list. Owned by the agent; keeps its list alive.
+    class VOBGP_EXPORT Notifiee : public Mox::NotifieeOf<NotifyingRouteTargetList> {
       public:
         Notifiee() noexcept = default;
 
@@ -35,30 +35,21 @@ class VOBGP_EXPORT NotifyingRouteTargetList : public Mox::PtrInterface {
             notifierIs(notifier);
         }
 
-        ~Notifiee() override;
-
-        NotifyingRouteTargetList::PtrConst const& notifier() const noexcept { return notifier_; }
-
-        /// Observes that list from now on, and no other; none if null.
-        void notifierIs(NotifyingRouteTargetList::PtrConst const& notifier);
-
         /// The route target was added or removed: `notifier()->rtHas(rt)` tells which. Must not
         /// throw on removal, which may happen in the release of a community.
         virtual void handleRt(RouteTarget const& /*rt*/) {}
 
       private:
         void handleChange(Mox::AttributeNumber attribute, void const* key) final;
-
-        NotifyingRouteTargetList::PtrConst notifier_;
     };
 
     NotifyingRouteTargetList();
     ~NotifyingRouteTargetList() override;
 
-    /// Adds a route target and tells the observers, unless it is there already.
+    /// Adds a route target and notifies the observers, unless it is present.
     void rtIs(RouteTarget const& rt) { rt_.is(rt); }
 
-    /// Removes a route target and tells the observers; returns whether it was there.
+    /// Removes a route target and notifies the observers; returns whether it was present.
     bool rtDel(RouteTarget const& rt) { return rt_.del(rt); }
 
     /// Removes every route target, one at a time through rtDel().
@@ -67,7 +58,7 @@ class VOBGP_EXPORT NotifyingRouteTargetList : public Mox::PtrInterface {
     bool rtHas(RouteTarget const& rt) const noexcept { return rt_.has(rt); }
     std::size_t rts() const noexcept { return rt_.size(); }
 
-    /// Calls the visitor with each route target; it may change the list meanwhile.
+    /// Calls the visitor with each route target. The visitor may change the list.
     template <class Visitor>
     void forEachRt(Visitor visitor) const {
         rt_.forEach(visitor);

@@ -28,25 +28,16 @@ class VOBGP_EXPORT CommSnapshot : public Mox::PtrInterface {
     /// One entry: a community value and its mapped value.
     using MoxComm = Mox::MapEntry<Key, Value>;
 
-    /// An observer of a snapshot. Holds a reference to the snapshot.
-    class VOBGP_EXPORT Notifiee : public Mox::Notifiee {
+    /// An observer of a snapshot. Owned by its creator; keeps the snapshot alive.
+    class VOBGP_EXPORT Notifiee : public Mox::NotifieeOf<CommSnapshot> {
       public:
         Notifiee() noexcept = default;
 
-        explicit Notifiee(Mox::PtrConst<CommSnapshot> const& notifier) { notifierIs(notifier); }
-
-        Mox::PtrConst<CommSnapshot> const& notifier() const noexcept { return notifier_; }
-
-        /// Observes that snapshot instead of the previous one; null to observe none.
-        void notifierIs(Mox::PtrConst<CommSnapshot> const& notifier) {
-            unsubscribe();
-            notifier_ = notifier;
-            if (notifier_) {
-                subscribe(*notifier_->notifieeList());
-            }
+        explicit Notifiee(Mox::PtrConst<CommSnapshot> const& notifier) {
+            this->notifierIs(notifier);
         }
 
-        /// Called when an entry was added, removed or changed.
+        /// The entry was added, removed or changed.
         virtual void handleComm(Key const& /*key*/) {}
 
       protected:
@@ -55,9 +46,6 @@ class VOBGP_EXPORT CommSnapshot : public Mox::PtrInterface {
                 handleComm(*static_cast<Key const*>(key));
             }
         }
-
-      private:
-        Mox::PtrConst<CommSnapshot> notifier_;
     };
 
     /// Inserts or replaces the entry.

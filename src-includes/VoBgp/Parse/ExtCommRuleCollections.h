@@ -179,7 +179,8 @@ class VOBGP_EXPORT BgpParseExtCommRuleCollections
     /// called with a key that was added or removed: the set's `Has` operation tells which. Keeps
     /// its registry alive.
     class VOBGP_EXPORT Notifiee
-      : public ExtCommChain<ExtCommRuleKinds, Detail::NotifieeHookOf, Mox::Notifiee> {
+      : public ExtCommChain<ExtCommRuleKinds, Detail::NotifieeHookOf,
+                            Mox::NotifieeOf<BgpParseExtCommRuleCollections>> {
       public:
         Notifiee() noexcept = default;
 
@@ -187,19 +188,8 @@ class VOBGP_EXPORT BgpParseExtCommRuleCollections
             notifierIs(notifier);
         }
 
-        ~Notifiee() override;
-
-        BgpParseExtCommRuleCollections::PtrConst const& notifier() const noexcept {
-            return notifier_;
-        }
-
-        /// Observes that registry instead of the previous one; null to observe none.
-        void notifierIs(BgpParseExtCommRuleCollections::PtrConst const& notifier);
-
       private:
         void handleChange(Mox::AttributeNumber attribute, void const* key) final;
-
-        BgpParseExtCommRuleCollections::PtrConst notifier_;
     };
 
     BgpParseExtCommRuleCollections();
