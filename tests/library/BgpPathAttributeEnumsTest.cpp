@@ -42,7 +42,7 @@ TEST(BgpPathAttrFlagTest, PrintsNamesOfNamedCombinationsAndNumbersOfOthers) {
     EXPECT_EQ(Mox::strepToValue<BgpPathAttrFlag>("208"), optionalTransitive | extLen);
 }
 
-TEST(TunnelTypeTest, OnlyNamedTypesAreValid) {
+TEST(TunnelTypeTest, AcceptsOnlyNamedTypes) {
     EXPECT_EQ(acceptedBy<TunnelType>(), (std::set<unsigned>{1, 2, 7, 8, 9, 10, 11, 12}));
 }
 
