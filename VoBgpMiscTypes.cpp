@@ -9,7 +9,7 @@ namespace Routing::Bgp {
 
 namespace {
 
-/// The bits of the word that element `index` of a view stands for.
+/// The bits of one element of a view.
 struct Element {
     unsigned shift;
     U32 mask;
@@ -55,7 +55,7 @@ Mox::Type const& BgpDenseU32Attr::staticType() noexcept {
 
 namespace {
 
-// Its own text is not that of its attribute: the type is here for those who ask the registry.
+// For the registry only: the text of a value is not that of this attribute.
 Mox::Type const maybeU63Type(Mox::Type::Kind::value, "Routing::Bgp::BgpMaybeU63",
                              {{"value", [](Mox::CharBuffer& out, void const* object) {
                                    Kel::writeMaybeU63(out,

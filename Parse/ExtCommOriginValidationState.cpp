@@ -26,7 +26,7 @@ ExtCommTypedRegistrations<ExtCommOriginValidationStatePlugin, ExtCommOriginValid
 
 namespace {
 
-/// The word for a state; empty for a number that is none.
+/// The word for a state; empty for an unknown one.
 std::string_view stateWord(Rpki::OriginValidationState state) {
     switch (state) {
     case Rpki::OriginValidationState::valid:

@@ -12,10 +12,10 @@ namespace Routing::Bgp {
 
 using Mox::stringValue;
 
-// Types and flags of attributes have the short names that everybody knows them by (`origin`,
-// `community`, `transitive`, `opt`). They are scoped, so that such a word stays free for variables,
-// parameters and members of the namespace. The enumerations after them have a name of their own in
-// every member, and are as open as the rest of the library's.
+// The members of attribute types and flags have short names (`origin`, `community`, `transitive`,
+// `opt`). Their enumerations are scoped, so that these words remain free for other uses. The
+// members of the other enumerations have prefixes, and these are unscoped like the rest of the
+// library's.
 
 /// The type code of a path attribute (RFC 4271, section 4.3, and the IANA registry).
 enum class BgpPathAttrType : U32 {
@@ -50,8 +50,7 @@ enum class BgpPathAttrType : U32 {
 };
 
 /// The flags octet of a path attribute (RFC 4271, section 4.3): four flags, and the two
-/// combinations that have names. Any other combination is a value of this type as well, and its
-/// text is its number.
+/// combinations that have names. The text of any other combination is its number.
 ///
 ///     bit   7         6            5         4          3 ... 0
 ///          +---------+------------+---------+----------+---------+
@@ -82,7 +81,7 @@ enum AspType : U32 {
     aspTypeEbgp = 3,
     aspTypeIbgp = 4,
     aspTypeConfedEbgp = 5,
-    /// How many there are.
+    /// The number of types.
     aspTypeMax = 6,
 };
 
@@ -122,13 +121,13 @@ enum BgpCommunityValue : U32 {
     communityGshut = 0xffff0000,
 };
 
-/// What show commands call an attribute type; `Invalid attribute` for a number that is no member,
-/// which is not the text of `invalidPathAttr`.
+/// The name of an attribute type in show commands; `Invalid attribute` for an unknown number,
+/// unlike the text of `invalidPathAttr`.
 VOBGP_EXPORT std::string_view bgpPathAttrTypeShowString(BgpPathAttrType type) noexcept;
 
 } // namespace Routing::Bgp
 
-// ---- The tables: each member once more ----------------------------------------------------------
+// ---- The tables: a row for each member ----------------------------------------------------------
 
 template <>
 struct Mox::EnumerationTable<Routing::Bgp::BgpPathAttrType> {
@@ -242,7 +241,7 @@ struct Mox::EnumerationTable<Routing::Bgp::BgpCommunityValue> {
 
 namespace Routing::Bgp {
 
-/// Whether the value is a tunnel type that has a name here.
+/// Whether the value is a member.
 constexpr bool bgpIsValidEnumMember(TunnelType value) noexcept {
     return Mox::isValidOnWire(value);
 }

@@ -44,16 +44,16 @@ enum BgpExtCommIp6PktSubtypeNonTransIpv6Address : U32 {
     extCommIp6PktSubtypeNonTransIpv6AddressUnknown = 0x100,
 };
 
-/// An IPv6-address-specific extended community (RFC 5701): twenty octets, laid out as on the wire
-/// but for the local administrator, which is an integer in host order.
+/// The content of an IPv6-address-specific extended community (RFC 5701): twenty octets as on the
+/// wire, except for the local administrator, which is an integer in host order.
 ///
 ///     octet  0      1         2                                17 18             19
 ///          +------+---------+------------------------------------+----------------+
 ///          | type | subtype |  global administrator: an address  |  local admin.  |
 ///          +------+---------+------------------------------------+----------------+
 ///
-/// In the type octet 0x40 set means non-transitive. Ordered by type, subtype, address and local
-/// administrator. Immutable but for assignment.
+/// 0x40 in the type octet means non-transitive. Ordered by type, subtype, address and local
+/// administrator. Immutable except for assignment.
 class VOBGP_EXPORT ExtCommIp6Content {
   public:
     /// All octets zero.
@@ -71,14 +71,14 @@ class VOBGP_EXPORT ExtCommIp6Content {
     constexpr U16 localAdmin() const noexcept { return localAdmin_; }
     constexpr bool transitive() const noexcept { return (type_ & 0x40) == 0; }
 
-    /// The type octet if it is a member of the enumeration, else `extCommIp6PktTypeUnknown`.
+    /// The type octet if it is a member of the enumeration, otherwise `extCommIp6PktTypeUnknown`.
     BgpExtCommIp6PktType pktType() const noexcept;
 
-    /// The one-at-a-time mix of the twenty octets, but the local administrator's low octet first,
-    /// against the order of the wire.
+    /// The one-at-a-time mix of the twenty octets. The low octet of the local administrator comes
+    /// before the high one, unlike on the wire.
     U32 hash() const noexcept;
 
-    /// What decides an interned community's place in its table.
+    /// Determines the place of an interned community in its table.
     U64 placementHash() const noexcept;
 
     friend constexpr bool operator==(ExtCommIp6Content const&,
@@ -97,33 +97,33 @@ class VOBGP_EXPORT ExtCommIp6Content {
 
 static_assert(sizeof(ExtCommIp6Content) == 20);
 
-/// One IPv6-address-specific extended community (RFC 5701): exactly one object for each distinct
-/// content in a table.
+/// An IPv6-address-specific extended community (RFC 5701). Interned: a table holds at most one
+/// object for each content.
 ///
-/// It is owned by its counted pointers and leaves its table with the last outside one. Content and
-/// classification never change. Immutable: it may be read from any thread.
+/// Reference-counted; removed from its table when the last external reference is released.
+/// Immutable and thread-safe.
 class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
   public:
     MOX_COUNTED(ExtCommIp6)
 
-    /// Which of its text forms a community is asked for: a set of six flags. A word above 0x3f is a
+    /// Selects the text form of a community: a set of six flags. A word above 0x3f throws
     /// `Mox::RangeException`.
     ///
-    /// Above 0x08 the bits are not those of `ExtComm::StrepFormat`, which has a flag more: convert
-    /// between the two flag by flag.
+    /// The bits above 0x08 differ from those of `ExtComm::StrepFormat`, which has one more flag.
+    /// Convert between the two flag by flag.
     class VOBGP_EXPORT StrepFormat : public Mox::FlagWord<StrepFormat> {
       public:
         /// Default form.
         static constexpr U32 strepFormatDefault = 0x01;
-        /// Add qualifiers; nothing here has any.
+        /// Add qualifiers. No effect here.
         static constexpr U32 strepFormatQualifier = 0x02;
         /// Together with strepFormatUI: prefix the type.
         static constexpr U32 strepFormatClassification = 0x04;
         /// Together with strepFormatClassification: prefix the type.
         static constexpr U32 strepFormatUI = 0x08;
-        /// AS numbers in asdot notation (RFC 5396); there is none here.
+        /// AS numbers in asdot notation (RFC 5396). No effect here.
         static constexpr U32 strepFormatAsdot = 0x10;
-        /// Link bandwidth as a weight; there is none here.
+        /// Link bandwidth as a weight. No effect here.
         static constexpr U32 strepFormatLinkBwWeighted = 0x20;
 
         static constexpr std::string_view qualifiedName = "Routing::Bgp::ExtCommIp6::StrepFormat";
@@ -147,25 +147,26 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
       , content_(content) {}
     ~ExtCommIp6() override;
 
-    // The interned-object contract: the content is what counts, the classification takes no part.
+    // The interned-object contract. Equality and hashes depend on the content only, not on the
+    // classification.
     U32 hash() const override;
     U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
     bool compareByContent(Kel::DedupContentHandle const& content) const override;
     void formatHandle(std::ostream& os) const override;
 
-    /// The subtype octet of an object that was built for it; else unspecified.
+    /// The subtype octet if the class has one, otherwise unspecified.
     virtual BgpExtCommPktSubtype pktSubtype() const { return {}; }
 
-    /// Writes the text for show output, `<TYPE[ SUBTYPE] addr=ADDRESS localAdmin=NUMBER>`. The
-    /// stream's formatting state is afterwards as it was.
+    /// Writes the text for show output, `<TYPE[ SUBTYPE] addr=ADDRESS localAdmin=NUMBER>`. Restores
+    /// the stream's formatting state.
     virtual void formatDerivedType(std::ostream& os) const;
 
     /// The text for policy and command line, `[TYPE:]ADDRESS:NUMBER`, with the type if both
     /// strepFormatClassification and strepFormatUI are set.
     virtual String toStrepForPolicy(StrepFormat format) const;
 
-    /// Does nothing: the subtype is part of the content.
+    /// Does nothing; the subtype is part of the content.
     virtual void pktSubtypeIs(BgpExtCommPktSubtype const& /*pktSubtype*/) {}
 
     ExtCommIp6Content getContent() const noexcept { return content_; }
@@ -173,21 +174,19 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     BgpExtCommIp6PktType pktType() const noexcept { return content_.pktType(); }
     bool transitive() const noexcept { return content_.transitive(); }
 
-    /// Writes `unspecified`, the name of the subtype in the family of the type, or `none` where the
-    /// type has no family.
+    /// Writes the name of the subtype, `unspecified`, or `none` for a type without subtypes.
     void formatSubtype(std::ostream& os) const;
 
     /// What streaming this writes.
     String toStrep() const;
 
-    /// Appends what toStrep() or toStrepForPolicy() returns. On `std::bad_alloc` part of it may be
-    /// there.
+    /// Appends what toStrep() or toStrepForPolicy() returns. On `std::bad_alloc` a part may have
+    /// been appended.
     void appendShowText(Mox::CharBuffer& out) const;
     void appendPolicyText(Mox::CharBuffer& out, StrepFormat format) const;
 
-    /// The subtype's member name in the family of the type, or `subtype=` and the octet in decimal;
-    /// always the latter for the non-transitive type, whose family has no names. Each asserts that
-    /// the object is of that type and has a subtype.
+    /// The name of the subtype, or `subtype=` and the octet in decimal if it has none, as every
+    /// non-transitive one. REQUIRES: the object is of that type and has a subtype (asserted).
     String pktSubtypeTransIpv6AddressAsString() const;
     String pktSubtypeNonTransIpv6AddressAsString() const;
 
@@ -199,8 +198,8 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     /// Writes content and classification into a store; returns their stored address.
     void const* stash(MoxStash::StoreWriter& writer) const;
 
-    /// Rebuilds what was written: of this kind, so without a subtype, and in state destashed. It is
-    /// in no table, ever. Throws `MoxStash::StoreException` if there is no community.
+    /// Rebuilds a stored community, without a subtype, in state destashed. It is in no table.
+    /// Throws `MoxStash::StoreException` if there is no community.
     static Ptr destash(void const* image, MoxStash::StoreManager* storeManager);
 
   protected:
@@ -210,7 +209,8 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     /// Appends what toStrepForPolicy() returns.
     virtual void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const;
 
-    /// As `ExtComm::textIsBuiltIn()`.
+    /// Whether the object is exactly of the class that defines this function, so that nothing
+    /// overrides formatDerivedType() or toStrepForPolicy().
     virtual bool textIsBuiltIn() const noexcept;
 
   private:
@@ -220,17 +220,16 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     ExtCommIp6Content const content_;
 };
 
-/// A new object of the base kind, not interned, with its notifications switched on.
+/// A new object of the base class, not interned, with its notifications switched on.
 VOBGP_EXPORT ExtCommIp6::Ptr extCommIp6Factory(ExtCommClassification classification,
                                                ExtCommIp6Content const& content);
 
-/// Writes `NULL` for null, else formatDerivedType(). The stream's formatting state is afterwards as
-/// it was, whatever a kind's own form did to it.
+/// Writes formatDerivedType(), or `NULL` for null. Restores the stream's formatting state, even if
+/// an override changed it.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommIp6 const* extCommIp6);
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommIp6 const& extCommIp6);
 
-/// An IPv6-address-specific extended community of a type with a subtype that it reports. Else as
-/// its base.
+/// An IPv6-address-specific extended community that reports its subtype.
 class VOBGP_EXPORT ExtCommIp6Subtyped : public ExtCommIp6 {
   public:
     MOX_COUNTED(ExtCommIp6Subtyped)
@@ -246,16 +245,16 @@ class VOBGP_EXPORT ExtCommIp6Subtyped : public ExtCommIp6 {
 
 } // namespace Routing::Bgp
 
-/// `type=O;subtype=O;addr=ADDRESS;localAdmin=NUMBER`, where each `O` is the octet itself, one raw
-/// character, and not its number: a text may hold characters that do not print, NUL among them.
-/// The reader takes exactly one character for each, and so reads back every text that is written.
+/// `type=O;subtype=O;addr=ADDRESS;localAdmin=NUMBER`, where each `O` is the octet itself as one raw
+/// character, not its number. A text may contain characters that do not print, including NUL. The
+/// reader takes exactly one character for each.
 template <>
 struct VOBGP_EXPORT Mox::ValueText<Routing::Bgp::ExtCommIp6Content> {
     static void write(CharBuffer& out, Routing::Bgp::ExtCommIp6Content const& content);
     static Routing::Bgp::ExtCommIp6Content read(ValueReader& in);
 };
 
-// ---- The tables: each member once more, with what the wire may carry ----------------------------
+// ---- The tables: a row for each member, with whether it is valid on the wire --------------------
 
 template <>
 struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommIp6PktType> {

@@ -1,5 +1,71 @@
 #pragma once
 
+// BGP communities, interned.
+//
+// The routes of a BGP speaker carry few distinct communities, and few distinct lists of them. This
+// library parses communities into typed objects and interns them: a table holds one immutable,
+// reference-counted object for each content, however many routes carry it. Two communities, or two
+// lists, of a table are equal if and only if they are the same object.
+//
+// -----------------------------------------------------------------------------------------------
+// LISTS FROM ATTRIBUTES
+//
+// CommunityTables (VoBgp/CommunityTables.h) owns the parse rules and the tables of an agent. It
+// turns the value of a path attribute, as a peer sent it, into an interned list:
+//
+//     CommunityTables const tables;
+//
+//     // Attribute 16, EXTENDED COMMUNITIES: route targets 64500:9 and 64500:7.
+//     unsigned char const value[] = {0, 2, 251, 244, 0, 0, 0, 9, 0, 2, 251, 244, 0, 0, 0, 7};
+//     auto const targets = tables.extCommList(std::as_bytes(std::span(value)));
+//     if (!targets) {
+//         return 1; // malformed, or no list can hold it: see targets.verdict
+//     }
+//     std::cout << *targets.list << '\n';
+//
+// Untrusted octets cannot fail an assertion here. A list that is interned already is found by its
+// octets, without parsing or allocating. Keep `targets.list`, a counted pointer, with the route;
+// the list leaves its table with the last pointer to it.
+//
+// -----------------------------------------------------------------------------------------------
+// SINGLE COMMUNITIES
+//
+// ExtComm is one extended community. Its content is the eight octets as one integer:
+//
+//     auto const target = ExtComm::dedupContent(tables.extCommDedupTable().get(),
+//                                               ExtCommContent(0x0002fbf400000007));
+//     std::cout << *target << '\n'; // <RouteTarget2ByteASN 64500:7 0x0002fbf400000007>
+//
+// toStrepForPolicy() gives the text for policy and command line; classification() tells which class
+// a parse rule made. To read the fields, cast to the class: Mox::entityCast<ExtCommAsNumber const>.
+//
+// ExtCommIp6 (VoBgp/ExtCommIp6.h) is the same for IPv6-address-specific communities. Standard and
+// large communities are plain values; only their lists are interned (VoBgp/CommList.h).
+//
+// -----------------------------------------------------------------------------------------------
+// ROUTE TARGETS IN USE
+//
+// The table notifies observers of the first use and the last release of each route target:
+//
+//     class Import final : public NotifyingRouteTargetList::Notifiee {
+//       public:
+//         using Notifiee::Notifiee;
+//         void handleRt(RouteTarget const& rt) override {
+//             std::cout << rt.toStrep(false) << (notifier()->rtHas(rt) ? " in use\n" : " gone\n");
+//         }
+//     } import(tables.routeTargets());
+//
+// -----------------------------------------------------------------------------------------------
+// THREADS
+//
+// By default the tables and counts belong to one thread and take no locks. For more threads, before
+// the second thread and the first table:
+//
+//     Mox::threadSafePtrsIs(true);
+//     Routing::Bgp::VoBgpGlobals::multiThreadedIs(true);
+//
+// docs/threads.md says what observers may do, and examples/ has complete agents.
+
 #include <Kel/DedupHandle.h>
 #include <Kel/DedupHashTable.h>
 #include <Kel/DumpContext.h>
@@ -20,20 +86,20 @@ namespace Routing::Bgp {
 class BgpParseExtendedCommunityRule;
 class ExtCommDedupTable;
 
-/// One extended community (RFC 4360): exactly one object for each distinct value in a table.
+/// An extended community (RFC 4360). Interned: a table holds at most one object for each value.
 ///
-/// It is owned by its counted pointers and leaves its table with the last outside one. Value and
-/// classification never change. Immutable: it may be read from any thread.
+/// Reference-counted; removed from its table when the last external reference is released.
+/// Immutable and thread-safe.
 ///
-/// A derived class has texts of its own if it overrides formatDerivedType() and toStrepForPolicy(),
-/// or appendShowForm() and appendPolicyForm(), from which the first two follow and which allocate
-/// nothing.
+/// A derived class may have its own texts. It overrides appendShowForm() and appendPolicyForm(),
+/// which allocate nothing, or formatDerivedType() and toStrepForPolicy(), which by default are
+/// derived from them.
 class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
   public:
     MOX_COUNTED(ExtComm)
 
-    /// Which of its text forms a community is asked for: a set of seven flags. A word above 0x7f is
-    /// a `Mox::RangeException`.
+    /// Selects the text form of a community: a set of seven flags. A word above 0x7f throws
+    /// `Mox::RangeException`.
     class VOBGP_EXPORT StrepFormat : public Mox::FlagWord<StrepFormat> {
       public:
         /// Default form.
@@ -72,7 +138,8 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
       , classification_(classification) {}
     ~ExtComm() override;
 
-    // The interned-object contract: the content is what counts, the classification takes no part.
+    // The interned-object contract. Equality and hashes depend on the content only, not on the
+    // classification.
     U32 hash() const override;
     U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
@@ -82,18 +149,18 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     /// Whether this is a link bandwidth whose AS field is 0.
     virtual bool isLinkBandwidthWithUnspecifiedAsNumber() const { return false; }
 
-    /// The subtype octet of an object that was built for it; else unspecified.
+    /// The subtype octet if the class has one, otherwise unspecified.
     virtual BgpExtCommPktSubtype pktSubtype() const { return {}; }
 
-    /// Writes the text for show output; `<TYPE[ SUBTYPE] VALUE>` unless a kind has its own. The
-    /// stream's formatting state is afterwards as it was.
+    /// Writes the text for show output, by default `<TYPE[ SUBTYPE] VALUE>`. Restores the stream's
+    /// formatting state.
     virtual void formatDerivedType(std::ostream& os) const;
 
     /// The text for policy and command line. Empty for a plain community unless both
-    /// strepFormatClassification and strepFormatUI are set: it has none but its type and octets.
+    /// strepFormatClassification and strepFormatUI are set.
     virtual String toStrepForPolicy(StrepFormat strepFormatFlags) const;
 
-    /// Does nothing: the subtype is part of the content.
+    /// Does nothing; the subtype is part of the content.
     virtual void pktSubtypeIs(BgpExtCommPktSubtype const& /*pktSubtype*/) {}
 
     ExtCommContent getContent() const noexcept { return extCommContent_; }
@@ -109,20 +176,19 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
 
     void formatCommunityValue(std::ostream& os) const;
 
-    /// Writes `unspecified`, the name of the subtype in the family of the type, or `none` where the
-    /// type has no family.
+    /// Writes the name of the subtype, `unspecified`, or `none` for a type without subtypes.
     void formatSubtype(std::ostream& os) const;
 
     /// What streaming a pointer to this writes.
     String toStrep() const;
 
-    /// Appends what toStrep() or toStrepForPolicy() returns. On `std::bad_alloc` part of it may be
-    /// there.
+    /// Appends what toStrep() or toStrepForPolicy() returns. On `std::bad_alloc` a part may have
+    /// been appended.
     void appendShowText(Mox::CharBuffer& out) const;
     void appendPolicyText(Mox::CharBuffer& out, StrepFormat format) const;
 
-    /// The subtype's member name in the family of the type, or `subtype=` and the octet in decimal.
-    /// Each asserts that the object is of that type and has a subtype.
+    /// The name of the subtype, or `subtype=` and the octet in decimal if it has none. REQUIRES:
+    /// the object is of that type and has a subtype (asserted).
     String pktSubtypeTransTwoOctetAsString() const;
     String pktSubtypeTransIpv4AddressString() const;
     String pktSubtypeTransFourOctetAsString() const;
@@ -141,36 +207,35 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     /// parses. Thread-safe if the table is. REQUIRES: the table is not null (asserted).
     static PtrConst dedupContent(ExtCommDedupTable const* table, ExtCommContent const& content);
 
-    /// The community that an interned-object handle stands for; asserts that it is one.
+    /// Casts an interned object to a community. REQUIRES: it is one (asserted).
     static ExtComm const* fromDedupHandle(Kel::DedupHandle const* handle) noexcept;
 
     /// Writes value and classification into a store; returns their stored address.
     void const* stash(MoxStash::StoreWriter& writer) const;
 
-    /// Rebuilds what was written: a plain community, whatever it was before, in state destashed. It
-    /// is in no table, ever, and no list of route targets hears of it. Throws
-    /// `MoxStash::StoreException` if there is no community.
+    /// Rebuilds a stored community as a plain one in state destashed. It is in no table, and no
+    /// list of route targets has it. Throws `MoxStash::StoreException` if there is no community.
     static Ptr destash(void const* stored, MoxStash::StoreManager* store);
 
   protected:
-    /// Appends what formatDerivedType() writes, the value in upper case if the stream asks for it.
+    /// Appends what formatDerivedType() writes; `upperCase` is for the digits of the value.
     virtual void appendShowForm(Mox::CharBuffer& out, bool upperCase) const;
 
     /// Appends what toStrepForPolicy() returns.
     virtual void appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const;
 
-    /// Whether nothing overrides formatDerivedType(), toStrepForPolicy() or
-    /// `ExtCommAsNumber::formatAsNumber()`: the object is of the very class that this function is
-    /// of, and not of a derived one. Texts are then appended without a stream or a string.
+    /// Whether the object is exactly of the class that defines this function, so that nothing
+    /// overrides formatDerivedType(), toStrepForPolicy() or `ExtCommAsNumber::formatAsNumber()`.
+    /// Texts are then appended without a stream or a string.
     virtual bool textIsBuiltIn() const noexcept;
 
-    /// Appends `<TYPE[ SUBTYPE]`, with which the show forms of the layouts begin.
+    /// Appends `<TYPE[ SUBTYPE]`, the start of the layouts' show forms.
     void appendShowHead(Mox::CharBuffer& out) const;
 
-    /// Appends ` VALUE>`, with which all show forms end.
+    /// Appends ` VALUE>`, the end of all show forms.
     void appendShowTail(Mox::CharBuffer& out, bool upperCase) const;
 
-    /// Appends `PREFIX:` for a format that asks for the type, nothing otherwise.
+    /// Appends `PREFIX:` if the format selects the type.
     void appendTypePrefix(Mox::CharBuffer& out, std::string_view suffix, StrepFormat format) const;
 
   private:
@@ -183,12 +248,12 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     ExtCommClassification const classification_;
 };
 
-/// Writes `NULL` for null, else formatDerivedType(). The stream's formatting state is afterwards as
-/// it was, whatever a kind's own form did to it.
+/// Writes formatDerivedType(), or `NULL` for null. Restores the stream's formatting state, even if
+/// an override changed it.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtComm const* extComm);
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtComm const& extComm);
 
-/// An extended community of a type with a subtype that it reports. Else as its base.
+/// An extended community that reports its subtype.
 class VOBGP_EXPORT ExtCommSubtyped : public ExtComm {
   public:
     MOX_COUNTED(ExtCommSubtyped)
@@ -207,7 +272,7 @@ class VOBGP_EXPORT ExtCommSubtyped : public ExtComm {
     bool textIsBuiltIn() const noexcept override;
 };
 
-/// An extended community with an AS number as its administrator. Else as its base.
+/// An extended community with an AS number as its administrator.
 ///
 ///     octet  0      1         2       3       4       5       6       7
 ///          +------+---------+---------------+-------------------------------+
@@ -229,8 +294,8 @@ class VOBGP_EXPORT ExtCommAsNumber : public ExtCommSubtyped {
     static Ptr ExtCommAsNumberIs(ExtCommClassification classification,
                                  ExtCommContent const& content, bool fourByteAs);
 
-    /// The AS number: with an `L` behind it if it has the four-octet layout and the qualifier is
-    /// wanted and not asdot; else as RFC 5396 says.
+    /// The AS number in asplain or asdot notation (RFC 5396). In asplain notation, the qualifier
+    /// adds an `L` to an AS number of four octets.
     virtual String formatAsNumber(bool includeQualifier, bool asdot) const;
 
     bool fourByteAs() const noexcept { return fourByteAs_; }
@@ -253,7 +318,7 @@ class VOBGP_EXPORT ExtCommAsNumber : public ExtCommSubtyped {
     /// Appends what formatAsNumber() returns.
     void appendAsNumber(Mox::CharBuffer& out, bool includeQualifier, bool asdot) const;
 
-    /// Appends `AS:LOCALADMIN` as the format asks for it.
+    /// Appends `AS:LOCALADMIN` in the format.
     void appendAsAndLocalAdmin(Mox::CharBuffer& out, StrepFormat format) const;
 
   private:
@@ -262,8 +327,7 @@ class VOBGP_EXPORT ExtCommAsNumber : public ExtCommSubtyped {
     bool const fourByteAs_;
 };
 
-/// An extended community with an IPv4 address as its administrator (RFC 4360, section 3.2). Else as
-/// its base.
+/// An extended community with an IPv4 address as its administrator (RFC 4360, section 3.2).
 ///
 ///     octet  0      1         2       3       4       5       6       7
 ///          +------+---------+-------------------------------+---------------+
@@ -296,7 +360,7 @@ class VOBGP_EXPORT ExtCommIpv4Address : public ExtCommSubtyped {
 
 /// Keeps a list of route targets equal to the route-target communities of a table.
 ///
-/// Owned by the table it observes. Called by one thread at a time, as every lifetime notifiee is.
+/// Owned by the table it observes. Called by one thread at a time.
 class VOBGP_EXPORT ExtCommLifeTimeNotifiee : public Kel::DedupHashTableLifeTimeNotifiee {
   public:
     MOX_COUNTED(ExtCommLifeTimeNotifiee)
@@ -320,9 +384,8 @@ class VOBGP_EXPORT ExtCommLifeTimeNotifiee : public Kel::DedupHashTableLifeTimeN
 
 /// The intern table of extended communities, and the list of the route targets in it.
 ///
-/// Owned by the agent; holds its parse rule, the framework's table, and the list, which it keeps up
-/// to date. Thread-safe if `VoBgpGlobals::multiThreaded()` was set when it was made. The rule never
-/// changes.
+/// Owned by the agent; holds its parse rule, the framework's table, and the list. Thread-safe if
+/// `VoBgpGlobals::multiThreaded()` was set when it was created.
 class VOBGP_EXPORT ExtCommDedupTable : public Mox::PtrInterface {
   public:
     MOX_COUNTED(ExtCommDedupTable)

@@ -155,7 +155,7 @@ enum BgpExtCommPktSubtypeNonTransOpaque : U32 {
     extCommPktSubtypeNonTransOpaqueUnknown = 0x100,
 };
 
-/// Which kind of typed object a community was made into. Lists keep one sub-list per kind.
+/// The class of a community, which its parse rule determines. Lists keep one sub-list per class.
 enum ExtCommClassification : U32 {
     extCommClassificationUnSpecified = 0,
     extCommClassificationRouteTarget = 1,
@@ -167,7 +167,7 @@ enum ExtCommClassification : U32 {
     extCommClassificationLinkBandwidth = 7,
     extCommClassificationColor = 8,
     extCommClassificationOriginValidationState = 9,
-    /// How many kinds there are.
+    /// The number of classes.
     extCommClassificationOneBeyondLast = 10,
 };
 
@@ -181,7 +181,7 @@ enum ExtCommClassification : U32 {
 ///          IT......              I: 0x80, IANA authority, part of the type value
 ///                                T: 0x40, set means non-transitive
 ///
-/// Immutable but for assignment.
+/// Immutable except for assignment.
 class VOBGP_EXPORT ExtCommContent {
   public:
     constexpr ExtCommContent() noexcept = default;
@@ -198,13 +198,13 @@ class VOBGP_EXPORT ExtCommContent {
         return static_cast<U8>(community_ >> (40 - 8 * index));
     }
 
-    /// The type octet if it is a member of the enumeration, else `extCommPktTypeUnknown`.
+    /// The type octet if it is a member of the enumeration, otherwise `extCommPktTypeUnknown`.
     BgpExtCommPktType pktType() const noexcept;
 
     /// The framework's single-attribute hash of the community.
     U64 hash() const noexcept { return Mox::hashWord(community_); }
 
-    /// What decides an interned community's place in its table.
+    /// Determines the place of an interned community in its table.
     U64 placementHash() const noexcept { return Mox::keyedHash(community_); }
     friend constexpr bool operator==(ExtCommContent, ExtCommContent) noexcept = default;
     friend constexpr auto operator<=>(ExtCommContent, ExtCommContent) noexcept = default;
@@ -219,9 +219,9 @@ class VOBGP_EXPORT ExtCommContent {
 VOBGP_EXPORT void appendCommunityValue(Mox::CharBuffer& out, ExtCommContent content,
                                        bool upperCase = false);
 
-/// Writes what appendCommunityValue() appends, in upper case if the stream asks for that. A base
-/// prefix, internal adjustment, width 18 and zero fill give this text: the prefix is left out for
-/// zero, and the fill makes up for it. The stream's state stays as it is.
+/// Writes what appendCommunityValue() appends, in upper case if the stream's flags say so. The zero
+/// content is what a base prefix with width 18 and zero fill prints: zero has no prefix. Keeps the
+/// stream's state.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommContent const& content);
 
 /// An optional subtype octet, 0 to 255.
@@ -234,15 +234,15 @@ class VOBGP_EXPORT BgpExtCommPktSubtype : public BgpMaybeU63 {
     U64 max() const noexcept override { return 255; }
 };
 
-/// Whether the value is a member that the wire may carry: not the unknown one, and not a name that
+/// Whether the value is a member that is valid on the wire: not the unknown one, and not one that
 /// is registered for show output only.
 template <Mox::Enumeration E>
 constexpr bool bgpIsValidEnumMember(E value) noexcept {
     return Mox::isValidOnWire(value);
 }
 
-/// Appends the member name of a subtype octet, or `subtype=` and the octet in decimal where the
-/// enumeration does not accept it.
+/// Appends the member name of a subtype octet, or `subtype=` and the octet in decimal if it is not
+/// valid on the wire.
 template <Mox::Enumeration E>
 void appendExtCommSubtype(Mox::CharBuffer& out, U8 subtypeOctet) {
     if (auto const subtype = static_cast<E>(subtypeOctet); bgpIsValidEnumMember(subtype)) {
@@ -279,7 +279,7 @@ struct VOBGP_EXPORT Mox::ValueText<Routing::Bgp::ExtCommContent> {
     }
 };
 
-// ---- The tables: each member once more, with what the wire may carry ----------------------------
+// ---- The tables: a row for each member, with whether it is valid on the wire --------------------
 
 template <>
 struct Mox::EnumerationTable<Routing::Bgp::BgpExtCommPktType> {

@@ -28,7 +28,7 @@ using Mox::valueToStrep;
 ///          +----------------+----------------+----------------+----------------+
 ///
 /// The views share the same bits; only the low sixteen are reachable as booleans. An index outside
-/// its view is a `Mox::RangeException` whose text is the operation's qualified name.
+/// its view throws `Mox::RangeException` with the operation's qualified name.
 /// Thread-compatible.
 class VOBGP_EXPORT BgpDenseU32Attr {
   public:
@@ -46,7 +46,7 @@ class VOBGP_EXPORT BgpDenseU32Attr {
     void valueU8Is(U8 index, U8 value);
     void valueU16Is(U8 index, U16 value);
 
-    /// Elements cannot be deleted: always a `Mox::NonDeletableAttributeException`.
+    /// Always throws `Mox::NonDeletableAttributeException`: elements cannot be deleted.
     [[noreturn]] void valueBoolDel(U8 index);
     [[noreturn]] void valueU8Del(U8 index);
     [[noreturn]] void valueU16Del(U8 index);
@@ -61,40 +61,39 @@ class VOBGP_EXPORT BgpDenseU32Attr {
 
 /// An optional unsigned value of up to 63 bits with a range of its own.
 ///
-/// The range here is empty on purpose: a usable subtype overrides `min` and `max` and gives itself
-/// a constructor that calls `valueIs`. Thread-compatible.
+/// The range of this class is empty on purpose. A derived class overrides `min` and `max` and has a
+/// constructor that calls `valueIs`. Thread-compatible.
 class VOBGP_EXPORT BgpMaybeU63 : public Kel::MaybeU63 {
   public:
     /// Unspecified.
     BgpMaybeU63() noexcept = default;
-    /// Checked against the range here, which only the unspecified value passes.
+    /// Throws for all values but the unspecified one, because the range is empty.
     explicit BgpMaybeU63(U64 value) { BgpMaybeU63::valueIs(value); }
     BgpMaybeU63(BgpMaybeU63 const&) noexcept = default;
     BgpMaybeU63& operator=(BgpMaybeU63 const&) noexcept = default;
     virtual ~BgpMaybeU63();
 
-    /// Throws `Mox::RangeException` for a value outside `min()` to `max()`; the object is
-    /// unspecified by then, never out of range.
+    /// Makes a value outside `min()` to `max()` unspecified and throws `Mox::RangeException`.
     virtual void checkValue();
 
     virtual U64 min() const noexcept { return 1; }
     virtual U64 max() const noexcept { return 0; }
 
-    /// What stands for "unspecified" in valueWithUnspecifiedMapped().
+    /// What valueWithUnspecifiedMapped() returns if the value is unspecified.
     virtual U64 mappedUnspecifiedValue() const noexcept { return 0; }
 
     /// Sets and checks; a word with bit 63 set is unspecified.
     void valueIs(U64 value);
 
-    /// The value; asserts that there is one.
+    /// REQUIRES: the value is not unspecified (asserted).
     operator U64() const noexcept;
 
     U64 valueWithUnspecifiedMapped() const noexcept {
         return isUnspecified() ? mappedUnspecifiedValue() : word();
     }
 
-    /// `-` when unspecified, else the value in decimal. The value text (`valueToStrep`, streaming)
-    /// says `unspecified` instead.
+    /// The value in decimal, or `-` if unspecified. The value text (`valueToStrep`, streaming) has
+    /// `unspecified` instead.
     String toStrep() const;
 };
 

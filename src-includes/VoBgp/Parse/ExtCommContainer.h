@@ -13,20 +13,19 @@ class ExtCommCache;
 
 namespace Routing::Bgp {
 
-/// What an agent starts with: the registry, the built-in plug-ins, the rule at the top, and the
+/// The parse rules of an agent: the registry, the built-in plug-ins, the top-level rule, and the
 /// cache of show-command texts.
 ///
-/// Owned by the agent; it owns what it makes, together with the tables that parse by its rule.
-/// Reactor thread.
+/// Owned by the agent. Owns what it creates; intern tables share its rule. Reactor thread.
 class VOBGP_EXPORT BgpParseExtCommContainerSm : public Mox::PtrInterface {
   public:
     MOX_COUNTED(BgpParseExtCommContainerSm)
 
-    /// The plug-ins by their index, ascending.
+    /// The plug-ins in the order of their indices.
     using MoxExtCommParserSms = Mox::IndexedQueue<BgpParseExtCommPluginBaseSm::PtrConst>;
 
     struct ExtCommParserSmsMetadata {
-        /// The index that was given out last; 0 if there was none.
+        /// The last index that was assigned; 0 if none was.
         U32 nextIndex = 0;
     };
 
@@ -37,7 +36,7 @@ class VOBGP_EXPORT BgpParseExtCommContainerSm : public Mox::PtrInterface {
         return parseExtCommRuleCollections_;
     }
 
-    /// The registry; a new one if there is none.
+    /// Returns the registry; creates it if missing.
     BgpParseExtCommRuleCollections::Ptr const& parseExtCommRuleCollectionsIs();
     void parseExtCommRuleCollectionsDel() noexcept { parseExtCommRuleCollections_ = nullptr; }
 
@@ -45,7 +44,7 @@ class VOBGP_EXPORT BgpParseExtCommContainerSm : public Mox::PtrInterface {
         return extCommParser_;
     }
 
-    /// The rule at the top, if it has that control; else a new one in its place.
+    /// Returns the top-level rule; replaces it first if its control differs.
     BgpParseExtendedCommunityRule::Ptr const&
     extCommParserIs(BgpParseExtCommControl const& control);
     void extCommParserDel() noexcept { extCommParser_ = nullptr; }
@@ -58,19 +57,19 @@ class VOBGP_EXPORT BgpParseExtCommContainerSm : public Mox::PtrInterface {
 
     bool extCommParserSmsHas(U32 index) const { return extCommParserSms_.has(index); }
 
-    /// The plug-in at an index, or null.
+    /// Returns null if not found.
     BgpParseExtCommPluginBaseSm::PtrConst extCommParserSms(U32 index) const;
 
-    /// Places a plug-in at an index, in place of the one that is there. A null one is a
-    /// `Mox::NullMutatorArgumentException`.
+    /// Places a plug-in at an index; replaces the one that is there. Throws
+    /// `Mox::NullMutatorArgumentException` for null.
     void extCommParserSmsIs(U32 index, BgpParseExtCommPluginBaseSm::PtrConst const& plugin);
 
-    /// Appends a plug-in and returns its index: behind the last one, and never below an index that
-    /// was given out before. A null one is a `Mox::NullMutatorArgumentException`; no index being
-    /// left is a `Mox::RangeException`.
+    /// Appends a plug-in and returns its index, which is above the last one's and not below any
+    /// that was assigned before. Throws `Mox::NullMutatorArgumentException` for null, and
+    /// `Mox::RangeException` if no index is left.
     U32 extCommParserSmsEnq(BgpParseExtCommPluginBaseSm::PtrConst const& plugin);
 
-    /// Removes the plug-in at the head and returns it; null if there is none.
+    /// Removes the first plug-in and returns it; null if the queue is empty.
     BgpParseExtCommPluginBaseSm::PtrConst extCommParserSmsDeq();
 
     /// Removes the plug-in at an index; returns whether there was one.
@@ -83,7 +82,8 @@ class VOBGP_EXPORT BgpParseExtCommContainerSm : public Mox::PtrInterface {
     }
 
   private:
-    /// Plug-ins first, in the order in which they are told of rules, then the rule that they fill.
+    /// Creates the plug-ins, in the order in which they are notified of rules, then the rule that
+    /// they fill.
     void handleInitialized();
 
     BgpParseExtCommRuleCollections::Ptr parseExtCommRuleCollections_;
@@ -93,7 +93,7 @@ class VOBGP_EXPORT BgpParseExtCommContainerSm : public Mox::PtrInterface {
     Mox::Ptr<BgpShowCli::ExtCommCache> extCommCache_;
 };
 
-/// A new container with its notifications switched on, and the tree of rules complete.
+/// A new container with its notifications switched on and the tree of rules complete.
 VOBGP_EXPORT BgpParseExtCommContainerSm::Ptr bgpParseExtCommContainerSmFactory();
 
 } // namespace Routing::Bgp

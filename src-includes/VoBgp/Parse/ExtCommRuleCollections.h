@@ -159,8 +159,8 @@ using NotifieeHookOf = typename Kind::template NotifieeHook<Next>;
 /// plug-ins observe it.
 ///
 /// Shared by the container, every rule and every plug-in. Holds keys only, one set for each kind,
-/// so it keeps no rule and no observer alive. Observers are notified of every key that is added or
-/// removed, and not told which of the two. Reactor thread.
+/// so it keeps no rule and no observer alive. A notification does not say whether the key was added
+/// or removed. Reactor thread.
 ///
 /// The row of each kind names its set (`size()`, `forEach(visitor)`, in unspecified order; the
 /// visitor may change the registry) and four operations:

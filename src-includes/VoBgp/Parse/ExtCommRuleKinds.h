@@ -156,7 +156,7 @@ struct ExtCommSubtypeKind : ExtCommRuleKindOf<Row> {
 ///     Rule        the rule that is announced
 ///     SubRule     the base of the sub-rules that plug-ins file into it
 ///
-/// and, but for the rule of the first row, which dispatches on the type octet:
+/// and, except in the first row, whose rule dispatches on the type octet:
 ///
 ///     ruleName, subRuleName
 ///                 the names of `Rule` and `SubRule`
