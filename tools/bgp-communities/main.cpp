@@ -28,7 +28,7 @@ constexpr auto commands = std::to_array<Command const*>({
 
 constexpr std::string_view helpHead =
     R"(usage: bgp-communities COMMAND [OPTION...] [ARGUMENT...]
-       bgp-communities COMMAND --help
+       bgp-communities COMMAND --help | bgp-communities help [COMMAND]
        bgp-communities --help | --version
 
 Reads the communities of BGP routes from MRT dumps and from single path attributes.
@@ -71,6 +71,24 @@ Command const& find(std::string_view name) {
     return **found;
 }
 
+/** `help` and `help COMMAND`. */
+void writeHelp(std::span<char const* const> arguments, Output& output) {
+    if (arguments.size() > 1) {
+        throw UsageError("help takes one COMMAND");
+    }
+    output.text() += arguments.empty() ? help() : std::string(find(arguments[0]).help);
+}
+
+/** The command line that explains what went wrong with this one. */
+std::string helpFor(std::span<char const* const> arguments) {
+    std::string const program = "bgp-communities ";
+    bool const known = !arguments.empty() &&
+                       std::any_of(commands.begin(), commands.end(), [&](Command const* command) {
+                           return command->name == arguments[0];
+                       });
+    return program + (known ? std::string(arguments[0]) + " " : "") + "--help";
+}
+
 ExitStatus run(std::span<char const* const> arguments, Output& output) {
     if (arguments.empty()) {
         throw UsageError("no command is named");
@@ -82,6 +100,10 @@ ExitStatus run(std::span<char const* const> arguments, Output& output) {
     }
     if (first == "--version") {
         output.text() += "bgp-communities " BGP_COMMUNITIES_VERSION "\n";
+        return ExitStatus::allRead;
+    }
+    if (first == "help") {
+        writeHelp(arguments.subspan(1), output);
         return ExitStatus::allRead;
     }
     Command const& command = find(first);
@@ -99,7 +121,7 @@ ExitStatus guarded(std::span<char const* const> arguments) try {
     output.flush();
     return status;
 } catch (UsageError const& error) {
-    complain(std::string(error.what()) + " (bgp-communities --help)");
+    complain(std::string(error.what()) + " (" + helpFor(arguments) + ")");
     return ExitStatus::usage;
 } catch (BrokenPipe const&) {
     return ExitStatus::allRead;

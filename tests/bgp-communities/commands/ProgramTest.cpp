@@ -338,6 +338,8 @@ TEST(ProgramTest, HelpIsThereForTheProgramAndEachCommand) {
     for (Arguments const& arguments : {Arguments{"--help"},
                                        {"decode", "--help"},
                                        {"read", "-h"},
+                                       {"help"},
+                                       {"help", "read"},
                                        {"types", "--help"},
                                        {"stats", "--json", "--help"}}) {
         Result const result = run(arguments);
@@ -360,7 +362,8 @@ TEST(ProgramTest, AUsageErrorIsToldAndNothingIsRead) {
              {{"decipher"}, "\"decipher\""},
              {{"--json"}, "\"--json\""},
              {{"stats", "--type", sample("rib.mrt.gz")}, "--type"},
-             {{"types", target}, "types takes no argument"},
+             {{"types", target}, "types takes no argument (bgp-communities types --help)"},
+             {{"help", "decipher"}, "\"decipher\" (bgp-communities --help)"},
              {{"decode", "--type=7", target}, "--type: the attribute type is none of"},
              {{"decode", target, "--type"}, "--type needs a value"},
              {{"decode", "--json=yes", target}, "--json takes no value"},

@@ -45,7 +45,7 @@ std::vector<std::string> column(Result const& result, std::size_t number) {
     std::vector<std::string> out;
     for (std::string const& line : linesOf(result.out)) {
         Lines const fields = fieldsOf(line);
-        out.push_back(fields.size() == 7 ? fields[number] : "no seven columns: " + line);
+        out.push_back(fields.size() == 16 ? fields[number] : "not 16 columns: " + line);
     }
     return out;
 }
@@ -70,7 +70,7 @@ Lines attributesIn(std::string const& line) {
 void expectAsDecoded(std::string const& dump) {
     static std::map<std::string, std::string> const kinds = {
         {"8", "standard"}, {"16", "extended"}, {"25", "ipv6"}, {"32", "large"}};
-    Result const read = run({"read", "--json", dump});
+    Result const read = run({"read", "--json", "--full", dump});
     std::string values;
     for (std::string const& line : linesOf(read.out)) {
         for (std::string const& value : attributesIn(line)) {
@@ -78,7 +78,6 @@ void expectAsDecoded(std::string const& dump) {
         }
     }
     Result const decode = run({"decode", "--json"}, values);
-    EXPECT_EQ(decode.status, 0) << "what is malformed or refused has been left out";
     Lines const decoded = linesOf(decode.out);
     std::size_t next = 0;
     for (std::string const& line : linesOf(read.out)) {
@@ -130,45 +129,50 @@ TEST(ReadCommandTest, AttributesOfStrangersAreReadOrNamed) {
 struct RouteRow {
     char const* name;
     std::string record;
-    std::string text; // tabs as '|'
-    std::string json; // between record and communities
+    std::string text; // columns from the family on, except for the attributes between; tabs as '|'
+    std::string json; // from the peer to the prefix or path identifier
+    std::string lists = "|-|-|-|-|-";
 };
 
 std::string const as4Peer = R"("peer":{"address":"192.0.2.1","as":65536},)";
 
 std::vector<RouteRow> routeRows() {
-    std::string const peerText = "192.0.2.1 AS65536|";
-    std::string const none = "|-|-|-|-|-";
     return {
-        {"no communities", route(1, ""), peerText + "10.1.0.0/16" + none,
+        {"no communities", route(1, ""), "IPv4 unicast|10.1.0.0/16|-",
          as4Peer + R"("family":"IPv4 unicast","prefix":"10.1.0.0/16")"},
         {"lists of all kinds, in any order",
          route(1, attribute(32, large + large) + attribute(16, target + target) + standard() +
                       attribute(25, ip6Target)),
-         peerText + "10.1.0.0/16|-|" + standardText + "|" + targetText + "|" + ip6Text + "|" +
-             largeText,
-         as4Peer + R"("family":"IPv4 unicast","prefix":"10.1.0.0/16")"},
+         "IPv4 unicast|10.1.0.0/16|-",
+         as4Peer + R"("family":"IPv4 unicast","prefix":"10.1.0.0/16")",
+         "|" + standardText + "|" + targetText + "|" + ip6Text + "|" + largeText +
+             "|rt:65000:100; rt:65000:100; rt:2001:db8::1:100"},
+        {"a malformed list", route(1, attribute(8, hex("00640001ff"))),
+         "IPv4 unicast|10.1.0.0/16|-",
+         as4Peer + R"("family":"IPv4 unicast","prefix":"10.1.0.0/16")",
+         "|!00640001ff (length 5 is no multiple of 4)|-|-|-|-"},
         {"a path identifier", record(16, 9, peer4 + update(standard(), hex("00000007 08 0a"))),
-         peerText + "10.0.0.0/8|7|" + standardText + "|-|-|-",
-         as4Peer + R"("family":"IPv4 unicast","prefix":"10.0.0.0/8","pathId":7)"},
+         "IPv4 unicast|10.0.0.0/8|7",
+         as4Peer + R"("family":"IPv4 unicast","prefix":"10.0.0.0/8","pathId":7)",
+         "|" + standardText + "|-|-|-|-"},
         {"IPv6", as4Record(update(reach(2, 1, hex("30 20010db80001")))),
-         peerText + "2001:db8:1::/48" + none,
+         "IPv6 unicast|2001:db8:1::/48|-",
          as4Peer + R"("family":"IPv6 unicast","prefix":"2001:db8:1::/48")"},
         {"labelled", as4Record(update(reach(1, 4, hex("28 000011 0a01")))),
-         peerText + "10.1.0.0/16" + none,
+         "IPv4 labelled|10.1.0.0/16|-",
          as4Peer + R"("family":"IPv4 labelled","prefix":"10.1.0.0/16")"},
         {"labelled, an explicit null on top",
          as4Record(update(reach(1, 4, hex("40 000000 000011 0a01")))),
-         peerText + "10.1.0.0/16" + none,
+         "IPv4 labelled|10.1.0.0/16|-",
          as4Peer + R"("family":"IPv4 labelled","prefix":"10.1.0.0/16")"},
         {"VPN", as4Record(update(reach(1, 128, hex("68 000011 0000fbf000000001 0a01")))),
-         peerText + "64496:1:10.1.0.0/16" + none,
+         "IPv4 VPN|64496:1:10.1.0.0/16|-",
          as4Peer + R"("family":"IPv4 VPN","prefix":"64496:1:10.1.0.0/16")"},
         {"another family", as4Record(update(reach(25, 70, hex("0302ffff 0302eeee")))),
-         peerText + "25/70:0302ffff0302eeee" + none,
+         "25/70|25/70:0302ffff0302eeee|-",
          as4Peer + R"("family":"25/70","prefix":"25/70:0302ffff0302eeee")"},
-        {"a peer that the dump does not tell",
-         record(13, 2, hex("00000000 08 0a 0001 0000 00000000 0000")), "-|10.0.0.0/8" + none,
+        {"a peer that the dump does not name",
+         record(13, 2, hex("00000000 08 0a 0001 0000 00000000 0000")), "IPv4 unicast|10.0.0.0/8|-",
          R"("peer":null,"family":"IPv4 unicast","prefix":"10.0.0.0/8")"},
     };
 }
@@ -177,14 +181,78 @@ TEST(ReadCommandTest, ARouteIsALine) {
     for (RouteRow const& row : routeRows()) {
         SCOPED_TRACE(row.name);
         TemporaryFile const file(record(16, 0, peer4) + row.record);
-        std::string text = row.text;
-        std::replace(text.begin(), text.end(), '|', '\t');
-        EXPECT_EQ(run({"read", file.path()}).out, text + "\n");
-        EXPECT_TRUE(run({"read", "--json", file.path()})
-                        .out.starts_with(R"({"file":")" + file.path() + R"(","record":2,)" +
-                                         row.json + R"(,"communities":{)"))
-            << run({"read", "--json", file.path()}).out;
+        std::string text = run({"read", file.path()}).out;
+        std::replace(text.begin(), text.end(), '\t', '|');
+        EXPECT_NE(text.find("|" + row.text + "|"), std::string::npos) << text;
+        EXPECT_TRUE(text.ends_with(row.lists + "\n")) << text;
+        std::string const json = run({"read", "--json", file.path()}).out;
+        EXPECT_TRUE(json.starts_with(R"({"file":")" + file.path() +
+                                     R"(","record":2,"time":"2023-11-14T22:13:20Z","type":)"));
+        EXPECT_NE(json.find("," + row.json + ","), std::string::npos) << json;
     }
+}
+
+std::string const wellKnownAttributes =
+    attribute(1, u8(0)) + attribute(2, hex("0202 0000fbf0 00010000 0101 0000fbf1")) +
+    attribute(3, hex("c0000201")) + attribute(4, u32(7)) + attribute(5, u32(100));
+
+TEST(ReadCommandTest, ARouteIsPrintedWhole) {
+    std::string const body = peer4 + update(wellKnownAttributes + standard() +
+                                                attribute(16, target) + attribute(25, "short"),
+                                            hex("10 0a01"), hex("08 0b"));
+    TemporaryFile const file(
+        record(17, 4, u32(42) + body) +
+        record(16, 1,
+               hex("fbf0fbff 0000 0001 c0000201 c00002fe") +
+                   update(attribute(1, u8(9)) + attribute(2, hex("0202 fbf0")), hex("08 0c"))));
+    std::string const day = "2023-11-14T22:13:20", peer = "192.0.2.1 AS65536";
+    Lines const text = linesOf(run({"read", file.path()}).out);
+    ASSERT_EQ(text.size(), 3U);
+    EXPECT_EQ(fieldsOf(text[0]), (Lines{day + ".000042Z", "W", peer, "IPv4 unicast", "11.0.0.0/8",
+                                        "-", "-", "-", "-", "-", "-", "-", "-", "-", "-", "-"}));
+    EXPECT_EQ(
+        fieldsOf(text[1]),
+        (Lines{day + ".000042Z", "A", peer, "IPv4 unicast", "10.1.0.0/16", "-",
+               "64496 65536 {64497}", "IGP", "192.0.2.1", "7", "100", standardText, targetText,
+               "!73686f7274 (length 5 is no multiple of 20)", "-", "rt:65000:100"}));
+    Lines const faulty = fieldsOf(text[2]);
+    EXPECT_EQ(faulty[6], "!0202fbf0 (truncated AS path segment)");
+    EXPECT_EQ(faulty[7], "!09 (unknown ORIGIN)");
+
+    Lines const tsv = linesOf(run({"read", "--format", "tsv", file.path()}).out);
+    ASSERT_EQ(tsv.size(), 4U);
+    for (std::string const& line : tsv) {
+        EXPECT_EQ(fieldsOf(line).size(), fieldsOf(tsv[0]).size()) << line;
+    }
+    EXPECT_EQ(
+        fieldsOf(tsv[2]),
+        (Lines{"1700000000", "42", "A", "192.0.2.1", "65536", "IPv4 unicast", "10.1.0.0/16", "",
+               "64496 65536 {64497}", "IGP", "192.0.2.1", "7", "100", "no-export 100:1",
+               "rt:65000:100", "", "", "", "25 !73686f7274 (length 5 is no multiple of 20)"}));
+    EXPECT_EQ(fieldsOf(tsv[3]).back(),
+              "1 !09 (unknown ORIGIN); 2 !0202fbf0 (truncated AS path segment)");
+
+    Lines const json = linesOf(run({"read", "--json", file.path()}).out);
+    EXPECT_NE(json[0].find(R"(.000042Z","type":"withdrawn","peer":)"), std::string::npos);
+    EXPECT_NE(json[1].find(R"("prefix":"10.1.0.0/16","asPath":"64496 65536 {64497}",)"
+                           R"("origin":"IGP","nextHop":"192.0.2.1","med":7,"localPref":100,)"),
+              std::string::npos)
+        << json[1];
+    EXPECT_EQ(json[1].find("wire"), std::string::npos) << "lean without --full";
+    EXPECT_NE(json[2].find(R"({"attribute":2,"octets":"0202fbf0","error":)"), std::string::npos);
+    EXPECT_EQ(run({"read", "--format", "xml", file.path()}).status, 2);
+}
+
+TEST(ReadCommandTest, MeaningsAreThoseOfTheDictionary) {
+    TemporaryFile const file(route(1, standard() + attribute(16, target)));
+    TemporaryFile const words("100:1,a\tcustomer\nrt:65000:100,blue\nnonsense\n", ".txt");
+    Result const text = run({"read", "--dictionary", words.path(), file.path()});
+    EXPECT_EQ(fieldsOf(linesOf(text.out)[0]).back(), "100:1=a?customer; rt:65000:100=blue");
+    EXPECT_NE(text.err.find("line 3: no comma"), std::string::npos) << text.err;
+    EXPECT_EQ(text.status, 0);
+    Result const json = run({"read", "--json", "--dictionary", words.path(), file.path()});
+    EXPECT_NE(json.out.find(R"("name":"rt:65000:100","meaning":"blue")"), std::string::npos);
+    EXPECT_EQ(run({"read", "--dictionary", "/no/such/file", file.path()}).status, 3);
 }
 
 TEST(ReadCommandTest, TheFirstOfRepeatedAttributesCounts) {
@@ -194,8 +262,13 @@ TEST(ReadCommandTest, TheFirstOfRepeatedAttributesCounts) {
         route(3, attribute(16, bandwidth + bandwidthToo) + attribute(16, target)) +
         route(4, attribute(16, "") + attribute(16, target)));
     Result const result = run({"read", file.path()});
-    EXPECT_EQ(column(result, 4), (Lines{targetText, "-", "-", "-"}));
-    EXPECT_EQ(column(result, 3), (Lines{"-", standardText, "-", "-"}));
+    EXPECT_EQ(column(result, 12)[0], targetText);
+    EXPECT_EQ(column(result, 12)[1], "!73686f7274 (length 5 is no multiple of 8)");
+    EXPECT_EQ(column(result, 12)[2],
+              "!" + std::string("4004fbf04cee6b284004fbf04d6e6b28") +
+                  " (two different link bandwidths, where a list carries one)");
+    EXPECT_EQ(column(result, 12)[3], "! (the value is empty)");
+    EXPECT_EQ(column(result, 11), (Lines{"-", standardText, "-", "-"}));
     EXPECT_EQ(result.status, 1);
     for (char const* const fault : {"record 2 at octet 82: attribute 16 has 5 octets",
                                     "record 3 at octet 173: two different link", "record 4 at"}) {
@@ -252,6 +325,25 @@ TEST(ReadCommandTest, FiltersLeaveTheRoutesThatWereAskedFor) {
         {{"--prefix", "10.7.0.0/17"}, ""},
         {{"--prefix", "2001:db8::/32"}, "ipv6"},
         {{"--prefix", "::/0"}, "ipv6"},
+        {{"--exact", "10.4.0.0/14"}, ""},
+        {{"--exact", "10.4.0.0/16", "--prefix", "10.7.0.0/16"}, "4 7"},
+        {{"--covers", "10.8.200.1"}, "vpn"},
+        {{"--covers", "10.4.7.0/24"}, "4"},
+        {{"--covers", "2001:db8::1"}, "ipv6"},
+        {{"--family", "ipv4"}, "1 2 3 4 5 6 7 vpn"},
+        {{"--family", "IPv4 unicast", "--prefix", "10.6.0.0/15"}, "6 7"},
+        {{"--family=1/128", "--family", "ipv6-unicast"}, "vpn ipv6"},
+        {{"--community", "100:*"}, "2 6"},
+        {{"--community", "NO_EXPORT"}, "2 6"},
+        {{"--community", "target:65000:*", "--kind", "extended"}, "3 6 7"},
+        {{"--peer", "192.0.2.1", "--limit", "1"}, "1"},
+        {{"--peer", "AS65536", "--limit", "1"}, "1"},
+        {{"--peer", "192.0.2.2", "--peer", "65536", "--limit", "1"}, "1"},
+        {{"--peer", "192.0.2.1 AS65537"}, ""},
+        {{"--since", "2023-11-14T22:13:20Z", "--until", "1700000001", "--limit", "1"}, "1"},
+        {{"--until", "2023-11-14T23:13:20+01:00"}, ""},
+        {{"--since", "1700000000.000001"}, ""},
+        {{"--withdrawn"}, ""},
         {{"--limit", "2"}, "1 2"},
         {{"--limit", "9"}, "1 2 3 4 5 6 7 vpn ipv6"},
         {{"--kind", "extended", "--community", "65000:100", "--match", "65000", "--prefix",
@@ -267,22 +359,51 @@ TEST(ReadCommandTest, FiltersLeaveTheRoutesThatWereAskedFor) {
         Result const result = run(arguments);
         EXPECT_EQ(result.status, 0);
         std::string routes;
-        for (std::string const& prefix : column(result, 1)) {
+        for (std::string const& prefix : column(result, 4)) {
             auto const name = names.find(prefix);
             routes += routes.empty() ? "" : " ";
             routes += name != names.end() ? name->second : prefix.substr(3, 1);
         }
         EXPECT_EQ(routes, row.routes) << testing::PrintToString(row.options);
     }
-    EXPECT_EQ(column(run({"read", "--kind", "large", "--limit=2", file.path()}), 3),
+    EXPECT_EQ(column(run({"read", "--kind", "large", "--limit=2", file.path()}), 11),
               (Lines{"-", "-"}));
+}
+
+TEST(ReadCommandTest, PathsAndWithdrawalsAreSelected) {
+    TemporaryFile const file(
+        as4Record(update(wellKnownAttributes, hex("10 0a01"), hex("10 0a02"))) +
+        route(3, attribute(2, hex("0202 0000fbf0 0001fbf1"))) + route(4, attribute(2, "")));
+    struct Row {
+        Arguments options;
+        Lines prefixes;
+    };
+
+    Lines const all = {"10.2.0.0/16", "10.1.0.0/16", "10.3.0.0/16", "10.4.0.0/16"};
+    for (Row const& row : std::vector<Row>{
+             {{}, all},
+             {{"--withdrawn"}, {all[0]}},
+             {{"--announced"}, {all[1], all[2], all[3]}},
+             {{"--announced", "--withdrawn"}, all},
+             {{"--origin-as", "AS130033"}, {all[2]}},
+             {{"--origin-as", "64497"}, {}},
+             {{"--as-path", "^64496"}, {all[1], all[2]}},
+             {{"--as-path", "_64497_"}, {all[1]}},
+             {{"--as-path", "_6449_"}, {}},
+             {{"--as-path", "^$"}, {all[3]}},
+             {{"--as-path", "^64496_", "--as-path", "[0-9]$"}, {all[2]}},
+         }) {
+        Arguments arguments = {"read", file.path()};
+        arguments.insert(arguments.end(), row.options.begin(), row.options.end());
+        EXPECT_EQ(column(run(arguments), 4), row.prefixes) << testing::PrintToString(row.options);
+    }
 }
 
 TEST(ReadCommandTest, NothingIsReadBehindTheLimit) {
     TemporaryFile const file(as4Record(update(standard(), hex("08 0a 08 0b"))) +
                              route(3, attribute(16, "short")));
     Result const two = run({"read", "--limit", "2", file.path(), "/no/such/file"});
-    EXPECT_EQ(column(two, 1), (Lines{"10.0.0.0/8", "11.0.0.0/8"}));
+    EXPECT_EQ(column(two, 4), (Lines{"10.0.0.0/8", "11.0.0.0/8"}));
     EXPECT_EQ(two.err, "");
     EXPECT_EQ(two.status, 0);
     EXPECT_EQ(run({"read", "--limit", "3", file.path(), "/no/such/file"}).status, 1);
@@ -305,7 +426,7 @@ TEST(ReadCommandTest, PathIdentifiersAreReadAsDemanded) {
         arguments.insert(arguments.end(), options.begin(), options.end());
         arguments.push_back(file.path());
         Result const result = run(arguments);
-        EXPECT_EQ(column(result, 1), prefixes) << testing::PrintToString(options) << result.err;
+        EXPECT_EQ(column(result, 4), prefixes) << testing::PrintToString(options) << result.err;
     }
 }
 
@@ -325,6 +446,14 @@ TEST(ReadCommandTest, OptionsThatMakeNoSenseAreTold) {
              {{"--prefix", "10.0.0.0/8x"}, "no prefix length"},
              {{"--prefix", "10.0.0/8"}, "no IPv4 or IPv6 prefix"},
              {{"--prefix", "10.0.0.1/8"}, "bits behind"},
+             {{"--covers", "10.0.0"}, "no IPv4 or IPv6 prefix"},
+             {{"--since", "yesterday"}, "--since: \"yesterday\": not a time: expected 2024"},
+             {{"--until", "2023-02-29"}, "not a time"},
+             {{"--peer", "192.0.2"}, "neither an address nor an AS number"},
+             {{"--family", "ipv5"}, "not a family: expected ipv4"},
+             {{"--origin-as", "x"}, "not an AS number"},
+             {{"--as-path", "(1"}, "--as-path: \"(1\": Unmatched ("},
+             {{"--community", "no-exprt"}, "not a community: expected a value such as 64496:300"},
              {{"--add-path=maybe"}, "--add-path: unknown value \"maybe\""},
              {{"--limit", "0"}, "--limit: \"0\" is no number from 1 on"},
              {{"--limit", "1k"}, "--limit: \"1k\""},

@@ -223,9 +223,6 @@ TEST(DictionaryTest, LinesAreReadAndBadOnesNamed) {
             << row.octets;
     }
     EXPECT_THROW(dictionary.read("/no/such/file", {}), InputError);
-    std::string text;
-    dictionary.appendMeanings(text, standard, octetsOf(hex("fbf00064 ffffff01 fbf0001e")));
-    EXPECT_EQ(text, "64496:100=a customer; 64496:30=a range, with a comma");
 }
 
 } // namespace

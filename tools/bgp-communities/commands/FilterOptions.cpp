@@ -1,6 +1,7 @@
 #include "FilterOptions.h"
 
 #include <algorithm>
+#include <charconv>
 #include <memory>
 #include <string>
 #include <utility>
@@ -9,11 +10,13 @@
 
 #include "lists/KindKeys.h"
 #include "text/CommunityPattern.h"
+#include "text/WellKnownCommunities.h"
 
 namespace BgpCommunities {
 
 namespace {
 
+using Relation = RouteFilter::PrefixChoice::Relation;
 using Routing::RouteMap::PosixRegex;
 
 UsageError wrongValue(std::string_view option, std::string_view value, std::string_view reason) {
@@ -22,10 +25,11 @@ UsageError wrongValue(std::string_view option, std::string_view value, std::stri
     return UsageError(text);
 }
 
-std::shared_ptr<PosixRegex const> regex(std::string_view pattern) try {
+std::shared_ptr<PosixRegex const> regex(std::string_view option, std::string_view typed,
+                                        std::string const& pattern) try {
     return std::make_shared<PosixRegex const>(Mox::String(pattern));
 } catch (Routing::RouteMap::PosixRegexException const& error) {
-    throw wrongValue(matchOption, pattern, error.what());
+    throw wrongValue(option, typed, error.what());
 }
 
 CommunityKind kind(std::string_view name) {
@@ -36,7 +40,100 @@ CommunityKind kind(std::string_view name) {
     return static_cast<CommunityKind>(found - kindKeys.begin());
 }
 
-void add(RouteFilter& filter, RouteFilter::Condition condition) {
+template <class Number>
+std::optional<Number> readNumber(std::string_view text) {
+    Number number = 0;
+    char const* const end = text.data() + text.size();
+    auto const [read, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && read == end ? std::optional(number) : std::nullopt;
+}
+
+/** "64496" or "AS64496". */
+std::optional<std::uint32_t> readAs(std::string_view text) {
+    bool const named = normalizedName(text.substr(0, 2)) == "as";
+    return readNumber<std::uint32_t>(named ? text.substr(2) : text);
+}
+
+/** "192.0.2.1", "AS64496", or both, as `read` prints them. */
+RouteFilter::PeerChoice peer(std::string_view text) {
+    RouteFilter::PeerChoice choice;
+    std::size_t const space = text.find(' ');
+    choice.address = readIpAddress(text.substr(0, space));
+    bool const addressed = choice.address.size != 0;
+    if (!addressed || space != std::string_view::npos) {
+        choice.as = readAs(addressed ? text.substr(space + 1) : text);
+        if (!choice.as) {
+            throw wrongValue(peerOption, text, "neither an address nor an AS number");
+        }
+    }
+    return choice;
+}
+
+/** The number that a name stands for, or the number itself. */
+template <class Number>
+std::optional<Number> named(std::span<std::pair<std::string_view, Number> const> names,
+                            std::string_view text) {
+    auto const found =
+        std::find_if(names.begin(), names.end(), [&](auto& name) { return name.first == text; });
+    return found != names.end() ? std::optional(found->second) : readNumber<Number>(text);
+}
+
+/** "ipv6", "IPv6 unicast", "ipv4-vpn", "l2vpn-evpn", "25/70". */
+RouteFilter::FamilyChoice family(std::string_view text) {
+    static constexpr std::pair<std::string_view, std::uint16_t> families[] = {
+        {"ipv4", afiIpv4}, {"ipv6", afiIpv6}, {"l2vpn", 25}, {"bgp-ls", 16388}};
+    static constexpr std::pair<std::string_view, std::uint8_t> subsequent[] = {
+        {"unicast", safiUnicast},
+        {"multicast", safiMulticast},
+        {"labelled", safiLabelled},
+        {"labeled", safiLabelled},
+        {"vpn", safiVpn},
+        {"vpls", std::uint8_t{65}},
+        {"evpn", std::uint8_t{70}},
+        {"rtc", std::uint8_t{132}},
+        {"flowspec", std::uint8_t{133}}};
+    std::string const name = normalizedName(text);
+    std::size_t const end = name.starts_with("bgp-ls") ? 6 : name.find_first_of(" -/");
+    auto const afi = named<std::uint16_t>(families, std::string_view(name).substr(0, end));
+    std::optional<std::uint8_t> safi;
+    bool known = afi.has_value();
+    if (end < name.size()) {
+        safi = named<std::uint8_t>(subsequent, std::string_view(name).substr(end + 1));
+        known = known && safi;
+    }
+    if (!known) {
+        throw wrongValue(
+            familyOption, text,
+            "not a family: expected ipv4, ipv6-unicast, ipv4-vpn, l2vpn-evpn or 25/70");
+    }
+    return {*afi, safi};
+}
+
+Microseconds time(std::string_view option, std::string_view text) {
+    Microseconds time = 0;
+    if (auto const fault = readTime(text, time); !fault.empty()) {
+        throw wrongValue(option, text, fault);
+    }
+    return time;
+}
+
+/** In expressions for AS paths "_" stands, outside of brackets, for the start, the end or what is
+    between two ASes, as in those of routers. */
+std::string pathPattern(std::string_view typed) {
+    std::string pattern;
+    bool bracketed = false;
+    for (char const character : typed) {
+        bracketed = character == '[' || (bracketed && character != ']');
+        if (character == '_' && !bracketed) {
+            pattern += "(^|$|[] ,{}()[])";
+        } else {
+            pattern += character;
+        }
+    }
+    return pattern;
+}
+
+void addCondition(RouteFilter& filter, RouteFilter::Condition condition) {
     if (filter.conditions() == RouteFilter::maxConditions) {
         throw UsageError("more than 64 conditions: " + std::string(matchOption) + " and " +
                          std::string(communityOption));
@@ -44,30 +141,81 @@ void add(RouteFilter& filter, RouteFilter::Condition condition) {
     filter.conditionIs(std::move(condition));
 }
 
-} // namespace
-
-RouteFilter routeFilter(Arguments const& arguments) {
-    RouteFilter filter;
+void addCommunities(RouteFilter& filter, Arguments const& arguments) {
     for (std::string_view const name : arguments.values(kindOption)) {
         filter.kindIs(kind(name));
     }
     for (std::string_view const pattern : arguments.values(matchOption)) {
-        add(filter,
-            [regex = regex(pattern)](AttributeDecoder& list) { return list.matches(*regex); });
+        addCondition(filter, [regex = regex(matchOption, pattern, std::string(pattern))](
+                                 AttributeDecoder& list) { return list.matches(*regex); });
     }
     for (std::string_view const name : arguments.values(communityOption)) {
         CommunityPattern pattern;
         if (auto const fault = pattern.read(name); !fault.empty()) {
             throw wrongValue(communityOption, name, fault);
         }
-        add(filter, [pattern](AttributeDecoder& list) { return list.holds(pattern); });
+        addCondition(filter, [pattern](AttributeDecoder& list) { return list.holds(pattern); });
     }
-    if (auto const text = arguments.value(prefixOption)) {
-        Prefix prefix;
-        if (auto const fault = readPrefix(*text, prefix); !fault.empty()) {
-            throw wrongValue(prefixOption, *text, fault);
+}
+
+void addPrefixes(RouteFilter& filter, Arguments const& arguments) {
+    for (auto const& [option, relation] :
+         {std::pair(prefixOption, Relation::within), std::pair(exactOption, Relation::exact),
+          std::pair(coversOption, Relation::covers)}) {
+        for (std::string_view const text : arguments.values(option)) {
+            Prefix prefix;
+            prefix.address = readIpAddress(text);
+            prefix.length = static_cast<std::uint8_t>(prefix.address.size * 8);
+            bool const isAddress = relation == Relation::covers && prefix.address.size != 0;
+            if (auto const fault = isAddress ? std::string_view() : readPrefix(text, prefix);
+                !fault.empty()) {
+                throw wrongValue(option, text, fault);
+            }
+            filter.prefixIs({relation, prefix});
         }
-        filter.prefixIs(prefix);
+    }
+}
+
+void addPaths(RouteFilter& filter, Arguments const& arguments) {
+    for (std::string_view const text : arguments.values(originAsOption)) {
+        auto const as = readAs(text);
+        if (!as) {
+            throw wrongValue(originAsOption, text, "not an AS number");
+        }
+        filter.originAsIs(*as);
+    }
+    for (std::string_view const typed : arguments.values(asPathOption)) {
+        filter.pathConditionIs(
+            [regex = regex(asPathOption, typed, pathPattern(typed))](std::string const& path) {
+                return regex->matches(path.c_str());
+            });
+    }
+}
+
+} // namespace
+
+RouteFilter routeFilter(Arguments const& arguments) {
+    RouteFilter filter;
+    addCommunities(filter, arguments);
+    addPrefixes(filter, arguments);
+    addPaths(filter, arguments);
+    for (std::string_view const text : arguments.values(peerOption)) {
+        filter.peerIs(peer(text));
+    }
+    for (std::string_view const text : arguments.values(familyOption)) {
+        filter.familyIs(family(text));
+    }
+    if (auto const text = arguments.value(sinceOption)) {
+        filter.sinceIs(time(sinceOption, *text));
+    }
+    if (auto const text = arguments.value(untilOption)) {
+        filter.untilIs(time(untilOption, *text));
+    }
+    bool const announced = arguments.has(announcedOption);
+    bool const withdrawn = arguments.has(withdrawnOption);
+    if (announced != withdrawn) {
+        filter.directionIs(announced ? RouteFilter::Direction::announced
+                                     : RouteFilter::Direction::withdrawn);
     }
     return filter;
 }

@@ -2,9 +2,12 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "DictionaryOption.h"
 #include "DumpFiles.h"
 #include "FilterOptions.h"
 #include "RouteWriter.h"
@@ -17,70 +20,117 @@ namespace BgpCommunities {
 namespace {
 
 constexpr std::string_view limitOption = "--limit";
+constexpr std::string_view fullOption = "--full";
+constexpr std::string_view formatOption = "--format";
 
 constexpr Option readOptions[] = {
-    {jsonOption},         {kindOption, true},  {matchOption, true}, {communityOption, true},
-    {prefixOption, true}, {limitOption, true}, addPathOption,       {verboseOption}};
+    {formatOption, true},    {jsonOption},        {fullOption},         {dictionaryOption, true},
+    {sinceOption, true},     {untilOption, true}, {peerOption, true},   {familyOption, true},
+    {prefixOption, true},    {exactOption, true}, {coversOption, true}, {originAsOption, true},
+    {asPathOption, true},    {announcedOption},   {withdrawnOption},    {kindOption, true},
+    {communityOption, true}, {matchOption, true}, {limitOption, true},  addPathOption,
+    {verboseOption}};
 
 constexpr std::string_view readHelp =
     R"(usage: bgp-communities read [OPTION...] FILE...
 
-Prints a line for each route that is announced in MRT dumps (RFC 6396, RFC 8050; plain, gzip or
-bzip2; "-" is standard input). Between its columns stands a tab, and "-" where there is nothing:
+Prints a line for each route that is announced or withdrawn in MRT dumps (RFC 6396, RFC 8050).
+A FILE may be compressed (gzip, bzip2, xz, zstd). "-" is standard input, as is no FILE at all if
+that is a pipe.
 
-  1  peer: address and AS number
-  2  prefix, behind its route distinguisher if it has one; of a family other than unicast,
-     multicast, labelled and VPN, the numbers of the family and the octets of all its routes
-  3  path identifier (RFC 7911)
-  4  communities (RFC 1997)
-  5  extended communities (RFC 4360)
-  6  IPv6-address-specific extended communities (RFC 5701)
-  7  large communities (RFC 8092)
+output:
+  --format text      tab-separated columns, "-" where there is nothing (the default): time, type (A
+                     announced, W withdrawn, B entry of a table dump), peer (address and AS), family,
+                     prefix (after its route distinguisher; of families other than unicast,
+                     multicast, labelled and VPN the octets of all routes), path identifier, AS path
+                     (sets in braces, confederations in parentheses), origin, next hop, MED, local
+                     preference; communities, extended, IPv6-address-specific extended and large
+                     communities as the library prints them; names and meanings of members
+  --format tsv       the same for other programs: a header line, then time (seconds since 1970),
+                     microseconds, type, peer_address, peer_as, family, prefix, path_id, as_path,
+                     origin, next_hop, med, local_pref, communities, extended_communities,
+                     ipv6_communities, large_communities (members by name, in the order sent, a space
+                     between them), meanings, errors; empty where there is nothing
+  --format json      a JSON object a line: file, record (its number, from 1), time (RFC 3339), type
+                     (announced, withdrawn, table), peer (null if the dump does not name it), family,
+                     prefix, pathId, asPath, originAs, origin, nextHop, med, localPref, errors, and
+                     communities by kind, with the fields of each member
+  --json             the same as --format json
+  --full             with JSON, each list also as its value in the library's order and as the whole
+                     path attribute, as `decode --json` prints them
+  --dictionary FILE|DIR
+                     what operators say that their communities mean; lines ASN:PATTERN,DESCRIPTION,
+                     as the man page describes them
 
-  --json             a JSON object a line: file, record (its number, from 1), peer
-                     (null if the dump does not tell), family, prefix, pathId if there is one, and
-                     communities: by kind what `decode --json` prints for the attribute as sent
-  --kind KIND        only lists of this kind, standard, extended, ipv6 or large, and only routes
-                     that have one; given more than once, of any of these kinds
-  --match REGEX      only routes with a list that this POSIX extended regular expression matches:
-                     a list is there the texts for policy of its members, a space between them, with
-                     and without the names of types or well-known communities
+filters, which all must hold; of several peers, families, origins or prefixes one is enough:
+  --since TIME       only from this time on: 2024-01-31T12:00:00Z, 2024-01-31 or seconds since 1970
+  --until TIME       only before this time
+  --peer PEER        only of this peer: an address or an AS number
+  --family FAMILY    only of this family: ipv4, ipv6-unicast, ipv4-vpn, l2vpn-evpn, 25/70
+  --prefix PREFIX    only of this IPv4 or IPv6 prefix and of those inside it, whatever their labels
+                     and route distinguisher
+  --exact PREFIX     only of this prefix
+  --covers ADDRESS   only prefixes that this address, or prefix, is inside of
+  --origin-as AS     only routes that this AS originated
+  --as-path REGEX    only routes whose AS path, as it is printed, this POSIX extended regular
+                     expression matches; _ stands for the start, the end or what is between two ASes
+  --announced        only announced routes
+  --withdrawn        only withdrawn routes
+  --kind KIND        only lists of this kind, standard, extended, ipv6 or large, and only routes that
+                     have one; given more than once, of any of these kinds
   --community VALUE  only routes with this community: 64496:300, 64496:1:2, rt:64496:300,
                      soo:192.0.2.1:7, color:100, rt:2001:db8::1:100, a well-known name in any case,
                      any text that the program prints for it, or its octets in hexadecimal;
                      a * stands for any number, as in 64496:* or rt:64496:*
-  --prefix PREFIX    only routes of this IPv4 or IPv6 prefix and of those inside it, whatever their
-                     labels and route distinguisher
+  --match REGEX      only routes with a list that this POSIX extended regular expression matches: a
+                     list is there the texts for policy of its members, a space between them, with
+                     and without the names of types or well-known communities
+
   --limit N          stop after N routes have been printed
   --add-path[=HOW]   whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
                      for each message and family; no; or yes, which HOW may be left out for
   --verbose          name all that is malformed on standard error, not only the first few of each
                      kind
 
-A route is printed if all that was asked for holds: of several --match and --community each one, for
-the same list or another. Of several --prefix or --limit the last one counts.
-
 An attribute that is malformed, or that a list of communities cannot hold, is named on standard
-error and left out; the rest is read, and the exit status is 1. Of an attribute that stands there
-twice only the first is read (RFC 7606). Lists that --kind leaves out are not looked into, and
-what is behind the last route of --limit is not read.
+error, and printed as its octets and the reason, !0002 (length 2 is no multiple of 8), in TSV in
+the last column. The rest is read, and the exit status is 1. Of repeated attributes only the first is
+read (RFC 7606). A withdrawn route has no attributes, so filters for those leave it out. Lists that
+--kind leaves out are not decoded, and what follows the last route of --limit is not read.
 
 examples:
   bgp-communities read updates.20240101.0000.gz
-  bgp-communities read rib.bz2 | cut -f 2,4
-  bgp-communities read --json --community no-export --prefix 192.0.2.0/24 rib.bz2
-  bgp-communities read --kind large --match '^64496:1:' --limit 10 rib.bz2
+  bgp-communities read --covers 192.0.2.1 --peer AS64496 rib.bz2
+  bgp-communities read --community 64496:* --as-path '_64497 64498$' rib.bz2
+  bgp-communities read --json --community no-export --since 2024-01-01T12:00:00Z updates.*.gz
+  bgp-communities read --format tsv rib.bz2 | cut -f 7,14
 )";
 
 /** As many routes as were asked for have been printed: no more is to be read. Thrown through the
     reader by the handler that has printed the last one. */
 class LimitReached {};
 
+RouteFormat routeFormat(Arguments const& arguments) {
+    auto const name = arguments.value(formatOption);
+    if (!name) {
+        return arguments.has(jsonOption) ? RouteFormat::json : RouteFormat::text;
+    }
+    for (auto const& [known, format] :
+         {std::pair("text", RouteFormat::text), std::pair("json", RouteFormat::json),
+          std::pair("tsv", RouteFormat::tsv)}) {
+        if (*name == known) {
+            return format;
+        }
+    }
+    throw UsageError(std::string(formatOption) + ": \"" + std::string(*name) +
+                     "\": none of text, json and tsv");
+}
+
 /**
- * What a run of `read` does: it judges each route and prints it.
+ * A run of `read`: applies the filter to each route and prints it.
  *
- * It owns the tables and what is remembered of lists; the output is the caller's and outlives it.
- * Reactor thread, as its agent.
+ * Owns the tables and what is remembered of lists; the output is not owned. Reactor thread, as its
+ * agent.
  */
 class RoutePrinter final : public DumpHandler {
   public:
@@ -88,10 +138,15 @@ class RoutePrinter final : public DumpHandler {
       : DumpHandler(arguments.has(verboseOption))
       , filter_(routeFilter(arguments))
       , limit_(arguments.count(limitOption))
-      , writer_(arguments.has(jsonOption), output) {
-        for (auto& decoder : attributeDecoders(agent_)) {
-            memories_.emplace_back(std::move(decoder), filter_, arguments.has(jsonOption));
+      , dictionary_(dictionary(arguments))
+      , output_(output)
+      , writer_(routeFormat(arguments), output) {
+        Detail const detail = arguments.has(fullOption) ? Detail::whole : Detail::lean;
+        for (auto& decoder : attributeDecoders(agent_, &dictionary_)) {
+            memories_.emplace_back(std::move(decoder), filter_, dictionary_, routeFormat(arguments),
+                                   detail);
         }
+        writer_.writeHeader();
     }
 
     void fileIs(std::string const& name) override {
@@ -99,52 +154,89 @@ class RoutePrinter final : public DumpHandler {
         writer_.fileIs(name);
     }
 
+    void beforeWait() override { output_.flush(); }
+
     void handleUpdate(Update const& update) override {
-        if (update.announced.empty()) {
+        if (!filter_.admits(update.at, update.peer)) {
             return;
         }
-        take(update.at, update.communities);
-        for (Route const& route : update.announced) {
-            print(update.at, update.peer, route);
+        if (filter_.admitsWithdrawn()) {
+            begin({});
+            for (Route const& route : update.withdrawn) {
+                print(Event::withdrawn, update, route);
+            }
+        }
+        if (!update.announced.empty() && beginAnnounced(update)) {
+            for (Route const& route : update.announced) {
+                print(Event::announced, update, route);
+            }
         }
     }
 
     void handleRibEntry(RibEntry const& entry) override {
-        take(entry.at, entry.communities);
-        print(entry.at, entry.peer, entry.route);
+        if (filter_.admits(entry.at, entry.peer) && filter_.admits(entry.route) &&
+            beginAnnounced(entry)) {
+            print(Event::table, entry, entry.route);
+        }
     }
 
   private:
-    /** Makes the lists at hand those of the routes that come with these attributes. */
-    void take(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
+    using Event = RouteLine::Event;
+
+    /** The routes at hand have these attributes, and no lists so far. */
+    void begin(RouteAttributes const& attributes) {
+        attributes_ = attributes;
+        asPath_.clear();
+        if (attributes_.asPath()) {
+            appendText(asPath_, *attributes_.asPath());
+        }
         lists_ = {};
         met_ = 0;
         hasList_ = false;
-        for (CommunityAttribute const& attribute : communities) {
-            bool const isRead = attribute.repetition == 0 && filter_.admits(attribute.kind);
-            if (isRead && attribute.form() == CommunityAttribute::Form::wellFormed) {
-                take(at, attribute);
+    }
+
+    /** Reads the attributes of the announced routes at hand; false if the filter rules them out. */
+    template <class Source>
+    bool beginAnnounced(Source const& source) {
+        if (!filter_.admitsAnnounced()) {
+            return false;
+        }
+        begin(RouteAttributes(source.attributes));
+        if (!filter_.admits(attributes_, asPath_)) {
+            return false;
+        }
+        for (CommunityAttribute const& attribute : source.communities) {
+            if (attribute.repetition == 0 && filter_.admits(attribute.kind)) {
+                take(source.at, attribute);
             }
         }
+        return filter_.admits(met_, hasList_);
     }
 
     void take(RecordPosition const& at, CommunityAttribute const& attribute) {
         auto const kind = static_cast<std::size_t>(attribute.kind);
         ListText const& list = memories_[kind].find(attribute.value);
-        if (!list.fault.empty()) {
-            refuse(at, list.fault);
-            return;
-        }
         lists_[kind] = &list;
-        met_ |= list.met;
-        hasList_ = true;
+        if (list.fault.empty()) {
+            met_ |= list.met;
+            hasList_ = true;
+        } else if (attribute.form() == CommunityAttribute::Form::wellFormed) {
+            refuse(at, list.fault); // what is malformed has been reported by the reader
+        }
     }
 
-    void print(RecordPosition const& at, Peer const& peer, Route const& route) {
-        if (!filter_.admits(route, met_, hasList_)) {
+    template <class Source>
+    void print(Event event, Source const& source, Route const& route) {
+        if (!filter_.admits(route)) {
             return;
         }
-        writer_.write(at, peer, route, lists_);
+        RouteLine line = {event, source.at, source.peer, route, attributes_, asPath_, lists_};
+        if constexpr (requires { source.sentByUs; }) {
+            line.sentByUs = source.sentByUs;
+        } else {
+            line.originated = source.originated;
+        }
+        writer_.write(line);
         if (++printed_ == limit_) {
             throw LimitReached();
         }
@@ -152,11 +244,15 @@ class RoutePrinter final : public DumpHandler {
 
     RouteFilter const filter_;
     std::optional<std::uint64_t> const limit_;
+    Dictionary const dictionary_;
+    Output& output_;
     RouteWriter writer_;
     Agent agent_;
     std::vector<ListMemory> memories_; // by CommunityKind
     std::uint64_t printed_ = 0;
-    // Of the route at hand.
+    // Of the routes at hand.
+    RouteAttributes attributes_;
+    std::string asPath_;
     RouteTexts lists_{};
     RouteFilter::Conditions met_ = 0;
     bool hasList_ = false;

@@ -1,78 +1,318 @@
 #include "RouteWriter.h"
 
+#include "input/Hex.h"
 #include "input/Numbers.h"
 #include "lists/KindKeys.h"
+#include "text/TimeText.h"
 
 namespace BgpCommunities {
+
+namespace {
+
+/** As bgpdump abbreviates them; and in JSON. */
+constexpr char eventLetters[] = {'A', 'W', 'B'};
+constexpr std::string_view eventNames[] = {"announced", "withdrawn", "table"};
+
+constexpr std::string_view tsvHeader =
+    "time\tmicroseconds\ttype\tpeer_address\tpeer_as\tfamily\tprefix\tpath_id\tas_path\torigin\t"
+    "next_hop\tmed\tlocal_pref\tcommunities\textended_communities\tipv6_communities\t"
+    "large_communities\tmeanings\terrors";
+
+void appendOptional(std::string& out, std::optional<std::uint32_t> number) {
+    if (number) {
+        appendNumber(out, *number);
+    }
+}
+
+std::optional<std::uint32_t> pathIdOf(Route const& route) {
+    return route.hasPathId ? std::optional(route.pathId) : std::nullopt;
+}
+
+void appendAddress(std::string& out, IpAddress const& address) {
+    if (address.size != 0) {
+        appendText(out, address);
+    }
+}
+
+/** The octets of an attribute that cannot be read, in place of what they would say. */
+bool appendFault(std::string& out, RouteAttributes const& attributes, std::uint8_t type) {
+    for (AttributeFault const& fault : attributes.faults()) {
+        if (fault.type == type) {
+            out += '!';
+            appendHex(out, fault.value);
+            out.append(" (").append(fault.reason).append(")");
+            return true;
+        }
+    }
+    return false;
+}
+
+/** Appends what `notes` of the lists hold, "; " between them. */
+void appendNotes(std::string& out, RouteTexts const& lists) {
+    bool first = true;
+    for (ListText const* const list : lists) {
+        if (list != nullptr && !list->notes.empty()) {
+            out += first ? "" : "; ";
+            out += list->notes;
+            first = false;
+        }
+    }
+}
+
+/** Columns of text with a tab between them; one without content holds a dash. */
+class Columns {
+  public:
+    explicit Columns(std::string& out)
+      : out_(out)
+      , begin_(out.size()) {}
+
+    /** Begins the next column, to append to. */
+    std::string& begin() {
+        if (!first_) {
+            end();
+            out_ += '\t';
+            begin_ = out_.size();
+        }
+        first_ = false;
+        return out_;
+    }
+
+    std::string& text() { return out_; }
+
+    /** Ends the last column. */
+    void end() { out_ += out_.size() == begin_ ? "-" : ""; }
+
+  private:
+    std::string& out_;
+    std::size_t begin_; // of the column at hand
+    bool first_ = true;
+};
+
+/** AS path, origin, next hop, MED and local preference. */
+void appendTextAttributes(Columns& columns, RouteLine const& line) {
+    RouteAttributes const& attributes = line.attributes;
+    if (!appendFault(columns.begin(), attributes, AttributeType::asPath)) {
+        columns.text() += line.asPath;
+    }
+    if (!appendFault(columns.begin(), attributes, AttributeType::origin) && attributes.origin()) {
+        columns.text() += nameOf(*attributes.origin());
+    }
+    if (!appendFault(columns.begin(), attributes, AttributeType::nextHop)) {
+        appendAddress(columns.text(), attributes.nextHop(line.route.family));
+    }
+    if (!appendFault(columns.begin(), attributes, AttributeType::med)) {
+        appendOptional(columns.text(), attributes.med());
+    }
+    if (!appendFault(columns.begin(), attributes, AttributeType::localPref)) {
+        appendOptional(columns.text(), attributes.localPref());
+    }
+}
+
+} // namespace
 
 void RouteWriter::fileIs(std::string_view name) {
     file_.clear();
     JsonWriter(file_).string(name);
 }
 
-void RouteWriter::write(RecordPosition const& at, Peer const& peer, Route const& route,
-                        RouteTexts const& lists) {
-    if (json_) {
-        writeJson(at, peer, route, lists);
-    } else {
-        writeText(peer, route, lists);
+void RouteWriter::writeHeader() {
+    if (format_ == RouteFormat::tsv) {
+        output_.text() += tsvHeader;
+        output_.endLine();
+    }
+}
+
+void RouteWriter::write(RouteLine const& line) {
+    switch (format_) {
+    case RouteFormat::text:
+        writeText(line);
+        break;
+    case RouteFormat::tsv:
+        writeTsv(line);
+        break;
+    case RouteFormat::json:
+        writeJson(line);
+        break;
     }
     output_.endLine();
 }
 
-void RouteWriter::writeText(Peer const& peer, Route const& route, RouteTexts const& lists) {
-    std::string& out = output_.text();
-    appendText(out, peer);
-    out += '\t';
-    appendText(out, route);
-    out += '\t';
-    if (route.hasPathId) {
-        appendNumber(out, route.pathId);
-    } else {
-        out += '-';
+std::string_view RouteWriter::timeText(Microseconds time) {
+    if (time != timeOf_ || time_.empty()) {
+        time_.clear();
+        appendTime(time_, time);
+        timeOf_ = time;
     }
-    for (ListText const* const list : lists) {
-        out += '\t';
-        if (list != nullptr) {
-            out += list->text;
-        } else {
-            out += '-';
+    return time_;
+}
+
+void RouteWriter::writeText(RouteLine const& line) {
+    std::string& out = output_.text();
+    Columns columns(out);
+    columns.begin() += timeText(line.at.time());
+    columns.begin() += eventLetters[static_cast<std::size_t>(line.event)];
+    appendText(columns.begin(), line.peer);
+    appendText(columns.begin(), line.route.family);
+    appendText(columns.begin(), line.route);
+    appendOptional(columns.begin(), pathIdOf(line.route));
+    appendTextAttributes(columns, line);
+    for (ListText const* const list : line.lists) {
+        columns.begin() += list != nullptr ? std::string_view(list->text) : std::string_view();
+    }
+    appendNotes(columns.begin(), line.lists);
+    columns.end();
+}
+
+void RouteWriter::writeTsv(RouteLine const& line) {
+    std::string& out = output_.text();
+    auto const next = [&out]() -> std::string& { return out += '\t'; };
+    appendNumber(out, line.at.seconds);
+    appendNumber(next(), line.at.microseconds);
+    next() += eventLetters[static_cast<std::size_t>(line.event)];
+    appendAddress(next(), line.peer.address);
+    bool const peerKnown = line.peer.address.size != 0;
+    appendOptional(next(), peerKnown ? std::optional(line.peer.as) : std::nullopt);
+    appendText(next(), line.route.family);
+    appendText(next(), line.route);
+    appendOptional(next(), pathIdOf(line.route));
+    next() += line.asPath;
+    auto const origin = line.attributes.origin();
+    next() += origin ? nameOf(*origin) : std::string_view();
+    appendAddress(next(), line.attributes.nextHop(line.route.family));
+    appendOptional(next(), line.attributes.med());
+    appendOptional(next(), line.attributes.localPref());
+    for (ListText const* const list : line.lists) {
+        next() += list != nullptr && list->fault.empty() ? std::string_view(list->text)
+                                                         : std::string_view();
+    }
+    appendNotes(next(), line.lists);
+    next();
+    appendErrors(line);
+}
+
+/** "2 !02ff (truncated AS path segment); 16 !0002 (length 2 is no multiple of 8)" */
+void RouteWriter::appendErrors(RouteLine const& line) {
+    std::string& out = output_.text();
+    bool first = true;
+    auto const begin = [&](std::uint8_t type) {
+        out += first ? "" : "; ";
+        first = false;
+        appendNumber(out, type);
+        out += ' ';
+    };
+    for (AttributeFault const& fault : line.attributes.faults()) {
+        begin(fault.type);
+        appendFault(out, line.attributes, fault.type);
+    }
+    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
+        if (line.lists[kind] != nullptr && !line.lists[kind]->fault.empty()) {
+            begin(communityKindTraits[kind].attributeType);
+            out += line.lists[kind]->text;
         }
     }
 }
 
-void RouteWriter::writeJson(RecordPosition const& at, Peer const& peer, Route const& route,
-                            RouteTexts const& lists) {
+namespace {
+
+/** An object of a route; it owns nothing but the memory of its texts. */
+class RouteObject {
+  public:
+    RouteObject(JsonWriter& json, std::string& text)
+      : json_(json)
+      , text_(text) {}
+
+    template <class Value>
+    void string(std::string_view key, Value const& value) {
+        text_.clear();
+        appendText(text_, value);
+        json_.key(key).string(text_);
+    }
+
+    void number(std::string_view key, std::optional<std::uint32_t> number) {
+        if (number) {
+            json_.key(key).number(*number);
+        }
+    }
+
+    void peer(Peer const& peer) {
+        if (peer.address.size == 0) {
+            json_.key("peer").null();
+            return;
+        }
+        json_.key("peer").beginObject();
+        string("address", peer.address);
+        json_.key("as").number(peer.as).endObject();
+    }
+
+    void attributes(RouteLine const& line) {
+        RouteAttributes const& attributes = line.attributes;
+        if (auto const& path = attributes.asPath()) {
+            json_.key("asPath").string(line.asPath);
+            number("originAs", originAs(*path));
+        }
+        if (attributes.origin()) {
+            json_.key("origin").string(nameOf(*attributes.origin()));
+        }
+        if (auto const nextHop = attributes.nextHop(line.route.family); nextHop.size != 0) {
+            string("nextHop", nextHop);
+        }
+        number("med", attributes.med());
+        number("localPref", attributes.localPref());
+        if (!attributes.faults().empty()) {
+            faults(attributes);
+        }
+    }
+
+    void lists(RouteTexts const& lists) {
+        json_.key("communities").beginObject();
+        for (std::size_t kind = 0; kind < communityKinds; ++kind) {
+            if (lists[kind] != nullptr) {
+                json_.key(kindKeys[kind]).ready(lists[kind]->text);
+            }
+        }
+        json_.endObject();
+    }
+
+  private:
+    void faults(RouteAttributes const& attributes) {
+        json_.key("errors").beginArray();
+        for (AttributeFault const& fault : attributes.faults()) {
+            json_.beginObject().key("attribute").number(fault.type);
+            json_.key("octets").octets(fault.value);
+            json_.key("error").string(fault.reason).endObject();
+        }
+        json_.endArray();
+    }
+
+    JsonWriter& json_;
+    std::string& text_;
+};
+
+} // namespace
+
+void RouteWriter::writeJson(RouteLine const& line) {
     JsonWriter json(output_.text());
+    RouteObject object(json, text_);
     json.beginObject();
     json.key("file").ready(file_);
-    json.key("record").number(at.number);
-    if (peer.address.size != 0) {
-        json.key("peer").beginObject();
-        writeString(json, "address", peer.address);
-        json.key("as").number(peer.as).endObject();
-    } else {
-        json.key("peer").null();
+    json.key("record").number(line.at.number);
+    json.key("time").string(timeText(line.at.time()));
+    json.key("type").string(eventNames[static_cast<std::size_t>(line.event)]);
+    if (line.sentByUs) {
+        json.key("sent").boolean(true);
     }
-    writeString(json, "family", route.family);
-    writeString(json, "prefix", route);
-    if (route.hasPathId) {
-        json.key("pathId").number(route.pathId);
+    object.peer(line.peer);
+    if (line.originated != 0) {
+        text_.clear();
+        appendTime(text_, Microseconds{line.originated} * 1000000);
+        json.key("originated").string(text_);
     }
-    json.key("communities").beginObject();
-    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
-        if (lists[kind] != nullptr) {
-            json.key(kindKeys[kind]).ready(lists[kind]->text);
-        }
-    }
-    json.endObject().endObject();
-}
-
-template <class Value>
-void RouteWriter::writeString(JsonWriter& json, std::string_view key, Value const& value) {
-    text_.clear();
-    appendText(text_, value);
-    json.key(key).string(text_);
+    object.string("family", line.route.family);
+    object.string("prefix", line.route);
+    object.number("pathId", pathIdOf(line.route));
+    object.attributes(line);
+    object.lists(line.lists);
+    json.endObject();
 }
 
 } // namespace BgpCommunities

@@ -1,47 +1,67 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "lists/ListMemory.h"
 #include "mrt/RouteHandler.h"
 #include "text/Output.h"
+#include "wire/RouteAttributes.h"
 
 namespace BgpCommunities {
 
 /** The lists of a route, by CommunityKind; null where it has none that is to be shown. */
 using RouteTexts = std::array<ListText const*, communityKinds>;
 
+/** What a line of `read` reports. Not owned. */
+struct RouteLine {
+    enum class Event : std::uint8_t { announced, withdrawn, table };
+
+    Event event = Event::announced;
+    RecordPosition const& at;
+    Peer const& peer;
+    Route const& route;
+    RouteAttributes const& attributes; // without any if withdrawn
+    std::string_view asPath;           // its text
+    RouteTexts const& lists;
+    bool sentByUs = false;
+    std::uint32_t originated = 0; // seconds since 1970; of an entry of a table dump
+};
+
 /**
- * The lines of `read`, one for each route.
+ * The lines of `read`, one for each route, as text, TSV or JSON.
  *
- * It writes to the caller's output, which outlives it, and owns the memory that texts are made in.
+ * Writes to `output`, which is not owned; owns the memory that texts are made in.
  * Thread-compatible.
  */
 class RouteWriter {
   public:
-    RouteWriter(bool json, Output& output)
-      : json_(json)
+    RouteWriter(RouteFormat format, Output& output)
+      : format_(format)
       , output_(output) {}
 
-    /** What is written from now on was read from the file of this name. */
+    /** The file that the lines to come are read from. */
     void fileIs(std::string_view name);
 
-    void write(RecordPosition const& at, Peer const& peer, Route const& route,
-               RouteTexts const& lists);
+    /** The first line of TSV; nothing in other formats. */
+    void writeHeader();
+    void write(RouteLine const& line);
 
   private:
-    void writeText(Peer const& peer, Route const& route, RouteTexts const& lists);
-    void writeJson(RecordPosition const& at, Peer const& peer, Route const& route,
-                   RouteTexts const& lists);
-    template <class Value>
-    void writeString(JsonWriter& json, std::string_view key, Value const& value);
+    void writeText(RouteLine const& line);
+    void writeTsv(RouteLine const& line);
+    void writeJson(RouteLine const& line);
+    void appendErrors(RouteLine const& line);
+    std::string_view timeText(Microseconds time);
 
-    bool json_;
+    RouteFormat format_;
     Output& output_;
     std::string file_; // its name as JSON
     std::string text_; // of a part of the route at hand
+    std::string time_; // the last one
+    Microseconds timeOf_ = 0;
 };
 
 } // namespace BgpCommunities

@@ -13,6 +13,15 @@ _bgp_communities() {
             mapfile -t COMPREPLY < <(compgen -W "8 16 25 32" -- "$word")
             return
             ;;
+        --format)
+            mapfile -t COMPREPLY < <(compgen -W "text tsv json" -- "$word")
+            return
+            ;;
+        --family)
+            mapfile -t COMPREPLY < <(compgen -W "ipv4 ipv6 ipv4-unicast ipv6-unicast ipv4-vpn \
+                ipv6-vpn l2vpn-evpn" -- "$word")
+            return
+            ;;
         --kind)
             mapfile -t COMPREPLY < <(compgen -W "standard extended ipv6 large" -- "$word")
             return
@@ -21,7 +30,8 @@ _bgp_communities() {
             mapfile -t COMPREPLY < <(compgen -W "yes no auto" -- "$word"; compgen -f -- "$word")
             return
             ;;
-        --match | --community | --prefix | --limit | --jobs)
+        --match | --community | --prefix | --exact | --covers | --since | --until | --peer | \
+            --origin-as | --as-path | --limit | --jobs)
             return
             ;;
         --out | --dictionary)
@@ -31,7 +41,11 @@ _bgp_communities() {
     esac
     case ${COMP_WORDS[1]} in
         decode) options="--type --json --forms --dictionary" ;;
-        read) options="--json --kind --match --community --prefix --limit --add-path --verbose" ;;
+        read)
+            options="--format --json --full --dictionary --since --until --peer --family --prefix
+                --exact --covers --origin-as --as-path --announced --withdrawn --kind --community
+                --match --limit --add-path --verbose"
+            ;;
         stats) options="--json --jobs --add-path --verbose" ;;
         roundtrip) options="--json --add-path --verbose" ;;
         replay) options="--targets --add-path --verbose" ;;

@@ -1,21 +1,59 @@
 #include "ListMemory.h"
 
+#include "input/Hex.h"
+#include "text/MemberName.h"
+#include "text/Utf8.h"
+
 namespace BgpCommunities {
 
 void ListMemory::make(Octets value, ListText& made) {
     made.text.clear();
+    made.notes.clear();
     made.met = 0;
     made.fault = decoder_->decode(value);
-    if (!made.fault.empty()) {
+    appendText(made.text, value, made.fault);
+    if (made.fault.empty()) {
+        appendNotes(made.notes, value);
+        made.met = filter_.conditionsMetBy(*decoder_);
+    }
+}
+
+void ListMemory::appendText(std::string& out, Octets value, std::string_view fault) {
+    if (format_ == RouteFormat::json) {
+        JsonWriter json(out);
+        decoder_->writeJson(json, value, fault, detail_);
+    } else if (!fault.empty()) {
+        out += '!';
+        appendHex(out, value);
+        out.append(" (").append(fault).append(")");
+    } else if (format_ == RouteFormat::text) {
+        decoder_->appendList(out);
+    } else {
+        appendMemberNames(out, decoder_->kind(), value);
+    }
+}
+
+/** As text the names that the library's text does not show, and all meanings; in TSV, whose members
+    are names, only meanings. */
+void ListMemory::appendNotes(std::string& out, Octets value) const {
+    CommunityKind const kind = decoder_->kind();
+    std::size_t const size = traitsOf(kind).memberOctets;
+    if (format_ == RouteFormat::json) {
         return;
     }
-    if (json_) {
-        JsonWriter json(made.text);
-        decoder_->writeJson(json, value, made.fault, Detail::whole);
-    } else {
-        decoder_->appendList(made.text);
+    for (std::size_t at = 0; at + size <= value.size(); at += size) {
+        Octets const member = value.subspan(at, size);
+        auto const meaning = dictionary_.meaning(kind, member);
+        bool const named = format_ == RouteFormat::text && !isNamedByLibrary(kind, member);
+        if (named || !meaning.empty()) {
+            out += out.empty() ? "" : "; ";
+            appendMemberName(out, kind, member);
+        }
+        if (!meaning.empty()) {
+            out += '=';
+            out += masked(meaning);
+        }
     }
-    made.met = filter_.conditionsMetBy(*decoder_);
 }
 
 } // namespace BgpCommunities

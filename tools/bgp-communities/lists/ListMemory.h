@@ -11,40 +11,51 @@
 
 namespace BgpCommunities {
 
-/** What `read` makes of one attribute; a plain value. */
+/** How routes are printed. */
+enum class RouteFormat : std::uint8_t { text, json, tsv };
+
+/** One attribute, formatted; a plain value. */
 struct ListText {
-    std::string text;  // or JSON: ready to be printed
-    std::string fault; // why it is refused; it then has no text
+    std::string text;  // ready to be printed; of a faulty one its octets and the fault
+    std::string notes; // names and meanings of members
+    std::string fault; // why the attribute is malformed or refused
     RouteFilter::Conditions met = 0;
 
-    [[nodiscard]] std::size_t octets() const { return text.size() + fault.size(); }
+    [[nodiscard]] std::size_t octets() const { return text.size() + notes.size() + fault.size(); }
 };
 
 /**
- * The attributes of one kind, put into words and judged once for all the routes that carry the
- * same.
+ * Formats the attributes of one kind, and applies the filter to them, once for all routes that
+ * carry the same.
  *
- * It owns its decoder; the filter is the caller's and outlives it. Thread-compatible. What it
- * remembers is bounded (OctetMemory).
+ * Owns its decoder; filter and dictionary are not owned. Thread-compatible. What it remembers is
+ * bounded (OctetMemory).
  */
 class ListMemory {
   public:
-    ListMemory(std::unique_ptr<AttributeDecoder> decoder, RouteFilter const& filter, bool json)
+    ListMemory(std::unique_ptr<AttributeDecoder> decoder, RouteFilter const& filter,
+               Dictionary const& dictionary, RouteFormat format, Detail detail)
       : decoder_(std::move(decoder))
       , filter_(filter)
-      , json_(json) {}
+      , dictionary_(dictionary)
+      , format_(format)
+      , detail_(detail) {}
 
-    /** What is to be said of the value of a well-formed attribute. Good until the next call. */
+    /** Of the value of an attribute, malformed or not. Good until the next call. */
     ListText const& find(Octets value) {
         return memory_.find(value, [&](ListText& made) { make(value, made); });
     }
 
   private:
     void make(Octets value, ListText& made);
+    void appendText(std::string& out, Octets value, std::string_view fault);
+    void appendNotes(std::string& out, Octets value) const;
 
     std::unique_ptr<AttributeDecoder> decoder_;
     RouteFilter const& filter_;
-    bool json_;
+    Dictionary const& dictionary_;
+    RouteFormat format_;
+    Detail detail_;
     OctetMemory<ListText> memory_;
 };
 

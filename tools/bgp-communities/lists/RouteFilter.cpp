@@ -1,8 +1,19 @@
 #include "RouteFilter.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace BgpCommunities {
+
+namespace {
+
+/** One of the choices fits, or there is none. */
+template <class Choice, class Fits>
+bool anyFits(std::vector<Choice> const& choices, Fits const& fits) {
+    return choices.empty() || std::any_of(choices.begin(), choices.end(), fits);
+}
+
+} // namespace
 
 void RouteFilter::kindIs(CommunityKind kind) {
     needsList_ = true;
@@ -20,6 +31,46 @@ RouteFilter::Conditions RouteFilter::conditionsMetBy(AttributeDecoder& list) con
         met |= conditions_[at](list) ? Conditions(1) << at : 0;
     }
     return met;
+}
+
+bool RouteFilter::admits(RecordPosition const& at, Peer const& peer) const {
+    Microseconds const time = at.time();
+    return (!since_ || time >= *since_) && (!until_ || time < *until_) &&
+           anyFits(peers_, [&](PeerChoice const& choice) {
+               bool const addressFits = choice.address.size == 0 || choice.address == peer.address;
+               // A peer that is not known has no AS either.
+               bool const asFits = !choice.as || (*choice.as == peer.as && peer.address.size != 0);
+               return addressFits && asFits;
+           });
+}
+
+bool RouteFilter::admits(RouteAttributes const& attributes, std::string const& asPath) const {
+    if (!originAses_.empty()) {
+        auto const& path = attributes.asPath();
+        auto const origin = path ? originAs(*path) : std::nullopt;
+        if (!origin ||
+            std::find(originAses_.begin(), originAses_.end(), *origin) == originAses_.end()) {
+            return false;
+        }
+    }
+    return std::all_of(pathConditions_.begin(), pathConditions_.end(),
+                       [&](PathCondition const& condition) { return condition(asPath); });
+}
+
+bool RouteFilter::admits(Route const& route) const {
+    using Relation = PrefixChoice::Relation;
+    return anyFits(families_,
+                   [&](FamilyChoice const& choice) {
+                       return choice.afi == route.family.afi &&
+                              choice.safi.value_or(route.family.safi) == route.family.safi;
+                   }) &&
+           anyFits(prefixes_, [&](PrefixChoice const& choice) {
+               if (choice.relation == Relation::covers) {
+                   return covers(route, choice.prefix);
+               }
+               return contains(choice.prefix, route) &&
+                      (choice.relation == Relation::within || route.length == choice.prefix.length);
+           });
 }
 
 } // namespace BgpCommunities

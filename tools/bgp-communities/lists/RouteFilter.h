@@ -8,23 +8,50 @@
 #include <vector>
 
 #include "AttributeDecoder.h"
+#include "mrt/RouteHandler.h"
+#include "text/TimeText.h"
 #include "wire/Nlri.h"
+#include "wire/RouteAttributes.h"
 
 namespace BgpCommunities {
 
 /**
  * Selects routes and, of a route, kinds of lists.
  *
- * A route is selected if its prefix is, and if each condition is met by one of its lists. A new
- * filter selects everything. Thread-compatible.
+ * A route is selected if everything that was asked for holds; of several values of the same
+ * question (peers, origins, families, prefixes) one is enough, but conditions and AS path
+ * expressions must all be met. A new filter selects everything. Thread-compatible.
  */
 class RouteFilter {
   public:
     using Condition = std::function<bool(AttributeDecoder&)>;
     /** One bit for each condition: whether it is met. */
     using Conditions = std::uint64_t;
+    /** Of the text of an AS path. */
+    using PathCondition = std::function<bool(std::string const&)>;
 
     static constexpr std::size_t maxConditions = 64;
+
+    /** A peer by its address, its AS or both. */
+    struct PeerChoice {
+        IpAddress address; // none: any
+        std::optional<std::uint32_t> as;
+    };
+
+    /** A family, or all of an address family. */
+    struct FamilyChoice {
+        std::uint16_t afi = 0;
+        std::optional<std::uint8_t> safi;
+    };
+
+    struct PrefixChoice {
+        enum class Relation : std::uint8_t { within, exact, covers };
+
+        Relation relation = Relation::within;
+        Prefix prefix;
+    };
+
+    enum class Direction : std::uint8_t { any, announced, withdrawn };
 
     /** Selects this kind, and no other that is not named as well; routes without a list of such a
         kind are left out. */
@@ -33,8 +60,25 @@ class RouteFilter {
     /** REQUIRES: fewer than `maxConditions` so far. */
     void conditionIs(Condition condition);
 
-    /** Selects the routes within `prefix`. */
-    void prefixIs(Prefix const& prefix) { prefix_ = prefix; }
+    void pathConditionIs(PathCondition condition) {
+        pathConditions_.push_back(std::move(condition));
+    }
+
+    void originAsIs(std::uint32_t as) { originAses_.push_back(as); }
+
+    void peerIs(PeerChoice const& peer) { peers_.push_back(peer); }
+
+    void familyIs(FamilyChoice const& family) { families_.push_back(family); }
+
+    void prefixIs(PrefixChoice const& prefix) { prefixes_.push_back(prefix); }
+
+    /** Selects times from this one on. */
+    void sinceIs(Microseconds time) { since_ = time; }
+
+    /** Selects times before this one. */
+    void untilIs(Microseconds time) { until_ = time; }
+
+    void directionIs(Direction direction) { direction_ = direction; }
 
     [[nodiscard]] std::size_t conditions() const { return conditions_.size(); }
 
@@ -46,10 +90,26 @@ class RouteFilter {
     /** The conditions that the list decoded last meets. */
     [[nodiscard]] Conditions conditionsMetBy(AttributeDecoder& list) const;
 
-    /** Whether a route is selected, given the conditions its lists meet and whether it has any. */
-    [[nodiscard]] bool admits(Route const& route, Conditions met, bool hasList) const {
-        bool const listed = hasList || !needsList_;
-        return listed && met == allMet_ && (!prefix_ || contains(*prefix_, route));
+    // A route is selected if all of these admit it.
+
+    [[nodiscard]] bool admits(RecordPosition const& at, Peer const& peer) const;
+
+    [[nodiscard]] bool admitsAnnounced() const { return direction_ != Direction::withdrawn; }
+
+    /** Nothing is asked of attributes, which a withdrawn route has not. */
+    [[nodiscard]] bool admitsWithdrawn() const {
+        return direction_ != Direction::announced && !needsList_ && allMet_ == 0 &&
+               originAses_.empty() && pathConditions_.empty();
+    }
+
+    /** `asPath` is the text of the AS path. */
+    [[nodiscard]] bool admits(RouteAttributes const& attributes, std::string const& asPath) const;
+
+    [[nodiscard]] bool admits(Route const& route) const;
+
+    /** Given the conditions that the lists of a route meet, and whether it has any. */
+    [[nodiscard]] bool admits(Conditions met, bool hasList) const {
+        return (hasList || !needsList_) && met == allMet_;
     }
 
   private:
@@ -57,7 +117,14 @@ class RouteFilter {
     bool needsList_ = false;
     std::vector<Condition> conditions_;
     Conditions allMet_ = 0;
-    std::optional<Prefix> prefix_;
+    std::vector<PathCondition> pathConditions_;
+    std::vector<std::uint32_t> originAses_;
+    std::vector<PeerChoice> peers_;
+    std::vector<FamilyChoice> families_;
+    std::vector<PrefixChoice> prefixes_;
+    std::optional<Microseconds> since_;
+    std::optional<Microseconds> until_;
+    Direction direction_ = Direction::any;
 };
 
 } // namespace BgpCommunities

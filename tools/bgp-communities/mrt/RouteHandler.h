@@ -17,6 +17,11 @@ struct RecordPosition {
     std::uint64_t offset = 0;       // of its first octet in the plain (decompressed) stream
     std::uint32_t seconds = 0;      // since 1970, UTC
     std::uint32_t microseconds = 0; // BGP4MP_ET only
+
+    /** Microseconds since 1970, UTC. */
+    [[nodiscard]] std::uint64_t time() const {
+        return std::uint64_t{seconds} * 1000000 + microseconds;
+    }
 };
 
 /**

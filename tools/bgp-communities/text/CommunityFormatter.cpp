@@ -140,6 +140,14 @@ void writeForms(JsonWriter& json, Comm const& comm) {
 
 } // namespace
 
+bool isNamedByLibrary(CommunityKind kind, Octets member) {
+    if (kind == CommunityKind::standard) {
+        std::uint32_t const value = OctetReader(member).u32();
+        return wellKnownName(value).empty() || !CommList::wellKnownName(value).empty();
+    }
+    return kind == CommunityKind::large;
+}
+
 void CommunityFormatter::appendOctets(std::string& out, U32 community) {
     appendBigEndian(out, community);
 }
@@ -219,11 +227,7 @@ bool CommunityFormatter::prints(ExtCommIp6::PtrConst const& extCommIp6, std::str
 }
 
 void CommunityFormatter::appendNotes(std::string& out, CommunityKind kind, Octets member) {
-    bool const isExtended = kind == CommunityKind::extended || kind == CommunityKind::ip6Extended;
-    std::uint32_t const value = OctetReader(member).u32();
-    bool const isNamed = kind == CommunityKind::standard && !wellKnownName(value).empty() &&
-                         CommList::wellKnownName(value).empty();
-    if (isExtended || isNamed) {
+    if (!isNamedByLibrary(kind, member)) {
         out += '\t';
         appendMemberName(out, kind, member);
     }

@@ -18,6 +18,9 @@ namespace BgpCommunities {
     and as a path attribute as well; or every text form and selection too. */
 enum class Detail { lean, whole, withForms };
 
+/** The library's text of a member shows all that the program's name would. */
+bool isNamedByLibrary(CommunityKind kind, Octets member);
+
 /**
  * Formats members of lists: the library's text, the program's name and the dictionary's meaning,
  * all that is known as JSON, and the octets as on the wire. Members are as the lists have them:

@@ -7,10 +7,8 @@
 #include <system_error>
 #include <utility>
 
-#include "MemberName.h"
 #include "input/InputStream.h"
 #include "input/LineReader.h"
-#include "input/Numbers.h"
 
 namespace BgpCommunities {
 
@@ -213,22 +211,6 @@ std::string_view Dictionary::meaning(CommunityKind kind, Octets member) const {
         }
     }
     return {};
-}
-
-void Dictionary::appendMeanings(std::string& out, CommunityKind kind, Octets value) const {
-    std::size_t const size = traitsOf(kind).memberOctets;
-    bool first = true;
-    for (std::size_t at = 0; at + size <= value.size(); at += size) {
-        Octets const member = value.subspan(at, size);
-        std::string_view const text = meaning(kind, member);
-        if (!text.empty()) {
-            out += first ? "" : "; ";
-            first = false;
-            appendMemberName(out, kind, member);
-            out += '=';
-            out += text;
-        }
-    }
 }
 
 } // namespace BgpCommunities

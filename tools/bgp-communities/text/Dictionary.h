@@ -42,9 +42,6 @@ class Dictionary {
         has. The text is a stranger's: mask it before a terminal shows it. */
     [[nodiscard]] std::string_view meaning(CommunityKind kind, Octets member) const;
 
-    /** Appends "NAME=MEANING" for each member of a value that has one, "; " between them. */
-    void appendMeanings(std::string& out, CommunityKind kind, Octets value) const;
-
   private:
     /** A field of a pattern: a range, or digits with wildcards if `digits` is not empty. */
     struct Field {

@@ -274,6 +274,12 @@ bool contains(Prefix const& prefix, Route const& route) {
            firstBits(route.address, prefix.length) == prefix.address;
 }
 
+bool covers(Route const& route, Prefix const& prefix) {
+    return route.isPrefix && route.address.size == prefix.address.size &&
+           route.length <= prefix.length &&
+           firstBits(prefix.address, route.length) == route.address;
+}
+
 bool hasPrefixes(Family family) {
     return isPrefixLayout(layoutOf(family));
 }

@@ -106,6 +106,8 @@ std::string_view readPrefix(std::string_view text, Prefix& prefix);
 
 /** Whether `route` is of this prefix or one inside it; whatever its labels and distinguisher. */
 bool contains(Prefix const& prefix, Route const& route);
+/** Whether `prefix`, which may be one address, is inside the prefix of `route`. */
+bool covers(Route const& route, Prefix const& prefix);
 
 /** The pieces of NLRI of this family tell their own length in a way known to `readRoute`. */
 bool hasKnownPieces(Family family);

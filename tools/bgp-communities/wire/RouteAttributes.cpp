@@ -4,16 +4,6 @@ namespace BgpCommunities {
 
 namespace {
 
-enum AttributeType : std::uint8_t {
-    originType = 1,
-    asPathType = 2,
-    nextHopType = 3,
-    medType = 4,
-    localPrefType = 5,
-    aggregatorType = 7,
-    as4PathType = 17,
-};
-
 /** Stands for a four-octet AS number where there is room for two octets (RFC 6793). */
 constexpr std::uint32_t asTrans = 23456;
 
@@ -41,7 +31,7 @@ IpAddress mpAddress(Octets field) {
 
 /** The first attribute of each type that is read; its type is 0 if there is none. */
 struct RouteAttributes::Found {
-    std::array<PathAttribute, as4PathType + 1> byType;
+    std::array<PathAttribute, AttributeType::as4Path + 1> byType;
 
     explicit Found(Octets area) {
         PathAttributeReader in(area);
@@ -59,17 +49,17 @@ struct RouteAttributes::Found {
 
 RouteAttributes::RouteAttributes(AttributeOctets const& octets) {
     Found const found(octets.area);
-    if (auto const* const attribute = found.find(originType)) {
+    if (auto const* const attribute = found.find(AttributeType::origin)) {
         readOrigin(*attribute);
     }
     readAsPath(found, octets.asWidth);
-    if (auto const* const attribute = found.find(nextHopType)) {
+    if (auto const* const attribute = found.find(AttributeType::nextHop)) {
         readNextHop(*attribute);
     }
-    if (auto const* const attribute = found.find(medType)) {
+    if (auto const* const attribute = found.find(AttributeType::med)) {
         readNumber(*attribute, med_);
     }
-    if (auto const* const attribute = found.find(localPrefType)) {
+    if (auto const* const attribute = found.find(AttributeType::localPref)) {
         readNumber(*attribute, localPref_);
     }
     if (auto const* const attribute = found.find(AttributeArea::mpReachType)) {
@@ -78,7 +68,7 @@ RouteAttributes::RouteAttributes(AttributeOctets const& octets) {
 }
 
 void RouteAttributes::readAsPath(Found const& found, AsWidth width) {
-    auto const* const attribute = found.find(asPathType);
+    auto const* const attribute = found.find(AttributeType::asPath);
     if (attribute == nullptr) {
         return;
     }
@@ -87,8 +77,8 @@ void RouteAttributes::readAsPath(Found const& found, AsWidth width) {
         faultIs(*attribute, fault);
         return;
     }
-    auto const* const as4Path = found.find(as4PathType);
-    auto const* const aggregator = found.find(aggregatorType);
+    auto const* const as4Path = found.find(AttributeType::as4Path);
+    auto const* const aggregator = found.find(AttributeType::aggregator);
     // An AGGREGATOR that is not AS_TRANS was set by a router that did not know AS4_PATH, which is
     // therefore outdated (RFC 6793, section 4.2.3).
     bool const outdated = aggregator != nullptr && aggregator->value.size() == 6 &&
@@ -138,8 +128,9 @@ void RouteAttributes::readNumber(PathAttribute const& attribute,
     if (attribute.value.size() == 4) {
         number = OctetReader(attribute.value).u32();
     } else {
-        faultIs(attribute, attribute.type == medType ? "MULTI_EXIT_DISC has another length than 4"
-                                                     : "LOCAL_PREF has another length than 4");
+        faultIs(attribute, attribute.type == AttributeType::med
+                               ? "MULTI_EXIT_DISC has another length than 4"
+                               : "LOCAL_PREF has another length than 4");
     }
 }
 

@@ -14,6 +14,17 @@
 
 namespace BgpCommunities {
 
+/** Type numbers of the path attributes that RouteAttributes reads. */
+struct AttributeType {
+    static constexpr std::uint8_t origin = 1;
+    static constexpr std::uint8_t asPath = 2;
+    static constexpr std::uint8_t nextHop = 3;
+    static constexpr std::uint8_t med = 4;
+    static constexpr std::uint8_t localPref = 5;
+    static constexpr std::uint8_t aggregator = 7;
+    static constexpr std::uint8_t as4Path = 17;
+};
+
 /** The path attributes of one UPDATE or RIB entry, not parsed yet. Not owned: the span points into
     the record. A plain value. */
 struct AttributeOctets {

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace BgpCommunities {
+
+/** A point in time: microseconds since 1970, UTC, without leap seconds. */
+using Microseconds = std::uint64_t;
+
+/** Appends "2015-09-22T12:00:00Z", or "2015-09-22T12:00:00.000042Z" if it has microseconds
+    (RFC 3339). */
+void appendTime(std::string& out, Microseconds time);
+
+/**
+ * Reads what appendTime() appends, with any offset from UTC; a date, or a date and a time without
+ * an offset, in UTC; or seconds since 1970, with a fraction or without.
+ *
+ * Returns what is wrong, or nothing.
+ */
+std::string_view readTime(std::string_view text, Microseconds& time);
+
+} // namespace BgpCommunities
