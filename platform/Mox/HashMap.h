@@ -3,6 +3,7 @@
 #include <Mox/Hash.h>
 #include <Mox/Types.h>
 
+#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <concepts>
@@ -176,17 +177,31 @@ class HashMap {
         HashMap const& map_;
     };
 
-    // Places are in segments of 8, 8, 16, 32, ... that never move, so appending copies nothing.
+    // Places are in segments of 8, 8, 16, 32, ..., 2048, 2048, ... that never move: appending a
+    // place copies none, and the memory that one change allocates or frees is bounded.
 
     static constexpr unsigned firstSegmentBits = 3;
+    static constexpr unsigned largestSegmentBits = 11;
     static constexpr U32 firstSegment = 1U << firstSegmentBits;
+    static constexpr U32 largestSegment = 1U << largestSegmentBits;
+    /// The last segment before those of the largest size.
+    static constexpr std::size_t lastSmallerSegment = largestSegmentBits - firstSegmentBits;
 
     static std::size_t segmentOf(U32 index) noexcept {
-        return static_cast<std::size_t>(std::bit_width(index >> firstSegmentBits));
+        return index < largestSegment
+                   ? static_cast<std::size_t>(std::bit_width(index >> firstSegmentBits))
+                   : lastSmallerSegment + (index >> largestSegmentBits);
     }
 
     static U32 segmentStart(std::size_t segment) noexcept {
-        return segment == 0 ? 0 : firstSegment << (segment - 1);
+        return segment == 0 ? 0
+               : segment <= lastSmallerSegment
+                   ? firstSegment << (segment - 1)
+                   : static_cast<U32>(segment - lastSmallerSegment) << largestSegmentBits;
+    }
+
+    static std::size_t segmentSize(std::size_t segment) noexcept {
+        return segment == 0 ? firstSegment : std::min(segmentStart(segment), largestSegment);
     }
 
     Place const& place(U32 number) const noexcept {
@@ -202,7 +217,7 @@ class HashMap {
         auto const segment = segmentOf(places_);
         if (segment == segments_.size()) {
             std::vector<Place> places;
-            places.reserve(segment == 0 ? firstSegment : segmentStart(segment));
+            places.reserve(segmentSize(segment));
             segments_.push_back(std::move(places));
         }
         segments_[segment].push_back(Place{0, std::move(item)});

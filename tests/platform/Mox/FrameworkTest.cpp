@@ -235,7 +235,7 @@ TEST(Collections, HashMapAgreesWithStdMap) {
     std::map<U64, int> model;
     std::mt19937_64 random(1);
     for (int i = 0; i < 200000; ++i) {
-        U64 const key = random() % (i % 20000 < 10000 ? 500 : 20);
+        U64 const key = random() % (i > 100000 ? 10000 : i % 20000 < 10000 ? 500 : 20);
         switch (random() % 3) {
         case 0:
             ASSERT_EQ(map.is(key, i), model.insert_or_assign(key, i).second);
@@ -252,6 +252,22 @@ TEST(Collections, HashMapAgreesWithStdMap) {
     std::map<U64, int> visited;
     map.forEach([&](U64 key, int value) { visited[key] = value; });
     EXPECT_EQ(visited, model);
+    for (auto const& [key, value] : model) {
+        ASSERT_TRUE(map.del(key));
+        ASSERT_FALSE(map.has(key));
+    }
+    EXPECT_TRUE(map.empty());
+}
+
+TEST(Collections, NoChangeOfAHashMapAllocatesMuch) {
+    Mox::HashSet<U64> set;
+    unsigned long most = 0;
+    for (U64 key = 0; key < 200000; ++key) {
+        auto const before = octetsAllocatedSoFar();
+        set.is(key);
+        most = std::max(most, octetsAllocatedSoFar() - before);
+    }
+    EXPECT_LE(most, 128U << 10);
 }
 
 TEST(Collections, ToleratesChangesDuringIteration) {
