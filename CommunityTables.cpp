@@ -26,7 +26,7 @@ AttributeVerdict lengthVerdict(std::size_t octets, std::size_t memberOctets) noe
                                         : AttributeVerdict::accepted;
 }
 
-/// A value with its members sorted and distinct: the value itself if they are, else a copy.
+/// The value with its members sorted and distinct: itself if they are, else a copy.
 template <class Content>
 class CanonicalOctets {
   public:
@@ -75,8 +75,8 @@ class CanonicalOctets {
     std::array<std::byte, 1024> local_;
 };
 
-/// What a list's contracts say about the members of one class: at most one, and that one not
-/// transitive. See ExtCommList::serializableCommunities().
+/// The contracts of a list for the members of one class: at most one, not transitive. See
+/// `ExtCommList::serializableCommunities()`.
 template <class List>
 AttributeVerdict classVerdict(List const& list, ExtCommClassification classification,
                               AttributeVerdict several, AttributeVerdict transitive) {
@@ -102,7 +102,7 @@ AttributeVerdict membersVerdict(ExtCommList const& list) {
                               AttributeVerdict::transitiveOriginValidationState);
 }
 
-/// Nothing counts these lists' members by class.
+/// These lists have no such contract.
 AttributeVerdict membersVerdict(ExtCommIp6List const& /*list*/) {
     return AttributeVerdict::accepted;
 }
@@ -117,10 +117,11 @@ ExtCommIp6::PtrConst interned(ExtCommIp6DedupTable const& table, ExtCommIp6Conte
 
 } // namespace
 
-/// How a list is found by its octets and, if it is not there, made by `make(octets)` of octets that
-/// are sorted and distinct.
+/// Finds a list by its octets, or makes it by `make(octets)` from octets that are sorted and
+/// distinct.
 struct CommunityTables::Decoder {
-    /// `definitive`: null means that there is no such list, not just that it is not where most are.
+    /// `definitive`: null means that there is no such list; otherwise only that the fast path did
+    /// not find one.
     template <class List, bool definitive, class Table>
     static Mox::PtrConst<List> find(Table const& table, Octets octets) {
         if constexpr (requires { table.classificationTableReplaced(); }) {
@@ -153,7 +154,7 @@ struct CommunityTables::Decoder {
 
     template <class Content, class List, class Table, class Make>
     static DecodedList<List> decode(Table const& table, Octets value, Make const& make) {
-        // An empty list, or one too long for an attribute, may be interned all the same.
+        // An empty list, or one too long for an attribute, may still have been interned.
         if (value.size() - 1 < maximumOctets) [[likely]] {
             if (auto list = find<List, false>(table, value)) {
                 return {std::move(list), AttributeVerdict::accepted};
@@ -172,9 +173,9 @@ struct CommunityTables::Decoder {
         });
     }
 
-    /// A list of interned communities. Octets do not decide alone which list it is: one may be in
-    /// the table whose members have the same octets but are other objects, destashed or interned in
-    /// another table. So a list is found by its octets only once it came out of here.
+    /// A list of interned communities. Its octets do not identify it: a list in the table may have
+    /// members with the same octets that are other objects, rebuilt from a store or interned in
+    /// another table. So only lists that were created here are found by their octets.
     template <class Content, class List, class Table, class CommTable>
     static DecodedList<List> communities(Table const& table, CommTable const& comms, Octets value) {
         auto const make = [&](Octets octets) -> DecodedList<List> {

@@ -83,7 +83,7 @@ std::string_view nameOf(U32 value) noexcept {
         return "no-export";
     case communityNoAdvertise:
         return "no-advertise";
-    // Not the name of RFC 1997, and capitals below: what configurations are written with.
+    // Not the name in RFC 1997: these are the names in configurations.
     case communityNoExportSubconfed:
         return "local-as";
     case communityGshut:
@@ -150,7 +150,7 @@ constexpr auto appendLarge = [](CommListText& text, CommunityValue const& value)
     LargeCommunityFormatter::format(text.buffer(), value, false);
 };
 
-/// The text is made first and then written whole: the stream's flags have no part in it.
+/// Formats the text first and writes it at once, so that the stream's flags do not apply.
 template <class ListType>
 std::ostream& print(std::ostream& os, ListType const* list) {
     CommListText text;
@@ -228,7 +228,7 @@ ValueCommList<Value>::~ValueCommList() = default;
 template <class Value>
 U32 ValueCommList<Value>::hash() const {
     MOX_ASSERT(commVectorSorted());
-    // Mixing nothing comes to 0, which is the hash of the empty list.
+    // The mix of no values is 0, the hash of the empty list.
     Mox::OneAtATimeHash hash;
     for (auto const& value : *this) {
         addTo(hash, value);
@@ -270,8 +270,9 @@ void ValueCommList<Value>::freeze() noexcept {
     }
 }
 
-/// Most lists are interned already, and are looked up first: only one that is new gets memory for
-/// its octets. One that has them failed to be inserted before, or is known to be new.
+/// Looks the list up first, as most lists are interned already: only a new one gets memory for its
+/// octets. A list that holds them is new: an earlier insertion failed, or the caller has looked it
+/// up.
 template <class Value>
 Kel::DedupHandle::PtrConst ValueCommList<Value>::dedupIn(CommListDedupTableBase const& table) {
     if (!octetsHeld_) {
@@ -351,7 +352,7 @@ template class ValueCommList<CommunityValue>;
 
 // ---- CommList -----------------------------------------------------------------------------------
 
-// A table holds many.
+// Object size matters: a table holds many.
 static_assert(sizeof(CommList) == 56 && sizeof(LargeCommList) == 48);
 
 CommList::CommList() noexcept = default;

@@ -115,7 +115,7 @@ template class ExtCommListBase<ExtCommListFamily>;
 
 U32 const ExtCommListFamily::storedKind = storedExtCommList;
 
-// Tables hold many of them: what each costs is a promise.
+// Object sizes matter: tables hold many.
 static_assert(sizeof(ExtCommClassificationList) == 48);
 static_assert(sizeof(RtExtCommClassificationList) == 56);
 static_assert(sizeof(ExtCommList) == 72);

@@ -16,7 +16,7 @@
 #include <type_traits>
 #include <vector>
 
-// The bodies of the family's templates, for the sources that instantiate them.
+// Definitions of the templates of `ExtCommListFamily.h`, for the sources that instantiate them.
 
 namespace Routing::Bgp {
 
@@ -36,11 +36,11 @@ U32 hashOfIdentities(Objects const& objects) noexcept {
     return hash.finish();
 }
 
-/// What the octets of a member are made of.
+/// The content of a member, from which its octets follow.
 constexpr auto contentOf = [](auto const& comm) noexcept { return extCommKey(*comm); };
 
-/// Prints communities, each as it streams. The stream may run code that releases the last reference
-/// to the list: the members are held meanwhile.
+/// Writes the communities. A stream may run code that releases the last reference to the list, so
+/// the members are held meanwhile.
 template <class ListType>
 std::ostream& formatExtComms(std::ostream& os, ListType const* list, bool bracketed) {
     using Members = typename ListType::CommVector;
@@ -50,7 +50,7 @@ std::ostream& formatExtComms(std::ostream& os, ListType const* list, bool bracke
         [](std::ostream& out, auto const& comm) { out << *comm; }, bracketed, " ");
 }
 
-/// The same into a text.
+/// The same, to a text.
 template <class ListType>
 CommListText& formatExtComms(CommListText& text, ListType const* list, bool bracketed) {
     return formatCommList(
@@ -121,7 +121,7 @@ auto ExtCommClassificationListBase<Family>::findOrCreate(ClassificationListVecto
         MOX_ASSERT_TEXT(!dedupMode || list->dedupState() == Kel::dedupHandleStateNeverDeduped(),
                         "__null == ( _classificationList ) || ( _classificationList "
                         ")->dedupState() == Kel::dedupHandleStateNeverDeduped()");
-        // The vector's own: nobody else has a list that was not interned.
+        // Not shared: a list that was not interned belongs to the vector.
         return const_cast<List&>(*list);
     }
     auto list = Family::newClassificationList(classification);
@@ -249,9 +249,9 @@ auto ExtCommListBase<Family>::destashMembers(void const* stored, MoxStash::Store
 
 // ---- Lists: freezing ----------------------------------------------------------------------------
 
-/// Equal members make equal lists: they are split alike into classification lists of one table. So
-/// a list that is there already is found by its members, without splitting anything. A list that
-/// holds its octets failed to be inserted before, or is known to be new.
+/// Lists with equal members are equal, as they are split into the same classification lists, so an
+/// interned list is found by its members without a split. A list that holds its octets is new: an
+/// earlier insertion failed, or the caller has looked it up.
 template <class Family>
 auto ExtCommListBase<Family>::adoptInterned(Table const& table) -> Mox::PtrConst<List> {
     if (!classificationLists_.empty() || table.classificationTableReplaced()) {
@@ -291,8 +291,8 @@ void ExtCommListBase<Family>::classify(bool dedupMode) {
     }
 }
 
-/// Counted first, so that every vector has its exact size from the start; then moved by runs, for
-/// members of one class mostly follow one another.
+/// Counts first, so that each vector is allocated once; then moves the members run by run, as
+/// members of a class are usually adjacent.
 template <class Family>
 void ExtCommListBase<Family>::splitMembers(bool dedupMode) {
     std::array<U32, ClassificationLists::maximumSlots> members{};
@@ -322,8 +322,8 @@ void ExtCommListBase<Family>::splitMembers(bool dedupMode) {
     }
 }
 
-/// An observer of route-target lists may let go of the table, or of all that the caller has of the
-/// list, while it is told of a classification list: both are held until the end.
+/// An observer of route-target lists may release the table and the caller's references to the list
+/// while it is notified, so both are held until the end.
 template <class Family>
 auto ExtCommListBase<Family>::dedupIn(Table const* table) -> Mox::PtrConst<List> {
     Mox::PtrConst<Table> const tableHeld(table);

@@ -14,8 +14,8 @@
 #include <span>
 #include <type_traits>
 
-/// The members of lists as path attributes carry them: big-endian, each kind in so many octets. The
-/// members ascend exactly when their octets do.
+/// Members of lists as in path attributes: big-endian, of fixed size for each kind. The order of
+/// members is that of their octets.
 
 namespace Routing::Bgp {
 
@@ -41,7 +41,7 @@ Integer loadBigEndian(std::byte const* from) noexcept {
     return swapped(value);
 }
 
-/// Writes an integer big-endian; returns the place behind it.
+/// Writes a big-endian integer; returns the place after it.
 template <class Integer>
 std::byte* storeBigEndian(std::byte* to, Integer value) noexcept {
     value = swapped(value);
@@ -112,7 +112,7 @@ void storeMembers(Members const& members, ContentOf const& contentOf, std::byte*
     }
 }
 
-/// The keyed hash of these octets, which are nowhere as a whole.
+/// The keyed hash of these octets, without assembling them.
 template <class Members, class ContentOf>
 U64 keyedHashOfMembers(Members const& members, ContentOf const& contentOf) noexcept {
     using Content = std::remove_cvref_t<decltype(contentOf(*members.begin()))>;

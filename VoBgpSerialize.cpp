@@ -43,7 +43,7 @@ SerializePathAttribute::SerializePathAttribute(BgpPathAttrType attrType, BgpPath
 void SerializePathAttribute::clearAndReInit(BgpPathAttrType attrType, BgpPathAttrFlag attrFlags,
                                             U32 attrSize) {
     sizeIs(0);
-    // No room is made for what reInitHdr() refuses.
+    // Reserves nothing for arguments that `reInitHdr()` rejects.
     growBuffer(std::min(attrSize, longestValue) + longHeaderSize);
     attrSize_ = attrSize;
     reInitHdr(attrType, attrFlags, attrSize);

@@ -25,7 +25,7 @@ constexpr MoxStash::StoredKind storedExtCommIp6List = MoxStash::firstKind + 5;
 
 /// The first word of every list; the members follow.
 struct StoredListHead {
-    /// The members are sorted, each there once.
+    /// The members are sorted and distinct.
     static constexpr U32 sorted = 1;
     /// The list was split into classification lists.
     static constexpr U32 classified = 2;
@@ -37,18 +37,18 @@ struct StoredListHead {
     U64 word() const noexcept { return std::bit_cast<U64>(*this); }
 };
 
-/// The head of a list whose members take that much each: as many as the record holds, and none but
-/// those flags. Else StoreException.
+/// Reads the head of a list whose members have that size. Throws `StoreException` if the count does
+/// not match the record's size or a flag is unknown.
 StoredListHead storedListHead(MoxStash::StoredRecord const& record, std::size_t memberOctets,
                               U32 flags);
 
-/// Throws StoreException: the members are not what the flag says.
+/// Throws `StoreException`: the members are not as the flag says.
 [[noreturn]] void refuseUnsorted(MoxStash::StoredRecord const& record);
 
-/// Throws StoreException unless the record has that many words.
+/// Throws `StoreException` unless the record has that many words.
 void expectStoredWords(MoxStash::StoredRecord const& record, U64 words);
 
-/// The class with that number in the word; StoreException if there is none.
+/// Returns the class with that number. Throws `StoreException` if there is none.
 ExtCommClassification storedClassification(MoxStash::StoredRecord const& record, U64 index,
                                            U32 number);
 

@@ -13,13 +13,11 @@ namespace BgpShowCli {
 
 using Mox::U64;
 
-/// The texts that show commands have printed for extended communities, so that a value that comes
-/// up again is neither parsed nor formatted again. The plain and the asdot form (RFC 5396) of a
-/// value are kept apart, and either may be there without the other.
+/// Caches the texts that show commands print for extended communities, so that a value is parsed
+/// and formatted once. The plain and the asdot form (RFC 5396) of a value are separate entries.
 ///
-/// Owned by whoever runs the show commands; holds values and texts. It formats nothing itself, and
-/// forgets nothing by itself: it grows with the number of distinct values shown. Reactor thread.
-/// Values are extended communities of eight octets, the wire order read as a big-endian integer.
+/// Entries are never evicted: it grows with the number of distinct values shown. Reactor thread. A
+/// value is the eight octets of a community, read as a big-endian integer.
 class VOBGP_EXPORT ExtCommCache : public Mox::PtrInterface {
   public:
     MOX_COUNTED(ExtCommCache)
@@ -27,24 +25,24 @@ class VOBGP_EXPORT ExtCommCache : public Mox::PtrInterface {
     ExtCommCache();
     ~ExtCommCache() override;
 
-    /// The text of a value in the form asked for. Empty for a miss, and so for an empty text.
+    /// Returns the text of a value in that form; empty if not found.
     Mox::String lookup(U64 const& extCommVal, bool asdot) const;
 
-    /// Stores the text of a value in that form, in place of the one there is.
+    /// Stores the text of a value in that form, replacing the current one.
     void insert(U64 const& extCommVal, Mox::String extCommStr, bool asdot);
 
     void extCommToStringIs(U64 const& extCommVal, Mox::String extCommStr);
     void extCommToStringDel(U64 const& extCommVal) noexcept;
     void extCommToStringDelAll() noexcept;
     bool extCommToStringHas(U64 const& extCommVal) const noexcept;
-    /// How many values have a plain text.
+    /// Number of plain texts.
     std::size_t extCommToStrings() const noexcept { return extCommToString_.size(); }
 
     void extCommToAsdotStringIs(U64 const& extCommVal, Mox::String extCommStr);
     void extCommToAsdotStringDel(U64 const& extCommVal) noexcept;
     void extCommToAsdotStringDelAll() noexcept;
     bool extCommToAsdotStringHas(U64 const& extCommVal) const noexcept;
-    /// How many values have an asdot text.
+    /// Number of asdot texts.
     std::size_t extCommToAsdotStrings() const noexcept { return extCommToAsdotString_.size(); }
 
   private:
@@ -52,7 +50,7 @@ class VOBGP_EXPORT ExtCommCache : public Mox::PtrInterface {
     Mox::HashMap<U64, Mox::String> extCommToAsdotString_;
 };
 
-/// A new, empty cache with its notifications switched on.
+/// Returns a new, empty cache with notifications enabled.
 VOBGP_EXPORT ExtCommCache::Ptr extCommCacheFactory();
 
 } // namespace BgpShowCli

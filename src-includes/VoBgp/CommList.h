@@ -20,9 +20,9 @@ namespace Routing::Bgp {
 
 class CommListText;
 
-/// Rebuilds a list of values from a store: as it was written, frozen if it was then, and never
-/// interned, so that `dedup` can intern it. What `dedup` finds out is not there before. Throws
-/// `MoxStash::StoreException` if there is no such list. Traced at level 8.
+/// Rebuilds a list of values from a store. The list is frozen if it was when written, and has never
+/// been interned: call `dedup()` to intern it, which also finds its well-known values. Throws
+/// `MoxStash::StoreException` if the address is not that of such a list. Traced at level 8.
 template <class ListType, class ValueType>
 VOBGP_EXPORT Mox::Ptr<ListType> destashCommList(void const* stored,
                                                 MoxStash::StoreManager* manager);
@@ -39,8 +39,8 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
   public:
     ~ValueCommList() override;
 
-    // The interned-object contract: the values are what counts. A content to look up by is a
-    // `std::span<Value const>`, sorted, each value once. The list is placed by its octets.
+    // The interned-object contract: lists are equal if their values are. A content to look up by is
+    // a `std::span<Value const>`, sorted and distinct. The placement hash is that of the octets.
     U32 hash() const override;
     U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
@@ -52,10 +52,10 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
         commVector_.pushBack(value);
     }
 
-    /// Whether the value is in the list, which must be frozen (asserted).
+    /// Whether the list contains the value. REQUIRES: the list is frozen (asserted).
     bool comm(Value const& value) const;
 
-    /// How many values there are.
+    /// Number of values.
     U32 comms() const noexcept { return commVector_.size(); }
     bool empty() const noexcept { return commVector_.empty(); }
 
@@ -80,8 +80,8 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
     /// throw.
     void freeze() noexcept;
 
-    /// Interns a frozen list. If it is inserted, it gives up unused memory first: on
-    /// `std::bad_alloc` the list is unchanged.
+    /// Interns a frozen list, whose unused memory is freed if it is inserted. On `std::bad_alloc`
+    /// the list is unchanged.
     Kel::DedupHandle::PtrConst dedupIn(CommListDedupTableBase const& table);
 
   private:
@@ -93,7 +93,7 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
         return {commVector_.tail(), comms() * sizeof(Value)};
     }
 
-    /// Whether the list of an attribute value with these octets is this one.
+    /// Whether these octets of an attribute value decode to this list.
     bool standsFor(std::span<std::byte const> value) const noexcept {
         return octetsHeld_ && value.size() == octets().size() &&
                std::memcmp(value.data(), octets().data(), value.size()) == 0;
@@ -119,8 +119,8 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
 
 extern template class ValueCommList<U32>;
 
-/// The list of standard communities (RFC 1997) of a route. The high half of a value is the AS part,
-/// the low half the local part. All else as its base.
+/// The standard communities (RFC 1997) of a route. The high half of a value is the AS part, the low
+/// half the local part.
 class VOBGP_EXPORT CommList : public ValueCommList<U32> {
   public:
     MOX_COUNTED(CommList)
@@ -130,11 +130,11 @@ class VOBGP_EXPORT CommList : public ValueCommList<U32> {
 
     void formatHandle(std::ostream& os) const override;
 
-    /// Freezes the list and interns it: returns the equal one that is in the table already, or this
-    /// one. If memory runs out the list can be interned again.
+    /// Freezes the list and interns it. Returns the existing equal list, or this one. On
+    /// `std::bad_alloc`, `dedup()` may be called again.
     PtrConst dedup(CommListDedupTable const* table);
 
-    // Whether the list holds the well-known community. Found once, by dedup(); the list must be
+    // Whether the list contains the well-known community. Set by `dedup()`. REQUIRES: the list is
     // frozen (asserted).
     bool noExport() const noexcept;
     bool noAdvertise() const noexcept;
@@ -146,14 +146,14 @@ class VOBGP_EXPORT CommList : public ValueCommList<U32> {
     /// `AS:local`, both in decimal.
     static String getStringValue(U32 value);
 
-    /// As destashCommList() says.
+    /// See `destashCommList()`.
     static Ptr destash(void const* stored, MoxStash::StoreManager* manager);
 
-    /// Whether the expression matches the values as `AS:local`, with a space between them, or else
-    /// the same with names for the well-known ones.
+    /// Whether the expression matches the values, separated by spaces, as `AS:local` or with the
+    /// names of well-known ones.
     bool matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const;
 
-    /// A new snapshot in which every value is mapped to true.
+    /// Returns a new snapshot that maps every value to true.
     CommListSnapshot::Ptr commSnapshot() const;
 
     /// The COMMUNITIES path attribute; that of an empty list has an empty value.
@@ -166,7 +166,7 @@ class VOBGP_EXPORT CommList : public ValueCommList<U32> {
     /// The length takes one octet or, with 0x10 in the first one, two.
     String serialize() const;
 
-    /// What streaming a pointer to this writes.
+    /// The text that `operator<<` writes.
     String toStrep() const;
 
   private:
@@ -176,15 +176,15 @@ class VOBGP_EXPORT CommList : public ValueCommList<U32> {
     RouteMap::RegexSubject regexSubject_;
 };
 
-/// A new, empty list with its notifications switched on.
+/// Returns a new, empty list with notifications enabled.
 VOBGP_EXPORT CommList::Ptr commListFactory();
 
-/// Writes the values, by name where they have one, with a space between them; nothing for null.
+/// Writes the values separated by spaces, well-known ones by name; nothing for null.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, CommList const* list);
 VOBGP_EXPORT CommListText& operator<<(CommListText& text, CommList const* list);
 
-/// Writes one standard community: as `AS:local` or, if `useWellKnownNames`, by its name where it
-/// has one.
+/// Writes one standard community as `AS:local`, or, with `useWellKnownNames`, by its name if it has
+/// one.
 template <bool useWellKnownNames>
 class VOBGP_EXPORT CommunityFormatter {
   public:

@@ -12,21 +12,20 @@ namespace Routing::Bgp {
 
 /// Base of every intern table of lists.
 ///
-/// Owned by the agent; holds the framework's table of lists. Thread-safe if
-/// `VoBgpGlobals::multiThreaded()` was set when it was made, else thread-compatible.
+/// Thread-safe if `VoBgpGlobals::multiThreaded()` was set when it was created, else
+/// thread-compatible.
 class VOBGP_EXPORT CommListDedupTableBase : public Mox::PtrInterface {
   public:
     MOX_COUNTED(CommListDedupTableBase)
 
     ~CommListDedupTableBase() override;
 
-    /// Makes a new framework's table and lets go of the one there is. The constructor has done so
-    /// once.
+    /// Creates a new table and releases the current one. Called once by the constructor.
     void initDedupTable();
 
     Kel::DedupHashTable::Ptr const& dedupTable() const noexcept { return dedupTable_; }
 
-    /// Interns a list: returns the equal one that is there already, or inserts this one.
+    /// Interns a list: returns the existing equal one, or inserts this one.
     Kel::DedupHandle::PtrConst dedup(Kel::DedupHandle::Ptr const& object) const;
 
     void dumpState(Kel::DumpContext::PtrConst const& context, U32 indent) const;
@@ -38,7 +37,7 @@ class VOBGP_EXPORT CommListDedupTableBase : public Mox::PtrInterface {
     Kel::DedupHashTable::Ptr dedupTable_;
 };
 
-/// The intern table of lists of standard communities. All else as its base.
+/// The intern table of lists of standard communities.
 class VOBGP_EXPORT CommListDedupTable : public CommListDedupTableBase {
   public:
     MOX_COUNTED(CommListDedupTable)
@@ -47,7 +46,7 @@ class VOBGP_EXPORT CommListDedupTable : public CommListDedupTableBase {
     ~CommListDedupTable() override;
 };
 
-/// The intern table of lists of large communities. All else as its base.
+/// The intern table of lists of large communities.
 class VOBGP_EXPORT LargeCommListDedupTable : public CommListDedupTableBase {
   public:
     MOX_COUNTED(LargeCommListDedupTable)
@@ -56,7 +55,7 @@ class VOBGP_EXPORT LargeCommListDedupTable : public CommListDedupTableBase {
     ~LargeCommListDedupTable() override;
 };
 
-/// A new, empty table with its notifications switched on.
+/// Returns a new, empty table with notifications enabled.
 VOBGP_EXPORT CommListDedupTable::Ptr commListDedupTableFactory();
 VOBGP_EXPORT LargeCommListDedupTable::Ptr largeCommListDedupTableFactory();
 

@@ -6,7 +6,7 @@
 
 namespace Routing::Bgp {
 
-/// A snapshot of a list of standard communities: a flag for each value. All else as its base.
+/// A snapshot of a list of standard communities: a flag for each value.
 class VOBGP_EXPORT CommListSnapshot : public RouteMap::CommSnapshot<U32, bool> {
   public:
     MOX_COUNTED(CommListSnapshot)
@@ -15,7 +15,7 @@ class VOBGP_EXPORT CommListSnapshot : public RouteMap::CommSnapshot<U32, bool> {
     ~CommListSnapshot() override;
 };
 
-/// A new, empty snapshot with its notifications switched on.
+/// Returns a new, empty snapshot with notifications enabled.
 VOBGP_EXPORT CommListSnapshot::Ptr commListSnapshotFactory();
 
 } // namespace Routing::Bgp

@@ -17,7 +17,7 @@ class ExtCommIp6List;
 class ExtCommIp6ListDedupTable;
 class ExtCommIp6ListSnapshot;
 
-/// The row of the lists of IPv6-address-specific communities.
+/// The traits of lists of IPv6-address-specific communities.
 struct VOBGP_EXPORT ExtCommIp6ListFamily {
     using Comm = ExtCommIp6;
     using Key = ExtCommIp6Content;
@@ -27,13 +27,13 @@ struct VOBGP_EXPORT ExtCommIp6ListFamily {
     using ClassificationListSnapshot = ExtCommIp6ClassificationListSnapshot;
     using ListDedupTable = ExtCommIp6ListDedupTable;
 
-    /// Of the lists in a store.
+    /// Record kind of a list in a store.
     static U32 const storedKind;
 
-    /// Of a member in a path attribute.
+    /// Size of a member in a path attribute.
     static constexpr std::size_t memberOctets = 20;
 
-    // The places in the attribute table of a list's snapshot.
+    // Attribute numbers of a list's snapshot.
     static constexpr Mox::AttributeNumber listSnapshotCommAttribute = 0;
     static constexpr Mox::AttributeNumber listSnapshotClassificationListAttribute = 1;
 
@@ -51,7 +51,7 @@ inline ExtCommIp6Content extCommKey(ExtCommIp6 const& comm) noexcept {
     return comm.getContent();
 }
 
-/// The IPv6-address-specific communities of one class in a list. All else as its base.
+/// The IPv6-address-specific communities of one class in a list.
 class VOBGP_EXPORT ExtCommIp6ClassificationList
   : public ExtCommClassificationListBase<ExtCommIp6ListFamily> {
   public:
@@ -64,7 +64,7 @@ class VOBGP_EXPORT ExtCommIp6ClassificationList
     CommVector const& comms() const noexcept { return commVector(); }
     CommVector const* commVectorRawPtr() const noexcept { return &commVector(); }
 
-    /// Freezes the list and interns it. If memory runs out the list can be interned again.
+    /// Freezes the list and interns it. On `std::bad_alloc`, `dedup()` may be called again.
     PtrConst dedup(ExtCommIp6ListDedupTable const* table);
 };
 
@@ -72,24 +72,24 @@ extern template class ExtCommClassificationListBase<ExtCommIp6ListFamily>;
 
 using ExtCommIp6ClassificationListVector = ClassificationListVector<ExtCommIp6ClassificationList>;
 
-/// The list in the slot of a class, which must never have been interned (asserted); a new one if
-/// there is none.
+/// Returns the list in the slot of a class, or puts a new one there. REQUIRES: a list in the slot
+/// was never interned (asserted).
 VOBGP_EXPORT ExtCommIp6ClassificationList::Ptr
 ExtCommIp6ListFindOrCreateClassificationList(ExtCommIp6ClassificationListVector& vector,
                                              ExtCommClassification classification);
 
-/// Puts a classification list into the slot of its class, in place of the one that is there.
+/// Puts a classification list into the slot of its class, replacing the current one.
 VOBGP_EXPORT void ExtCommIp6ListClassificationListIs(
     ExtCommIp6ClassificationListVector& vector,
     ExtCommIp6ClassificationList::PtrConst const& classificationList);
 
-/// Writes the communities with a space between them, in brackets; `NULL` for null. The stream's
-/// formatting state is afterwards as it was.
+/// Writes the communities in brackets, separated by spaces; `NULL` for null. Preserves the stream's
+/// formatting state.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommIp6ClassificationList const* list);
 VOBGP_EXPORT CommListText& operator<<(CommListText& text, ExtCommIp6ClassificationList const* list);
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommIp6ClassificationList const& list);
 
-/// A snapshot of a classification list of IPv6-address-specific communities. All else as its base.
+/// A snapshot of a classification list of IPv6-address-specific communities.
 class VOBGP_EXPORT ExtCommIp6ClassificationListSnapshot
   : public ExtCommClassificationListSnapshotBase<ExtCommIp6ListFamily> {
   public:

@@ -9,9 +9,7 @@
 namespace Routing::Bgp {
 
 /// The intern table of lists of IPv6-address-specific communities: of the lists, and of their
-/// classification lists, route targets or not. Nobody watches it.
-///
-/// Owned by the agent; holds the framework's tables. All else as its base.
+/// classification lists, including those of route targets. It has no observers.
 class VOBGP_EXPORT ExtCommIp6ListDedupTable : public CommListDedupTableBase {
   public:
     MOX_COUNTED(ExtCommIp6ListDedupTable)
@@ -23,15 +21,15 @@ class VOBGP_EXPORT ExtCommIp6ListDedupTable : public CommListDedupTableBase {
     /// constructor.
     void handleInitialized();
 
-    /// Whether lists may be interned here that were split into the classification lists of an
-    /// earlier table: then equal members do not make equal lists.
+    /// Whether lists may be interned here that were split with an earlier table of classification
+    /// lists: then lists with equal members need not be equal.
     bool classificationTableReplaced() const noexcept { return classificationTableReplaced_; }
 
     Kel::DedupHashTable::Ptr const& extCommClassification() const noexcept {
         return extCommClassification_;
     }
 
-    /// Under the heading of the table of eight-octet lists, on purpose.
+    /// Uses the heading of the table of eight-octet lists.
     void dumpState(Kel::DumpContext::PtrConst const& dumpContext, U32 indent) const;
 
   private:
@@ -39,7 +37,7 @@ class VOBGP_EXPORT ExtCommIp6ListDedupTable : public CommListDedupTableBase {
     bool classificationTableReplaced_ = false;
 };
 
-/// A new, empty table with its notifications switched on.
+/// Returns a new, empty table with notifications enabled.
 VOBGP_EXPORT ExtCommIp6ListDedupTable::Ptr extCommIp6ListDedupTableFactory();
 
 } // namespace Routing::Bgp

@@ -22,7 +22,7 @@ class ExtCommListDedupTable;
 class ExtCommListSnapshot;
 class RtExtCommListLifeTimeNotifier;
 
-/// The row of the lists of eight-octet communities.
+/// The traits of lists of eight-octet communities.
 struct VOBGP_EXPORT ExtCommListFamily {
     using Comm = ExtComm;
     using Key = U64;
@@ -32,13 +32,13 @@ struct VOBGP_EXPORT ExtCommListFamily {
     using ClassificationListSnapshot = ExtCommClassificationListSnapshot;
     using ListDedupTable = ExtCommListDedupTable;
 
-    /// Of the lists in a store.
+    /// Record kind of a list in a store.
     static U32 const storedKind;
 
-    /// Of a member in a path attribute.
+    /// Size of a member in a path attribute.
     static constexpr std::size_t memberOctets = 8;
 
-    // The places in the attribute table of a list's snapshot.
+    // Attribute numbers of a list's snapshot.
     static constexpr Mox::AttributeNumber listSnapshotClassificationListAttribute = 0;
     static constexpr Mox::AttributeNumber listSnapshotCommAttribute = 1;
 
@@ -48,17 +48,17 @@ struct VOBGP_EXPORT ExtCommListFamily {
     static constexpr char const* classificationListSnapshotCommIs =
         "ExtCommClassificationListSnapshot::commIs";
 
-    /// A new, empty list of the kind that the class has.
+    /// Returns a new, empty list of the type that the class requires.
     static Mox::Ptr<ExtCommClassificationList>
     newClassificationList(ExtCommClassification classification);
 };
 
-/// The eight octets in wire order as one integer in host order.
+/// The eight octets, read as a big-endian integer.
 inline U64 extCommKey(ExtComm const& comm) noexcept {
     return comm.community();
 }
 
-/// The eight-octet communities of one class in a list. All else as its base.
+/// The eight-octet communities of one class in a list.
 class VOBGP_EXPORT ExtCommClassificationList
   : public ExtCommClassificationListBase<ExtCommListFamily> {
   public:
@@ -67,18 +67,18 @@ class VOBGP_EXPORT ExtCommClassificationList
     explicit ExtCommClassificationList(ExtCommClassification classification) noexcept;
     ~ExtCommClassificationList() override;
 
-    /// How many members there are.
+    /// Number of members.
     U32 comms() const noexcept { return commVector().size(); }
 
-    /// Freezes the list and interns it: in the table's own for route targets or in that for all
-    /// others. Of link bandwidths there may be no more than one (asserted). If memory runs out the
-    /// list can be interned again.
+    /// Freezes the list and interns it in the table of its class: route targets have their own.
+    /// REQUIRES: at most one link bandwidth (asserted). On `std::bad_alloc`, `dedup()` may be
+    /// called again.
     PtrConst dedup(ExtCommListDedupTable const* table);
 };
 
-/// A classification list of route targets, and the notifier that stands for it while it is interned
-/// in a table's own for them. All else as its base, but that the notifier is its table's to change:
-/// it is read where the table's observers are told, and by whoever changes lists.
+/// A classification list of route targets, with the notifier that announces it while it is interned
+/// in a table of route-target lists. The notifier is set by the table: read it only from the
+/// table's observers or in the thread that changes lists.
 class VOBGP_EXPORT RtExtCommClassificationList : public ExtCommClassificationList {
   public:
     MOX_COUNTED(RtExtCommClassificationList)
@@ -97,13 +97,13 @@ class VOBGP_EXPORT RtExtCommClassificationList : public ExtCommClassificationLis
     Mox::Ptr<RtExtCommListLifeTimeNotifier> lifeTimeNotifier_;
 };
 
-/// The list of eight-octet extended communities (RFC 4360) of a route. All else as its base.
+/// The eight-octet extended communities (RFC 4360) of a route.
 class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
   public:
     MOX_COUNTED(ExtCommList)
 
-    /// Which of a list's members are sent: those that any of four flags admits. A word above 0xf is
-    /// a `Mox::RangeException`.
+    /// Selects the members to send: those that any of the four flags admits. Throws
+    /// `Mox::RangeException` for a word above 0xf.
     class VOBGP_EXPORT Serialization : public Mox::FlagWord<Serialization> {
       public:
         /// Every member.
@@ -124,7 +124,7 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
         constexpr explicit Serialization(U32 value)
           : FlagWord(value) {}
 
-        /// Reads the value text and moves `it` behind it.
+        /// Parses the value text and advances `it` past it.
         Serialization(String::IteratorConst& it, String::IteratorConst const& end)
           : FlagWord(it, end) {}
 
@@ -134,25 +134,23 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
     ExtCommList() noexcept;
     ~ExtCommList() override;
 
-    /// How many members there are.
+    /// Number of members.
     U32 comms() const noexcept { return commVector().size(); }
 
-    /// Freezes the members and splits them by class into new classification lists. Outside
-    /// `dedupMode`, for a list that is rebuilt from a store, these are in state destashed, and
-    /// neither is the number of transitive members found nor whether there is a link bandwidth:
-    /// such a list is read and not sent. If memory runs out there are no classification lists
-    /// afterwards, and this can be done again.
+    /// Freezes the members and splits them by class into new classification lists. `dedupMode` is
+    /// false for a list rebuilt from a store: its classification lists are in state destashed, and
+    /// transitive members and link bandwidths are not counted, so it can be read but not sent. On
+    /// `std::bad_alloc` there are no classification lists, and it may be called again.
     void createClassificationListVector(bool dedupMode);
 
     /// Sorts the members, and interns the classification lists and then the list in `table`.
-    /// Returns the existing equal list, or this one.
-    /// REQUIRES: the table is not null, and the list has at most one link bandwidth, that is, not
-    /// two different ones of type 0x40 and subtype 0x04 (asserted); check untrusted input first.
-    /// On `std::bad_alloc`, or if an observer of route-target lists throws, the list keeps its
-    /// members and can be interned again.
+    /// Returns the existing equal list, or this one. REQUIRES: the table is not null; at most one
+    /// distinct link bandwidth (type 0x40, subtype 0x04). Both are asserted: check untrusted input
+    /// first. On `std::bad_alloc`, or if an observer of route-target lists throws, the list keeps
+    /// its members and `dedup()` may be called again.
     PtrConst dedup(ExtCommListDedupTable const* table);
 
-    // Found by dedup(), with the exception above.
+    // Set by `dedup()`.
     U32 totalTransitiveCommunities() const noexcept { return transitiveComms(); }
     bool hasLinkBandwidth() const noexcept { return hasLinkBandwidth_; }
     bool hasLinkBandwidthWithUnspecifiedAsNumber() const noexcept {
@@ -160,21 +158,22 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
     }
     bool hasOriginValidationState() const noexcept { return hasOriginValidationState_; }
 
-    /// All members if `includeNonTransitive`, whatever the others say; else the transitive ones and
-    /// what the others name.
+    /// All members if `includeNonTransitive`; else the transitive ones and those that the other
+    /// arguments name.
     static Serialization serialization(bool includeNonTransitive, bool includeLinkBandwidth,
                                        bool includeOriginAsValidity);
 
     /// Whether the selection admits the community.
     static bool serializable(ExtComm::PtrConst const& extComm, Serialization serialization);
 
-    /// How many members the selection announces. A link bandwidth and an origin validation state
-    /// count once each beside the transitive members: twice, if they are transitive themselves.
-    /// Who sends what strangers sent sees to it that they are not.
+    /// Number of members that the selection announces. A link bandwidth and an origin validation
+    /// state each count in addition to the transitive members, so a transitive one counts twice:
+    /// reject those in untrusted input.
     U32 serializableCommunities(Serialization serialization) const;
 
     /// The EXTENDED COMMUNITIES path attribute of the members that the selection admits, or nothing
-    /// if it announces none. What is announced must be what is there (asserted).
+    /// if it announces none. REQUIRES: `serializableCommunities()` equals the number of selected
+    /// members (asserted).
     ///
     ///     octet    0       1       2            4             12
     ///          +-------+-------+------------+-------------+-------------+-----
@@ -184,22 +183,22 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
     /// The length takes one octet or, with 0x10 in the first one, two.
     String serialize(Serialization serialization) const;
 
-    /// Whether the expression matches the members' policy texts in the default form, with a space
-    /// between them, or else those in the form with the classification.
+    /// Whether the expression matches the members' policy texts, separated by spaces, in the
+    /// default form or in the form with the classification.
     bool matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const;
 
-    /// `LOCALDATA1:LOCALDATA2`, both in decimal; the global administrator is left out on purpose.
+    /// `LOCALDATA1:LOCALDATA2`, both in decimal, without the global administrator.
     static String getStringValue(Acl::CommunityValue const& value);
 
     Mox::Ptr<ExtCommListSnapshot> snapshot() const;
 
-    /// Rebuilds a list that was written: its members, split by class if they were, all in state
-    /// destashed. It is there to be read: how many members are transitive and what else dedup()
-    /// finds is not known of it. Throws `MoxStash::StoreException` if there is no list.
+    /// Rebuilds a list from a store, in state destashed, split by class if it was when written. For
+    /// reading only: what `dedup()` sets is not set. Throws `MoxStash::StoreException` if the
+    /// address is not that of a list.
     static Ptr destash(void const* stored, MoxStash::StoreManager* manager);
 
   private:
-    // One octet, so that the subject takes none that the list does not have anyway.
+    // One octet, so that the subject fits in the padding.
     bool hasLinkBandwidth_ : 1 = false;
     bool hasLinkBandwidthWithUnspecifiedAsNumber_ : 1 = false;
     bool hasOriginValidationState_ : 1 = false;
@@ -217,13 +216,13 @@ extCommClassificationListFactory(ExtCommClassification classification);
 VOBGP_EXPORT RtExtCommClassificationList::Ptr
 rtExtCommClassificationListFactory(ExtCommClassification classification);
 
-/// Writes the communities with a space between them, in brackets; `NULL` for null. The stream's
-/// formatting state is afterwards as it was.
+/// Writes the communities in brackets, separated by spaces; `NULL` for null. Preserves the stream's
+/// formatting state.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommList const* list);
 VOBGP_EXPORT CommListText& operator<<(CommListText& text, ExtCommList const* list);
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommList const& list);
 
-/// Writes the communities with a space between them, and nothing else; nothing for null.
+/// Writes the communities separated by spaces; nothing for null.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommClassificationList const* list);
 VOBGP_EXPORT CommListText& operator<<(CommListText& text, ExtCommClassificationList const* list);
 

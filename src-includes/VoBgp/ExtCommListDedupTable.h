@@ -15,11 +15,11 @@
 
 namespace Routing::Bgp {
 
-/// Stands for one route-target classification list that is in use: made when the list enters its
-/// table, let go of when it leaves.
+/// The notifier of one interned route-target classification list: created when the list enters its
+/// table, released when it leaves.
 ///
-/// It is owned by the list, by the collection, and by whoever follows these; it holds the list, and
-/// does not keep it interned. Immutable.
+/// Owned by the list, the collection and observers. Holds a reference to the list, which does not
+/// keep it interned. Immutable.
 class VOBGP_EXPORT RtExtCommListLifeTimeNotifier : public Kel::DedupHandleLifeTimeNotifier {
   public:
     MOX_COUNTED(RtExtCommListLifeTimeNotifier)
@@ -28,12 +28,13 @@ class VOBGP_EXPORT RtExtCommListLifeTimeNotifier : public Kel::DedupHandleLifeTi
         Kel::DedupHandle::PtrConst const& rtExtCommList) noexcept;
     ~RtExtCommListLifeTimeNotifier() override;
 
-    /// The list. Nobody makes a counted pointer of it unless he holds a reference already.
+    /// The list, not owned. REQUIRES: a caller that makes a counted pointer of it already holds a
+    /// reference.
     RtExtCommClassificationList const* rtExtCommListRawPtr() const noexcept {
         return static_cast<RtExtCommClassificationList const*>(dedupHandle());
     }
 
-    /// The route target with those octets in the list, or null.
+    /// Returns the route target with those octets in the list, or null.
     ExtComm::PtrConst comm(U64 const& community) const {
         return rtExtCommListRawPtr()->comm(community);
     }
@@ -42,22 +43,21 @@ class VOBGP_EXPORT RtExtCommListLifeTimeNotifier : public Kel::DedupHandleLifeTi
     String toStrep() const { return rtExtCommListRawPtr()->toStrep(); }
 };
 
-/// The set of route-target classification lists in use, each by its notifier: an observer follows
-/// here which distinct sets of route targets routes have, and need not look at the routes.
+/// The notifiers of all route-target classification lists in use. Observe it to learn which
+/// distinct sets of route targets the routes carry.
 ///
-/// Owned by the table that feeds it and by its observers; holds the notifiers. What is a member is
-/// for the table's notifiee alone to change: a list whose notifier is taken out by hand is not
-/// withdrawn when the table goes. Reactor thread: it takes no lock. One that is fed in thread-safe
-/// mode is fed by one thread at a time, and to be read only from its observers.
+/// Only the table's notifiee may change the members: a list whose notifier was removed by hand is
+/// not withdrawn when the table is destroyed. Reactor thread; takes no lock. In thread-safe mode it
+/// is changed by one thread at a time, and may be read only from its observers.
 class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
   public:
     MOX_COUNTED(NotifyingRtExtCommListCollection)
     using NotifierPtr = RtExtCommListLifeTimeNotifier::PtrConst;
 
-    /// The attributes that a notification may be about.
+    /// Attribute numbers of notifications.
     static constexpr Mox::AttributeNumber rtExtCommListAttribute = 0;
 
-    /// An observer of a collection. Owned by the agent; keeps its collection alive.
+    /// An observer of a collection. Holds a reference to the collection.
     class VOBGP_EXPORT Notifiee : public Mox::NotifieeOf<NotifyingRtExtCommListCollection> {
       public:
         Notifiee() noexcept = default;
@@ -66,8 +66,9 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
             notifierIs(notifier);
         }
 
-        /// The list was added or removed: `notifier()->rtExtCommListHas(rtExtCommList)` tells
-        /// which. Must not throw on removal, which may happen in the release of a list.
+        /// Called after the list was added or removed:
+        /// `notifier()->rtExtCommListHas(rtExtCommList)` says which. Must not throw on removal,
+        /// which may happen in the release of a list.
         virtual void handleRtExtCommList(NotifierPtr const& /*rtExtCommList*/) {}
 
       private:
@@ -77,16 +78,16 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
     NotifyingRtExtCommListCollection();
     ~NotifyingRtExtCommListCollection() override;
 
-    /// Adds a notifier and tells the observers, unless it is there already. REQUIRES: it is not
-    /// null (asserted).
+    /// Adds a notifier and notifies the observers, unless it is a member already. REQUIRES: it is
+    /// not null (asserted).
     void rtExtCommListIs(NotifierPtr const& rtExtCommList);
 
-    /// Removes a notifier and tells the observers; returns whether it was there.
+    /// Removes a notifier and notifies the observers. Returns whether it was a member.
     bool rtExtCommListDel(NotifierPtr const& rtExtCommList) {
         return rtExtCommList_.del(rtExtCommList);
     }
 
-    /// Removes every notifier, one at a time through rtExtCommListDel().
+    /// Removes all notifiers, one at a time.
     void rtExtCommListDelAll() { rtExtCommList_.delAll(); }
 
     bool rtExtCommListHas(NotifierPtr const& rtExtCommList) const noexcept {
@@ -94,7 +95,7 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
     }
     std::size_t rtExtCommLists() const noexcept { return rtExtCommList_.size(); }
 
-    /// Calls the visitor with each notifier; it may change the collection meanwhile.
+    /// Calls the visitor with each notifier; it may modify the collection.
     template <class Visitor>
     void forEachRtExtCommList(Visitor visitor) const {
         rtExtCommList_.forEach(visitor);
@@ -102,7 +103,7 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
 
     Mox::NotifieeList* notifieeList() const noexcept override { return &notifieeList_; }
 
-    /// A line with the count, and one for each list.
+    /// Prints the count, then a line for each list.
     void dumpState(Kel::DumpContext::PtrConst const& dumpContext, U32 indent) const;
 
   private:
@@ -116,10 +117,10 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
     Mox::SetAttribute<NotifierPtr, IdentityHash> rtExtCommList_;
 };
 
-/// Keeps a collection equal to the route-target classification lists of a table.
+/// Keeps a collection equal to the set of route-target classification lists in a table.
 ///
-/// Owned by the table it observes. Called by one thread at a time, as every lifetime notifiee is.
-/// The collection never changes.
+/// Owned by the table that it observes. Called by one thread at a time, as every lifetime notifiee
+/// is.
 class VOBGP_EXPORT RtExtCommListLifeTimeNotifiee : public Kel::DedupHashTableLifeTimeNotifiee {
   public:
     MOX_COUNTED(RtExtCommListLifeTimeNotifiee)
@@ -133,23 +134,19 @@ class VOBGP_EXPORT RtExtCommListLifeTimeNotifiee : public Kel::DedupHashTableLif
         return notifyingRtExtCommListCollection_;
     }
 
-    /// If memory runs out, or an observer throws, the list has no notifier and the collection no
-    /// new member.
+    /// On `std::bad_alloc`, or if an observer throws, nothing is changed.
     void handleInsert(Kel::DedupHandle::Ptr const& handle) override;
     void handleRemove(Kel::DedupHandle* handle) override;
 
-    /// Withdraws every list that is still there.
+    /// Removes all lists from the collection.
     void handleNotificationStop(Kel::DedupHashTable::PtrConst const& table) override;
 
   private:
     NotifyingRtExtCommListCollection::Ptr const notifyingRtExtCommListCollection_;
 };
 
-/// The intern table of lists of eight-octet communities: of the lists, of their classification
-/// lists, and, apart from these, of those of route targets, which it watches.
-///
-/// Owned by the agent; holds the framework's tables, the collection of route-target lists in use,
-/// and what feeds it. All else as its base.
+/// The intern tables of lists of eight-octet communities: of the lists, of their classification
+/// lists, and of the classification lists of route targets, which have observers.
 class VOBGP_EXPORT ExtCommListDedupTable : public CommListDedupTableBase {
   public:
     MOX_COUNTED(ExtCommListDedupTable)
@@ -170,16 +167,16 @@ class VOBGP_EXPORT ExtCommListDedupTable : public CommListDedupTableBase {
         return rtExtCommClassificationListDedupTable_;
     }
 
-    /// As ExtCommIp6ListDedupTable::classificationTableReplaced(): here, never.
+    /// Always false: see `ExtCommIp6ListDedupTable::classificationTableReplaced()`.
     static constexpr bool classificationTableReplaced() noexcept { return false; }
 
-    /// A new, empty collection in place of the one there is, which the notifiee goes on feeding.
+    /// Replaces the collection by a new, empty one. The notifiee continues to update the old one.
     void notifyingRtExtCommListCollectionIs();
     void notifyingRtExtCommListCollectionDel() noexcept;
 
-    /// The notifiee, if it feeds that collection; else a new one in its place that does, which is
-    /// still to be registered with the table of route-target lists. REQUIRES: the collection is not
-    /// null (asserted).
+    /// Returns the notifiee of that collection. If the current one updates another collection,
+    /// replaces it by a new one, which the caller must register with the table of route-target
+    /// lists. REQUIRES: the collection is not null (asserted).
     RtExtCommListLifeTimeNotifiee::Ptr
     rtExtCommListLifeTimeNotifieeIs(NotifyingRtExtCommListCollection::Ptr const& collection);
     void rtExtCommListLifeTimeNotifieeDel() noexcept;
@@ -195,8 +192,8 @@ class VOBGP_EXPORT ExtCommListDedupTable : public CommListDedupTableBase {
     Kel::DedupHashTable::Ptr rtExtCommClassificationListDedupTable_;
 };
 
-/// A new, empty collection with its notifications switched on; a new notifiee that feeds one; a
-/// new, empty table.
+/// Return a new, empty collection with notifications enabled; a new notifiee that updates
+/// `collection`; a new, empty table.
 VOBGP_EXPORT NotifyingRtExtCommListCollection::Ptr notifyingRtExtCommListCollectionFactory();
 VOBGP_EXPORT RtExtCommListLifeTimeNotifiee::Ptr
 rtExtCommListLifeTimeNotifieeFactory(NotifyingRtExtCommListCollection::Ptr const& collection);

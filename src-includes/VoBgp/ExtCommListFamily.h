@@ -21,8 +21,8 @@
 #include <span>
 #include <utility>
 
-/// What the lists of extended communities of both widths have in common: eight octets, and the
-/// twenty of an IPv6-address-specific one. `Family` is the row that holds what differs.
+/// Lists of extended communities, of eight octets and of twenty (IPv6-address-specific). `Family`
+/// is a traits class that holds what differs.
 
 namespace Routing::Bgp {
 
@@ -63,8 +63,8 @@ class ExtCommMembers : public Handle {
         octetsHeld_ = false;
     }
 
-    /// Sorts the members by their octets and removes duplicates: the first of equal ones stays. On
-    /// `std::bad_alloc` no distinct member is lost and this can be done again.
+    /// Sorts the members by their octets and removes duplicates, keeping the first of equal
+    /// members. On `std::bad_alloc` no distinct member is lost, and it may be called again.
     void sortComms() {
         ExtCommVectorSort(commVector_);
         commVectorSorted_ = true;
@@ -73,7 +73,7 @@ class ExtCommMembers : public Handle {
     /// Whether the members are sorted and distinct.
     bool commVectorSorted() const noexcept { return commVectorSorted_; }
 
-    /// The member with those octets, or null. The list must be sorted (asserted).
+    /// Returns the member with those octets, or null. REQUIRES: the list is sorted (asserted).
     CommPtr comm(Key const& community) const {
         return ExtCommVectorLookup(commVectorSorted_, commVector_, community);
     }
@@ -97,7 +97,7 @@ class ExtCommMembers : public Handle {
         octetsHeld_ = false;
     }
 
-    /// For a list that was rebuilt: its members are known to be sorted, each there once.
+    /// For a rebuilt list whose members are known to be sorted and distinct.
     void commVectorSortedIs() noexcept { commVectorSorted_ = true; }
 
     CommVector& commVectorNonConst() noexcept {
@@ -114,17 +114,17 @@ class ExtCommMembers : public Handle {
         commVectorSorted_ = true;
     }
 
-    /// Whether the members' octets are held next to them. Not so of a list that was never interned
-    /// or is filled further.
+    /// Whether the members' octets are held next to them: only after an attempt to intern the list,
+    /// until more is appended.
     bool octetsHeld() const noexcept { return octetsHeld_; }
 
-    /// The members as path attributes carry them. REQUIRES: they are held.
+    /// The members as in a path attribute. REQUIRES: they are held.
     std::span<std::byte const> octets() const noexcept {
         return {commVector_.tail(), std::size_t{commVector_.size()} * Family::memberOctets};
     }
 
     /// Fills an empty list with the members whose octets these are, sorted and distinct;
-    /// `load(std::byte const*)` returns a member. If that throws, the list has some of them.
+    /// `load(std::byte const*)` returns a member. If it throws, the list holds some of them.
     template <class Load>
     void fillSorted(std::span<std::byte const> octets, Load const& load) {
         commVector_.fit(static_cast<U32>(octets.size() / Family::memberOctets), octets.size());
@@ -136,8 +136,8 @@ class ExtCommMembers : public Handle {
         octetsHeld_ = true;
     }
 
-    /// Holds the octets that `store(std::byte*)` writes, and gives up memory that the members do
-    /// not need. On `std::bad_alloc` the list is unchanged.
+    /// Holds the octets that `store(std::byte*)` writes, and frees unused memory. On
+    /// `std::bad_alloc` the list is unchanged.
     template <class Store>
     void holdOctets(Store const& store) {
         auto const size = commVector_.size();
@@ -147,8 +147,7 @@ class ExtCommMembers : public Handle {
     }
 
   private:
-    /// REQUIRES: the list was neither interned nor rebuilt from a store. Its classification lists,
-    /// if it has any, follow from the members that it has.
+    /// REQUIRES: the list was neither interned nor rebuilt from a store.
     void assertMayBeFilled() const noexcept {
         MOX_ASSERT_TEXT(this->dedupState() == Kel::dedupHandleStateNeverDeduped(),
                         "dedupState() == Kel::dedupHandleStateNeverDeduped()");
@@ -159,12 +158,11 @@ class ExtCommMembers : public Handle {
     bool octetsHeld_ = false;
 };
 
-/// The communities of one class (RFC 4360 and others: route targets, route origins, ...) in a list:
-/// exactly one object for each distinct set of them in a table, shared by all lists that hold them.
+/// The communities of one class (route targets, route origins, ...) in a list. Interned: a table
+/// holds at most one object per distinct set, shared by all lists that contain it.
 ///
-/// It is made and interned by the list that is split, is owned by the lists that hold it, holds its
-/// communities, and leaves its table with the last of the lists. Its class never changes, nor,
-/// once it is interned, do its members: then it is immutable and may be read from any thread.
+/// Created and interned by the list that is split; owned by the lists that contain it, and removed
+/// from its table with the last of them. Immutable and thread-safe once interned.
 template <class Family>
 class VOBGP_EXPORT ExtCommClassificationListBase : public ExtCommMembers<Family, Kel::DedupHandle> {
   public:
@@ -174,8 +172,8 @@ class VOBGP_EXPORT ExtCommClassificationListBase : public ExtCommMembers<Family,
 
     ~ExtCommClassificationListBase() override;
 
-    // The interned-object contract: the members' identities are what counts, the class takes no
-    // part. A content to look up by is a `std::span<CommPtr const>`, sorted, each member once.
+    // The interned-object contract: lists are equal if their members are the same objects, whatever
+    // the class. A content to look up by is a `std::span<CommPtr const>`, sorted and distinct.
     U32 hash() const override;
     U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
@@ -184,25 +182,25 @@ class VOBGP_EXPORT ExtCommClassificationListBase : public ExtCommMembers<Family,
 
     ExtCommClassification classification() const noexcept { return classification_; }
 
-    /// A new snapshot that holds every member.
+    /// Returns a new snapshot of all members.
     Mox::Ptr<Snapshot> commSnapshot() const;
 
     /// What streaming a pointer to this writes.
     String toStrep() const;
 
-    /// The list in the slot of a class; a new one if the slot is empty.
-    /// REQUIRES: the list in the slot was never interned, or `dedupMode` is off (asserted).
+    /// Returns the list in the slot of a class, or puts a new one there. REQUIRES: the list in the
+    /// slot was never interned, or `dedupMode` is off (asserted).
     static List& findOrCreate(ClassificationListVector<List>& vector,
                               ExtCommClassification classification, bool dedupMode);
 
   protected:
-    // Splits its members into these lists, and puts those of a rebuilt list into state destashed.
+    // Appends to these lists, and sets the state of rebuilt ones.
     friend class ExtCommListBase<Family>;
 
     explicit ExtCommClassificationListBase(ExtCommClassification classification) noexcept
       : classification_(classification) {}
 
-    /// Interns the list, which must be frozen, in that table.
+    /// Interns the list in that table. REQUIRES: the list is frozen.
     Mox::PtrConst<List> dedupIn(Kel::DedupHashTable const& table);
 
   private:
@@ -211,13 +209,13 @@ class VOBGP_EXPORT ExtCommClassificationListBase : public ExtCommMembers<Family,
     ExtCommClassification const classification_;
 };
 
-/// The extended communities of a route: exactly one object for each distinct set of them in a
-/// table.
+/// The extended communities of a route. Interned: a table holds at most one object per distinct
+/// set, so equality is pointer equality.
 ///
-/// It is owned by its counted pointers and leaves its table with the last outside one; it holds its
-/// communities and, once it is frozen, a classification list for each class of them. It is born
-/// unsorted, when members are appended and it is its maker's alone; `dedup` of the deriving class
-/// freezes it. Interned it never changes: it is immutable and may be read from any thread.
+/// Reference-counted; removed from its table when the last external reference is released. Holds
+/// references to its communities and, once frozen, to a classification list for each of their
+/// classes. Fill it, then call `dedup()` of the derived class: from then on it is immutable and
+/// thread-safe.
 template <class Family>
 class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::DedupHandle> {
   public:
@@ -231,65 +229,63 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
 
     ~ExtCommListBase() override;
 
-    // The interned-object contract: the classification lists' identities are what counts, ten at
-    // most; the members follow from them. A content to look up by is a `ClassificationLists`. The
-    // list is placed by the octets of its members.
+    // The interned-object contract: lists are equal if their classification lists, ten at most, are
+    // the same objects. A content to look up by is a `ClassificationLists`. The placement hash is
+    // that of the members' octets.
     U32 hash() const override;
     U64 placementHash() const override;
     bool compare(Kel::DedupHandle const* other) const override;
     bool compareByContent(Kel::DedupContentHandle const& content) const override;
     void formatHandle(std::ostream& os) const override;
 
-    /// Appends all members of another list; none if null. REQUIRES: as commIs().
+    /// Appends all members of another list; does nothing for null. REQUIRES: as `commIs()`.
     void append(Mox::PtrConst<List> const& other);
     void appendClassificationList(Mox::PtrConst<ClassificationList> const& other);
 
     /// As comm().
     CommPtr lookupExtComm(Key const& community) const { return this->comm(community); }
 
-    /// How many members there are. The list must be sorted (asserted).
+    /// Number of members. REQUIRES: the list is sorted (asserted).
     U32 totalCommunities() const;
 
-    /// The members of a class, or null if there are none. The list must have been interned
-    /// (asserted).
+    /// Returns the members of a class, or null if there are none. REQUIRES: the list has been
+    /// interned (asserted).
     Mox::PtrConst<ClassificationList>
     classificationList(ExtCommClassification classification) const;
 
-    /// A new snapshot that holds every classification list and every member.
+    /// Returns a new snapshot of all classification lists and members.
     Mox::Ptr<Snapshot> commSnapshot() const;
 
     /// What streaming a pointer to this writes.
     String toStrep() const;
 
-    /// Writes the members into a store, and the list that they are; returns its stored address.
+    /// Writes the members and the list into a store; returns its stored address.
     void const* stash(MoxStash::StoreWriter& writer) const;
 
   protected:
     ExtCommListBase() noexcept = default;
 
-    /// A new list with the members of the stored one, rebuilt, in the order in which they are
-    /// there; and what else its record says.
+    /// Rebuilds the members of a stored list, in stored order; also returns the rest of its record.
     static Mox::Ptr<List> destashMembers(void const* stored, MoxStash::StoreManager* manager,
                                          StoredListHead& head);
 
-    /// Looks for the list with the same members in the table. If it is there, takes over its
-    /// classification lists and what was found out about its members, and returns it; else returns
-    /// null. The members are sorted and distinct afterwards. On `std::bad_alloc` there are no
-    /// classification lists and this can be done again.
+    /// Sorts the members and looks up the list with the same members. If it is in the table, copies
+    /// its classification lists and counts, and returns it; else returns null. On `std::bad_alloc`
+    /// there are no classification lists, and it may be called again.
     Mox::PtrConst<List> adoptInterned(Table const& table);
 
-    /// Freezes the members and appends each to the classification list of its class. On
-    /// `std::bad_alloc` there are no classification lists and this can be done again. `dedupMode`
-    /// is for a list that will be interned, and counts its transitive members.
+    /// Freezes the members and appends each to the classification list of its class. `dedupMode`:
+    /// the list will be interned; counts its transitive members. On `std::bad_alloc` there are no
+    /// classification lists, and it may be called again.
     void classify(bool dedupMode);
 
-    /// Interns the classification lists and then the list. If that fails, there are no
-    /// classification lists afterwards, and the list can be split and interned again.
+    /// Interns the classification lists and then the list. On failure there are no classification
+    /// lists, and the list may be split and interned again.
     Mox::PtrConst<List> dedupIn(Table const* table);
 
     ClassificationLists const& classificationLists() const noexcept { return classificationLists_; }
 
-    /// How many members are transitive: of a list that was split in `dedupMode`, else 0.
+    /// Number of transitive members; 0 unless the list was split in `dedupMode`.
     U32 transitiveComms() const noexcept { return transitiveComms_; }
 
   private:
@@ -297,29 +293,29 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
 
     void splitMembers(bool dedupMode);
 
-    /// Whether the list of an attribute value with these octets is this one, for the
-    /// CommunityTables that the list is interned in.
+    /// Whether these octets of an attribute value decode to this list in the CommunityTables that
+    /// it is interned in.
     bool standsFor(std::span<std::byte const> value) const noexcept {
         return identifiedByOctets_.load(std::memory_order_relaxed) &&
                value.size() == this->octets().size() &&
                std::memcmp(value.data(), this->octets().data(), value.size()) == 0;
     }
 
-    /// The members of this interned list are those that its CommunityTables parse its octets into.
-    /// That stays true as long as it is interned: it holds them.
+    /// Records that its CommunityTables parse its octets into exactly these members. Remains true
+    /// while the list is interned, as it holds them.
     void identifiedByOctetsIs() const noexcept {
         identifiedByOctets_.store(this->octetsHeld(), std::memory_order_relaxed);
     }
 
     mutable std::atomic<bool> identifiedByOctets_{false};
     U32 transitiveComms_ = 0;
-    // What a deriving class adds begins in what is left of the last word.
+    // A derived class's members start in the padding.
     [[no_unique_address]] ClassificationLists classificationLists_;
 };
 
 namespace Detail {
 
-/// Throws what an operation that stores its argument throws if that is null.
+/// Throws the exception of a mutator that was given null.
 template <class T>
 T const& notNull(Mox::PtrConst<T> const& argument, char const* operation) {
     if (!argument) {
@@ -330,16 +326,16 @@ T const& notNull(Mox::PtrConst<T> const& argument, char const* operation) {
 
 } // namespace Detail
 
-/// A snapshot of a classification list: its communities by their octets. The class of a community
-/// that is put into it may be any. All else as its base.
+/// A snapshot of a classification list: its communities by their octets. Communities of any class
+/// may be added.
 template <class Family>
 class VOBGP_EXPORT ExtCommClassificationListSnapshotBase
   : public RouteMap::CommSnapshot<typename Family::Key, Mox::PtrConst<typename Family::Comm>, 1> {
   public:
     ExtCommClassification classification() const noexcept { return classification_; }
 
-    /// Inserts a community, in place of one with the same octets. Null is a
-    /// `Mox::NullMutatorArgumentException`.
+    /// Inserts a community, replacing one with the same octets. Throws
+    /// `Mox::NullMutatorArgumentException` for null.
     void commIs(Mox::PtrConst<typename Family::Comm> const& comm) {
         auto const& notNull = Detail::notNull(comm, Family::classificationListSnapshotCommIs);
         this->commEntryIs(extCommKey(notNull), comm);
@@ -353,8 +349,8 @@ class VOBGP_EXPORT ExtCommClassificationListSnapshotBase
     ExtCommClassification const classification_;
 };
 
-/// A snapshot of a list: its communities by their octets, and its classification lists by their
-/// classes. One does not follow from the other. All else as its base.
+/// A snapshot of a list: its communities by their octets, and its classification lists by class.
+/// The two maps are independent.
 template <class Family>
 class VOBGP_EXPORT ExtCommListSnapshotBase
   : public RouteMap::CommSnapshot<typename Family::Key, Mox::PtrConst<typename Family::Comm>,
@@ -371,12 +367,12 @@ class VOBGP_EXPORT ExtCommListSnapshotBase
     /// One entry of the second map.
     using MoxClassificationList = Mox::MapEntry<ExtCommClassification, ClassificationListPtr>;
 
-    /// Hears of both maps. Else as its base.
+    /// An observer of both maps.
     class VOBGP_EXPORT Notifiee : public Base::Notifiee {
       public:
         using Base::Notifiee::Notifiee;
 
-        /// The entry came, went or changed.
+        /// The entry was added, removed or changed.
         virtual void handleClassificationList(ExtCommClassification /*classification*/) {}
 
       protected:
@@ -389,20 +385,20 @@ class VOBGP_EXPORT ExtCommListSnapshotBase
         }
     };
 
-    /// Inserts a community, in place of one with the same octets. Null is a
-    /// `Mox::NullMutatorArgumentException`.
+    /// Inserts a community, replacing one with the same octets. Throws
+    /// `Mox::NullMutatorArgumentException` for null.
     void commIs(Mox::PtrConst<typename Family::Comm> const& comm) {
         auto const& notNull = Detail::notNull(comm, Family::listSnapshotCommIs);
         this->commEntryIs(extCommKey(notNull), comm);
     }
 
-    /// Inserts a classification list, in place of one of the same class. Null as above.
+    /// Inserts a classification list, replacing one of the same class. Throws as `commIs()`.
     void classificationListIs(ClassificationListPtr const& list) {
         auto const& notNull = Detail::notNull(list, Family::listSnapshotClassificationListIs);
         classificationList_.is(notNull.classification(), list);
     }
 
-    /// Removes the entry, if there is one, and returns its list.
+    /// Removes the entry and returns its list, or null.
     ClassificationListPtr classificationListDel(ExtCommClassification classification) {
         return classificationList_.del(classification);
     }
@@ -413,7 +409,7 @@ class VOBGP_EXPORT ExtCommListSnapshotBase
         return classificationList_.has(classification);
     }
 
-    /// The list of the class, or null.
+    /// Returns the list of the class, or null.
     ClassificationListPtr classificationList(ExtCommClassification classification) const {
         return classificationList_.get(classification);
     }
@@ -421,7 +417,7 @@ class VOBGP_EXPORT ExtCommListSnapshotBase
     U32 classificationLists() const noexcept { return classificationList_.size(); }
 
     /// Calls the visitor with each `MoxClassificationList const&`, in the order of the classes; it
-    /// may change the snapshot meanwhile.
+    /// may modify the snapshot.
     template <class Visitor>
     void forEachClassificationList(Visitor visitor) const {
         classificationList_.forEach(visitor);

@@ -6,7 +6,7 @@
 
 namespace Routing::Bgp {
 
-/// A snapshot of a list of eight-octet communities. All else as its base.
+/// A snapshot of a list of eight-octet communities.
 class VOBGP_EXPORT ExtCommListSnapshot : public ExtCommListSnapshotBase<ExtCommListFamily> {
   public:
     MOX_COUNTED(ExtCommListSnapshot)
@@ -15,7 +15,7 @@ class VOBGP_EXPORT ExtCommListSnapshot : public ExtCommListSnapshotBase<ExtCommL
     ~ExtCommListSnapshot() override;
 };
 
-/// A snapshot of a classification list of eight-octet communities. All else as its base.
+/// A snapshot of a classification list of eight-octet communities.
 class VOBGP_EXPORT ExtCommClassificationListSnapshot
   : public ExtCommClassificationListSnapshotBase<ExtCommListFamily> {
   public:

@@ -15,7 +15,7 @@ namespace Routing::Bgp {
 
 extern template class ValueCommList<Acl::CommunityValue>;
 
-/// The list of large communities (RFC 8092) of a route. All else as its base.
+/// The large communities (RFC 8092) of a route.
 class VOBGP_EXPORT LargeCommList : public ValueCommList<Acl::CommunityValue> {
   public:
     MOX_COUNTED(LargeCommList)
@@ -25,25 +25,24 @@ class VOBGP_EXPORT LargeCommList : public ValueCommList<Acl::CommunityValue> {
 
     void formatHandle(std::ostream& os) const override;
 
-    /// Freezes the list and interns it: returns the equal one that is in the table already, or this
-    /// one. If memory runs out the list can be interned again.
+    /// Freezes the list and interns it. Returns the existing equal list, or this one. On
+    /// `std::bad_alloc`, `dedup()` may be called again.
     PtrConst dedup(LargeCommListDedupTable const* table);
 
-    /// As destashCommList() says.
+    /// See `destashCommList()`.
     static Ptr destash(void const* stored, MoxStash::StoreManager* manager);
 
-    /// The three integers in decimal, a colon between them.
+    /// The three integers in decimal, separated by colons.
     static String getStringValue(Acl::CommunityValue const& value);
 
-    /// The same; with `asdot` the global administrator is an AS number in asdot notation (RFC
-    /// 5396).
+    /// The same; `asdot` prints the global administrator in asdot notation (RFC 5396).
     static String displayString(Acl::CommunityValue const& value, bool asdot);
 
-    /// Whether the expression matches the values as getStringValue() gives them, with a space
-    /// between them.
+    /// Whether the expression matches the texts that `getStringValue()` returns, separated by
+    /// spaces.
     bool matchCommunitiesRegex(RouteMap::PosixRegex const* regex) const;
 
-    /// A new snapshot in which every value is mapped to true.
+    /// Returns a new snapshot that maps every value to true.
     RouteMap::CommListSnapshot::Ptr commSnapshot() const;
 
     /// The LARGE_COMMUNITY path attribute; that of an empty list has an empty value.
@@ -56,22 +55,22 @@ class VOBGP_EXPORT LargeCommList : public ValueCommList<Acl::CommunityValue> {
     /// The length takes one octet or, with 0x10 in the first one, two.
     String serialize() const;
 
-    /// What streaming a pointer to this writes.
+    /// The text that `operator<<` writes.
     String toStrep() const;
 
   private:
     RouteMap::RegexSubject regexSubject_;
 };
 
-/// A new, empty list with its notifications switched on.
+/// Returns a new, empty list with notifications enabled.
 VOBGP_EXPORT LargeCommList::Ptr largeCommListFactory();
 
-/// Writes the values with a space between them; nothing for null.
+/// Writes the values separated by spaces; nothing for null.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, LargeCommList const* list);
 VOBGP_EXPORT CommListText& operator<<(CommListText& text, LargeCommList const* list);
 
-/// Writes one large community: three integers in decimal, a colon between them. With `asdot` the
-/// first one is an AS number in asdot notation (RFC 5396).
+/// Writes one large community: three integers in decimal, separated by colons. `asdot` prints the
+/// first in asdot notation (RFC 5396).
 class VOBGP_EXPORT LargeCommunityFormatter {
   public:
     static void format(Mox::CharBuffer& buffer, Acl::CommunityValue const& value, bool asdot);

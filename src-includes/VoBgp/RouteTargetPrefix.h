@@ -9,8 +9,7 @@
 
 namespace Routing::Bgp {
 
-/// The first bits of a route target, the remaining ones zero: what makes route targets the keys of
-/// a prefix tree.
+/// The first bits of a route target; the remaining bits are zero. A key of a prefix tree.
 ///
 ///     bit    0                       length            63
 ///          +---------------------------+-----------------+
@@ -18,14 +17,14 @@ namespace Routing::Bgp {
 ///          +---------------------------+-----------------+
 ///
 /// Bits are counted from the most significant one of the route target's word. Ordered by prefix,
-/// then length, so that a prefix comes before the longer ones over the same bits. A prefix read
-/// from text keeps all bits it was written with; a route target that does not fit 64 bits is a
+/// then length, so that a prefix comes before the longer ones over the same bits. A prefix parsed
+/// from text keeps the bits beyond its length; a route target that does not fit in 64 bits is a
 /// `Mox::RangeException` about "prefix". Thread-compatible.
 class VOBGP_EXPORT RouteTargetPrefix {
   public:
     constexpr RouteTargetPrefix() noexcept = default;
 
-    /// The first `bitlen` bits of a route target; throws as bitlenIs() does.
+    /// The first `bitlen` bits of a route target. Throws as `bitlenIs()`.
     RouteTargetPrefix(RouteTarget prefix, U32 bitlen)
       : prefix_(prefix) {
         bitlenIs(bitlen);
@@ -35,9 +34,9 @@ class VOBGP_EXPORT RouteTargetPrefix {
     constexpr U64 prefixBits() const noexcept { return prefix_.value(); }
     constexpr U8 bitlen() const noexcept { return length_; }
 
-    /// Sets the length and clears the bits beyond it. A length above 64 is a `Mox::RangeException`,
-    /// after which the object has that length and all its bits; one that does not fit in 8 bits is
-    /// asserted against.
+    /// Sets the length and clears the bits beyond it. Throws `Mox::RangeException` for a length
+    /// above 64, after setting it and leaving the bits unchanged. REQUIRES: the length fits in 8
+    /// bits (asserted).
     void bitlenIs(U32 bitlen);
 
     /// Whether bit `i`, modulo 64, is set.
@@ -45,14 +44,13 @@ class VOBGP_EXPORT RouteTargetPrefix {
         return (prefixBits() >> (63 - i % 64) & 1) != 0;
     }
 
-    /// The bits that the length covers; all of them for a length out of range. The argument plays
-    /// no part: store a length first, then ask for its mask.
+    /// The mask of the stored length; all bits for a length out of range. The argument is ignored.
     constexpr U64 mask(U32 /*len*/) const noexcept {
         constexpr auto allBits = ~U64{0};
         return length_ == 0 ? 0 : length_ >= 64 ? allBits : allBits << (64 - length_);
     }
 
-    /// The number of leading bits in common, at most the shorter length; of equal prefixes the
+    /// The number of common leading bits, at most the shorter length. For equal prefixes, the
     /// shorter length, even if out of range.
     U8 commonPrefixLen(RouteTargetPrefix const& other) const noexcept;
 

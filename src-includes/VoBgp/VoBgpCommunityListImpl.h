@@ -21,13 +21,13 @@
 #include <type_traits>
 #include <utility>
 
-/// What all kinds of lists of communities are made with: sorted vectors, text, the path attribute.
+/// Shared by all kinds of lists of communities: sorted vectors, text, the path attribute.
 
 namespace Routing::Bgp {
 
 // ---- Sorted vectors -----------------------------------------------------------------------------
 
-/// Whether each member's key is less than the next one's: sorted, and each there once.
+/// Whether the members are sorted by key and distinct.
 template <class Members, class KeyOf = std::identity>
 bool commVectorAscends(Members const& members, KeyOf keyOf = {}) {
     return std::adjacent_find(members.begin(), members.end(), [&](auto const& a, auto const& b) {
@@ -35,8 +35,8 @@ bool commVectorAscends(Members const& members, KeyOf keyOf = {}) {
            }) == members.end();
 }
 
-/// Sorts the members by key and leaves the first one of each key, unless they ascend already.
-/// Allocates nothing for a short vector. Guaranteed not to throw.
+/// Sorts the members by key and removes duplicates, keeping the first of each key. Allocates
+/// nothing for a short vector. Guaranteed not to throw.
 template <class Member, class KeyOf = std::identity>
 void commVectorUnify(Mox::CompactVector<Member>& members, KeyOf keyOf = {}) {
     if (commVectorAscends(members, keyOf)) {
@@ -47,12 +47,12 @@ void commVectorUnify(Mox::CompactVector<Member>& members, KeyOf keyOf = {}) {
     if constexpr (std::is_trivially_copyable_v<Member>) {
         std::sort(members.begin(), members.end(), before);
     } else if (members.size() <= 32) {
-        // Stable, as below, without its buffer.
+        // An insertion sort: stable, and without a buffer.
         for (auto* next = members.begin(); next != members.end(); ++next) {
             std::rotate(std::upper_bound(members.begin(), next, *next, before), next, next + 1);
         }
     } else {
-        // Of two objects with one value the one that was appended first stays.
+        // Stable, to keep the object that was appended first.
         std::stable_sort(members.begin(), members.end(), before);
     }
     auto* const end =
@@ -61,7 +61,7 @@ void commVectorUnify(Mox::CompactVector<Member>& members, KeyOf keyOf = {}) {
     members.eraseFrom(end);
 }
 
-/// The first member of a sorted vector whose key is not less than that; the end if there is none.
+/// Returns the first member of a sorted vector whose key is not less than `key`, or the end.
 template <class Member, class Key, class KeyOf = std::identity>
 Member const* commVectorLowerBound(Mox::CompactVector<Member> const& members, Key const& key,
                                    KeyOf keyOf = {}) {
@@ -75,7 +75,7 @@ Member const* commVectorLowerBound(Mox::CompactVector<Member> const& members, Ke
 // Of eight octets or of twenty. `extCommKey(comm)`, defined beside each kind of list, is what its
 // communities are ordered and found by.
 
-/// Appends a community, which must be interned (asserted). Order comes with ExtCommVectorSort().
+/// Appends a community. REQUIRES: it is interned (asserted). `ExtCommVectorSort()` sorts.
 template <class Comm>
 void ExtCommVectorAdd(Mox::PtrConst<Comm> comm, Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
     MOX_ASSERT_TEXT(comm != nullptr, "__null != comm");
@@ -85,16 +85,15 @@ void ExtCommVectorAdd(Mox::PtrConst<Comm> comm, Mox::CompactVector<Mox::PtrConst
     vector.pushBack(std::move(comm));
 }
 
-/// Sorts the communities by their octets, leaves the first of equal ones, and gives the vector
-/// exactly that size. On `std::bad_alloc` all distinct communities are still there and this can be
-/// done again.
+/// Sorts the communities by their octets, removes duplicates, keeping the first, and frees unused
+/// memory. On `std::bad_alloc` no distinct community is lost, and it may be called again.
 template <class Comm>
 void ExtCommVectorSort(Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
     commVectorUnify(vector, [](Mox::PtrConst<Comm> const& comm) { return extCommKey(*comm); });
     vector.shrinkToFit();
 }
 
-/// The community with those octets in a vector that must be sorted (asserted), or null.
+/// Returns the community with those octets, or null. REQUIRES: the vector is sorted (asserted).
 template <class Comm, class Key>
 Mox::PtrConst<Comm> ExtCommVectorLookup(bool commVectorSorted,
                                         Mox::CompactVector<Mox::PtrConst<Comm>> const& vector,
@@ -113,8 +112,8 @@ Mox::PtrConst<Comm> ExtCommVectorLookup(bool commVectorSorted,
     return nullptr;
 }
 
-/// Puts a classification list into the slot of its class, in place of the one that is there.
-/// REQUIRES: it is not null (asserted).
+/// Puts a classification list into the slot of its class, replacing the current one. REQUIRES: it
+/// is not null (asserted).
 template <class ClassificationList>
 void ExtCommListClassificationListIs(
     ClassificationListVector<ClassificationList>& vector,
@@ -127,8 +126,7 @@ void ExtCommListClassificationListIs(
 
 /// The text of a list under construction, to which formatters append as to a stream.
 ///
-/// It owns the text: in itself while it is no longer than those of most lists, then on the heap.
-/// Thread-compatible.
+/// Uses the heap only for texts longer than those of most lists. Thread-compatible.
 class CommListText {
   public:
     /// Where the next value's text goes.
@@ -142,12 +140,12 @@ class CommListText {
         return *this;
     }
 
-    /// What has been appended; valid until more is.
+    /// The text so far; invalidated by the next append.
     std::string_view text() const noexcept { return text_.text(); }
 
     String string() const { return text_.string(); }
 
-    /// The same with a NUL behind it, after which nothing may be appended.
+    /// The text with a terminating NUL; nothing may be appended afterwards.
     char const* terminated() { return text_.append('\0').text().data(); }
 
   private:
@@ -156,7 +154,7 @@ class CommListText {
     Mox::LocalCharBuffer<2048> text_;
 };
 
-/// What formatCommList() does to the streams that it prints on.
+/// What `formatCommList()` needs of the streams that it writes to.
 inline void writeCommListText(std::ostream& os, std::string_view text) {
     os.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
@@ -174,9 +172,9 @@ inline CommListText const& savedState(CommListText const& os) {
     return os;
 }
 
-/// Prints the values of a list, each by `formatter(os, value)`, separated and, if so wanted, in
-/// brackets. A null list is `NULL` in brackets and nothing without. The stream's formatting state
-/// is afterwards as it was, whatever the formatter did to it.
+/// Writes the values of a list, each by `formatter(os, value)`, separated and optionally in
+/// brackets. A null list is `NULL` with brackets and empty without. Preserves the stream's
+/// formatting state.
 template <class Stream, class ListType, class ValueFormatter>
 Stream& formatCommList(Stream& os, ListType const* list, ValueFormatter formatter, bool bracketed,
                        char const* separator) {
@@ -196,7 +194,7 @@ Stream& formatCommList(Stream& os, ListType const* list, ValueFormatter formatte
     return os;
 }
 
-/// What streaming a pointer to the object writes.
+/// The text that streaming a pointer to the object writes.
 template <class T>
 String stringify(T const* const& object) {
     if constexpr (requires(CommListText & text) { text << object; }) {
@@ -209,8 +207,8 @@ String stringify(T const* const& object) {
     }
 }
 
-/// Whether the expression matches the values of a list, each as `formatter(text, value)` appends
-/// it, with one space between them.
+/// Whether the expression matches the values of a list, formatted by `formatter(text, value)` and
+/// separated by spaces.
 template <class ListType, class ValueFormatter>
 bool commListMatches(RouteMap::PosixRegex const& regex, ListType const& list,
                      ValueFormatter formatter) {
@@ -219,8 +217,7 @@ bool commListMatches(RouteMap::PosixRegex const& regex, ListType const& list,
     return regex.matches(text.terminated());
 }
 
-/// What `matches()` returns, or did when the expression was last asked about the same list: an
-/// interned list never changes.
+/// The result of `matches()`, remembered for interned lists, which never change.
 template <class ListType, class Matches>
 bool commListVerdict(RouteMap::PosixRegex const& regex, ListType const& list,
                      RouteMap::RegexSubject const& subject, Matches matches) {
@@ -237,9 +234,9 @@ bool commListVerdict(RouteMap::PosixRegex const& regex, ListType const& list,
 
 // ---- The path attribute -------------------------------------------------------------------------
 
-/// The path attribute, optional and transitive, of those members of a list that `admits(member)`
-/// picks; `put(place, member)` writes each of them in `memberSize` octets. Asserts that there are
-/// `count` of them.
+/// The path attribute, optional and transitive, of the members for which `admits(member)` is true;
+/// `put(place, member)` writes the `memberSize` octets of one. REQUIRES: there are `count` of them
+/// (asserted).
 template <U32 memberSize, class ListType, class Admits, class Put>
 String serializeCommList(BgpPathAttrType attrType, U32 count, ListType const& list, Admits admits,
                          Put put) {

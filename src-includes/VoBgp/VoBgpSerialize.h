@@ -15,13 +15,13 @@ struct PathAttributeHeader {
 };
 
 /// The header of an attribute whose value is `attrSize` octets long. A length above 255 sets the
-/// extended-length flag. Asserts that type and flags are octets, and the length no more than
-/// 65,535.
+/// extended-length flag. REQUIRES: type and flags fit an octet; the length is at most 65,535
+/// (asserted).
 VOBGP_EXPORT PathAttributeHeader pathAttributeHeader(BgpPathAttrType attrType,
                                                      BgpPathAttrFlag attrFlags, U32 attrSize);
 
-/// One path attribute under construction (RFC 4271, section 4.3): the header, which is written at
-/// once, and the value, which the caller appends.
+/// A path attribute under construction (RFC 4271, section 4.3). The constructor writes the header;
+/// the caller appends the value.
 ///
 ///     octet    0       1       2       3 ...
 ///          +-------+-------+-------+---------+
@@ -30,22 +30,21 @@ VOBGP_EXPORT PathAttributeHeader pathAttributeHeader(BgpPathAttrType attrType,
 ///          | flags | type  |    length     |  value  |   extended-length flag set
 ///          +-------+-------+---------------+---------+
 ///
-/// A length above 255 sets the flag by itself; a caller may force the long form by passing it.
-/// All else as its base.
+/// A length above 255 sets the flag; a caller may pass it to force the long form.
 class VOBGP_EXPORT SerializePathAttribute : public Serialize {
   public:
     /// `attrSize` is the length of the value that will follow.
     SerializePathAttribute(BgpPathAttrType attrType, BgpPathAttrFlag attrFlags, U32 attrSize);
 
-    /// Starts over with another attribute, in the same buffer.
+    /// Starts another attribute in the same buffer.
     void clearAndReInit(BgpPathAttrType attrType, BgpPathAttrFlag attrFlags, U32 attrSize);
 
-    /// Writes a header where the next octet goes. The declared length of the value stays as it was.
+    /// Appends a header. The declared length of the value does not change.
     void reInitHdr(BgpPathAttrType attrType, BgpPathAttrFlag attrFlags, U32 attrSize);
 
     using Serialize::serializedString;
 
-    /// The whole attribute; asserts that the value is as long as was declared.
+    /// The whole attribute. REQUIRES: the value has the declared length (asserted).
     String serializedString() const;
 
     /// Octets of the header: 3 or 4.
@@ -61,8 +60,8 @@ class VOBGP_EXPORT SerializePathAttribute : public Serialize {
 
 /// A path attribute whose value is written before its length is known.
 ///
-/// The value starts at offset 4, behind a provisional header; the final one, of whichever length,
-/// is then written to end where the value begins. All else as its base.
+/// The value starts at offset 4, after space for the longer header; the header is written last and
+/// ends where the value begins.
 ///
 ///     offset   0       1       2       3       4
 ///          +-------+-------+-------+-------+---------+
@@ -74,7 +73,7 @@ class VOBGP_EXPORT SerializePathAttributeAutoExtLen : public SerializePathAttrib
   public:
     SerializePathAttributeAutoExtLen();
 
-    /// The value alone.
+    /// The value.
     String serializeAttributeValue() const { return serializedString(valueOffset); }
 
     /// The attribute: header and value. The flags must not hold 0x10 for a value of up to 255
@@ -86,8 +85,8 @@ class VOBGP_EXPORT SerializePathAttributeAutoExtLen : public SerializePathAttrib
     static constexpr U32 valueOffset = 4;
 };
 
-/// One TLV of the BGP Prefix-SID attribute under construction (RFC 8669, section 3): the header is
-/// written at once, the caller appends the body. All else as its base.
+/// A TLV of the BGP Prefix-SID attribute under construction (RFC 8669, section 3). The constructor
+/// writes the header; the caller appends the body.
 ///
 ///     octet    0       1       2       3 ...
 ///          +-------+---------------+--------+
