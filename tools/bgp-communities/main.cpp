@@ -23,6 +23,7 @@ constexpr auto commands = std::to_array<Command const*>({
     &replayCommand,
     &stashCommand,
     &showCommand,
+    &mergeCommand,
     &typesCommand,
 });
 

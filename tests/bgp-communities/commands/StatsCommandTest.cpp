@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <csignal>
@@ -115,8 +116,41 @@ TEST(StatsCommandTest, EveryKindIsCountedAndRanked) {
               R"("ipv6":{"values":[],"lists":[]},)"
               R"("large":{"values":[{"uses":1,"octets":"0000fbf00000000100000002",)"
               R"("text":"64496:1:2"}],"lists":[{"uses":1,"octets":"0000fbf00000000100000002",)"
-              R"("text":"64496:1:2"}]}},"seconds":,"recordsPerSecond":,"routesPerSecond":})"
+              R"("text":"64496:1:2"}]}},"lengths":{"standard":[)"
+              R"({"members":1,"lists":1,"attributes":1},{"members":2,"lists":1,"attributes":2}],)"
+              R"("extended":[{"members":2,"lists":1,"attributes":2}],"ipv6":[],)"
+              R"("large":[{"members":1,"lists":1,"attributes":1}]},)"
+              R"("seconds":,"recordsPerSecond":,"routesPerSecond":})"
               "\n");
+}
+
+TEST(StatsCommandTest, RoutesAreCountedByGroup) {
+    std::string const of64496 = attribute(8, "fbf00001 fbf00002 ffffff01 00000001");
+    TemporaryFile const file(
+        update(of64496 + attribute(32, "0000fbf0 00000001 00000002 00010000 00000001 00000002")) +
+        // A repeated attribute counts for no route. Types of 2 and 4 octets of AS, and an address.
+        update(of64496 + attribute(8, "fbff0001")) +
+        update(attribute(16, "4004fbf100000000 0202000100000007 0102fbf200000007")) + update(""));
+    struct Case {
+        char const* by;
+        char const* rows;
+    };
+    for (auto const& [by, rows] :
+         {Case{"as", R"({"groups":3,"rows":[{"as":64496,"routes":2,"standard":2,"extended":0,)"
+                     R"("ipv6":0,"large":1,"distinctValues":3},{"as":65536,"routes":2,)"
+                     R"("standard":0,"extended":1,"ipv6":0,"large":1,"distinctValues":2}]})"},
+          {"peer", R"({"groups":1,"rows":[{"peer":"192.0.2.1 AS65536","routes":4,"withdrawn":0,)"
+                   R"("carrying":3,"standard":2,"extended":1,"ipv6":0,"large":1,)"
+                   R"("distinctValues":9}]})"},
+          {"family", R"({"groups":1,"rows":[{"family":"IPv4 unicast","routes":4,)"},
+          {"hour", R"({"groups":1,"rows":[{"hour":"2023-11-14T22:00:00Z","routes":4,)"}}) {
+        Result const result = run({"stats", "--json", "--top", "2", "--by", by, file.path()});
+        std::string const expected = std::string(R"("by":{")") + by + "\":" + rows;
+        EXPECT_NE(result.out.find(expected), std::string::npos) << expected << '\n' << result.out;
+    }
+    Result const refused = run({"stats", "--by", "prefix", file.path()});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_NE(refused.err.find("not one of peer, as, family and hour"), std::string::npos);
 }
 
 TEST(StatsCommandTest, TheDamagedSampleIsCountedAsFarAsItGoes) {
@@ -171,8 +205,9 @@ TEST(StatsCommandTest, EveryNumberOfJobsCountsAndNamesTheSame) {
                               announce(hex("00000002 18 c0")));
     for (char const* const form : {"--json", "--verbose"}) {
         auto const stats = [&](char const* jobs) {
-            return run({"stats", form, "--jobs", jobs, first.path(), tables.path(),
-                        unreadable.path(), sample("updates.mrt.gz"), last.path(), paths.path()});
+            return run({"stats", form, "--by", "as", "--by", "peer", "--jobs", jobs, first.path(),
+                        tables.path(), unreadable.path(), sample("updates.mrt.gz"), last.path(),
+                        paths.path()});
         };
         Result const one = stats("1");
         EXPECT_EQ(one.status, 3);
@@ -378,6 +413,20 @@ void expectProgressOnly(std::string const& shown, char const* form) {
         from += text.size() + clear.size();
     }
     ::regfree(&line);
+}
+
+TEST(StatsCommandTest, LinesFitTheTerminal) {
+    Terminal terminal;
+    Descriptor const null("/dev/null", O_RDWR);
+    pid_t const pid = start({"stats", "--by", "peer", sample("rib.mrt.gz")}, null.fd(),
+                            terminal.fd(), null.fd());
+    EXPECT_TRUE(terminal.shows("routes a second"));
+    EXPECT_EQ(finish(pid), 0);
+    std::size_t longest = 0;
+    for (std::string const& line : linesOf(terminal.shown())) {
+        longest = std::max(longest, line.size() - (line.ends_with('\r') ? 1 : 0));
+    }
+    EXPECT_EQ(longest, Terminal::columns);
 }
 
 TEST(StatsCommandTest, LongReadingShowsItsProgressAndCleansUp) {

@@ -1,9 +1,13 @@
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <random>
 #include <string>
+#include <vector>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -159,6 +163,65 @@ TEST(StoreCommandsTest, WhatIsNoStoreIsToldAndWhatCannotBeWrittenLeavesTheOldOne
     EXPECT_EQ(run({"show", store.name() + "-not-there"}).status, 3);
     EXPECT_EQ(run({"show"}).status, 2);
     EXPECT_EQ(run({"stash", sample("rib.mrt.gz")}).status, 2);
+}
+
+// ---- Merging ----
+
+std::string temporary(std::string const& suffix) {
+    return unique(testing::TempDir()) + "-" + suffix;
+}
+
+TEST(MergeCommandTest, EveryOrderAndGroupingGivesTheStoreOfAllDumps) {
+    Arguments const dumps = {sample("updates.mrt.gz"), sample("rib.mrt.gz"), sample("damaged.mrt"),
+                             sample("targets.mrt"), sample("updates.mrt.gz")};
+    StoreName const whole(temporary("whole"));
+    Arguments all = {"stash", "--out", whole.name()};
+    all.insert(all.end(), dumps.begin(), dumps.end());
+    ASSERT_EQ(run(all).status, 1); // the damaged one
+    std::mt19937 random(7);
+    for (int round = 0; round < 8; ++round) {
+        std::deque<StoreName> stores;
+        std::vector<std::string> left;
+        for (std::string const& dump : dumps) {
+            left.push_back(stores.emplace_back(temporary(std::to_string(stores.size()))).name());
+            run({"stash", "--out", left.back(), dump});
+        }
+        while (left.size() > 1) {
+            std::shuffle(left.begin(), left.end(), random);
+            auto const count = 1 + random() % left.size();
+            std::string const sum =
+                stores.emplace_back(temporary(std::to_string(stores.size()))).name();
+            Arguments merge = {"merge", "--out", sum};
+            merge.insert(merge.end(), left.end() - static_cast<std::ptrdiff_t>(count), left.end());
+            ASSERT_EQ(run(merge).status, 0);
+            left.resize(left.size() - count);
+            left.push_back(sum);
+        }
+        EXPECT_TRUE(contentOf(left[0]) == contentOf(whole.name())) << "round " << round;
+    }
+}
+
+TEST(MergeCommandTest, WhatCannotBeAddedLeavesTheStoreAsItWas) {
+    StoreName const store(temporary("sum")), other(temporary("other"));
+    ASSERT_EQ(run({"stash", "--out", store.name(), sample("targets.mrt")}).status, 0);
+    Arguments doubling = {"merge", "--out", store.name()};
+    doubling.insert(doubling.end(), 256, store.name());
+    Result result{0, "", ""};
+    std::string before;
+    for (int bits = 0; bits <= 64 && result.status == 0; bits += 8) {
+        before = contentOf(store.name());
+        result = run(doubling);
+    }
+    EXPECT_EQ(result.status, 3);
+    EXPECT_NE(result.err.find("more than 2^64 - 1 uses of a list"), std::string::npos);
+    TemporaryFile const noStore("no store");
+    for (std::string const& wrong : {noStore.path(), other.name()}) {
+        result = run({"merge", "--out", store.name(), store.name(), wrong});
+        EXPECT_EQ(result.status, 3);
+        EXPECT_NE(result.err.find(wrong + ": "), std::string::npos) << result.err;
+        EXPECT_NE(result.err.find("not written"), std::string::npos) << result.err;
+    }
+    EXPECT_TRUE(contentOf(store.name()) == before);
 }
 
 } // namespace

@@ -13,6 +13,7 @@ extern Command const roundTripCommand;
 extern Command const replayCommand;
 extern Command const stashCommand;
 extern Command const showCommand;
+extern Command const mergeCommand;
 extern Command const typesCommand;
 
 } // namespace BgpCommunities

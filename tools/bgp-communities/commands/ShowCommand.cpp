@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 #include <thread>
-#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include <MoxStash/StoreManager.h>
@@ -12,6 +12,7 @@
 #include "DictionaryOption.h"
 #include "lists/KindKeys.h"
 #include "lists/ListKinds.h"
+#include "lists/StoredLists.h"
 #include "text/JsonWriter.h"
 #include "text/ListFormatter.h"
 #include "text/Output.h"
@@ -68,26 +69,9 @@ class StoredListsOf final : public StoredLists {
       : formatter_(&dictionary) {}
 
     bool rebuild(StoreManager& store) override {
-        void const* const root = store.root(kindKeys[static_cast<std::size_t>(Kind::kind)]);
-        if (root == nullptr) {
-            return false;
-        }
-        MoxStash::StoredTable const table(store, root);
-        // One long list in every row would take far more memory than the store does.
-        std::unordered_set<void const*> seen;
-        for (std::uint64_t row = 0; row < table.size(); ++row) {
-            auto const [stored, uses] = table[row];
-            if (!seen.insert(stored).second) {
-                store.validateVersionAnchor();
-                throw MoxStash::StoreException(store.name(), MoxStash::storedOffset(stored),
-                                               "a list that is told twice");
-            }
-            rows_.push_back({List::destash(stored, &store), uses});
-            if constexpr (requires(List & list) { list.sortComms(); }) {
-                rows_.back().list->sortComms();
-            }
-        }
-        return true;
+        return readStoredLists<Kind>(store, [&](auto list, std::uint64_t uses) {
+            rows_.push_back({std::move(list), uses});
+        });
     }
 
     void print(Output& output) override {
@@ -168,17 +152,8 @@ class RebuiltStore {
     std::vector<std::unique_ptr<StoredLists>> kinds_;
 };
 
-/** Begins anew if it is overtaken by writers, but not for ever. */
 std::unique_ptr<RebuiltStore> rebuild(std::string const& name, Dictionary const& dictionary) {
-    for (int attempt = 1;; ++attempt) {
-        try {
-            return std::make_unique<RebuiltStore>(name, dictionary);
-        } catch (MoxStash::StaleStoreException const&) {
-            if (attempt == 100) {
-                throw;
-            }
-        }
-    }
+    return readCurrent([&] { return std::make_unique<RebuiltStore>(name, dictionary); });
 }
 
 [[noreturn]] void follow(std::string const& name, Dictionary const& dictionary, bool json,

@@ -2,22 +2,15 @@
 
 #include <string>
 
-#include <MoxStash/StorePublisher.h>
-#include <MoxStash/StoreWriter.h>
-
 #include "DumpFiles.h"
+#include "ListStore.h"
 #include "lists/Agent.h"
-#include "lists/KindKeys.h"
 #include "lists/ListCounter.h"
-#include "text/Output.h"
 #include "text/StandardError.h"
-#include "text/Utf8.h"
 
 namespace BgpCommunities {
 
 namespace {
-
-constexpr std::string_view outOption = "--out";
 
 constexpr Option stashOptions[] = {{outOption, true}, addPathOption, {verboseOption}};
 
@@ -48,30 +41,15 @@ examples:
 
 ExitStatus stash(Arguments const& arguments, Output& output) {
     DumpInput const input(arguments);
-    auto const store = arguments.value(outOption);
-    if (!store || store->empty()) {
-        throw UsageError("stash needs --out STORE");
-    }
+    std::string const store = outName(arguments, "STORE");
     Agent agent;
     ListCounter counter(agent, arguments.has(verboseOption));
     ExitStatus const status = readDumps(input, counter).status;
     if (status == ExitStatus::unreadable) {
-        complain(std::string(*store) + ": not written, for not all could be read");
+        complain(store + ": not written: some input could not be read");
         return status;
     }
-    MoxStash::StoreWriter writer;
-    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
-        writer.rootIs(kindKeys[kind],
-                      counter.lists(static_cast<CommunityKind>(kind)).stash(writer));
-    }
-    auto const generation = MoxStash::publishStore(writer, std::string(*store));
-    std::string& out = output.text();
-    out.append(masked(*store))
-        .append(": generation ")
-        .append(std::to_string(generation))
-        .append(", ");
-    out.append(std::to_string(writer.records())).append(" records");
-    output.endLine();
+    publishLists(counter.lists(), store, output);
     return status;
 }
 

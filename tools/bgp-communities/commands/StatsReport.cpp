@@ -1,67 +1,23 @@
 #include "StatsReport.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <string_view>
-#include <utility>
-#include <vector>
 
-#include "lists/KindKeys.h"
 #include "lists/ListUses.h"
 #include "text/JsonWriter.h"
-#include "text/TextTable.h"
 
 namespace BgpCommunities {
 
 namespace {
 
-struct KindNames {
-    std::string_view key;
-    std::string_view words;
-};
-
-/** By CommunityKind. */
-constexpr std::array<KindNames, communityKinds> kindNames = {{
-    {kindKeys[0], "standard"},
-    {kindKeys[1], "extended"},
-    {kindKeys[2], "IPv6 extended"},
-    {kindKeys[3], "large"},
-}};
-
-/** A number with its name, in JSON and for people. */
-struct Count {
-    std::string_view key;
-    std::string_view words;
-    std::uint64_t value;
-};
-
-using Counts = std::vector<Count>;
-
-/** The counts of one kind, or of all: a row of a table whose columns are the same in each. */
-struct Row {
-    KindNames names;
-    Counts counts;
-};
-
-using Rows = std::vector<Row>;
-
-void writeCounts(JsonWriter& json, Counts const& counts) {
-    for (Count const& count : counts) {
-        json.key(count.key).number(count.value);
-    }
+/** How many a second. */
+double rate(std::uint64_t count, double seconds) {
+    return seconds > 0 ? static_cast<double>(count) / seconds : 0;
 }
 
-void writeRows(JsonWriter& json, Rows const& rows) {
-    json.beginObject();
-    for (Row const& row : rows) {
-        json.key(row.names.key).beginObject();
-        writeCounts(json, row.counts);
-        json.endObject();
-    }
-    json.endObject();
-}
+// ---- JSON ---------------------------------------------------------------------------------------
 
 void writeUsed(JsonWriter& json, std::vector<Used> const& mostUsed) {
     json.beginArray();
@@ -72,30 +28,37 @@ void writeUsed(JsonWriter& json, std::vector<Used> const& mostUsed) {
     json.endArray();
 }
 
-void appendCounts(std::string& out, Counts const& counts) {
-    TextTable table;
-    for (Count const& count : counts) {
-        table.rowIs({std::string(count.words), std::to_string(count.value)});
+void writeLengths(JsonWriter& json, std::map<std::size_t, LengthCount> const& lengths) {
+    json.beginArray();
+    for (auto const& [members, count] : lengths) {
+        json.beginObject().key("members").number(members);
+        json.key("lists").number(count.lists).key("attributes").number(count.attributes);
+        json.endObject();
     }
-    table.appendTo(out);
+    json.endArray();
 }
 
-void appendRows(std::string& out, std::string_view head, Rows const& rows) {
-    TextTable table;
-    std::vector<std::string> columns = {std::string(head)};
-    for (Count const& count : rows.front().counts) {
-        columns.emplace_back(count.words);
-    }
-    table.rowIs(std::move(columns));
-    for (Row const& row : rows) {
-        std::vector<std::string> cells = {std::string(row.names.words)};
-        for (Count const& count : row.counts) {
-            cells.push_back(std::to_string(count.value));
+void writeGrouping(JsonWriter& json, StatsGrouping const& grouping) {
+    std::string_view const key = groupByKeys[static_cast<std::size_t>(grouping.by)];
+    json.key(key).beginObject().key("groups").number(grouping.groups).key("rows").beginArray();
+    for (StatsGroup const& row : grouping.rows) {
+        json.beginObject();
+        if (grouping.by == GroupBy::as) {
+            json.key(key).number(row.group.group.as);
+        } else {
+            json.key(key).string(row.named.words);
         }
-        table.rowIs(std::move(cells));
+        writeCounts(json, row.named.counts);
+        json.endObject();
     }
-    out += '\n';
-    table.appendTo(out);
+    json.endArray().endObject();
+}
+
+// ---- Text ---------------------------------------------------------------------------------------
+
+void appendRight(std::string& out, std::uint64_t number, std::size_t columns) {
+    std::string const digits = std::to_string(number);
+    out.append(columns - std::min(columns, digits.size()), ' ').append(digits);
 }
 
 void appendUsed(std::string& out, std::string_view head, std::vector<Used> const& mostUsed) {
@@ -104,141 +67,127 @@ void appendUsed(std::string& out, std::string_view head, std::vector<Used> const
     }
     out.append("\nmost used ").append(head).append("\n");
     for (Used const& used : mostUsed) {
-        std::string const uses = std::to_string(used.uses);
-        out.append(12 - std::min<std::size_t>(uses.size(), 12), ' ');
-        out.append(uses).append("  ").append(used.text).append("\n");
+        appendRight(out, used.uses, 12);
+        out.append("  ").append(used.text).append("\n");
     }
 }
 
-Counts wholeCounts(DumpResult const& result, std::uint64_t routes) {
-    MrtCounts const& counts = result.counts;
-    return {
-        {"files", "files", result.files},
-        {"records", "records", counts.records},
-        {"updates", "UPDATEs", counts.updates},
-        {"ribEntries", "RIB entries", counts.ribEntries},
-        {"routes", "routes", routes},
-        {"brokenUpdates", "broken UPDATEs", counts.brokenUpdates},
-        {"brokenAttributeAreas", "broken attribute areas", counts.brokenAttributeAreas},
-        {"brokenRoutes", "UPDATEs with broken routes", counts.brokenRoutes},
-        {"brokenRecords", "broken records", counts.brokenRecords},
-        {"skippedRecords", "records not read", counts.skippedRecords},
-        {"truncatedOctets", "octets of a cut record", counts.truncatedOctets},
-    };
+/** A line for each range: members, distinct lists, attributes, and a bar as long as these. */
+void appendLengths(std::string& out, std::string_view kind,
+                   std::map<std::size_t, LengthCount> const& lengths, std::size_t columns) {
+    constexpr std::size_t numbers = 9 + 10 + 12 + 2;
+    auto const ranges = lengthRanges(lengths);
+    if (ranges.empty()) {
+        return;
+    }
+    std::uint64_t most = 1;
+    for (LengthRange const& range : ranges) {
+        most = std::max(most, range.count.attributes);
+    }
+    out.append("\nlengths of lists of ").append(kind).append(" communities\n");
+    out.append("  members     lists  attributes\n");
+    double const width = static_cast<double>(columns - std::min(columns - 1, numbers));
+    for (LengthRange const& range : ranges) {
+        out.append(9 - std::min<std::size_t>(9, range.name.size()), ' ').append(range.name);
+        appendRight(out, range.count.lists, 10);
+        appendRight(out, range.count.attributes, 12);
+        double const share =
+            static_cast<double>(range.count.attributes) / static_cast<double>(most);
+        auto const bar = static_cast<std::size_t>(share * width + 0.5);
+        out.append(bar == 0 ? 0 : 2, ' ').append(bar, '#').append("\n");
+    }
 }
 
-/** The octets of what was sent, and of what is held instead. */
-struct Sizes {
-    std::uint64_t sent = 0;
-    std::uint64_t objects = 0;
-    std::uint64_t tables = 0;
-
-    Sizes& operator+=(Sizes const& other) {
-        sent += other.sent;
-        objects += other.objects;
-        tables += other.tables;
-        return *this;
+void appendGrouping(std::string& out, StatsGrouping const& grouping) {
+    std::vector<NamedCounts> rows;
+    for (StatsGroup const& row : grouping.rows) {
+        rows.push_back(row.named);
     }
-
-    [[nodiscard]] Counts counts() const {
-        return {
-            {"sentOctets", "sent", sent},
-            {"heldOctets", "held", objects + tables},
-            {"objectOctets", "as objects", objects},
-            {"tableOctets", "as tables", tables},
-        };
+    out += '\n';
+    appendRows(out, std::string("routes by ") +
+                        std::string(groupByKeys[static_cast<std::size_t>(grouping.by)]),
+               rows);
+    if (grouping.groups > rows.size()) {
+        out.append("and ").append(std::to_string(grouping.groups - rows.size())).append(" more\n");
     }
-};
-
-/** The report in the order in which both forms tell it. */
-struct Sections {
-    Counts whole;
-    Rows kinds;
-    Rows interning;
-    std::array<InternedKind, communityKinds> interned;
-};
-
-Counts kindCounts(CommunityKindTraits const& traits, CommunityCounts const& counts,
-                  ListCounter::Refused const& refused, InternedKind const& interned) {
-    return {
-        {"attribute", "attribute", traits.attributeType},
-        {"attributes", "attributes", counts.attributes - refused.attributes},
-        {"empty", "empty", counts.empty},
-        {"malformed", "malformed", counts.malformed},
-        {"refused", "refused", refused.attributes},
-        {"members", "members", counts.members - refused.members},
-        {"membersUnique", "unique members", interned.membersUnique},
-        {"distinctLists", "distinct lists", interned.distinctLists},
-        {"distinctValues", "distinct values", interned.distinctValues},
-    };
-}
-
-Sections sectionsOf(StatsReport const& report) {
-    Sections sections;
-    sections.whole = wholeCounts(report.result, report.counter.routes());
-    Sizes all;
-    for (std::size_t number = 0; number < communityKinds; ++number) {
-        auto const kind = static_cast<CommunityKind>(number);
-        CommunityKindTraits const& traits = traitsOf(kind);
-        CommunityCounts const& counts = report.result.counts.of(kind);
-        ListCounter::Refused const& refused = report.counter.refused(kind);
-        InternedKind& interned = sections.interned[number];
-        interned = report.counter.lists(kind).summary();
-        Sizes const sizes = {(counts.members - refused.members) * traits.memberOctets,
-                             interned.objectOctets, interned.tableOctets};
-        all += sizes;
-        sections.kinds.push_back(
-            {kindNames[number], kindCounts(traits, counts, refused, interned)});
-        sections.interning.push_back({kindNames[number], sizes.counts()});
-    }
-    sections.interning.push_back({{"total", "all"}, all.counts()});
-    return sections;
-}
-
-/** How many a second. */
-double rate(std::uint64_t count, double seconds) {
-    return seconds > 0 ? static_cast<double>(count) / seconds : 0;
 }
 
 } // namespace
 
-void StatsReport::writeJson(std::string& out) const {
-    Sections const sections = sectionsOf(*this);
+std::vector<LengthRange> lengthRanges(std::map<std::size_t, LengthCount> const& lengths) {
+    std::vector<LengthRange> ranges;
+    std::size_t first = 1, last = 1;
+    for (auto length = lengths.begin(); length != lengths.end();) {
+        LengthRange& range = ranges.emplace_back();
+        range.name = std::to_string(first);
+        if (last != first) {
+            range.name += "-" + std::to_string(last);
+        }
+        for (; length != lengths.end() && length->first <= last; ++length) {
+            range.count.lists += length->second.lists;
+            range.count.attributes += length->second.attributes;
+        }
+        first = last + 1;
+        last *= 2;
+    }
+    return ranges;
+}
+
+void writeStatsJson(std::string& out, StatsSections const& sections) {
     JsonWriter json(out);
     json.beginObject();
     writeCounts(json, sections.whole);
     json.key("kinds");
-    writeRows(json, sections.kinds);
+    writeCounts(json, sections.kinds);
     json.key("interning");
-    writeRows(json, sections.interning);
+    writeCounts(json, sections.interning);
     json.key("mostUsed").beginObject();
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
-        json.key(kindNames[kind].key).beginObject().key("values");
+        json.key(sections.kinds[kind].key).beginObject().key("values");
         writeUsed(json, sections.interned[kind].mostUsedValues);
         json.key("lists");
         writeUsed(json, sections.interned[kind].mostUsedLists);
         json.endObject();
     }
-    json.endObject().key("seconds").real(seconds);
-    json.key("recordsPerSecond").real(rate(result.counts.records, seconds));
-    json.key("routesPerSecond").real(rate(counter.routes(), seconds));
+    json.endObject().key("lengths").beginObject();
+    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
+        json.key(sections.kinds[kind].key);
+        writeLengths(json, sections.interned[kind].lengths);
+    }
+    json.endObject();
+    if (!sections.groupings.empty()) {
+        json.key("by").beginObject();
+        for (StatsGrouping const& grouping : sections.groupings) {
+            writeGrouping(json, grouping);
+        }
+        json.endObject();
+    }
+    json.key("seconds").real(sections.seconds);
+    json.key("recordsPerSecond").real(rate(sections.records, sections.seconds));
+    json.key("routesPerSecond").real(rate(sections.routes, sections.seconds));
     json.endObject();
 }
 
-void StatsReport::writeText(std::string& out) const {
-    Sections const sections = sectionsOf(*this);
+void writeStatsText(std::string& out, StatsSections const& sections, std::size_t columns) {
     appendCounts(out, sections.whole);
-    appendRows(out, "communities", sections.kinds);
-    appendRows(out, "octets", sections.interning);
+    out += '\n';
+    appendColumns(out, "communities", sections.kinds);
+    out += '\n';
+    appendColumns(out, "octets", sections.interning);
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
-        std::string const words(kindNames[kind].words);
-        appendUsed(out, words + " communities", sections.interned[kind].mostUsedValues);
-        appendUsed(out, "lists of " + words + " communities",
-                   sections.interned[kind].mostUsedLists);
+        std::string const& words = sections.kinds[kind].words;
+        InternedKind const& interned = sections.interned[kind];
+        appendUsed(out, words + " communities", interned.mostUsedValues);
+        appendUsed(out, "lists of " + words + " communities", interned.mostUsedLists);
+        appendLengths(out, words, interned.lengths, columns);
+    }
+    for (StatsGrouping const& grouping : sections.groupings) {
+        appendGrouping(out, grouping);
     }
     char line[160];
     std::snprintf(line, sizeof line, "\n%.2f seconds, %.0f records and %.0f routes a second\n",
-                  seconds, rate(result.counts.records, seconds), rate(counter.routes(), seconds));
+                  sections.seconds, rate(sections.records, sections.seconds),
+                  rate(sections.routes, sections.seconds));
     out += line;
 }
 

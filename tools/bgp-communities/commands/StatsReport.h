@@ -1,22 +1,26 @@
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <string>
+#include <vector>
 
-#include "DumpFiles.h"
-#include "lists/ListCounter.h"
+#include "StatsSections.h"
 
 namespace BgpCommunities {
 
-/** All that `stats` has found out; the parts are the caller's, and do not change. */
-struct StatsReport {
-    DumpResult const& result;
-    ListCounter const& counter;
-    double seconds = 0; // that the reading took
+/** Appends one JSON object. */
+void writeStatsJson(std::string& out, StatsSections const& sections);
+/** Appends tables and bars for people; bars fit `columns`, other lines may be longer. */
+void writeStatsText(std::string& out, StatsSections const& sections, std::size_t columns);
 
-    /** Appends one JSON object. */
-    void writeJson(std::string& out) const;
-    /** Appends tables for people. */
-    void writeText(std::string& out) const;
+/** Lists of a range of lengths; a plain value. */
+struct LengthRange {
+    std::string name; // "3", "17-32", ">1024"
+    LengthCount count;
 };
+
+/** The ranges 1, 2, 3-4, 5-8, ... up to the longest list. */
+std::vector<LengthRange> lengthRanges(std::map<std::size_t, LengthCount> const& lengths);
 
 } // namespace BgpCommunities

@@ -2,7 +2,7 @@
 
 _bgp_communities() {
     local word=$2 before=$3 options=
-    local commands="decode read stats roundtrip replay stash show types"
+    local commands="decode read stats roundtrip replay stash show merge types"
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
         mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$word")
@@ -26,12 +26,16 @@ _bgp_communities() {
             mapfile -t COMPREPLY < <(compgen -W "standard extended ipv6 large" -- "$word")
             return
             ;;
+        --by)
+            mapfile -t COMPREPLY < <(compgen -W "peer as family hour" -- "$word")
+            return
+            ;;
         --add-path)
             mapfile -t COMPREPLY < <(compgen -W "yes no auto" -- "$word"; compgen -f -- "$word")
             return
             ;;
         --match | --community | --prefix | --exact | --covers | --since | --until | --peer | \
-            --origin-as | --as-path | --limit | --jobs)
+            --origin-as | --as-path | --limit | --jobs | --top)
             return
             ;;
         --out | --dictionary)
@@ -46,11 +50,12 @@ _bgp_communities() {
                 --exact --covers --origin-as --as-path --announced --withdrawn --kind --community
                 --match --limit --add-path --verbose"
             ;;
-        stats) options="--json --jobs --add-path --verbose" ;;
+        stats) options="--json --top --by --jobs --add-path --verbose" ;;
         roundtrip) options="--json --add-path --verbose" ;;
         replay) options="--targets --add-path --verbose" ;;
         stash) options="--out --add-path --verbose" ;;
         show) options="--json --follow --dictionary" ;;
+        merge) options="--out" ;;
         types) options="--json" ;;
     esac
     if [[ $word == -* ]]; then

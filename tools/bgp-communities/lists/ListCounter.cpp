@@ -6,12 +6,12 @@ namespace BgpCommunities {
 
 void ListCounter::handleUpdate(Update const& update) {
     routes_ += update.announced.size() + update.withdrawn.size();
-    count(update.at, update.communities);
+    handleLists(update, count(update.at, update.communities));
 }
 
 void ListCounter::handleRibEntry(RibEntry const& entry) {
     ++routes_;
-    count(entry.at, entry.communities);
+    handleLists(entry, count(entry.at, entry.communities));
 }
 
 void ListCounter::add(ListCounter const& other) {
@@ -23,24 +23,32 @@ void ListCounter::add(ListCounter const& other) {
     }
 }
 
-void ListCounter::count(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
+ListSet ListCounter::count(RecordPosition const& at,
+                           std::span<CommunityAttribute const> communities) {
+    ListSet lists{};
     for (CommunityAttribute const& attribute : communities) {
-        if (attribute.form() == CommunityAttribute::Form::wellFormed) {
-            count(at, attribute);
+        if (attribute.form() != CommunityAttribute::Form::wellFormed) {
+            continue;
+        }
+        ListId const list = count(at, attribute);
+        if (attribute.repetition == 0) {
+            lists[static_cast<std::size_t>(attribute.kind)] = list;
         }
     }
+    return lists;
 }
 
-void ListCounter::count(RecordPosition const& at, CommunityAttribute const& attribute) {
+ListId ListCounter::count(RecordPosition const& at, CommunityAttribute const& attribute) {
     auto const kind = static_cast<std::size_t>(attribute.kind);
     Place const& place = seen_[kind].find(attribute.value, [&](Place& made) {
-        made.uses = lists_[kind]->of(attribute.value, made.verdict);
+        made.counted = lists_[kind]->of(attribute.value, made.verdict);
     });
-    if (place.uses != nullptr) {
-        ++*place.uses;
+    if (place.counted.uses != nullptr) {
+        ++*place.counted.uses;
     } else {
         countRefused(at, attribute, place.verdict);
     }
+    return place.counted.list;
 }
 
 void ListCounter::countRefused(RecordPosition const& at, CommunityAttribute const& attribute,

@@ -14,12 +14,12 @@
 namespace BgpCommunities {
 
 /**
- * Counts what the reader leaves to it: it alone knows what is refused, and what is the same.
+ * Counts the lists in dumps, the refused attributes and the routes.
  *
- * It owns its counts and holds the lists; the agent is the caller's and outlives it.
- * Thread-compatible: each thread has its own, of one agent.
+ * Owns its counts and holds a reference to each list; the agent is not owned. Thread-compatible:
+ * each thread has its own, of one agent. Derived classes are passed the lists of each route.
  */
-class ListCounter final : public DumpHandler {
+class ListCounter : public DumpHandler {
   public:
     /** Attributes of one kind that no list can hold. */
     struct Refused {
@@ -31,8 +31,8 @@ class ListCounter final : public DumpHandler {
       : DumpHandler(verbose)
       , lists_(listUses(agent)) {}
 
-    void handleUpdate(Update const& update) override;
-    void handleRibEntry(RibEntry const& entry) override;
+    void handleUpdate(Update const& update) final;
+    void handleRibEntry(RibEntry const& entry) final;
 
     /** Adds what another one has counted. */
     void add(ListCounter const& other);
@@ -48,17 +48,25 @@ class ListCounter final : public DumpHandler {
         return *lists_[static_cast<std::size_t>(kind)];
     }
 
+    /** By CommunityKind. */
+    [[nodiscard]] std::span<std::unique_ptr<ListUses> const> lists() const { return lists_; }
+
+  protected:
+    // Called after the lists were counted. Of a repeated attribute the first counts (RFC 7606).
+    virtual void handleLists(Update const& /*update*/, ListSet const& /*lists*/) {}
+    virtual void handleLists(RibEntry const& /*entry*/, ListSet const& /*lists*/) {}
+
   private:
     /** Where a value is counted; nowhere if it is refused. */
     struct Place {
-        std::uint64_t* uses = nullptr;
+        ListUses::Counted counted;
         Routing::Bgp::AttributeVerdict verdict = Routing::Bgp::AttributeVerdict::accepted;
 
         static constexpr std::size_t octets() { return 0; }
     };
 
-    void count(RecordPosition const& at, std::span<CommunityAttribute const> communities);
-    void count(RecordPosition const& at, CommunityAttribute const& attribute);
+    ListSet count(RecordPosition const& at, std::span<CommunityAttribute const> communities);
+    ListId count(RecordPosition const& at, CommunityAttribute const& attribute);
     void countRefused(RecordPosition const& at, CommunityAttribute const& attribute,
                       Routing::Bgp::AttributeVerdict verdict);
 

@@ -1,6 +1,7 @@
 #include "ListUses.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <string_view>
 #include <type_traits>
 #include <unordered_map>
@@ -10,6 +11,8 @@
 #include <Mox/Hash.h>
 
 #include "ListKinds.h"
+#include "StoredLists.h"
+#include "text/AttributeVerdict.h"
 #include "text/CommunityFormatter.h"
 
 namespace BgpCommunities {
@@ -17,8 +20,6 @@ namespace BgpCommunities {
 using namespace Routing::Bgp;
 
 namespace {
-
-constexpr std::size_t mostUsedShown = 10;
 
 /** Members of lists: values that a stranger chose, or pointers to interned objects. */
 struct MemberHash {
@@ -79,9 +80,10 @@ auto ranked(Uses const& uses, std::size_t most, OctetsOfKey octets) {
 
 /** The most used of a map's keys, and what they say: `text(key)`. */
 template <class Uses, class OctetsOfKey, class TextOfKey>
-std::vector<Used> mostUsed(Uses const& uses, OctetsOfKey octets, TextOfKey text) {
+std::vector<Used> mostUsed(Uses const& uses, std::size_t most, OctetsOfKey octets,
+                           TextOfKey text) {
     std::vector<Used> shown;
-    for (auto const* const entry : ranked(uses, mostUsedShown, octets)) {
+    for (auto const* const entry : ranked(uses, most, octets)) {
         shown.push_back({entry->second, octets(entry->first), text(entry->first)});
     }
     return shown;
@@ -93,23 +95,41 @@ class ListUsesOf final : public ListUses {
     explicit ListUsesOf(Agent& agent)
       : agent_(agent) {}
 
-    std::uint64_t* of(Octets value, AttributeVerdict& verdict) override {
+    Counted of(Octets value, AttributeVerdict& verdict) override {
         auto const decoded = Kind::decode(agent_, value);
         verdict = decoded.verdict;
-        return decoded ? &uses_[decoded.list] : nullptr;
+        return decoded ? Counted{decoded.list.get(), &uses_[decoded.list]} : Counted{};
     }
 
     void add(ListUses const& other) override {
         for (auto const& [list, uses] : static_cast<ListUsesOf const&>(other).uses_) {
-            uses_[list] += uses;
+            increase(uses_[list], uses);
         }
     }
 
-    [[nodiscard]] InternedKind summary() const override {
+    bool addStored(MoxStash::StoreManager& store) override {
+        return readStoredLists<Kind>(store, [&](auto const& list, std::uint64_t uses) {
+            std::string const octets = octetsOfMembers(membersOf(*list));
+            AttributeVerdict verdict = AttributeVerdict::accepted;
+            Counted const counted = of(octetsOf(octets), verdict);
+            if (counted.uses == nullptr) {
+                store.validateVersionAnchor();
+                throw MoxStash::StoreException(store.name(),
+                                               "list that fits no attribute: " +
+                                                   verdictText(verdict, Kind::kind, octets.size()));
+            }
+            increase(*counted.uses, uses);
+        });
+    }
+
+    [[nodiscard]] InternedKind summary(std::size_t most) const override {
         MemberUses const members = memberUses();
         InternedKind summary;
         for (auto const& [list, uses] : uses_) {
-            summary.membersUnique += uses * membersOf(*list).size();
+            std::size_t const length = membersOf(*list).size();
+            summary.membersUnique += uses * length;
+            ++summary.lengths[length].lists;
+            summary.lengths[length].attributes += uses;
         }
         summary.distinctLists = uses_.size();
         summary.distinctValues = members.size();
@@ -117,12 +137,25 @@ class ListUsesOf final : public ListUses {
         summary.tableOctets = agent_.tableOctets(Kind::kind);
         CommunityFormatter formatter;
         summary.mostUsedValues = mostUsed(
-            members, [](Member const& member) { return octetsOfMembers(std::span(&member, 1)); },
+            members, most, [](Member const& member) { return octetsOfMembers(std::span(&member, 1)); },
             [&](Member const& member) { return std::string(formatter.text(member)); });
-        summary.mostUsedLists = mostUsed(uses_, octetsOfList, [](ListPtr const& list) {
-            return std::string(std::string_view(list->toStrep()));
-        });
+        summary.mostUsedLists = mostUsed(
+            uses_, most, octetsOfList, [this](ListPtr const& list) { return text(list.get()); });
         return summary;
+    }
+
+    [[nodiscard]] std::vector<ListMember> members(ListId list) const override {
+        CommunityFormatter formatter;
+        std::vector<ListMember> members;
+        for (Member const& member : *static_cast<List const*>(list)) {
+            members.push_back({octetsOfMembers(std::span(&member, 1)),
+                               std::string(formatter.text(member))});
+        }
+        return members;
+    }
+
+    [[nodiscard]] std::string text(ListId list) const override {
+        return std::string(std::string_view(static_cast<List const*>(list)->toStrep()));
     }
 
     void const* stash(MoxStash::StoreWriter& writer) const override {
@@ -138,6 +171,12 @@ class ListUsesOf final : public ListUses {
     using ListPtr = typename List::PtrConst;
     using Member = std::remove_cvref_t<decltype(*std::declval<List const&>().begin())>;
     using MemberUses = std::unordered_map<Member, std::uint64_t, MemberHash>;
+
+    static void increase(std::uint64_t& sum, std::uint64_t uses) {
+        if (__builtin_add_overflow(sum, uses, &sum)) {
+            throw std::overflow_error("more than 2^64 - 1 uses of a list");
+        }
+    }
 
     static std::string octetsOfList(ListPtr const& list) {
         return octetsOfMembers(membersOf(*list));

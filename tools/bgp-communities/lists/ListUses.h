@@ -2,13 +2,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include <MoxStash/StoreManager.h>
 #include <MoxStash/StoreWriter.h>
 
 #include "Agent.h"
+#include "ListSet.h"
 
 namespace BgpCommunities {
 
@@ -16,6 +19,18 @@ namespace BgpCommunities {
 struct Used {
     std::uint64_t uses = 0;
     std::string octets; // of its members, as on the wire
+    std::string text;
+};
+
+/** The lists with one number of members; a plain value. */
+struct LengthCount {
+    std::uint64_t lists = 0;
+    std::uint64_t attributes = 0; // that carried them
+};
+
+/** One member of a list; a plain value. */
+struct ListMember {
+    std::string octets; // as on the wire
     std::string text;
 };
 
@@ -28,6 +43,7 @@ struct InternedKind {
     std::uint64_t tableOctets = 0;
     std::vector<Used> mostUsedValues; // most first; equals in the order of their octets
     std::vector<Used> mostUsedLists;
+    std::map<std::size_t, LengthCount> lengths; // by number of members
 };
 
 /**
@@ -40,14 +56,30 @@ class ListUses {
   public:
     virtual ~ListUses() = default;
 
-    /** Interns the list that a value stands for; returns its count, which stays where it is, or
-        null with the verdict that there is no such list. */
-    virtual std::uint64_t* of(Octets value, Routing::Bgp::AttributeVerdict& verdict) = 0;
+    /** A list and the number of its attributes, which stays where it is. */
+    struct Counted {
+        ListId list = nullptr;
+        std::uint64_t* uses = nullptr;
+    };
 
-    /** Adds the counts of another one, of the same kind. */
+    /** Interns the list in the value of an attribute. Returns nulls, and sets the verdict, if no
+        list can hold it. */
+    virtual Counted of(Octets value, Routing::Bgp::AttributeVerdict& verdict) = 0;
+
+    /** Adds the counts of another one, of the same kind and agent. Throws std::overflow_error if a
+        sum exceeds 64 bits. */
     virtual void add(ListUses const& other) = 0;
 
-    [[nodiscard]] virtual InternedKind summary() const = 0;
+    /** Adds the lists of this kind in a store; false if it holds none. Throws StoreException, also
+        for a list that fits no attribute. */
+    virtual bool addStored(MoxStash::StoreManager& store) = 0;
+
+    /** With at most `most` of the most used values, and of the most used lists. */
+    [[nodiscard]] virtual InternedKind summary(std::size_t most) const = 0;
+
+    /** REQUIRES: `list` was counted here. */
+    [[nodiscard]] virtual std::vector<ListMember> members(ListId list) const = 0;
+    [[nodiscard]] virtual std::string text(ListId list) const = 0;
 
     /** Writes the lists into a store, and a table of them with their counts, most first; equals in
         the order of their octets. */

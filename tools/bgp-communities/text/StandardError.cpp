@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <string>
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
+#include "Terminal.h"
 #include "Utf8.h"
 #include "input/InputStream.h"
 
@@ -37,12 +37,6 @@ extern "C" void handleInterrupt(int signal) {
         write(clearLine);
     }
     ::raise(signal);
-}
-
-std::size_t terminalColumns() {
-    winsize size = {};
-    bool const known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
-    return known ? size.ws_col : 80;
 }
 
 /** "1.5 MB" */
@@ -166,7 +160,7 @@ void Progress::show(InputStream const& input, Clock::time_point begun) {
                                       std::chrono::duration<double>(now - begun).count()};
     std::string line(clearLine);
     // Not in the last column: some terminals would begin a new line.
-    line += progressText(progress, terminalColumns() - 1);
+    line += progressText(progress, terminalColumns(STDERR_FILENO).value_or(defaultColumns) - 1);
     lineShown = true;
     write(line);
 }

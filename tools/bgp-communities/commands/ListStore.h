@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "CommandLine.h"
+#include "lists/ListUses.h"
+#include "text/Output.h"
+
+namespace BgpCommunities {
+
+/** The output of commands that write one. */
+inline constexpr std::string_view outOption = "--out";
+
+/** The value of --out. Throws UsageError if it is missing or empty; `what` names it there. */
+std::string outName(Arguments const& arguments, std::string_view what);
+
+/** Publishes the lists with their uses as `store`, and prints its generation and size. Equal uses
+    make equal stores, whatever the order in which they were counted. Throws StoreException. */
+void publishLists(std::span<std::unique_ptr<ListUses> const> lists, std::string const& store,
+                  Output& output);
+
+/** The lists with their uses in `store`, by CommunityKind. Throws StoreException, also if a list
+    fits no attribute. */
+std::vector<std::unique_ptr<ListUses>> storedLists(Agent& agent, std::string const& store);
+
+} // namespace BgpCommunities

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "DumpFiles.h"
+#include "lists/RouteTally.h"
+#include "text/Counts.h"
+
+namespace BgpCommunities {
+
+/** What `stats` is asked for; a plain value. */
+struct StatsOptions {
+    static constexpr std::size_t defaultTop = 10;
+
+    std::size_t top = defaultTop; // most used values, lists and groups
+    std::vector<GroupBy> groupings;
+};
+
+/** A row of routes grouped by one thing. */
+struct StatsGroup {
+    GroupCounts group;
+    NamedCounts named;
+};
+
+/** The groups of one grouping. */
+struct StatsGrouping {
+    GroupBy by;
+    std::uint64_t groups = 0;     // all of them
+    std::vector<StatsGroup> rows; // the first ones, all hours
+};
+
+/**
+ * What `stats` and `report` have counted, in the order in which they print it; a plain value.
+ */
+struct StatsSections {
+    Counts whole;
+    std::vector<NamedCounts> kinds;     // by CommunityKind
+    std::vector<NamedCounts> interning; // by CommunityKind, then all
+    std::array<InternedKind, communityKinds> interned;
+    std::vector<StatsGrouping> groupings;
+    std::uint64_t records = 0;
+    std::uint64_t routes = 0;
+    double seconds = 0; // that reading took
+};
+
+StatsSections statsSections(DumpResult const& result, RouteTally const& tally,
+                            StatsOptions const& options, double seconds);
+
+/** "2024-01-01T12:00:00Z" */
+std::string hourText(std::uint32_t hour);
+
+} // namespace BgpCommunities

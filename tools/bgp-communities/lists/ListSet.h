@@ -1,0 +1,28 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include <Mox/Hash.h>
+
+#include "wire/PathAttributes.h"
+
+namespace BgpCommunities {
+
+/** Identifies an interned list: equal lists of one kind have the same. Not owned. */
+using ListId = void const*;
+
+/** The lists of a route, by CommunityKind; null where it has none. */
+using ListSet = std::array<ListId, communityKinds>;
+
+struct ListSetHash {
+    std::size_t operator()(ListSet const& lists) const noexcept {
+        std::uint64_t hash = 0;
+        for (ListId const list : lists) {
+            hash = Mox::hashWord(hash ^ reinterpret_cast<std::uintptr_t>(list));
+        }
+        return hash;
+    }
+};
+
+} // namespace BgpCommunities

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <unordered_set>
+
+#include <MoxStash/StoreManager.h>
+
+#include "KindKeys.h"
+
+namespace BgpCommunities {
+
+/**
+ * Rebuilds the lists of one kind, a row of ListKinds.h, that a store holds, and passes each with
+ * its uses to `take(list, uses)`, in the order of the store. Returns false if the store holds no
+ * lists of this kind. Throws StoreException.
+ */
+template <class Kind, class Take>
+bool readStoredLists(MoxStash::StoreManager& store, Take take) {
+    void const* const root = store.root(kindKeys[static_cast<std::size_t>(Kind::kind)]);
+    if (root == nullptr) {
+        return false;
+    }
+    MoxStash::StoredTable const table(store, root);
+    // One long list in every row would take far more memory than the store does.
+    std::unordered_set<void const*> seen;
+    for (std::uint64_t row = 0; row < table.size(); ++row) {
+        auto const [stored, uses] = table[row];
+        if (!seen.insert(stored).second) {
+            store.validateVersionAnchor();
+            throw MoxStash::StoreException(store.name(), MoxStash::storedOffset(stored),
+                                           "duplicate list");
+        }
+        auto list = Kind::List::destash(stored, &store);
+        if constexpr (requires { list->sortComms(); }) {
+            list->sortComms();
+        }
+        take(std::move(list), uses);
+    }
+    return true;
+}
+
+/** Returns `read()`, which reads a store; calls it again, a limited number of times, if the store
+    was replaced meanwhile. */
+template <class Read>
+auto readCurrent(Read read) {
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return read();
+        } catch (MoxStash::StaleStoreException const&) {
+            if (attempt == 100) {
+                throw;
+            }
+        }
+    }
+}
+
+} // namespace BgpCommunities

@@ -1,0 +1,73 @@
+#include "Counts.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "TextTable.h"
+
+namespace BgpCommunities {
+
+void writeCounts(JsonWriter& json, Counts const& counts) {
+    for (Count const& count : counts) {
+        json.key(count.key).number(count.value);
+    }
+}
+
+void writeCounts(JsonWriter& json, std::span<NamedCounts const> rows) {
+    json.beginObject();
+    for (NamedCounts const& row : rows) {
+        json.key(row.key).beginObject();
+        writeCounts(json, row.counts);
+        json.endObject();
+    }
+    json.endObject();
+}
+
+void appendCounts(std::string& out, Counts const& counts) {
+    TextTable table;
+    for (Count const& count : counts) {
+        table.rowIs({std::string(count.words), std::to_string(count.value)});
+    }
+    table.appendTo(out);
+}
+
+void appendRows(std::string& out, std::string_view head, std::span<NamedCounts const> rows) {
+    std::vector<std::string> heads = {std::string(head)};
+    std::vector<std::size_t> shown;
+    for (std::size_t column = 0; !rows.empty() && column < rows[0].counts.size(); ++column) {
+        if (std::any_of(rows.begin(), rows.end(),
+                        [&](auto const& row) { return row.counts[column].value != 0; })) {
+            heads.emplace_back(rows[0].counts[column].words);
+            shown.push_back(column);
+        }
+    }
+    TextTable table;
+    table.rowIs(std::move(heads));
+    for (NamedCounts const& row : rows) {
+        std::vector<std::string> cells = {row.words};
+        for (std::size_t const column : shown) {
+            cells.push_back(std::to_string(row.counts[column].value));
+        }
+        table.rowIs(std::move(cells));
+    }
+    table.appendTo(out);
+}
+
+void appendColumns(std::string& out, std::string_view head, std::span<NamedCounts const> columns) {
+    std::vector<std::string> heads = {std::string(head)};
+    for (NamedCounts const& column : columns) {
+        heads.push_back(column.words);
+    }
+    TextTable table;
+    table.rowIs(std::move(heads));
+    for (std::size_t line = 0; !columns.empty() && line < columns[0].counts.size(); ++line) {
+        std::vector<std::string> cells = {std::string(columns[0].counts[line].words)};
+        for (NamedCounts const& column : columns) {
+            cells.push_back(std::to_string(column.counts[line].value));
+        }
+        table.rowIs(std::move(cells));
+    }
+    table.appendTo(out);
+}
+
+} // namespace BgpCommunities
