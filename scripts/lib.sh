@@ -5,7 +5,7 @@
 # shellcheck disable=SC2034 # used by the scripts that source this
 build_packages=(
     g++ cmake ninja-build pkgconf python3
-    libgtest-dev libgmock-dev zlib1g-dev libbz2-dev liblzma-dev libzstd-dev
+    libgtest-dev libgmock-dev zlib1g-dev libbz2-dev liblzma-dev libzstd-dev libsqlite3-dev
 )
 
 # usage: prints what the head of the script says.

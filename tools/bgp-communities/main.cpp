@@ -24,6 +24,9 @@ constexpr auto commands = std::to_array<Command const*>({
     &stashCommand,
     &showCommand,
     &mergeCommand,
+    &diffCommand,
+    &exportCommand,
+    &reportCommand,
     &typesCommand,
 });
 

@@ -14,6 +14,9 @@ extern Command const replayCommand;
 extern Command const stashCommand;
 extern Command const showCommand;
 extern Command const mergeCommand;
+extern Command const diffCommand;
+extern Command const exportCommand;
+extern Command const reportCommand;
 extern Command const typesCommand;
 
 } // namespace BgpCommunities

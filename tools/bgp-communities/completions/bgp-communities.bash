@@ -2,7 +2,7 @@
 
 _bgp_communities() {
     local word=$2 before=$3 options=
-    local commands="decode read stats roundtrip replay stash show merge types"
+    local commands="decode read stats roundtrip replay stash show merge diff export report types"
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
         mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$word")
@@ -38,7 +38,7 @@ _bgp_communities() {
             --origin-as | --as-path | --limit | --jobs | --top)
             return
             ;;
-        --out | --dictionary)
+        --out | --dictionary | --sqlite)
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return
             ;;
@@ -56,6 +56,9 @@ _bgp_communities() {
         stash) options="--out --add-path --verbose" ;;
         show) options="--json --follow --dictionary" ;;
         merge) options="--out" ;;
+        diff) options="--json --add-path --verbose" ;;
+        export) options="--sqlite --add-path --verbose" ;;
+        report) options="--out --top --add-path --verbose" ;;
         types) options="--json" ;;
     esac
     if [[ $word == -* ]]; then

@@ -122,6 +122,15 @@ class ListUsesOf final : public ListUses {
         });
     }
 
+    [[nodiscard]] std::vector<std::pair<ListId, std::uint64_t>> uses() const override {
+        std::vector<std::pair<ListId, std::uint64_t>> all;
+        all.reserve(uses_.size());
+        for (auto const& [list, uses] : uses_) {
+            all.emplace_back(list.get(), uses);
+        }
+        return all;
+    }
+
     [[nodiscard]] InternedKind summary(std::size_t most) const override {
         MemberUses const members = memberUses();
         InternedKind summary;

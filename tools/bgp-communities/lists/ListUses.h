@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <MoxStash/StoreManager.h>
@@ -73,6 +74,9 @@ class ListUses {
     /** Adds the lists of this kind in a store; false if it holds none. Throws StoreException, also
         for a list that fits no attribute. */
     virtual bool addStored(MoxStash::StoreManager& store) = 0;
+
+    /** All lists, in no order. */
+    [[nodiscard]] virtual std::vector<std::pair<ListId, std::uint64_t>> uses() const = 0;
 
     /** With at most `most` of the most used values, and of the most used lists. */
     [[nodiscard]] virtual InternedKind summary(std::size_t most) const = 0;

@@ -9,6 +9,7 @@
 #include <Mox/Hash.h>
 
 #include "MemberFields.h"
+#include "text/MemberName.h"
 
 namespace BgpCommunities {
 
@@ -198,12 +199,15 @@ std::vector<TargetUse> RouteTally::targets() const {
     std::vector<TargetUse> all;
     Members members(*this);
     for (auto const& [group, carried] : grouping(GroupBy::peer).groups) {
-        std::map<std::string, std::uint64_t> uses; // by text
+        std::map<std::string, std::uint64_t> uses; // by name
         for (auto const& [lists, routes] : carried.routes) {
             for (std::size_t kind = 0; kind < communityKinds; ++kind) {
                 for (ListMember const& member : members.of(kind, lists[kind])) {
-                    if (isRouteTarget(static_cast<CommunityKind>(kind), member.octets)) {
-                        uses[member.text] += routes;
+                    auto const communityKind = static_cast<CommunityKind>(kind);
+                    if (isRouteTarget(communityKind, member.octets)) {
+                        std::string name;
+                        appendMemberName(name, communityKind, octetsOf(member.octets));
+                        uses[name] += routes;
                     }
                 }
             }

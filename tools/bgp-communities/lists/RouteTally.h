@@ -49,7 +49,7 @@ struct GroupCounts {
 
 /** A route target, and the routes with it that a peer sent; a plain value. */
 struct TargetUse {
-    std::string target; // text
+    std::string target; // name, as appendMemberName() writes it
     Peer peer;
     std::uint64_t routes = 0;
 };

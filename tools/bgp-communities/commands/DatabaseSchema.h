@@ -1,0 +1,109 @@
+#pragma once
+
+#include <string_view>
+
+namespace BgpCommunities {
+
+/** PRAGMA application_id of the databases that `export` writes: "BGPc". */
+inline constexpr std::string_view databaseApplication = "1111969891";
+/** PRAGMA user_version: rises when a table or column changes its meaning or goes. */
+inline constexpr std::string_view databaseVersion = "1";
+
+/** The tables; docs/questions.md describes them. */
+inline constexpr std::string_view databaseTables = R"sql(
+CREATE TABLE dumps (
+    id INTEGER PRIMARY KEY,
+    name TEXT NOT NULL,             -- as it was given
+    digest TEXT NOT NULL UNIQUE,    -- of its routes and attributes: FNV-1a, 64 bits
+    records INTEGER NOT NULL,       -- MRT records
+    routes INTEGER NOT NULL,        -- rows in routes
+    first_time INTEGER,             -- of its routes: microseconds since 1970, UTC
+    last_time INTEGER,
+    malformed INTEGER NOT NULL      -- 1 if a part of it could not be read or was left out
+);
+CREATE TABLE peers (
+    id INTEGER PRIMARY KEY,
+    address TEXT NOT NULL,          -- "-" if the dump does not tell
+    asn INTEGER NOT NULL,
+    UNIQUE (address, asn)
+);
+CREATE TABLE communities (
+    id INTEGER PRIMARY KEY,
+    kind TEXT NOT NULL,             -- standard, extended, ipv6 or large
+    octets BLOB NOT NULL,           -- as on the wire
+    text TEXT NOT NULL,
+    name TEXT NOT NULL,             -- as read --community takes it: no-export, rt:64496:1
+    asn INTEGER,                    -- the AS that it starts with, null if none
+    route_target INTEGER NOT NULL,  -- 1 if it is a route target
+    UNIQUE (kind, octets)
+);
+CREATE TABLE lists (
+    id INTEGER PRIMARY KEY,
+    kind TEXT NOT NULL,
+    octets BLOB NOT NULL,           -- of its members, each once, sorted
+    text TEXT NOT NULL,
+    members INTEGER NOT NULL,
+    UNIQUE (kind, octets)
+);
+CREATE TABLE list_members (
+    list INTEGER NOT NULL REFERENCES lists,
+    position INTEGER NOT NULL,      -- from 0
+    community INTEGER NOT NULL REFERENCES communities,
+    PRIMARY KEY (list, position)
+) WITHOUT ROWID;
+CREATE TABLE routes (
+    id INTEGER PRIMARY KEY,         -- in the order of the dumps
+    dump INTEGER NOT NULL REFERENCES dumps,
+    record INTEGER NOT NULL,        -- MRT record, from 1
+    time INTEGER NOT NULL,          -- of the record: microseconds since 1970, UTC
+    event TEXT NOT NULL,            -- table, announce or withdraw
+    peer INTEGER NOT NULL REFERENCES peers,
+    family TEXT NOT NULL,           -- "IPv4 unicast"
+    prefix TEXT NOT NULL,
+    path_id INTEGER,                -- RFC 7911
+    standard INTEGER REFERENCES lists,
+    extended INTEGER REFERENCES lists,
+    ipv6 INTEGER REFERENCES lists,
+    large INTEGER REFERENCES lists
+);
+CREATE VIEW route_lists AS
+    SELECT id AS route, standard AS list FROM routes WHERE standard IS NOT NULL
+    UNION ALL SELECT id, extended FROM routes WHERE extended IS NOT NULL
+    UNION ALL SELECT id, ipv6 FROM routes WHERE ipv6 IS NOT NULL
+    UNION ALL SELECT id, large FROM routes WHERE large IS NOT NULL;
+CREATE VIEW route_communities AS
+    SELECT route, list, community, kind, text, name, asn, route_target
+    FROM route_lists JOIN list_members USING (list) JOIN communities ON communities.id = community;
+CREATE VIEW list_uses AS
+    SELECT lists.*, uses.routes
+    FROM (SELECT list, count(*) AS routes FROM route_lists GROUP BY list) AS uses
+    JOIN lists ON lists.id = uses.list;
+CREATE VIEW community_uses AS
+    SELECT communities.*, sum(uses.routes) AS routes
+    FROM (SELECT list, count(*) AS routes FROM route_lists GROUP BY list) AS uses
+    JOIN list_members USING (list) JOIN communities ON communities.id = community
+    GROUP BY communities.id;
+CREATE VIEW as_routes AS
+    SELECT asn, count(DISTINCT route) AS routes, count(DISTINCT community) AS communities
+    FROM route_communities WHERE asn IS NOT NULL GROUP BY asn;
+CREATE VIEW last_routes AS          -- of each route of a peer the last row, if not withdrawn
+    SELECT * FROM (
+        SELECT *, row_number() OVER (PARTITION BY peer, family, prefix, path_id
+                                     ORDER BY time DESC, id DESC) AS age FROM routes)
+    WHERE age = 1 AND event <> 'withdraw';
+)sql";
+
+/** Made when the first dump is in: rows are then inserted faster. */
+inline constexpr std::string_view databaseIndexes = R"sql(
+CREATE INDEX IF NOT EXISTS list_members_by_community ON list_members (community);
+CREATE INDEX IF NOT EXISTS communities_by_name ON communities (name);
+CREATE INDEX IF NOT EXISTS routes_by_prefix ON routes (prefix);
+CREATE INDEX IF NOT EXISTS routes_by_peer ON routes (peer);
+CREATE INDEX IF NOT EXISTS routes_by_time ON routes (time);
+CREATE INDEX IF NOT EXISTS routes_by_standard ON routes (standard) WHERE standard IS NOT NULL;
+CREATE INDEX IF NOT EXISTS routes_by_extended ON routes (extended) WHERE extended IS NOT NULL;
+CREATE INDEX IF NOT EXISTS routes_by_ipv6 ON routes (ipv6) WHERE ipv6 IS NOT NULL;
+CREATE INDEX IF NOT EXISTS routes_by_large ON routes (large) WHERE large IS NOT NULL;
+)sql";
+
+} // namespace BgpCommunities

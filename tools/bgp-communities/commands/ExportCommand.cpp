@@ -1,0 +1,137 @@
+#include "Commands.h"
+
+#include <filesystem>
+#include <string>
+
+#include "DumpFiles.h"
+#include "RouteDatabase.h"
+#include "lists/Agent.h"
+#include "text/Output.h"
+#include "text/StandardError.h"
+#include "text/Utf8.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr std::string_view sqliteOption = "--sqlite";
+constexpr Option exportOptions[] = {{sqliteOption, true}, addPathOption, {verboseOption}};
+
+constexpr std::string_view exportHelp =
+    R"(usage: bgp-communities export --sqlite DB [--add-path[=HOW]] [--verbose] FILE...
+
+Adds the routes of MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2; "-" is standard input) to an
+SQLite database, which is created if there is none: every route that was announced, withdrawn or in
+a table, and every distinct list and community once.
+
+  --sqlite DB       the file of the database
+  --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
+                    for each message and family; no; or yes, which HOW may be left out for
+  --verbose         name all that is malformed on standard error, not only the first few of each
+                    kind
+
+Tables: dumps, peers, routes, communities, lists, list_members. Views: route_lists,
+route_communities, list_uses, community_uses, as_routes, last_routes. `sqlite3 DB .schema` prints
+them with comments; PRAGMA user_version is the version of the schema.
+
+Each dump is one transaction. If it cannot be read or the disk is full, this is reported, the
+database keeps the dumps that were in it, and the exit status is 3; if the process is killed, the
+next program that opens the database restores it from its journal. A dump that is in the database
+already, under any name, is refused in the same way, and the next one is read.
+
+examples:
+  bgp-communities export --sqlite routes.db rib.bz2 updates.*.gz
+  sqlite3 routes.db 'SELECT name, routes FROM community_uses ORDER BY routes DESC LIMIT 10'
+)";
+
+/** A transaction, rolled back unless committed. */
+class Transaction {
+  public:
+    explicit Transaction(Database& database)
+      : database_(database) {
+        database_.execute("BEGIN IMMEDIATE");
+    }
+
+    ~Transaction() {
+        try {
+            if (isOpen_) {
+                database_.execute("ROLLBACK");
+            }
+        } catch (DatabaseError const&) { // SQLite has rolled back itself
+        }
+    }
+
+    Transaction(Transaction const&) = delete;
+    Transaction& operator=(Transaction const&) = delete;
+
+    void commit() {
+        database_.execute("COMMIT");
+        isOpen_ = false;
+    }
+
+  private:
+    Database& database_;
+    bool isOpen_ = true;
+};
+
+/** Adds one dump; on error the database is unchanged. Throws DatabaseError. */
+ExitStatus addDump(Database& database, DumpInput const& input, bool verbose, Output& output) {
+    std::string const name(input.files[0]);
+    Transaction transaction(database);
+    prepareRouteDatabase(database);
+    Agent agent;
+    RouteInserter inserter(database, agent, verbose);
+    DumpResult const result = readDumps(input, inserter);
+    if (result.status == ExitStatus::unreadable) {
+        complain(name + ": not added to " + database.name());
+        return result.status;
+    }
+    if (auto const same = inserter.finish(name, result.counts.records,
+                                          result.status == ExitStatus::malformed)) {
+        complain(name + ": not added: " + database.name() + " holds this dump as " + *same);
+        return ExitStatus::unreadable;
+    }
+    transaction.commit();
+    output.text().append(masked(name)).append(": ").append(std::to_string(inserter.routes()));
+    output.text() += " routes";
+    output.endLine();
+    return result.status;
+}
+
+/** A database that was created for nothing. */
+void removeIfEmpty(std::string const& name) {
+    std::error_code error;
+    if (std::filesystem::is_regular_file(name, error) &&
+        std::filesystem::file_size(name, error) == 0) {
+        std::filesystem::remove(name, error);
+    }
+}
+
+ExitStatus exportRoutes(Arguments const& arguments, Output& output) {
+    DumpInput input(arguments);
+    auto const name = arguments.value(sqliteOption);
+    if (!name || name->empty()) {
+        throw UsageError("missing --sqlite DB");
+    }
+    ExitStatus status = ExitStatus::allRead;
+    try {
+        Database database{std::string(*name)};
+        database.execute("PRAGMA cache_size = -65536"); // 64 MB
+        for (std::string_view const& file : arguments.operands()) {
+            input.files = {&file, 1};
+            status = worse(status, addDump(database, input, arguments.has(verboseOption), output));
+        }
+    } catch (DatabaseError const& error) {
+        complain(std::string(error.what()) + "; the dump was not added");
+        status = ExitStatus::unreadable;
+    }
+    removeIfEmpty(std::string(*name));
+    return status;
+}
+
+} // namespace
+
+Command const exportCommand = {"export", "add the routes of MRT dumps to a database", exportHelp,
+                               exportOptions, exportRoutes};
+
+} // namespace BgpCommunities

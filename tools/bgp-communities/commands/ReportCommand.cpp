@@ -1,0 +1,80 @@
+#include "Commands.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string>
+
+#include "DumpFiles.h"
+#include "ListStore.h"
+#include "ReportPage.h"
+#include "lists/Agent.h"
+#include "text/NewFile.h"
+#include "text/StandardError.h"
+#include "text/Utf8.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+constexpr std::string_view topOption = "--top";
+constexpr Option reportOptions[] = {
+    {outOption, true}, {topOption, true}, addPathOption, {verboseOption}};
+constexpr GroupBy reportGroupings[] = {GroupBy::peer, GroupBy::as, GroupBy::family, GroupBy::hour};
+
+constexpr std::string_view reportHelp =
+    R"(usage: bgp-communities report --out FILE.html [OPTION...] FILE...
+
+Writes a page of HTML about the communities in MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2;
+"-" is standard input): the most used ones, the ASes by routes that carry theirs, use over time,
+peers, families, lengths of lists, route targets and the peers that send them, and what interning
+saves; as charts, and as tables that can be sorted. The page loads nothing from elsewhere and is
+readable without JavaScript. Its numbers are those of `stats --json` with every --by.
+
+  --out FILE.html   the page
+  --top N           the N most used communities of each kind, and N rows of each table but that of
+                    the hours; 20 if not given
+  --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
+                    for each message and family; no; or yes, which HOW may be left out for
+  --verbose         name all that is malformed on standard error, not only the first few of each
+                    kind
+
+The page is written as FILE.html.new and renamed. If a FILE cannot be read or the page cannot be
+written, the page that was there stays, and the exit status is 3.
+
+examples:
+  bgp-communities report --out rib.html rib.bz2
+)";
+
+ExitStatus report(Arguments const& arguments, Output& output) {
+    constexpr std::size_t defaultTop = 20;
+    DumpInput const input(arguments);
+    std::string const out = outName(arguments, "FILE.html");
+    StatsOptions options;
+    options.top = arguments.count(topOption).value_or(defaultTop);
+    options.groupings.assign(std::begin(reportGroupings), std::end(reportGroupings));
+    Agent agent;
+    RouteTally tally(agent, arguments.has(verboseOption), options.groupings);
+    DumpResult const result = readDumps(input, tally);
+    if (result.status == ExitStatus::unreadable) {
+        complain(out + ": not written: some input could not be read");
+        return result.status;
+    }
+    ReportContent content;
+    content.files.assign(input.files.begin(), input.files.end());
+    content.sections = statsSections(result, tally, options, 0);
+    content.targets = tally.targets();
+    content.targets.resize(std::min(content.targets.size(), options.top));
+    content.top = options.top;
+    replaceFile(out, reportPage(content));
+    output.text().append(masked(out)).append(": ");
+    output.text().append(std::to_string(tally.routes())).append(" routes");
+    output.endLine();
+    return result.status;
+}
+
+} // namespace
+
+Command const reportCommand = {"report", "write a page of charts and tables about MRT dumps",
+                               reportHelp, reportOptions, report};
+
+} // namespace BgpCommunities

@@ -1,0 +1,217 @@
+#include "RouteDatabase.h"
+
+#include <algorithm>
+
+#include "DatabaseSchema.h"
+#include "input/Numbers.h"
+#include "lists/KindKeys.h"
+#include "lists/MemberFields.h"
+#include "text/MemberName.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+std::int64_t microseconds(RecordPosition const& at) {
+    return std::int64_t{at.seconds} * 1000000 + at.microseconds;
+}
+
+/** Adds a dump whose columns are completed by `finish()`. */
+std::int64_t insertDump(Database& database) {
+    Statement(database, "INSERT INTO dumps (name, digest, records, routes, malformed)"
+                        " VALUES ('', '', 0, 0, 0)")
+        .run();
+    return database.lastId();
+}
+
+} // namespace
+
+void prepareRouteDatabase(Database& database) {
+    std::string const application(databaseApplication), version(databaseVersion);
+    if (database.number("SELECT count(*) FROM sqlite_master") == 0) {
+        database.execute(std::string(databaseTables) + "PRAGMA application_id = " + application +
+                         "; PRAGMA user_version = " + version);
+        return;
+    }
+    if (std::to_string(database.number("PRAGMA application_id")) != application) {
+        throw DatabaseError(database.name() + ": not a database that export wrote");
+    }
+    auto const found = std::to_string(database.number("PRAGMA user_version"));
+    if (found != version) {
+        throw DatabaseError(database.name() + ": schema version is " + found + ", expected " +
+                            version);
+    }
+}
+
+RouteInserter::RouteInserter(Database& database, Agent& agent, bool verbose)
+  : ListCounter(agent, verbose)
+  , database_(database)
+  , insertRoute_(database, "INSERT INTO routes (dump, record, time, event, peer, family, prefix,"
+                           " path_id, standard, extended, ipv6, large)"
+                           " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
+  , insertPeer_(database, "INSERT INTO peers (address, asn) VALUES (?, ?)")
+  , findPeer_(database, "SELECT id FROM peers WHERE address = ? AND asn = ?")
+  , insertList_(database, "INSERT INTO lists (kind, octets, text, members) VALUES (?, ?, ?, ?)")
+  , findList_(database, "SELECT id FROM lists WHERE kind = ? AND octets = ?")
+  , insertMember_(database, "INSERT INTO list_members (list, position, community)"
+                            " VALUES (?, ?, ?)")
+  , insertCommunity_(database, "INSERT INTO communities (kind, octets, text, name, asn,"
+                               " route_target) VALUES (?, ?, ?, ?, ?, ?)")
+  , findCommunity_(database, "SELECT id FROM communities WHERE kind = ? AND octets = ?")
+  , dump_(insertDump(database)) {}
+
+std::optional<std::string> RouteInserter::finish(std::string_view name, std::uint64_t records,
+                                                 bool malformed) {
+    std::string hex;
+    appendNumber(hex, digest_, 16);
+    hex.insert(0, 16 - hex.size(), '0');
+    if (auto const same = Statement(database_, "SELECT id, name FROM dumps WHERE digest = ?")
+                              .bind(std::string_view(hex))
+                              .row()) {
+        return same->text;
+    }
+    Statement(database_, "UPDATE dumps SET name = ?, digest = ?, records = ?, routes = ?,"
+                         " first_time = ?, last_time = ?, malformed = ? WHERE id = ?")
+        .bind(name)
+        .bind(std::string_view(hex))
+        .bind(static_cast<std::int64_t>(records))
+        .bind(inserted_)
+        .bind(firstTime_)
+        .bind(lastTime_)
+        .bind(std::int64_t{malformed})
+        .bind(dump_)
+        .run();
+    database_.execute(std::string(databaseIndexes));
+    return std::nullopt;
+}
+
+// ---- Routes -------------------------------------------------------------------------------------
+
+void RouteInserter::handleLists(Update const& update, ListSet const& lists) {
+    digest(update.at, update.peer, update.communities);
+    for (Route const& route : update.withdrawn) {
+        insert({update.at, update.peer, "withdraw", {}}, route);
+    }
+    for (Route const& route : update.announced) {
+        insert({update.at, update.peer, "announce", lists}, route);
+    }
+}
+
+void RouteInserter::handleLists(RibEntry const& entry, ListSet const& lists) {
+    digest(entry.at, entry.peer, entry.communities);
+    insert({entry.at, entry.peer, "table", lists}, entry.route);
+}
+
+void RouteInserter::insert(Event const& event, Route const& route) {
+    std::int64_t const time = microseconds(event.at);
+    firstTime_ = std::min(firstTime_.value_or(time), time);
+    lastTime_ = std::max(lastTime_.value_or(time), time);
+    digest(event.name);
+    digest(RouteKey(route).octets());
+    insertRoute_.bind(dump_).bind(static_cast<std::int64_t>(event.at.number)).bind(time);
+    insertRoute_.bind(event.name).bind(peerId(event.peer));
+    text_.clear();
+    appendText(text_, route.family);
+    insertRoute_.bind(std::string_view(text_));
+    text_.clear();
+    appendText(text_, route);
+    insertRoute_.bind(std::string_view(text_));
+    insertRoute_.bind(route.hasPathId ? std::optional<std::int64_t>(route.pathId) : std::nullopt);
+    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
+        if (event.lists[kind] != nullptr) {
+            insertRoute_.bind(listId(kind, event.lists[kind]));
+        } else {
+            insertRoute_.bindNull();
+        }
+    }
+    insertRoute_.run();
+    ++inserted_;
+}
+
+std::int64_t RouteInserter::peerId(Peer const& peer) {
+    text_.clear();
+    appendText(text_, peer);
+    auto const [known, isNew] = peers_.try_emplace(text_);
+    if (!isNew) {
+        return known->second;
+    }
+    std::string address;
+    appendText(address, peer.address);
+    auto const found = findPeer_.bind(std::string_view(address)).bind(std::int64_t{peer.as}).row();
+    if (!found) {
+        insertPeer_.bind(std::string_view(address)).bind(std::int64_t{peer.as}).run();
+    }
+    return known->second = found ? found->number : database_.lastId();
+}
+
+// ---- Lists and communities ----------------------------------------------------------------------
+
+std::int64_t RouteInserter::listId(std::size_t kind, ListId list) {
+    auto const [known, isNew] = lists_.try_emplace(list);
+    if (isNew) {
+        known->second = insertList(kind, list);
+    }
+    return known->second;
+}
+
+std::int64_t RouteInserter::insertList(std::size_t kind, ListId list) {
+    ListUses const& uses = lists(static_cast<CommunityKind>(kind));
+    auto const members = uses.members(list);
+    std::string octets;
+    for (ListMember const& member : members) {
+        octets += member.octets;
+    }
+    if (auto const found = findList_.bind(kindKeys[kind]).bindOctets(octets).row()) {
+        return found->number;
+    }
+    insertList_.bind(kindKeys[kind]).bindOctets(octets).bind(std::string_view(uses.text(list)));
+    insertList_.bind(static_cast<std::int64_t>(members.size())).run();
+    std::int64_t const id = database_.lastId();
+    std::int64_t position = 0;
+    for (ListMember const& member : members) {
+        insertMember_.bind(id).bind(position++).bind(communityId(kind, member)).run();
+    }
+    return id;
+}
+
+std::int64_t RouteInserter::communityId(std::size_t kind, ListMember const& member) {
+    auto const [known, isNew] = communities_.try_emplace(member.octets);
+    if (!isNew) {
+        return known->second;
+    }
+    if (auto const found = findCommunity_.bind(kindKeys[kind]).bindOctets(member.octets).row()) {
+        return known->second = found->number;
+    }
+    auto const as = administratorAs(static_cast<CommunityKind>(kind), member.octets);
+    bool const isTarget = isRouteTarget(static_cast<CommunityKind>(kind), member.octets);
+    insertCommunity_.bind(kindKeys[kind]).bindOctets(member.octets);
+    std::string name;
+    appendMemberName(name, static_cast<CommunityKind>(kind), octetsOf(member.octets));
+    insertCommunity_.bind(std::string_view(member.text)).bind(std::string_view(name));
+    insertCommunity_.bind(as ? std::optional<std::int64_t>(*as) : std::nullopt);
+    insertCommunity_.bind(std::int64_t{isTarget}).run();
+    return known->second = database_.lastId();
+}
+
+// ---- Digest -------------------------------------------------------------------------------------
+
+void RouteInserter::digest(std::string_view octets) {
+    for (char const octet : octets) {
+        digest_ = (digest_ ^ static_cast<unsigned char>(octet)) * 0x100000001b3U;
+    }
+}
+
+void RouteInserter::digest(RecordPosition const& at, Peer const& peer,
+                           std::span<CommunityAttribute const> communities) {
+    text_.clear();
+    appendNumber(text_, microseconds(at));
+    text_ += ' ';
+    appendText(text_, peer);
+    digest(text_);
+    for (CommunityAttribute const& attribute : communities) {
+        digest({reinterpret_cast<char const*>(attribute.value.data()), attribute.value.size()});
+        digest(kindKeys[static_cast<std::size_t>(attribute.kind)]);
+    }
+}
+
+} // namespace BgpCommunities

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "Database.h"
+#include "lists/ListCounter.h"
+#include "lists/ListSet.h"
+#include "lists/RouteTable.h"
+
+namespace BgpCommunities {
+
+/** Creates the tables in an empty database; throws DatabaseError if it holds something else than
+    tables of this version. */
+void prepareRouteDatabase(Database& database);
+
+/**
+ * Inserts the routes of one dump into a database.
+ *
+ * Each distinct list and community is inserted once, when it first comes, and found again by its
+ * octets if an earlier dump had it. The database, in which a transaction is open, and the agent are
+ * not owned. Thread-compatible. Handlers throw DatabaseError.
+ */
+class RouteInserter final : public ListCounter {
+  public:
+    RouteInserter(Database& database, Agent& agent, bool verbose);
+
+    /** After the dump was read: completes its row. Returns the name under which the same dump is
+        there already, if it is; the transaction is then to be rolled back. */
+    std::optional<std::string> finish(std::string_view name, std::uint64_t records, bool malformed);
+
+    [[nodiscard]] std::int64_t routes() const { return inserted_; }
+
+  private:
+    /** What a row of a route says besides the route itself. */
+    struct Event {
+        RecordPosition const& at;
+        Peer const& peer;
+        std::string_view name;
+        ListSet lists;
+    };
+
+    void handleLists(Update const& update, ListSet const& lists) override;
+    void handleLists(RibEntry const& entry, ListSet const& lists) override;
+    void insert(Event const& event, Route const& route);
+    std::int64_t peerId(Peer const& peer);
+    std::int64_t listId(std::size_t kind, ListId list);
+    std::int64_t insertList(std::size_t kind, ListId list);
+    std::int64_t communityId(std::size_t kind, ListMember const& member);
+    void digest(std::string_view octets);
+    void digest(RecordPosition const& at, Peer const& peer,
+                std::span<CommunityAttribute const> communities);
+
+    Database& database_;
+    Statement insertRoute_, insertPeer_, findPeer_, insertList_, findList_, insertMember_,
+        insertCommunity_, findCommunity_;
+    std::int64_t const dump_;
+    std::unordered_map<ListId, std::int64_t> lists_;
+    std::unordered_map<std::string, std::int64_t> communities_; // by octets: kinds differ in size
+    std::unordered_map<std::string, std::int64_t> peers_;       // by text
+    std::string text_;                                          // of what is inserted
+    std::int64_t inserted_ = 0;
+    std::optional<std::int64_t> firstTime_, lastTime_; // microseconds since 1970
+    std::uint64_t digest_ = 0xcbf29ce484222325U;       // FNV-1a
+};
+
+} // namespace BgpCommunities
