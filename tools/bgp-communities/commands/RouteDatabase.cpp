@@ -44,7 +44,7 @@ void prepareRouteDatabase(Database& database) {
 }
 
 RouteInserter::RouteInserter(Database& database, Agent& agent, bool verbose)
-  : ListCounter(agent, verbose)
+  : ListCounter(agent, verbose, true)
   , database_(database)
   , insertRoute_(database, "INSERT INTO routes (dump, record, time, event, peer, family, prefix,"
                            " path_id, standard, extended, ipv6, large)"

@@ -36,7 +36,7 @@ using ComparedRoutes = std::map<std::string, std::map<RouteName, RouteSides>>;
 class ComparedSide final : public ListCounter {
   public:
     ComparedSide(Agent& agent, bool verbose, ComparedRoutes& routes, std::size_t side)
-      : ListCounter(agent, verbose)
+      : ListCounter(agent, verbose, true)
       , routes_(routes)
       , side_(side) {}
 

@@ -6,12 +6,23 @@ namespace BgpCommunities {
 
 void ListCounter::handleUpdate(Update const& update) {
     routes_ += update.announced.size() + update.withdrawn.size();
-    handleLists(update, count(update.at, update.communities));
+    countListsOf(update);
 }
 
 void ListCounter::handleRibEntry(RibEntry const& entry) {
     ++routes_;
-    handleLists(entry, count(entry.at, entry.communities));
+    countListsOf(entry);
+}
+
+template <class Carrier>
+void ListCounter::countListsOf(Carrier const& carrier) {
+    if (passesLists_) {
+        ListSet lists{};
+        count(carrier.at, carrier.communities, &lists);
+        handleLists(carrier, lists);
+    } else {
+        count(carrier.at, carrier.communities, nullptr);
+    }
 }
 
 void ListCounter::add(ListCounter const& other) {
@@ -23,19 +34,17 @@ void ListCounter::add(ListCounter const& other) {
     }
 }
 
-ListSet ListCounter::count(RecordPosition const& at,
-                           std::span<CommunityAttribute const> communities) {
-    ListSet lists{};
+void ListCounter::count(RecordPosition const& at, std::span<CommunityAttribute const> communities,
+                        ListSet* lists) {
     for (CommunityAttribute const& attribute : communities) {
         if (attribute.form() != CommunityAttribute::Form::wellFormed) {
             continue;
         }
         ListId const list = count(at, attribute);
-        if (attribute.repetition == 0) {
-            lists[static_cast<std::size_t>(attribute.kind)] = list;
+        if (lists != nullptr && attribute.repetition == 0) {
+            (*lists)[static_cast<std::size_t>(attribute.kind)] = list;
         }
     }
-    return lists;
 }
 
 ListId ListCounter::count(RecordPosition const& at, CommunityAttribute const& attribute) {

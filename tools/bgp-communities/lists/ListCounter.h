@@ -28,8 +28,7 @@ class ListCounter : public DumpHandler {
     };
 
     ListCounter(Agent& agent, bool verbose)
-      : DumpHandler(verbose)
-      , lists_(listUses(agent)) {}
+      : ListCounter(agent, verbose, false) {}
 
     void handleUpdate(Update const& update) final;
     void handleRibEntry(RibEntry const& entry) final;
@@ -52,6 +51,12 @@ class ListCounter : public DumpHandler {
     [[nodiscard]] std::span<std::unique_ptr<ListUses> const> lists() const { return lists_; }
 
   protected:
+    /** If `passesLists`, `handleLists()` is called for each message and entry. */
+    ListCounter(Agent& agent, bool verbose, bool passesLists)
+      : DumpHandler(verbose)
+      , passesLists_(passesLists)
+      , lists_(listUses(agent)) {}
+
     // Called after the lists were counted. Of a repeated attribute the first counts (RFC 7606).
     virtual void handleLists(Update const& /*update*/, ListSet const& /*lists*/) {}
     virtual void handleLists(RibEntry const& /*entry*/, ListSet const& /*lists*/) {}
@@ -65,11 +70,15 @@ class ListCounter : public DumpHandler {
         static constexpr std::size_t octets() { return 0; }
     };
 
-    ListSet count(RecordPosition const& at, std::span<CommunityAttribute const> communities);
+    template <class Carrier>
+    void countListsOf(Carrier const& carrier);
+    void count(RecordPosition const& at, std::span<CommunityAttribute const> communities,
+               ListSet* lists);
     ListId count(RecordPosition const& at, CommunityAttribute const& attribute);
     void countRefused(RecordPosition const& at, CommunityAttribute const& attribute,
                       Routing::Bgp::AttributeVerdict verdict);
 
+    bool const passesLists_;
     std::uint64_t routes_ = 0;
     std::array<Refused, communityKinds> refused_;
     std::vector<std::unique_ptr<ListUses>> lists_; // by CommunityKind

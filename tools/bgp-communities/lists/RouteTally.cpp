@@ -78,7 +78,7 @@ void addRoutes(GroupCounts& counts, ListSet const& lists, std::uint64_t routes) 
 } // namespace
 
 RouteTally::RouteTally(Agent& agent, bool verbose, std::span<GroupBy const> groupings)
-  : ListCounter(agent, verbose) {
+  : ListCounter(agent, verbose, !groupings.empty()) {
     for (GroupBy const by : groupings) {
         groupings_.emplace_back(by);
     }
