@@ -222,7 +222,7 @@ TEST(ReadCommandTest, ARouteIsPrintedWhole) {
     Lines const tsv = linesOf(run({"read", "--format", "tsv", file.path()}).out);
     ASSERT_EQ(tsv.size(), 4U);
     for (std::string const& line : tsv) {
-        EXPECT_EQ(fieldsOf(line).size(), fieldsOf(tsv[0]).size()) << line;
+        EXPECT_EQ(std::count(line.begin(), line.end(), '\t'), 18) << line;
     }
     EXPECT_EQ(
         fieldsOf(tsv[2]),

@@ -113,12 +113,15 @@ std::string escaped(std::string_view text) {
 
 /** "12,345" */
 std::string grouped(std::uint64_t number) {
-    std::string digits = std::to_string(number);
-    for (std::size_t at = digits.size(); at > 3;) {
-        at -= 3;
-        digits.insert(at, ",");
+    std::string const digits = std::to_string(number);
+    std::string out;
+    for (std::size_t left = digits.size(); left != 0; --left) {
+        out += digits[digits.size() - left];
+        if (left % 3 == 1 && left != 1) {
+            out += ',';
+        }
     }
-    return digits;
+    return out;
 }
 
 // ---- Charts -------------------------------------------------------------------------------------
