@@ -41,7 +41,7 @@ that is a pipe.
 
 A route is known by peer, family, path identifier, route distinguisher and prefix, not by labels;
 routes of families that are not taken apart by the octets of their NLRI. The entries of table dumps
-are announcements, but for those of peers that the dump does not tell. An UPDATE withdraws first,
+are announcements, but for those whose peer is unknown. An UPDATE withdraws first,
 then announces. A peer that leaves the state Established, or enters it anew, loses its routes; if the
 record does not tell its address (0.0.0.0), the only peer of its AS that has routes does, and with
 several of them none. What was sent to a peer (the local forms of messages) is
@@ -65,8 +65,8 @@ examples:
 struct ReplayCounts {
     std::uint64_t updates = 0;
     std::uint64_t ribEntries = 0;
-    std::uint64_t nobodys = 0; // RIB entries of peers that the dump does not tell
-    std::uint64_t sent = 0;    // UPDATEs that were not received
+    std::uint64_t withoutPeer = 0; // RIB entries whose peer is unknown
+    std::uint64_t sent = 0;        // UPDATEs that were not received
     std::uint64_t announced = 0;
     std::uint64_t replaced = 0; // of `announced`: the route was there
     std::uint64_t withdrawn = 0;
@@ -126,7 +126,7 @@ class Replay final : public DumpHandler {
 
     void handleRibEntry(RibEntry const& entry) override {
         if (entry.peer.address.size == 0) {
-            ++counts_.nobodys;
+            ++counts_.withoutPeer;
             return;
         }
         ++counts_.ribEntries;
@@ -275,7 +275,7 @@ void writeCounts(std::string& out, Replay const& replay) {
              {"UPDATEs applied", counts.updates},
              {"UPDATEs left out, sent to a peer", counts.sent},
              {"RIB entries applied", counts.ribEntries},
-             {"RIB entries left out, of unknown peers", counts.nobodys},
+             {"RIB entries left out, of unknown peers", counts.withoutPeer},
              {"announcements", counts.announced},
              {"announcements that replaced a route", counts.replaced},
              {"announcements treated as withdrawals", counts.malformed},

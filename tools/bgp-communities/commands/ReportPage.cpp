@@ -245,7 +245,7 @@ StatsGrouping const& groupingOf(ReportContent const& content, GroupBy by) {
     return *std::find_if(all.begin(), all.end(), [&](auto const& one) { return one.by == by; });
 }
 
-std::uint64_t sum(StatsGrouping const& grouping, std::uint64_t GroupCounts::* count) {
+std::uint64_t sum(StatsGrouping const& grouping, std::uint64_t GroupCounts::*count) {
     std::uint64_t sum = 0;
     for (StatsGroup const& row : grouping.rows) {
         sum += row.group.*count;
@@ -285,7 +285,7 @@ void appendMostUsed(std::string& out, ReportContent const& content) {
     Table table = {"most-used", {"name", "text", "kind", "octets", "attributes"}, 4, {}};
     std::vector<Bar> bars;
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
-        for (Used const& used : content.sections.interned[kind].mostUsedValues) {
+        for (UsageCount const& used : content.sections.interned[kind].mostUsedValues) {
             std::string hex;
             JsonWriter(hex).octets(octetsOf(used.octets));
             std::string name;

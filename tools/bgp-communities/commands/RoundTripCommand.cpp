@@ -48,7 +48,7 @@ examples:
 )";
 
 /** The path attribute that a value's members demand, each once and in order: the plainest way. */
-std::string demanded(CommunityKind kind, Octets value) {
+std::string expectedEncoding(CommunityKind kind, Octets value) {
     std::size_t const size = traitsOf(kind).memberOctets;
     std::string_view const octets(reinterpret_cast<char const*>(value.data()), value.size());
     std::vector<std::string_view> members;
@@ -124,7 +124,7 @@ class RoundTrip final : public DumpHandler {
             return;
         }
         ++compared_;
-        std::string const expected = demanded(attribute.kind, attribute.value);
+        std::string const expected = expectedEncoding(attribute.kind, attribute.value);
         if (std::string_view(written) != expected) {
             ++differing_;
             complainOf(at, attribute, expected, written);

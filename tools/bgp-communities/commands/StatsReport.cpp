@@ -19,9 +19,9 @@ double rate(std::uint64_t count, double seconds) {
 
 // ---- JSON ---------------------------------------------------------------------------------------
 
-void writeUsed(JsonWriter& json, std::vector<Used> const& mostUsed) {
+void writeUsed(JsonWriter& json, std::vector<UsageCount> const& mostUsed) {
     json.beginArray();
-    for (Used const& used : mostUsed) {
+    for (UsageCount const& used : mostUsed) {
         json.beginObject().key("uses").number(used.uses);
         json.key("octets").octets(octetsOf(used.octets)).key("text").string(used.text).endObject();
     }
@@ -61,12 +61,12 @@ void appendRight(std::string& out, std::uint64_t number, std::size_t columns) {
     out.append(columns - std::min(columns, digits.size()), ' ').append(digits);
 }
 
-void appendUsed(std::string& out, std::string_view head, std::vector<Used> const& mostUsed) {
+void appendUsed(std::string& out, std::string_view head, std::vector<UsageCount> const& mostUsed) {
     if (mostUsed.empty()) {
         return;
     }
     out.append("\nmost used ").append(head).append("\n");
-    for (Used const& used : mostUsed) {
+    for (UsageCount const& used : mostUsed) {
         appendRight(out, used.uses, 12);
         out.append("  ").append(used.text).append("\n");
     }
@@ -104,8 +104,9 @@ void appendGrouping(std::string& out, StatsGrouping const& grouping) {
         rows.push_back(row.named);
     }
     out += '\n';
-    appendRows(out, std::string("routes by ") +
-                        std::string(groupByKeys[static_cast<std::size_t>(grouping.by)]),
+    appendRows(out,
+               std::string("routes by ") +
+                   std::string(groupByKeys[static_cast<std::size_t>(grouping.by)]),
                rows);
     if (grouping.groups > rows.size()) {
         out.append("and ").append(std::to_string(grouping.groups - rows.size())).append(" more\n");

@@ -80,9 +80,9 @@ auto ranked(Uses const& uses, std::size_t most, OctetsOfKey octets) {
 
 /** The most used of a map's keys, and what they say: `text(key)`. */
 template <class Uses, class OctetsOfKey, class TextOfKey>
-std::vector<Used> mostUsed(Uses const& uses, std::size_t most, OctetsOfKey octets,
-                           TextOfKey text) {
-    std::vector<Used> shown;
+std::vector<UsageCount> mostUsed(Uses const& uses, std::size_t most, OctetsOfKey octets,
+                                 TextOfKey text) {
+    std::vector<UsageCount> shown;
     for (auto const* const entry : ranked(uses, most, octets)) {
         shown.push_back({entry->second, octets(entry->first), text(entry->first)});
     }
@@ -146,10 +146,11 @@ class ListUsesOf final : public ListUses {
         summary.tableOctets = agent_.tableOctets(Kind::kind);
         CommunityFormatter formatter;
         summary.mostUsedValues = mostUsed(
-            members, most, [](Member const& member) { return octetsOfMembers(std::span(&member, 1)); },
+            members, most,
+            [](Member const& member) { return octetsOfMembers(std::span(&member, 1)); },
             [&](Member const& member) { return std::string(formatter.text(member)); });
-        summary.mostUsedLists = mostUsed(
-            uses_, most, octetsOfList, [this](ListPtr const& list) { return text(list.get()); });
+        summary.mostUsedLists = mostUsed(uses_, most, octetsOfList,
+                                         [this](ListPtr const& list) { return text(list.get()); });
         return summary;
     }
 
@@ -157,8 +158,8 @@ class ListUsesOf final : public ListUses {
         CommunityFormatter formatter;
         std::vector<ListMember> members;
         for (Member const& member : *static_cast<List const*>(list)) {
-            members.push_back({octetsOfMembers(std::span(&member, 1)),
-                               std::string(formatter.text(member))});
+            members.push_back(
+                {octetsOfMembers(std::span(&member, 1)), std::string(formatter.text(member))});
         }
         return members;
     }

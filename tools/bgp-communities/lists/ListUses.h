@@ -17,7 +17,7 @@
 namespace BgpCommunities {
 
 /** Something that was interned, and how many attributes carried it. */
-struct Used {
+struct UsageCount {
     std::uint64_t uses = 0;
     std::string octets; // of its members, as on the wire
     std::string text;
@@ -42,8 +42,8 @@ struct InternedKind {
     std::uint64_t distinctValues = 0;
     std::uint64_t objectOctets = 0; // of lists, values and their arrays
     std::uint64_t tableOctets = 0;
-    std::vector<Used> mostUsedValues; // most first; equals in the order of their octets
-    std::vector<Used> mostUsedLists;
+    std::vector<UsageCount> mostUsedValues; // most first; equals in the order of their octets
+    std::vector<UsageCount> mostUsedLists;
     std::map<std::size_t, LengthCount> lengths; // by number of members
 };
 

@@ -11,15 +11,15 @@ namespace BgpCommunities {
 
 /** The layout of the body of a BGP4MP subtype (RFC 6396, section 4.4; RFC 8050, section 3). */
 struct Bgp4mpForm {
-    enum class Holds : std::uint8_t { nothingRead, stateChange, message };
+    enum class Holds : std::uint8_t { unsupported, stateChange, message };
 
-    Holds holds = Holds::nothingRead;
+    Holds holds = Holds::unsupported;
     bool as4 = false;
     bool local = false; // the message was sent to the peer, not received from it
     bool pathIds = false;
 };
 
-/** `holds` is `nothingRead` for deprecated and unassigned subtypes. */
+/** `holds` is `unsupported` for deprecated and unassigned subtypes. */
 Bgp4mpForm const& bgp4mpForm(std::uint16_t subtype);
 
 /** The two ends of the session that a record belongs to; a plain value. */

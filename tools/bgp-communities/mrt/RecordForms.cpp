@@ -41,7 +41,7 @@ bool isRead(RecordHeader const& header) {
         return ribForm(header.subtype).isRead;
     case MrtType::bgp4mp:
     case MrtType::bgp4mpEt:
-        return bgp4mpForm(header.subtype).holds != Bgp4mpForm::Holds::nothingRead;
+        return bgp4mpForm(header.subtype).holds != Bgp4mpForm::Holds::unsupported;
     default:
         return false;
     }
