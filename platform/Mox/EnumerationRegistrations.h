@@ -19,10 +19,13 @@ consteval std::string_view listOfValues() {
     return __PRETTY_FUNCTION__;
 }
 
-/// Whether a number has a row. Compares no pointers, which g++ with -fsanitize=undefined refuses in a
-/// constant expression.
+/// Whether a number has a row. Compares no pointers, which g++ with -fsanitize=undefined refuses in
+/// a constant expression.
 template <Enumeration E>
 consteval bool hasRow(E value) {
+    if (static_cast<U64>(value) < 256) {
+        return octetRows<E>[static_cast<U64>(value)] != 0;
+    }
     bool found = false;
     for (auto const& row : EnumerationTable<E>::rows) {
         found = found || row.number == value;
@@ -47,12 +50,24 @@ consteval bool rowsAreMembers(std::index_sequence<offsets...>) {
     return true;
 }
 
+/// The same, for `count` values. A variable of its own, because compilers bound the steps of one
+/// constant expression.
+template <Enumeration E, U64 first, std::size_t count>
+inline constexpr bool
+    haveRowsIfMembers = rowsAreMembers<E, first>(std::make_index_sequence<count>());
+
 } // namespace Detail
 
 /// Whether every member among the `count` numbers from `first` on has a row.
 template <Enumeration E, U64 first = 0, std::size_t count = 0x101>
 consteval bool everyMemberHasARow() {
-    return Detail::rowsAreMembers<E, first>(std::make_index_sequence<count>());
+    constexpr std::size_t atATime = 32;
+    if constexpr (count <= atATime) {
+        return Detail::haveRowsIfMembers<E, first, count>;
+    } else {
+        return Detail::haveRowsIfMembers<E, first, atATime> &&
+               everyMemberHasARow<E, first + atATime, count - atATime>();
+    }
 }
 
 /// The registrations of some enumerations. A member without a row does not compile.

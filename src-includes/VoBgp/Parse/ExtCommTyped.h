@@ -125,7 +125,7 @@ template <class Row, class... Communities>
 struct ExtCommTypedRegistrations {
     Mox::TypeRegistration const communities[sizeof...(Communities)] = {
         Mox::TypeRegistration(Communities::staticType())...};
-    typename Row::SubRules::template Into<Detail::SubRuleRegistrations> const subRules;
+    typename Row::SubRules::template Into<Detail::SubRuleRegistrations> const subRules{};
     Mox::TypeRegistration const plugin{ExtCommTypedPlugin<Row>::staticType()};
 };
 
