@@ -152,7 +152,7 @@ void appendBars(std::string& out, std::span<Bar const> bars) {
     out += "<div class=\"bars\">\n";
     for (Bar const& bar : bars) {
         std::string const label = escaped(bar.label);
-        out += "<span title=\"" + label + "\">" + label + "</span>";
+        out.append("<span title=\"").append(label).append("\">").append(label).append("</span>");
         out += "<svg viewBox=\"0 0 100 10\" preserveAspectRatio=\"none\" aria-hidden=\"true\">";
         out += "<rect class=\"bar\" width=\"" + percent(bar.value, most) + "\" height=\"10\"/>";
         out += "</svg><b>" + grouped(bar.value) + "</b>\n";

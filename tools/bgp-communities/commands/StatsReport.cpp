@@ -1,6 +1,7 @@
 #include "StatsReport.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <string_view>
@@ -93,7 +94,7 @@ void appendLengths(std::string& out, std::string_view kind,
         appendRight(out, range.count.attributes, 12);
         double const share =
             static_cast<double>(range.count.attributes) / static_cast<double>(most);
-        auto const bar = static_cast<std::size_t>(share * width + 0.5);
+        auto const bar = static_cast<std::size_t>(std::lround(share * width));
         out.append(bar == 0 ? 0 : 2, ' ').append(bar, '#').append("\n");
     }
 }
