@@ -57,9 +57,9 @@ pkg-config files."
 vobgp_debian_package(program bgp-communities net
   "BGP communities in MRT dumps"
   "Prints, counts, checks and replays the BGP communities of routes in MRT dumps
-(RFC 6396), plain or compressed by gzip or bzip2. It knows standard,
-extended, IPv6-address-specific extended and large communities. It also
-decodes single attributes, and writes and prints stores of communities."
+(RFC 6396), plain or compressed. It knows standard, extended,
+IPv6-address-specific extended and large communities. It also decodes
+single attributes, and writes and prints stores of communities."
   SHLIBDEPS ON DEPENDS "${same_version}")
 vobgp_debian_package(documentation libvobgpcommunity-doc doc
   "interned BGP communities (documentation)"

@@ -178,7 +178,7 @@ class HashMap {
     };
 
     // Places are in segments of 8, 8, 16, 32, ..., 2048, 2048, ... that never move: appending a
-    // place copies none, and the memory that one change allocates or frees is bounded.
+    // place copies none, and the places that one change allocates or frees are bounded.
 
     static constexpr unsigned firstSegmentBits = 3;
     static constexpr unsigned largestSegmentBits = 11;

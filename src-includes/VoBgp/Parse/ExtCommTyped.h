@@ -28,7 +28,8 @@ namespace Routing::Bgp {
 /// Base of a typed community: a community of a layout whose texts may be its own.
 ///
 /// `Community` is the class that derives from this one and overrides appendShowForm() and
-/// appendPolicyForm().
+/// appendPolicyForm(). It must not override formatDerivedType() or toStrepForPolicy(), which the
+/// texts of lists do not call.
 template <class Community, class Layout>
 class VOBGP_EXPORT ExtCommTyped : public Layout {
   public:

@@ -24,7 +24,7 @@ constexpr GroupBy reportGroupings[] = {GroupBy::peer, GroupBy::as, GroupBy::fami
 constexpr std::string_view reportHelp =
     R"(usage: bgp-communities report --out FILE.html [OPTION...] FILE...
 
-Writes a page of HTML about the communities in MRT dumps (RFC 6396, RFC 8050; plain, gzip or bzip2;
+Writes a page of HTML about the communities in MRT dumps (RFC 6396, RFC 8050; plain or compressed;
 "-" is standard input): the most used ones, the ASes by routes that carry theirs, use over time,
 peers, families, lengths of lists, route targets and the peers that send them, and what interning
 saves; as charts, and as tables that can be sorted. The page loads nothing from elsewhere and is

@@ -69,7 +69,7 @@ enum class ProblemKind : std::uint8_t {
     emptyAttribute,      // an attribute of communities without a member; delivered as it is
     malformedAttribute,  // one whose length is no multiple of a member's; delivered as it is
     truncatedRecord,     // the input ends in the middle of a record
-    damagedInput,        // gzip or bzip2 data are damaged, cut short or followed by other octets
+    damagedInput,        // compressed data are damaged, truncated or followed by other octets
 };
 
 /** Something malformed, and where. */
