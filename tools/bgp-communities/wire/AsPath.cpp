@@ -101,6 +101,9 @@ void appendLeading(PathText& text, AsPath const& path, std::size_t leading) {
         std::size_t const taken = std::min(leading, segment.length());
         text.append(segment, segment.type == Type::set ? segment.size() : taken);
         leading -= taken;
+        if (taken < segment.length()) {
+            break; // what follows is not adjacent to what was taken (RFC 6793, section 4.2.3)
+        }
     }
 }
 
