@@ -131,8 +131,11 @@ class Bzip2Blocks::Block {
     }
 
     void fill() {
-        out_.resize(firstOctets);
-        for (std::size_t more = 1; more != 0 && started_ && filled_ < out_.size(); filled_ += more) {
+        for (std::size_t more = 1; more != 0 && started_ && filled_ < firstOctets;
+             filled_ += more) {
+            if (filled_ == out_.size()) {
+                out_.resize(std::clamp<std::size_t>(4 * filled_, 16 * 1024, firstOctets));
+            }
             more = step(std::span(out_).subspan(filled_));
         }
     }
@@ -188,7 +191,7 @@ std::size_t Bzip2Blocks::read(std::span<std::uint8_t> out) {
 
 void Bzip2Blocks::finishBlock() {
     if (current_.block->damaged()) {
-        reportDamage(cutBit_ / 8, wrongData);
+        reportDamage((cutBit_ + 7) / 8, wrongData);
     }
     memberChecksum_ = std::rotl(memberChecksum_, 1) ^ current_.checksum;
     current_.block.reset();
@@ -223,7 +226,7 @@ bool Bzip2Blocks::nextPiece() {
         reportTruncation();
         break;
     case Piece::Kind::damaged:
-        reportDamage(piece.bit / 8, wrongData);
+        reportDamage((piece.bit + 7) / 8, wrongData);
         break;
     case Piece::Kind::trailing:
         reportTrailing(bitsHeld() / 8 - piece.bit / 8);

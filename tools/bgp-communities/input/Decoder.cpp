@@ -34,13 +34,29 @@ std::size_t MemberDecoder::read(std::span<std::uint8_t> out) {
 }
 
 bool MemberDecoder::enterMember() {
+    std::uint64_t const zeros = mayBePadded() ? skipZeros() : 0;
     if (!startsMember(source_.peek(longestMagic))) {
-        reportTrailing();
+        bool const atEnd = source_.peek(1).empty();
+        reportTrailing(atEnd ? 0 : zeros);
         return false;
     }
     startMember();
     inMember_ = true;
     return true;
+}
+
+/** Consumes the zeros that come next; returns how many. */
+std::uint64_t MemberDecoder::skipZeros() {
+    for (std::uint64_t skipped = 0;;) {
+        Octets const in = source_.peek(1);
+        auto const end = std::find_if(in.begin(), in.end(), [](auto octet) { return octet != 0; });
+        auto const count = static_cast<std::size_t>(end - in.begin());
+        source_.consume(count);
+        skipped += count;
+        if (in.empty() || count < in.size()) {
+            return skipped;
+        }
+    }
 }
 
 void MemberDecoder::reportDamage(std::uint64_t offset, std::string_view fault) {
@@ -128,6 +144,8 @@ class GzipDecoder final : public MemberDecoder {
 
     void startMember() override { inflateReset(&stream_); }
 
+    [[nodiscard]] bool mayBePadded() const override { return true; }
+
     Step decompress(Octets in, std::span<std::uint8_t> out) override {
         // zlib is compiled without const for its input; it does not write there.
         stream_.next_in = const_cast<Bytef*>(in.data());
@@ -210,6 +228,8 @@ class XzDecoder final : public MemberDecoder {
     [[nodiscard]] bool startsMember(Octets head) const override {
         return head.size() >= xzMagic.size() && startsXz(head);
     }
+
+    [[nodiscard]] bool mayBePadded() const override { return true; }
 
     void startMember() override {
         // `xz -9` needs 65 MB to decompress.

@@ -59,6 +59,10 @@ class MemberDecoder : public Decoder {
 
     [[nodiscard]] virtual bool startsMember(Octets head) const = 0;
     virtual void startMember() = 0;
+
+    /** Zeros may follow a member, before the next one or the end: padding. */
+    [[nodiscard]] virtual bool mayBePadded() const { return false; }
+
     /** Decompresses from `in` into `out`; does neither only if `in` is empty. */
     virtual Step decompress(Octets in, std::span<std::uint8_t> out) = 0;
 
@@ -75,6 +79,7 @@ class MemberDecoder : public Decoder {
   private:
     /** False at the end of the file, or where what follows is no member. */
     bool enterMember();
+    std::uint64_t skipZeros();
 
     std::string format_;
     bool inMember_ = false;
