@@ -1,11 +1,13 @@
 #include "Commands.h"
 
 #include <array>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
 #include <span>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -61,8 +63,8 @@ examples:
 
 /** One of the two inputs: its lists with their uses. */
 struct Side {
-    std::unique_ptr<ListCounter> counter;           // of a dump
-    std::vector<std::unique_ptr<ListUses>> stored;  // of a store
+    std::unique_ptr<ListCounter> counter;          // of a dump
+    std::vector<std::unique_ptr<ListUses>> stored; // of a store
     ExitStatus status = ExitStatus::allRead;
 
     [[nodiscard]] ListUses const& lists(std::size_t kind) const {
@@ -73,8 +75,10 @@ struct Side {
 bool isStore(std::string const& name) {
     constexpr std::string_view magic = "VoStash\n";
     std::array<char, magic.size()> head{};
+    std::error_code error; // a pipe would lose what is read here
     return name.starts_with("shm:") ||
-           (std::ifstream(name, std::ios::binary).read(head.data(), head.size()) &&
+           (name != "-" && std::filesystem::is_regular_file(name, error) &&
+            std::ifstream(name, std::ios::binary).read(head.data(), head.size()) &&
             std::string_view(head.data(), head.size()) == magic);
 }
 
@@ -88,8 +92,8 @@ Side readSide(Agent& agent, Arguments const& arguments, std::size_t number,
     }
     DumpInput input(arguments);
     input.files = input.files.subspan(number, 1);
-    side.counter = std::make_unique<ComparedSide>(agent, arguments.has(verboseOption), routes,
-                                                  number);
+    side.counter =
+        std::make_unique<ComparedSide>(agent, arguments.has(verboseOption), routes, number);
     side.status = readDumps(input, *side.counter).status;
     return side;
 }
@@ -200,8 +204,8 @@ void DiffWriter::writeRoute(std::string const& peer, RouteName const& name, std:
     output_.endLine();
 }
 
-void DiffWriter::writeItems(std::string_view what, std::span<ComparedItems const> kinds,
-                            Count gone, Count added) {
+void DiffWriter::writeItems(std::string_view what, std::span<ComparedItems const> kinds, Count gone,
+                            Count added) {
     for (std::size_t kind = 0; kind < kinds.size(); ++kind) {
         for (auto const& [octets, item] : kinds[kind]) {
             if (item.uses[0] == 0 || item.uses[1] == 0) {
@@ -266,6 +270,9 @@ void compareLists(DiffWriter& writer, std::span<Side const> sides) {
 ExitStatus diff(Arguments const& arguments, Output& output) {
     if (arguments.operands().size() != 2) {
         throw UsageError("diff takes two dumps or stores");
+    }
+    if (arguments.operands()[0] == "-" && arguments.operands()[1] == "-") {
+        throw UsageError("standard input can be only one of the two");
     }
     Agent agent;
     ComparedRoutes routes;

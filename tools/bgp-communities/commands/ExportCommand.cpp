@@ -86,8 +86,8 @@ ExitStatus addDump(Database& database, DumpInput const& input, bool verbose, Out
         complain(name + ": not added to " + database.name());
         return result.status;
     }
-    if (auto const same = inserter.finish(name, result.counts.records,
-                                          result.status == ExitStatus::malformed)) {
+    if (auto const same =
+            inserter.finish(name, result.counts.records, result.status == ExitStatus::malformed)) {
         complain(name + ": not added: " + database.name() + " holds this dump as " + *same);
         return ExitStatus::unreadable;
     }
@@ -113,19 +113,24 @@ ExitStatus exportRoutes(Arguments const& arguments, Output& output) {
     if (!name || name->empty()) {
         throw UsageError("missing --sqlite DB");
     }
+    std::error_code error;
+    bool const isNew = !std::filesystem::exists(std::string(*name), error);
+    auto const files = input.files;
     ExitStatus status = ExitStatus::allRead;
     try {
         Database database{std::string(*name)};
         database.execute("PRAGMA cache_size = -65536"); // 64 MB
-        for (std::string_view const& file : arguments.operands()) {
+        for (std::string_view const& file : files) {
             input.files = {&file, 1};
             status = worse(status, addDump(database, input, arguments.has(verboseOption), output));
         }
-    } catch (DatabaseError const& error) {
-        complain(std::string(error.what()) + "; the dump was not added");
+    } catch (DatabaseError const& fault) {
+        complain(std::string(fault.what()) + "; the dump was not added");
         status = ExitStatus::unreadable;
     }
-    removeIfEmpty(std::string(*name));
+    if (isNew) {
+        removeIfEmpty(std::string(*name));
+    }
     return status;
 }
 

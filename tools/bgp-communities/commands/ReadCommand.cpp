@@ -81,7 +81,8 @@ filters, which all must hold; of several peers, families, origins or prefixes on
   --community VALUE  only routes with this community: 64496:300, 64496:1:2, rt:64496:300,
                      soo:192.0.2.1:7, color:100, rt:2001:db8::1:100, a well-known name in any case,
                      any text that the program prints for it, or its octets in hexadecimal;
-                     a * stands for any number, as in 64496:* or rt:64496:*
+                     a * stands for any number, as in 64496:* or rt:64496:*; A:B also selects
+                     extended communities with these numbers, unless --kind standard is given
   --match REGEX      only routes with a list that this POSIX extended regular expression matches: a
                      list is there the texts for policy of its members, a space between them, with
                      and without the names of types or well-known communities

@@ -49,6 +49,9 @@ ExitStatus report(Arguments const& arguments, Output& output) {
     constexpr std::size_t defaultTop = 20;
     DumpInput const input(arguments);
     std::string const out = outName(arguments, "FILE.html");
+    if (std::find(input.files.begin(), input.files.end(), out) != input.files.end()) {
+        throw UsageError(out + ": is one of the dumps");
+    }
     StatsOptions options;
     options.top = arguments.count(topOption).value_or(defaultTop);
     options.groupings.assign(std::begin(reportGroupings), std::end(reportGroupings));
