@@ -48,7 +48,7 @@ StoredListHead storedListHead(MoxStash::StoredRecord const& record, std::size_t 
 /// Throws `StoreException` unless the record has that many words.
 void expectStoredWords(MoxStash::StoredRecord const& record, U64 words);
 
-/// Returns the class with that number. Throws `StoreException` if there is none.
+/// Returns the class with that number. Throws `StoreException` if it is unknown.
 ExtCommClassification storedClassification(MoxStash::StoredRecord const& record, U64 index,
                                            U32 number);
 

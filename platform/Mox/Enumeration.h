@@ -164,7 +164,7 @@ E enumerationInstance(U32 number, char const* operation) {
     return value;
 }
 
-/// Returns the member with that name. Throws RangeException with text `operation` if there is none.
+/// Returns the member with that name. Throws RangeException with text `operation` if unknown.
 template <Enumeration E>
 E enumerationInstance(std::string_view name, char const* operation) {
     for (auto const& row : EnumerationTable<E>::rows) {

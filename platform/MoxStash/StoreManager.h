@@ -114,7 +114,7 @@ class VOBGP_EXPORT StoreManager {
     /// Whether no newer store has been published.
     bool isCurrent() const noexcept;
 
-    /// Returns the record at offset `stored`. Throws StoreException if there is none or its kind is
+    /// Returns the record at offset `stored`. Throws StoreException if it is missing or its kind is
     /// not `kind`.
     StoredRecord translate(void const* stored, StoredKind kind) const;
 

@@ -60,7 +60,7 @@ inline std::vector<std::string> namesIn(std::string const& folder) {
     return names;
 }
 
-/// Returns the StoreException thrown by the operation. Fails the test if there is none.
+/// Returns the StoreException thrown by the operation. Fails the test if it throws nothing.
 template <class Operation>
 StoreException refusalOf(Operation operation) {
     try {

@@ -21,10 +21,10 @@ class DatabaseError : public std::runtime_error {
 };
 
 /**
- * A connection to an SQLite database, which it creates if there is none.
+ * A connection to an SQLite database, which it creates if it does not exist.
  *
- * Owns the connection; what was not committed is rolled back by the destructor, or, if the process
- * is killed, by whoever opens the database next. Waits for other writers, at most a minute.
+ * Owns the connection. The destructor rolls back what was not committed; if the process is killed,
+ * the next connection does. Waits for other writers, at most a minute.
  * Thread-compatible.
  */
 class Database {

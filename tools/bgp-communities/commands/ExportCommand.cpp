@@ -21,7 +21,7 @@ constexpr std::string_view exportHelp =
     R"(usage: bgp-communities export --sqlite DB [--add-path[=HOW]] [--verbose] FILE...
 
 Adds the routes of MRT dumps (RFC 6396, RFC 8050; plain or compressed; "-" is standard input) to an
-SQLite database, which is created if there is none: every route that was announced, withdrawn or in
+SQLite database, created if it does not exist: every route that was announced, withdrawn or in
 a table, and every distinct list and community once.
 
   --sqlite DB       the file of the database

@@ -87,7 +87,7 @@ class Bzip2Blocks final : public MemberDecoder {
     std::vector<std::uint8_t> raw_; // from the first piece that is not finished
     std::uint64_t rawOffset_ = 0;   // of raw_[0] in the source
     std::uint64_t cutBit_ = 0;      // where the next piece begins, with a magic
-    bool cutEnded_ = false;         // there is none
+    bool cutEnded_ = false;         // no piece is left to cut
     std::uint8_t level_ = 0;        // of the member that is being cut
     std::exception_ptr failure_;    // of the source; thrown after the last piece
 
