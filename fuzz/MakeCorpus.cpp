@@ -38,8 +38,8 @@ void writeStores(std::filesystem::path const& corpus) {
     }
 }
 
-/// The first octets of a dump, in plain form.
-void writeDump(std::filesystem::path const& dump, std::filesystem::path const& corpus) {
+/// The first octets of a sample, in plain form, for a fuzzer.
+void writeSample(std::filesystem::path const& dump, std::filesystem::path const& folder) {
     constexpr std::size_t octets = 4096;
     InputStream input(dump);
     std::string content(octets, '\0');
@@ -53,7 +53,7 @@ void writeDump(std::filesystem::path const& dump, std::filesystem::path const& c
         size += got;
     }
     content.resize(size);
-    writeFile(corpus / "MrtFuzz" / dump.stem().stem(), content);
+    writeFile(folder / dump.stem().stem(), content);
 }
 
 /// The first attributes of each kind.
@@ -91,8 +91,9 @@ class AttributeWriter final : public RouteHandler {
 void writeCorpus(std::filesystem::path const& samples, std::filesystem::path const& corpus) {
     writeStores(corpus);
     for (char const* const name : {"updates.mrt.gz", "rib.mrt.gz", "damaged.mrt"}) {
-        writeDump(samples / name, corpus);
+        writeSample(samples / name, corpus / "MrtFuzz");
     }
+    writeSample(samples / "session.bmp", corpus / "BmpFuzz");
     AttributeWriter attributes(corpus / "AttributeFuzz");
     InputStream updates(samples / "updates.mrt.gz");
     MrtReader(updates, attributes).readAll();

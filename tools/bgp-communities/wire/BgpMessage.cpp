@@ -41,6 +41,22 @@ bool UpdateContent::read(Octets update, PathIds pathIds) {
     return true;
 }
 
+std::optional<Family> UpdateContent::endOfRib() const {
+    if (!withdrawn_.empty() || !announced_.empty() || !routesFault_.empty()) {
+        return std::nullopt;
+    }
+    if (attributeOctets_.empty()) {
+        return ipv4Unicast;
+    }
+    constexpr std::size_t longestHeader = 4;
+    MpNlri mp;
+    bool const isAlone = attributes_.mpUnreach && attributes_.fault.empty() &&
+                         attributeOctets_.size() <= attributes_.mpUnreach->size() + longestHeader;
+    return isAlone && splitMpUnreach(*attributes_.mpUnreach, mp) && mp.nlri.empty()
+               ? std::optional(mp.family)
+               : std::nullopt;
+}
+
 std::string_view UpdateContent::readWithdrawn(Octets nlri, PathIds pathIds) {
     withdrawn_.clear();
     std::string_view const fault = readRoutes(nlri, {ipv4Unicast, pathIds.ipv4, true}, withdrawn_);

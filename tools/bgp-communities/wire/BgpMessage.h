@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -68,6 +69,10 @@ class UpdateContent {
 
     /** Why not all routes could be read; empty if they were. */
     [[nodiscard]] std::string_view routesFault() const { return routesFault_; }
+
+    /** The family whose End-of-RIB marker the message is (RFC 4724, section 2): no routes, and no
+        attribute but an empty MP_UNREACH_NLRI, or none at all for IPv4 unicast. */
+    [[nodiscard]] std::optional<Family> endOfRib() const;
 
   private:
     std::string_view readWithdrawn(Octets nlri, PathIds pathIds);

@@ -1,0 +1,195 @@
+#include "bmp/BmpReader.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "bmp/BmpStream.h"
+#include "support/BmpOctets.h"
+#include "support/ProgramRun.h"
+
+namespace BgpCommunities {
+namespace {
+
+using namespace Test;
+
+/** What a session holds, a line for each call but those for every message. */
+class Trace final : public BmpHandler {
+  public:
+    void handleSystem(BmpSystem const& system) override {
+        lines.push_back("system " + std::string(system.name));
+    }
+    void handleTermination(std::string_view reason) override {
+        lines.push_back("termination: " + std::string(reason));
+    }
+    void handlePeerUp(BmpPeer const& peer, BmpPeerUp const& up) override {
+        std::string line = textOf(peer) + " up, to ";
+        appendText(line, up.local);
+        lines.push_back(line);
+    }
+    void handlePeerDown(BmpPeer const& peer, std::string_view reason) override {
+        lines.push_back(textOf(peer) + " down: " + std::string(reason));
+    }
+    void handleUpdate(BmpPeer const& peer, BmpUpdate const& update) override {
+        std::string line = textOf(peer);
+        for (Route const& route : update.content.withdrawn()) {
+            append(line += " -", route);
+        }
+        for (Route const& route : update.content.announced()) {
+            append(line += " +", route);
+        }
+        RouteAttributes const attributes(update.attributes);
+        if (auto const& path = attributes.asPath()) {
+            appendText(line += " path ", *path);
+        }
+        if (auto const family = update.content.endOfRib()) {
+            appendText(line += " end of ", *family);
+        }
+        lines.push_back(line);
+    }
+    void handleProblem(std::string const& reason) override { lines.push_back("! " + reason); }
+
+    Lines lines;
+
+  private:
+    static std::string textOf(BmpPeer const& peer) {
+        std::string text(nameOf(peer.view));
+        appendText(text += ' ', peer.peer());
+        return text;
+    }
+    static void append(std::string& line, Route const& route) {
+        appendText(line, route);
+        line += route.hasPathId ? "#" + std::to_string(route.pathId) : "";
+    }
+};
+
+struct Read {
+    Lines lines;
+    std::string fault;
+};
+
+Read read(std::string const& octets) {
+    Trace trace;
+    BmpReader reader(trace);
+    BmpStream stream(4096);
+    stream.add(octetsOf(octets), [&](BmpMessage const& message) { reader.read(message); });
+    return {trace.lines, stream.fault()};
+}
+
+Lines const sampleLines = {
+    "system sample-router",
+    "adjRibInPre 192.0.2.1 AS64496 up, to 192.0.2.254",
+    "adjRibInPre 192.0.2.1 AS64496 +192.0.2.0/24 path 64496 65551",
+    "adjRibInPost 192.0.2.1 AS64496 +198.51.100.0/24 path 64496 65551",
+    "adjRibInPre 192.0.2.1 AS64496 +198.51.100.0/24 path 64496 23456",
+    "adjRibInPre 192.0.2.1 AS64496 end of IPv4 unicast",
+    "adjRibInPre 198.51.100.2 AS65536 up, to 192.0.2.254",
+    "adjRibInPre 198.51.100.2 AS65536 +203.0.113.0/24#1 +203.0.113.0/24#2 path 64496 65551",
+    "adjRibOutPost 198.51.100.2 AS65536 path 64496 65551",
+    "! BMP message of type 0: a prefix runs past the end of its NLRI",
+    "adjRibInPre 2001:db8::3 AS65540 up, to 2001:db8:ffff::fe",
+    "adjRibInPre 2001:db8::3 AS65540 +2001:db8:1::/48 path 64496 65551",
+    "adjRibInPre 2001:db8::3 AS65540 end of IPv6 unicast",
+    "locRib 192.0.2.1 AS64511 up, to 0.0.0.0",
+    "locRib 192.0.2.1 AS64511 +192.0.2.0/25#7 path 64496 65551",
+    "adjRibInPre 192.0.2.1 AS64496 +192.0.2.0/24 path 64496 65551",
+    "! BMP message of type 200: unknown type",
+    "adjRibInPre 192.0.2.1 AS64496 +192.0.2.0/24 path 64496 65551",
+    "adjRibInPre 198.51.100.2 AS65536 down: the peer closed the session without a notification",
+    "termination: administratively closed",
+};
+
+TEST(BmpReaderTest, ReadsEveryTypeAndView) {
+    Read const whole = read(contentOf(sample("session.bmp")));
+    EXPECT_EQ(whole.lines, sampleLines);
+    EXPECT_EQ(whole.fault, "");
+}
+
+/** Cut at every octet, there is what came before, and no fault. */
+TEST(BmpReaderTest, ReadsWhatHasArrived) {
+    std::string const octets = contentOf(sample("session.bmp"));
+    for (std::size_t size = 0; size < octets.size(); ++size) {
+        Read const part = read(octets.substr(0, size));
+        ASSERT_EQ(part.fault, "") << size;
+        ASSERT_LT(part.lines.size(), sampleLines.size()) << size;
+        ASSERT_TRUE(std::equal(part.lines.begin(), part.lines.end(), sampleLines.begin())) << size;
+    }
+}
+
+/** Every body, cut at every octet, is reported and does not disturb the next message. */
+TEST(BmpReaderTest, ReportsTruncatedBodiesAndGoesOn) {
+    struct Row {
+        unsigned int type;
+        std::string body;
+    };
+
+    std::string const peer = bmpPeer();
+    for (Row const& row : {Row{0, peer + update("", prefixNear)},
+                           {1, peer + u32(1) + bmpTlv(0, "x")},
+                           {2, peer + u8(1)},
+                           {3, bmpPeerUp()},
+                           {4, bmpTlv(2, "name")},
+                           {6, peer + bmpTlv(0, "x")}}) {
+        for (std::size_t size = 1; size < row.body.size(); ++size) {
+            Read const part =
+                read(bmp(row.type, row.body.substr(0, size)) + bmp(4, bmpTlv(2, "next")));
+            ASSERT_EQ(part.fault, "");
+            ASSERT_EQ(part.lines.back(), "system next") << row.type << ' ' << size;
+            bool const hasNoTlv = row.type != 4 && size == peer.size() + (row.type == 1 ? 4 : 0);
+            ASSERT_TRUE(part.lines.size() >= 2 || hasNoTlv) << row.type << ' ' << size;
+        }
+    }
+}
+
+TEST(BmpReaderTest, NamesFaults) {
+    struct Row {
+        char const* name;
+        std::string octets;
+        Lines lines;
+        char const* fault;
+    };
+
+    std::string const problem = "! BMP message of type ";
+    std::string const system = bmp(4, bmpTlv(2, "a"));
+    for (Row const& row : std::vector<Row>{
+             {"another version", system + "\x04", {"system a"}, "unknown BMP version 4"},
+             {"too short for itself", system + "\x03" + u32(5), {"system a"}, ""},
+             {"too short",
+              system + "\x03" + u32(5) + u8(4),
+              {"system a"},
+              "BMP message length 5 is less than its header"},
+             {"too long",
+              "\x03" + u32(4097) + u8(0),
+              {},
+              "BMP message of 4097 octets, at most 4096 are accepted"},
+             {"unknown peer type",
+              bmp(0, "\x04" + bmpPeer().substr(1)),
+              {problem + "0: unknown peer type"},
+              ""},
+             {"not an UPDATE",
+              bmp(0, bmpPeer() + message(4, "")),
+              {problem + "0: route monitoring message without a whole UPDATE"},
+              ""},
+             {"no OPEN",
+              bmp(3, bmpPeer() + std::string(20, '\0') + message(4, "")),
+              {problem + "3: peer up message without both OPENs"},
+              ""},
+             {"down, never up",
+              bmp(2, bmpPeer() + u8(3)),
+              {problem + "2: peer down for a peer that is not up"},
+              ""},
+             {"routes, never up",
+              bmp(0, bmpPeer() + update("", prefixNear)),
+              {"adjRibInPre 192.0.2.1 AS64496 +192.0.2.0/24",
+               problem + "0: routes of a peer that is not up"},
+              ""},
+         }) {
+        Read const result = read(row.octets);
+        EXPECT_EQ(result.lines, row.lines) << row.name;
+        EXPECT_EQ(result.fault, row.fault) << row.name;
+    }
+}
+
+} // namespace
+} // namespace BgpCommunities

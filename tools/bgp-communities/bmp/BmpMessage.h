@@ -1,0 +1,120 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "input/OctetReader.h"
+#include "wire/AsPath.h"
+#include "wire/BgpMessage.h"
+#include "wire/IpAddress.h"
+
+namespace BgpCommunities {
+
+/** The types of BMP messages (RFC 7854, section 4.1). */
+enum class BmpType : std::uint8_t {
+    routeMonitoring = 0,
+    statistics = 1,
+    peerDown = 2,
+    peerUp = 3,
+    initiation = 4,
+    termination = 5,
+    routeMirroring = 6,
+};
+
+inline constexpr std::size_t bmpTypes = 7;
+inline constexpr std::uint8_t bmpVersion = 3;
+inline constexpr std::size_t bmpHeaderOctets = 6;
+
+/** A BMP message without its header; not owned. The type may be unassigned. */
+struct BmpMessage {
+    BmpType type = BmpType::initiation;
+    Octets body;
+};
+
+/** The table of a router that a message reports (RFC 7854, RFC 8671, RFC 9069). */
+enum class RibView : std::uint8_t {
+    adjRibInPre,   // received from the peer, before policy
+    adjRibInPost,  // after policy
+    adjRibOutPre,  // to be sent to the peer, before policy
+    adjRibOutPost, // after policy
+    locRib,        // of the router itself
+};
+
+inline constexpr std::size_t ribViews = 5;
+
+/** "adjRibInPre", ... */
+std::string_view nameOf(RibView view);
+
+/** Which peer of a router: a value that can be a key. Without address for the Loc-RIB. */
+struct BmpPeerId {
+    static constexpr std::uint8_t locRibInstance = 3; // peer type
+
+    std::uint8_t type = 0;
+    std::array<std::uint8_t, 8> distinguisher{}; // of the routing instance; not for type 0
+    IpAddress address;
+
+    auto operator<=>(BmpPeerId const&) const = default;
+};
+
+/**
+ * The per-peer header; a plain value.
+ *
+ *     peer type (1) | flags (1) | distinguisher (8) | address (16) | AS (4) | BGP identifier (4) |
+ *         seconds (4) | microseconds (4)                                RFC 7854, section 4.2
+ */
+struct BmpPeer {
+    BmpPeerId id;
+    RibView view = RibView::adjRibInPre;
+    AsWidth asWidth = AsWidth::four; // of AS_PATH in the messages
+    std::uint32_t as = 0;
+    std::uint32_t bgpId = 0;
+    std::uint32_t seconds = 0; // since 1970, UTC; 0 if the router does not say
+    std::uint32_t microseconds = 0;
+
+    /** Its address and AS; of the Loc-RIB the router's BGP identifier as an address. */
+    [[nodiscard]] Peer peer() const;
+};
+
+/** Reads the per-peer header. Returns what is wrong, or nothing. */
+std::string_view readBmpPeer(OctetReader& in, BmpPeer& peer);
+
+/** A type-length-value of initiation, termination, statistics, mirroring and peer up messages. Not
+    owned. */
+struct BmpTlv {
+    std::uint16_t type = 0;
+    Octets value;
+};
+
+/** Takes the next one: type (2) | length (2) | value. False at the end, and if it is truncated:
+    `in.ok()` tells. */
+bool readBmpTlv(OctetReader& in, BmpTlv& tlv);
+
+/** Types of information in initiation and peer up messages (RFC 7854, section 4.4). */
+struct BmpInformation {
+    static constexpr std::uint16_t systemDescription = 1;
+    static constexpr std::uint16_t systemName = 2;
+};
+
+/** The rest of a peer up message (RFC 7854, section 4.10); not owned. */
+struct BmpPeerUp {
+    IpAddress local;
+    std::uint16_t localPort = 0;
+    std::uint16_t remotePort = 0;
+    BgpMessage sentOpen;     // by the router
+    BgpMessage receivedOpen; // from the peer
+    Octets information;      // TLVs
+};
+
+/** Reads what follows the per-peer header. Returns what is wrong, or nothing. */
+std::string_view readBmpPeerUp(OctetReader& in, BmpPeer const& peer, BmpPeerUp& up);
+
+/** Why the peer went down, by the reason in its message (RFC 7854, section 4.9; RFC 9069). */
+std::string_view bmpPeerDownReason(std::uint8_t reason);
+
+/** Why the router ends the session (RFC 7854, section 4.5). */
+std::string_view bmpTerminationReason(std::uint16_t reason);
+
+} // namespace BgpCommunities

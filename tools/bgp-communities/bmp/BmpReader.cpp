@@ -1,0 +1,180 @@
+#include "BmpReader.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+std::string_view textOf(Octets octets) {
+    return {reinterpret_cast<char const*>(octets.data()), octets.size()};
+}
+
+/** The speakers of the messages that a view of the peer reports. The Loc-RIB has none: the second
+    address only differs from the first. */
+MessageEnds endsOf(BmpPeer const& peer, IpAddress const& local) {
+    switch (peer.view) {
+    case RibView::adjRibInPre:
+    case RibView::adjRibInPost:
+        return {peer.id.address, local};
+    case RibView::adjRibOutPre:
+    case RibView::adjRibOutPost:
+        return {local, peer.id.address};
+    case RibView::locRib:
+        break;
+    }
+    return {IpAddress{}, ipAddress(std::array<std::uint8_t, 4>{})};
+}
+
+/** Reads all TLVs: `take(tlv)`. */
+template <class Take>
+std::string_view readTlvs(OctetReader& in, Take const& take) {
+    for (BmpTlv tlv; readBmpTlv(in, tlv);) {
+        take(tlv);
+    }
+    return in.ok() ? std::string_view() : "truncated TLV";
+}
+
+std::string_view readTlvs(OctetReader& in) {
+    return readTlvs(in, [](BmpTlv const&) {});
+}
+
+} // namespace
+
+void BmpReader::read(BmpMessage const& message) {
+    handler_.handleMessage(message.type);
+    if (auto const fault = readOf(message); !fault.empty()) {
+        handler_.handleProblem("BMP message of type " +
+                               std::to_string(static_cast<unsigned>(message.type)) + ": " +
+                               std::string(fault));
+    }
+}
+
+std::string_view BmpReader::readOf(BmpMessage const& message) {
+    OctetReader in(message.body);
+    switch (message.type) {
+    case BmpType::initiation:
+        return readSystem(in);
+    case BmpType::termination:
+        return readTermination(in);
+    case BmpType::routeMonitoring:
+    case BmpType::statistics:
+    case BmpType::peerDown:
+    case BmpType::peerUp:
+    case BmpType::routeMirroring:
+        return readPeerMessage(message.type, in);
+    }
+    return "unknown type";
+}
+
+std::string_view BmpReader::readSystem(OctetReader& in) {
+    BmpSystem system;
+    auto const fault = readTlvs(in, [&](BmpTlv const& tlv) {
+        if (tlv.type == BmpInformation::systemName) {
+            system.name = textOf(tlv.value);
+        } else if (tlv.type == BmpInformation::systemDescription) {
+            system.description = textOf(tlv.value);
+        }
+    });
+    handler_.handleSystem(system);
+    return fault;
+}
+
+std::string_view BmpReader::readTermination(OctetReader& in) {
+    constexpr std::uint16_t reasonType = 1;
+    std::string_view reason;
+    auto const fault = readTlvs(in, [&](BmpTlv const& tlv) {
+        if (tlv.type == reasonType && tlv.value.size() == 2) {
+            reason = bmpTerminationReason(OctetReader(tlv.value).u16());
+        }
+    });
+    handler_.handleTermination(reason);
+    return fault;
+}
+
+std::string_view BmpReader::readPeerMessage(BmpType type, OctetReader& in) {
+    BmpPeer peer;
+    if (auto const fault = readBmpPeer(in, peer); !fault.empty()) {
+        return fault;
+    }
+    switch (type) {
+    case BmpType::peerUp:
+        return readPeerUp(in, peer);
+    case BmpType::peerDown:
+        return readPeerDown(in, peer);
+    case BmpType::routeMonitoring:
+        return readUpdate(in, peer);
+    case BmpType::statistics:
+        in.u32(); // how many follow
+        return readTlvs(in);
+    default: // mirrored messages repeat what routes are reported for
+        return readTlvs(in);
+    }
+}
+
+std::string_view BmpReader::readPeerUp(OctetReader& in, BmpPeer const& peer) {
+    BmpPeerUp up;
+    if (auto const fault = readBmpPeerUp(in, peer, up); !fault.empty()) {
+        return fault;
+    }
+    PeerSession* const session = this->session(peer);
+    if (session == nullptr) {
+        return "too many peers";
+    }
+    auto const before = endsOf(peer, session->local);
+    session->addPath.endSession(before);
+    session->local = up.local;
+    auto const ends = endsOf(peer, up.local);
+    if (peer.view == RibView::locRib) { // both OPENs are the router's
+        session->addPath.decide(ends, up.sentOpen, false);
+    } else {
+        session->addPath.decide({peer.id.address, up.local}, up.receivedOpen, false);
+        session->addPath.decide({up.local, peer.id.address}, up.sentOpen, false);
+    }
+    handler_.handlePeerUp(peer, up);
+    OctetReader information(up.information);
+    return readTlvs(information);
+}
+
+std::string_view BmpReader::readPeerDown(OctetReader& in, BmpPeer const& peer) {
+    std::uint8_t const reason = in.u8();
+    if (!in.ok()) {
+        return "truncated peer down message";
+    }
+    if (peers_.erase(peer.id) == 0) {
+        return "peer down for a peer that is not up";
+    }
+    handler_.handlePeerDown(peer, bmpPeerDownReason(reason));
+    return {};
+}
+
+BmpReader::PeerSession* BmpReader::session(BmpPeer const& peer) {
+    if (auto const known = peers_.find(peer.id); known != peers_.end()) {
+        return &known->second;
+    }
+    return peers_.size() < maxPeers ? &peers_[peer.id] : nullptr;
+}
+
+std::string_view BmpReader::readUpdate(OctetReader& in, BmpPeer const& peer) {
+    Octets const octets = in.rest();
+    OctetReader messageIn(octets);
+    BgpMessage message;
+    if (!readMessage(messageIn, message) || !message.whole || message.type != BgpMessage::update) {
+        return "route monitoring message without a whole UPDATE";
+    }
+    bool const isUp = peers_.contains(peer.id);
+    PeerSession* const session = this->session(peer);
+    if (session == nullptr) {
+        return "too many peers";
+    }
+    // Whatever the router says of path identifiers is in the OPENs.
+    PathIds const pathIds = session->addPath.decide(endsOf(peer, session->local), message, false);
+    if (!content_.read(message.body, pathIds)) {
+        return "UPDATE is too short for its own length fields";
+    }
+    handler_.handleUpdate(peer, {content_,
+                                 {content_.attributeOctets(), peer.asWidth},
+                                 octets.first(message.length),
+                                 pathIds});
+    return isUp ? content_.routesFault() : "routes of a peer that is not up";
+}
+
+} // namespace BgpCommunities

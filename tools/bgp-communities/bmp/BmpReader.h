@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "BmpMessage.h"
+#include "wire/AddPath.h"
+#include "wire/BgpMessage.h"
+#include "wire/RouteAttributes.h"
+
+namespace BgpCommunities {
+
+/** A BGP UPDATE in a route monitoring message. Not owned: valid until the handler returns. */
+struct BmpUpdate {
+    UpdateContent const& content;
+    AttributeOctets attributes;
+    Octets message; // with its header
+    PathIds pathIds;
+};
+
+/** What a router says of itself in an initiation message. Not owned; any octets. */
+struct BmpSystem {
+    std::string_view name;
+    std::string_view description;
+};
+
+/**
+ * Receives the messages of one BMP session from a BmpReader, in their order, in the thread that
+ * reads. Nothing that it is passed is owned; what it throws passes through the reader.
+ */
+class BmpHandler {
+  public:
+    virtual ~BmpHandler() = default;
+
+    /** Called first for every message, also a malformed one. */
+    virtual void handleMessage(BmpType /*type*/) {}
+
+    virtual void handleSystem(BmpSystem const& /*system*/) {}
+
+    /** `reason` is empty if the router gives none. */
+    virtual void handleTermination(std::string_view /*reason*/) {}
+
+    virtual void handlePeerUp(BmpPeer const& /*peer*/, BmpPeerUp const& /*up*/) {}
+
+    /** All routes of the peer are withdrawn, in every view. */
+    virtual void handlePeerDown(BmpPeer const& /*peer*/, std::string_view /*reason*/) {}
+
+    virtual void handleUpdate(BmpPeer const& /*peer*/, BmpUpdate const& /*update*/) {}
+
+    /** A message that is malformed, or does not fit those before it. One line. */
+    virtual void handleProblem(std::string const& reason) = 0;
+};
+
+/**
+ * Reads the messages of one BMP session (RFC 7854), with Adj-RIB-Out (RFC 8671) and Loc-RIB
+ * (RFC 9069).
+ *
+ * Remembers the peers that are up, and from their OPENs which families carry path identifiers. A
+ * malformed message is reported and skipped; the session goes on. The handler is not owned.
+ * Thread-compatible.
+ */
+class BmpReader {
+  public:
+    /** Messages of more peers are skipped. */
+    static constexpr std::size_t maxPeers = 65536;
+
+    explicit BmpReader(BmpHandler& handler)
+      : handler_(handler) {}
+
+    void read(BmpMessage const& message);
+
+    /** The peers that are up. */
+    [[nodiscard]] std::size_t peers() const { return peers_.size(); }
+
+  private:
+    /** A peer that is up. */
+    struct PeerSession {
+        AddPathDecider addPath{AddPath::automatic};
+        IpAddress local;
+    };
+
+    std::string_view readOf(BmpMessage const& message);
+    std::string_view readSystem(OctetReader& in);
+    std::string_view readTermination(OctetReader& in);
+    std::string_view readPeerMessage(BmpType type, OctetReader& in);
+    std::string_view readPeerUp(OctetReader& in, BmpPeer const& peer);
+    std::string_view readPeerDown(OctetReader& in, BmpPeer const& peer);
+    std::string_view readUpdate(OctetReader& in, BmpPeer const& peer);
+    PeerSession* session(BmpPeer const& peer);
+
+    BmpHandler& handler_;
+    std::map<BmpPeerId, PeerSession> peers_;
+    UpdateContent content_;
+};
+
+} // namespace BgpCommunities
