@@ -44,9 +44,9 @@ class RouteTargetChurn {
       : world_(false)
       , fresh_(contents(Kind::routeTarget, 1 << 16, others)) {
         if (observed) {
-            observer_.emplace(world_.values->notifyingRouteTargetList());
+            observer_.emplace(world_.tables.extCommDedupTable()->notifyingRouteTargetList());
         } else {
-            world_.values->dedupHashTable()->lifeTimeNotifieeIs(nullptr);
+            world_.tables.extCommDedupTable()->dedupHashTable()->lifeTimeNotifieeIs(nullptr);
         }
         for (auto const& each : contents(Kind::routeTarget, others)) {
             held_.push_back(world_.intern(each));
@@ -73,10 +73,12 @@ class RouteTargetListChurn {
       : world_(false)
       , fresh_(freshLists<ExtCommContent>(8)) {
         if (observed) {
-            observer_.emplace(world_.extendedLists->notifyingRtExtCommListCollection());
+            observer_.emplace(
+                world_.tables.extCommListDedupTable()->notifyingRtExtCommListCollection());
         } else {
-            world_.extendedLists->rtExtCommClassificationListDedupTable()->lifeTimeNotifieeIs(
-                nullptr);
+            world_.tables.extCommListDedupTable()
+                ->rtExtCommClassificationListDedupTable()
+                ->lifeTimeNotifieeIs(nullptr);
         }
         auto const all = lists<ExtCommContent>(8, others);
         for (std::size_t list = 0; list < others; ++list) {

@@ -17,22 +17,12 @@ PointerMode::~PointerMode() {
     Mox::threadSafePtrsIs(false);
 }
 
-World::World(bool threadSafe)
-  : mode(threadSafe)
-  , container(bgpParseExtCommContainerSmFactory())
-  , values(extCommDedupTableFactory(container->extCommParser()))
-  , ip6Values(extCommIp6DedupTableFactory(container->extCommParser()))
-  , standardLists(commListDedupTableFactory())
-  , largeLists(largeCommListDedupTableFactory())
-  , extendedLists(extCommListDedupTableFactory())
-  , ip6Lists(extCommIp6ListDedupTableFactory()) {}
-
 CommList::PtrConst World::list(std::span<U32 const> members) const {
     auto const list = commListFactory();
     for (auto const member : members) {
         list->commIs(member);
     }
-    return list->dedup(standardLists.get());
+    return list->dedup(tables.commListDedupTable().get());
 }
 
 LargeCommList::PtrConst World::list(std::span<Acl::CommunityValue const> members) const {
@@ -40,7 +30,7 @@ LargeCommList::PtrConst World::list(std::span<Acl::CommunityValue const> members
     for (auto const& member : members) {
         list->commIs(member);
     }
-    return list->dedup(largeLists.get());
+    return list->dedup(tables.largeCommListDedupTable().get());
 }
 
 ExtCommList::PtrConst World::list(std::span<ExtCommContent const> members) const {
@@ -49,16 +39,16 @@ ExtCommList::PtrConst World::list(std::span<ExtCommContent const> members) const
     for (auto const& member : members) {
         list->commIs(intern(member));
     }
-    return list->dedup(extendedLists.get());
+    return list->dedup(tables.extCommListDedupTable().get());
 }
 
 ExtCommIp6List::PtrConst World::list(std::span<ExtCommIp6Content const> members) const {
     auto const list = extCommIp6ListFactory();
     list->expectedCommunityCountIs(static_cast<U32>(members.size()));
     for (auto const& member : members) {
-        list->commIs(ExtCommIp6::dedupContent(ip6Values.get(), member));
+        list->commIs(ExtCommIp6::dedupContent(tables.extCommIp6DedupTable().get(), member));
     }
-    return list->dedup(ip6Lists.get());
+    return list->dedup(tables.extCommIp6ListDedupTable().get());
 }
 
 } // namespace Bench

@@ -3,15 +3,7 @@
 #include "Samples.h"
 
 #include <Acl/CommunityValue.h>
-#include <VoBgp/CommList.h>
-#include <VoBgp/ExtCommIp6DedupTable.h>
-#include <VoBgp/ExtCommIp6List.h>
-#include <VoBgp/ExtCommIp6ListDedupTable.h>
-#include <VoBgp/ExtCommList.h>
-#include <VoBgp/ExtCommListDedupTable.h>
-#include <VoBgp/LargeCommList.h>
-#include <VoBgp/Parse/ExtComm.h>
-#include <VoBgp/VoBgpCommunity.h>
+#include <VoBgp/CommunityTables.h>
 
 #include <span>
 
@@ -28,10 +20,11 @@ class PointerMode {
 
 /// The tables of an agent, and how it fills them by the library's published calls.
 struct World {
-    explicit World(bool threadSafe);
+    explicit World(bool threadSafe)
+      : mode(threadSafe) {}
 
     Routing::Bgp::ExtComm::PtrConst intern(ExtCommContent const& content) const {
-        return Routing::Bgp::ExtComm::dedupContent(values.get(), content);
+        return Routing::Bgp::ExtComm::dedupContent(tables.extCommDedupTable().get(), content);
     }
 
     Routing::Bgp::CommList::PtrConst list(std::span<U32 const> members) const;
@@ -40,13 +33,7 @@ struct World {
     Routing::Bgp::ExtCommIp6List::PtrConst list(std::span<ExtCommIp6Content const> members) const;
 
     PointerMode const mode;
-    Routing::Bgp::BgpParseExtCommContainerSm::Ptr const container;
-    Routing::Bgp::ExtCommDedupTable::Ptr const values;
-    Routing::Bgp::ExtCommIp6DedupTable::Ptr const ip6Values;
-    Routing::Bgp::CommListDedupTable::Ptr const standardLists;
-    Routing::Bgp::LargeCommListDedupTable::Ptr const largeLists;
-    Routing::Bgp::ExtCommListDedupTable::Ptr const extendedLists;
-    Routing::Bgp::ExtCommIp6ListDedupTable::Ptr const ip6Lists;
+    Routing::Bgp::CommunityTables const tables;
 };
 
 } // namespace Bench

@@ -27,11 +27,11 @@ Octets valueOf(Mox::String const& wire, CommunityKind kind) {
 
 template <class Kind>
 void checkList(Agent& agent, Octets value) {
-    auto const list = Kind::decode(agent, value).list;
+    auto const list = agent.list<Kind>(value).list;
     auto const wire = Kind::wire(*list);
     auto const sent = valueOf(wire, Kind::kind);
     MOX_ASSERT(sent.size() <= value.size());
-    auto const again = Kind::decode(agent, sent).list;
+    auto const again = agent.list<Kind>(sent).list;
     MOX_ASSERT(again == list && Kind::wire(*again) == wire);
 }
 
@@ -56,19 +56,6 @@ bool isAccepted(CommunityKind kind, Octets value) {
             (distinctOfType(value, 0x4004) <= 1 && distinctOfType(value, 0x4300) <= 1));
 }
 
-void checkList(Agent& agent, CommunityKind kind, Octets value) {
-    switch (kind) {
-    case CommunityKind::standard:
-        return checkList<StandardLists>(agent, value);
-    case CommunityKind::extended:
-        return checkList<ExtendedLists>(agent, value);
-    case CommunityKind::ip6Extended:
-        return checkList<Ip6Lists>(agent, value);
-    case CommunityKind::large:
-        return checkList<LargeLists>(agent, value);
-    }
-}
-
 } // namespace
 
 void AttributeCheck::check(CommunityKind kind, Octets value) {
@@ -85,7 +72,7 @@ void AttributeCheck::check(CommunityKind kind, Octets value) {
     JsonWriter json(line);
     decoder.writeJson(json, value, {}, Detail::withForms);
     MOX_ASSERT(line.front() == '{' && line.back() == '}');
-    checkList(agent_, kind, value);
+    withKind(kind, [&]<class Kind>(Kind) { checkList<Kind>(agent_, value); });
 }
 
 } // namespace BgpCommunities::Test

@@ -209,15 +209,6 @@ std::string copyStore(StoreManager& from, StoreWriter& to) {
 
 // ---- StoreSample --------------------------------------------------------------------------------
 
-StoreSample::StoreSample()
-  : container_(bgpParseExtCommContainerSmFactory())
-  , extComms_(extCommDedupTableFactory(container_->extCommParser()))
-  , extCommIp6s_(extCommIp6DedupTableFactory(container_->extCommParser()))
-  , commLists_(commListDedupTableFactory())
-  , largeCommLists_(largeCommListDedupTableFactory())
-  , extCommLists_(extCommListDedupTableFactory())
-  , extCommIp6Lists_(extCommIp6ListDedupTableFactory()) {}
-
 /// Of seven types and subtypes in turn: route target, route origin, color, a validation state's
 /// neighbour, both other layouts, and one that nobody knows.
 ExtComm::PtrConst StoreSample::extComm(U32 number, U32 index) {
@@ -225,7 +216,7 @@ ExtComm::PtrConst StoreSample::extComm(U32 number, U32 index) {
         {0x0002fde800000000, 0x0003fde800000000, 0x030b000000000000, 0x4301000000000000,
          0x0102000000000000, 0x0202000000000000, 0x9901000000000000});
     auto const value = types[index % types.size()] | (U64{number} << 12 & 0xffffffff) | index;
-    return ExtComm::dedupContent(extComms_.get(), ExtCommContent(value));
+    return ExtComm::dedupContent(tables_.extCommDedupTable().get(), ExtCommContent(value));
 }
 
 ExtCommIp6::PtrConst StoreSample::extCommIp6(U32 number, U32 index) {
@@ -235,7 +226,7 @@ ExtCommIp6::PtrConst StoreSample::extCommIp6(U32 number, U32 index) {
     }
     ExtCommIp6Content const content(index % 3 == 0 ? 0x40 : 0, static_cast<U8>(2 + index % 2),
                                     Lumo::Ip6Addr(octets), static_cast<U16>(index));
-    return ExtCommIp6::dedupContent(extCommIp6s_.get(), content);
+    return ExtCommIp6::dedupContent(tables_.extCommIp6DedupTable().get(), content);
 }
 
 void StoreSample::stash(StoreWriter& writer, U32 number, U32 members) {
@@ -256,15 +247,18 @@ void StoreSample::stash(StoreWriter& writer, U32 number, U32 members) {
     }
     tableOf<ExtComm>(writer, values, number);
     tableOf<ExtCommIp6>(writer, ip6Values, number);
-    tableOf<CommList>(
-        writer, {standard->dedup(commLists_.get())->stash(writer), unsortedStandard->stash(writer)},
-        number);
-    tableOf<LargeCommList>(writer, {large->dedup(largeCommLists_.get())->stash(writer)}, number);
-    tableOf<ExtCommList>(
-        writer,
-        {extended->dedup(extCommLists_.get())->stash(writer), unsortedExtended->stash(writer)},
-        number);
-    tableOf<ExtCommIp6List>(writer, {ip6->dedup(extCommIp6Lists_.get())->stash(writer)}, number);
+    tableOf<CommList>(writer,
+                      {standard->dedup(tables_.commListDedupTable().get())->stash(writer),
+                       unsortedStandard->stash(writer)},
+                      number);
+    tableOf<LargeCommList>(
+        writer, {large->dedup(tables_.largeCommListDedupTable().get())->stash(writer)}, number);
+    tableOf<ExtCommList>(writer,
+                         {extended->dedup(tables_.extCommListDedupTable().get())->stash(writer),
+                          unsortedExtended->stash(writer)},
+                         number);
+    tableOf<ExtCommIp6List>(
+        writer, {ip6->dedup(tables_.extCommIp6ListDedupTable().get())->stash(writer)}, number);
 }
 
 } // namespace Routing::Bgp::Test

@@ -3,15 +3,7 @@
 #include <Mox/Types.h>
 #include <MoxStash/StoreManager.h>
 #include <MoxStash/StoreWriter.h>
-#include <VoBgp/CommList.h>
-#include <VoBgp/ExtCommIp6DedupTable.h>
-#include <VoBgp/ExtCommIp6List.h>
-#include <VoBgp/ExtCommIp6ListDedupTable.h>
-#include <VoBgp/ExtCommList.h>
-#include <VoBgp/LargeCommList.h>
-#include <VoBgp/Parse/ExtCommContainer.h>
-#include <VoBgp/VoBgpCommunity.h>
-#include <VoBgp/VoBgpCommunityList.h>
+#include <VoBgp/CommunityTables.h>
 
 #include <string>
 
@@ -25,8 +17,6 @@ using Mox::U64;
 /// The tables of an agent that puts numbers into stores. Reactor thread.
 class StoreSample {
   public:
-    StoreSample();
-
     /// Fills all tables with what tells `number` in every part; each list has that many members.
     /// There is a list that was interned and, of half the kinds, one that was not.
     void stash(MoxStash::StoreWriter& writer, U32 number, U32 members);
@@ -35,13 +25,7 @@ class StoreSample {
     ExtCommIp6::PtrConst extCommIp6(U32 number, U32 index);
 
   private:
-    BgpParseExtCommContainerSm::Ptr const container_;
-    ExtCommDedupTable::Ptr const extComms_;
-    ExtCommIp6DedupTable::Ptr const extCommIp6s_;
-    CommListDedupTable::Ptr const commLists_;
-    LargeCommListDedupTable::Ptr const largeCommLists_;
-    ExtCommListDedupTable::Ptr const extCommLists_;
-    ExtCommIp6ListDedupTable::Ptr const extCommIp6Lists_;
+    CommunityTables const tables_;
 };
 
 /// Rebuilds all that a store's tables hold, one after the other, and writes it into another store

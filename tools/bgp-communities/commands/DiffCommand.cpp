@@ -15,7 +15,6 @@
 #include "ListStore.h"
 #include "lists/Agent.h"
 #include "lists/ComparedRoutes.h"
-#include "lists/KindKeys.h"
 #include "text/Counts.h"
 #include "text/JsonWriter.h"
 #include "text/StandardError.h"
@@ -186,7 +185,7 @@ void DiffWriter::writeRoute(std::string const& peer, RouteName const& name, std:
         if (!name.pathId.empty()) {
             json.key("pathId").ready(name.pathId);
         }
-        json.key("kind").string(kindKeys[kind]);
+        json.key("kind").string(communityKindTraits[kind].key);
         for (std::size_t side = 0; side < 2; ++side) {
             json.key(side == 0 ? "before" : "after");
             lists[side].empty() ? json.null() : json.string(lists[side]);
@@ -196,8 +195,8 @@ void DiffWriter::writeRoute(std::string const& peer, RouteName const& name, std:
         out += "~route";
         for (std::string_view const column :
              {std::string_view(peer), std::string_view(name.family), std::string_view(name.prefix),
-              std::string_view(name.pathId), kindKeys[kind], std::string_view(lists[0]),
-              std::string_view(lists[1])}) {
+              std::string_view(name.pathId), communityKindTraits[kind].key,
+              std::string_view(lists[0]), std::string_view(lists[1])}) {
             out.append("\t").append(column.empty() ? "-" : column);
         }
     }
@@ -224,7 +223,8 @@ void DiffWriter::writeItem(std::string_view what, std::size_t kind, std::string 
     std::uint64_t const uses = item.uses[isNew ? 1 : 0];
     if (json_) {
         JsonWriter json(output_.text());
-        json.beginObject().key("change").string(what).key("kind").string(kindKeys[kind]);
+        json.beginObject().key("change").string(what);
+        json.key("kind").string(communityKindTraits[kind].key);
         json.key("new").boolean(isNew).key("uses").number(uses);
         json.key("octets").octets(octetsOf(octets)).key("text").string(item.text).endObject();
     } else {
@@ -232,7 +232,7 @@ void DiffWriter::writeItem(std::string_view what, std::size_t kind, std::string 
             .append(isNew ? "+" : "-")
             .append(what)
             .append("\t")
-            .append(kindKeys[kind])
+            .append(communityKindTraits[kind].key)
             .append("\t")
             .append(std::to_string(uses))
             .append("\t")

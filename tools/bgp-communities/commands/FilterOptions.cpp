@@ -8,7 +8,6 @@
 
 #include <Routing/RouteMap/PosixRegex.h>
 
-#include "lists/KindKeys.h"
 #include "text/CommunityPattern.h"
 #include "text/WellKnownCommunities.h"
 
@@ -33,11 +32,12 @@ std::shared_ptr<PosixRegex const> regex(std::string_view option, std::string_vie
 }
 
 CommunityKind kind(std::string_view name) {
-    auto const found = std::find(kindKeys.begin(), kindKeys.end(), name);
-    if (found == kindKeys.end()) {
+    auto const found = std::find_if(communityKindTraits.begin(), communityKindTraits.end(),
+                                    [&](auto const& traits) { return traits.key == name; });
+    if (found == communityKindTraits.end()) {
         throw wrongValue(kindOption, name, "none of standard, extended, ipv6 and large");
     }
-    return static_cast<CommunityKind>(found - kindKeys.begin());
+    return static_cast<CommunityKind>(found - communityKindTraits.begin());
 }
 
 template <class Number>

@@ -3,7 +3,6 @@
 #include <MoxStash/StorePublisher.h>
 #include <MoxStash/StoreWriter.h>
 
-#include "lists/KindKeys.h"
 #include "lists/StoredLists.h"
 #include "text/Utf8.h"
 
@@ -21,7 +20,7 @@ void publishLists(std::span<std::unique_ptr<ListUses> const> lists, std::string 
                   Output& output) {
     MoxStash::StoreWriter writer;
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
-        writer.rootIs(kindKeys[kind], lists[kind]->stash(writer));
+        writer.rootIs(communityKindTraits[kind].key, lists[kind]->stash(writer));
     }
     auto const generation = MoxStash::publishStore(writer, store);
     output.text()

@@ -222,26 +222,14 @@ class Replay final : public DumpHandler {
     }
 
     void intern(RecordPosition const& at, CommunityAttribute const& attribute, RouteLists& lists) {
-        switch (attribute.kind) {
-        case CommunityKind::standard:
-            return keep(at, attribute, agent_.standardList(attribute.value), lists.standard);
-        case CommunityKind::extended:
-            return keep(at, attribute, agent_.extendedList(attribute.value), lists.extended);
-        case CommunityKind::ip6Extended:
-            return keep(at, attribute, agent_.ip6List(attribute.value), lists.ip6Extended);
-        case CommunityKind::large:
-            return keep(at, attribute, agent_.largeList(attribute.value), lists.large);
-        }
-    }
-
-    template <class List>
-    void keep(RecordPosition const& at, CommunityAttribute const& attribute,
-              Routing::Bgp::DecodedList<List> decoded, Mox::PtrConst<List>& kept) {
-        if (decoded) {
-            kept = std::move(decoded.list);
-        } else {
-            refuse(at, verdictText(decoded.verdict, attribute.kind, attribute.value.size()));
-        }
+        withKind(attribute.kind, [&]<class Kind>(Kind) {
+            auto decoded = agent_.list<Kind>(attribute.value);
+            if (decoded) {
+                std::get<typename Kind::List::PtrConst>(lists) = std::move(decoded.list);
+            } else {
+                refuse(at, verdictText(decoded.verdict, Kind::kind, attribute.value.size()));
+            }
+        });
     }
 
     void causeIs(RecordPosition const& at) {

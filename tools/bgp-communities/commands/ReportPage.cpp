@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "StatsReport.h"
-#include "lists/KindKeys.h"
 #include "text/MemberName.h"
 #include "text/Utf8.h"
 
@@ -291,7 +290,7 @@ void appendMostUsed(std::string& out, ReportContent const& content) {
             std::string name;
             appendMemberName(name, static_cast<CommunityKind>(kind), octetsOf(used.octets));
             bars.push_back({name, used.uses, 0});
-            table.rows.push_back({name, used.text, std::string(kindKeys[kind]),
+            table.rows.push_back({name, used.text, std::string(communityKindTraits[kind].key),
                                   hex.substr(1, hex.size() - 2), std::to_string(used.uses)});
         }
     }

@@ -1,7 +1,6 @@
 #include "Commands.h"
 
 #include <algorithm>
-#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -72,19 +71,19 @@ std::string expectedEncoding(CommunityKind kind, Octets value) {
     return wire;
 }
 
-/** Writes the list that a value stands for, if it stands for one. */
-template <class Kind>
-Routing::Bgp::AttributeVerdict rewrite(Agent const& agent, Octets value, Mox::String& written) {
-    auto const decoded = Kind::decode(agent, value);
-    if (decoded) {
-        written = Kind::wire(*decoded.list);
-    }
-    return decoded.verdict;
+/** Encodes the list that an attribute decodes to, if the verdict is `accepted`. */
+Routing::Bgp::AttributeVerdict rewrite(Agent const& agent, CommunityAttribute const& attribute,
+                                       Mox::String& written) {
+    Routing::Bgp::AttributeVerdict verdict{};
+    withKind(attribute.kind, [&]<class Kind>(Kind) {
+        auto const decoded = agent.list<Kind>(attribute.value);
+        verdict = decoded.verdict;
+        if (decoded) {
+            written = Kind::wire(*decoded.list);
+        }
+    });
+    return verdict;
 }
-
-/** By CommunityKind. */
-constexpr std::array<decltype(&rewrite<StandardLists>), communityKinds> rewriters = {
-    rewrite<StandardLists>, rewrite<ExtendedLists>, rewrite<Ip6Lists>, rewrite<LargeLists>};
 
 /**
  * Compares every attribute that the dumps of a run hold with what is written for it.
@@ -115,9 +114,8 @@ class RoundTrip final : public DumpHandler {
     }
 
     void check(RecordPosition const& at, CommunityAttribute const& attribute) {
-        auto const rewriter = rewriters[static_cast<std::size_t>(attribute.kind)];
         Mox::String written;
-        auto const verdict = rewriter(agent_, attribute.value, written);
+        auto const verdict = rewrite(agent_, attribute, written);
         if (verdict != Routing::Bgp::AttributeVerdict::accepted) {
             ++refused_;
             refuse(at, verdictText(verdict, attribute.kind, attribute.value.size()));

@@ -4,7 +4,6 @@
 
 #include "DatabaseSchema.h"
 #include "input/Numbers.h"
-#include "lists/KindKeys.h"
 #include "lists/MemberFields.h"
 #include "text/MemberName.h"
 
@@ -161,10 +160,12 @@ std::int64_t RouteInserter::insertList(std::size_t kind, ListId list) {
     for (ListMember const& member : members) {
         octets += member.octets;
     }
-    if (auto const found = findList_.bind(kindKeys[kind]).bindOctets(octets).row()) {
+    if (auto const found = findList_.bind(communityKindTraits[kind].key).bindOctets(octets).row()) {
         return found->number;
     }
-    insertList_.bind(kindKeys[kind]).bindOctets(octets).bind(std::string_view(uses.text(list)));
+    insertList_.bind(communityKindTraits[kind].key)
+        .bindOctets(octets)
+        .bind(std::string_view(uses.text(list)));
     insertList_.bind(static_cast<std::int64_t>(members.size())).run();
     std::int64_t const id = database_.lastId();
     std::int64_t position = 0;
@@ -179,12 +180,13 @@ std::int64_t RouteInserter::communityId(std::size_t kind, ListMember const& memb
     if (!isNew) {
         return known->second;
     }
-    if (auto const found = findCommunity_.bind(kindKeys[kind]).bindOctets(member.octets).row()) {
+    if (auto const found =
+            findCommunity_.bind(communityKindTraits[kind].key).bindOctets(member.octets).row()) {
         return known->second = found->number;
     }
     auto const as = administratorAs(static_cast<CommunityKind>(kind), member.octets);
     bool const isTarget = isRouteTarget(static_cast<CommunityKind>(kind), member.octets);
-    insertCommunity_.bind(kindKeys[kind]).bindOctets(member.octets);
+    insertCommunity_.bind(communityKindTraits[kind].key).bindOctets(member.octets);
     std::string name;
     appendMemberName(name, static_cast<CommunityKind>(kind), octetsOf(member.octets));
     insertCommunity_.bind(std::string_view(member.text)).bind(std::string_view(name));
@@ -210,7 +212,7 @@ void RouteInserter::digest(RecordPosition const& at, Peer const& peer,
     digest(text_);
     for (CommunityAttribute const& attribute : communities) {
         digest({reinterpret_cast<char const*>(attribute.value.data()), attribute.value.size()});
-        digest(kindKeys[static_cast<std::size_t>(attribute.kind)]);
+        digest(traitsOf(attribute.kind).key);
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include "input/Hex.h"
 #include "input/Numbers.h"
-#include "lists/KindKeys.h"
 #include "text/TimeText.h"
 
 namespace BgpCommunities {
@@ -267,7 +266,7 @@ class RouteObject {
         json_.key("communities").beginObject();
         for (std::size_t kind = 0; kind < communityKinds; ++kind) {
             if (lists[kind] != nullptr) {
-                json_.key(kindKeys[kind]).ready(lists[kind]->text);
+                json_.key(communityKindTraits[kind].key).ready(lists[kind]->text);
             }
         }
         json_.endObject();

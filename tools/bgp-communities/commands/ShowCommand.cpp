@@ -10,7 +10,6 @@
 #include <MoxStash/StoreManager.h>
 
 #include "DictionaryOption.h"
-#include "lists/KindKeys.h"
 #include "lists/ListKinds.h"
 #include "lists/StoredLists.h"
 #include "text/JsonWriter.h"
@@ -79,7 +78,7 @@ class StoredListsOf final : public StoredLists {
             std::string& out = output.text();
             out += std::to_string(row.uses);
             out += '\t';
-            out += kindKeys[static_cast<std::size_t>(Kind::kind)];
+            out += traitsOf(Kind::kind).key;
             out += '\t';
             out += row.list->toStrep();
             output.endLine();
@@ -91,7 +90,7 @@ class StoredListsOf final : public StoredLists {
             JsonWriter json(output.text());
             json.beginObject();
             json.key("generation").number(generation);
-            json.key("kind").string(kindKeys[static_cast<std::size_t>(Kind::kind)]);
+            json.key("kind").string(traitsOf(Kind::kind).key);
             json.key("uses").number(row.uses);
             formatter_.writeJson(json, *row.list, Detail::whole);
             json.endObject();
@@ -119,10 +118,9 @@ class RebuiltStore {
   public:
     RebuiltStore(std::string const& name, Dictionary const& dictionary)
       : store_(name) {
-        kinds_.push_back(std::make_unique<StoredListsOf<StandardLists>>(dictionary));
-        kinds_.push_back(std::make_unique<StoredListsOf<ExtendedLists>>(dictionary));
-        kinds_.push_back(std::make_unique<StoredListsOf<Ip6Lists>>(dictionary));
-        kinds_.push_back(std::make_unique<StoredListsOf<LargeLists>>(dictionary));
+        forEachKind([&]<class Kind>(Kind) {
+            kinds_.push_back(std::make_unique<StoredListsOf<Kind>>(dictionary));
+        });
         store_.sharingIs(true);
         bool any = false;
         for (auto const& kind : kinds_) {

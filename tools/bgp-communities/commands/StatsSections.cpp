@@ -5,15 +5,9 @@
 #include <ctime>
 #include <utility>
 
-#include "lists/KindKeys.h"
-
 namespace BgpCommunities {
 
 namespace {
-
-/** By CommunityKind. */
-constexpr std::array<std::string_view, communityKinds> kindWords = {"standard", "extended",
-                                                                    "IPv6 extended", "large"};
 
 Counts wholeCounts(DumpResult const& result, std::uint64_t routes) {
     MrtCounts const& counts = result.counts;
@@ -83,7 +77,7 @@ void addKinds(StatsSections& sections, DumpResult const& result, ListCounter con
         Sizes const sizes = {(counts.members - refused.members) * traits.memberOctets,
                              interned.objectOctets, interned.tableOctets};
         all += sizes;
-        std::string const key(kindKeys[number]), words(kindWords[number]);
+        std::string const key(traits.key), words(traits.words);
         sections.kinds.push_back({key, words, kindCounts(traits, counts, refused, interned)});
         sections.interning.push_back({key, words, sizes.counts()});
     }
@@ -118,7 +112,8 @@ NamedCounts namedCounts(GroupBy by, GroupCounts const& group) {
         named.counts.push_back({"carrying", "carrying", group.carrying});
     }
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
-        named.counts.push_back({kindKeys[kind], kindKeys[kind], group.kinds[kind]});
+        named.counts.push_back(
+            {communityKindTraits[kind].key, communityKindTraits[kind].key, group.kinds[kind]});
     }
     named.counts.push_back({"distinctValues", "distinct", group.values});
     return named;

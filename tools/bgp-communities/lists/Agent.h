@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string_view>
 #include <vector>
 
 #include <VoBgp/CommunityTables.h>
 
+#include "ListKinds.h"
 #include "input/OctetReader.h"
 #include "wire/PathAttributes.h"
 
@@ -20,11 +22,11 @@ namespace BgpCommunities {
  */
 class Agent {
   public:
-    // The interned list for the value of an attribute, by the kind of attribute.
-    Routing::Bgp::DecodedList<Routing::Bgp::CommList> standardList(Octets value) const;
-    Routing::Bgp::DecodedList<Routing::Bgp::ExtCommList> extendedList(Octets value) const;
-    Routing::Bgp::DecodedList<Routing::Bgp::ExtCommIp6List> ip6List(Octets value) const;
-    Routing::Bgp::DecodedList<Routing::Bgp::LargeCommList> largeList(Octets value) const;
+    /** The interned list for the value of an attribute; `Kind` is a row of ListKinds.h. */
+    template <class Kind>
+    [[nodiscard]] Routing::Bgp::DecodedList<typename Kind::List> list(Octets value) const {
+        return (tables_.*Kind::decode)(std::as_bytes(value));
+    }
 
     /** How many different objects of one sort somebody holds. */
     struct Held {

@@ -61,7 +61,7 @@ class ListDecoder final : public AttributeDecoder {
       , formatter_(dictionary) {}
 
     std::string decode(Octets value) override {
-        auto decoded = Kind::decode(agent_, value);
+        auto decoded = agent_.list<Kind>(value);
         list_ = std::move(decoded.list);
         return verdictText(decoded.verdict, kind(), value.size());
     }
@@ -69,7 +69,7 @@ class ListDecoder final : public AttributeDecoder {
     void appendText(std::string& out) override {
         for (auto const& member : *list_) {
             out.append("  ").append(formatter_.members().text(member));
-            formatter_.members().appendNotes(out, member);
+            formatter_.members().appendNotes(out, kind(), member);
             out += '\n';
         }
     }
@@ -126,10 +126,9 @@ void AttributeDecoder::writeJson(JsonWriter& json, Octets value, std::string_vie
 std::vector<std::unique_ptr<AttributeDecoder>> attributeDecoders(Agent& agent,
                                                                  Dictionary const* dictionary) {
     std::vector<std::unique_ptr<AttributeDecoder>> decoders;
-    decoders.push_back(std::make_unique<ListDecoder<StandardLists>>(agent, dictionary));
-    decoders.push_back(std::make_unique<ListDecoder<ExtendedLists>>(agent, dictionary));
-    decoders.push_back(std::make_unique<ListDecoder<Ip6Lists>>(agent, dictionary));
-    decoders.push_back(std::make_unique<ListDecoder<LargeLists>>(agent, dictionary));
+    forEachKind([&]<class Kind>(Kind) {
+        decoders.push_back(std::make_unique<ListDecoder<Kind>>(agent, dictionary));
+    });
     return decoders;
 }
 

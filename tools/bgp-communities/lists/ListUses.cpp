@@ -96,7 +96,7 @@ class ListUsesOf final : public ListUses {
       : agent_(agent) {}
 
     Counted of(Octets value, AttributeVerdict& verdict) override {
-        auto const decoded = Kind::decode(agent_, value);
+        auto const decoded = agent_.list<Kind>(value);
         verdict = decoded.verdict;
         return decoded ? Counted{decoded.list.get(), &uses_[decoded.list]} : Counted{};
     }
@@ -245,10 +245,8 @@ class ListUsesOf final : public ListUses {
 
 std::vector<std::unique_ptr<ListUses>> listUses(Agent& agent) {
     std::vector<std::unique_ptr<ListUses>> uses;
-    uses.push_back(std::make_unique<ListUsesOf<StandardLists>>(agent));
-    uses.push_back(std::make_unique<ListUsesOf<ExtendedLists>>(agent));
-    uses.push_back(std::make_unique<ListUsesOf<Ip6Lists>>(agent));
-    uses.push_back(std::make_unique<ListUsesOf<LargeLists>>(agent));
+    forEachKind(
+        [&]<class Kind>(Kind) { uses.push_back(std::make_unique<ListUsesOf<Kind>>(agent)); });
     return uses;
 }
 

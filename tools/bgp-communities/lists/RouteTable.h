@@ -10,24 +10,16 @@
 #include <vector>
 
 #include <Mox/Hash.h>
-#include <VoBgp/CommList.h>
-#include <VoBgp/ExtCommIp6List.h>
-#include <VoBgp/ExtCommList.h>
-#include <VoBgp/LargeCommList.h>
 
+#include "ListKinds.h"
 #include "wire/IpAddress.h"
 #include "wire/Nlri.h"
 
 namespace BgpCommunities {
 
-/** The interned lists that one route carries, null where it has none; a value that holds a
-    reference to each. Thread-compatible. */
-struct RouteLists {
-    Routing::Bgp::CommList::PtrConst standard;
-    Routing::Bgp::ExtCommList::PtrConst extended;
-    Routing::Bgp::ExtCommIp6List::PtrConst ip6Extended;
-    Routing::Bgp::LargeCommList::PtrConst large;
-};
+/** The interned lists that one route carries, one of each kind, null where it has none; a value
+    that holds a reference to each. Thread-compatible. */
+using RouteLists = ListKinds::Lists;
 
 /**
  * Which route of a peer it is: family, path identifier, route distinguisher and prefix, or the

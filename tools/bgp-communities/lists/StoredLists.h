@@ -5,7 +5,7 @@
 
 #include <MoxStash/StoreManager.h>
 
-#include "KindKeys.h"
+#include "wire/PathAttributes.h"
 
 namespace BgpCommunities {
 
@@ -16,7 +16,7 @@ namespace BgpCommunities {
  */
 template <class Kind, class Take>
 bool readStoredLists(MoxStash::StoreManager& store, Take take) {
-    void const* const root = store.root(kindKeys[static_cast<std::size_t>(Kind::kind)]);
+    void const* const root = store.root(traitsOf(Kind::kind).key);
     if (root == nullptr) {
         return false;
     }

@@ -256,15 +256,15 @@ void CommunityFormatter::writeMeaning(JsonWriter& json, CommunityKind kind) {
 }
 
 template <class Comm>
-void CommunityFormatter::writeExtended(JsonWriter& json, Mox::PtrConst<Comm> const& comm,
-                                       Detail detail) {
+void CommunityFormatter::writeExtended(JsonWriter& json, CommunityKind kind,
+                                       Mox::PtrConst<Comm> const& comm, Detail detail) {
     json.beginObject();
     writeOctets(json, comm);
     json.key("text").string(show(*comm));
     name_.clear();
-    appendMemberName(name_, kindOf(comm), octetsOf(octets_));
+    appendMemberName(name_, kind, octetsOf(octets_));
     json.key("name").string(name_);
-    writeMeaning(json, kindOf(comm));
+    writeMeaning(json, kind);
     json.key("type").string(Mox::enumerationName(comm->pktType()));
     json.key("subtype").string(subtype(*comm));
     json.key("classification").string(Mox::enumerationName(comm->classification()));
@@ -290,12 +290,12 @@ void CommunityFormatter::writeJson(JsonWriter& json, U32 community, Detail /*det
 
 void CommunityFormatter::writeJson(JsonWriter& json, ExtComm::PtrConst const& extComm,
                                    Detail detail) {
-    writeExtended(json, extComm, detail);
+    writeExtended(json, CommunityKind::extended, extComm, detail);
 }
 
 void CommunityFormatter::writeJson(JsonWriter& json, ExtCommIp6::PtrConst const& extCommIp6,
                                    Detail detail) {
-    writeExtended(json, extCommIp6, detail);
+    writeExtended(json, CommunityKind::ip6Extended, extCommIp6, detail);
 }
 
 void CommunityFormatter::writeJson(JsonWriter& json, Acl::CommunityValue const& community,

@@ -52,7 +52,9 @@ class CommunityFormatter {
     /** Appends a tab and the name that the program has for the member, if `text()` does not show
         it, and a tab and what the dictionary says, if it does. */
     template <class Member>
-    void appendNotes(std::string& out, Member const& member);
+    void appendNotes(std::string& out, CommunityKind kind, Member const& member) {
+        appendNotes(out, kind, octets(member));
+    }
 
     /** One of the texts that the library prints for an extended community is `printed`. */
     bool prints(ExtComm::PtrConst const& extComm, std::string_view printed);
@@ -80,7 +82,8 @@ class CommunityFormatter {
     void appendNotes(std::string& out, CommunityKind kind, Octets member);
 
     template <class Comm>
-    void writeExtended(JsonWriter& json, Mox::PtrConst<Comm> const& comm, Detail detail);
+    void writeExtended(JsonWriter& json, CommunityKind kind, Mox::PtrConst<Comm> const& comm,
+                       Detail detail);
 
     template <class Comm>
     bool printsForm(Mox::PtrConst<Comm> const& comm, std::string_view printed);
@@ -91,20 +94,10 @@ class CommunityFormatter {
     template <class Comm>
     std::string_view subtype(Comm const& comm);
 
-    static CommunityKind kindOf(Routing::Bgp::U32) { return CommunityKind::standard; }
-    static CommunityKind kindOf(ExtComm::PtrConst const&) { return CommunityKind::extended; }
-    static CommunityKind kindOf(ExtCommIp6::PtrConst const&) { return CommunityKind::ip6Extended; }
-    static CommunityKind kindOf(Acl::CommunityValue const&) { return CommunityKind::large; }
-
     Dictionary const* dictionary_;
     Mox::TextStream buffer_;
     std::string octets_;
     std::string name_;
 };
-
-template <class Member>
-void CommunityFormatter::appendNotes(std::string& out, Member const& member) {
-    appendNotes(out, kindOf(member), octets(member));
-}
 
 } // namespace BgpCommunities

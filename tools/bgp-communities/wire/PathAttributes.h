@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "input/OctetReader.h"
@@ -26,13 +27,15 @@ inline constexpr std::size_t communityKinds = 4;
 struct CommunityKindTraits {
     std::uint8_t attributeType;
     std::size_t memberOctets;
+    std::string_view key;   // on the command line and in JSON
+    std::string_view words; // in texts
 };
 
 inline constexpr std::array<CommunityKindTraits, communityKinds> communityKindTraits = {{
-    {8, 4},
-    {16, 8},
-    {25, 20},
-    {32, 12},
+    {8, 4, "standard", "standard"},
+    {16, 8, "extended", "extended"},
+    {25, 20, "ipv6", "IPv6 extended"},
+    {32, 12, "large", "large"},
 }};
 
 constexpr CommunityKindTraits const& traitsOf(CommunityKind kind) {
