@@ -478,6 +478,17 @@ TEST(MrtReaderTest, WhatLiesAboutItselfIsCountedNamedAndLeftOut) {
          "a route runs past the end of its NLRI"},
         {"RIB peer", inRecord, record(tableDumpV2, 2, v4 + u16(1) + u16(2) + entry.substr(2)),
          noPeer, noSuchPeer},
+        {"octets after states", inRecord, record(bgp4mp, 5, peer4 + hex("0006 0001 00")),
+         {"192.0.2.1 AS65536 6>1"}, "octets after the content of the record: 1"},
+        {"octets after an UPDATE", inRecord, as4Record(update(good, hex("18 c00002")) + "xy"),
+         first, "octets after the content of the record: 2"},
+        {"octets after a KEEPALIVE", inRecord, as4Record(message(4, "") + message(4, "")), none,
+         "octets after the content of the record: 19"},
+        {"octets after a RIB", inRecord, record(tableDumpV2, 2, v4 + u16(1) + entry + "x"),
+         ribFirst, "octets after the content of the record: 1"},
+        {"octets after a TABLE_DUMP", inRecord,
+         record(tableDump, 1, hex("0000 0001 c0000200 18 01 00000000 c0000201 fbf0 0000 ff")),
+         {"192.0.2.1 AS64496 192.0.2.0/24"}, "octets after the content of the record: 1"},
         {"peers", inRecord, record(tableDumpV2, 1, hex("c00002fe 0001 2d 0002 00 c0000201")), none,
          "the peer index table is too short for its 2 peers"},
     };
@@ -577,9 +588,10 @@ TEST(MrtReaderTest, TheLongestRecordOfEachTypeIsReadAndNoLongerOne) {
             Recorder recorder;
             std::string body = row.start;
             body.resize(row.longest + more);
-            EXPECT_EQ(read(peers + record(row.type, row.subtype, body), recorder).brokenRecords,
-                      more)
-                << testing::PrintToString(recorder.problems);
+            read(peers + record(row.type, row.subtype, body), recorder);
+            std::string const problems = testing::PrintToString(recorder.problems);
+            EXPECT_EQ(problems.find("expected at most") != std::string::npos, more != 0)
+                << problems;
         }
     }
 }

@@ -21,6 +21,7 @@ void Bgp4mpReader::read(RecordContext const& record, std::uint16_t subtype, Octe
             record.reportBrokenRecord("the record is too short for two states");
             return;
         }
+        record.checkEnd(in);
         record.handler().handleStateChange(change);
         return;
     }
@@ -36,7 +37,12 @@ void Bgp4mpReader::readMessage(RecordContext const& record, OctetReader& in, Pat
     BgpMessage message;
     if (!BgpCommunities::readMessage(in, message)) {
         record.reportBrokenRecord("the record is too short for the header of a BGP message");
-    } else if (message.type == BgpMessage::update) {
+        return;
+    }
+    if (message.whole) {
+        record.checkEnd(in);
+    }
+    if (message.type == BgpMessage::update) {
         ++record.counts().updates;
         readUpdate(record, message.body, pathIds);
     } else if (!message.whole) {

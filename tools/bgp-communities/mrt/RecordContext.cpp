@@ -13,6 +13,12 @@ void RecordContext::reportBrokenRecord(std::string reason) const {
     report(ProblemKind::brokenRecord, std::move(reason));
 }
 
+void RecordContext::checkEnd(OctetReader const& in) const {
+    if (in.left() != 0) {
+        reportBrokenRecord("octets after the content of the record: " + std::to_string(in.left()));
+    }
+}
+
 void RecordContext::account(AttributeArea const& area) const {
     for (CommunityAttribute const& attribute : area.communities) {
         counts_.communities[static_cast<std::size_t>(attribute.kind)].count(attribute);

@@ -32,6 +32,8 @@ class RecordContext {
     void report(ProblemKind kind, std::string reason) const;
     /** Counts the record that is not what it says, and tells the handler. */
     void reportBrokenRecord(std::string reason) const;
+    /** Reports a broken record if octets are left after its content. */
+    void checkEnd(OctetReader const& in) const;
     /** Counts the communities and the faults of an area, and tells the handler of the latter. */
     void account(AttributeArea const& area) const;
     /** Counts what the dump ends with, and tells the handler unless it is a proper end. */

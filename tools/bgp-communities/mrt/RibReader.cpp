@@ -24,6 +24,7 @@ void RibReader::readTableDump(RecordContext const& context, MrtRecord const& rec
         context.reportBrokenRecord("the record is too short for a route and its attributes");
         return;
     }
+    context.checkEnd(in);
     Family const family = {subtype, safiUnicast};
     if (auto const fault = makePrefix(family, prefix, bits, entry_.route); !fault.empty()) {
         context.reportBrokenRecord(std::string(fault));
@@ -91,6 +92,8 @@ void RibReader::readEntries(RecordContext const& context, OctetReader& in, bool 
                                    " entries");
     } else if (!peersKnown && peers != nullptr) {
         context.reportBrokenRecord("an entry names a peer that the peer index table has not");
+    } else {
+        context.checkEnd(in);
     }
 }
 
