@@ -375,9 +375,9 @@ TEST(AddPathTest, PathIdentifiersAreFoundOutForEachSessionAndFamily) {
          as(plain, message(1, hex("04 5ba0 00b4 c0000201 ff ff 0009 02 0006 4504 0001 01 03"))) +
              as(sent, open(both)) + as(plain, either4),
          "537460736@0.0.0.0/0"},
-        {"an OPEN that is cut",
+        {"an OPEN that is cut teaches nothing",
          as(plain, message(1, hex("04 5ba0 00b4 c0000201 40 02 06 45 08"))) + as(marked, either6),
-         "2001:d09:2000::/48"},
+         "807403789@2000::/9"},
     };
     for (Row const& row : rows) {
         SCOPED_TRACE(row.name);

@@ -1,6 +1,7 @@
 #include "AddPath.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "PathAttributes.h"
 
@@ -22,12 +23,13 @@ auto findFamily(Entries& entries, Family family) {
                         [&](auto const& entry) { return entry.family == family; });
 }
 
-/** Calls `take` with the value of every ADD-PATH capability of an OPEN.
+/** Calls `take` with the value of every ADD-PATH capability of an OPEN; false if the OPEN is
+    malformed.
 
     version (1) | AS (2) | hold time (2) | identifier (4) | length (1) | parameters, each:
     type (1) | length (1, or 2 with RFC 9072) | capabilities, each: code (1) | length (1) | value */
 template <class Take>
-void forEachAddPath(Octets open, Take const& take) {
+bool forEachAddPath(Octets open, Take const& take) {
     OctetReader in(open);
     in.octets(9);
     std::size_t length = in.u8();
@@ -48,7 +50,11 @@ void forEachAddPath(Octets open, Take const& take) {
                 take(octets);
             }
         }
+        if (!value.ok()) {
+            return false;
+        }
     }
+    return parameters.ok() && in.ok();
 }
 
 /** Somebody may announce this prefix: a default route, or unicast addresses that are in use. */
@@ -205,10 +211,9 @@ std::optional<bool> AddPathDecider::decideByOpens(MessageEnds const& ends, Famil
 
 /** The capability: entries of AFI (2) | SAFI (1) | 1 receive, 2 send, 3 both.   RFC 7911, 4 */
 void AddPathDecider::openIs(MessageEnds const& ends, Octets open) {
-    Speaker& of = speaker(ends);
-    of = {};
+    Speaker of;
     of.hasOpen = true;
-    forEachAddPath(open, [&](Octets value) {
+    bool const wellFormed = forEachAddPath(open, [&](Octets value) {
         OctetReader in(value);
         while (in.left() >= 4 && of.offers.size() < maxFamilies) {
             Family const family = {in.u16(), in.u8()};
@@ -218,6 +223,9 @@ void AddPathDecider::openIs(MessageEnds const& ends, Octets open) {
             }
         }
     });
+    if (wellFormed) {
+        speaker(ends) = std::move(of);
+    }
 }
 
 void AddPathDecider::endSession(MessageEnds const& ends) {
