@@ -88,10 +88,14 @@ TEST(RouteAttributesTest, NextHopsFollowTheFamily) {
         std::string attributes;
         Family family;
         char const* text;
+        bool inMessage = false;
     };
 
+    std::string const both = nextHop + attribute(14, hex("0001 01 10") + global + u8(0));
     for (Row const& row : std::vector<Row>{
              {"none", "", ipv4Unicast, "-"},
+             {"in the message, beside MP_REACH_NLRI", both, ipv4Unicast, "192.0.2.1", true},
+             {"in MP_REACH_NLRI, beside NEXT_HOP", both, ipv4Unicast, "2001:db8::1"},
              {"NEXT_HOP", nextHop, ipv4Unicast, "192.0.2.1"},
              {"two addresses", attribute(14, hex("0002 01 20") + global + linkLocal + u8(0)),
               ip6Unicast, "2001:db8::1"},
@@ -113,7 +117,10 @@ TEST(RouteAttributesTest, NextHopsFollowTheFamily) {
          }) {
         RouteAttributes const read({octetsOf(row.attributes), AsWidth::four});
         std::string text;
-        appendText(text, read.nextHop(row.family));
+        Route route;
+        route.family = row.family;
+        route.inMessage = row.inMessage;
+        appendText(text, read.nextHop(route));
         EXPECT_EQ(text, row.text) << row.name;
         EXPECT_TRUE(read.faults().empty()) << row.name;
     }
@@ -131,7 +138,7 @@ TEST(RouteAttributesTest, MalformedOnesAreListedAndAbsent) {
                             attribute(4, "") + attribute(5, u16(1)) + attribute(14, u16(1));
     RouteAttributes const faulty({octetsOf(bad), AsWidth::four});
     EXPECT_FALSE(faulty.origin() || faulty.asPath() || faulty.med() || faulty.localPref());
-    EXPECT_EQ(faulty.nextHop(ipv4Unicast).size, 0);
+    EXPECT_EQ(faulty.nextHop(Route()).size, 0);
     std::string types;
     for (AttributeFault const& fault : faulty.faults()) {
         types += std::to_string(fault.type) + " ";

@@ -97,7 +97,7 @@ void appendTextAttributes(Columns& columns, RouteLine const& line) {
         columns.text() += nameOf(*attributes.origin());
     }
     if (!appendFault(columns.begin(), attributes, AttributeType::nextHop)) {
-        appendAddress(columns.text(), attributes.nextHop(line.route.family));
+        appendAddress(columns.text(), attributes.nextHop(line.route));
     }
     if (!appendFault(columns.begin(), attributes, AttributeType::med)) {
         appendOptional(columns.text(), attributes.med());
@@ -177,7 +177,7 @@ void RouteWriter::writeTsv(RouteLine const& line) {
     next() += line.asPath;
     auto const origin = line.attributes.origin();
     next() += origin ? nameOf(*origin) : std::string_view();
-    appendAddress(next(), line.attributes.nextHop(line.route.family));
+    appendAddress(next(), line.attributes.nextHop(line.route));
     appendOptional(next(), line.attributes.med());
     appendOptional(next(), line.attributes.localPref());
     for (ListText const* const list : line.lists) {
@@ -252,7 +252,7 @@ class RouteObject {
         if (attributes.origin()) {
             json_.key("origin").string(nameOf(*attributes.origin()));
         }
-        if (auto const nextHop = attributes.nextHop(line.route.family); nextHop.size != 0) {
+        if (auto const nextHop = attributes.nextHop(line.route); nextHop.size != 0) {
             string("nextHop", nextHop);
         }
         number("med", attributes.med());

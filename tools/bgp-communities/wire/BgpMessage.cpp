@@ -59,7 +59,7 @@ std::optional<Family> UpdateContent::endOfRib() const {
 
 std::string_view UpdateContent::readWithdrawn(Octets nlri, PathIds pathIds) {
     withdrawn_.clear();
-    std::string_view const fault = readRoutes(nlri, {ipv4Unicast, pathIds.ipv4, true}, withdrawn_);
+    std::string_view const fault = readRoutes(nlri, {ipv4Unicast, pathIds.ipv4, true, true}, withdrawn_);
     std::string_view mpFault;
     if (attributes_.mpUnreach) {
         MpNlri mp;
@@ -72,7 +72,7 @@ std::string_view UpdateContent::readWithdrawn(Octets nlri, PathIds pathIds) {
 
 std::string_view UpdateContent::readAnnounced(Octets nlri, PathIds pathIds) {
     announced_.clear();
-    std::string_view const fault = readRoutes(nlri, {ipv4Unicast, pathIds.ipv4, false}, announced_);
+    std::string_view const fault = readRoutes(nlri, {ipv4Unicast, pathIds.ipv4, false, true}, announced_);
     std::string_view mpFault;
     if (attributes_.mpReach) {
         MpNlri mp;

@@ -211,9 +211,12 @@ bool splitMpUnreach(Octets value, MpNlri& mp) {
     return in.ok();
 }
 
-std::string_view readRoute(OctetReader& in, NlriForm const& form, Route& route) {
-    route = {};
+namespace {
+
+/** As readRoute(). REQUIRES: `route` is as constructed. */
+std::string_view readNewRoute(OctetReader& in, NlriForm const& form, Route& route) {
     route.family = form.family;
+    route.inMessage = form.inMessage;
     takePathId(in, form.pathIds, route);
     Layout const layout = layoutOf(form.family);
     if (isPrefixLayout(layout)) {
@@ -221,6 +224,13 @@ std::string_view readRoute(OctetReader& in, NlriForm const& form, Route& route) 
     }
     route.opaque = in.octets(pieceOctets(in, layout));
     return in.ok() ? std::string_view() : "a route runs past the end of its NLRI";
+}
+
+} // namespace
+
+std::string_view readRoute(OctetReader& in, NlriForm const& form, Route& route) {
+    route = {};
+    return readNewRoute(in, form, route);
 }
 
 std::string_view makePrefix(Family family, Octets address, std::uint8_t length, Route& route) {
@@ -241,7 +251,7 @@ std::string_view readRoutes(Octets nlri, NlriForm const& form, std::vector<Route
     }
     std::string_view fault;
     while (fault.empty() && !in.empty()) {
-        fault = readRoute(in, form, routes.emplace_back());
+        fault = readNewRoute(in, form, routes.emplace_back());
     }
     if (!fault.empty()) {
         routes.pop_back();

@@ -42,6 +42,7 @@ struct Route {
     bool isPrefix = false;
     bool hasPathId = false;                      // additional-path form (RFC 7911)
     bool trailingBits = false;                   // the sender set bits beyond `length`
+    bool inMessage = false; // of an UPDATE itself, not of a multiprotocol attribute (RFC 4760)
     std::uint8_t length = 0;                     // of the prefix: without labels and distinguisher
     std::uint32_t pathId = 0;                    // if hasPathId
     IpAddress address;                           // if isPrefix
@@ -65,6 +66,7 @@ struct NlriForm {
     Family family;
     bool pathIds = false;
     bool withdrawn = false;
+    bool inMessage = false; // as in Route
 };
 
 /**

@@ -138,7 +138,11 @@ void RouteAttributes::faultIs(PathAttribute const& attribute, std::string_view r
     faults_[faultCount_++] = {attribute.type, attribute.value, reason};
 }
 
-IpAddress RouteAttributes::nextHop(Family family) const {
+IpAddress RouteAttributes::nextHop(Route const& route) const {
+    if (route.inMessage && nextHop_.size != 0) {
+        return nextHop_;
+    }
+    Family const family = route.family;
     bool const byMpReach =
         mpFamily_ ? family == *mpFamily_ : family != ipv4Unicast || nextHop_.size == 0;
     return byMpReach && mpNextHop_.size != 0 ? mpNextHop_ : nextHop_;

@@ -63,11 +63,12 @@ class RouteAttributes {
     [[nodiscard]] std::optional<std::uint32_t> localPref() const { return localPref_; }
 
     /**
-     * The next hop of a route of this family that is announced with these attributes; none if there
-     * is none. Of MP_REACH_NLRI or NEXT_HOP. Where MP_REACH_NLRI has a global and a link-local
-     * address, the global one; a route distinguisher before an address is left out.
+     * The next hop of a route that is announced with these attributes, or no address. From NEXT_HOP
+     * for a route in the message itself, else from MP_REACH_NLRI if it is of the route's family. If
+     * MP_REACH_NLRI has a global and a link-local address, the global one; without the route
+     * distinguisher of VPN families.
      */
-    [[nodiscard]] IpAddress nextHop(Family family) const;
+    [[nodiscard]] IpAddress nextHop(Route const& route) const;
 
     [[nodiscard]] std::span<AttributeFault const> faults() const {
         return std::span(faults_).first(faultCount_);
