@@ -73,6 +73,8 @@ TEST(InputStreamTest, WhatComesOutIsWhatWentIn) {
         {"zstd", zstd(large), large},
         {"zstd frames, one to be skipped",
          zstd(small) + "\x5f\x2a\x4d\x18\x02\0\0\0ab"s + zstd(even), small + even},
+        {"zstd, a frame to be skipped before the first, as pzstd writes it",
+         "\x50\x2a\x4d\x18\x04\0\0\0\x0d\0\0\0"s + zstd(small), small},
         {"plain that begins as a zstd frame to be skipped, a time of August 2012",
          "\x50\x2a\x4d\x18\0\x0d rest"s, "\x50\x2a\x4d\x18\0\x0d rest"s},
         {"plain that begins as a zip archive, a time of September 2012", "PK\x03\x04\0\x0d rest"s,

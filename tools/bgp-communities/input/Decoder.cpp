@@ -113,11 +113,17 @@ bool startsZstd(Octets head) {
     return agree(head, zstdMagic);
 }
 
-/** 50 to 5f, then 2a 4d 18: in a dump also times from August 2012 on, so a file that begins with
-   one is not taken for zstd. */
+// 50 to 5f, then the rest of the magic of a frame to be skipped (RFC 8878, section 3.1.2).
+constexpr std::array<std::uint8_t, 3> skippableMagic = {0x2a, 0x4d, 0x18};
+
 bool startsSkippableZstd(Octets head) {
-    return head.size() >= 4 && head[0] >> 4 == 5 && head[1] == 0x2a && head[2] == 0x4d &&
-           head[3] == 0x18;
+    return !head.empty() && head[0] >> 4 == 5 && agree(head.subspan(1), skippableMagic);
+}
+
+/** The magic is also a time from August 2012 on. What follows tells a file, such as pzstd writes,
+    from a dump: the low octet of the frame's size, or the high octet of the record's type, 0. */
+bool startsZstdBySkipping(Octets head) {
+    return startsSkippableZstd(head) && (head.size() <= 4 || head[4] != 0);
 }
 
 /** zlib's and libbz2's counters are `unsigned int`: more than that is not offered at a time. */
@@ -276,7 +282,8 @@ class ZstdDecoder final : public MemberDecoder {
 
   protected:
     [[nodiscard]] bool startsMember(Octets head) const override {
-        return (head.size() >= zstdMagic.size() && startsZstd(head)) || startsSkippableZstd(head);
+        return (head.size() >= zstdMagic.size() && startsZstd(head)) ||
+               (head.size() > skippableMagic.size() && startsSkippableZstd(head));
     }
 
     void startMember() override { ZSTD_initDStream(stream_); }
@@ -315,11 +322,12 @@ std::unique_ptr<Decoder> makeBzip2(InputSource& source, unsigned threads) {
     return std::make_unique<Bzip2Decoder>(source);
 }
 
-constexpr std::array<Format, 4> formats = {{
+constexpr std::array<Format, 5> formats = {{
     {2, startsGzip, make<GzipDecoder>},
     {bzip2Magic.size(), startsBzip2, makeBzip2},
     {xzMagic.size(), startsXz, make<XzDecoder>},
     {zstdMagic.size(), startsZstd, make<ZstdDecoder>},
+    {skippableMagic.size() + 2, startsZstdBySkipping, make<ZstdDecoder>},
 }};
 
 } // namespace
