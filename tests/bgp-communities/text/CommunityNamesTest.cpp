@@ -1,6 +1,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/resource.h>
+
 #include <gtest/gtest.h>
 
 #include "input/Hex.h"
@@ -169,6 +171,15 @@ TEST(CommunityNamesTest, PatternsAreReadAsPeopleTypeThem) {
                                     "64496:-1"}) {
         EXPECT_EQ(verdict(typed, standard, hex("fbf0012c")), "not a community") << typed;
     }
+}
+
+TEST(DictionaryTest, AFolderThatCannotBeListedIsAnError) {
+    rlimit limit = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    rlimit const none = {0, limit.rlim_max}; // no file can be opened
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    EXPECT_THROW(Dictionary().read(testing::TempDir(), [](auto const&) {}), InputError);
+    ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 TEST(DictionaryTest, LinesAreReadAndBadOnesNamed) {

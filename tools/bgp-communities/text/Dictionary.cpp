@@ -165,10 +165,16 @@ void Dictionary::read(std::string const& path, Complain const& complain) {
         return;
     }
     std::vector<std::string> files;
-    for (auto const& file : std::filesystem::directory_iterator(path, error)) {
-        if (file.is_regular_file(error) && !file.path().filename().string().starts_with('.')) {
-            files.push_back(file.path().string());
+    std::error_code fileError; // a file that cannot be looked at is left out
+    std::filesystem::directory_iterator folder(path, error);
+    for (; !error && folder != std::filesystem::directory_iterator(); folder.increment(error)) {
+        if (folder->is_regular_file(fileError) &&
+            !folder->path().filename().string().starts_with('.')) {
+            files.push_back(folder->path().string());
         }
+    }
+    if (error) {
+        throw InputError(path + ": " + error.message());
     }
     std::sort(files.begin(), files.end());
     for (std::string const& file : files) {
