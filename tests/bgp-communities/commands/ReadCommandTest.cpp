@@ -391,6 +391,11 @@ TEST(ReadCommandTest, PathsAndWithdrawalsAreSelected) {
              {{"--as-path", "_64497_"}, {all[1]}},
              {{"--as-path", "_6449_"}, {}},
              {{"--as-path", "^$"}, {all[3]}},
+             {{"--as-path", "6[[:digit:]_]*_130033$"}, {all[2]}},
+             {{"--as-path", "4[]_9]6_130033"}, {all[2]}},
+             {{"--as-path", "[^]_]_130033"}, {all[2]}},
+             {{"--as-path", "\\[_|64496_130033"}, {all[2]}},
+             {{"--as-path", "\\_|130033"}, {all[2]}},
              {{"--as-path", "^64496_", "--as-path", "[0-9]$"}, {all[2]}},
          }) {
         Arguments arguments = {"read", file.path()};

@@ -117,18 +117,35 @@ Microseconds time(std::string_view option, std::string_view text) {
     return time;
 }
 
-/** In expressions for AS paths "_" stands, outside of brackets, for the start, the end or what is
-    between two ASes, as in those of routers. */
+/** The length of the bracket expression (POSIX, XBD 9.3.5) that `text` begins with: "[]_]",
+    "[^[:digit:]_]"; of all of the text if it does not end. */
+std::size_t bracketLength(std::string_view text) {
+    std::size_t at = text.substr(1, 1) == "^" ? 2 : 1;
+    at += text.substr(std::min(at, text.size()), 1) == "]" ? 1 : 0; // a member, not the end
+    while (at < text.size() && text[at] != ']') {
+        bool const isClass = text[at] == '[' && at + 1 < text.size() &&
+                             std::string_view(".:=").find(text[at + 1]) != std::string_view::npos;
+        if (isClass) {
+            char const end[] = {text[at + 1], ']'};
+            at = text.find(std::string_view(end, sizeof end), at + 2);
+            at = at == std::string_view::npos ? text.size() : at + sizeof end;
+        } else {
+            ++at;
+        }
+    }
+    return std::min(at + 1, text.size());
+}
+
+/** The expression that is meant for AS paths. As in those of routers, "_" matches the start, the
+    end or what is between two ASes, except in a bracket expression and after a backslash. */
 std::string pathPattern(std::string_view typed) {
     std::string pattern;
-    bool bracketed = false;
-    for (char const character : typed) {
-        bracketed = character == '[' || (bracketed && character != ']');
-        if (character == '_' && !bracketed) {
-            pattern += "(^|$|[] ,{}()[])";
-        } else {
-            pattern += character;
-        }
+    while (!typed.empty()) {
+        std::size_t const length = typed[0] == '['    ? bracketLength(typed)
+                                   : typed[0] == '\\' ? std::min<std::size_t>(2, typed.size())
+                                                      : 1;
+        pattern += typed[0] == '_' ? "(^|$|[] ,{}()[])" : typed.substr(0, length);
+        typed.remove_prefix(length);
     }
     return pattern;
 }
