@@ -23,11 +23,15 @@ std::string announce(unsigned int number, std::string const& communities) {
 TEST(DiffCommandTest, RoutesListsAndValuesThatChangedAreTold) {
     std::string const same = announce(1, "fbf00001 fbf00002");
     TemporaryFile const before(same + announce(2, "fbf00001") + announce(3, "fbf00003") +
-                               announce(4, "fbf00001") + announce(5, ""));
+                               announce(4, "fbf00001") + announce(5, "") + announce(7, "fbf00001"));
     // Only the state at the end counts: 2 comes back as it was, 4 has gone.
     TemporaryFile const after(same + announce(2, "fbf00009") + announce(2, "fbf00001") +
                               announce(3, "fbf00001 fbf00004") + announce(4, "") + as4Record(update("", "", prefix(4))) +
-                              announce(5, "fbf00001") + announce(6, "fbf00001"));
+                              announce(5, "fbf00001") + announce(6, "fbf00001") +
+                              // What the collector sent is no route of the peer; a malformed
+                              // attribute withdraws.
+                              record(16, 7, peer4 + update(attribute(8, hex("fbf00001")), prefix(8))) +
+                              announce(7, "fbf00001") + announce(7, "fbf0"));
     std::string const route = "~route\t192.0.2.1 AS65536\tIPv4 unicast\t10.";
     std::string const lists = "+list\tstandard\t1\t64496:1 64496:4\n"
                               "-list\tstandard\t1\t64496:3\n"
@@ -36,12 +40,12 @@ TEST(DiffCommandTest, RoutesListsAndValuesThatChangedAreTold) {
                               "+value\tstandard\t1\t64496:4\n"
                               "+value\tstandard\t1\t64496:9\n";
     Result const result = run({"diff", before.path(), after.path()});
-    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.status, 1) << result.err;
     EXPECT_EQ(result.out, route + "3.0.0/16\t-\tstandard\t64496:3\t64496:1 64496:4\n" + route +
                               "5.0.0/16\t-\tstandard\t-\t64496:1\n" + lists +
                               "\nroutes with other communities     2\n"
                               "routes with the same communities  2\n"
-                              "routes only before                1\n"
+                              "routes only before                2\n"
                               "routes only after                 1\n"
                               "distinct lists only before        1\n"
                               "distinct lists only after         2\n"
@@ -55,7 +59,7 @@ TEST(DiffCommandTest, RoutesListsAndValuesThatChangedAreTold) {
 
     // A store has the same lists and values as its dump, and no routes.
     std::string const store = after.path() + ".store";
-    ASSERT_EQ(run({"stash", "--out", store, after.path()}).status, 0);
+    ASSERT_EQ(run({"stash", "--out", store, after.path()}).status, 1);
     Result const stored = run({"diff", before.path(), store});
     EXPECT_TRUE(stored.out.starts_with(lists)) << stored.out;
     Result const equal = run({"diff", after.path(), store});

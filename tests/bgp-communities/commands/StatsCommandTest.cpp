@@ -36,9 +36,9 @@ std::string attribute(unsigned int type, std::string const& value) {
 }
 
 /** An UPDATE with these attributes that announces 192.0.2.0/24. */
-std::string update(std::string const& attributes) {
+std::string update(std::string const& attributes, unsigned int subtype = 4) {
     std::string const body = u16(0) + u16(attributes.size()) + attributes + hex("18c00002");
-    return record(16, 4,
+    return record(16, subtype,
                   hex("00010000 0000fbff 0000 0001 c0000201 c00002fe") + std::string(16, '\xff') +
                       u16(19 + body.size()) + u8(2) + body);
 }
@@ -130,7 +130,8 @@ TEST(StatsCommandTest, RoutesAreCountedByGroup) {
         update(of64496 + attribute(32, "0000fbf0 00000001 00000002 00010000 00000001 00000002")) +
         // A repeated attribute counts for no route. Types of 2 and 4 octets of AS, and an address.
         update(of64496 + attribute(8, "fbff0001")) +
-        update(attribute(16, "4004fbf100000000 0202000100000007 0102fbf200000007")) + update(""));
+        update(attribute(16, "4004fbf100000000 0202000100000007 0102fbf200000007")) + update("") +
+        update(of64496, 7)); // sent by the collector
     struct Case {
         char const* by;
         char const* rows;

@@ -14,7 +14,8 @@ inline constexpr std::string_view databaseTables = R"sql(
 CREATE TABLE dumps (
     id INTEGER PRIMARY KEY,
     name TEXT NOT NULL,             -- as it was given
-    digest TEXT NOT NULL UNIQUE,    -- of its routes and attributes: FNV-1a, 64 bits
+    digest TEXT NOT NULL UNIQUE,    -- of its routes and attributes, or of its name if it
+                                    -- has none: FNV-1a, 64 bits
     records INTEGER NOT NULL,       -- MRT records
     routes INTEGER NOT NULL,        -- rows in routes
     first_time INTEGER,             -- of its routes: microseconds since 1970, UTC

@@ -47,7 +47,8 @@ Prints a line for each difference, with tabs between the columns, then the total
   +value  the same, only in AFTER
 
 Routes are compared as they are at the end of each dump: UPDATEs and changes of state are applied to
-a table in the order of the dump. Stores hold no routes; with a store, only lists and values are
+a table in the order of the dump, as `replay` does; announcements with malformed attributes withdraw
+(RFC 7606), and messages that were sent to a peer are left out. Stores hold no routes; with a store, only lists and values are
 compared.
 
 Exit status: 0 if both could be read, whether they differ or not; 1 if one was malformed; 3 if one

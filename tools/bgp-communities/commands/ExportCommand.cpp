@@ -22,7 +22,7 @@ constexpr std::string_view exportHelp =
 
 Adds the routes of MRT dumps (RFC 6396, RFC 8050; plain or compressed; "-" is standard input) to an
 SQLite database, created if it does not exist: every route that was announced, withdrawn or in
-a table, and every distinct list and community once.
+a table, and every distinct list and community once. Messages that were sent to a peer are left out.
 
   --sqlite DB       the file of the database
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided

@@ -77,20 +77,10 @@ struct ReplayCounts {
     std::size_t greatest = 0;    // number of routes
 };
 
-/** Its length is not a non-zero multiple of a member's. */
-bool isMalformed(CommunityAttribute const& attribute) {
-    return attribute.form() != CommunityAttribute::Form::wellFormed;
-}
-
 /** The record says which peer it is of: its address is not all zero. */
 bool hasAddress(Peer const& peer) {
     auto const& octets = peer.address.octets;
     return std::any_of(octets.begin(), octets.end(), [](auto octet) { return octet != 0; });
-}
-
-/** The first of its type, which is the one that counts. */
-bool isFirst(CommunityAttribute const& attribute) {
-    return attribute.repetition == 0;
 }
 
 /**
@@ -172,15 +162,11 @@ class Replay final : public DumpHandler {
         if (routes.empty()) {
             return;
         }
-        auto const& communities = source.communities;
-        bool const malformed =
-            std::any_of(communities.begin(), communities.end(),
-                        [](auto const& each) { return isFirst(each) && isMalformed(each); });
-        if (source.brokenAttributes || malformed) {
+        if (treatsAsWithdrawn(source)) {
             treatAsWithdrawn(source.peer, routes);
             return;
         }
-        RouteLists const lists = intern(source.at, communities);
+        RouteLists const lists = intern(source.at, source.communities);
         for (Route const& route : routes) {
             ++counts_.announced;
             counts_.replaced += table_.announce(source.peer, route, lists) ? 1 : 0;
@@ -214,7 +200,7 @@ class Replay final : public DumpHandler {
     RouteLists intern(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
         RouteLists lists;
         for (CommunityAttribute const& attribute : communities) {
-            if (isFirst(attribute)) {
+            if (attribute.repetition == 0) {
                 intern(at, attribute, lists);
             }
         }

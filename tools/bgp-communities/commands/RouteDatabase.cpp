@@ -61,6 +61,9 @@ RouteInserter::RouteInserter(Database& database, Agent& agent, bool verbose)
 
 std::optional<std::string> RouteInserter::finish(std::string_view name, std::uint64_t records,
                                                  bool malformed) {
+    if (inserted_ == 0) {
+        digest(name); // nothing else tells such dumps apart
+    }
     std::string hex;
     appendNumber(hex, digest_, 16);
     hex.insert(0, 16 - hex.size(), '0');
@@ -87,6 +90,9 @@ std::optional<std::string> RouteInserter::finish(std::string_view name, std::uin
 // ---- Routes -------------------------------------------------------------------------------------
 
 void RouteInserter::handleLists(Update const& update, ListSet const& lists) {
+    if (update.sentByUs) {
+        return;
+    }
     digest(update.at, update.peer, update.communities);
     for (Route const& route : update.withdrawn) {
         insert({update.at, update.peer, "withdraw", {}}, route);

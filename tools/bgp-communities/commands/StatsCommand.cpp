@@ -73,7 +73,7 @@ What interning saves, in octets:
 The most used values and lists are printed with the number of attributes that carry them, and how
 long lists are, in members, with the distinct lists and the attributes of each range of lengths.
 
-Of each group that --by asks for:
+Of each group that --by asks for, without what was sent to a peer (the local forms of messages):
   routes           entries of tables and announced routes; by AS, those with a community that
                    starts with this AS number (no well-known or other reserved community does)
   withdrawn        withdrawn routes
@@ -81,7 +81,7 @@ Of each group that --by asks for:
   standard, extended, ipv6, large
                    routes with communities of this kind; by AS, of this AS
   distinct         different communities of these routes; by AS, of this AS
-Groups with most routes come first, hours in order and all of them.
+Groups with most routes come first. Hours are in order, all those with routes.
 
 On a terminal, lines are cut to its width.
 

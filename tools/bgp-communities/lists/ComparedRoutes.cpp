@@ -25,16 +25,26 @@ std::optional<ListSet>& ComparedSide::at(Peer const& peer, Route const& route) {
 }
 
 void ComparedSide::handleLists(Update const& update, ListSet const& lists) {
+    if (update.sentByUs) {
+        return;
+    }
     for (Route const& route : update.withdrawn) {
         at(update.peer, route).reset();
     }
-    for (Route const& route : update.announced) {
-        at(update.peer, route) = lists;
-    }
+    announce(update, update.announced, lists);
 }
 
 void ComparedSide::handleLists(RibEntry const& entry, ListSet const& lists) {
-    at(entry.peer, entry.route) = lists;
+    announce(entry, {&entry.route, 1}, lists);
+}
+
+template <class Carrier>
+void ComparedSide::announce(Carrier const& carrier, std::span<Route const> routes,
+                            ListSet const& lists) {
+    bool const isWithdrawn = treatsAsWithdrawn(carrier);
+    for (Route const& route : routes) {
+        at(carrier.peer, route) = isWithdrawn ? std::nullopt : std::optional(lists);
+    }
 }
 
 void ComparedSide::handleStateChange(StateChange const& change) {

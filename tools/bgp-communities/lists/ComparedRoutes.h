@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "ListCounter.h"
@@ -29,9 +30,10 @@ using ComparedRoutes = std::map<std::string, std::map<RouteName, RouteSides>>;
 /**
  * Applies dumps to one side of a table of compared routes, and counts their lists.
  *
- * A message withdraws first, then announces; entries of tables are announcements; a peer that enters
- * or leaves the state Established loses its routes. The table is not owned; it refers to lists that
- * this counter holds. Thread-compatible.
+ * A message withdraws first, then announces; entries of tables are announcements. Announcements with
+ * malformed attributes withdraw (RFC 7606); messages that the collector sent change nothing. A peer
+ * that enters or leaves the state Established loses its routes. The table is not owned; it refers to
+ * lists that this counter holds. Thread-compatible.
  */
 class ComparedSide final : public ListCounter {
   public:
@@ -45,6 +47,8 @@ class ComparedSide final : public ListCounter {
   private:
     void handleLists(Update const& update, ListSet const& lists) override;
     void handleLists(RibEntry const& entry, ListSet const& lists) override;
+    template <class Carrier>
+    void announce(Carrier const& carrier, std::span<Route const> routes, ListSet const& lists);
     std::optional<ListSet>& at(Peer const& peer, Route const& route);
 
     ComparedRoutes& routes_;

@@ -103,6 +103,9 @@ RouteTally::Carried& RouteTally::Grouping::of(RecordPosition const& at, Peer con
 }
 
 void RouteTally::handleLists(Update const& update, ListSet const& lists) {
+    if (update.sentByUs) {
+        return;
+    }
     for (Grouping& grouping : groupings_) {
         for (Route const& route : update.withdrawn) {
             ++grouping.of(update.at, update.peer, route.family).withdrawn;

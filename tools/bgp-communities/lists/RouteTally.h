@@ -37,7 +37,7 @@ struct RouteGroup {
     bool operator==(RouteGroup const&) const = default;
 };
 
-/** The counts of one group; a plain value. */
+/** The counts of one group, without what the collector sent to the peer; a plain value. */
 struct GroupCounts {
     RouteGroup group;
     std::uint64_t routes = 0;    // entries of tables and announced routes

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -38,6 +39,18 @@ struct Update {
     std::span<Route const> withdrawn;                // of the message and of MP_UNREACH_NLRI
     std::span<Route const> announced;                // of the message and of MP_REACH_NLRI
 };
+
+/** Routes with such attributes are treated as withdrawn (RFC 7606, section 2): the area is cut, or an
+    attribute of communities, the first of its type, is malformed. */
+template <class Carrier>
+bool treatsAsWithdrawn(Carrier const& carrier) {
+    return carrier.brokenAttributes ||
+           std::any_of(carrier.communities.begin(), carrier.communities.end(),
+                       [](CommunityAttribute const& attribute) {
+                           return attribute.repetition == 0 &&
+                                  attribute.form() != CommunityAttribute::Form::wellFormed;
+                       });
+}
 
 /** What one peer had to say about one prefix in a table dump; otherwise as Update. */
 struct RibEntry {
