@@ -31,8 +31,8 @@ saves; as charts, and as tables that can be sorted. The page loads nothing from 
 readable without JavaScript. Its numbers are those of `stats --json` with every --by.
 
   --out FILE.html   the page
-  --top N           the N most used communities of each kind, and N rows of each table but that of
-                    the hours; 20 if not given
+  --top N           the N most used communities of each kind, and the first N ASes, peers, families
+                    and route targets; 20 if not given. Hours and lengths of lists are complete
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
                     for each message and family; no; or yes, which HOW may be left out for
   --verbose         name all that is malformed on standard error, not only the first few of each

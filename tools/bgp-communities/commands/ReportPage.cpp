@@ -129,6 +129,7 @@ struct Bar {
     std::string label;
     std::uint64_t value = 0;
     std::uint64_t part = 0; // of the value; drawn over it
+    std::uint32_t hour = 0; // of a series: since 1970
 };
 
 /** A part of `most` in percent, for SVG. */
@@ -159,23 +160,27 @@ void appendBars(std::string& out, std::span<Bar const> bars) {
     out += "</div>\n";
 }
 
-/** A column for each, in their order: the value, and its part over it. */
+/** A column for each, at its hour: the value, and its part over it. */
 void appendSeries(std::string& out, std::span<Bar const> bars, std::string_view title) {
     std::uint64_t const most = largest(bars);
-    constexpr std::size_t fewest = 24; // columns that fill the width
-    std::string const width = std::to_string(std::max(bars.size(), fewest));
+    constexpr std::uint32_t fewest = 24;   // hours that fill the width
+    constexpr std::uint32_t visible = 400; // columns side by side
+    std::uint32_t const first = bars.empty() ? 0 : bars.front().hour;
+    std::uint32_t const hours = bars.empty() ? 0 : bars.back().hour - first + 1;
+    std::string const columnWidth = std::to_string(std::max(hours / visible, 1U));
+    std::string const width = std::to_string(std::max(hours + hours / visible, fewest));
     out += "<svg class=\"series\" viewBox=\"0 0 " + width +
            " 100\" preserveAspectRatio=\"none\" role=\"img\"><title>" + escaped(title) +
            "</title>\n";
-    for (std::size_t at = 0; at < bars.size(); ++at) {
+    for (Bar const& bar : bars) {
         auto const column = [&](std::string_view style, std::uint64_t value) {
             std::string const height = percent(value, most);
             out.append("<rect class=\"").append(style).append("\" x=\"");
-            out += std::to_string(at) + ".04\" width=\"0.92\" height=\"" + height + "\" y=\"" +
-                   percent(most - value, most) + "\"/>";
+            out += std::to_string(bar.hour - first) + "\" width=\"" + columnWidth +
+                   "\" height=\"" + height + "\" y=\"" + percent(most - value, most) + "\"/>";
         };
-        column("bar2", bars[at].value);
-        column("bar", bars[at].part);
+        column("bar2", bar.value);
+        column("bar", bar.part);
         out += '\n';
     }
     out += "</svg>\n";
@@ -289,7 +294,7 @@ void appendMostUsed(std::string& out, ReportContent const& content) {
             JsonWriter(hex).octets(octetsOf(used.octets));
             std::string name;
             appendMemberName(name, static_cast<CommunityKind>(kind), octetsOf(used.octets));
-            bars.push_back({name, used.uses, 0});
+            bars.push_back({name, used.uses});
             table.rows.push_back({name, used.text, std::string(communityKindTraits[kind].key),
                                   hex.substr(1, hex.size() - 2), std::to_string(used.uses)});
         }
@@ -309,7 +314,8 @@ void appendGrouping(std::string& out, ReportContent const& content, GroupBy by,
     Table table = {"by-" + key, {key}, 1, {}};
     std::vector<Bar> bars;
     for (StatsGroup const& row : grouping.rows) {
-        bars.push_back({row.named.words, row.group.routes, row.group.carrying});
+        bars.push_back(
+            {row.named.words, row.group.routes, row.group.carrying, row.group.group.hour});
         addCounts(table, {row.named.words}, row.named.counts);
     }
     if (by == GroupBy::hour) {
@@ -331,7 +337,7 @@ void appendLengths(std::string& out, ReportContent const& content) {
         NamedCounts const& named = content.sections.kinds[kind];
         auto const& lengths = content.sections.interned[kind].lengths;
         for (LengthRange const& range : lengthRanges(lengths)) {
-            bars.push_back({named.words + ", " + range.name, range.count.attributes, 0});
+            bars.push_back({named.words + ", " + range.name, range.count.attributes});
         }
         for (auto const& [members, count] : lengths) {
             table.rows.push_back({named.key, std::to_string(members), std::to_string(count.lists),
@@ -354,7 +360,7 @@ void appendTargets(std::string& out, ReportContent const& content) {
         std::string peer;
         appendText(peer, use.peer);
         if (bars.size() < content.top) {
-            bars.push_back({use.target + ", " + peer, use.routes, 0});
+            bars.push_back({use.target + ", " + peer, use.routes});
         }
         table.rows.push_back({use.target, peer, std::to_string(use.routes)});
     }
@@ -370,8 +376,8 @@ void appendInterning(std::string& out, ReportContent const& content) {
     Table table = {"interning", {"kind"}, 1, {}};
     std::vector<Bar> bars;
     for (NamedCounts const& row : content.sections.interning) {
-        bars.push_back({row.words + ", sent", row.counts[0].value, 0});
-        bars.push_back({row.words + ", held", row.counts[1].value, 0});
+        bars.push_back({row.words + ", sent", row.counts[0].value});
+        bars.push_back({row.words + ", held", row.counts[1].value});
         addCounts(table, {row.key}, row.counts);
     }
     appendBars(out, bars);
