@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <csignal>
 #include <exception>
 #include <span>
@@ -14,21 +13,6 @@
 namespace {
 
 using namespace BgpCommunities;
-
-constexpr auto commands = std::to_array<Command const*>({
-    &decodeCommand,
-    &readCommand,
-    &statsCommand,
-    &roundTripCommand,
-    &replayCommand,
-    &stashCommand,
-    &showCommand,
-    &mergeCommand,
-    &diffCommand,
-    &exportCommand,
-    &reportCommand,
-    &typesCommand,
-});
 
 constexpr std::string_view helpHead =
     R"(usage: bgp-communities COMMAND [OPTION...] [ARGUMENT...]
@@ -58,15 +42,16 @@ examples:
 
 std::string help() {
     std::string text(helpHead);
-    for (Command const* const command : commands) {
+    for (Command const* const command : allCommands()) {
         std::string name(command->name);
-        name.resize(11, ' ');
+        name.resize(13, ' ');
         text.append("  ").append(name).append(command->summary).append("\n");
     }
     return text.append(helpTail);
 }
 
 Command const& find(std::string_view name) {
+    auto const commands = allCommands();
     auto const found = std::find_if(commands.begin(), commands.end(),
                                     [&](Command const* command) { return command->name == name; });
     if (found == commands.end()) {
@@ -86,6 +71,7 @@ void writeHelp(std::span<char const* const> arguments, Output& output) {
 /** The command line that explains what went wrong with this one. */
 std::string helpFor(std::span<char const* const> arguments) {
     std::string const program = "bgp-communities ";
+    auto const commands = allCommands();
     bool const known = !arguments.empty() &&
                        std::any_of(commands.begin(), commands.end(), [&](Command const* command) {
                            return command->name == arguments[0];

@@ -23,13 +23,13 @@ Option const& find(std::span<Option const> known, std::string_view name) {
 
 /** What stands behind "=". */
 std::string_view valueInside(Option const& option, std::string_view value) {
-    if (option.takesValue) {
+    if (option.needsValue()) {
         return value;
     }
-    if (option.optionalValues.empty()) {
+    if (option.takes == Takes::nothing) {
         throw UsageError("option " + std::string(option.name) + " takes no value");
     }
-    auto const& values = option.optionalValues;
+    auto const& values = option.values;
     if (std::find(values.begin(), values.end(), value) == values.end()) {
         throw UsageError("option " + std::string(option.name) + ": unknown value \"" +
                          std::string(value) + "\"");
@@ -39,8 +39,8 @@ std::string_view valueInside(Option const& option, std::string_view value) {
 
 /** The first of the arguments is an optional value of the option. */
 bool isValue(Option const& option, std::span<char const* const> arguments) {
-    auto const& values = option.optionalValues;
-    return !arguments.empty() &&
+    auto const& values = option.values;
+    return option.takes == Takes::optional && !arguments.empty() &&
            std::find(values.begin(), values.end(), arguments[0]) != values.end();
 }
 
@@ -62,9 +62,9 @@ Arguments::Arguments(std::span<Option const> known, std::span<char const* const>
         Option const& option = find(known, argument.substr(0, equals));
         if (equals != argument.size()) {
             options_.push_back({option.name, valueInside(option, argument.substr(equals + 1))});
-        } else if (option.takesValue && at + 1 == arguments.size()) {
+        } else if (option.needsValue() && at + 1 == arguments.size()) {
             throw UsageError("option " + std::string(option.name) + " needs a value");
-        } else if (option.takesValue || isValue(option, arguments.subspan(at + 1))) {
+        } else if (option.needsValue() || isValue(option, arguments.subspan(at + 1))) {
             options_.push_back({option.name, arguments[++at]});
         } else {
             options_.push_back({option.name, {}});

@@ -19,12 +19,22 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/** An option that a command has: "--json", or "--type" with a value behind it. One with
-    `optionalValues` takes the next argument as its value only if it is one of these. */
+/** What may follow an option. */
+enum class Takes : std::uint8_t {
+    nothing,
+    optional, // one of its `values`; any other argument is no value
+    value,
+    file, // its name
+};
+
+/** An option that a command has: "--json", or "--type" with a value behind it. `values` are those that
+    a shell completes. */
 struct Option {
     std::string_view name;
-    bool takesValue = false;
-    std::span<std::string_view const> optionalValues = {};
+    Takes takes = Takes::nothing;
+    std::span<std::string_view const> values = {};
+
+    [[nodiscard]] bool needsValue() const { return takes == Takes::value || takes == Takes::file; }
 };
 
 /**
@@ -74,6 +84,7 @@ struct Command {
     std::string_view help;    // all that --help says
     std::span<Option const> options;
     ExitStatus (*run)(Arguments const& arguments, Output& output);
+    Option operands = {{}, Takes::file}; // what a shell completes where no option is
 };
 
 } // namespace BgpCommunities

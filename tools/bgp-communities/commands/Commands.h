@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "CommandLine.h"
 
 namespace BgpCommunities {
@@ -18,5 +20,9 @@ extern Command const diffCommand;
 extern Command const exportCommand;
 extern Command const reportCommand;
 extern Command const typesCommand;
+extern Command const completionsCommand;
+
+/** All of them. */
+std::span<Command const* const> allCommands();
 
 } // namespace BgpCommunities

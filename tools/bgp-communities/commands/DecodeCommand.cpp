@@ -21,11 +21,12 @@ namespace BgpCommunities {
 namespace {
 
 constexpr std::string_view typeOption = "--type";
+constexpr std::string_view typeNumbers[] = {"8", "16", "25", "32"};
 
 constexpr std::string_view formsOption = "--forms";
 
 constexpr Option decodeOptions[] = {
-    {typeOption, true}, {jsonOption}, {formsOption}, {dictionaryOption, true}};
+    {typeOption, Takes::value, typeNumbers}, {jsonOption}, {formsOption}, dictionaryOption};
 
 constexpr std::string_view decodeHelp =
     R"(usage: bgp-communities decode [--type 8|16|25|32] [--json] [--forms]
@@ -212,6 +213,6 @@ ExitStatus decode(Arguments const& arguments, Output& output) {
 } // namespace
 
 Command const decodeCommand = {"decode", "say which communities values of path attributes hold",
-                               decodeHelp, decodeOptions, decode};
+                               decodeHelp, decodeOptions, decode, {}};
 
 } // namespace BgpCommunities

@@ -8,7 +8,7 @@
 namespace BgpCommunities {
 
 /** Of every command that prints communities; may be given more than once. */
-inline constexpr std::string_view dictionaryOption = "--dictionary";
+inline constexpr Option dictionaryOption = {"--dictionary", Takes::file};
 
 /** What the files of all --dictionary say; empty without any. Bad lines are named on standard error
     and skipped. Throws InputError. */

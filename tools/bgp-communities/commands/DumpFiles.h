@@ -22,7 +22,7 @@ struct DumpResult {
 
 inline constexpr std::string_view addPathValues[] = {"yes", "no", "auto"};
 /** Of every command that reads dumps. Without a value: yes. */
-inline constexpr Option addPathOption = {"--add-path", false, addPathValues};
+inline constexpr Option addPathOption = {"--add-path", Takes::optional, addPathValues};
 
 /** What a command reads, and how; a plain value. The names are the process's own. */
 struct DumpInput {

@@ -15,7 +15,7 @@ namespace BgpCommunities {
 namespace {
 
 constexpr std::string_view sqliteOption = "--sqlite";
-constexpr Option exportOptions[] = {{sqliteOption, true}, addPathOption, {verboseOption}};
+constexpr Option exportOptions[] = {{sqliteOption, Takes::file}, addPathOption, {verboseOption}};
 
 constexpr std::string_view exportHelp =
     R"(usage: bgp-communities export --sqlite DB [--add-path[=HOW]] [--verbose] FILE...

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <string_view>
 
 #include "CommandLine.h"
@@ -21,6 +22,17 @@ inline constexpr std::string_view asPathOption = "--as-path";
 inline constexpr std::string_view familyOption = "--family";
 inline constexpr std::string_view announcedOption = "--announced";
 inline constexpr std::string_view withdrawnOption = "--withdrawn";
+
+inline constexpr std::string_view familyNames[] = {
+    "ipv4",     "ipv6",     "ipv4-unicast", "ipv6-unicast",
+    "ipv4-vpn", "ipv6-vpn", "l2vpn-evpn"}; // some of those that --family takes
+inline constexpr auto kindNames = [] {
+    std::array<std::string_view, communityKinds> names;
+    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
+        names[kind] = communityKindTraits[kind].key;
+    }
+    return names;
+}();
 
 /** The filter that the options of a command line describe. Throws UsageError. */
 RouteFilter routeFilter(Arguments const& arguments);

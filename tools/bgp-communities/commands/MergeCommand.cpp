@@ -13,7 +13,7 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr Option mergeOptions[] = {{outOption, true}};
+constexpr Option mergeOptions[] = {{outOption, Takes::file}};
 
 constexpr std::string_view mergeHelp =
     R"(usage: bgp-communities merge --out STORE STORE...

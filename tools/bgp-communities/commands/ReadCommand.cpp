@@ -1,6 +1,8 @@
 #include "Commands.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,13 +24,29 @@ namespace {
 constexpr std::string_view limitOption = "--limit";
 constexpr std::string_view fullOption = "--full";
 constexpr std::string_view formatOption = "--format";
+constexpr std::string_view formatNames[] = {"text", "json", "tsv"}; // by RouteFormat
 
 constexpr Option readOptions[] = {
-    {formatOption, true},    {jsonOption},        {fullOption},         {dictionaryOption, true},
-    {sinceOption, true},     {untilOption, true}, {peerOption, true},   {familyOption, true},
-    {prefixOption, true},    {exactOption, true}, {coversOption, true}, {originAsOption, true},
-    {asPathOption, true},    {announcedOption},   {withdrawnOption},    {kindOption, true},
-    {communityOption, true}, {matchOption, true}, {limitOption, true},  addPathOption,
+    {formatOption, Takes::value, formatNames},
+    {jsonOption},
+    {fullOption},
+    dictionaryOption,
+    {sinceOption, Takes::value},
+    {untilOption, Takes::value},
+    {peerOption, Takes::value},
+    {familyOption, Takes::value, familyNames},
+    {prefixOption, Takes::value},
+    {exactOption, Takes::value},
+    {coversOption, Takes::value},
+    {originAsOption, Takes::value},
+    {asPathOption, Takes::value},
+    {announcedOption},
+    {withdrawnOption},
+    {kindOption, Takes::value, kindNames},
+    {communityOption, Takes::value},
+    {matchOption, Takes::value},
+    {limitOption, Takes::value},
+    addPathOption,
     {verboseOption}};
 
 constexpr std::string_view readHelp =
@@ -39,19 +57,20 @@ A FILE may be compressed (gzip, bzip2, xz, zstd). "-" is standard input, as is n
 that is a pipe.
 
 output:
-  --format text      tab-separated columns, "-" where there is nothing (the default): time, type (A
+  --format FORMAT    the form of the lines: text (the default), tsv or json
+    text             tab-separated columns, "-" where there is nothing: time, type (A
                      announced, W withdrawn, B entry of a table dump), peer (address and AS), family,
                      prefix (after its route distinguisher; of families other than unicast,
                      multicast, labelled and VPN the octets of all routes), path identifier, AS path
                      (sets in braces, confederations in parentheses), origin, next hop, MED, local
                      preference; communities, extended, IPv6-address-specific extended and large
                      communities as the library prints them; names and meanings of members
-  --format tsv       the same for other programs: a header line, then time (seconds since 1970),
+    tsv              the same for other programs: a header line, then time (seconds since 1970),
                      microseconds, type, peer_address, peer_as, family, prefix, path_id, as_path,
                      origin, next_hop, med, local_pref, communities, extended_communities,
                      ipv6_communities, large_communities (members by name, in the order sent, a space
                      between them), meanings, errors; empty where there is nothing
-  --format json      a JSON object a line: file, record (its number, from 1), time (RFC 3339), type
+    json             a JSON object a line: file, record (its number, from 1), time (RFC 3339), type
                      (announced, withdrawn, table), peer (null if the dump does not name it), family,
                      prefix, pathId, asPath, originAs, origin, nextHop, med, localPref, errors, and
                      communities by kind, with the fields of each member
@@ -116,12 +135,9 @@ RouteFormat routeFormat(Arguments const& arguments) {
     if (!name) {
         return arguments.has(jsonOption) ? RouteFormat::json : RouteFormat::text;
     }
-    for (auto const& [known, format] :
-         {std::pair("text", RouteFormat::text), std::pair("json", RouteFormat::json),
-          std::pair("tsv", RouteFormat::tsv)}) {
-        if (*name == known) {
-            return format;
-        }
+    auto const found = std::find(std::begin(formatNames), std::end(formatNames), *name);
+    if (found != std::end(formatNames)) {
+        return static_cast<RouteFormat>(found - std::begin(formatNames));
     }
     throw UsageError(std::string(formatOption) + ": \"" + std::string(*name) +
                      "\": none of text, json and tsv");

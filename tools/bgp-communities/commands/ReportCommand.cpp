@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::string_view topOption = "--top";
 constexpr Option reportOptions[] = {
-    {outOption, true}, {topOption, true}, addPathOption, {verboseOption}};
+    {outOption, Takes::file}, {topOption, Takes::value}, addPathOption, {verboseOption}};
 constexpr GroupBy reportGroupings[] = {GroupBy::peer, GroupBy::as, GroupBy::family, GroupBy::hour};
 
 constexpr std::string_view reportHelp =

@@ -25,7 +25,7 @@ namespace {
 
 constexpr std::string_view followOption = "--follow";
 
-constexpr Option showOptions[] = {{jsonOption}, {followOption}, {dictionaryOption, true}};
+constexpr Option showOptions[] = {{jsonOption}, {followOption}, dictionaryOption};
 
 constexpr std::string_view showHelp =
     R"(usage: bgp-communities show [--json] [--follow] [--dictionary FILE|DIR] STORE

@@ -12,7 +12,7 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr Option stashOptions[] = {{outOption, true}, addPathOption, {verboseOption}};
+constexpr Option stashOptions[] = {{outOption, Takes::file}, addPathOption, {verboseOption}};
 
 constexpr std::string_view stashHelp =
     R"(usage: bgp-communities stash --out STORE [--add-path[=HOW]] [--verbose] FILE...

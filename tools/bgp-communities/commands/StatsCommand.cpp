@@ -27,8 +27,12 @@ constexpr std::string_view jobsOption = "--jobs";
 constexpr std::size_t maxJobs = 256;
 constexpr std::string_view topOption = "--top";
 constexpr std::string_view byOption = "--by";
-constexpr Option statsOptions[] = {{jsonOption},       {topOption, true}, {byOption, true},
-                                   {jobsOption, true}, addPathOption,     {verboseOption}};
+constexpr Option statsOptions[] = {{jsonOption},
+                                   {topOption, Takes::value},
+                                   {byOption, Takes::value, groupByKeys},
+                                   {jobsOption, Takes::value},
+                                   addPathOption,
+                                   {verboseOption}};
 
 constexpr std::string_view statsHelp =
     R"(usage: bgp-communities stats [OPTION...] FILE...

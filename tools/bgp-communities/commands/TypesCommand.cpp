@@ -94,6 +94,6 @@ ExitStatus types(Arguments const& arguments, Output& output) {
 } // namespace
 
 Command const typesCommand = {"types", "print the types that the library registers", typesHelp,
-                              typesOptions, types};
+                              typesOptions, types, {}};
 
 } // namespace BgpCommunities
