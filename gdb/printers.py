@@ -12,7 +12,7 @@ import re
 import gdb
 import gdb.printing
 
-COUNT_MASK = (1 << 37) - 1  # Mox::CountWord
+USERS_MASK, FLOOR_SHIFT, FLOOR_MASK = (1 << 37) - 1, 37, 63  # Mox::CountWord
 STATE_SHIFT, STATE_MASK = 43, 7
 STATES = {1: "interned", 2: "being detached", 3: "left its table", 4: "from a store"}
 SLOT_MASK = (1 << 48) - 1  # Kel::SlotArray
@@ -154,8 +154,9 @@ def counted(value):
     """The text of a counted object, given as its own class."""
     word = int(value["word_"]["word_"])
     state = STATES.get(word >> STATE_SHIFT & STATE_MASK)
+    references = (word & USERS_MASK) + (word >> FLOOR_SHIFT & FLOOR_MASK)
     name = re.sub(r"\b(\w+::)+", "", unqualified(value).name)
-    parts = [content(value), f"refs {word & COUNT_MASK}", state]
+    parts = [content(value), f"refs {references}", state]
     return f"{name}({', '.join(part for part in parts if part)})"
 
 

@@ -43,11 +43,11 @@ class VOBGP_EXPORT InternTablePresence {
 ///
 ///      63         48  47      46   45     43 42     37 36                                0
 ///     +--------------+-------+----+---------+---------+-----------------------------------+
-///     |   table id   |announc|pend|  state  |  floor  |               count               |
+///     |   table id   |announc|pend|  state  |  floor  |               users               |
 ///     +--------------+-------+----+---------+---------+-----------------------------------+
 ///
-/// - count: references, including the table's and lifetime notifiers'.
 /// - floor: 0 outside a table; 1 for the table's reference, and 1 for each lifetime notifier's.
+/// - users: the references above the floor. The reference count is the sum of both.
 /// - state: see State.
 /// - pend: the insertion is not announced yet.
 /// - announc: a lifetime notifiee was notified of the insertion and will be notified of the
@@ -83,7 +83,10 @@ class CountWord {
     CountWord() noexcept { store(1); }
     CountWord(CountWord const&) = delete;
     CountWord& operator=(CountWord const&) = delete;
-    U64 referenceCount() const noexcept { return countOf(load()); }
+    U64 referenceCount() const noexcept {
+        U64 const word = load();
+        return usersOf(word) + floorOf(word);
+    }
     U32 floor() const noexcept { return floorOf(load()); }
     State state() const noexcept { return stateOf(load()); }
     U32 tableId() const noexcept { return static_cast<U32>(load() >> tableShift); }
@@ -138,13 +141,13 @@ class CountWord {
     bool releaseAboveFloor() noexcept {
         U64 before = load();
         if (!atomicMode()) {
-            if (countOf(before) - 1 <= floorOf(before)) {
+            if (!hasSeveralUsers(before)) {
                 return false;
             }
             store(before - 1);
             return true;
         }
-        while (countOf(before) - 1 > floorOf(before)) {
+        while (hasSeveralUsers(before)) {
             if (ref().compare_exchange_weak(before, before - 1, std::memory_order_release,
                                             std::memory_order_relaxed)) {
                 return true;
@@ -157,7 +160,7 @@ class CountWord {
     /// writes of previous owners before their releases are visible.
     bool isSoleReference() const noexcept {
         U64 const word = ref().load(std::memory_order_acquire);
-        return countOf(word) == 1 && floorOf(word) == 0;
+        return (word & (usersMask | floorMask)) == 1;
     }
 
     /// Records the insertion: adds the table's reference and sets the floor to one. `announce`: a
@@ -165,7 +168,7 @@ class CountWord {
     /// REQUIRES: the caller holds the table's lock.
     void enterTable(U32 tableId, bool announce) noexcept {
         change([tableId, announce](U64 word) {
-            return withState(word, State::interned) + 1 + floorOne + (U64{tableId} << tableShift) +
+            return withState(word, State::interned) + floorOne + (U64{tableId} << tableShift) +
                    (announce ? pendingBit | announcedBit : 0);
         });
     }
@@ -192,12 +195,12 @@ class CountWord {
                 outcome = Release::notInTable;
                 return word;
             }
-            if (countOf(word) - 1 > floorOf(word)) {
+            if (hasSeveralUsers(word)) {
                 outcome = Release::released;
                 return word - 1;
             }
             outcome = Release::detaching;
-            return withState(word & ~floorMask, State::beingDetached) - 1;
+            return withState(withoutFloor(word), State::beingDetached) - 1;
         });
         return outcome;
     }
@@ -206,14 +209,14 @@ class CountWord {
     /// release. REQUIRES: the caller holds the table's lock.
     void leaveTable() noexcept {
         change([](U64 word) {
-            return withState(word & ~(tableMask | floorMask | flagBits), State::left);
+            return withState(withoutFloor(word) & ~(tableMask | flagBits), State::left);
         });
     }
 
     /// Like leaveTable(), but for the destruction of the table: the object keeps the table's id and
     /// keeps its core alive.
     void leaveBehind() noexcept {
-        change([](U64 word) { return withState(word & ~(floorMask | flagBits), State::left); });
+        change([](U64 word) { return withState(withoutFloor(word) & ~flagBits, State::left); });
     }
 
     /// Undoes enterTable() after a failed insertion. An object held by a lifetime notifier gets
@@ -221,7 +224,7 @@ class CountWord {
     void takeBack() noexcept {
         change([](U64 word) {
             State const after = floorOf(word) > 1 ? State::left : State::neverInterned;
-            return withState(word & ~(tableMask | floorMask | flagBits), after) - 1;
+            return withState(withoutFloor(word) & ~(tableMask | flagBits), after) - 1;
         });
     }
 
@@ -240,7 +243,7 @@ class CountWord {
                             "dedupState() != Kel::dedupHandleStateBeingDetached()");
             raised = stateOf(word) == State::interned;
             MOX_ASSERT_TEXT((word & floorMask) != floorMask, "at most 62 notifiers hold an object");
-            return word + 1 + (raised ? floorOne : 0);
+            return word + (raised ? floorOne : 1);
         });
         return raised;
     }
@@ -252,7 +255,7 @@ class CountWord {
         bool lowered = false;
         change([&lowered](U64 word) {
             lowered = stateOf(word) == State::interned && floorOf(word) > 1;
-            return lowered ? word - 1 - floorOne : word;
+            return lowered ? word - floorOne : word;
         });
         return lowered;
     }
@@ -261,7 +264,7 @@ class CountWord {
     static constexpr unsigned floorShift = 37;
     static constexpr unsigned stateShift = 43;
     static constexpr unsigned tableShift = 48;
-    static constexpr U64 countMask = (U64{1} << floorShift) - 1;
+    static constexpr U64 usersMask = (U64{1} << floorShift) - 1;
     static constexpr U64 floorOne = U64{1} << floorShift;
     static constexpr U64 floorMask = U64{maximumNotifiers + 1} << floorShift;
     static constexpr U64 stateMask = U64{7} << stateShift;
@@ -274,11 +277,15 @@ class CountWord {
         return Detail::threadSafePtrsFlag.load(std::memory_order_relaxed);
     }
 
-    static U64 countOf(U64 word) noexcept { return word & countMask; }
+    static U64 usersOf(U64 word) noexcept { return word & usersMask; }
+    static bool hasSeveralUsers(U64 word) noexcept { return (word & (usersMask - 1)) != 0; }
 
     static U32 floorOf(U64 word) noexcept {
         return static_cast<U32>((word & floorMask) >> floorShift);
     }
+
+    /// The table's and the notifiers' references become ordinary ones.
+    static U64 withoutFloor(U64 word) noexcept { return (word & ~floorMask) + floorOf(word); }
 
     static State stateOf(U64 word) noexcept {
         return static_cast<State>((word & stateMask) >> stateShift);
