@@ -134,8 +134,12 @@ struct CommunityTables::Decoder {
         auto const matches = [octets](Kel::DedupHandle const& candidate) {
             return static_cast<List const&>(candidate).standsFor(octets);
         };
-        return Mox::staticPtrCast<List const>(definitive ? lists.find(placement, matches)
-                                                         : lists.findFast(placement, matches));
+        if constexpr (definitive) {
+            return Mox::staticPtrCast<List const>(lists.find(placement, matches));
+        } else {
+            auto const* const taken = lists.takeFast(placement, matches);
+            return Mox::PtrConst<List>::adopt(static_cast<List const*>(taken));
+        }
     }
 
     template <class Content, class List, class Table, class Make>

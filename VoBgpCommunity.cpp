@@ -202,10 +202,13 @@ void ExtComm::formatHandle(std::ostream& os) const {
 ExtComm::PtrConst ExtComm::dedupContent(ExtCommDedupTable const* table,
                                         ExtCommContent const& content) {
     MOX_ASSERT_TEXT(table != nullptr, "__null != table");
-    auto found = table->dedupHashTable()->findFast(content.placementHash(), HasContent(content));
-    // What follows a miss is out of line, so that a hit saves no registers.
-    return found ? Mox::staticPtrCast<ExtComm const>(std::move(found))
-                 : dedupSlowly(*table, content);
+    auto const* const taken =
+        table->dedupHashTable()->takeFast(content.placementHash(), HasContent(content));
+    if (taken != nullptr) [[likely]] {
+        return PtrConst::adopt(static_cast<ExtComm const*>(taken));
+    }
+    // Out of line, so that a hit saves no registers.
+    return dedupSlowly(*table, content);
 }
 
 /// Another thread may intern an equal object meanwhile: dedup() returns the first, and the one

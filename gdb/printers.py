@@ -15,7 +15,7 @@ import gdb.printing
 USERS_MASK, FLOOR_SHIFT, FLOOR_MASK = (1 << 37) - 1, 37, 63  # Mox::CountWord
 STATE_SHIFT, STATE_MASK = 43, 7
 STATES = {1: "interned", 2: "being detached", 3: "left its table", 4: "from a store"}
-SLOT_MASK = (1 << 48) - 1  # Kel::SlotArray
+BUCKET_OCTETS, BUCKET_WORDS = 64, 8  # Kel::SlotBucket; the first word is not a slot
 # The tables of an agent, and where each has the framework's table.
 TABLES = {
     "Routing::Bgp::BasicDedupTable_": "dedupHashTable_",
@@ -103,15 +103,18 @@ def table_slots(table):
 def objects(table):
     """Pointers to what is in a Kel::DedupHashTable, in no order."""
     handle = gdb.lookup_type("Kel::DedupHandle").pointer()
-    word = gdb.lookup_type("unsigned long")
     for slots in table_slots(table):
-        for name in ("current_", "previous_"):
-            array = pointer_in(slots[name], "Kel::SlotArray")
-            if int(array):
-                first = (array + 1).cast(word.pointer())
-                for index in range(int(array["mask_"]) + 1):
-                    if int(first[index]):
-                        yield gdb.Value(int(first[index]) & SLOT_MASK).cast(handle)
+        # current_ is a SlotArray::Reference: the address of the buckets, and a number below it.
+        current = int(slots["current_"].address.cast(handle.pointer()).dereference())
+        previous = int(pointer_in(slots["previous_"], "Kel::SlotArray"))
+        for buckets in (current & -BUCKET_OCTETS, previous and previous + BUCKET_OCTETS):
+            if buckets:
+                array = gdb.Value(buckets - BUCKET_OCTETS)
+                array = array.cast(gdb.lookup_type("Kel::SlotArray").pointer())
+                words = gdb.Value(buckets).cast(handle.pointer())
+                for index in range(BUCKET_WORDS << 32 - int(array["shift_"])):
+                    if index % BUCKET_WORDS and int(words[index]):
+                        yield words[index]
 
 
 def table_size(table):

@@ -69,11 +69,11 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
         return core_->find(placementHash, match);
     }
 
-    // The two steps of find(), for a caller who keeps the second one out of the way of hits. Null
-    // from the first does not mean that there is no such object.
+    // The two steps of find(), for a caller that keeps the second one out of line. takeFast()
+    // returns a reference for the caller to adopt; null does not mean that there is no such object.
     template <class Match>
-    DedupHandle::PtrConst findFast(U64 placementHash, Match const& match) const {
-        return core_->findFast(placementHash, match);
+    DedupHandle const* takeFast(U64 placementHash, Match const& match) const {
+        return core_->takeFast(placementHash, match);
     }
     template <class Match>
     DedupHandle::PtrConst findSlowly(U64 placementHash, Match const& match) const {

@@ -36,76 +36,74 @@ void* mapMemory(std::size_t octets) {
 
 } // namespace
 
-SlotArray* SlotArray::create(std::size_t capacity) {
-    auto const octets = octetsFor(capacity);
+SlotArray* SlotArray::create(std::size_t buckets) {
+    auto const octets = octetsFor(buckets);
     bool const mapped = octets >= leastMapped;
     auto* const memory =
-        mapped ? mapMemory(octets) : std::memset(::operator new(octets), 0, octets);
-    return ::new (memory) SlotArray(capacity, mapped);
+        mapped
+            ? mapMemory(octets)
+            : std::memset(::operator new(octets, std::align_val_t(alignof(SlotArray))), 0, octets);
+    auto const shift = placeBits - static_cast<unsigned>(std::countr_zero(buckets));
+    return ::new (memory) SlotArray(shift, mapped);
 }
 
 void SlotArray::destroy(SlotArray* array) noexcept {
     if (array->mapped_) {
-        ::munmap(array, octetsFor(array->capacity()));
+        ::munmap(array, octetsFor(array->bucketCount()));
     } else {
-        ::operator delete(array);
+        ::operator delete(array, std::align_val_t(alignof(SlotArray)));
     }
 }
 
-void SlotArray::put(U64 slot, U32 place) noexcept {
-    std::size_t index = place & mask_;
-    while (slotAt(index) != 0) {
-        index = (index + 1) & mask_;
+void SlotArray::put(DedupHandle& handle, U32 placeOfHandle, U8 tag) noexcept {
+    auto bucket = homeOf(placeOfHandle);
+    auto empty = SlotBucket::emptySlots(buckets()[bucket].control());
+    while (!empty) {
+        buckets()[bucket].passedOver();
+        bucket = next(bucket);
+        empty = SlotBucket::emptySlots(buckets()[bucket].control());
     }
-    places()[index] = place;
-    slotIs(index, slot);
+    place(bucket, empty.first()).store(placeOfHandle, std::memory_order_relaxed);
+    buckets()[bucket].put(empty.first(), handle, tag);
 }
 
-bool SlotArray::erase(DedupHandle const& handle, U32 place) noexcept {
-    std::size_t hole = place & mask_;
-    for (U64 slot = slotAt(hole); handleOf(slot) != &handle; slot = slotAt(hole)) {
-        if (slot == 0) {
-            return false;
+/// Empties the slot of an object with that place.
+void SlotArray::remove(std::size_t bucket, unsigned index, U32 placeOfHandle) noexcept {
+    buckets()[bucket].clear(index);
+    for (auto passed = homeOf(placeOfHandle); passed != bucket; passed = next(passed)) {
+        buckets()[passed].passedOverRemoved();
+    }
+}
+
+bool SlotArray::erase(DedupHandle const& handle, U32 placeOfHandle) noexcept {
+    auto bucket = homeOf(placeOfHandle);
+    for (auto left = bucketCount(); left != 0; --left, bucket = next(bucket)) {
+        for (unsigned i = 0; i < SlotBucket::slots; ++i) {
+            if (buckets()[bucket].slot(i) == &handle) {
+                remove(bucket, i, placeOfHandle);
+                return true;
+            }
         }
-        hole = (hole + 1) & mask_;
-    }
-    // An entry behind the hole moves up unless that would take it before its own place, so a probe
-    // never meets an empty slot on the way to what it looks for.
-    for (auto next = (hole + 1) & mask_; slotAt(next) != 0; next = (next + 1) & mask_) {
-        if (((next - places()[next]) & mask_) >= ((next - hole) & mask_)) {
-            places()[hole] = places()[next];
-            slotIs(hole, slotAt(next));
-            hole = next;
+        if (!SlotBucket::isPassedOver(buckets()[bucket].control())) {
+            break;
         }
     }
-    slotIs(hole, 0);
-    return true;
+    return false;
 }
 
-std::size_t SlotArray::firstEmpty() const noexcept {
-    std::size_t index = 0;
-    while (slotAt(index) != 0) {
-        ++index;
-    }
-    return index;
-}
-
-std::size_t SlotArray::moveRunTo(SlotArray& other, std::size_t& index) noexcept {
-    for (std::size_t slots = 1;; ++slots) {
-        auto const here = index & mask_;
-        ++index;
-        U64 const slot = slotAt(here);
-        if (slot == 0) {
-            return slots;
+void SlotArray::moveBucketTo(SlotArray& other, std::size_t index) noexcept {
+    for (unsigned i = 0; i < SlotBucket::slots; ++i) {
+        if (auto* const handle = buckets()[index].slot(i); handle != nullptr) {
+            auto const placeOfHandle = place(index, i).load(std::memory_order_relaxed);
+            // There before it is removed here: a look-up in both rarely misses it.
+            other.put(*handle, placeOfHandle, buckets()[index].tag(i));
+            remove(index, i, placeOfHandle);
         }
-        // There before it has gone here: a probe of both does not miss it for long.
-        other.put(slot, places()[here]);
-        slotIs(here, 0);
     }
 }
 
 bool SlotArray::releaseSomeMemory() noexcept {
-    auto const octets = octetsFor(capacity());
+    auto const octets = octetsFor(bucketCount());
     if (!mapped_ || releasedOctets_ >= octets) {
         return false;
     }
@@ -120,7 +118,7 @@ bool SlotArray::releaseSomeMemory() noexcept {
 // ---- DedupSlots ---------------------------------------------------------------------------------
 
 DedupSlots::~DedupSlots() {
-    for (auto* array : {current_.load(), previous_.load()}) {
+    for (auto* array : {current(), previous_.load()}) {
         if (array != nullptr) {
             SlotArray::destroy(array);
         }
@@ -131,14 +129,12 @@ DedupSlots::~DedupSlots() {
 }
 
 std::size_t DedupSlots::capacity() const noexcept {
-    auto const* const array = current_.load(std::memory_order_relaxed);
-    return array == nullptr ? 0 : array->capacity();
+    return current() == nullptr ? 0 : current()->capacity();
 }
 
 std::size_t DedupSlots::octets() const noexcept {
     std::size_t octets = 0;
-    for (auto const* array :
-         {current_.load(std::memory_order_relaxed), previous_.load(std::memory_order_relaxed)}) {
+    for (auto const* array : {current(), previous_.load(std::memory_order_relaxed)}) {
         octets += array == nullptr ? 0 : array->octets();
     }
     for (auto const* array = spares_; array != nullptr; array = array->nextSpare) {
@@ -147,32 +143,28 @@ std::size_t DedupSlots::octets() const noexcept {
     return octets;
 }
 
-/// A spare array of that capacity, or a new one.
-SlotArray* DedupSlots::arrayOf(std::size_t capacity) {
+/// A spare array of that many buckets, or a new one.
+SlotArray* DedupSlots::arrayOf(std::size_t buckets) {
     for (auto** spare = &spares_; *spare != nullptr; spare = &(*spare)->nextSpare) {
-        if ((*spare)->capacity() == capacity) {
+        if ((*spare)->bucketCount() == buckets) {
             (*spare)->reuse();
             return std::exchange(*spare, (*spare)->nextSpare);
         }
     }
-    return SlotArray::create(capacity);
+    return SlotArray::create(buckets);
 }
 
 void DedupSlots::replaceBy(SlotArray* array) noexcept {
-    auto* const before = current_.load(std::memory_order_relaxed);
-    if (before != nullptr) {
-        next_ = before->firstEmpty() + 1;
-        left_ = before->capacity();
-    }
-    previous_.store(before, std::memory_order_release);
-    current_.store(array, std::memory_order_release);
+    next_ = 0;
+    previous_.store(current(), std::memory_order_release);
+    current_.store(SlotArray::Reference(*array), std::memory_order_release);
 }
 
 void DedupSlots::makeRoomForOne() {
     if (5 * (size_ + 1) <= 4 * capacity()) {
         return;
     }
-    auto* const larger = arrayOf(std::max(leastCapacity, 2 * capacity()));
+    auto* const larger = arrayOf(current() == nullptr ? 1 : 2 * current()->bucketCount());
     Change const change(*this);
     while (previous_.load(std::memory_order_relaxed) != nullptr) {
         step();
@@ -181,31 +173,30 @@ void DedupSlots::makeRoomForOne() {
 }
 
 void DedupSlots::shrinkIfEmpty() noexcept {
-    if (capacity() <= leastCapacity || 8 * size_ >= capacity() ||
+    auto const buckets = current()->bucketCount();
+    if (buckets == 1 || 8 * size_ >= capacity() ||
         previous_.load(std::memory_order_relaxed) != nullptr) {
         return;
     }
     try {
-        replaceBy(arrayOf(capacity() / 2));
+        replaceBy(arrayOf(buckets / 2));
     } catch (std::bad_alloc const&) {
         // A release never fails: the larger array stays.
     }
 }
 
-/// The part of moving, or of giving memory back, that one change does.
+/// Moves some entries, or returns some memory: the part that one change does.
 void DedupSlots::step() noexcept {
     auto* const from = previous_.load(std::memory_order_relaxed);
     if (from == nullptr) {
         releaseSpareMemory();
         return;
     }
-    auto& to = *current_.load(std::memory_order_relaxed);
-    for (std::size_t moved = 0; moved < slotsPerStep && left_ != 0;) {
-        auto const slots = from->moveRunTo(to, next_);
-        moved += slots;
-        left_ -= slots;
+    auto const end = std::min(next_ + bucketsPerStep, from->bucketCount());
+    for (; next_ != end; ++next_) {
+        from->moveBucketTo(*current(), next_);
     }
-    if (left_ == 0) {
+    if (next_ == from->bucketCount()) {
         from->nextSpare = std::exchange(spares_, from);
         previous_.store(nullptr, std::memory_order_release);
         spareMemoryLeft_ = true;
@@ -226,10 +217,7 @@ void DedupSlots::releaseSpareMemory() noexcept {
 
 void DedupSlots::insert(Placement placement, DedupHandle& handle) noexcept {
     Change const change(*this);
-    auto const address = reinterpret_cast<U64>(&handle);
-    MOX_ASSERT_TEXT((address & Placement::fragmentMask) == 0, "an object's address fits 48 bits");
-    current_.load(std::memory_order_relaxed)
-        ->put(address | placement.fragment(), placement.place());
+    current()->put(handle, placement.place(), placement.tag());
     ++size_;
     step();
 }
@@ -237,8 +225,8 @@ void DedupSlots::insert(Placement placement, DedupHandle& handle) noexcept {
 void DedupSlots::erase(DedupHandle const& handle, U32 place) noexcept {
     Change const change(*this);
     auto* const previous = previous_.load(std::memory_order_relaxed);
-    bool const erased = current_.load(std::memory_order_relaxed)->erase(handle, place) ||
-                        (previous != nullptr && previous->erase(handle, place));
+    bool const erased =
+        current()->erase(handle, place) || (previous != nullptr && previous->erase(handle, place));
     MOX_ASSERT_TEXT(erased, "an interned object is in its table");
     --size_;
     step();

@@ -3,158 +3,285 @@
 #include <Mox/Types.h>
 
 #include <atomic>
+#include <bit>
 #include <cstddef>
 
 namespace Kel {
 
 using Mox::U32;
 using Mox::U64;
+using Mox::U8;
 
 class DedupHandle;
 
-/// Where in a table an object of some content is: parts of its placement hash.
+/// The position in a table of the object with some content: parts of its placement hash.
 class Placement {
   public:
     explicit Placement(U64 placementHash) noexcept
       : hash_(placementHash) {}
 
-    /// What an object keeps of it, and a slot has beside it: enough to find the object's slot, in
-    /// an array of any size, without the object's content.
+    /// The part that an object keeps, and that an array has for each slot: enough to find the
+    /// object in an array of any size without its content. The low bits select the shard, the high
+    /// ones the bucket.
     U32 place() const noexcept { return static_cast<U32>(hash_); }
 
-    /// What a slot holds of it: one in 65,536 others has the same.
-    U64 fragment() const noexcept { return hash_ & fragmentMask; }
-
-    static constexpr unsigned fragmentShift = 48;
-    static constexpr U64 fragmentMask = ~U64{0} << fragmentShift;
+    /// 8 bits that are independent of place(), never 0: they are kept beside each slot, so that few
+    /// other objects have to be compared.
+    U8 tag() const noexcept { return static_cast<U8>(hash_ >> 56 | 1); }
 
   private:
     U64 hash_;
 };
 
-/// One flat array of slots: open addressing, linear probing, no tombstones. The capacity is a power
-/// of two.
+/// Seven slots in one cache line: the addresses of objects, null if empty.
 ///
-/// A slot is one word: the address of an object in its low 48 bits and 16 bits of the object's
-/// placement hash above them, so that a probe that fails does not touch the object. 0 is an empty
-/// slot. A second array has the place of each slot's object, so that moving one does not touch the
-/// object either.
+/// The control word has an octet for each slot: its object's tag, or 0 if the slot is empty. All
+/// tags are compared at once, without a branch for each slot. The last octet counts the entries for
+/// which this bucket was full and which are in a later one.
 ///
-/// One thread at a time changes an array; others may probe it meanwhile. They may then miss what is
-/// there, or meet an object that is not there any more.
+///      63         56 55                                                    0
+///     +-------------+-------+-------+-------+-------+-------+-------+-------+
+///     | passed over | tag 6 | tag 5 | tag 4 | tag 3 | tag 2 | tag 1 | tag 0 |
+///     +-------------+-------+-------+-------+-------+-------+-------+-------+
 ///
-///     | capacity, ... | slot 0 | slot 1 | ... | place 0 | place 1 | ... |   in one piece
-class SlotArray {
+/// One thread at a time changes a bucket; others may read it meanwhile. The tags are only a hint
+/// for them: a slot may already be empty, or hold another object.
+class alignas(64) SlotBucket {
   public:
-    /// An array of empty slots. Throws `std::bad_alloc`.
-    static SlotArray* create(std::size_t capacity);
-    static void destroy(SlotArray* array) noexcept;
+    static constexpr unsigned slots = 7;
 
-    std::size_t capacity() const noexcept { return mask_ + 1; }
-    /// Octets of memory, without what has been given back.
-    std::size_t octets() const noexcept { return octetsFor(capacity()) - releasedOctets_; }
+    /// The slots of a bucket with one tag.
+    class Matches {
+      public:
+        explicit operator bool() const noexcept { return bits_ != 0; }
+        unsigned first() const noexcept { return firstBit() / 8; }
+        void removeFirst() noexcept { bits_ &= bits_ - 1; }
 
-    /// The object in the first slot with that placement's fragment, or null: nearly always the only
-    /// one there is.
-    DedupHandle* candidate(Placement placement) const noexcept {
-        std::size_t index = placement.place();
-        for (auto const last = index + mask_;; ++index) {
-            U64 const slot = slotAt(index & mask_);
-            if (((slot ^ placement.fragment()) & Placement::fragmentMask) == 0) {
-                return handleOf(slot); // of an empty slot: null
-            }
-            // Bounded for those who probe while entries move; an array always has an empty slot.
-            if (slot == 0 || index == last) {
-                return nullptr;
-            }
+      private:
+        friend class SlotBucket;
+        explicit Matches(U64 bits) noexcept
+          : bits_(bits) {}
+
+        unsigned firstBit() const noexcept {
+            return static_cast<unsigned>(std::countr_zero(bits_));
+        }
+
+        /// The highest bit of each octet that matches. Exact for the lowest match; above it, an
+        /// octet that differs in the lowest bit only may be reported as well.
+        U64 bits_;
+    };
+
+    // Acquire: an object that is found in a slot has been constructed, and DedupSlots detects
+    // changes that were made meanwhile.
+
+    U64 control() const noexcept { return word(0).load(std::memory_order_acquire); }
+    DedupHandle* slot(unsigned index) const noexcept { return slotAt(sizeof(U64) * (1 + index)); }
+
+    /// The slot of the first match. REQUIRES: there is a match.
+    DedupHandle* firstSlot(Matches matches) const noexcept {
+        // Slot i begins 8 + 8 * i octets from the start, and its bit is 7 + 8 * i.
+        return slotAt(matches.firstBit() + 1);
+    }
+
+    static Matches matches(U64 control, Placement placement) noexcept {
+        return zeroTags(control ^ placement.tag() * lowBits);
+    }
+    static Matches emptySlots(U64 control) noexcept { return zeroTags(control); }
+    static bool isPassedOver(U64 control) noexcept { return control >> passedShift != 0; }
+
+    U8 tag(unsigned index) const noexcept { return static_cast<U8>(control() >> (8 * index)); }
+
+    /// Puts an object into an empty slot.
+    void put(unsigned index, DedupHandle& handle, U8 tag) noexcept {
+        word(1 + index).store(reinterpret_cast<U64>(&handle), std::memory_order_release);
+        controlIs(control() | U64{tag} << (8 * index));
+    }
+
+    void clear(unsigned index) noexcept {
+        controlIs(control() & ~(U64{0xff} << (8 * index)));
+        word(1 + index).store(0, std::memory_order_release);
+    }
+
+    /// Counts an entry that goes to a later bucket. A count that reaches the maximum stays there.
+    void passedOver() noexcept {
+        if (control() >> passedShift != passedMaximum) {
+            controlIs(control() + passedOne);
         }
     }
+
+    void passedOverRemoved() noexcept {
+        if (control() >> passedShift != passedMaximum) {
+            controlIs(control() - passedOne);
+        }
+    }
+
+  private:
+    static constexpr unsigned passedShift = 8 * slots;
+    static constexpr U64 passedOne = U64{1} << passedShift;
+    static constexpr U64 passedMaximum = 0xff;
+    static constexpr U64 lowBits = 0x0001'0101'0101'0101;
+    static constexpr U64 highBits = lowBits << 7;
+
+    static Matches zeroTags(U64 tags) noexcept {
+        return Matches((tags - lowBits) & ~tags & highBits);
+    }
+
+    std::atomic_ref<U64> word(unsigned index) const noexcept {
+        return std::atomic_ref<U64>(words_[index]);
+    }
+
+    DedupHandle* slotAt(std::size_t octet) const noexcept {
+        auto& word = *reinterpret_cast<U64*>(reinterpret_cast<std::byte*>(words_) + octet);
+        return reinterpret_cast<DedupHandle*>(
+            std::atomic_ref<U64>(word).load(std::memory_order_acquire));
+    }
+
+    void controlIs(U64 control) noexcept { word(0).store(control, std::memory_order_release); }
+
+    mutable U64 words_[1 + slots];
+};
+
+static_assert(sizeof(SlotBucket) == 64);
+
+/// One flat array of buckets, a power of two. An entry is in the bucket that its place selects, or
+/// in the first later one with an empty slot. A second array has the place of each slot's object,
+/// so that moving an entry does not touch the object.
+///
+/// One thread at a time changes an array; others may probe it meanwhile. They may then miss an
+/// object that is there, or find one that has been removed.
+///
+///     | header | bucket 0 | bucket 1 | ... | places of bucket 0 | places of bucket 1 | ... |
+class alignas(SlotBucket) SlotArray {
+  public:
+    /// An array of empty slots. Throws `std::bad_alloc`.
+    static SlotArray* create(std::size_t buckets);
+    static void destroy(SlotArray* array) noexcept;
+
+    std::size_t bucketCount() const noexcept { return std::size_t{1} << (placeBits - shift_); }
+    std::size_t capacity() const noexcept { return SlotBucket::slots * bucketCount(); }
+    /// Octets of memory, without the part that was returned to the system.
+    std::size_t octets() const noexcept { return octetsFor(bucketCount()) - releasedOctets_; }
+
+    /// The address of an array's buckets, and in its low bits how far a place is shifted to get the
+    /// index of its bucket: a look-up need not read the header. May be null.
+    class Reference {
+      public:
+        Reference() noexcept = default;
+        explicit Reference(SlotArray const& array) noexcept
+          : word_(reinterpret_cast<U64>(array.buckets()) | array.shift_) {}
+
+        explicit operator bool() const noexcept { return word_ != 0; }
+        SlotArray* get() const noexcept {
+            return word_ == 0 ? nullptr : reinterpret_cast<SlotArray*>(buckets()) - 1;
+        }
+
+        /// The first object in that placement's bucket with its tag, or null: nearly always the
+        /// only candidate. REQUIRES: the reference is not null.
+        DedupHandle* candidate(Placement placement) const noexcept {
+            auto const& bucket = buckets()[U64{placement.place()} >> (word_ & shiftMask)];
+            auto const matches = SlotBucket::matches(bucket.control(), placement);
+            return matches ? bucket.firstSlot(matches) : nullptr;
+        }
+
+      private:
+        static constexpr U64 shiftMask = alignof(SlotBucket) - 1;
+
+        SlotBucket* buckets() const noexcept {
+            return reinterpret_cast<SlotBucket*>(word_ & ~shiftMask);
+        }
+
+        U64 word_ = 0;
+    };
 
     /// The first object with that placement that `accept(DedupHandle&)` accepts, or null.
     template <class Accept>
     DedupHandle* find(Placement placement, Accept const& accept) const {
-        std::size_t index = placement.place();
-        for (auto const end = index + capacity(); index != end; ++index) {
-            U64 const slot = slotAt(index & mask_);
-            if (slot == 0) {
-                break;
-            }
-            if (((slot ^ placement.fragment()) & Placement::fragmentMask) == 0) {
-                if (auto* const handle = handleOf(slot); accept(*handle)) {
+        auto index = homeOf(placement.place());
+        // Bounded for look-ups while entries move.
+        for (auto left = bucketCount(); left != 0; --left, index = next(index)) {
+            auto const& bucket = buckets()[index];
+            auto const control = bucket.control();
+            for (auto found = SlotBucket::matches(control, placement); found; found.removeFirst()) {
+                auto* const handle = bucket.firstSlot(found);
+                if (handle != nullptr &&
+                    place(index, found.first()).load(std::memory_order_relaxed) ==
+                        placement.place() &&
+                    accept(*handle)) {
                     return handle;
                 }
+            }
+            if (!SlotBucket::isPassedOver(control)) {
+                break;
             }
         }
         return nullptr;
     }
 
-    /// Puts an entry into the first empty slot from its place on. There must be one.
-    void put(U64 slot, U32 place) noexcept;
+    /// Puts an object into the first empty slot from its bucket on. REQUIRES: there is one.
+    void put(DedupHandle& handle, U32 place, U8 tag) noexcept;
 
-    /// Takes an object out and closes the gap. False if it is not here.
+    /// Removes an object. False if it is not here.
     bool erase(DedupHandle const& handle, U32 place) noexcept;
 
-    /// Moves the entries from one empty slot to the next into another array; `index` is behind the
-    /// first empty slot at the start and behind the second afterwards. Returns how many slots that
-    /// were.
-    std::size_t moveRunTo(SlotArray& other, std::size_t& index) noexcept;
+    /// Moves all entries of a bucket into another array.
+    void moveBucketTo(SlotArray& other, std::size_t index) noexcept;
 
-    std::size_t firstEmpty() const noexcept;
-
-    /// Gives the memory of some slots back to the system, all of which are empty and stay so. False
-    /// when there is nothing left to give back.
+    /// Returns the memory of some slots to the system. REQUIRES: all slots are empty and stay so.
+    /// False when there is nothing left to return.
     bool releaseSomeMemory() noexcept;
 
     template <class Visitor>
     void forEach(Visitor const& visitor) const {
-        for (std::size_t index = 0; index < capacity(); ++index) {
-            if (U64 const slot = slotAt(index); slot != 0) {
-                visitor(*handleOf(slot));
+        for (std::size_t index = 0; index < bucketCount(); ++index) {
+            for (unsigned i = 0; i < SlotBucket::slots; ++i) {
+                if (auto* const handle = buckets()[index].slot(i); handle != nullptr) {
+                    visitor(*handle);
+                }
             }
         }
     }
 
-    /// An emptied array serves again.
+    /// Prepares an emptied array for new entries.
     void reuse() noexcept { releasedOctets_ = 0; }
 
-    /// The next array of a list of spare ones.
+    /// The next array in a list of spare ones.
     SlotArray* nextSpare = nullptr;
 
   private:
-    static constexpr std::size_t slotOctets = sizeof(U64) + sizeof(U32);
+    static constexpr unsigned placeBits = 32;
 
-    SlotArray(std::size_t capacity, bool mapped) noexcept
-      : mask_(capacity - 1)
+    SlotArray(unsigned shift, bool mapped) noexcept
+      : shift_(shift)
       , mapped_(mapped) {}
 
-    static std::size_t octetsFor(std::size_t capacity) noexcept {
-        return sizeof(SlotArray) + capacity * slotOctets;
+    static std::size_t octetsFor(std::size_t buckets) noexcept {
+        return sizeof(SlotArray) + buckets * (sizeof(SlotBucket) + SlotBucket::slots * sizeof(U32));
     }
 
-    static DedupHandle* handleOf(U64 slot) noexcept {
-        return reinterpret_cast<DedupHandle*>(slot & ~Placement::fragmentMask);
+    SlotBucket* buckets() const noexcept {
+        return reinterpret_cast<SlotBucket*>(const_cast<SlotArray*>(this) + 1);
     }
 
-    /// Acquire: an object that is found in a slot has been constructed.
-    U64 slotAt(std::size_t index) const noexcept {
-        return std::atomic_ref<U64>(slots()[index]).load(std::memory_order_acquire);
+    /// The place of the object in a slot.
+    std::atomic_ref<U32> place(std::size_t bucket, unsigned index) const noexcept {
+        auto* const places = reinterpret_cast<U32*>(buckets() + bucketCount());
+        return std::atomic_ref<U32>(places[SlotBucket::slots * bucket + index]);
     }
 
-    void slotIs(std::size_t index, U64 slot) noexcept {
-        std::atomic_ref<U64>(slots()[index]).store(slot, std::memory_order_release);
+    std::size_t homeOf(U32 place) const noexcept { return U64{place} >> shift_; }
+    std::size_t next(std::size_t bucket) const noexcept {
+        return (bucket + 1) & (bucketCount() - 1);
     }
 
-    U64* slots() const noexcept { return reinterpret_cast<U64*>(const_cast<SlotArray*>(this) + 1); }
+    void remove(std::size_t bucket, unsigned index, U32 place) noexcept;
 
-    U32* places() const noexcept { return reinterpret_cast<U32*>(slots() + capacity()); }
-
-    std::size_t const mask_;
+    unsigned const shift_;
     bool const mapped_;
-    /// How far the memory of the array has been given back, in octets from its start.
+    /// How much of the array's memory was returned to the system, in octets from its start.
     std::size_t releasedOctets_ = 0;
 };
 
-static_assert(sizeof(SlotArray) % sizeof(U64) == 0);
+static_assert(sizeof(SlotArray) == sizeof(SlotBucket));
 
 /// The slots of one shard, which grow and shrink by bounded steps.
 ///
@@ -178,17 +305,17 @@ class DedupSlots {
     // Without the lock null may be wrong, and what is found may have been destroyed: before an
     // object has been retained, its count word is all that may be read of it.
 
-    /// The first object with that placement's fragment in the array that entries go to, or null.
+    /// The object that SlotArray::Reference::candidate() finds in the array that entries go to.
     DedupHandle* candidate(Placement placement) const noexcept {
-        auto const* const array = current_.load(std::memory_order_acquire);
-        return array == nullptr ? nullptr : array->candidate(placement);
+        auto const array = current_.load(std::memory_order_acquire);
+        return array ? array.candidate(placement) : nullptr;
     }
 
     /// The object with that placement that `accept(DedupHandle&)` accepts, or null.
     template <class Accept>
     DedupHandle* find(Placement placement, Accept const& accept) const {
-        if (auto const* const array = current_.load(std::memory_order_acquire); array != nullptr) {
-            if (auto* const handle = array->find(placement, accept); handle != nullptr) {
+        if (auto const array = current_.load(std::memory_order_acquire)) {
+            if (auto* const handle = array.get()->find(placement, accept); handle != nullptr) {
                 return handle;
             }
         }
@@ -219,8 +346,7 @@ class DedupSlots {
 
     template <class Visitor>
     void forEach(Visitor const& visitor) const {
-        for (auto const* array : {current_.load(std::memory_order_relaxed),
-                                  previous_.load(std::memory_order_relaxed)}) {
+        for (auto const* array : {current(), previous_.load(std::memory_order_relaxed)}) {
             if (array != nullptr) {
                 array->forEach(visitor);
             }
@@ -228,10 +354,9 @@ class DedupSlots {
     }
 
   private:
-    static constexpr std::size_t leastCapacity = 8;
-    /// How many slots a change moves at least. Growth is over long before the larger array is full,
-    /// and shrinking before the smaller one has to grow again.
-    static constexpr std::size_t slotsPerStep = 16;
+    /// How many buckets a change moves. Growth is over long before the larger array is full, and
+    /// shrinking before the smaller one has to grow again.
+    static constexpr std::size_t bucketsPerStep = 3;
 
     /// Counts a change at its begin and at its end: the number is odd meanwhile.
     class Change {
@@ -252,23 +377,25 @@ class DedupSlots {
         DedupSlots& slots_;
     };
 
-    SlotArray* arrayOf(std::size_t capacity);
+    /// For changes, and for the lock's holder.
+    SlotArray* current() const noexcept { return current_.load(std::memory_order_relaxed).get(); }
+
+    SlotArray* arrayOf(std::size_t buckets);
     void replaceBy(SlotArray* array) noexcept;
     void shrinkIfEmpty() noexcept;
     void step() noexcept;
     void releaseSpareMemory() noexcept;
 
     /// Where entries go; null before the first.
-    std::atomic<SlotArray*> current_{nullptr};
+    std::atomic<SlotArray::Reference> current_{};
     /// What is being emptied into it, or null.
     std::atomic<SlotArray*> previous_{nullptr};
     // Another cache line, so that a change does not take the one above from other threads' probes.
     alignas(64) std::atomic<U64> changes_{0};
     SlotArray* spares_ = nullptr;
     bool spareMemoryLeft_ = false;
-    /// Of `previous_`: the next slot to move, and how many are left.
+    /// The next bucket of `previous_` to move.
     std::size_t next_ = 0;
-    std::size_t left_ = 0;
     std::size_t size_ = 0;
 };
 

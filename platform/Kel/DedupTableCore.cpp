@@ -141,8 +141,7 @@ DedupTableCore::DedupTableCore(bool threadSafe)
   : threadSafe_(threadSafe)
   , id_(coreIds.add(*this))
   , settled_(id_)
-  , shardShift_(threadSafe ? 32 - threadSafeShardBits : 32)
-  , shardCount_(std::size_t{1} << (32 - shardShift_))
+  , shardCount_(threadSafe ? threadSafeShards : 1)
   , shards_(std::make_unique<Shard[]>(shardCount_)) {}
 
 DedupTableCore::~DedupTableCore() {
@@ -172,7 +171,11 @@ DedupHandle::PtrConst DedupTableCore::take(Locks& locks, Shard& shard, Placement
     }
 }
 
-/// What the first candidate did not decide: another object with its fragment, an entry in the array
+void DedupTableCore::releaseOther(DedupHandle const& candidate) noexcept {
+    candidate.release();
+}
+
+/// What the first candidate did not decide: another object with its tag, an entry in the array
 /// that is being emptied, one that is not settled, a miss. The lock is taken only if what was seen
 /// without it is not certain.
 DedupHandle::PtrConst DedupTableCore::findSlowly(Placement placement, Matcher matches) {

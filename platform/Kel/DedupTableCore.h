@@ -47,32 +47,34 @@ class VOBGP_EXPORT DedupTableCore {
     /// `matches(DedupHandle const&)` accepts, or null.
     template <class Match>
     DedupHandle::PtrConst find(U64 placementHash, Match const& matches) {
-        auto found = findFast(placementHash, matches);
-        return found ? std::move(found) : findSlowly(placementHash, matches);
+        auto* const taken = takeFast(placementHash, matches);
+        return taken != nullptr ? DedupHandle::PtrConst::adopt(taken)
+                                : findSlowly(placementHash, matches);
     }
 
-    /// A reference to the object that matches, or null: find() for what findFast() did not find.
+    /// Takes a reference, which the caller adopts, to the object that matches, or returns null.
+    /// Null may be wrong: it looks only where the object nearly always is, and takes no lock.
+    template <class Match>
+    DedupHandle* takeFast(U64 placementHash, Match const& matches) {
+        Placement const placement(placementHash);
+        auto* const candidate = shardOf(placement.place()).slots.candidate(placement);
+        if (candidate == nullptr) [[unlikely]] {
+            return nullptr;
+        }
+        if (!threadSafe_) {
+            if (!matches(*candidate)) [[unlikely]] {
+                return nullptr;
+            }
+            candidate->retain();
+            return candidate;
+        }
+        return probe(*candidate, matches) == Probe::taken ? candidate : nullptr;
+    }
+
+    /// A reference to the object that matches, or null: find() for what takeFast() did not find.
     template <class Match>
     DedupHandle::PtrConst findSlowly(U64 placementHash, Match const& matches) {
         return findSlowly(Placement(placementHash), Matcher(matches));
-    }
-
-    /// As find(), but null may be wrong: it looks only where the object nearly always is, and takes
-    /// no lock.
-    template <class Match>
-    DedupHandle::PtrConst findFast(U64 placementHash, Match const& matches) {
-        Placement const placement(placementHash);
-        auto* const candidate = shardOf(placement.place()).slots.candidate(placement);
-        if (candidate != nullptr) [[likely]] {
-            if (!threadSafe_) {
-                if (matches(*candidate)) [[likely]] {
-                    return DedupHandle::PtrConst(candidate);
-                }
-            } else if (probe(*candidate, matches) == Probe::taken) [[likely]] {
-                return DedupHandle::PtrConst::adopt(candidate);
-            }
-        }
-        return nullptr;
     }
 
     DedupHandle::PtrConst dedup(DedupHandle::Ptr const& object);
@@ -102,10 +104,10 @@ class VOBGP_EXPORT DedupTableCore {
     };
     class Locks;
 
-    static constexpr unsigned threadSafeShardBits = 6;
+    static constexpr std::size_t threadSafeShards = 64;
 
-    /// By the high bits; the low ones choose the slot.
-    Shard& shardOf(U32 place) noexcept { return shards_[U64{place} >> shardShift_]; }
+    /// Selected by the low bits; the high ones select the bucket.
+    Shard& shardOf(U32 place) noexcept { return shards_[place & (shardCount_ - 1)]; }
 
     /// Any match, by reference.
     class Matcher {
@@ -141,11 +143,14 @@ class VOBGP_EXPORT DedupTableCore {
             return Probe::unsettled;
         }
         if (!matches(candidate)) [[unlikely]] {
-            candidate.release();
+            releaseOther(candidate);
             return Probe::another;
         }
         return Probe::taken;
     }
+
+    /// Releases a candidate with another content. Not inline, so that a hit saves no registers.
+    static void releaseOther(DedupHandle const& candidate) noexcept;
 
     DedupHandle::PtrConst findSlowly(Placement placement, Matcher matches);
 
@@ -166,7 +171,6 @@ class VOBGP_EXPORT DedupTableCore {
     bool const threadSafe_;
     U32 const id_;
     Mox::CountWord::SettledIn const settled_;
-    unsigned const shardShift_;
     std::size_t const shardCount_;
     std::unique_ptr<Shard[]> const shards_;
     /// The notifiee, and whether it is to be told, are read and changed under the notification

@@ -12,7 +12,7 @@ std::atomic<unsigned long> octetsAllocated{0};
 std::atomic<long> allocationsLeft{-1};
 std::atomic<long> failuresLeft{-1};
 
-void* allocate(std::size_t octets) noexcept {
+void* allocate(std::size_t octets, std::size_t alignment = 0) noexcept {
     allocations.fetch_add(1, std::memory_order_relaxed);
     octetsAllocated.fetch_add(octets, std::memory_order_relaxed);
     auto left = allocationsLeft.load(std::memory_order_relaxed);
@@ -27,7 +27,9 @@ void* allocate(std::size_t octets) noexcept {
     if (left > 0) {
         allocationsLeft.store(left - 1, std::memory_order_relaxed);
     }
-    return std::malloc(octets == 0 ? 1 : octets);
+    return alignment == 0
+               ? std::malloc(octets == 0 ? 1 : octets)
+               : std::aligned_alloc(alignment, (octets + alignment - 1) & ~(alignment - 1));
 }
 
 } // namespace
@@ -60,7 +62,18 @@ void* operator new(std::size_t octets, std::nothrow_t const&) noexcept {
     return allocate(octets);
 }
 
+void* operator new(std::size_t octets, std::align_val_t alignment) {
+    if (auto* const memory = allocate(octets, static_cast<std::size_t>(alignment))) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
 void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::align_val_t) noexcept {
     std::free(memory);
 }
 

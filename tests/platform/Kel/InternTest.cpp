@@ -105,7 +105,7 @@ TEST_P(Intern, DumpsListEveryObjectAndItsReferences) {
     auto const held = intern(*table, 1);
     auto const context = Mox::makeCounted<Kel::StringDumpContext>();
     context->dumpChild(*table, 2);
-    EXPECT_EQ(context->text(), "  Kel::DedupHashTableUnorderedSet #1 capacity 8 octets " +
+    EXPECT_EQ(context->text(), "  Kel::DedupHashTableUnorderedSet #1 capacity 7 octets " +
                                    std::to_string(table->octets()) + "\n    Word references 1\n");
 }
 
