@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string>
 
+#include "DictionaryOption.h"
 #include "DumpFiles.h"
 #include "ListStore.h"
 #include "ReportPage.h"
@@ -18,7 +19,7 @@ namespace {
 
 constexpr std::string_view topOption = "--top";
 constexpr Option reportOptions[] = {
-    {outOption, Takes::file}, {topOption, Takes::value}, addPathOption, {verboseOption}};
+    {outOption, Takes::file}, {topOption, Takes::value}, dictionaryOption, addPathOption, {verboseOption}};
 constexpr GroupBy reportGroupings[] = {GroupBy::peer, GroupBy::as, GroupBy::family, GroupBy::hour};
 
 constexpr std::string_view reportHelp =
@@ -33,6 +34,9 @@ readable without JavaScript. Its numbers are those of `stats --json` with every 
   --out FILE.html   the page
   --top N           the N most used communities of each kind, and the first N ASes, peers, families
                     and route targets; 20 if not given. Hours and lengths of lists are complete
+  --dictionary FILE|DIR
+                    what operators say that their communities mean, shown beside the most used ones;
+                    lines ASN:PATTERN,DESCRIPTION, as the man page describes them
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
                     for each message and family; no; or yes, which HOW may be left out for
   --verbose         name all that is malformed on standard error, not only the first few of each
@@ -53,6 +57,7 @@ ExitStatus report(Arguments const& arguments, Output& output) {
         throw UsageError(out + ": is one of the dumps");
     }
     StatsOptions options;
+    options.dictionary = dictionary(arguments);
     options.top = arguments.count(topOption).value_or(defaultTop);
     options.groupings.assign(std::begin(reportGroupings), std::end(reportGroupings));
     Agent agent;
@@ -65,6 +70,7 @@ ExitStatus report(Arguments const& arguments, Output& output) {
     ReportContent content;
     content.files.assign(input.files.begin(), input.files.end());
     content.sections = statsSections(result, tally, options, 0);
+    content.hasMeanings = !options.dictionary.empty();
     content.targets = tally.targets();
     content.targets.resize(std::min(content.targets.size(), options.top));
     content.top = options.top;

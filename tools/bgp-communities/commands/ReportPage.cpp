@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <string_view>
+#include <utility>
 
 #include "StatsReport.h"
 #include "text/MemberName.h"
@@ -284,19 +285,33 @@ void appendHead(std::string& out, ReportContent const& content) {
     out += sectionEnd;
 }
 
+/** A row of the most used communities: its name, and what it means if `hasMeanings`. */
+std::vector<std::string> usedRow(CommunityKind kind, UsageCount const& used, bool hasMeanings) {
+    std::string hex;
+    JsonWriter(hex).octets(octetsOf(used.octets));
+    std::vector<std::string> row(1);
+    appendMemberName(row[0], kind, octetsOf(used.octets));
+    if (hasMeanings) {
+        row.push_back(used.meaning);
+    }
+    row.insert(row.end(), {used.text, std::string(traitsOf(kind).key),
+                           hex.substr(1, hex.size() - 2), std::to_string(used.uses)});
+    return row;
+}
+
 void appendMostUsed(std::string& out, ReportContent const& content) {
     beginSection(out, "Most used communities", "By the number of attributes that carry them.");
     Table table = {"most-used", {"name", "text", "kind", "octets", "attributes"}, 4, {}};
+    if (content.hasMeanings) {
+        table.heads.insert(table.heads.begin() + 1, "meaning");
+        ++table.texts;
+    }
     std::vector<Bar> bars;
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
         for (UsageCount const& used : content.sections.interned[kind].mostUsedValues) {
-            std::string hex;
-            JsonWriter(hex).octets(octetsOf(used.octets));
-            std::string name;
-            appendMemberName(name, static_cast<CommunityKind>(kind), octetsOf(used.octets));
-            bars.push_back({name, used.uses});
-            table.rows.push_back({name, used.text, std::string(communityKindTraits[kind].key),
-                                  hex.substr(1, hex.size() - 2), std::to_string(used.uses)});
+            auto row = usedRow(static_cast<CommunityKind>(kind), used, content.hasMeanings);
+            bars.push_back({row[0] + (used.meaning.empty() ? "" : ": " + used.meaning), used.uses});
+            table.rows.push_back(std::move(row));
         }
     }
     std::stable_sort(bars.begin(), bars.end(),

@@ -12,6 +12,7 @@ namespace BgpCommunities {
 struct ReportContent {
     std::vector<std::string> files; // as they were given
     StatsSections sections;         // grouped by peer, AS, family and hour
+    bool hasMeanings = false;       // of communities, from a dictionary
     std::vector<TargetUse> targets; // most routes first
     std::size_t top = 0;            // rows of a table
 };

@@ -11,6 +11,7 @@
 #include <Mox/PtrInterface.h>
 #include <Routing/Bgp/VoBgpGlobals.h>
 
+#include "DictionaryOption.h"
 #include "DumpFiles.h"
 #include "DumpJobs.h"
 #include "StatsReport.h"
@@ -30,6 +31,7 @@ constexpr std::string_view byOption = "--by";
 constexpr Option statsOptions[] = {{jsonOption},
                                    {topOption, Takes::value},
                                    {byOption, Takes::value, groupByKeys},
+                                   dictionaryOption,
                                    {jobsOption, Takes::value},
                                    addPathOption,
                                    {verboseOption}};
@@ -45,6 +47,9 @@ that is a pipe.
   --top N           the N most used values, lists and groups; 10 if not given
   --by GROUP        also count routes by peer; by as, the AS that communities start with; by family;
                     or by hour (UTC). May be given more than once
+  --dictionary FILE|DIR
+                    what operators say that their communities mean, printed beside the most used ones;
+                    lines ASN:PATTERN,DESCRIPTION, as the man page describes them
   --jobs N          read in N threads, 1 to 256; 1 if not given. What is counted and named is the
                     same for every N. The blocks of one bzip2 dump are decompressed in N
                     threads. Each takes up to 16 MB for reading; records above 256 kB
@@ -105,6 +110,7 @@ std::size_t jobsOf(Arguments const& arguments) {
 
 StatsOptions optionsOf(Arguments const& arguments) {
     StatsOptions options;
+    options.dictionary = dictionary(arguments);
     options.top = arguments.count(topOption).value_or(StatsOptions::defaultTop);
     for (std::string_view const value : arguments.values(byOption)) {
         auto const found = std::find(groupByKeys.begin(), groupByKeys.end(), value);

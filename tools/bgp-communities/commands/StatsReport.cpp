@@ -8,6 +8,7 @@
 
 #include "lists/ListUses.h"
 #include "text/JsonWriter.h"
+#include "text/Utf8.h"
 
 namespace BgpCommunities {
 
@@ -24,7 +25,11 @@ void writeUsed(JsonWriter& json, std::vector<UsageCount> const& mostUsed) {
     json.beginArray();
     for (UsageCount const& used : mostUsed) {
         json.beginObject().key("uses").number(used.uses);
-        json.key("octets").octets(octetsOf(used.octets)).key("text").string(used.text).endObject();
+        json.key("octets").octets(octetsOf(used.octets)).key("text").string(used.text);
+        if (!used.meaning.empty()) {
+            json.key("meaning").string(used.meaning);
+        }
+        json.endObject();
     }
     json.endArray();
 }
@@ -69,7 +74,11 @@ void appendUsed(std::string& out, std::string_view head, std::vector<UsageCount>
     out.append("\nmost used ").append(head).append("\n");
     for (UsageCount const& used : mostUsed) {
         appendRight(out, used.uses, 12);
-        out.append("  ").append(used.text).append("\n");
+        out.append("  ").append(used.text);
+        if (!used.meaning.empty()) {
+            out.append("  ").append(masked(used.meaning));
+        }
+        out += '\n';
     }
 }
 

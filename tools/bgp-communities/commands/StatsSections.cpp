@@ -65,7 +65,7 @@ Counts kindCounts(CommunityKindTraits const& traits, CommunityCounts const& coun
 }
 
 void addKinds(StatsSections& sections, DumpResult const& result, ListCounter const& counter,
-              std::size_t top) {
+              StatsOptions const& options) {
     Sizes all;
     for (std::size_t number = 0; number < communityKinds; ++number) {
         auto const kind = static_cast<CommunityKind>(number);
@@ -73,7 +73,10 @@ void addKinds(StatsSections& sections, DumpResult const& result, ListCounter con
         CommunityCounts const& counts = result.counts.of(kind);
         ListCounter::Refused const& refused = counter.refused(kind);
         InternedKind& interned = sections.interned[number];
-        interned = counter.lists(kind).summary(top);
+        interned = counter.lists(kind).summary(options.top);
+        for (UsageCount& value : interned.mostUsedValues) {
+            value.meaning = options.dictionary.meaning(kind, octetsOf(value.octets));
+        }
         Sizes const sizes = {(counts.members - refused.members) * traits.memberOctets,
                              interned.objectOctets, interned.tableOctets};
         all += sizes;
@@ -147,7 +150,7 @@ StatsSections statsSections(DumpResult const& result, RouteTally const& tally,
     sections.routes = tally.routes();
     sections.seconds = seconds;
     sections.whole = wholeCounts(result, tally.routes());
-    addKinds(sections, result, tally, options.top);
+    addKinds(sections, result, tally, options);
     for (GroupBy const by : options.groupings) {
         sections.groupings.push_back(grouped(tally, by, options.top));
     }

@@ -9,6 +9,7 @@
 #include "DumpFiles.h"
 #include "lists/RouteTally.h"
 #include "text/Counts.h"
+#include "text/Dictionary.h"
 
 namespace BgpCommunities {
 
@@ -18,6 +19,7 @@ struct StatsOptions {
 
     std::size_t top = defaultTop; // most used values, lists and groups
     std::vector<GroupBy> groupings;
+    Dictionary dictionary;
 };
 
 /** A row of routes grouped by one thing. */

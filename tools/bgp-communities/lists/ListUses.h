@@ -21,6 +21,7 @@ struct UsageCount {
     std::uint64_t uses = 0;
     std::string octets; // of its members, as on the wire
     std::string text;
+    std::string meaning = {}; // of a value, as a dictionary has it
 };
 
 /** The lists with one number of members; a plain value. */
