@@ -7,7 +7,7 @@ namespace BgpCommunities {
 /** PRAGMA application_id of the databases that `export` writes: "BGPc". */
 inline constexpr std::string_view databaseApplication = "1111969891";
 /** PRAGMA user_version: rises when a table or column changes its meaning or goes. */
-inline constexpr std::string_view databaseVersion = "1";
+inline constexpr std::string_view databaseVersion = "2";
 
 /** The tables; docs/questions.md describes them. */
 inline constexpr std::string_view databaseTables = R"sql(
@@ -34,6 +34,7 @@ CREATE TABLE communities (
     octets BLOB NOT NULL,           -- as on the wire
     text TEXT NOT NULL,
     name TEXT NOT NULL,             -- as read --community takes it: no-export, rt:64496:1
+    meaning TEXT,                   -- in the last dictionary that described it, null if none did
     asn INTEGER,                    -- the AS that it starts with, null if none
     route_target INTEGER NOT NULL,  -- 1 if it is a route target
     UNIQUE (kind, octets)
@@ -52,6 +53,12 @@ CREATE TABLE list_members (
     community INTEGER NOT NULL REFERENCES communities,
     PRIMARY KEY (list, position)
 ) WITHOUT ROWID;
+CREATE TABLE as_paths (
+    id INTEGER PRIMARY KEY,
+    path TEXT NOT NULL UNIQUE,      -- "64496 64497 {64498,64499}", with sets and confederations
+    origin_as INTEGER,              -- null if the path is empty or ends with a set
+    length INTEGER NOT NULL         -- a set counts once, a confederation not at all
+);
 CREATE TABLE routes (
     id INTEGER PRIMARY KEY,         -- in the order of the dumps
     dump INTEGER NOT NULL REFERENCES dumps,
@@ -62,6 +69,11 @@ CREATE TABLE routes (
     family TEXT NOT NULL,           -- "IPv4 unicast"
     prefix TEXT NOT NULL,
     path_id INTEGER,                -- RFC 7911
+    as_path INTEGER REFERENCES as_paths, -- this and the next four: null if absent or malformed
+    origin TEXT,                    -- IGP, EGP or INCOMPLETE
+    next_hop TEXT,
+    med INTEGER,
+    local_pref INTEGER,
     standard INTEGER REFERENCES lists,
     extended INTEGER REFERENCES lists,
     ipv6 INTEGER REFERENCES lists,
@@ -73,7 +85,7 @@ CREATE VIEW route_lists AS
     UNION ALL SELECT id, ipv6 FROM routes WHERE ipv6 IS NOT NULL
     UNION ALL SELECT id, large FROM routes WHERE large IS NOT NULL;
 CREATE VIEW route_communities AS
-    SELECT route, list, community, kind, text, name, asn, route_target
+    SELECT route, list, community, kind, text, name, meaning, asn, route_target
     FROM route_lists JOIN list_members USING (list) JOIN communities ON communities.id = community;
 CREATE VIEW list_uses AS
     SELECT lists.*, uses.routes
@@ -87,6 +99,15 @@ CREATE VIEW community_uses AS
 CREATE VIEW as_routes AS
     SELECT asn, count(DISTINCT route) AS routes, count(DISTINCT community) AS communities
     FROM route_communities WHERE asn IS NOT NULL GROUP BY asn;
+CREATE VIEW full_routes AS          -- with their texts instead of references
+    SELECT routes.id, dumps.name AS dump, record, time, event, peers.address AS peer_address,
+           peers.asn AS peer_as, family, prefix, path_id, path AS as_path, origin_as, length,
+           origin, next_hop, med, local_pref, s.text AS standard, e.text AS extended,
+           i.text AS ipv6, l.text AS large
+    FROM routes JOIN dumps ON dumps.id = dump JOIN peers ON peers.id = peer
+    LEFT JOIN as_paths ON as_paths.id = as_path
+    LEFT JOIN lists AS s ON s.id = standard LEFT JOIN lists AS e ON e.id = extended
+    LEFT JOIN lists AS i ON i.id = routes.ipv6 LEFT JOIN lists AS l ON l.id = large;
 CREATE VIEW last_routes AS          -- of each route of a peer the last row, if not withdrawn
     SELECT * FROM (
         SELECT *, row_number() OVER (PARTITION BY peer, family, prefix, path_id
@@ -98,6 +119,8 @@ CREATE VIEW last_routes AS          -- of each route of a peer the last row, if 
 inline constexpr std::string_view databaseIndexes = R"sql(
 CREATE INDEX IF NOT EXISTS list_members_by_community ON list_members (community);
 CREATE INDEX IF NOT EXISTS communities_by_name ON communities (name);
+CREATE INDEX IF NOT EXISTS as_paths_by_origin ON as_paths (origin_as);
+CREATE INDEX IF NOT EXISTS routes_by_as_path ON routes (as_path) WHERE as_path IS NOT NULL;
 CREATE INDEX IF NOT EXISTS routes_by_prefix ON routes (prefix);
 CREATE INDEX IF NOT EXISTS routes_by_peer ON routes (peer);
 CREATE INDEX IF NOT EXISTS routes_by_time ON routes (time);

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "DictionaryOption.h"
 #include "DumpFiles.h"
 #include "RouteDatabase.h"
 #include "lists/Agent.h"
@@ -15,24 +16,28 @@ namespace BgpCommunities {
 namespace {
 
 constexpr std::string_view sqliteOption = "--sqlite";
-constexpr Option exportOptions[] = {{sqliteOption, Takes::file}, addPathOption, {verboseOption}};
+constexpr Option exportOptions[] = {
+    {sqliteOption, Takes::file}, dictionaryOption, addPathOption, {verboseOption}};
 
 constexpr std::string_view exportHelp =
-    R"(usage: bgp-communities export --sqlite DB [--add-path[=HOW]] [--verbose] FILE...
+    R"(usage: bgp-communities export --sqlite DB [OPTION...] FILE...
 
 Adds the routes of MRT dumps (RFC 6396, RFC 8050; plain or compressed; "-" is standard input) to an
 SQLite database, created if it does not exist: every route that was announced, withdrawn or in
-a table, and every distinct list and community once. Messages that were sent to a peer are left out.
+a table, and every distinct AS path, list and community once. Messages that were sent to a peer are left out.
 
   --sqlite DB       the file of the database
+  --dictionary FILE|DIR
+                    what operators say that their communities mean, kept with them;
+                    lines ASN:PATTERN,DESCRIPTION, as the man page describes them
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
                     for each message and family; no; or yes, which HOW may be left out for
   --verbose         name all that is malformed on standard error, not only the first few of each
                     kind
 
-Tables: dumps, peers, routes, communities, lists, list_members. Views: route_lists,
-route_communities, list_uses, community_uses, as_routes, last_routes. `sqlite3 DB .schema` prints
-them with comments; PRAGMA user_version is the version of the schema.
+Tables: dumps, peers, routes, as_paths, communities, lists, list_members. Views: route_lists,
+route_communities, list_uses, community_uses, as_routes, full_routes, last_routes. `sqlite3 DB
+.schema` prints them with comments; PRAGMA user_version is the version of the schema.
 
 Each dump is one transaction. If it cannot be read or the disk is full, this is reported, the
 database keeps the dumps that were in it, and the exit status is 3; if the process is killed, the
@@ -75,12 +80,13 @@ class Transaction {
 };
 
 /** Adds one dump; on error the database is unchanged. Throws DatabaseError. */
-ExitStatus addDump(Database& database, DumpInput const& input, bool verbose, Output& output) {
+ExitStatus addDump(Database& database, DumpInput const& input, Dictionary const& dictionary,
+                   bool verbose, Output& output) {
     std::string const name(input.files[0]);
     Transaction transaction(database);
     prepareRouteDatabase(database);
     Agent agent;
-    RouteInserter inserter(database, agent, verbose);
+    RouteInserter inserter(database, agent, dictionary, verbose);
     DumpResult const result = readDumps(input, inserter);
     if (result.status == ExitStatus::unreadable) {
         complain(name + ": not added to " + database.name());
@@ -116,13 +122,15 @@ ExitStatus exportRoutes(Arguments const& arguments, Output& output) {
     std::error_code error;
     bool const isNew = !std::filesystem::exists(std::string(*name), error);
     auto const files = input.files;
+    Dictionary const meanings = dictionary(arguments);
+    bool const verbose = arguments.has(verboseOption);
     ExitStatus status = ExitStatus::allRead;
     try {
         Database database{std::string(*name)};
         database.execute("PRAGMA cache_size = -65536"); // 64 MB
         for (std::string_view const& file : files) {
             input.files = {&file, 1};
-            status = worse(status, addDump(database, input, arguments.has(verboseOption), output));
+            status = worse(status, addDump(database, input, meanings, verbose, output));
         }
     } catch (DatabaseError const& fault) {
         complain(std::string(fault.what()) + "; the dump was not added");

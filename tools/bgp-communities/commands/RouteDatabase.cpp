@@ -42,21 +42,27 @@ void prepareRouteDatabase(Database& database) {
     }
 }
 
-RouteInserter::RouteInserter(Database& database, Agent& agent, bool verbose)
+RouteInserter::RouteInserter(Database& database, Agent& agent, Dictionary const& dictionary,
+                             bool verbose)
   : ListCounter(agent, verbose, true)
   , database_(database)
+  , dictionary_(dictionary)
   , insertRoute_(database, "INSERT INTO routes (dump, record, time, event, peer, family, prefix,"
-                           " path_id, standard, extended, ipv6, large)"
-                           " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
+                           " path_id, as_path, origin, next_hop, med, local_pref,"
+                           " standard, extended, ipv6, large)"
+                           " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
   , insertPeer_(database, "INSERT INTO peers (address, asn) VALUES (?, ?)")
   , findPeer_(database, "SELECT id FROM peers WHERE address = ? AND asn = ?")
+  , insertAsPath_(database, "INSERT INTO as_paths (path, origin_as, length) VALUES (?, ?, ?)")
+  , findAsPath_(database, "SELECT id FROM as_paths WHERE path = ?")
   , insertList_(database, "INSERT INTO lists (kind, octets, text, members) VALUES (?, ?, ?, ?)")
   , findList_(database, "SELECT id FROM lists WHERE kind = ? AND octets = ?")
   , insertMember_(database, "INSERT INTO list_members (list, position, community)"
                             " VALUES (?, ?, ?)")
-  , insertCommunity_(database, "INSERT INTO communities (kind, octets, text, name, asn,"
-                               " route_target) VALUES (?, ?, ?, ?, ?, ?)")
+  , insertCommunity_(database, "INSERT INTO communities (kind, octets, text, name, meaning,"
+                               " asn, route_target) VALUES (?, ?, ?, ?, ?, ?, ?)")
   , findCommunity_(database, "SELECT id FROM communities WHERE kind = ? AND octets = ?")
+  , updateMeaning_(database, "UPDATE communities SET meaning = ? WHERE id = ?")
   , dump_(insertDump(database)) {}
 
 std::optional<std::string> RouteInserter::finish(std::string_view name, std::uint64_t records,
@@ -93,18 +99,24 @@ void RouteInserter::handleLists(Update const& update, ListSet const& lists) {
     if (update.sentByUs) {
         return;
     }
-    digest(update.at, update.peer, update.communities);
+    digest(update.at, update.peer, update.attributes.area);
     for (Route const& route : update.withdrawn) {
-        insert({update.at, update.peer, "withdraw", {}}, route);
+        insert({update.at, update.peer, "withdraw"}, route);
     }
-    for (Route const& route : update.announced) {
-        insert({update.at, update.peer, "announce", lists}, route);
+    if (!update.announced.empty()) {
+        RouteAttributes const attributes(update.attributes);
+        Event const event = {update.at, update.peer, "announce",
+                             lists,     attributes,  asPathId(attributes)};
+        for (Route const& route : update.announced) {
+            insert(event, route);
+        }
     }
 }
 
 void RouteInserter::handleLists(RibEntry const& entry, ListSet const& lists) {
-    digest(entry.at, entry.peer, entry.communities);
-    insert({entry.at, entry.peer, "table", lists}, entry.route);
+    digest(entry.at, entry.peer, entry.attributes.area);
+    RouteAttributes const attributes(entry.attributes);
+    insert({entry.at, entry.peer, "table", lists, attributes, asPathId(attributes)}, entry.route);
 }
 
 void RouteInserter::insert(Event const& event, Route const& route) {
@@ -122,6 +134,7 @@ void RouteInserter::insert(Event const& event, Route const& route) {
     appendText(text_, route);
     insertRoute_.bind(std::string_view(text_));
     insertRoute_.bind(route.hasPathId ? std::optional<std::int64_t>(route.pathId) : std::nullopt);
+    bindAttributes(event, route);
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
         if (event.lists[kind] != nullptr) {
             insertRoute_.bind(listId(kind, event.lists[kind]));
@@ -131,6 +144,41 @@ void RouteInserter::insert(Event const& event, Route const& route) {
     }
     insertRoute_.run();
     ++inserted_;
+}
+
+void RouteInserter::bindAttributes(Event const& event, Route const& route) {
+    RouteAttributes const& attributes = event.attributes;
+    auto const origin = attributes.origin();
+    insertRoute_.bind(event.asPath);
+    insertRoute_.bind(origin ? std::optional(nameOf(*origin)) : std::nullopt);
+    IpAddress const nextHop = attributes.nextHop(route);
+    text_.clear();
+    appendText(text_, nextHop);
+    insertRoute_.bind(nextHop.size != 0 ? std::optional(std::string_view(text_)) : std::nullopt);
+    for (auto const& number : {attributes.med(), attributes.localPref()}) {
+        insertRoute_.bind(number ? std::optional<std::int64_t>(*number) : std::nullopt);
+    }
+}
+
+std::optional<std::int64_t> RouteInserter::asPathId(RouteAttributes const& attributes) {
+    if (!attributes.asPath()) {
+        return std::nullopt;
+    }
+    text_.clear();
+    appendText(text_, *attributes.asPath());
+    auto const [known, isNew] = asPaths_.try_emplace(text_);
+    if (!isNew) {
+        return known->second;
+    }
+    std::string_view const path = known->first;
+    auto const found = findAsPath_.bind(path).row();
+    if (!found) {
+        auto const origin = originAs(*attributes.asPath());
+        insertAsPath_.bind(path);
+        insertAsPath_.bind(origin ? std::optional<std::int64_t>(*origin) : std::nullopt);
+        insertAsPath_.bind(static_cast<std::int64_t>(lengthOf(*attributes.asPath()))).run();
+    }
+    return known->second = found ? found->number : database_.lastId();
 }
 
 std::int64_t RouteInserter::peerId(Peer const& peer) {
@@ -186,8 +234,14 @@ std::int64_t RouteInserter::communityId(std::size_t kind, ListMember const& memb
     if (!isNew) {
         return known->second;
     }
+    auto const said =
+        dictionary_.meaning(static_cast<CommunityKind>(kind), octetsOf(member.octets));
+    auto const meaning = said.empty() ? std::nullopt : std::optional(said);
     if (auto const found =
             findCommunity_.bind(communityKindTraits[kind].key).bindOctets(member.octets).row()) {
+        if (meaning) {
+            updateMeaning_.bind(meaning).bind(found->number).run();
+        }
         return known->second = found->number;
     }
     auto const as = administratorAs(static_cast<CommunityKind>(kind), member.octets);
@@ -196,6 +250,7 @@ std::int64_t RouteInserter::communityId(std::size_t kind, ListMember const& memb
     std::string name;
     appendMemberName(name, static_cast<CommunityKind>(kind), octetsOf(member.octets));
     insertCommunity_.bind(std::string_view(member.text)).bind(std::string_view(name));
+    insertCommunity_.bind(meaning);
     insertCommunity_.bind(as ? std::optional<std::int64_t>(*as) : std::nullopt);
     insertCommunity_.bind(std::int64_t{isTarget}).run();
     return known->second = database_.lastId();
@@ -209,17 +264,13 @@ void RouteInserter::digest(std::string_view octets) {
     }
 }
 
-void RouteInserter::digest(RecordPosition const& at, Peer const& peer,
-                           std::span<CommunityAttribute const> communities) {
+void RouteInserter::digest(RecordPosition const& at, Peer const& peer, Octets attributes) {
     text_.clear();
     appendNumber(text_, microseconds(at));
     text_ += ' ';
     appendText(text_, peer);
     digest(text_);
-    for (CommunityAttribute const& attribute : communities) {
-        digest({reinterpret_cast<char const*>(attribute.value.data()), attribute.value.size()});
-        digest(traitsOf(attribute.kind).key);
-    }
+    digest({reinterpret_cast<char const*>(attributes.data()), attributes.size()});
 }
 
 } // namespace BgpCommunities

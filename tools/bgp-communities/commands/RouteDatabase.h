@@ -10,6 +10,8 @@
 #include "lists/ListCounter.h"
 #include "lists/ListSet.h"
 #include "lists/RouteTable.h"
+#include "text/Dictionary.h"
+#include "wire/RouteAttributes.h"
 
 namespace BgpCommunities {
 
@@ -20,13 +22,14 @@ void prepareRouteDatabase(Database& database);
 /**
  * Inserts the routes of one dump into a database.
  *
- * Each distinct list and community is inserted once, when it first comes, and found again by its
+ * Each distinct AS path, list and community is inserted once, when it first comes, and found again by its
  * octets if an earlier dump had it. The database, in which a transaction is open, and the agent are
  * not owned. Thread-compatible. Handlers throw DatabaseError.
  */
 class RouteInserter final : public ListCounter {
   public:
-    RouteInserter(Database& database, Agent& agent, bool verbose);
+    /** `dictionary`, not owned, describes communities. */
+    RouteInserter(Database& database, Agent& agent, Dictionary const& dictionary, bool verbose);
 
     /** After the dump was read: completes its row. Returns the name under which the same dump is
         there already, if it is; the transaction is then to be rolled back. */
@@ -40,27 +43,32 @@ class RouteInserter final : public ListCounter {
         RecordPosition const& at;
         Peer const& peer;
         std::string_view name;
-        ListSet lists;
+        ListSet lists = {};
+        RouteAttributes attributes = {};
+        std::optional<std::int64_t> asPath = {};
     };
 
     void handleLists(Update const& update, ListSet const& lists) override;
     void handleLists(RibEntry const& entry, ListSet const& lists) override;
     void insert(Event const& event, Route const& route);
+    void bindAttributes(Event const& event, Route const& route);
+    std::optional<std::int64_t> asPathId(RouteAttributes const& attributes);
     std::int64_t peerId(Peer const& peer);
     std::int64_t listId(std::size_t kind, ListId list);
     std::int64_t insertList(std::size_t kind, ListId list);
     std::int64_t communityId(std::size_t kind, ListMember const& member);
     void digest(std::string_view octets);
-    void digest(RecordPosition const& at, Peer const& peer,
-                std::span<CommunityAttribute const> communities);
+    void digest(RecordPosition const& at, Peer const& peer, Octets attributes);
 
     Database& database_;
-    Statement insertRoute_, insertPeer_, findPeer_, insertList_, findList_, insertMember_,
-        insertCommunity_, findCommunity_;
+    Dictionary const& dictionary_;
+    Statement insertRoute_, insertPeer_, findPeer_, insertAsPath_, findAsPath_, insertList_,
+        findList_, insertMember_, insertCommunity_, findCommunity_, updateMeaning_;
     std::int64_t const dump_;
     std::unordered_map<ListId, std::int64_t> lists_;
     std::unordered_map<std::string, std::int64_t> communities_; // by octets: kinds differ in size
     std::unordered_map<std::string, std::int64_t> peers_;       // by text
+    std::unordered_map<std::string, std::int64_t> asPaths_;     // by text
     std::string text_;                                          // of what is inserted
     std::int64_t inserted_ = 0;
     std::optional<std::int64_t> firstTime_, lastTime_; // microseconds since 1970

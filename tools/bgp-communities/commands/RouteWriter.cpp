@@ -15,7 +15,7 @@ constexpr std::string_view eventNames[] = {"announced", "withdrawn", "table"};
 constexpr std::string_view tsvHeader =
     "time\tmicroseconds\ttype\tpeer_address\tpeer_as\tfamily\tprefix\tpath_id\tas_path\torigin\t"
     "next_hop\tmed\tlocal_pref\tcommunities\textended_communities\tipv6_communities\t"
-    "large_communities\tmeanings\terrors";
+    "large_communities\tmeanings\terrors\tsent";
 
 void appendOptional(std::string& out, std::optional<std::uint32_t> number) {
     if (number) {
@@ -187,6 +187,7 @@ void RouteWriter::writeTsv(RouteLine const& line) {
     appendNotes(next(), line.lists);
     next();
     appendErrors(line);
+    next() += line.sentByUs ? "1" : "";
 }
 
 /** "2 !02ff (truncated AS path segment); 16 !0002 (length 2 is no multiple of 8)" */

@@ -164,6 +164,10 @@ void appendText(std::string& out, AsPath const& path) {
     }
 }
 
+std::size_t lengthOf(AsPath const& path) {
+    return lengthOf(path.value, path.width).value_or(0);
+}
+
 std::optional<std::uint32_t> originAs(AsPath const& path) {
     bool const merged = mergeOf(path).merged;
     AsPathReader in(merged ? path.as4Path : path.value, merged ? AsWidth::four : path.width);

@@ -80,6 +80,10 @@ std::string_view faultOf(AsPath const& path);
  */
 void appendText(std::string& out, AsPath const& path);
 
+/** The length that the selection of routes compares: see `AsPathSegment::length()`.
+    REQUIRES: the path has no fault. */
+std::size_t lengthOf(AsPath const& path);
+
 /** The AS that originated the route: the last one of a path that ends with a sequence; none of a
     path that is empty or ends with a set. REQUIRES: the path has no fault. */
 std::optional<std::uint32_t> originAs(AsPath const& path);
