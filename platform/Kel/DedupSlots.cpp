@@ -161,7 +161,8 @@ void DedupSlots::replaceBy(SlotArray* array) noexcept {
 }
 
 void DedupSlots::makeRoomForOne() {
-    if (5 * (size_ + 1) <= 4 * capacity()) {
+    // At two thirds, one entry in twenty is not in its own bucket.
+    if (3 * (size_ + 1) <= 2 * capacity()) {
         return;
     }
     auto* const larger = arrayOf(current() == nullptr ? 1 : 2 * current()->bucketCount());

@@ -354,9 +354,9 @@ class DedupSlots {
     }
 
   private:
-    /// How many buckets a change moves. Growth is over long before the larger array is full, and
-    /// shrinking before the smaller one has to grow again.
-    static constexpr std::size_t bucketsPerStep = 3;
+    /// How many buckets a change moves: some microseconds. Growth is over long before the larger
+    /// array is full, and soon enough that few look-ups have to search the previous array.
+    static constexpr std::size_t bucketsPerStep = 16;
 
     /// Counts a change at its begin and at its end: the number is odd meanwhile.
     class Change {

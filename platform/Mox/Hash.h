@@ -47,7 +47,8 @@ inline U64 keyedHash(U64 word) noexcept {
 class KeyedHash {
   public:
     explicit KeyedHash(std::size_t length) noexcept
-      : state_(keyedHash(length)) {}
+      : length_(length)
+      , state_(Detail::hashSecret.word) {}
 
     void add(U64 first, U64 second = 0) noexcept {
         state_ = mixHash(first ^ state_, second ^ Detail::hashSecret.factor);
@@ -70,7 +71,7 @@ class KeyedHash {
         }
     }
 
-    U64 finish() const noexcept { return keyedHash(state_); }
+    U64 finish() const noexcept { return keyedHash(state_ ^ length_); }
 
   private:
     static U64 load(std::byte const* from, std::size_t count) noexcept {
@@ -79,6 +80,7 @@ class KeyedHash {
         return word;
     }
 
+    U64 length_;
     U64 state_;
 };
 
