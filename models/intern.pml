@@ -1,29 +1,30 @@
 /*
  * The interning protocol in thread-safe mode: one or two contents, one shard, a few threads.
  *
- * It checks the order of the steps of Kel::DedupTableCore over the word of Mox::CountWord under
- * every interleaving. Each plain load, compare-and-swap, lock and unlock is a step of its own; a
- * compare-and-swap compares with what was loaded some steps before. Steps have the names that they
- * have in the code. README.md says what is left out.
+ * Checks the order of the steps of Kel::DedupTableCore on the word of Mox::CountWord under every
+ * interleaving. Each plain load, compare-and-swap, lock and unlock is one step; a compare-and-swap
+ * compares with a value loaded some steps before. Steps are named as in the code. README.md lists
+ * what is not modelled.
  *
- * A configuration is a choice of these macros:
+ * A configuration is a set of these macros:
  *
  *   THREADS   2 or 3
- *   ROUNDS    how often each thread interns the content, uses it and lets go
- *   BRIEF     a thread only interns and lets go: no look-up before, no second reference
+ *   ROUNDS    how often each thread interns, uses and releases the content
+ *   BRIEF     a thread only interns and releases: no look-up before, no second reference
  *   WATCHED   a lifetime notifiee is registered from the start
- *   REWATCHED another thread takes the notifiee off and puts it back, at any time
+ *   REWATCHED another thread unregisters the notifiee and registers it again, at any time
  *   THROWS    the notifiee's handleInsert may throw
  *   REENTERS  the notifiee looks the content up again from inside handleInsert
- *   LEAVES    the notifiee may take itself off from inside a notification
- *   RETURNS   handleNotificationStop may put a notifiee on the table again
- *   REUSES    the memory of a destroyed object is the next one's
+ *   LEAVES    the notifiee may unregister itself during a notification
+ *   RETURNS   handleNotificationStop may register a notifiee again
+ *   REUSES    the memory of a destroyed object is reused for the next one
  *   CONTENTS  2: two contents, in one shard
- *   RESETS    the notifiee's handleInsert may reset the pointer that the object is interned by
- *   NOTIFIERS lifetime notifiers are made, by the notifiee if there is one, else by a holder, and
- *             dropped by anybody, at any time; its value is how many for one object, by holders
- *   DIES      the table goes with its last reference, while objects of its may still be held
- *   DIES_INSIDE  ... and a thread's reference to the table may go inside a notification
+ *   RESETS    the notifiee's handleInsert may reset the pointer used to intern the object
+ *   NOTIFIERS lifetime notifiers are created, by the notifiee if there is one, otherwise by a
+ *             holder, and destroyed by any thread at any time; the value is the maximum per object
+ *             created by holders
+ *   DIES      the table is destroyed with its last reference, while objects may still be held
+ *   DIES_INSIDE  ... and a thread's reference to the table may be released in a notification
  *
  * FAULT_... plants a fault, which must be found.
  */
@@ -48,7 +49,7 @@
 #define TABLE_DIES
 #endif
 
-/* ---- Mox::CountWord: count, floor, state, flags and table, which change in one step ----------- */
+/* ---- Mox::CountWord: count, floor, state, flags and table, changed in one atomic step ---------- */
 
 #define countOf(w) ((w) & 15)
 #define floorOf(w) (((w) >> 4) & 7)
@@ -58,7 +59,7 @@
 #define FLOOR_MASK (7 << 4)
 #define PENDING (1 << 10)
 #define ANNOUNCED (1 << 11)
-#define TABLE_ID (1 << 12)  /* the object names this table */
+#define TABLE_ID (1 << 12)  /* the object has this table's id */
 
 #define NEVER_INTERNED 0
 #define INTERNED 1
@@ -68,7 +69,7 @@
 #define isSettled(w) (stateOf(w) == INTERNED && ((w) & PENDING) == 0)
 #define isSettledHere(w) (isSettled(w) && ((w) & TABLE_ID) != 0)
 
-/* What a change makes of the word that it finds. */
+/* The changes, as functions of the current word. */
 #define enteredTable(w, announce)                                                                  \
     (withState(w, INTERNED) + 1 + FLOOR_ONE + TABLE_ID + (announce -> (PENDING | ANNOUNCED) : 0))
 #define announcedInsertion(w) ((w) & ~PENDING)
@@ -80,10 +81,10 @@
                (floorOf(w) > 1 -> LEFT : NEVER_INTERNED)) - 1)
 #define detached(w) (withState((w) & ~FLOOR_MASK, BEING_DETACHED) - 1)
 
-/* ---- What the threads share ------------------------------------------------------------------ */
+/* ---- Shared state ----------------------------------------------------------------------------- */
 
-/* Objects, each in a cell of memory. Without REUSES an object is made once and its cell never used
-   again, so that any touch that comes too late is seen. */
+/* Objects, each in a cell of memory. Without REUSES each cell is used for one object only, so that
+   every use after free is detected. */
 #define UNBORN 0
 #define ALIVE 1
 #define FREED 2
@@ -92,16 +93,16 @@ short word[OBJECTS];
 #if CONTENTS == 2
 bit content[OBJECTS];
 #endif
-byte notifiers[OBJECTS];  /* lifetime notifiers that somebody owns, */
+byte notifiers[OBJECTS];  /* owned lifetime notifiers, */
 byte raised[OBJECTS];     /* how many of them raised the floor, */
-byte made[OBJECTS];       /* and how many there are, with those in the making or being dropped */
+byte made[OBJECTS];       /* and all, with those being created or destroyed */
 
 /* The table's core. */
 bit coreAlive = 1;
 byte holders = 1;
 byte entry[CONTENTS] = NONE; /* the slot for each content */
-bit changing;             /* a change of the slots is under way */
-byte unchanged;           /* for which threads none has begun or ended since they last looked */
+bit changing;             /* a change of the slots is in progress */
+byte unchanged;           /* threads for which no change has begun or ended since they last looked */
 bit notifieeActive_;             /* there is a notifiee; under the notification mutex only */
 bit hasNotifiee_;             /* the notification mutex is needed; readable without it */
 byte shardOwner = NONE;
@@ -110,11 +111,11 @@ byte shardOwner = NONE;
 byte notificationOwner = NONE;
 byte notificationDepth;
 
-/* The references to the table itself. */
+/* References to the table itself. */
 byte tableReferences = THREADS;
 
-/* What the notifiee knows. */
-byte heard[CONTENTS] = NONE; /* the object whose removal it will be told of */
+/* State of the notifiee. */
+byte heard[CONTENTS] = NONE; /* the object whose removal will be announced */
 byte notifying = NONE;    /* the thread that is calling it */
 
 #ifdef TABLE_DIES
@@ -171,8 +172,8 @@ inline unlockNotificationMutex() {
     }
 }
 
-/* DedupTableCore::Locks: `owns` is whether this one holds the notification mutex, which its thread
-   may hold besides, further up. */
+/* DedupTableCore::Locks. `owns`: whether this one holds the notification mutex, which its thread may
+   also hold further up the stack. */
 #define FOR_SHARD 0
 #define MAY_ANNOUNCE 1
 
@@ -221,7 +222,7 @@ inline retain(o) {
     }
 }
 
-/* CountWord::change: the word becomes a function of the one loaded before, or is loaded again. */
+/* CountWord::change: replaces the word by a function of the one loaded before, or loads it again. */
 #define CHANGE(o, before, after)                                                                   \
     atomic { touch(o); before = word[o] };                                                         \
     do                                                                                             \
@@ -260,7 +261,7 @@ inline releaseCore() {
     }
 }
 
-/* The end of PtrInterface::releaseSlowly: the last reference has gone. */
+/* The end of PtrInterface::releaseSlowly: the last reference was released. */
 inline destroy(o) {
     atomic {
         touch(o);
@@ -277,7 +278,7 @@ inline destroy(o) {
     fi
 }
 
-/* Release of what cannot be in a table: releaseSlowly without releaseToFloor. */
+/* Release of an object that cannot be interned: releaseSlowly without releaseToFloor. */
 inline releaseOrdinary(o) {
     do
     :: releaseAboveFloor(o, done);
@@ -351,7 +352,7 @@ inline forgetAnnouncements() {
     unlockShard()
 }
 
-/* From inside handleNotificationStop, where there is nobody to be told to stop. */
+/* Called in handleNotificationStop, when no other notifiee must be stopped. */
 inline notifieeIsAgain() {
     lockNotificationMutex();
     notifieeActive_ = 1;
@@ -441,7 +442,7 @@ inline abandon() {
     releaseCore()
 }
 
-/* A thread's reference to the table; with the last one, onZeroReferences and the destructor. */
+/* Releases a thread's reference to the table; the last one runs onZeroReferences and the destructor. */
 inline dropTable() {
     atomic {
         assert(hasTable);
@@ -457,7 +458,7 @@ inline dropTable() {
 
 /* ---- Lifetime notifiers ----------------------------------------------------------------------- */
 
-/* By a holder of the object. */
+/* Called by a holder of the object. */
 inline makeNotifier(o) {
 #if defined(FAULT_NOTIFIER_WITHOUT_FLOOR)
     CHANGE(o, before, before + 1);
@@ -478,7 +479,7 @@ inline makeNotifier(o) {
     }
 }
 
-/* Who drops a notifier owns it: nobody else does. */
+/* Called by the only owner of a notifier. */
 inline ownNotifier(o) {
     notifiers[o]--;
     if
@@ -513,7 +514,7 @@ inline dropNotifier(o) {
     fi
 }
 
-/* Some notifier, if there is one. */
+/* Any notifier, if there is one. */
 inline dropSomeNotifier() {
     dropped = NONE;
     atomic {
@@ -616,11 +617,11 @@ inline handleRemove(o) {
     notifying = NONE
 }
 
-/* ---- Interning and letting go ----------------------------------------------------------------- */
+/* ---- Interning and releasing ------------------------------------------------------------------ */
 
-/* DedupTableCore::probe and CountWord::retainIfSettledIn, of what was found in a slot: no lock, no
-   reference. The object may have been freed, and its cell be another object's, between any two
-   steps; the word may be read all the same. NONE if no reference was taken. */
+/* DedupTableCore::probe and CountWord::retainIfSettledIn for an object found in a slot, without a
+   lock or a reference. Between any two steps the object may be freed and its cell reused; the word
+   can still be read. NONE if no reference was added. */
 inline probe(found) {
     if
     :: found == NONE
@@ -650,13 +651,13 @@ inline probe(found) {
        if
        :: found == NONE
        :: else ->
-          /* Alive, interned and announced from the moment that the reference was taken. */
+          /* Alive, interned and announced since the reference was added. */
           atomic {
               touch(found);
               assert(stateOf(word[found]) == INTERNED && (word[found] & PENDING) == 0)
           };
 #if CONTENTS == 2 && !defined(FAULT_PROBE_CONTENT_UNSEEN)
-          /* The cell is another content's by now. */
+          /* The cell has been reused for another content. */
           if
           :: contentOf(found) != want -> release(found); found = NONE
           :: else
@@ -666,12 +667,11 @@ inline probe(found) {
     fi
 }
 
-/* DedupTableCore::find: without the lock first. An empty slot is a miss if nothing was changed
-   meanwhile; while the slots are being changed, an entry that is being moved is missed. Whatever
-   that does not decide is looked for again under the lock. */
+/* DedupTableCore::find: without the lock first. An empty slot is a miss if nothing changed
+   meanwhile; during a change, an entry that is being moved may be missed. Undecided cases are
+   repeated under the lock. */
 inline find(found) {
-    /* DedupSlots::changes, as what becomes of the number that is read: no thread can then be
-       overtaken until the count comes round. */
+    /* DedupSlots::changes, modelled as a flag per thread, so that the count cannot wrap around. */
     atomic {
         if
 #ifndef FAULT_MISS_DURING_A_CHANGE
@@ -686,7 +686,7 @@ inline find(found) {
     missed = 0;
     if
     :: found = entry[want] -> missed = (found == NONE)
-    :: changing -> found = NONE; missed = 1 /* it is being moved */
+    :: changing -> found = NONE; missed = 1 /* being moved */
     fi;
     probe(found);
     /* DedupSlots::unchangedSince */
@@ -749,7 +749,7 @@ inline dedup(o, found) {
        if
        :: !announce -> retain(o); unlockShard()
        :: else ->
-          /* announceInsertion, with a pointer of its own, which it returns */
+          /* announceInsertion, with its own pointer, which it returns */
 #ifndef FAULT_ANNOUNCED_UNHELD
           retain(o);
 #endif
@@ -815,7 +815,7 @@ inline releaseUnderLock(o, outcome) {
     od
 }
 
-/* DedupTableCore::releaseHandle; afterwards the reference is gone, or an ordinary one is left. */
+/* DedupTableCore::releaseHandle: releases the reference, or turns it into an ordinary one. */
 inline releaseHandle(o, done) {
     atomic { touch(o); assert((word[o] & TABLE_ID) != 0) };
 #ifdef FAULT_DECREMENT_UNLOCKED
@@ -916,7 +916,7 @@ proctype Interner(byte first) {
        :: else ->
           atomic {
 #ifdef REUSES
-              /* The cell that was freed last, in the worst case. */
+              /* The worst case: the cell freed last. */
               own = 0;
               do
               :: life[own] == ALIVE -> own++
@@ -930,7 +930,7 @@ proctype Interner(byte first) {
               madeOf(own, want);
               ownsObject = 1
           };
-          /* An object that the notifiee would not have may be interned again. */
+          /* An object whose handleInsert threw may be interned again. */
           do
           :: dedup(own, found);
              if
@@ -1014,7 +1014,7 @@ init {
 #endif
     };
     finished == PROCESSES;
-    /* Nobody holds an object any more, but for notifiers. */
+    /* Only notifiers may still hold objects. */
     assert(tableIsEmpty && nothingIsHeard);
 #ifndef TABLE_DIES
     hasTable = 1;
