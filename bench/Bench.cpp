@@ -45,7 +45,7 @@ Named const& find(std::vector<Named> const& all, std::string_view name) {
 
 // ---- Time ---------------------------------------------------------------------------------------
 
-/// The processors that the process may run on, as they were when it started.
+/// The processors available to the process when it started.
 std::vector<int> const& processors() {
     static std::vector<int> const all = [] {
         std::vector<int> found;
@@ -72,7 +72,8 @@ void pinThread(unsigned thread) {
     }
 }
 
-/// Runs one timing. The first thread sets up; the loop's start and end are barriers.
+/// Runs one timing. The first thread does the set-up; the start and the end of the loop are
+/// barriers.
 void time(benchmark::State& state, Timing const& timing, Operations& operations) {
     auto const thread = static_cast<unsigned>(state.thread_index());
     pinThread(thread);
@@ -114,7 +115,7 @@ std::string selfPath() {
     return {path.data(), static_cast<std::size_t>(length)};
 }
 
-/// What this program prints as `NAME VALUE` lines when it is run for one figure.
+/// Prints the results of one figure as lines `NAME VALUE`.
 Figures figuresOfFreshProcess(std::string const& name) {
     auto const command = "'" + selfPath() + "' --figures '" + name + "'";
     std::unique_ptr<FILE, int (*)(FILE*)> const pipe(popen(command.c_str(), "r"), pclose);
@@ -157,13 +158,13 @@ int printFigures(std::string_view name) {
 
 // ---- Instructions -------------------------------------------------------------------------------
 
-/// Valgrind counts what runs inside of this function, which it finds by its name.
+/// Valgrind counts the instructions inside this function, which it finds by name.
 [[gnu::noinline]] void measuredOperations(Operations const& operations, std::size_t count) {
     operations(0, 0, count);
     asm volatile("" : : : "memory");
 }
 
-/// Runs `count` operations for valgrind to count, then as many to count allocations.
+/// Executes `count` operations under valgrind, then as many to count allocations.
 int countOperations(std::string_view name, std::size_t count) {
     auto const operations = find(timings(), name).setUp();
     operations(0, count, count);

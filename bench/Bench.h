@@ -8,35 +8,37 @@
 #include <utility>
 #include <vector>
 
-/// How the sources of this folder declare what is measured. Each measurement is declared once, and
-/// is timed by Google Benchmark or counted in instructions by valgrind.
+/// Declares measurements. Each one is declared once, and either timed by Google Benchmark or
+/// counted in instructions by valgrind.
 ///
-/// Names have the form `WORK/VARIANT/.../CONTENDER/SIZE`. bench/report.py pairs them.
+/// Names have the form `WORK/VARIANT/.../CONTENDER/SIZE`. bench/report.py pairs subjects and
+/// references by name.
 namespace Bench {
 
-/// Keeps the compiler from removing what computes the value.
+/// Prevents the compiler from removing the computation of the value.
 template <class T>
 void keep(T const& value) {
     asm volatile("" : : "r,m"(value) : "memory");
 }
 
-/// `count` operations from number `first` on, by the thread of that number. Owns what it works on.
+/// Executes `count` operations, starting with number `first`, in thread number `thread`. Owns its
+/// data.
 using Operations = std::function<void(unsigned thread, std::size_t first, std::size_t count)>;
 
-/// One measurement of the time that an operation takes.
+/// A measurement of the time per operation.
 struct Timing {
     std::string name;
-    /// Called once a run, outside the measured time.
+    /// Called once per run, outside the measured time.
     std::function<Operations()> setUp;
-    /// Measured with one thread, or with one and with two.
+    /// The maximum number of threads: 1, or 2 to measure with one and with two.
     unsigned threads = 1;
-    /// Fixed for work with a long set-up; 0 lets Google Benchmark choose.
+    /// Fixed for work with a long set-up; 0 if Google Benchmark chooses.
     std::size_t iterations = 0;
 };
 
 void add(Timing timing);
 
-/// Makes a `Work` from the arguments, whose operation is `work(i)` or `work(i, thread)`.
+/// Creates a `Work` from the arguments. Its operation is `work(i)` or `work(i, thread)`.
 template <class Work, class... Args>
 std::function<Operations()> work(Args... args) {
     return [=] {
@@ -54,19 +56,19 @@ std::function<Operations()> work(Args... args) {
     };
 }
 
-/// A population from which on the set-up takes long: the number of iterations is then fixed, so
-/// that Google Benchmark does not repeat the set-up to find it.
+/// From this population on the set-up takes long. The number of iterations is then fixed, so that
+/// Google Benchmark does not repeat the set-up to determine it.
 inline std::size_t iterationsFor(std::size_t population) {
     return population < 500'000 ? 0 : std::size_t{1} << 20;
 }
 
-/// Named results of a measurement that is no time per operation.
+/// Named results of a measurement other than time per operation.
 using Figures = std::vector<std::pair<std::string, double>>;
 
-/// Adds a measurement that runs in a process of its own, with a heap that nothing has used before.
+/// Adds a measurement that runs in its own process, with a fresh heap.
 void addFigures(std::string name, std::function<Figures()> measure);
 
-// What the other sources add.
+// Defined in the other sources.
 void addValues();
 void addLists();
 void addFlyweights();

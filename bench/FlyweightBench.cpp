@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// The library's work done with boost::flyweight. Its counts are atomic also without locking.
+/// The same work with boost::flyweight. Its counts are atomic even without locking.
 namespace Bench {
 
 namespace {
@@ -56,7 +56,7 @@ class ValueHit {
     ContentCycle lookups_;
 };
 
-/// Values that are not there, among others.
+/// Interns new values, among others.
 template <class Locking>
 class ValueMiss {
   public:
@@ -85,8 +85,8 @@ U32 number(U32 value) {
     return value;
 }
 
-/// Makes a vector of the members of a list and interns it, among `count` others; lists that are
-/// there already, or fresh ones.
+/// Builds a vector of the members of a list and interns it, among `count` others. The lists are
+/// interned already, or new.
 template <class Member>
 class ListInterned {
   public:

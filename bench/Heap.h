@@ -2,16 +2,16 @@
 
 #include <cstddef>
 
-/// What the process allocates with `new`. Counting is off at start, so that it costs timed work
-/// one predictable branch. Not thread-safe while it is on.
+/// Counts allocations with `new`. Initially off, so that timed work pays one predictable branch.
+/// Not thread-safe while on.
 namespace Bench {
 
 void heapCountingIs(bool counting) noexcept;
 
-/// Allocations made while counting was on.
+/// The number of allocations made while counting was on.
 std::size_t heapAllocations() noexcept;
 
-/// Octets held from allocations made while counting was on, as malloc_usable_size() reports them.
+/// The octets of live allocations made while counting was on, by malloc_usable_size().
 std::ptrdiff_t heapOctets() noexcept;
 
 } // namespace Bench

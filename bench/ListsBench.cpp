@@ -17,8 +17,8 @@ namespace {
 
 using namespace Routing::Bgp;
 
-/// Interns lists by the published calls, among `count` others, and drops them: lists that are there
-/// already, or fresh ones.
+/// Interns and releases lists through the published calls, among `count` others. The lists are
+/// interned already, or new.
 template <class Member>
 class ListInterned {
   public:
@@ -42,14 +42,14 @@ class ListInterned {
     ListCycle<Member> lookups_;
 };
 
-/// The values of the path attributes of lists, whose members ascend.
+/// The attribute values of lists with sorted members.
 template <class Member>
 Lists<char> attributeValues(Lists<Member> const& lists) {
     auto const wire = octets(std::span(lists.members()));
     return {wire.size() / lists.size(), {wire.begin(), wire.end()}};
 }
 
-// The one call of CommunityTables for the members' kind.
+// The function of CommunityTables for this kind of members.
 auto decode(CommunityTables const& tables, std::span<char const> value, U32 const* /*kind*/) {
     return tables.commList(std::as_bytes(value));
 }
@@ -69,8 +69,8 @@ auto decode(CommunityTables const& tables, std::span<char const> value,
     return tables.extCommIp6List(std::as_bytes(value));
 }
 
-/// Decodes the values of path attributes by the library's one call, among `count` lists that are
-/// held, and drops the result: lists that are there already, or fresh ones.
+/// Decodes attribute values through CommunityTables and releases the result, among `count` interned
+/// lists. The lists are interned already, or new.
 template <class Member>
 class ListDecoded {
   public:
@@ -102,7 +102,7 @@ class ListDecoded {
     ListCycle<char> lookups_;
 };
 
-/// Finds lists by the values of their path attributes in limL, takes and drops them.
+/// Looks lists up by their attribute values in limL, and adds and releases a reference.
 template <class Member, bool locked>
 class ListDecodedReference {
   public:
@@ -154,7 +154,7 @@ void addKind(std::string const& kind) {
     }
 }
 
-/// How time grows with the number of lists, with one thread and with two.
+/// Measures how time grows with the number of lists, with one thread and with two.
 template <class Member>
 void addGrowth(std::string const& kind) {
     for (std::size_t const count : {1'000, 10'000, 100'000, 1'000'000}) {

@@ -16,7 +16,7 @@ namespace {
 
 using namespace Routing::Bgp;
 
-/// Octets of memory that are in use by the process.
+/// The resident memory of the process in octets.
 double residentOctets() {
     std::ifstream rollup("/proc/self/smaps_rollup");
     std::string word;
@@ -29,11 +29,12 @@ double residentOctets() {
     throw std::runtime_error("cannot read Rss from /proc/self/smaps_rollup");
 }
 
-/// What `count` objects, each by `make(world, i)`, and their tables take, in octets for each: in
-/// resident memory, and of that by `new`. The pointers that hold them are not counted.
+/// Measures the memory of `count` objects, each created by `make(world, i)`, and their tables, in
+/// octets per object: resident memory, and the part allocated by `new`. Pointers to the objects are
+/// not counted.
 template <class Make>
 Figures memoryOf(std::size_t count, Make const& make) {
-    // Large arrays go back to the system as soon as they are freed.
+    // Return large arrays to the system as soon as they are freed.
     mallopt(M_MMAP_THRESHOLD, 128 * 1024);
     std::vector<decltype(make(std::declval<World const&>(), 0))> held(count);
     World const world(false);
@@ -49,8 +50,8 @@ Figures memoryOf(std::size_t count, Make const& make) {
             {"newed", static_cast<double>(heapOctets()) / each}};
 }
 
-/// Eight members. Route targets and route origins are each one of 1,024 sets, so that lists share
-/// their classification lists.
+/// A list of eight members. Its route targets and its route origins are each one of 1,024 sets, so
+/// lists share their classification lists.
 ExtCommList::PtrConst makeExtendedList(World const& world, std::size_t i) {
     static auto const sets = lists<ExtCommContent>(8, 1'024);
     auto const targets = sets[i % sets.size()].first(4);

@@ -12,7 +12,7 @@ namespace {
 
 using namespace Routing::Bgp;
 
-/// An agent's observer: counts the route targets that come and go.
+/// An observer that counts insertions and removals of route targets.
 class RouteTargetObserver : public NotifyingRouteTargetList::Notifiee {
   public:
     using Notifiee::Notifiee;
@@ -23,7 +23,7 @@ class RouteTargetObserver : public NotifyingRouteTargetList::Notifiee {
     U64 changes_ = 0;
 };
 
-/// Counts the lists of route targets that come and go.
+/// An observer that counts insertions and removals of lists of route targets.
 class ListObserver : public NotifyingRtExtCommListCollection::Notifiee {
   public:
     using Notifiee::Notifiee;
@@ -36,8 +36,8 @@ class ListObserver : public NotifyingRtExtCommListCollection::Notifiee {
     U64 changes_ = 0;
 };
 
-/// One route target after another comes and goes, among others that stay. Unobserved, the table
-/// announces nothing.
+/// Interns and releases one route target after another, among others that stay. Without observers,
+/// the table announces nothing.
 class RouteTargetChurn {
   public:
     RouteTargetChurn(std::size_t others, bool observed)
@@ -65,7 +65,7 @@ class RouteTargetChurn {
     ContentCycle fresh_;
 };
 
-/// One list of eight after another comes and goes, half of it route targets, among others that
+/// Interns and releases one list of eight after another, half route targets, among others that
 /// stay.
 class RouteTargetListChurn {
   public:

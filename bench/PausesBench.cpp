@@ -15,7 +15,7 @@ namespace {
 
 using namespace Routing::Bgp;
 
-/// The processor time of this thread in microseconds: what others run in between does not count.
+/// The processor time of this thread in microseconds, without time of other threads and processes.
 double threadTime() {
     timespec now{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
@@ -36,7 +36,7 @@ double longest(std::size_t count, Operation const& operation) {
     return result;
 }
 
-/// Interns `count` objects, each by `make(world, i)`, then drops them in another order.
+/// Interns `count` objects, each created by `make(world, i)`, then releases them in another order.
 template <class Make>
 Figures pauses(bool threadSafe, std::size_t count, Make const& make) {
     World const world(threadSafe);
@@ -52,7 +52,7 @@ auto makeValue(Kind kind) {
     return [kind](World const& world, std::size_t i) { return world.intern(content(kind, i)); };
 }
 
-/// A standard list of four members, three of them the number `i`.
+/// A standard list of four members, three of which encode the number `i`.
 CommList::PtrConst makeList(World const& world, std::size_t i) {
     auto const number = static_cast<U32>(i);
     std::array<U32, 4> const members{number & 0xff, 0x1'0000U | (number >> 8 & 0xff),

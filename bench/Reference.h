@@ -12,21 +12,21 @@
 #include <string_view>
 #include <vector>
 
-/// What the library is compared with: the least that any table of counted contents must do.
+/// The references: the minimal work of any table of reference-counted contents.
 namespace Bench {
 
 using Mox::U32;
 using Mox::U64;
 using Mox::U8;
 
-/// Multiplies to 128 bits and folds the halves.
+/// Multiplies to 128 bits and xors the halves.
 constexpr U64 mix(U64 a, U64 b) noexcept {
     __extension__ using U128 = unsigned __int128;
     U128 const product = static_cast<U128>(a) * b;
     return static_cast<U64>(product) ^ static_cast<U64>(product >> 64);
 }
 
-/// A good 64-bit hash, of a word or of octets.
+/// A good 64-bit hash of a word or of octets.
 struct MixHash {
     static constexpr U64 secret = 0xa076'1d64'78bd'642f;
     static constexpr U64 odd = 0x9e37'79b9'7f4a'7c15;
@@ -61,7 +61,7 @@ struct MixHash {
     }
 };
 
-/// Takes a reference and drops it: a plain or a locked increment and decrement.
+/// Adds and releases a reference: a plain or a locked increment and decrement.
 template <bool locked>
 void takeAndDrop(std::atomic<U64>& count) noexcept {
     if constexpr (locked) {
@@ -74,19 +74,19 @@ void takeAndDrop(std::atomic<U64>& count) noexcept {
     }
 }
 
-/// Slots for that many contents: at most half of them are taken.
+/// The number of slots for `count` contents: at most half of them are used.
 inline std::size_t slotsFor(std::size_t contents) {
     return std::bit_ceil(2 * contents);
 }
 
-/// An open-addressing table of {value, count}: limP, or limA with locked counts.
+/// An open-addressing table of {value, count}: limP, or limA if counts are locked.
 class CountedValues {
   public:
     explicit CountedValues(std::size_t values)
       : slots_(std::make_unique<Slot[]>(slotsFor(values)))
       , mask_(slotsFor(values) - 1) {}
 
-    /// `value` is not 0.
+    /// REQUIRES: `value` is not 0.
     void insert(U64 value) { find(value).value = value; }
 
     template <bool locked>
@@ -115,7 +115,7 @@ class CountedValues {
     std::size_t mask_;
 };
 
-/// An open-addressing table of {hash, pointer} to lists that hold their raw octets: limL.
+/// An open-addressing table of {hash, pointer} to lists of raw octets: limL.
 class CountedLists {
   public:
     explicit CountedLists(std::size_t lists)
@@ -137,7 +137,7 @@ class CountedLists {
     }
 
   private:
-    /// The octets follow in the same block.
+    /// The octets follow in the same allocation.
     struct List {
         std::atomic<U64> count{0};
         std::size_t size = 0;

@@ -9,7 +9,7 @@ namespace {
 
 constexpr U64 autonomousSystem = 64'500;
 
-/// That many numbers for members of a list, ascending.
+/// Returns `count` ascending numbers for members of a list.
 std::vector<U32> nextNumbers(std::mt19937_64& random, std::size_t members) {
     std::vector<U32> numbers;
     auto number = 1 + static_cast<U32>(random() % 16'384);
@@ -20,7 +20,7 @@ std::vector<U32> nextNumbers(std::mt19937_64& random, std::size_t members) {
     return numbers;
 }
 
-/// A community of a kind, ascending with the number.
+/// Returns a community of a kind; ascending with the number.
 ExtCommContent numbered(Kind kind, U32 number) {
     return ExtCommContent(static_cast<U64>(kind) << 48 | autonomousSystem << 32 | number);
 }

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-/// The communities and lists that are measured. The same in every run.
+/// The communities and lists used by the benches; the same in every run.
 namespace Bench {
 
 using Mox::U16;
@@ -21,27 +21,28 @@ using Mox::U8;
 using Routing::Bgp::ExtCommContent;
 using Routing::Bgp::ExtCommIp6Content;
 
-/// Kinds of extended communities by their type and subtype octets.
+/// Kinds of extended communities, by type and subtype octets.
 enum class Kind : U16 {
-    /// An object without a class of its own.
+    /// An object of the base class.
     plain = 0x06ff,
-    /// Typed, and of interest to no observer.
+    /// Typed, not observed.
     routeOrigin = 0x0003,
-    /// Typed, and announced to the observers of route targets.
+    /// Typed, and announced to observers of route targets.
     routeTarget = 0x0002,
 };
 
-/// Community number `number` of a kind; different numbers below 2^48 give different communities.
+/// Returns community number `number` of a kind. Communities with different numbers below 2^48
+/// differ.
 inline ExtCommContent content(Kind kind, U64 number) {
     constexpr U64 odd = 0x9e37'79b9'7f4b;
     constexpr U64 low48 = (U64{1} << 48) - 1;
     return ExtCommContent(static_cast<U64>(kind) << 48 | (number * odd & low48));
 }
 
-/// The communities of a kind with the numbers from `first` on.
+/// Returns the communities of a kind with consecutive numbers, starting at `first`.
 std::vector<ExtCommContent> contents(Kind kind, std::size_t count, U64 first = 0);
 
-/// Lists of as many members each, one after another in one array.
+/// Lists of equal length, stored consecutively in one array.
 template <class Member>
 class Lists {
   public:
@@ -65,7 +66,7 @@ class Lists {
     std::vector<Member> members_;
 };
 
-/// A power of two of samples, which operations take in turn, over and over.
+/// A power of two of samples, used cyclically by the operations.
 template <class Samples>
 class Cycle {
   public:
@@ -87,22 +88,22 @@ using ContentCycle = Cycle<std::vector<ExtCommContent>>;
 template <class Member>
 using ListCycle = Cycle<Lists<Member>>;
 
-/// Random numbers below `count`, a power of two of them: in number like `count`, but more than
-/// branch predictors remember, and no more than 2^20.
+/// Random numbers below `count`. Their number is a power of two near `count`, large enough to
+/// defeat branch prediction, and at most 2^20.
 std::vector<std::size_t> draws(std::size_t count);
 
 /// Random draws from the contents.
 ContentCycle drawContents(std::span<ExtCommContent const> contents);
 
-/// How many lists are held, unless a bench says otherwise.
+/// The default number of lists in the table.
 inline constexpr std::size_t listsHeld = 10'000;
 
-/// The next list of a random series. An extended one holds route targets and route origins, half
-/// and half, or one route target. The communities are some 16,000 of each kind.
+/// Appends the next list of a random series. Extended lists have half route targets and half route
+/// origins, or one route target. There are about 16,000 communities of each kind.
 template <class Member>
 std::vector<Member> nextList(std::mt19937_64& random, std::size_t members);
 
-/// Lists of a series. Those of different series differ, unless they are very short.
+/// Returns lists of a series. Lists of different series differ, unless they are very short.
 template <class Member>
 Lists<Member> lists(std::size_t membersEach, std::size_t count, unsigned series = 0) {
     std::mt19937_64 random(series);
@@ -115,7 +116,7 @@ Lists<Member> lists(std::size_t membersEach, std::size_t count, unsigned series 
     return {membersEach, std::move(members)};
 }
 
-/// Lists that are in no other series.
+/// Returns lists that are in no other series.
 template <class Member>
 Lists<Member> freshLists(std::size_t membersEach) {
     return lists<Member>(membersEach, 1 << 16, 1);
@@ -131,7 +132,7 @@ Lists<Member> drawLists(Lists<Member> const& lists) {
     return {lists[0].size(), std::move(members)};
 }
 
-/// The octets of a community in a path attribute, appended.
+/// Appends the octets of a community as in a path attribute.
 void appendOctets(std::string& out, U32 value);
 void appendOctets(std::string& out, Acl::CommunityValue const& value);
 void appendOctets(std::string& out, ExtCommContent const& value);

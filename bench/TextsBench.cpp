@@ -21,7 +21,7 @@ using namespace Routing::Bgp;
 
 // ---- Text ---------------------------------------------------------------------------------------
 
-/// A text in a local buffer, numbers by std::to_chars. No bounds are checked.
+/// A text in a local buffer, with numbers by std::to_chars and without bounds checks.
 class PlainText {
   public:
     PlainText& operator<<(std::string_view text) {
@@ -68,7 +68,7 @@ void write(PlainText& out, ExtCommContent const& value) {
     out.octets(octets) << ">";
 }
 
-/// Of an address without a run of zero groups.
+/// Appends an address without a run of zero groups.
 void write(PlainText& out, ExtCommIp6Content const& value) {
     out << "<extCommIp6PktTypeTransIpv6Address extCommIp6PktSubtypeRouteTarget addr=";
     for (unsigned group = 0; group < 8; ++group) {
@@ -92,7 +92,7 @@ template <class Member>
 constexpr bool bracketed =
     std::is_same_v<Member, ExtCommContent> || std::is_same_v<Member, ExtCommIp6Content>;
 
-/// The list that is written, as the library holds it and as plain members.
+/// The list to write, as a library object and as plain members.
 template <class Member>
 struct OneList {
     OneList()
@@ -117,7 +117,7 @@ class ListText {
     OneList<Member> one_;
 };
 
-/// The same octets by a loop of std::to_chars.
+/// Writes the same text by a loop of std::to_chars.
 template <class Member>
 class ListTextReference {
   public:
@@ -167,7 +167,7 @@ class ListAttribute {
     OneList<Member> one_;
 };
 
-/// The same octets: a header, and a copy of what came in.
+/// Writes the same octets: a header and a copy of the received value.
 template <class Member>
 class ListAttributeReference {
   public:
@@ -198,12 +198,12 @@ class ListAttributeReference {
 
 // ---- Regular expression -------------------------------------------------------------------------
 
-/// An expression that matches a policy text of the list, or none.
+/// An expression that matches a policy text of the list, or no text.
 char const* expression(bool matching) {
     return matching ? "(^| )64500:[0-9]+( |$)" : "(^| )64501:[0-9]+( |$)";
 }
 
-/// Asks the same list again.
+/// Matches the same list again.
 template <class Member>
 class ListRegex {
   public:
@@ -219,7 +219,7 @@ class ListRegex {
     Routing::RouteMap::PosixRegex regex_;
 };
 
-/// regexec() once on the list's text.
+/// Calls regexec() once on the text of the list.
 class ListRegexReference {
   public:
     explicit ListRegexReference(bool matching) {

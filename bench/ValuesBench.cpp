@@ -23,8 +23,8 @@ std::vector<ExtComm::PtrConst> intern(World const& world,
     return held;
 }
 
-/// Looks up, takes and drops values that are interned already. The threads share all values, or
-/// each has its half of them.
+/// Looks up values that are interned already, and adds and releases a reference. Threads share all
+/// values, or each uses its own half.
 class ValueHit {
   public:
     ValueHit(bool threadSafe, std::size_t values, bool halves)
@@ -48,7 +48,7 @@ class ValueHit {
     std::array<ContentCycle, 2> lookups_;
 };
 
-/// The same by limP, or by limA if `locked`.
+/// The same with limP, or limA if `locked`.
 template <bool locked>
 class ValueHitReference {
   public:
@@ -68,8 +68,8 @@ class ValueHitReference {
     ContentCycle lookups_;
 };
 
-/// Interns values that are not there, among `values` others, and drops them again: miss, parse,
-/// insert, release, destroy. Each thread has its own values.
+/// Interns and releases new values, among `values` others: miss, parse, insert, release, destroy.
+/// Each thread has its own values.
 class ValueMiss {
   public:
     ValueMiss(bool threadSafe, std::size_t values)

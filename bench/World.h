@@ -9,7 +9,7 @@
 
 namespace Bench {
 
-/// The process in the plain or in the thread-safe mode; plain again afterwards.
+/// Sets the process to plain or thread-safe mode; the destructor resets it to plain mode.
 class PointerMode {
   public:
     explicit PointerMode(bool threadSafe);
@@ -18,7 +18,7 @@ class PointerMode {
     PointerMode& operator=(PointerMode const&) = delete;
 };
 
-/// The tables of an agent, and how it fills them by the library's published calls.
+/// The tables of an agent, filled through the library's public functions.
 struct World {
     explicit World(bool threadSafe)
       : mode(threadSafe) {}

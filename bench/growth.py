@@ -47,7 +47,7 @@ class Column:
         return f"{self.bench}/{size}"
 
     def measure(self, bench, size):
-        """None of a size that the bench does not have."""
+        """Returns None for a size that the bench does not have."""
         name = self.name(size)
         if name not in bench.names:
             return None
@@ -74,7 +74,7 @@ def lists(work):
     ]
 
 
-# What the page shows: the heading of a table, and of a panel of the plot.
+# The tables of the page, each also a panel of the plot, by heading.
 TABLES = {
     "value there already (ns)": values("valueHit"),
     "new value, then released (ns)": values("valueMiss"),
@@ -94,7 +94,7 @@ def size_text(size):
 
 
 class Panel:
-    """One set of axes of the plot, both logarithmic."""
+    """A panel of the plot with logarithmic axes."""
 
     WIDTH, HEIGHT = 250, 190
     COLOURS = ["#1b6ca8", "#c8553d", "#2e8b57", "#8e44ad"]
@@ -159,7 +159,7 @@ def power(size):
 
 
 def plot(figures):
-    """The text of an SVG with a panel for each table."""
+    """Returns an SVG with a panel for each table."""
     across, width, height = 3, 350, 330
     parts = []
     for place, (title, columns) in enumerate(TABLES.items()):
@@ -179,7 +179,7 @@ def plot(figures):
 
 
 def write_pages(bench, largest):
-    """Measures up to `largest` of each and writes the page and the plot."""
+    """Measures populations up to `largest` and writes the page and the plot."""
     figures, tables = {}, []
     for title, columns in TABLES.items():
         figures[title] = [

@@ -11,7 +11,7 @@ SUFFIX = re.compile(r"(/iterations:\d+)?(/real_time)?(?:/threads:(\d+))?$")
 
 
 class Bench:
-    """The program, and what it has measured so far."""
+    """The program and its results so far."""
 
     def __init__(self, program, quick, expected):
         self.program = program
@@ -27,7 +27,7 @@ class Bench:
                 raise RuntimeError(f"{program} has no bench {name}")
 
     def measure(self, names, repetitions):
-        """Runs these benches, their repetitions in random order, so that noise meets all alike."""
+        """Runs benches with interleaved repetitions, so that noise affects all alike."""
         key = tuple(names)
         if key not in self._measured:
             pattern = "|".join(re.escape(name) for name in names)
@@ -50,7 +50,7 @@ class Bench:
         return self._measured[key]
 
     def runs(self, names, name, threads=1, repetitions=None):
-        """The repetitions of one bench, out of a run of several."""
+        """Yields the repetitions of one bench from a run of several."""
         for run in self.measure(names, repetitions or self.repetitions):
             if run["run_type"] != "iteration":
                 continue
@@ -62,10 +62,10 @@ class Bench:
 
 
 class Times:
-    """Nanoseconds for one operation, over all repetitions of a bench.
+    """Nanoseconds per operation over all repetitions of a bench.
 
-    Processor time, so that what other processes take does not count; or real time, for two
-    threads that may wait for each other.
+    Processor time, which excludes other processes; or real time, for two threads that may wait
+    for each other.
     """
 
     def __init__(self, runs, real=False):
@@ -76,13 +76,13 @@ class Times:
 
     @property
     def spread(self):
-        """The quartiles' distance as a part of the median."""
+        """The distance between the quartiles as a fraction of the median."""
         quarters = statistics.quantiles(self.values, n=4)
         return (quarters[2] - quarters[0]) / self.median
 
 
 def count_instructions(program, name, operations):
-    """Instructions and allocations of one operation, the loop around it included."""
+    """Returns instructions and allocations per operation, including the loop."""
     done = subprocess.run(
         [
             "valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null",

@@ -1,4 +1,4 @@
-"""Tables for the terminal and for the pages that the figures go into."""
+"""Writes tables to the terminal and to pages."""
 
 import datetime
 import os
@@ -10,7 +10,7 @@ TOP = pathlib.Path(__file__).resolve().parent.parent
 
 
 def number(value):
-    """Three digits that count."""
+    """Formats a number with three significant digits."""
     if abs(value) >= 100:
         return f"{value:,.0f}"
     return f"{value:.3g}"
@@ -44,9 +44,9 @@ def machine():
 
 
 def fill_in(page, mark, text):
-    """Puts the text between `<!-- MARK -->` and `<!-- end -->` of a page."""
+    """Replaces the text between `<!-- MARK -->` and `<!-- end -->` in a page."""
     before, found, after = page.read_text().partition(f"<!-- {mark} -->\n")
     _, end, after = after.partition("<!-- end -->")
     if not found or not end:
-        raise RuntimeError(f"{page} has no place marked {mark}")
+        raise RuntimeError(f"{page} has no mark {mark}")
     page.write_text(f"{before}{found}{text}\n{end}{after}")

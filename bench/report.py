@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs VoBgpBench and prints its figures beside their references, bars and stretches.
+"""Runs VoBgpBench and prints its results with references, bars and stretch goals.
 
 scripts/bench builds the program and calls this.
 """
@@ -20,7 +20,7 @@ RESULTS = TOP / "bench" / "RESULTS.md"
 
 
 class Result:
-    """What a row came to."""
+    """The result of a row."""
 
     def __init__(self, row, value, subject, reference="", spread=None):
         self.row = row
@@ -31,7 +31,7 @@ class Result:
 
     @property
     def noisy(self):
-        """Whether the machine was too busy for the result to mean anything."""
+        """Whether the machine was too busy for a meaningful result."""
         return self.spread is not None and self.spread > 0.5
 
     def meets(self, limit):
@@ -98,7 +98,7 @@ def measure_row(bench, row):
 
 def measure_figure(bench, row):
     if row.measure == "longest":
-        # What the library does takes as long each time; what disturbs it does not.
+        # The work of the library is the same each time; disturbances are not, so take the minimum.
         repetitions = 1 if row.slow else 3
         runs = list(bench.runs((row.subject,), row.subject, 1, repetitions))
         return Result(
@@ -112,7 +112,7 @@ def measure_figure(bench, row):
 
 
 def ratios(bench, pattern, quick):
-    """Measures the rows that are wanted, with a line of progress for each."""
+    """Measures the selected rows; prints a line of progress for each."""
     wanted = [row for row in ROWS if pattern.search(f"{row.work} {row.subject}")]
     wanted = [row for row in wanted if not (quick and row.slow)]
     results = []
@@ -126,7 +126,7 @@ def ratios(bench, pattern, quick):
 
 
 def instruction_table(bench, pattern):
-    """One line for each operation."""
+    """Returns one line per operation."""
 
     def count(counted):
         instructions, allocations = count_instructions(

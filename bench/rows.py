@@ -1,10 +1,10 @@
-"""What is compared with what, and how fast it is to be.
+"""The comparisons, with their bars and stretch goals.
 
-A row names a subject and its reference among the benches of VoBgpBench. `bar` is what it has to
-reach and `stretch` where it should go, in the unit of its measure:
+A row names a subject and its reference among the benches of VoBgpBench. `bar` is the required and
+`stretch` the desired result, in the unit of its measure:
 
     time     time of the subject divided by that of the reference; lower is better
-    speed    the inverse of that: how many times faster the subject is; higher is better
+    speed    the inverse: how many times faster the subject is; higher is better
     threads  operations a second of two threads divided by those of one; higher is better
     longest  microseconds of the longest single operation; lower is better
     octets   octets of resident memory for each object; lower is better
@@ -29,7 +29,7 @@ class Row:
     reference: str | None
     bar: float | None
     stretch: float | None
-    # Left out of a quick run.
+    # Not part of a quick run.
     slow: bool = False
 
 
@@ -232,7 +232,7 @@ ROWS = [*value_rows(), *list_rows(), *observer_rows(), *text_rows(), *figure_row
 
 @dataclasses.dataclass(frozen=True)
 class Counted:
-    """An operation whose instructions are counted, and its reference's."""
+    """An operation and a reference whose instructions are counted."""
 
     work: str
     subject: str
