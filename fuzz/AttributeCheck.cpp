@@ -15,7 +15,7 @@ namespace BgpCommunities::Test {
 
 namespace {
 
-/// The attribute is one, and nothing else is there.
+/// Whether the octets are exactly one path attribute.
 Octets valueOf(Mox::String const& wire, CommunityKind kind) {
     std::string_view const text(wire);
     PathAttributeReader reader({reinterpret_cast<std::uint8_t const*>(text.data()), text.size()});
@@ -35,7 +35,7 @@ void checkList(Agent& agent, Octets value) {
     MOX_ASSERT(again == list && Kind::wire(*again) == wire);
 }
 
-/// Distinct members of one type and subtype.
+/// The number of distinct members of one type and subtype.
 std::size_t distinctOfType(Octets value, std::uint64_t type) {
     std::set<std::uint64_t> members;
     for (OctetReader in(value); !in.empty();) {
@@ -48,7 +48,7 @@ std::size_t distinctOfType(Octets value, std::uint64_t type) {
     return members.size();
 }
 
-/// Whether there is a list for these octets, by the built-in rules.
+/// Whether the built-in rules accept these octets.
 bool isAccepted(CommunityKind kind, Octets value) {
     return !value.empty() && value.size() <= maxAttributeOctets &&
            value.size() % traitsOf(kind).memberOctets == 0 &&

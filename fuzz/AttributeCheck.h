@@ -10,14 +10,14 @@
 
 namespace BgpCommunities::Test {
 
-/// What any value of an attribute of communities must stand. Reactor thread.
+/// Checks that must hold for any value of a community attribute. Reactor thread.
 class AttributeCheck {
   public:
     AttributeCheck()
       : decoders_(attributeDecoders(agent_)) {}
 
-    /// Decodes the value in every form; if it is no malformation, what it is sent as is read again:
-    /// the same list, and the same octets. Ends the process if not.
+    /// Decodes the value in every form. If it is accepted, serializes the list and decodes it
+    /// again: list and octets must be the same. Aborts the process otherwise.
     void check(CommunityKind kind, Octets value);
 
   private:

@@ -1,4 +1,4 @@
-/// The value of a path attribute: one octet of type, the rest is the value.
+/// Fuzzes attribute values: the first octet is the attribute type, the rest is the value.
 #include "AttributeCheck.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);

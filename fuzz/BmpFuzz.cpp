@@ -1,5 +1,5 @@
-/// The octets of a BMP session: read at once, and again in pieces, with the same result. What it
-/// holds of communities is interned, sent, read again.
+/// Fuzzes a BMP session: reads it at once and again in pieces, with the same result. Its
+/// communities are interned, serialized and decoded again.
 #include "AttributeCheck.h"
 #include "bmp/BmpReader.h"
 #include "bmp/BmpStream.h"
@@ -12,7 +12,7 @@
 namespace BgpCommunities::Test {
 namespace {
 
-/// A line for each call.
+/// Records a line for each call.
 class LoggingHandler final : public BmpHandler {
   public:
     explicit LoggingHandler(AttributeCheck* attributeCheck)
@@ -71,7 +71,7 @@ class LoggingHandler final : public BmpHandler {
     AttributeCheck* check_;
 };
 
-/// What the session comes to if its octets arrive so many at a time.
+/// Reads the session in pieces of `step` octets.
 std::string read(Octets octets, std::size_t atATime, AttributeCheck* check) {
     LoggingHandler handler(check);
     BmpReader reader(handler);

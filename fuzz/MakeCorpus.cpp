@@ -1,5 +1,5 @@
-/// Writes what the fuzzers begin with: small stores, and the first records and attributes of the
-/// sample dumps. The files are the same on every run; inputs that a fuzzer found stay.
+/// Writes the initial corpus: small stores, and the first records and attributes of the sample
+/// dumps. The files are the same on every run; inputs found by a fuzzer are kept.
 ///
 ///     MakeCorpus SAMPLES CORPUS
 #include "StoreContent.h"
@@ -23,7 +23,7 @@ void writeFile(std::filesystem::path const& path, std::string_view content) {
     std::filesystem::create_directories(path.parent_path());
     std::ofstream out(path, std::ios::binary);
     if (!(out << content).flush()) {
-        throw std::runtime_error(path.string() + " cannot be written");
+        throw std::runtime_error(path.string() + ": cannot write");
     }
 }
 
@@ -38,7 +38,7 @@ void writeStores(std::filesystem::path const& corpus) {
     }
 }
 
-/// The first octets of a sample, in plain form, for a fuzzer.
+/// Writes the first octets of a sample, decompressed, for a fuzzer.
 void writeSample(std::filesystem::path const& dump, std::filesystem::path const& folder) {
     constexpr std::size_t octets = 4096;
     InputStream input(dump);
@@ -56,7 +56,7 @@ void writeSample(std::filesystem::path const& dump, std::filesystem::path const&
     writeFile(folder / dump.stem().stem(), content);
 }
 
-/// The first attributes of each kind.
+/// Writes the first attributes of each kind.
 class AttributeWriter final : public RouteHandler {
   public:
     explicit AttributeWriter(std::filesystem::path folder)

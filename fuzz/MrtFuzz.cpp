@@ -1,4 +1,5 @@
-/// An MRT dump, plain or compressed: what it holds of communities is interned, sent, read again.
+/// Fuzzes an MRT dump, plain or compressed: its communities are interned, serialized and decoded
+/// again.
 #include "AttributeCheck.h"
 #include "input/InputStream.h"
 #include "mrt/MrtReader.h"
@@ -35,7 +36,7 @@ class CheckingHandler final : public RouteHandler {
     AttributeCheck& check_;
 };
 
-/// A file in memory that holds the octets.
+/// A file in memory with the octets.
 class MemoryFile {
   public:
     explicit MemoryFile(Octets octets)

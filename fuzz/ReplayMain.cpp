@@ -1,5 +1,5 @@
-/// Runs a fuzzer without a fuzzing engine: on each input of a corpus, and on so many changed copies
-/// of it, the same on every run.
+/// Runs a fuzzer without a fuzzing engine: on each input of a corpus, and on COPIES mutations of
+/// it, the same on every run.
 ///
 ///     FUZZER CORPUS COPIES
 #include <algorithm>
@@ -20,7 +20,7 @@ namespace {
 
 using Input = std::vector<std::uint8_t>;
 
-/// Cheap changes of an input, from a seed. Thread-compatible.
+/// Mutates inputs pseudo-randomly. Thread-compatible.
 class Mutator {
   public:
     void change(Input& input) {

@@ -34,7 +34,7 @@ constexpr char const* rootOf<ExtCommList> = "extended";
 template <>
 constexpr char const* rootOf<ExtCommIp6List> = "IPv6 extended";
 
-// ---- What a rebuilt object must be --------------------------------------------------------------
+// ---- Invariants of rebuilt objects --------------------------------------------------------------
 
 void expect(bool condition, char const* what) {
     if (!condition) {
@@ -42,17 +42,17 @@ void expect(bool condition, char const* what) {
     }
 }
 
-/// A list that is longer fits no attribute, and nobody may ask for one.
+/// Longer lists do not fit in an attribute and must not be serialized.
 bool fitsAttribute(std::size_t members, std::size_t octets) {
     return members * octets <= 65535;
 }
 
-/// A path attribute with a value of that many octets.
+/// Expects a path attribute with a value of `octets` octets.
 void expectSent(Mox::String const& wire, std::size_t octets) {
-    expect(wire.size() == (octets > 255 ? 4 : 3) + octets, "sends another number of octets");
+    expect(wire.size() == (octets > 255 ? 4 : 3) + octets, "serializes a wrong number of octets");
 }
 
-/// Of any width.
+/// For values of any width.
 template <class Comm>
 void checkComm(Comm const& comm) {
     expect(comm.dedupState() == Kel::dedupHandleStateDestashed(), "is not in state destashed");
@@ -63,12 +63,12 @@ void checkComm(Comm const& comm) {
 
 template <class List>
 void checkValues(List const& list, std::size_t memberOctets) {
-    expect(list.dedupState() == Kel::dedupHandleStateNeverDeduped(), "cannot be interned any more");
+    expect(list.dedupState() == Kel::dedupHandleStateNeverDeduped(), "cannot be interned");
     if (list.commVectorSorted()) {
         auto const* const first = list.begin();
         auto const* const last = list.end();
         expect(std::adjacent_find(first, last, std::greater_equal<>()) == last,
-               "says that it is sorted and is not");
+               "is marked as sorted but is not");
         expect(std::all_of(first, last, [&](auto const& value) { return list.comm(value); }),
                "does not find a member");
         expect(list.compare(&list), "is not equal to itself");
@@ -78,7 +78,7 @@ void checkValues(List const& list, std::size_t memberOctets) {
     }
 }
 
-/// What is only known of lists that were interned says so; the members of each class are there.
+/// Properties of interned lists are unset, and each class contains its members.
 template <class List>
 void checkMembers(List const& list) {
     expect(list.dedupState() == Kel::dedupHandleStateDestashed(), "is not in state destashed");
@@ -108,7 +108,7 @@ void check(ExtCommIp6 const& comm) {
 
 void check(CommList const& list) {
     checkValues(list, 4);
-    expect(!list.commVectorSorted() || !list.noExport(), "knows what only an interned list knows");
+    expect(!list.commVectorSorted() || !list.noExport(), "has a property of interned lists");
 }
 
 void check(LargeCommList const& list) {
@@ -119,7 +119,7 @@ void check(ExtCommList const& list) {
     checkMembers(list);
     expect(list.totalTransitiveCommunities() == 0 && !list.hasLinkBandwidth() &&
                !list.hasLinkBandwidthWithUnspecifiedAsNumber(),
-           "knows what only an interned list knows");
+           "has a property of interned lists");
     if (list.commVectorSorted() && !list.empty() && fitsAttribute(list.comms(), 8)) {
         expectSent(list.serialize(ExtCommList::Serialization(ExtCommList::Serialization::all)),
                    8 * std::size_t{list.comms()});
@@ -129,7 +129,7 @@ void check(ExtCommList const& list) {
 void check(ExtCommIp6List const& list) {
     checkMembers(list);
     expect(!list.commVectorSorted() && list.transitiveCommCount() == 0,
-           "knows what only an interned list knows");
+           "has a property of interned lists");
     auto const sorted = extCommIp6ListFactory();
     sorted->append(ExtCommIp6List::PtrConst(&list));
     sorted->sortComms();
@@ -142,7 +142,7 @@ void check(ExtCommIp6List const& list) {
     }
 }
 
-// ---- What its text does not say -----------------------------------------------------------------
+// ---- State that is not part of the text ---------------------------------------------------------
 
 void print(std::ostream& text, ExtComm const& comm) {
     text << ' ' << comm.classification();
@@ -209,8 +209,8 @@ std::string copyStore(StoreManager& from, StoreWriter& to) {
 
 // ---- StoreSample --------------------------------------------------------------------------------
 
-/// Of seven types and subtypes in turn: route target, route origin, color, a validation state's
-/// neighbour, both other layouts, and one that nobody knows.
+/// Returns one of seven types and subtypes in turn: route target, route origin, color, one next to
+/// a validation state, both other layouts, and an unknown one.
 ExtComm::PtrConst StoreSample::extComm(U32 number, U32 index) {
     constexpr auto types = std::to_array<U64>(
         {0x0002fde800000000, 0x0003fde800000000, 0x030b000000000000, 0x4301000000000000,

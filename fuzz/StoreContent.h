@@ -7,18 +7,18 @@
 
 #include <string>
 
-/// What the tests and the fuzzer of stores put into one, and look for in one: a table of each kind
-/// of value and list, each under a root's name.
+/// The content of stores in tests and fuzzers: a table of each kind of value and list, each a named
+/// root.
 namespace Routing::Bgp::Test {
 
 using Mox::U32;
 using Mox::U64;
 
-/// The tables of an agent that puts numbers into stores. Reactor thread.
+/// The tables of an agent that writes numbers to stores. Reactor thread.
 class StoreSample {
   public:
-    /// Fills all tables with what tells `number` in every part; each list has that many members.
-    /// There is a list that was interned and, of half the kinds, one that was not.
+    /// Fills all tables with contents derived from `number`; each list has `members` members. Each
+    /// kind has an interned list, and half of the kinds also one that was not interned.
     void stash(MoxStash::StoreWriter& writer, U32 number, U32 members);
 
     ExtComm::PtrConst extComm(U32 number, U32 index);
@@ -28,9 +28,9 @@ class StoreSample {
     CommunityTables const tables_;
 };
 
-/// Rebuilds all that a store's tables hold, one after the other, and writes it into another store
-/// under the same names. Returns its text: what it prints, finds and sends. Throws StoreException,
-/// and `std::logic_error` if what was rebuilt is not as a rebuilt object must be.
+/// Rebuilds the content of all tables of a store and writes it to another store under the same
+/// names. Returns a text of everything that the objects print, find and serialize. Throws
+/// StoreException, and `std::logic_error` if a rebuilt object violates an invariant.
 std::string copyStore(MoxStash::StoreManager& from, MoxStash::StoreWriter& to);
 
 } // namespace Routing::Bgp::Test

@@ -1,5 +1,5 @@
-/// The octets of a store: as they are, and once more with all made good that a reader looks at
-/// before it looks at records.
+/// Fuzzes a store: the octets as they are, and again with a valid header, so that the reader
+/// reaches the records.
 #include "StoreContent.h"
 
 #include <Mox/Assert.h>
@@ -19,7 +19,7 @@ using MoxStash::StoreManager;
 using MoxStash::StoreWriter;
 using Words = std::vector<U64>;
 
-/// What is rebuilt of it is written, and rebuilt once more: the same text and the same octets.
+/// Rebuilds the content, writes it and rebuilds it again: text and octets must be the same.
 void check(std::span<std::byte const> octets) {
     StoreWriter first, second;
     std::string text;
@@ -36,7 +36,7 @@ void check(std::span<std::byte const> octets) {
     MOX_ASSERT(second.image(1) == words);
 }
 
-/// The offset of the last record; that of the first if they are none.
+/// The offset of the last record, or of the first if there are no records.
 U64 lastRecord(Words const& words) {
     auto last = Format::headerWords;
     for (auto at = last; at < words.size() - 1;) {
