@@ -1,5 +1,4 @@
-# How everything in this project is compiled, and nothing beside it: a project that adds this one as
-# a folder keeps its own settings.
+# Compile options of this project. A project that adds this one as a folder keeps its own settings.
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -16,11 +15,11 @@ endif()
 if(VOBGP_WERROR)
   add_compile_options(-Werror)
   if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-    # A newer clang reports what the headers of an older standard library use themselves.
+    # A newer clang reports deprecated uses inside headers of an older standard library.
     add_compile_options(-Wno-error=deprecated-declarations)
   endif()
 endif()
-# Assertions and traces name a source by its path in this repository.
+# Assertions and traces print paths relative to this repository.
 add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/platform/=platform/
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
@@ -29,8 +28,8 @@ if(VOBGP_SANITIZE)
     -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${VOBGP_SANITIZE})
   if(VOBGP_SANITIZE MATCHES "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # g++ warns of fences that its thread sanitizer does not model. The project has none; headers of
-    # the standard library do.
+    # g++ warns about fences, which its thread sanitizer does not model. The project uses none, but
+    # headers of the standard library do.
     add_compile_options(-Wno-tsan)
   endif()
 endif()
@@ -42,9 +41,9 @@ else()
   set(VOBGP_SOVERSION ${PROJECT_VERSION_MAJOR})
 endif()
 
-# vobgp_whole_archive(TARGET ARCHIVE NAME): the interface library TARGET, installed as VoBgp::NAME,
-# links all of ARCHIVE. A type registers itself in a static initialiser; the linker would drop it
-# with an object of the archive that nothing else refers to.
+# vobgp_whole_archive(TARGET ARCHIVE NAME): defines the interface library TARGET, installed as
+# VoBgp::NAME, which links all of ARCHIVE. Types register themselves in static initialisers; otherwise
+# the linker would drop objects that nothing refers to.
 function(vobgp_whole_archive target archive name)
   add_library(${target} INTERFACE)
   target_link_libraries(${target} INTERFACE
@@ -54,8 +53,8 @@ function(vobgp_whole_archive target archive name)
   set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
 endfunction()
 
-# vobgp_library(TARGET NAME SOURCES...): a library, VoBgp::NAME here and where it is installed.
-# Shared unless BUILD_SHARED_LIBS is off.
+# vobgp_library(TARGET NAME SOURCES...): defines the library VoBgp::NAME, shared unless
+# BUILD_SHARED_LIBS is off.
 function(vobgp_library target name)
   if(VOBGP_STATIC)
     add_library(${target} STATIC ${ARGN})
@@ -68,10 +67,10 @@ function(vobgp_library target name)
     EXPORT_NAME ${name}
     VERSION ${PROJECT_VERSION}
     SOVERSION ${VOBGP_SOVERSION}
-    INSTALL_RPATH "$ORIGIN") # finds its neighbour, wherever both are installed
+    INSTALL_RPATH "$ORIGIN") # finds the other library in the same folder
   target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
   if(VOBGP_SANITIZE)
-    # The sanitizers' own symbols come with the program.
+    # The program provides the symbols of the sanitizers.
     target_link_options(${target} PRIVATE -Wl,--undefined-version -Wl,-z,undefs)
   endif()
   add_library(VoBgp::${name} ALIAS ${target})

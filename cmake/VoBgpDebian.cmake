@@ -1,5 +1,5 @@
-# The Debian packages: `cpack -G DEB` in the build tree writes them. cmake/debian holds what Debian
-# wants in each of them, VoBgpDebianStage.cmake puts it there.
+# Debian packages, written by `cpack -G DEB` in the build tree. VoBgpDebianStage.cmake adds the files of
+# cmake/debian that Debian requires.
 set(VOBGP_MAINTAINER "VoBgpCommunity maintainers <maintainers@vobgp.invalid>"
   CACHE STRING "Name and address in the packages: set it to those of whoever distributes them")
 

@@ -1,12 +1,11 @@
-# Run by cpack between installing the components and packing them: turns each into what Debian
-# expects of a package.
+# Run by cpack after installing the components and before packing them: applies Debian's conventions.
 set(stage ${CPACK_TEMPORARY_INSTALL_DIRECTORY})
 
 function(run)
   execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# move_to(COMPONENT FROM TO): paths below /usr. An empty parent goes too.
+# move_to(COMPONENT FROM TO): moves a path below /usr and removes an empty parent.
 function(move_to component from to)
   set(usr ${stage}/${component}/usr)
   get_filename_component(folder ${usr}/${to} DIRECTORY)
@@ -19,7 +18,7 @@ function(move_to component from to)
   endif()
 endfunction()
 
-# The loader finds libraries in this folder by itself.
+# The loader searches this folder by default.
 file(GLOB binaries
   ${stage}/library/usr/${CPACK_VOBGP_LIBDIR}/*.so.${CPACK_PACKAGE_VERSION}
   ${stage}/program/usr/bin/*)
@@ -44,7 +43,7 @@ file(REMOVE
   ${stage}/documentation/usr/${doc}/LICENSE
   ${stage}/documentation/usr/${doc}/CHANGELOG.md)
 
-string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC) # heeds SOURCE_DATE_EPOCH
+string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC) # respects SOURCE_DATE_EPOCH
 set(files ${CPACK_VOBGP_SOURCE_DIR}/cmake/debian)
 foreach(component ${CPACK_COMPONENTS_ALL})
   string(TOUPPER ${component} prefix)

@@ -1,13 +1,12 @@
-# What an agent finds the installed libraries by: a CMake package and pkg-config files of the same
-# names. Neither knows the prefix, so that an installation may be moved. The components are those of
-# the Debian packages; without one, everything is installed.
+# Installs a CMake package and pkg-config files of the same names. Both are relocatable. The
+# components are those of the Debian packages; without a component, everything is installed.
 include(CMakePackageConfigHelpers)
 
 set(libraries VoBgpPlatform VoBgpCommunity)
 if(VOBGP_STATIC)
   set(targets VoBgpPlatform VoBgpCommunity VoBgpPlatformWhole VoBgpCommunityWhole)
 else()
-  # The archives too, of the same objects, for agents that want no shared library.
+  # Archives of the same objects, for agents without shared libraries.
   foreach(name Platform Community)
     set(archive VoBgp${name}Archive)
     add_library(${archive} STATIC $<TARGET_OBJECTS:VoBgp${name}>)
@@ -27,7 +26,7 @@ install(TARGETS ${targets} EXPORT VoBgpTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 
 if(NOT VOBGP_STATIC)
-  # Where gdb looks for the printers of this library: beside it.
+  # gdb looks for the printers of a library next to it.
   install(FILES gdb/printers.py DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
     RENAME libVoBgpPlatform.so.${PROJECT_VERSION}-gdb.py)
 endif()
@@ -59,7 +58,7 @@ foreach(library ${libraries})
   string(REGEX REPLACE "Static$" "" name ${library})
   string(REGEX MATCH "Static$" VOBGP_PC_VARIANT ${library})
   set(VOBGP_PC_LIBS -l${name})
-  if(VOBGP_STATIC OR VOBGP_PC_VARIANT) # whole, in one word that pkg-config neither splits nor drops
+  if(VOBGP_STATIC OR VOBGP_PC_VARIANT) # whole archive, as one word that pkg-config keeps
     set(VOBGP_PC_LIBS -Wl,--push-state,--whole-archive,-l:lib${name}.a,--pop-state)
   endif()
   configure_file(cmake/${name}.pc.in ${library}.pc @ONLY)

@@ -1,14 +1,14 @@
 # shellcheck shell=bash
-# What the scripts of this folder share. To be sourced from the top of the tree.
+# Functions shared by the scripts of this folder. Source it from the top of the tree.
 
-# Debian packages: what the libraries, the program and the tests are built with.
+# Debian packages needed to build the libraries, the program and the tests.
 # shellcheck disable=SC2034 # used by the scripts that source this
 build_packages=(
     g++ cmake ninja-build pkgconf python3
     libgtest-dev libgmock-dev zlib1g-dev libbz2-dev liblzma-dev libzstd-dev libsqlite3-dev
 )
 
-# usage: prints what the head of the script says.
+# usage: prints the head comment of the script.
 usage() {
     sed -n '2,/^[^#]/s/^# \{0,1\}//p' "scripts/${0##*/}"
 }
@@ -21,20 +21,20 @@ answer_help() {
     fi
 }
 
-# refuse TEXT: ends the script with the exit status for usage.
+# refuse TEXT: reports a usage error and ends the script.
 refuse() {
     echo "scripts/${0##*/}: $1; --help prints the usage" >&2
     exit 2
 }
 
-# no_arguments ARGUMENT...: for a script that takes none but --help.
+# no_arguments ARGUMENT...: for scripts that accept only --help.
 no_arguments() {
     answer_help "$@"
     (($# == 0)) || refuse "unexpected argument $1"
 }
 
-# need_packages PACKAGE...: installs those that are missing, which takes root. Touches nothing, and
-# no network, if all are there. Where there is no dpkg the build itself says what it lacks.
+# need_packages PACKAGE...: installs missing packages, which requires root. Does nothing, and uses no
+# network, if none is missing. Without dpkg, the build itself reports what is missing.
 need_packages() {
     command -v dpkg-query >/dev/null || return 0
     local package missing=() log
@@ -52,7 +52,7 @@ need_packages() {
     echo "installing ${missing[*]}"
     log=$(mktemp)
     export DEBIAN_FRONTEND=noninteractive
-    # A source that cannot be reached matters only if something is to come from there.
+    # An unreachable source matters only if a package comes from it.
     apt-get update >"$log" 2>&1 || true
     if ! apt-get install -y --no-install-recommends "${missing[@]}" >>"$log" 2>&1; then
         cat "$log" >&2
@@ -62,8 +62,8 @@ need_packages() {
     rm -f "$log"
 }
 
-# build_preset PRESET [TARGET...]: configures and builds in build/PRESET. Shows its progress; what
-# the configuration and the compiler had to say is printed if it fails.
+# build_preset PRESET [TARGET...]: configures and builds in build/PRESET. Shows progress; prints the
+# output of CMake and the compiler on failure.
 build_preset() {
     local preset=$1 log=build/$1/build.log
     shift
@@ -79,9 +79,9 @@ build_preset() {
     return 1
 }
 
-# with_progress TEXT LOG COMMAND...: runs a command that counts its steps, as ninja and ctest do,
-# and appends its output to LOG. Shows the text on standard error: on a terminal with the step that
-# it has come to, elsewhere once.
+# with_progress TEXT LOG COMMAND...: runs a command that counts its steps, such as ninja or ctest,
+# and appends its output to LOG. Shows the text on standard error: on a terminal with the current
+# step, otherwise once.
 with_progress() {
     local text=$1 log=$2 line status=0
     shift 2
@@ -100,12 +100,12 @@ with_progress() {
     return "$status"
 }
 
-# as_preset PRESET COMMAND...: runs a command that runs programs built by that preset.
+# as_preset PRESET COMMAND...: runs a command that executes programs built with the preset.
 as_preset() {
     local preset=$1
     shift
-    # The thread sanitizer needs its part of the address space; a kernel that spreads addresses
-    # widely puts libraries there.
+    # The thread sanitizer needs a fixed part of the address space, where a kernel with strong
+    # randomization may place libraries.
     if [[ $preset == tsan ]] && setarch -R true 2>/dev/null; then
         setarch -R "$@"
     else
