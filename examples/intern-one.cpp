@@ -12,7 +12,7 @@ int main() {
     auto const first = tables.extCommList(std::as_bytes(std::span(value)));
     auto const second = tables.extCommList(std::as_bytes(std::span(value)));
     if (!first) {
-        return 1; // malformed, or no list can hold it: first.verdict
+        return 1; // malformed or refused, see first.verdict
     }
     std::cout << *first.list << '\n'
               << (first.list == second.list ? "one list" : "two lists") << " for both routes, "

@@ -1,5 +1,5 @@
-// An agent that adds a typed community of its own: the OSPF route type (RFC 4577), a transitive
-// opaque subtype that no built-in plug-in serves.
+// An agent that adds its own typed community: the OSPF route type (RFC 4577), a transitive opaque
+// subtype without a built-in plug-in.
 //! [private community]
 #include <Lumo/IpAddr.h>
 #include <Mox/CharBuffer.h>
@@ -76,7 +76,7 @@ int main() {
     U64 const ospfRouteType = 0x0306'0000'0001'0500;
     show(ospfRouteType);
 
-    // Rules that exist already get the plug-in's rule too.
+    // The plug-in's rule is also added to existing rules.
     parsing->extCommParserSmsEnq(Mox::makeActive<ExtCommTypedPlugin<OspfRouteTypePlugin>>(
         parsing->parseExtCommRuleCollections()));
     show(ospfRouteType);

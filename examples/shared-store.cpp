@@ -1,4 +1,4 @@
-// What an agent leaves for other processes, and how one of them finds it.
+// An agent publishes a list, and another process reads it.
 //! [shared store]
 #include <MoxStash/StoreManager.h>
 #include <MoxStash/StorePublisher.h>
@@ -20,7 +20,7 @@ void leave(std::string const& store) {
     MoxStash::publishStore(writer, store);
 }
 
-/// Another process: maps the store and rebuilds the list; no table, no parse rule.
+/// Another process: maps the store and rebuilds the list, without tables or parse rules.
 void find(std::string const& store) {
     MoxStash::StoreManager manager(store);
     auto const targets = ExtCommList::destash(manager.root("targets"), &manager);
