@@ -68,7 +68,11 @@ function(vobgp_library target name)
     VERSION ${PROJECT_VERSION}
     SOVERSION ${VOBGP_SOVERSION}
     INSTALL_RPATH "$ORIGIN") # finds the other library in the same folder
-  target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
+  # Calls between a library's own functions are direct and may be inlined: no other library is
+  # meant to replace them.
+  target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+  target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed
+    -Wl,-Bsymbolic-functions)
   if(VOBGP_SANITIZE)
     # The program provides the symbols of the sanitizers.
     target_link_options(${target} PRIVATE -Wl,--undefined-version -Wl,-z,undefs)
