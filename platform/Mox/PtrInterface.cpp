@@ -4,6 +4,38 @@
 
 namespace Mox {
 
+namespace {
+
+// Static thread-local memory, also if the library is loaded late.
+[[gnu::tls_model("initial-exec")]] constinit thread_local ScopedHold* innermostHold = nullptr;
+
+} // namespace
+
+ScopedHold::ScopedHold(PtrInterface const& object) noexcept
+  : object_(object)
+  , outer_(innermostHold) {
+    innermostHold = this;
+}
+
+ScopedHold::~ScopedHold() {
+    innermostHold = outer_;
+    if (ownsReference_) {
+        object_.release();
+    }
+}
+
+bool ScopedHold::takesOver(PtrInterface const& object) noexcept {
+    ScopedHold* outermost = nullptr;
+    for (auto* hold = innermostHold; hold != nullptr; hold = hold->outer_) {
+        outermost = &hold->object_ == &object ? hold : outermost;
+    }
+    if (outermost == nullptr) {
+        return false;
+    }
+    outermost->ownsReference_ = true;
+    return true;
+}
+
 PtrInterface::~PtrInterface() {
     // One reference remains for an object that was never shared (its constructor threw) or that its
     // last owner is destroying.
@@ -19,6 +51,9 @@ void PtrInterface::releaseSlowly() const noexcept {
     // concurrently, so retry.
     while (!word_.releaseAboveFloor()) {
         if (word_.isSoleReference()) {
+            if (ScopedHold::takesOver(*this)) {
+                return;
+            }
             // No other thread can reach the object now. Keep the reference until the hook has run,
             // so that the hook may create pointers to the object.
             auto* const object = const_cast<PtrInterface*>(this);

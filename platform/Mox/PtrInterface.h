@@ -68,6 +68,31 @@ class VOBGP_EXPORT PtrInterface {
     bool notificationActive_ = false;
 };
 
+/// Keeps an object alive until the end of a scope, even if this thread releases the last reference
+/// to it in the scope, without writing to the object's count: threads that share the object do not
+/// share a cache line that all of them write.
+///
+/// A local variable. REQUIRES: the caller holds a reference, which no other thread releases in the
+/// scope.
+class VOBGP_EXPORT ScopedHold {
+  public:
+    explicit ScopedHold(PtrInterface const& object) noexcept;
+    ~ScopedHold();
+    ScopedHold(ScopedHold const&) = delete;
+    ScopedHold& operator=(ScopedHold const&) = delete;
+
+  private:
+    friend class PtrInterface;
+
+    /// Passes the last reference to the outermost hold of this thread on the object. Returns whether
+    /// there is one.
+    static bool takesOver(PtrInterface const& object) noexcept;
+
+    PtrInterface const& object_;
+    ScopedHold* const outer_;
+    bool ownsReference_ = false;
+};
+
 } // namespace Mox
 
 /// Declares the nested pointer types and the reflected type of a counted class; use it in the

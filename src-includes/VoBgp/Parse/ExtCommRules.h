@@ -3,6 +3,7 @@
 #include <Mox/Enumeration.h>
 #include <Mox/Export.h>
 #include <Mox/Ptr.h>
+#include <Mox/PtrInterface.h>
 #include <Mox/Type.h>
 #include <VoBgp/ExtCommIp6.h>
 #include <VoBgp/Parse/ExtCommRuleCollections.h>
@@ -10,6 +11,7 @@
 #include <VoBgp/VoBgpCommunity.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <type_traits>
 #include <utility>
@@ -172,7 +174,7 @@ Mox::Ptr<Community> build(typename Layout::Width::Content const& content,
 /// The rules below a rule, by type or subtype, in a sorted array.
 ///
 /// Holds the rules. A rule can be filed under any number, but a parse asks only for members that
-/// the wire may carry. Thread-compatible.
+/// the wire may carry: it finds them by the octet. Thread-compatible.
 template <class Rule>
 class ExtCommRuleMap {
   public:
@@ -192,10 +194,11 @@ class ExtCommRuleMap {
         auto const key = rule->filedUnder();
         auto const place = lowerBound(entries_, key);
         if (place != entries_.end() && place->key == key) {
+            parsesIs(key, rule.get());
             // The old rule is destroyed last, with `rule`: its destructor may change this map.
             place->rule.swap(rule);
         } else {
-            entries_.insert(place, Entry{key, std::move(rule)});
+            parsesIs(key, entries_.insert(place, Entry{key, std::move(rule)})->rule.get());
         }
     }
 
@@ -204,25 +207,28 @@ class ExtCommRuleMap {
         RulePtr removed;
         auto const place = lowerBound(entries_, key);
         if (place != entries_.end() && place->key == key) {
+            parsesIs(key, nullptr);
             removed.swap(place->rule);
             entries_.erase(place);
         }
         return removed;
     }
 
-    void delAll() noexcept { auto const removed = std::exchange(entries_, {}); }
+    void delAll() noexcept {
+        parses_ = {};
+        auto const removed = std::exchange(entries_, {});
+    }
 
     /// Parses a content by the rule for an octet. Returns null if the rule declines or is missing.
     template <class Content>
     auto inhale(U8 octet, Content const& content) const {
-        using Result = decltype(std::declval<Rule const&>().inhale(content));
-        auto const key = static_cast<Key>(octet);
-        if (!bgpIsValidEnumMember(key)) {
-            return Result();
+        auto const* const rule = parses_[octet];
+        if (rule == nullptr) {
+            return decltype(rule->inhale(content))();
         }
-        // Held: the rule may be replaced while it parses.
-        auto const rule = get(key);
-        return rule ? rule->inhale(content) : Result();
+        // The rule may be replaced while it parses.
+        Mox::ScopedHold const held(*rule);
+        return rule->inhale(content);
     }
 
   private:
@@ -238,7 +244,17 @@ class ExtCommRuleMap {
                                 [](Entry const& each, Key wanted) { return each.key < wanted; });
     }
 
+    /// Sets the rule that parses the values with the octet that the key stands for, if it does.
+    void parsesIs(Key key, Rule const* rule) noexcept {
+        auto const octet = static_cast<U8>(key);
+        if (static_cast<Key>(octet) == key && bgpIsValidEnumMember(key)) {
+            parses_[octet] = rule;
+        }
+    }
+
     std::vector<Entry> entries_;
+    /// The rule for each octet that is a member which is valid on the wire, or null.
+    std::array<Rule const*, 256> parses_{};
 };
 
 /// The rule for one type octet: asks the sub-rule for the value's subtype octet, and builds an
