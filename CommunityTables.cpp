@@ -91,7 +91,11 @@ AttributeVerdict classVerdict(List const& list, ExtCommClassification classifica
     return (*one)->transitive() ? transitive : AttributeVerdict::accepted;
 }
 
-AttributeVerdict membersVerdict(ExtCommList const& list) {
+AttributeVerdict membersVerdict(ExtCommList const& list, ExtCommClassCounts const& counts) {
+    if (!counts.has(extCommClassificationLinkBandwidth) &&
+        !counts.has(extCommClassificationOriginValidationState)) {
+        return AttributeVerdict::accepted;
+    }
     auto const verdict = classVerdict(list, extCommClassificationLinkBandwidth,
                                       AttributeVerdict::severalLinkBandwidths,
                                       AttributeVerdict::transitiveLinkBandwidth);
@@ -103,7 +107,8 @@ AttributeVerdict membersVerdict(ExtCommList const& list) {
 }
 
 /// These lists have no such contract.
-AttributeVerdict membersVerdict(ExtCommIp6List const& /*list*/) {
+AttributeVerdict membersVerdict(ExtCommIp6List const& /*list*/,
+                                ExtCommClassCounts const& /*counts*/) {
     return AttributeVerdict::accepted;
 }
 
@@ -117,29 +122,50 @@ ExtCommIp6::PtrConst interned(ExtCommIp6DedupTable const& table, ExtCommIp6Conte
 
 } // namespace
 
-/// Finds a list by its octets, or makes it by `make(octets)` from octets that are sorted and
-/// distinct.
+/// Finds a list by its octets, or makes it by `make(octets, miss)` from octets that are sorted and
+/// distinct, and that a look-up has missed.
 struct CommunityTables::Decoder {
-    /// `definitive`: null means that there is no such list; otherwise only that the fast path did
-    /// not find one.
-    template <class List, bool definitive, class Table>
-    static Mox::PtrConst<List> find(Table const& table, Octets octets) {
+    /// Whether lists of the table cannot be found by their members.
+    template <class Table>
+    static bool identifiesNone(Table const& table) noexcept {
         if constexpr (requires { table.classificationTableReplaced(); }) {
-            if (table.classificationTableReplaced()) [[unlikely]] {
-                return nullptr;
-            }
+            return table.classificationTableReplaced();
         }
-        auto const& lists = *table.dedupTable();
-        auto const placement = Mox::keyedHash(octets);
-        auto const matches = [octets](Kel::DedupHandle const& candidate) {
-            return static_cast<List const&>(candidate).standsFor(octets);
-        };
-        if constexpr (definitive) {
-            return Mox::staticPtrCast<List const>(lists.find(placement, matches));
-        } else {
-            auto const* const taken = lists.takeFast(placement, matches);
-            return Mox::PtrConst<List>::adopt(static_cast<List const*>(taken));
+        return false;
+    }
+
+    /// Null means only that the list is not where it nearly always is.
+    template <class List, class Table>
+    static Mox::PtrConst<List> findFast(Table const& table, Octets octets) {
+        if (identifiesNone(table)) [[unlikely]] {
+            return nullptr;
         }
+        auto const* const taken = table.dedupTable()->takeFast(
+            Mox::keyedHash(octets), [octets](Kel::DedupHandle const& candidate) {
+                return static_cast<List const&>(candidate).standsFor(octets);
+            });
+        return Mox::PtrConst<List>::adopt(static_cast<List const*>(taken));
+    }
+
+    /// If the list is not found, an equal one may still be in the table: one that is not identified
+    /// by its octets. Then `miss` records nothing.
+    template <class List, class Table>
+    static Mox::PtrConst<List> findSlowly(Table const& table, Octets octets,
+                                          Kel::DedupMiss& miss) {
+        if (identifiesNone(table)) [[unlikely]] {
+            return nullptr;
+        }
+        auto const unknown = miss;
+        bool undecided = false;
+        auto found = table.dedupTable()->findSlowly(miss, [&](Kel::DedupHandle const& candidate) {
+            auto const& list = static_cast<List const&>(candidate);
+            undecided |= !list.isIdentifiedByOctets();
+            return list.standsFor(octets);
+        });
+        if (undecided) {
+            miss = unknown;
+        }
+        return Mox::staticPtrCast<List const>(std::move(found));
     }
 
     template <class Content, class List, class Table, class Make>
@@ -150,17 +176,18 @@ struct CommunityTables::Decoder {
             return {nullptr, verdict};
         }
         CanonicalOctets<Content> const canonical(value);
-        if (auto list = find<List, true>(table, canonical.octets())) {
+        Kel::DedupMiss miss(Mox::keyedHash(canonical.octets()));
+        if (auto list = findSlowly<List>(table, canonical.octets(), miss)) {
             return {std::move(list), AttributeVerdict::accepted};
         }
-        return make(canonical.octets());
+        return make(canonical.octets(), miss);
     }
 
     template <class Content, class List, class Table, class Make>
     static DecodedList<List> decode(Table const& table, Octets value, Make const& make) {
         // An empty list, or one too long for an attribute, may still have been interned.
         if (value.size() - 1 < maximumOctets) [[likely]] {
-            if (auto list = find<List, false>(table, value)) {
+            if (auto list = findFast<List>(table, value)) {
                 return {std::move(list), AttributeVerdict::accepted};
             }
         }
@@ -170,11 +197,13 @@ struct CommunityTables::Decoder {
     /// A list of plain values.
     template <class Content, class List, class Table>
     static DecodedList<List> values(Table const& table, Octets value) {
-        return decode<Content, List>(table, value, [&table](Octets octets) -> DecodedList<List> {
-            auto const list = Mox::makeActive<List>();
+        auto const make = [&table](Octets octets, Kel::DedupMiss const& miss) -> DecodedList<List> {
+            auto list = Mox::makeActive<List>();
             list->fillSorted(octets, MemberOctets<Content>::load);
-            return {list->dedup(&table), AttributeVerdict::accepted};
-        });
+            auto result = table.dedupTable()->dedup(std::move(list), miss);
+            return {Mox::staticPtrCast<List const>(std::move(result)), AttributeVerdict::accepted};
+        };
+        return decode<Content, List>(table, value, make);
     }
 
     /// A list of interned communities. Its octets do not identify it: a list in the table may have
@@ -182,16 +211,18 @@ struct CommunityTables::Decoder {
     /// another table. So only lists that were created here are found by their octets.
     template <class Content, class List, class Table, class CommTable>
     static DecodedList<List> communities(Table const& table, CommTable const& comms, Octets value) {
-        auto const make = [&](Octets octets) -> DecodedList<List> {
+        auto const make = [&](Octets octets, Kel::DedupMiss const& miss) -> DecodedList<List> {
             auto const list = Mox::makeActive<List>();
             list->fillSorted(octets, [&comms](std::byte const* from) {
                 return interned(comms, MemberOctets<Content>::load(from));
             });
-            auto const verdict = membersVerdict(*list);
+            auto const counts = list->classCounts();
+            auto const verdict = membersVerdict(*list, counts);
             if (verdict != AttributeVerdict::accepted) {
                 return {nullptr, verdict};
             }
-            auto result = list->dedup(&table);
+            auto result = identifiesNone(table) ? list->dedup(&table)
+                                                : list->insertMissed(table, counts, miss);
             result->identifiedByOctetsIs();
             return {std::move(result), AttributeVerdict::accepted};
         };

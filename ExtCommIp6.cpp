@@ -127,24 +127,36 @@ void ExtCommIp6::formatHandle(std::ostream& os) const {
     os << *this;
 }
 
+/// Whether an object of the table has the content, compared without a virtual call.
+class ExtCommIp6::HasContent {
+  public:
+    explicit HasContent(ExtCommIp6Content const& content) noexcept
+      : content_(content) {}
+
+    bool operator()(Kel::DedupHandle const& candidate) const noexcept {
+        return static_cast<ExtCommIp6 const&>(candidate).content_ == content_;
+    }
+
+  private:
+    ExtCommIp6Content const& content_;
+};
+
 ExtCommIp6::PtrConst ExtCommIp6::dedupContent(ExtCommIp6DedupTable const* table,
                                               ExtCommIp6Content const& content) {
     MOX_ASSERT_TEXT(table != nullptr, "__null != table");
-    auto const& hashTable = table->dedupHashTable();
-    auto dedupHandle =
-        hashTable->find(content.placementHash(), [&](Kel::DedupHandle const& candidate) {
-            return static_cast<ExtCommIp6 const&>(candidate).content_ == content;
-        });
-    if (!dedupHandle) {
-        // Held: a sub-rule may drop the last reference to the table, and to its rule with it.
-        ExtCommIp6DedupTable::PtrConst const held(table);
-        // Another thread may intern an equal object meanwhile: dedup() returns the first, and the
-        // one parsed here goes.
-        auto parsed = table->parseExtCommRule()->parseExtendedCommunityIp6(content);
-        dedupHandle = hashTable->dedup(Mox::constPtrCast<ExtCommIp6>(std::move(parsed)));
+    Kel::DedupMiss miss(content.placementHash());
+    auto const& hashTable = *table->dedupHashTable();
+    auto found = hashTable.find(miss, HasContent(content));
+    if (!found) {
+        // See ExtComm::dedupSlowly().
+        Mox::ScopedHold const held(*table);
+        auto parsed = Mox::constPtrCast<ExtCommIp6>(
+            table->parseExtCommRule()->parseExtendedCommunityIp6(content));
+        found = HasContent(content)(*parsed) ? hashTable.dedup(std::move(parsed), miss)
+                                             : hashTable.dedup(std::move(parsed));
+        MOX_ASSERT_TEXT(found != nullptr, "dedupHandle");
     }
-    MOX_ASSERT(dedupHandle);
-    return Mox::staticPtrCast<ExtCommIp6 const>(std::move(dedupHandle));
+    return Mox::staticPtrCast<ExtCommIp6 const>(std::move(found));
 }
 
 /// classification (4) | type, subtype, local administrator as one integer (4) | address (16)

@@ -55,6 +55,12 @@ ExtCommIp6ListFamily::newClassificationList(ExtCommClassification classification
     return Mox::makeActive<ExtCommIp6ClassificationList>(classification);
 }
 
+Kel::DedupHashTable const&
+ExtCommIp6ListFamily::classificationTable(ExtCommIp6ListDedupTable const& table,
+                                          ExtCommClassification /*classification*/) {
+    return *table.extCommClassification();
+}
+
 ExtCommIp6ClassificationList::ExtCommIp6ClassificationList(
     ExtCommClassification classification) noexcept
   : ExtCommClassificationListBase(classification) {}
@@ -65,7 +71,7 @@ ExtCommIp6ClassificationList::PtrConst
 ExtCommIp6ClassificationList::dedup(ExtCommIp6ListDedupTable const* table) {
     MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     sortComms();
-    return dedupIn(*table->extCommClassification());
+    return dedupIn(ExtCommIp6ListFamily::classificationTable(*table, classification()));
 }
 
 ExtCommIp6ClassificationList::Ptr

@@ -9,6 +9,7 @@
 #include <VoBgp/VoBgpSerialize.h>
 
 #include <cstring>
+#include <optional>
 #include <ostream>
 
 namespace Routing::Bgp {
@@ -68,8 +69,12 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedup(ExtCommIp6ListDedupTable const* t
     MOX_ASSERT_TEXT(dedupState() == Kel::dedupHandleStateNeverDeduped(),
                     "__null == ( this ) || ( this )->dedupState() == "
                     "Kel::dedupHandleStateNeverDeduped()");
-    if (auto existing = adoptInterned(*table)) {
+    std::optional<Kel::DedupMiss> miss;
+    if (auto existing = adoptInterned(*table, miss)) {
         return existing;
+    }
+    if (miss) {
+        return insertMissed(*table, classCounts(), *miss);
     }
     classify(true);
     return dedupIn(table);

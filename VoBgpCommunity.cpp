@@ -214,13 +214,17 @@ ExtComm::PtrConst ExtComm::dedupContent(ExtCommDedupTable const* table,
 /// Another thread may intern an equal object meanwhile: dedup() returns the first, and the one
 /// parsed here is destroyed.
 ExtComm::PtrConst ExtComm::dedupSlowly(ExtCommDedupTable const& table, ExtCommContent content) {
-    auto const& hashTable = table.dedupHashTable();
-    auto found = hashTable->findSlowly(content.placementHash(), HasContent(content));
+    auto const& hashTable = *table.dedupHashTable();
+    Kel::DedupMiss miss(content.placementHash());
+    auto found = hashTable.findSlowly(miss, HasContent(content));
     if (!found) {
-        // Held: a sub-rule may drop the last reference to the table, and to its rule with it.
-        ExtCommDedupTable::PtrConst const held(&table);
-        auto parsed = table.parseExtCommRule()->parseExtendedCommunity(content);
-        found = hashTable->dedup(Mox::constPtrCast<ExtComm>(std::move(parsed)));
+        // A sub-rule may release the last reference to the table, and with it to the rule.
+        Mox::ScopedHold const held(table);
+        auto parsed = Mox::constPtrCast<ExtComm>(
+            table.parseExtCommRule()->parseExtendedCommunity(content));
+        // An agent's sub-rule may build an object of another content.
+        found = HasContent(content)(*parsed) ? hashTable.dedup(std::move(parsed), miss)
+                                             : hashTable.dedup(std::move(parsed));
     }
     return Mox::staticPtrCast<ExtComm const>(std::move(found));
 }

@@ -275,19 +275,20 @@ void ValueCommList<Value>::freeze() noexcept {
 /// up.
 template <class Value>
 Kel::DedupHandle::PtrConst ValueCommList<Value>::dedupIn(CommListDedupTableBase const& table) {
-    if (!octetsHeld_) {
-        auto existing = table.dedupTable()->find(
-            keyedHashOfMembers(*this, std::identity()), [this](Kel::DedupHandle const& candidate) {
-                return commVector_ == static_cast<ValueCommList const&>(candidate).commVector_;
-            });
-        if (existing) {
-            return existing;
-        }
-        commVector_.fit(comms(), comms() * sizeof(Value));
-        storeMembers(*this, std::identity(), commVector_.tail());
-        octetsHeld_ = true;
+    if (octetsHeld_) {
+        return table.dedup(Kel::DedupHandle::Ptr(this));
     }
-    return table.dedup(Kel::DedupHandle::Ptr(this));
+    Kel::DedupMiss miss(keyedHashOfMembers(*this, std::identity()));
+    auto const hasMembers = [this](Kel::DedupHandle const& candidate) {
+        return commVector_ == static_cast<ValueCommList const&>(candidate).commVector_;
+    };
+    if (auto existing = table.dedupTable()->find(miss, hasMembers)) {
+        return existing;
+    }
+    commVector_.fit(comms(), comms() * sizeof(Value));
+    storeMembers(*this, std::identity(), commVector_.tail());
+    octetsHeld_ = true;
+    return table.dedupTable()->dedup(Kel::DedupHandle::Ptr(this), miss);
 }
 
 // ---- Stores -------------------------------------------------------------------------------------
@@ -365,11 +366,15 @@ CommList::Ptr commListFactory() {
 CommList::PtrConst CommList::dedup(CommListDedupTable const* table) {
     MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     freeze();
+    findWellKnown();
+    return Mox::staticPtrCast<CommList const>(dedupIn(*table));
+}
+
+void CommList::findWellKnown() {
     bool const mayHoldThem = !empty() && *(end() - 1) >= communityNoExport;
     noExport_ = mayHoldThem && comm(communityNoExport);
     noAdvertise_ = mayHoldThem && comm(communityNoAdvertise);
     noExportSubconfed_ = mayHoldThem && comm(communityNoExportSubconfed);
-    return Mox::staticPtrCast<CommList const>(dedupIn(*table));
 }
 
 bool CommList::noExport() const noexcept {

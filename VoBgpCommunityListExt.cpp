@@ -10,6 +10,7 @@
 #include <VoBgp/ExtCommListSnapshot.h>
 #include <VoBgp/VoBgpSerialize.h>
 
+#include <optional>
 #include <ostream>
 #include <utility>
 
@@ -125,6 +126,14 @@ ExtCommListFamily::newClassificationList(ExtCommClassification classification) {
     return extCommClassificationListFactory(classification);
 }
 
+Kel::DedupHashTable const&
+ExtCommListFamily::classificationTable(ExtCommListDedupTable const& table,
+                                       ExtCommClassification classification) {
+    return classification == extCommClassificationRouteTarget
+               ? *table.rtExtCommClassificationListDedupTable()
+               : *table.extCommClassificationListDedupTable();
+}
+
 ExtCommClassificationList::ExtCommClassificationList(ExtCommClassification classification) noexcept
   : ExtCommClassificationListBase(classification) {}
 
@@ -134,13 +143,10 @@ ExtCommClassificationList::PtrConst
 ExtCommClassificationList::dedup(ExtCommListDedupTable const* table) {
     MOX_ASSERT_TEXT(table != nullptr, "__null != table");
     sortComms();
-    if (classification() == extCommClassificationRouteTarget) {
-        return dedupIn(*table->rtExtCommClassificationListDedupTable());
-    }
     if (classification() == extCommClassificationLinkBandwidth) {
         MOX_ASSERT(comms() <= 1);
     }
-    return dedupIn(*table->extCommClassificationListDedupTable());
+    return dedupIn(ExtCommListFamily::classificationTable(*table, classification()));
 }
 
 ExtCommClassificationList::Ptr
@@ -180,6 +186,19 @@ ExtCommList::~ExtCommList() = default;
 void ExtCommList::createClassificationListVector(bool dedupMode) {
     hasLinkBandwidth_ = false;
     classify(dedupMode);
+    noteUnspecifiedAsNumber();
+}
+
+ExtCommList::PtrConst ExtCommList::insertMissed(ExtCommListDedupTable const& table,
+                                                ExtCommClassCounts const& counts,
+                                                Kel::DedupMiss const& miss) {
+    hasLinkBandwidth_ = counts.has(extCommClassificationLinkBandwidth);
+    hasOriginValidationState_ = counts.has(extCommClassificationOriginValidationState);
+    noteUnspecifiedAsNumber();
+    return ExtCommListBase::insertMissed(table, counts, miss);
+}
+
+void ExtCommList::noteUnspecifiedAsNumber() {
     for (auto const& comm : *this) {
         if (comm->isLinkBandwidthWithUnspecifiedAsNumber()) {
             hasLinkBandwidthWithUnspecifiedAsNumber_ = true;
@@ -189,12 +208,19 @@ void ExtCommList::createClassificationListVector(bool dedupMode) {
 
 ExtCommList::PtrConst ExtCommList::dedup(ExtCommListDedupTable const* table) {
     MOX_ASSERT_TEXT(table != nullptr, "__null != table");
-    if (auto existing = adoptInterned(*table)) {
+    std::optional<Kel::DedupMiss> miss;
+    if (auto existing = adoptInterned(*table, miss)) {
         hasLinkBandwidth_ = existing->hasLinkBandwidth_;
         hasLinkBandwidthWithUnspecifiedAsNumber_ =
             existing->hasLinkBandwidthWithUnspecifiedAsNumber_;
         hasOriginValidationState_ = existing->hasOriginValidationState_;
         return existing;
+    }
+    if (miss) {
+        auto const counts = classCounts();
+        if (counts.members[extCommClassificationLinkBandwidth] <= 1) {
+            return insertMissed(*table, counts, *miss);
+        }
     }
     createClassificationListVector(true);
     auto const& lists = classificationLists();

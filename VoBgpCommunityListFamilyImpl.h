@@ -5,12 +5,15 @@
 
 #include <Mox/Assert.h>
 #include <Mox/Hash.h>
+#include <Mox/PtrInterface.h>
 #include <VoBgp/ExtCommListFamily.h>
 #include <VoBgp/VoBgpCommunityListImpl.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iterator>
+#include <numeric>
 #include <ostream>
 #include <span>
 #include <type_traits>
@@ -32,6 +35,16 @@ U32 hashOfIdentities(Objects const& objects) noexcept {
                         "__null == ( p ) || ( p )->dedupState() != "
                         "Kel::dedupHandleStateNeverDeduped()");
         hash.addLittleEndian(reinterpret_cast<U64>(p.get()));
+    }
+    return hash.finish();
+}
+
+/// The place of a list of interned objects in its table.
+template <class Objects>
+U64 placementOfIdentities(Objects const& objects) noexcept {
+    Mox::KeyedHash hash(static_cast<std::size_t>(std::end(objects) - std::begin(objects)));
+    for (auto const& object : objects) {
+        hash.add(reinterpret_cast<U64>(&*object));
     }
     return hash.finish();
 }
@@ -73,11 +86,7 @@ U32 ExtCommClassificationListBase<Family>::hash() const {
 
 template <class Family>
 U64 ExtCommClassificationListBase<Family>::placementHash() const {
-    Mox::KeyedHash hash(this->commVector().size());
-    for (auto const& comm : *this) {
-        hash.add(reinterpret_cast<U64>(comm.get()));
-    }
-    return hash.finish();
+    return Detail::placementOfIdentities(*this);
 }
 
 template <class Family>
@@ -133,6 +142,25 @@ template <class Family>
 auto ExtCommClassificationListBase<Family>::dedupIn(Kel::DedupHashTable const& table)
     -> Mox::PtrConst<List> {
     return Mox::staticPtrCast<List const>(table.dedup(Kel::DedupHandle::Ptr(this)));
+}
+
+template <class Family>
+auto ExtCommClassificationListBase<Family>::interned(
+    typename Family::ListDedupTable const& table, ExtCommClassification classification,
+    std::span<typename Family::Comm const* const> members) -> Mox::PtrConst<List> {
+    auto const& lists = Family::classificationTable(table, classification);
+    Kel::DedupMiss miss(Detail::placementOfIdentities(members));
+    auto const hasMembers = [members](Kel::DedupHandle const& candidate) {
+        auto const& list = static_cast<ExtCommClassificationListBase const&>(candidate);
+        return std::equal(list.begin(), list.end(), members.begin(), members.end());
+    };
+    auto found = lists.find(miss, hasMembers);
+    if (!found) {
+        auto list = Family::newClassificationList(classification);
+        list->fillSorted(members);
+        found = lists.dedup(std::move(list), miss);
+    }
+    return Mox::staticPtrCast<List const>(std::move(found));
 }
 
 // ---- Lists: filling and reading -----------------------------------------------------------------
@@ -251,9 +279,11 @@ auto ExtCommListBase<Family>::destashMembers(void const* stored, MoxStash::Store
 
 /// Lists with equal members are equal, as they are split into the same classification lists, so an
 /// interned list is found by its members without a split. A list that holds its octets is new: an
-/// earlier insertion failed, or the caller has looked it up.
+/// earlier insertion failed, or the caller has looked it up. A list in the table that does not hold
+/// its octets was split by the agent: whether it is equal is for the insertion to decide.
 template <class Family>
-auto ExtCommListBase<Family>::adoptInterned(Table const& table) -> Mox::PtrConst<List> {
+auto ExtCommListBase<Family>::adoptInterned(Table const& table, std::optional<Kel::DedupMiss>& miss)
+    -> Mox::PtrConst<List> {
     if (!classificationLists_.empty() || table.classificationTableReplaced()) {
         return nullptr;
     }
@@ -261,11 +291,18 @@ auto ExtCommListBase<Family>::adoptInterned(Table const& table) -> Mox::PtrConst
     if (this->octetsHeld()) {
         return nullptr;
     }
-    auto existing = Mox::staticPtrCast<List const>(table.dedupTable()->find(
-        keyedHashOfMembers(*this, Detail::contentOf), [this](Kel::DedupHandle const& candidate) {
-            auto const& list = static_cast<ExtCommListBase const&>(candidate);
-            return list.octetsHeld() && list.commVector() == this->commVector();
-        }));
+    bool undecided = false;
+    auto const hasMembers = [&](Kel::DedupHandle const& candidate) {
+        auto const& list = static_cast<ExtCommListBase const&>(candidate);
+        undecided |= !list.octetsHeld();
+        return list.octetsHeld() && list.commVector() == this->commVector();
+    };
+    Kel::DedupMiss const unknown(keyedHashOfMembers(*this, Detail::contentOf));
+    miss = unknown;
+    auto existing = Mox::staticPtrCast<List const>(table.dedupTable()->find(*miss, hasMembers));
+    if (undecided) {
+        miss = unknown;
+    }
     if (existing) {
         classificationLists_.copy(existing->classificationLists_);
         transitiveComms_ = existing->transitiveComms_;
@@ -273,6 +310,61 @@ auto ExtCommListBase<Family>::adoptInterned(Table const& table) -> Mox::PtrConst
         this->holdOctets([this](std::byte* to) { storeMembers(*this, Detail::contentOf, to); });
     }
     return existing;
+}
+
+template <class Family>
+ExtCommClassCounts ExtCommListBase<Family>::classCounts() const noexcept {
+    ExtCommClassCounts counts;
+    for (auto const& comm : *this) {
+        auto const classification = comm->classification();
+        MOX_ASSERT_TEXT(classification < counts.members.size(),
+                        "comm->classification() < members.size()");
+        counts.classes += counts.members[classification]++ == 0 ? 1 : 0;
+        counts.transitive += comm->transitive() ? 1 : 0;
+    }
+    return counts;
+}
+
+/// Gathers the members by class, then interns each class. The members are sorted, and so are those
+/// of each class.
+template <class Family>
+void ExtCommListBase<Family>::internClasses(Table const& table, ExtCommClassCounts const& counts) {
+    using CommAddress = typename Family::Comm const*;
+    auto const size = this->commVector().size();
+    std::array<CommAddress, 64> local;
+    std::vector<CommAddress> large(size > local.size() ? size : 0);
+    auto* const gathered = large.empty() ? local.data() : large.data();
+    std::array<U32, ClassificationLists::maximumSlots> ends;
+    std::exclusive_scan(counts.members.begin(), counts.members.end(), ends.begin(), U32{0});
+    for (auto const& comm : *this) {
+        gathered[ends[comm->classification()]++] = comm.get();
+    }
+    classificationLists_.reserve(counts.classes);
+    for (U32 slot = 0; slot < ends.size(); ++slot) {
+        if (auto const members = counts.members[slot]; members != 0) {
+            classificationLists_.append(
+                slot, ClassificationList::interned(
+                          table, static_cast<ExtCommClassification>(slot),
+                          std::span<CommAddress const>(gathered + ends[slot] - members, members)));
+        }
+    }
+}
+
+template <class Family>
+auto ExtCommListBase<Family>::insertMissed(Table const& table, ExtCommClassCounts const& counts,
+                                           Kel::DedupMiss const& miss) -> Mox::PtrConst<List> {
+    // An observer of route-target lists may release the table and the caller's references to the
+    // list.
+    Mox::ScopedHold const tableHeld(table);
+    Kel::DedupHandle::Ptr self(this);
+    try {
+        internClasses(table, counts);
+        transitiveComms_ = counts.transitive;
+        return Mox::staticPtrCast<List const>(table.dedupTable()->dedup(std::move(self), miss));
+    } catch (...) {
+        classificationLists_.clear();
+        throw;
+    }
 }
 
 template <class Family>

@@ -706,16 +706,30 @@ inline find(found) {
     :: else ->
        Locks(owns, FOR_SHARD);
        take(owns, found);
+       atomic { missed = (found == NONE); unchanged = unchanged | (1 << _pid) };
        unlockShard();
        unlockOwned(owns)
     fi;
     assert(found == NONE || contentOf(found) == want)
 }
 
+/* In dedup, under the lock: a miss of find() holds as long as nothing has changed since. */
+inline takeEqual(owns, found) {
+    if
+#ifdef FAULT_STALE_MISS
+    :: missed -> found = NONE
+    :: !missed -> take(owns, found)
+#else
+    :: missed && unchangedSince -> assert(entry[want] == NONE); found = NONE
+    :: else -> take(owns, found)
+#endif
+    fi
+}
+
 /* DedupTableCore::dedup. `found` is what it returns, NONE if it throws. */
 inline dedup(o, found) {
     Locks(owns, FOR_SHARD);
-    take(owns, found);
+    takeEqual(owns, found);
 #ifndef FAULT_INSERT_UNHEARD
     if
     :: found == NONE ->
@@ -724,7 +738,7 @@ inline dedup(o, found) {
        :: lacks ->
           lockNotification(owns);
 #ifndef FAULT_NOT_TAKEN_AGAIN
-          take(owns, found)
+          takeEqual(owns, found)
 #endif
        :: else
        fi
@@ -899,6 +913,7 @@ proctype Interner(byte first) {
     :: round < ROUNDS TABLE_IS_HELD ->
        own = first + round;
        found = NONE;
+       missed = 0;
 #if CONTENTS == 2
        if
        :: want = 0

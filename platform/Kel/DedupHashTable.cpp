@@ -64,7 +64,7 @@ DedupHandle::PtrConst DedupHashTable::lookupByContent(DedupContentHandle const& 
 }
 
 DedupHandle::PtrConst DedupHashTable::dedup(DedupHandle::Ptr const& object) const {
-    return core_->dedup(object);
+    return core_->dedup(object, DedupMiss(object->placementHash()));
 }
 
 void DedupHashTable::lifeTimeNotifieeIs(DedupHashTableLifeTimeNotifiee::Ptr const& notifiee) {

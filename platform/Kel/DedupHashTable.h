@@ -69,6 +69,13 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
         return core_->find(placementHash, match);
     }
 
+    /// The same for the placement hash of `miss`, which then records what dedup() of such an object
+    /// need not look up again.
+    template <class Match>
+    DedupHandle::PtrConst find(DedupMiss& miss, Match const& match) const {
+        return core_->find(miss, match);
+    }
+
     // The two steps of find(), for a caller that keeps the second one out of line. takeFast()
     // returns a reference for the caller to adopt; null does not mean that there is no such object.
     template <class Match>
@@ -76,8 +83,8 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
         return core_->takeFast(placementHash, match);
     }
     template <class Match>
-    DedupHandle::PtrConst findSlowly(U64 placementHash, Match const& match) const {
-        return core_->findSlowly(placementHash, match);
+    DedupHandle::PtrConst findSlowly(DedupMiss& miss, Match const& match) const {
+        return core_->findSlowly(miss, match);
     }
 
     /// Interns an object: returns the equal object that is in the table already, or inserts this
@@ -85,6 +92,13 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
     /// (asserted). If memory runs out, or the observer throws, the table is as it was and the
     /// object can be interned again.
     DedupHandle::PtrConst dedup(DedupHandle::Ptr const& object) const;
+
+    /// Interns an object that find() has just missed: cheaper, as the table looks it up again
+    /// only if it has changed. REQUIRES: `miss` was made with the object's placement hash, and the
+    /// match of that look-up would have accepted every equal object.
+    DedupHandle::PtrConst dedup(DedupHandle::Ptr object, DedupMiss const& miss) const {
+        return core_->dedup(std::move(object), miss);
+    }
 
     /// Registers the one observer, in place of the one there is, which is told to stop. Objects
     /// that are in the table already are not announced to it.

@@ -178,12 +178,14 @@ void DedupTableCore::releaseOther(DedupHandle const& candidate) noexcept {
 /// What the first candidate did not decide: another object with its tag, an entry in the array
 /// that is being emptied, one that is not settled, a miss. The lock is taken only if what was seen
 /// without it is not certain.
-DedupHandle::PtrConst DedupTableCore::findSlowly(Placement placement, Matcher matches) {
+DedupHandle::PtrConst DedupTableCore::findSlowly(DedupMiss& miss, Matcher matches) {
+    Placement const placement(miss.placementHash_);
     auto& shard = shardOf(placement.place());
+    auto const changes = shard.slots.changes();
     if (!threadSafe_) {
+        miss.changes_ = changes;
         return DedupHandle::PtrConst(shard.slots.find(placement, matches));
     }
-    auto const changes = shard.slots.changes();
     bool unsettled = false;
     auto* const found = shard.slots.find(placement, [&](DedupHandle& candidate) {
         auto const outcome = probe(candidate, matches);
@@ -194,30 +196,38 @@ DedupHandle::PtrConst DedupTableCore::findSlowly(Placement placement, Matcher ma
         return DedupHandle::PtrConst::adopt(found);
     }
     if (!unsettled && shard.slots.unchangedSince(changes)) {
+        miss.changes_ = changes;
         return nullptr;
     }
     Locks locks(*this, shard);
-    return take(locks, shard, placement, matches);
+    auto taken = take(locks, shard, placement, matches);
+    miss.changes_ = shard.slots.changes();
+    return taken;
 }
 
 /// The notification mutex is taken only for an insertion that has to be announced. A caller that
-/// expects to find the object calls find() first, which takes no lock.
-DedupHandle::PtrConst DedupTableCore::dedup(DedupHandle::Ptr const& object) {
-    Placement const placement(object->placementHash());
+/// expects to find the object calls find() first, which takes no lock. If nothing has changed in the
+/// shard since that look-up missed, it is conclusive under the lock as well.
+DedupHandle::PtrConst DedupTableCore::dedup(DedupHandle::Ptr object, DedupMiss const& miss) {
+    Placement const placement(miss.placementHash_);
     auto& shard = shardOf(placement.place());
     auto const equals = [&](DedupHandle const& candidate) { return object->compare(&candidate); };
     Locks locks(*this, shard);
-    auto existing = take(locks, shard, placement, equals);
+    auto const takeEqual = [&]() -> DedupHandle::PtrConst {
+        return shard.slots.unchangedSince(miss.changes_) ? nullptr
+                                                         : take(locks, shard, placement, equals);
+    };
+    auto existing = takeEqual();
     if (!existing && locks.needsNotificationMutex(*object)) {
         locks.lockNotification();
-        existing = take(locks, shard, placement, equals);
+        existing = takeEqual();
     }
     if (existing) {
         return existing;
     }
     bool const announce = locks.announces(*object);
     enter(shard, *object, placement, announce);
-    return announce ? announceInsertion(locks, shard, object) : object;
+    return announce ? announceInsertion(locks, shard, object) : std::move(object);
 }
 
 void DedupTableCore::enter(Shard& shard, DedupHandle& handle, Placement placement, bool announce) {

@@ -22,6 +22,24 @@ class DedupHashTableLifeTimeNotifiee;
 /// Whether a lifetime notifiee has to be told of an object: a constant of the object.
 using DedupHandleFilter = bool (*)(DedupHandle const& handle) noexcept;
 
+/// A look-up by a placement hash that found nothing. An insertion that follows looks again only if
+/// the table has changed meanwhile.
+class DedupMiss {
+  public:
+    /// Before the look-up, or without one.
+    explicit DedupMiss(U64 placementHash) noexcept
+      : placementHash_(placementHash) {}
+
+  private:
+    friend class DedupTableCore;
+
+    /// A number that DedupSlots::unchangedSince() never accepts.
+    static constexpr U64 unknown = 1;
+
+    U64 placementHash_;
+    U64 changes_ = unknown;
+};
+
 /// The part of a table that may outlive it: the slots, their locks, and the notifiee.
 ///
 /// Shared by the table and by every object that outlives it: a release of such an object may still
@@ -47,9 +65,16 @@ class VOBGP_EXPORT DedupTableCore {
     /// `matches(DedupHandle const&)` accepts, or null.
     template <class Match>
     DedupHandle::PtrConst find(U64 placementHash, Match const& matches) {
-        auto* const taken = takeFast(placementHash, matches);
-        return taken != nullptr ? DedupHandle::PtrConst::adopt(taken)
-                                : findSlowly(placementHash, matches);
+        DedupMiss miss(placementHash);
+        return find(miss, matches);
+    }
+
+    /// The same for the placement hash of `miss`, which records what the insertion of such an object
+    /// need not look up again.
+    template <class Match>
+    DedupHandle::PtrConst find(DedupMiss& miss, Match const& matches) {
+        auto* const taken = takeFast(miss.placementHash_, matches);
+        return taken != nullptr ? DedupHandle::PtrConst::adopt(taken) : findSlowly(miss, matches);
     }
 
     /// Takes a reference, which the caller adopts, to the object that matches, or returns null.
@@ -73,11 +98,12 @@ class VOBGP_EXPORT DedupTableCore {
 
     /// A reference to the object that matches, or null: find() for what takeFast() did not find.
     template <class Match>
-    DedupHandle::PtrConst findSlowly(U64 placementHash, Match const& matches) {
-        return findSlowly(Placement(placementHash), Matcher(matches));
+    DedupHandle::PtrConst findSlowly(DedupMiss& miss, Match const& matches) {
+        return findSlowly(miss, Matcher(matches));
     }
 
-    DedupHandle::PtrConst dedup(DedupHandle::Ptr const& object);
+    /// Interns an object: see DedupHashTable.
+    DedupHandle::PtrConst dedup(DedupHandle::Ptr object, DedupMiss const& miss);
 
     /// A release that may drop the last outside reference to an object interned here.
     void releaseHandle(DedupHandle& handle) noexcept;
@@ -152,7 +178,7 @@ class VOBGP_EXPORT DedupTableCore {
     /// Releases a candidate with another content. Not inline, so that a hit saves no registers.
     static void releaseOther(DedupHandle const& candidate) noexcept;
 
-    DedupHandle::PtrConst findSlowly(Placement placement, Matcher matches);
+    DedupHandle::PtrConst findSlowly(DedupMiss& miss, Matcher matches);
 
     template <class Match>
     DedupHandle::PtrConst take(Locks& locks, Shard& shard, Placement placement,

@@ -84,21 +84,6 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
     /// the list is unchanged.
     Kel::DedupHandle::PtrConst dedupIn(CommListDedupTableBase const& table);
 
-  private:
-    template <class ListType, class ValueType>
-    friend Mox::Ptr<ListType> destashCommList(void const* stored, MoxStash::StoreManager* manager);
-    friend class CommunityTables;
-
-    std::span<std::byte const> octets() const noexcept {
-        return {commVector_.tail(), comms() * sizeof(Value)};
-    }
-
-    /// Whether these octets of an attribute value decode to this list.
-    bool standsFor(std::span<std::byte const> value) const noexcept {
-        return octetsHeld_ && value.size() == octets().size() &&
-               std::memcmp(value.data(), octets().data(), value.size()) == 0;
-    }
-
     /// Fills an empty list with the values whose octets these are, sorted and distinct;
     /// `load(std::byte const*)` returns a value.
     template <class Load>
@@ -110,6 +95,24 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
         std::memcpy(commVector_.tail(), octets.data(), octets.size());
         commVectorSorted_ = true;
         octetsHeld_ = true;
+    }
+
+  private:
+    template <class ListType, class ValueType>
+    friend Mox::Ptr<ListType> destashCommList(void const* stored, MoxStash::StoreManager* manager);
+    friend class CommunityTables;
+
+    std::span<std::byte const> octets() const noexcept {
+        return {commVector_.tail(), comms() * sizeof(Value)};
+    }
+
+    /// Whether standsFor() can be true.
+    bool isIdentifiedByOctets() const noexcept { return octetsHeld_; }
+
+    /// Whether these octets of an attribute value decode to this list.
+    bool standsFor(std::span<std::byte const> value) const noexcept {
+        return octetsHeld_ && value.size() == octets().size() &&
+               std::memcmp(value.data(), octets().data(), value.size()) == 0;
     }
 
     Mox::CompactVector<Value> commVector_;
@@ -170,6 +173,16 @@ class VOBGP_EXPORT CommList : public ValueCommList<U32> {
     String toStrep() const;
 
   private:
+    friend class CommunityTables;
+
+    /// As of the base; also sets what `dedup()` sets.
+    template <class Load>
+    void fillSorted(std::span<std::byte const> octets, Load const& load) {
+        ValueCommList::fillSorted(octets, load);
+        findWellKnown();
+    }
+    void findWellKnown();
+
     bool noExport_ = false;
     bool noAdvertise_ = false;
     bool noExportSubconfed_ = false;

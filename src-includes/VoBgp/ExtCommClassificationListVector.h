@@ -65,6 +65,12 @@ class ClassificationListVector {
         }
     }
 
+    /// Puts a list into a slot behind all that are there. REQUIRES: there is reserved room.
+    void append(U32 slot, ListPtr list) noexcept {
+        data()[count_++] = std::move(list);
+        present_ = static_cast<U16>(present_ | 1U << slot);
+    }
+
     /// Takes the lists of another one. REQUIRES: this is empty.
     void copy(ClassificationListVector const& other) {
         if (!other.empty()) {

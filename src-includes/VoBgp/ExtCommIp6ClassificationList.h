@@ -45,6 +45,10 @@ struct VOBGP_EXPORT ExtCommIp6ListFamily {
 
     static Mox::Ptr<ExtCommIp6ClassificationList>
     newClassificationList(ExtCommClassification classification);
+
+    /// The table that classification lists of any class are interned in.
+    static Kel::DedupHashTable const& classificationTable(ExtCommIp6ListDedupTable const& table,
+                                                          ExtCommClassification classification);
 };
 
 inline ExtCommIp6Content extCommKey(ExtCommIp6 const& comm) noexcept {

@@ -51,6 +51,10 @@ struct VOBGP_EXPORT ExtCommListFamily {
     /// Returns a new, empty list of the type that the class requires.
     static Mox::Ptr<ExtCommClassificationList>
     newClassificationList(ExtCommClassification classification);
+
+    /// The table that classification lists of the class are interned in.
+    static Kel::DedupHashTable const& classificationTable(ExtCommListDedupTable const& table,
+                                                          ExtCommClassification classification);
 };
 
 /// The eight octets, read as a big-endian integer.
@@ -198,6 +202,13 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
     static Ptr destash(void const* stored, MoxStash::StoreManager* manager);
 
   private:
+    friend class CommunityTables;
+
+    /// As of the base; also sets what `dedup()` sets.
+    PtrConst insertMissed(ExtCommListDedupTable const& table, ExtCommClassCounts const& counts,
+                          Kel::DedupMiss const& miss);
+    void noteUnspecifiedAsNumber();
+
     // One octet, so that the subject fits in the padding.
     bool hasLinkBandwidth_ : 1 = false;
     bool hasLinkBandwidthWithUnspecifiedAsNumber_ : 1 = false;

@@ -14,10 +14,12 @@
 #include <VoBgp/VoBgpCommunityListImpl.h>
 #include <VoBgp/VoBgpCommunityPacketTypes.h>
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstring>
 #include <iosfwd>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -124,16 +126,26 @@ class ExtCommMembers : public Handle {
     }
 
     /// Fills an empty list with the members whose octets these are, sorted and distinct;
-    /// `load(std::byte const*)` returns a member. If it throws, the list holds some of them.
+    /// `load(std::byte const*)` returns an interned member. If it throws, the list holds some of
+    /// them.
     template <class Load>
     void fillSorted(std::span<std::byte const> octets, Load const& load) {
         commVector_.fit(static_cast<U32>(octets.size() / Family::memberOctets), octets.size());
         for (std::size_t at = 0; at < octets.size(); at += Family::memberOctets) {
-            commIs(load(octets.data() + at));
+            commVector_.pushBack(load(octets.data() + at));
         }
         std::memcpy(commVector_.tail(), octets.data(), octets.size());
         commVectorSorted_ = true;
         octetsHeld_ = true;
+    }
+
+    /// Fills an empty list with interned members, sorted and distinct.
+    void fillSorted(std::span<Comm const* const> members) {
+        commVector_.fit(static_cast<U32>(members.size()), 0);
+        for (auto const* const member : members) {
+            commVector_.pushBack(CommPtr(member));
+        }
+        commVectorSorted_ = true;
     }
 
     /// Holds the octets that `store(std::byte*)` writes, and frees unused memory. On
@@ -203,10 +215,28 @@ class VOBGP_EXPORT ExtCommClassificationListBase : public ExtCommMembers<Family,
     /// Interns the list in that table. REQUIRES: the list is frozen.
     Mox::PtrConst<List> dedupIn(Kel::DedupHashTable const& table);
 
+    /// Returns the interned list of these members, sorted and distinct, or makes it. REQUIRES: at
+    /// most one link bandwidth.
+    static Mox::PtrConst<List> interned(typename Family::ListDedupTable const& table,
+                                        ExtCommClassification classification,
+                                        std::span<typename Family::Comm const* const> members);
+
   private:
     friend class ExtCommListBase<Family>;
 
     ExtCommClassification const classification_;
+};
+
+/// How many members of a list each class has, and how many members are transitive.
+struct ExtCommClassCounts {
+    bool has(ExtCommClassification classification) const noexcept {
+        return members[classification] != 0;
+    }
+
+    /// More than there are classes: see ClassificationListVector.
+    std::array<U32, 16> members{};
+    U32 classes = 0;
+    U32 transitive = 0;
 };
 
 /// The extended communities of a route. Interned: a table holds at most one object per distinct
@@ -270,9 +300,10 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
                                          StoredListHead& head);
 
     /// Sorts the members and looks up the list with the same members. If it is in the table, copies
-    /// its classification lists and counts, and returns it; else returns null. On `std::bad_alloc`
-    /// there are no classification lists, and it may be called again.
-    Mox::PtrConst<List> adoptInterned(Table const& table);
+    /// its classification lists and counts, and returns it; else returns null, and `miss` records
+    /// the look-up. On `std::bad_alloc` there are no classification lists, and it may be called
+    /// again.
+    Mox::PtrConst<List> adoptInterned(Table const& table, std::optional<Kel::DedupMiss>& miss);
 
     /// Freezes the members and appends each to the classification list of its class. `dedupMode`:
     /// the list will be interned; counts its transitive members. On `std::bad_alloc` there are no
@@ -283,6 +314,15 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
     /// lists, and the list may be split and interned again.
     Mox::PtrConst<List> dedupIn(Table const* table);
 
+    ExtCommClassCounts classCounts() const noexcept;
+
+    /// Interns a list that adoptInterned(), or a look-up by its octets, has missed: finds or makes
+    /// the interned classification lists, then inserts the list. On failure there are no
+    /// classification lists, and it may be called again. REQUIRES: the members are frozen, their
+    /// octets held, and their classes counted; there are no classification lists.
+    Mox::PtrConst<List> insertMissed(Table const& table, ExtCommClassCounts const& counts,
+                                     Kel::DedupMiss const& miss);
+
     ClassificationLists const& classificationLists() const noexcept { return classificationLists_; }
 
     /// Number of transitive members; 0 unless the list was split in `dedupMode`.
@@ -292,12 +332,17 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
     friend class CommunityTables;
 
     void splitMembers(bool dedupMode);
+    void internClasses(Table const& table, ExtCommClassCounts const& counts);
+
+    /// Whether standsFor() can be true.
+    bool isIdentifiedByOctets() const noexcept {
+        return identifiedByOctets_.load(std::memory_order_relaxed);
+    }
 
     /// Whether these octets of an attribute value decode to this list in the CommunityTables that
     /// it is interned in.
     bool standsFor(std::span<std::byte const> value) const noexcept {
-        return identifiedByOctets_.load(std::memory_order_relaxed) &&
-               value.size() == this->octets().size() &&
+        return isIdentifiedByOctets() && value.size() == this->octets().size() &&
                std::memcmp(value.data(), this->octets().data(), value.size()) == 0;
     }
 

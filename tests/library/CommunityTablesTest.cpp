@@ -355,6 +355,13 @@ TEST_P(CommunityTablesIn, ListsOfForeignMembersAreDistinct) {
     auto const first = published<Extended>(tables, other);
     EXPECT_EQ(Extended::decode(tables, other).list, first);
     EXPECT_EQ(Extended::decode(tables, other).list, first);
+    // So is one that was split before.
+    auto const third = canonical<Extended>(valueOf<Extended>(random, 7));
+    auto const split = filled<Extended>(tables, third);
+    split->createClassificationListVector(true);
+    auto const whole = split->dedup(tables.extCommListDedupTable().get());
+    EXPECT_EQ(published<Extended>(tables, third), whole);
+    EXPECT_EQ(Extended::decode(tables, third).list, whole);
 }
 
 TEST_P(CommunityTablesIn, ListsOfAnEarlierClassificationTableAreDistinct) {

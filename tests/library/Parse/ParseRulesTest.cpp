@@ -398,6 +398,17 @@ TEST(ParseRules, SubRulesMayReleaseTheirTableAndRule) {
     EXPECT_FALSE(ip6Table);
 }
 
+TEST(ParseRules, SubRulesMayBuildAnotherContent) {
+    BareTree const tree;
+    ExtCommContent const built(0x0306'0000'0000'0002);
+    tree.perTypeRule<OpaqueRule>(extCommPktTypeTransOpaque)
+        ->subTypeRuleIs(Mox::makeActive<OpaqueSubRule>(
+            tree.control, 0x06u, [built](ExtCommContent const&) { return color(built); }));
+    auto const table = extCommDedupTableFactory(tree.rule);
+    auto const first = ExtComm::dedupContent(table.get(), ExtCommContent(0x0306'0000'0000'0001));
+    EXPECT_EQ(ExtComm::dedupContent(table.get(), built), first);
+}
+
 /// Prints the requested format.
 class FormatEcho final : public ExtComm {
   public:
