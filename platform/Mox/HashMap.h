@@ -8,7 +8,8 @@
 #include <bit>
 #include <concepts>
 #include <cstddef>
-#include <optional>
+#include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -41,8 +42,8 @@ struct Hasher {
 ///     place     1           2           3           4
 ///           +-----------+-----------+-----------+-----------+     a bucket's chain:
 ///           | head      | head      | head      |           |       head -> next -> ... -> 0
-///           | key value | key value | key value | key value |     head, next: the number of a
-///           | hash next | hash next | hash next | hash next |       place, 0 at the end
+///           | next      | next      | next      | next      |     head, next: the number of a
+///           | key value | key value | key value | key value |       place, 0 at the end
 ///           +-----------+-----------+-----------+-----------+
 ///
 /// Items are in no particular order. `forEach` visits the items that were present when it began and
@@ -82,23 +83,23 @@ class HashMap {
     /// Returns null if not found.
     Value const* get(Key const& key) const noexcept {
         auto* const link = const_cast<HashMap*>(this)->find(key, hashOf(key));
-        return link == nullptr ? nullptr : &place(*link).item->value;
+        return link == nullptr ? nullptr : &place(*link).item().value;
     }
 
     /// Inserts or replaces the item. Returns whether the key is new.
     bool is(Key const& key, Value value) {
         auto const hash = hashOf(key);
         if (auto* const link = find(key, hash); link != nullptr) {
-            place(*link).item->value = std::move(value);
+            place(*link).item().value = std::move(value);
             return false;
         }
-        append(Item{key, std::move(value), hash, 0});
+        append(Item{key, std::move(value)});
         // Keep at least 7 buckets for 8 places. The slack avoids a split and a merge each time a
         // key is added and removed again.
         if (8 * U64{buckets_} < 7 * U64{places_}) {
             splitBucket();
         }
-        link(places_);
+        link(places_, hash);
         ++size_;
         return true;
     }
@@ -111,8 +112,8 @@ class HashMap {
         }
         auto const hole = *link;
         // Destroyed last: the destructor may call this map.
-        [[maybe_unused]] auto const removed = std::exchange(place(hole).item, std::nullopt);
-        *link = removed->next;
+        *link = place(hole).next;
+        [[maybe_unused]] auto const removed = place(hole).takeItem();
         --size_;
         if (visits_ == 0) {
             close(hole);
@@ -125,13 +126,13 @@ class HashMap {
         Visit const visit(*this);
         auto const bound = places_;
         for (U32 number = 1; number <= bound; ++number) {
-            if (auto const& item = place(number).item; item.has_value()) {
+            if (auto const& visited = place(number); !visited.isHole()) {
                 // Copies: the visitor may remove the item.
-                Key const key = item->key;
+                Key const key = visited.item().key;
                 if constexpr (std::invocable<Visitor&, Key const&>) {
                     visitor(key);
                 } else {
-                    Value const value = item->value;
+                    Value const value = visited.item().value;
                     visitor(key, value);
                 }
             }
@@ -142,16 +143,51 @@ class HashMap {
     struct Item {
         Key key;
         [[no_unique_address]] Value value;
-        U32 hash;
-        /// The next place in the bucket's chain, or 0.
-        U32 next;
     };
 
+    /// Not more than its words and an item: a map may have millions.
     struct Place {
+        static constexpr U32 hole = ~U32{0};
+
+        explicit Place(Item&& item) noexcept { itemIs(std::move(item)); }
+
+        Place(Place&& other) noexcept
+          : head(other.head)
+          , next(other.next) {
+            if (!isHole()) {
+                ::new (storage) Item(std::move(other.item()));
+            }
+        }
+
+        ~Place() {
+            if (!isHole()) {
+                std::destroy_at(&item());
+            }
+        }
+
+        bool isHole() const noexcept { return next == hole; }
+        Item& item() noexcept { return *std::launder(reinterpret_cast<Item*>(storage)); }
+        Item const& item() const noexcept { return const_cast<Place*>(this)->item(); }
+
+        /// REQUIRES: the place is a hole.
+        void itemIs(Item&& item) noexcept {
+            ::new (storage) Item(std::move(item));
+            next = 0;
+        }
+
+        /// Leaves a hole.
+        Item takeItem() noexcept {
+            Item taken(std::move(item()));
+            std::destroy_at(&item());
+            next = hole;
+            return taken;
+        }
+
         /// The first place in the chain of the bucket with this place's number, or 0.
-        U32 head;
-        /// Empty only for a hole.
-        std::optional<Item> item;
+        U32 head = 0;
+        /// The next place in the chain that this one is in, or 0; `hole` if there is no item.
+        U32 next = hole;
+        alignas(Item) std::byte storage[sizeof(Item)];
     };
 
     /// Counts an iteration in progress; atomic because threads may read a map concurrently.
@@ -220,7 +256,7 @@ class HashMap {
             places.reserve(segmentSize(segment));
             segments_.push_back(std::move(places));
         }
-        segments_[segment].push_back(Place{0, std::move(item)});
+        segments_[segment].emplace_back(std::move(item));
         ++places_;
     }
 
@@ -261,18 +297,17 @@ class HashMap {
         }
         auto* link = &head(hash);
         while (*link != 0) {
-            auto& item = *place(*link).item;
-            if (item.hash == hash && item.key == key) {
+            auto& linked = place(*link);
+            if (linked.item().key == key) {
                 return link;
             }
-            link = &item.next;
+            link = &linked.next;
         }
         return nullptr;
     }
 
-    void link(U32 number) noexcept {
-        auto& item = *place(number).item;
-        item.next = std::exchange(head(item.hash), number);
+    void link(U32 number, U32 hash) noexcept {
+        place(number).next = std::exchange(head(hash), number);
     }
 
     /// Adds a bucket and moves its items into it.
@@ -285,13 +320,13 @@ class HashMap {
         auto* staying = &headBeforeLastSplit();
         auto* moving = &place(buckets_).head;
         while (*staying != 0) {
-            auto& item = *place(*staying).item;
-            if ((item.hash & mask) == last) {
+            auto& linked = place(*staying);
+            if ((hashOf(linked.item().key) & mask) == last) {
                 *moving = *staying;
-                *staying = item.next;
-                moving = &item.next;
+                *staying = linked.next;
+                moving = &linked.next;
             } else {
-                staying = &item.next;
+                staying = &linked.next;
             }
         }
         *moving = 0;
@@ -302,7 +337,7 @@ class HashMap {
         if (buckets_ > 1) {
             auto* end = &headBeforeLastSplit();
             while (*end != 0) {
-                end = &place(*end).item->next;
+                end = &place(*end).next;
             }
             *end = place(buckets_).head;
         }
@@ -316,20 +351,22 @@ class HashMap {
             mergeBucket();
         }
         // During an iteration the last item may have become a hole, too.
-        if (auto& moving = place(last).item; hole != last && moving.has_value()) {
-            auto* link = &head(moving->hash);
+        if (auto& moving = place(last); hole != last && !moving.isHole()) {
+            auto* link = &head(hashOf(moving.item().key));
             while (*link != last) {
-                link = &place(*link).item->next;
+                link = &place(*link).next;
             }
             *link = hole;
-            place(hole).item = std::move(moving);
+            auto const next = moving.next;
+            place(hole).itemIs(moving.takeItem());
+            place(hole).next = next;
         }
         dropLast();
     }
 
     void closeAll() noexcept {
         for (U32 number = 1; number <= places_;) {
-            if (place(number).item.has_value()) {
+            if (!place(number).isHole()) {
                 ++number;
             } else {
                 close(number);
