@@ -161,7 +161,7 @@ Mox::TypeRegistration const registrations[] = {
 // ---- ExtComm ------------------------------------------------------------------------------------
 
 // A table holds millions.
-static_assert(sizeof(ExtComm) == 40 && sizeof(ExtCommAsNumber) == 40);
+static_assert(sizeof(ExtComm) == 32 && sizeof(ExtCommAsNumber) == 32);
 
 ExtComm::~ExtComm() = default;
 
@@ -220,8 +220,8 @@ ExtComm::PtrConst ExtComm::dedupSlowly(ExtCommDedupTable const& table, ExtCommCo
     if (!found) {
         // A sub-rule may release the last reference to the table, and with it to the rule.
         Mox::ScopedHold const held(table);
-        auto parsed = Mox::constPtrCast<ExtComm>(
-            table.parseExtCommRule()->parseExtendedCommunity(content));
+        auto parsed =
+            Mox::constPtrCast<ExtComm>(table.parseExtCommRule()->parseExtendedCommunity(content));
         // An agent's sub-rule may build an object of another content.
         found = HasContent(content)(*parsed) ? hashTable.dedup(std::move(parsed), miss)
                                              : hashTable.dedup(std::move(parsed));
@@ -237,7 +237,7 @@ ExtComm const* ExtComm::fromDedupHandle(Kel::DedupHandle const* handle) noexcept
 
 /// classification (4) | zero (4) | the eight octets as one integer (8)
 void const* ExtComm::stash(MoxStash::StoreWriter& writer) const {
-    std::array<U64, 2> const body = {std::bit_cast<U64>(std::array<U32, 2>{classification_, 0}),
+    std::array<U64, 2> const body = {std::bit_cast<U64>(std::array<U32, 2>{classification(), 0}),
                                      community()};
     return writer.recordIs(storedExtComm, body);
 }
@@ -437,18 +437,18 @@ ExtCommAsNumber::Ptr ExtCommAsNumber::ExtCommAsNumberIs(ExtCommClassification cl
 }
 
 Lumo::AutonomousSystem ExtCommAsNumber::asNumber() const noexcept {
-    return Lumo::AutonomousSystem(fourByteAs_ ? static_cast<U32>(community() >> 16)
-                                              : static_cast<U16>(community() >> 32));
+    return Lumo::AutonomousSystem(fourByteAs() ? static_cast<U32>(community() >> 16)
+                                               : static_cast<U16>(community() >> 32));
 }
 
 U32 ExtCommAsNumber::localAdmin() const noexcept {
-    return fourByteAs_ ? localAdmin2Octets() : localAdmin4Octets();
+    return fourByteAs() ? localAdmin2Octets() : localAdmin4Octets();
 }
 
 void ExtCommAsNumber::appendPlainAsNumber(Mox::CharBuffer& out, bool includeQualifier,
                                           bool asdot) const {
     asNumber().format(out, asdot);
-    if (fourByteAs_ && includeQualifier && !asdot) {
+    if (fourByteAs() && includeQualifier && !asdot) {
         out.append('L');
     }
 }
@@ -481,7 +481,7 @@ void ExtCommAsNumber::appendShowForm(Mox::CharBuffer& out, bool upperCase) const
 }
 
 void ExtCommAsNumber::appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const {
-    appendTypePrefix(out, fourByteAs_ ? "-AS4" : "-AS", format);
+    appendTypePrefix(out, fourByteAs() ? "-AS4" : "-AS", format);
     appendAsAndLocalAdmin(out, format);
 }
 

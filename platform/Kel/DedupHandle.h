@@ -11,6 +11,7 @@
 
 namespace Kel {
 
+using Mox::U16;
 using Mox::U32;
 using Mox::U64;
 
@@ -127,6 +128,14 @@ class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
   protected:
     DedupHandle() noexcept = default;
 
+    explicit DedupHandle(U16 kindBits) noexcept
+      : kindBits_(kindBits) {}
+
+    /// Sixteen bits that a kind may use for a small part of its content: room that is padding
+    /// otherwise. Set before the object is shared.
+    U16 kindBits() const noexcept { return kindBits_; }
+    void kindBitsIs(U16 kindBits) noexcept { kindBits_ = kindBits; }
+
     void releaseToFloor() const noexcept override;
 
     /// Marks an object that was rebuilt from a store: it belongs to no table, ever.
@@ -136,6 +145,8 @@ class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
     friend class DedupTableCore;
     friend class DedupHandleLifeTimeNotifier;
 
+    // In the padding of the base.
+    U16 kindBits_ = 0;
     /// What is kept of the placement hash that the object was interned with.
     U32 place_ = 0;
 };

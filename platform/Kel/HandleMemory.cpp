@@ -94,7 +94,8 @@ class Depot {
     FreeCell* carve(std::size_t cellOctets) {
         if (left_ < cellOctets) {
             auto const octets = std::max(chunkOctets, cellOctets);
-            next_ = static_cast<std::byte*>(::operator new(octets));
+            // Aligned, so that cells of 32 or 64 octets do not straddle cache lines.
+            next_ = static_cast<std::byte*>(::operator new(octets, std::align_val_t(64)));
             left_ = octets;
         }
         FreeCell* cells = nullptr;

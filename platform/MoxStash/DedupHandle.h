@@ -19,6 +19,7 @@ class VOBGP_EXPORT DedupHandle : public Kel::DedupHandle {
 
   protected:
     DedupHandle() noexcept = default;
+    using Kel::DedupHandle::DedupHandle;
 };
 
 } // namespace MoxStash

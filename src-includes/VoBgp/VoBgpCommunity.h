@@ -134,8 +134,8 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
 
     /// A new object, not interned.
     ExtComm(ExtCommClassification classification, ExtCommContent const& content) noexcept
-      : extCommContent_(content)
-      , classification_(classification) {}
+      : MoxStash::DedupHandle(static_cast<U16>(classification & classificationMask))
+      , extCommContent_(content) {}
     ~ExtComm() override;
 
     // The interned-object contract. Equality and hashes depend on the content only, not on the
@@ -166,12 +166,14 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     ExtCommContent getContent() const noexcept { return extCommContent_; }
     /// The eight octets in wire order as one integer in host order.
     U64 community() const noexcept { return extCommContent_.community(); }
-    ExtCommClassification classification() const noexcept { return classification_; }
+    ExtCommClassification classification() const noexcept {
+        return static_cast<ExtCommClassification>(kindBits() & classificationMask);
+    }
     BgpExtCommPktType pktType() const noexcept { return extCommContent_.pktType(); }
     bool transitive() const noexcept { return extCommContent_.transitive(); }
     bool transitiveFlag() const noexcept { return transitive(); }
     bool isLinkBandwidth() const noexcept {
-        return classification_ == extCommClassificationLinkBandwidth;
+        return classification() == extCommClassificationLinkBandwidth;
     }
 
     void formatCommunityValue(std::ostream& os) const;
@@ -238,14 +240,15 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     /// Appends `PREFIX:` if the format selects the type.
     void appendTypePrefix(Mox::CharBuffer& out, std::string_view suffix, StrepFormat format) const;
 
+    /// The part of kindBits() that holds the classification.
+    static constexpr U16 classificationMask = 0xff;
+
   private:
     class HasContent;
     static PtrConst dedupSlowly(ExtCommDedupTable const& table, ExtCommContent content);
     void appendSubtype(Mox::CharBuffer& out, BgpExtCommPktSubtype const& subtype) const;
 
-    // The wider one first: what a derived kind adds then fits behind the other.
     ExtCommContent const extCommContent_;
-    ExtCommClassification const classification_;
 };
 
 /// Writes formatDerivedType(), or `NULL` for null. Restores the stream's formatting state, even if
@@ -286,8 +289,9 @@ class VOBGP_EXPORT ExtCommAsNumber : public ExtCommSubtyped {
 
     ExtCommAsNumber(ExtCommClassification classification, ExtCommContent const& content,
                     bool fourByteAs) noexcept
-      : ExtCommSubtyped(classification, content)
-      , fourByteAs_(fourByteAs) {}
+      : ExtCommSubtyped(classification, content) {
+        kindBitsIs(static_cast<U16>(kindBits() | (fourByteAs ? fourByteAsBit : 0)));
+    }
     ~ExtCommAsNumber() override;
 
     /// A new object with its notifications switched on.
@@ -298,7 +302,7 @@ class VOBGP_EXPORT ExtCommAsNumber : public ExtCommSubtyped {
     /// adds an `L` to an AS number of four octets.
     virtual String formatAsNumber(bool includeQualifier, bool asdot) const;
 
-    bool fourByteAs() const noexcept { return fourByteAs_; }
+    bool fourByteAs() const noexcept { return (kindBits() & fourByteAsBit) != 0; }
     Lumo::AutonomousSystem asNumber() const noexcept;
     /// 32 bits in the two-octet layout, 16 in the four-octet one.
     U32 localAdmin() const noexcept;
@@ -324,7 +328,7 @@ class VOBGP_EXPORT ExtCommAsNumber : public ExtCommSubtyped {
   private:
     void appendPlainAsNumber(Mox::CharBuffer& out, bool includeQualifier, bool asdot) const;
 
-    bool const fourByteAs_;
+    static constexpr U16 fourByteAsBit = classificationMask + 1;
 };
 
 /// An extended community with an IPv4 address as its administrator (RFC 4360, section 3.2).
