@@ -150,8 +150,7 @@ struct CommunityTables::Decoder {
     /// If the list is not found, an equal one may still be in the table: one that is not identified
     /// by its octets. Then `miss` records nothing.
     template <class List, class Table>
-    static Mox::PtrConst<List> findSlowly(Table const& table, Octets octets,
-                                          Kel::DedupMiss& miss) {
+    static Mox::PtrConst<List> findSlowly(Table const& table, Octets octets, Kel::DedupMiss& miss) {
         if (identifiesNone(table)) [[unlikely]] {
             return nullptr;
         }

@@ -95,6 +95,9 @@ String ExtCommIp6List::serialize(bool sendNonTransExtComms) const {
     if (count == 0) {
         return {};
     }
+    if (octetsHeld() && count == totalCommunities()) {
+        return serializeCommList(BgpPathAttrType::extCommunityIp6, octets());
+    }
     return serializeCommList<20>(
         BgpPathAttrType::extCommunityIp6, count, *this,
         [&](ExtCommIp6::PtrConst const& comm) {

@@ -306,6 +306,9 @@ String ExtCommList::serialize(Serialization serialization) const {
     if (announced == 0) {
         return {};
     }
+    if (octetsHeld() && serialization.has(Serialization::all)) {
+        return serializeCommList(BgpPathAttrType::extCommunity, octets());
+    }
     return serializeCommList<8>(
         BgpPathAttrType::extCommunity, announced, *this,
         [&](ExtComm::PtrConst const& comm) { return admits(serialization, *comm); },

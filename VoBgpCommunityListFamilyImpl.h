@@ -13,7 +13,6 @@
 #include <array>
 #include <cstddef>
 #include <iterator>
-#include <numeric>
 #include <ostream>
 #include <span>
 #include <type_traits>
@@ -319,7 +318,8 @@ ExtCommClassCounts ExtCommListBase<Family>::classCounts() const noexcept {
         auto const classification = comm->classification();
         MOX_ASSERT_TEXT(classification < counts.members.size(),
                         "comm->classification() < members.size()");
-        counts.classes += counts.members[classification]++ == 0 ? 1 : 0;
+        ++counts.members[classification];
+        counts.present |= 1U << classification;
         counts.transitive += comm->transitive() ? 1 : 0;
     }
     return counts;
@@ -330,24 +330,30 @@ ExtCommClassCounts ExtCommListBase<Family>::classCounts() const noexcept {
 template <class Family>
 void ExtCommListBase<Family>::internClasses(Table const& table, ExtCommClassCounts const& counts) {
     using CommAddress = typename Family::Comm const*;
-    auto const size = this->commVector().size();
+    auto const members = this->commVector().size();
     std::array<CommAddress, 64> local;
-    std::vector<CommAddress> large(size > local.size() ? size : 0);
+    std::vector<CommAddress> large(members > local.size() ? members : 0);
     auto* const gathered = large.empty() ? local.data() : large.data();
-    std::array<U32, ClassificationLists::maximumSlots> ends;
-    std::exclusive_scan(counts.members.begin(), counts.members.end(), ends.begin(), U32{0});
+    std::array<CommAddress*, ClassificationLists::maximumSlots> ends{};
+    U32 classes = 0;
+    auto* next = gathered;
+    counts.forEachClass([&](U32 slot) {
+        ends[slot] = next;
+        next += counts.members[slot];
+        ++classes;
+    });
     for (auto const& comm : *this) {
-        gathered[ends[comm->classification()]++] = comm.get();
+        *ends[comm->classification()]++ = comm.get();
     }
-    classificationLists_.reserve(counts.classes);
-    for (U32 slot = 0; slot < ends.size(); ++slot) {
-        if (auto const members = counts.members[slot]; members != 0) {
-            classificationLists_.append(
-                slot, ClassificationList::interned(
-                          table, static_cast<ExtCommClassification>(slot),
-                          std::span<CommAddress const>(gathered + ends[slot] - members, members)));
-        }
-    }
+    classificationLists_.reserve(classes);
+    counts.forEachClass([&](U32 slot) {
+        auto const size = counts.members[slot];
+        auto const classification = static_cast<ExtCommClassification>(slot);
+        classificationLists_.append(
+            slot,
+            ClassificationList::interned(table, classification,
+                                         std::span<CommAddress const>(ends[slot] - size, size)));
+    });
 }
 
 template <class Family>

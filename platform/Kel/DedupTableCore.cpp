@@ -206,8 +206,8 @@ DedupHandle::PtrConst DedupTableCore::findSlowly(DedupMiss& miss, Matcher matche
 }
 
 /// The notification mutex is taken only for an insertion that has to be announced. A caller that
-/// expects to find the object calls find() first, which takes no lock. If nothing has changed in the
-/// shard since that look-up missed, it is conclusive under the lock as well.
+/// expects to find the object calls find() first, which takes no lock. If nothing has changed in
+/// the shard since that look-up missed, it is conclusive under the lock as well.
 DedupHandle::PtrConst DedupTableCore::dedup(DedupHandle::Ptr object, DedupMiss const& miss) {
     Placement const placement(miss.placementHash_);
     auto& shard = shardOf(placement.place());

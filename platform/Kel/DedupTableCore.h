@@ -69,8 +69,8 @@ class VOBGP_EXPORT DedupTableCore {
         return find(miss, matches);
     }
 
-    /// The same for the placement hash of `miss`, which records what the insertion of such an object
-    /// need not look up again.
+    /// The same for the placement hash of `miss`, which records what the insertion of such an
+    /// object need not look up again.
     template <class Match>
     DedupHandle::PtrConst find(DedupMiss& miss, Match const& matches) {
         auto* const taken = takeFast(miss.placementHash_, matches);

@@ -194,22 +194,25 @@ class Magazines {
 // One word of static thread-local memory, which also a library that is loaded late gets.
 [[gnu::tls_model("initial-exec")]] constinit thread_local Magazines* mine = nullptr;
 
-/// The calling thread's cells, which go back to the process when it ends; null if it is ending, or
-/// if there is no memory for them.
-Magazines* ownMagazines() noexcept {
-    if (mine == nullptr) [[unlikely]] {
-        constinit thread_local bool ended = false;
-        struct ThreadEnd {
-            ~ThreadEnd() {
-                delete std::exchange(mine, nullptr);
-                ended = true;
-            }
-        };
-        thread_local ThreadEnd const end;
-        static_cast<void>(end);
-        mine = ended ? nullptr : new (std::nothrow) Magazines;
-    }
+/// Makes the calling thread's cells. Null if the thread is ending, or if there is no memory for
+/// them.
+[[gnu::noinline]] Magazines* makeOwnMagazines() noexcept {
+    constinit thread_local bool ended = false;
+    struct ThreadEnd {
+        ~ThreadEnd() {
+            delete std::exchange(mine, nullptr);
+            ended = true;
+        }
+    };
+    thread_local ThreadEnd const end;
+    static_cast<void>(end);
+    mine = ended ? nullptr : new (std::nothrow) Magazines;
     return mine;
+}
+
+/// The calling thread's cells, which go back to the process when it ends; or null.
+Magazines* ownMagazines() noexcept {
+    return mine != nullptr ? mine : makeOwnMagazines();
 }
 
 void* takeCell(std::size_t index) {

@@ -47,9 +47,7 @@ void PtrInterface::releaseToFloor() const noexcept {
 }
 
 void PtrInterface::releaseSlowly() const noexcept {
-    // A release by another thread, or the removal from the table, may change the outcome
-    // concurrently, so retry.
-    while (!word_.releaseAboveFloor()) {
+    do {
         if (word_.isSoleReference()) {
             if (ScopedHold::takesOver(*this)) {
                 return;
@@ -66,7 +64,8 @@ void PtrInterface::releaseSlowly() const noexcept {
             releaseToFloor();
             return;
         }
-    }
+        // Another thread has added a reference, or removed the object from its table.
+    } while (!word_.releaseAboveFloor());
 }
 
 } // namespace Mox

@@ -16,6 +16,7 @@
 
 #include <array>
 #include <atomic>
+#include <bit>
 #include <cstddef>
 #include <cstring>
 #include <iosfwd>
@@ -233,9 +234,18 @@ struct ExtCommClassCounts {
         return members[classification] != 0;
     }
 
+    /// Calls the visitor with the number of each class that is present, in order.
+    template <class Visitor>
+    void forEachClass(Visitor const& visitor) const {
+        for (U32 left = present; left != 0; left &= left - 1) {
+            visitor(static_cast<U32>(std::countr_zero(left)));
+        }
+    }
+
     /// More than there are classes: see ClassificationListVector.
     std::array<U32, 16> members{};
-    U32 classes = 0;
+    /// One bit for each class.
+    U32 present = 0;
     U32 transitive = 0;
 };
 

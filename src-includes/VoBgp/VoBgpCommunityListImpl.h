@@ -17,6 +17,7 @@
 #include <cstring>
 #include <functional>
 #include <ostream>
+#include <span>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -77,7 +78,8 @@ Member const* commVectorLowerBound(Mox::CompactVector<Member> const& members, Ke
 
 /// Appends a community. REQUIRES: it is interned (asserted). `ExtCommVectorSort()` sorts.
 template <class Comm>
-void ExtCommVectorAdd(Mox::PtrConst<Comm> comm, Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
+[[gnu::always_inline]] inline void
+ExtCommVectorAdd(Mox::PtrConst<Comm> comm, Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
     MOX_ASSERT_TEXT(comm != nullptr, "__null != comm");
     MOX_ASSERT_TEXT(comm->dedupState() != Kel::dedupHandleStateNeverDeduped(),
                     "__null == ( comm ) || ( comm )->dedupState() != "
@@ -255,6 +257,16 @@ String serializeCommList(BgpPathAttrType attrType, U32 count, ListType const& li
             }
         }
         MOX_ASSERT_TEXT(place == end, "serialized.size() == attrSize_ + headerSize_");
+    });
+}
+
+/// The same of members that are all sent, given their octets.
+inline String serializeCommList(BgpPathAttrType attrType, std::span<std::byte const> octets) {
+    auto const header = pathAttributeHeader(attrType, BgpPathAttrFlag::optionalTransitive,
+                                            static_cast<U32>(octets.size()));
+    return String::written(header.size + octets.size(), [&](char* place) {
+        std::memcpy(place, header.octets, header.size);
+        std::memcpy(place + header.size, octets.data(), octets.size());
     });
 }
 
