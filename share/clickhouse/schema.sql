@@ -1,5 +1,5 @@
 -- Tables for the routes that `bgp-communities read --format tsv` prints, for every server (shard) of
--- a ClickHouse cluster named bgp. For ClickHouse 18.16 and newer:
+-- a ClickHouse cluster named bgp. Tried with ClickHouse 18.16 of Debian 12:
 --
 --     clickhouse-client --multiquery --allow_experimental_low_cardinality_type=1 < schema.sql
 --

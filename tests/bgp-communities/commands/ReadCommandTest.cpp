@@ -245,13 +245,15 @@ TEST(ReadCommandTest, ARouteIsPrintedWhole) {
 
 TEST(ReadCommandTest, MeaningsAreThoseOfTheDictionary) {
     TemporaryFile const file(route(1, standard() + attribute(16, target)));
-    TemporaryFile const words("100:1,a\tcustomer\nrt:65000:100,blue\nnonsense\n", ".txt");
+    TemporaryFile const words("100:1,a\tcustomer\nrt:65000:100,blue\\\nnonsense\n", ".txt");
     Result const text = run({"read", "--dictionary", words.path(), file.path()});
-    EXPECT_EQ(fieldsOf(linesOf(text.out)[0]).back(), "100:1=a?customer; rt:65000:100=blue");
+    EXPECT_EQ(fieldsOf(linesOf(text.out)[0]).back(), "100:1=a?customer; rt:65000:100=blue\\");
+    Result const tsv = run({"read", "--format=tsv", "--dictionary", words.path(), file.path()});
+    EXPECT_EQ(fieldsOf(linesOf(tsv.out)[1]).at(17), "100:1=a?customer; rt:65000:100=blue\\\\");
     EXPECT_NE(text.err.find("line 3: no comma"), std::string::npos) << text.err;
     EXPECT_EQ(text.status, 0);
     Result const json = run({"read", "--json", "--dictionary", words.path(), file.path()});
-    EXPECT_NE(json.out.find(R"("name":"rt:65000:100","meaning":"blue")"), std::string::npos);
+    EXPECT_NE(json.out.find(R"("name":"rt:65000:100","meaning":"blue\\")"), std::string::npos);
     EXPECT_EQ(run({"read", "--dictionary", "/no/such/file", file.path()}).status, 3);
 }
 

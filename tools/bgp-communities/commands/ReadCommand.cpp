@@ -69,8 +69,8 @@ output:
                      microseconds, type, peer_address, peer_as, family, prefix, path_id, as_path,
                      origin, next_hop, med, local_pref, communities, extended_communities,
                      ipv6_communities, large_communities (members by name, in the order sent, a space
-                     between them), meanings, errors, sent (1 if the route was sent to the peer, not
-                     received); empty where there is nothing
+                     between them), meanings (backslashes are doubled), errors, sent (1 if the route
+                     was sent to the peer, not received); empty where there is nothing
     json             a JSON object a line: file, record (its number, from 1), time (RFC 3339), type
                      (announced, withdrawn, table), peer (null if the dump does not name it), family,
                      prefix, pathId, asPath, originAs, origin, nextHop, med, localPref, errors, and

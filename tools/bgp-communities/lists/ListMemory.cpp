@@ -51,8 +51,15 @@ void ListMemory::appendNotes(std::string& out, Octets value) const {
         }
         if (!meaning.empty()) {
             out += '=';
-            out += masked(meaning);
+            appendMeaning(out, meaning);
         }
+    }
+}
+
+/** In TSV, with backslashes doubled: programs that load it take them for escapes. */
+void ListMemory::appendMeaning(std::string& out, std::string_view meaning) const {
+    for (char const character : masked(meaning)) {
+        out.append(character == '\\' && format_ == RouteFormat::tsv ? 2 : 1, character);
     }
 }
 

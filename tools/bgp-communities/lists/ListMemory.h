@@ -50,6 +50,7 @@ class ListMemory {
     void make(Octets value, ListText& made);
     void appendText(std::string& out, Octets value, std::string_view fault);
     void appendNotes(std::string& out, Octets value) const;
+    void appendMeaning(std::string& out, std::string_view meaning) const;
 
     std::unique_ptr<AttributeDecoder> decoder_;
     RouteFilter const& filter_;
