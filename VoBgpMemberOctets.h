@@ -112,23 +112,54 @@ void storeMembers(Members const& members, ContentOf const& contentOf, std::byte*
     }
 }
 
+/// The keyed hash of the octets of `count` integers, which `at(index)` gives: as
+/// Mox::keyedHash() of the octets, but word by word.
+template <class Integer, class At>
+U64 keyedHashOfIntegers(std::size_t count, At const& at) noexcept {
+    constexpr std::size_t perWord = sizeof(U64) / sizeof(Integer);
+    auto const word = [&at](std::size_t index) -> U64 {
+        if constexpr (perWord == 1) {
+            return swapped(at(index));
+        } else {
+            return swapped(at(index)) | U64{swapped(at(index + 1))} << 32;
+        }
+    };
+    Mox::KeyedHash hash(count * sizeof(Integer));
+    std::size_t index = 0;
+    for (; count - index >= 2 * perWord; index += 2 * perWord) {
+        hash.add(word(index), word(index + perWord));
+    }
+    if (count - index >= perWord) {
+        hash.add(word(index), word(count - perWord));
+    } else if (index != count) {
+        U64 const last = swapped(at(index));
+        hash.add(last, last);
+    }
+    return hash.finish();
+}
+
 /// The keyed hash of these octets, without assembling them.
 template <class Members, class ContentOf>
 U64 keyedHashOfMembers(Members const& members, ContentOf const& contentOf) noexcept {
     using Content = std::remove_cvref_t<decltype(contentOf(*members.begin()))>;
-    constexpr std::size_t membersAtOnce = 32;
-    constexpr auto count = MemberOctets<Content>::count;
-    static_assert(membersAtOnce * count % 16 == 0);
-    std::array<std::byte, membersAtOnce * count> octets;
     std::span left(members.begin(), members.end());
-    Mox::KeyedHash hash(left.size() * count);
-    while (!left.empty()) {
-        auto const piece = left.first(std::min(left.size(), membersAtOnce));
-        storeMembers(piece, contentOf, octets.data());
-        hash.add(std::span(octets).first(piece.size() * count));
-        left = left.subspan(piece.size());
+    if constexpr (std::integral<Content>) {
+        return keyedHashOfIntegers<Content>(
+            left.size(), [&](std::size_t index) { return contentOf(left[index]); });
+    } else {
+        constexpr std::size_t membersAtOnce = 32;
+        constexpr auto count = MemberOctets<Content>::count;
+        static_assert(membersAtOnce * count % 16 == 0);
+        std::array<std::byte, membersAtOnce * count> octets;
+        Mox::KeyedHash hash(left.size() * count);
+        while (!left.empty()) {
+            auto const piece = left.first(std::min(left.size(), membersAtOnce));
+            storeMembers(piece, contentOf, octets.data());
+            hash.add(std::span(octets).first(piece.size() * count));
+            left = left.subspan(piece.size());
+        }
+        return hash.finish();
     }
-    return hash.finish();
 }
 
 } // namespace Routing::Bgp
