@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 namespace Kel {
 
@@ -22,8 +23,11 @@ constexpr std::size_t leastMapped = std::size_t{64} << 10;
 /// How much is given back to the system in one step: some microseconds.
 constexpr std::size_t releasedAtOnce = std::size_t{128} << 10;
 
-/// A page, or several: a multiple of it is where one begins.
-constexpr std::size_t pageOctets = std::size_t{4} << 10;
+/// The first page of an array has its header and is never returned.
+std::size_t pageOctets() noexcept {
+    static auto const octets = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    return octets;
+}
 
 void* mapMemory(std::size_t octets) {
     auto* const memory = ::mmap(nullptr, octets, PROT_READ | PROT_WRITE,
@@ -63,7 +67,7 @@ void SlotArray::put(DedupHandle& handle, U32 placeOfHandle, U8 tag) noexcept {
         bucket = next(bucket);
         empty = SlotBucket::emptySlots(buckets()[bucket].control());
     }
-    place(bucket, empty.first()).store(placeOfHandle, std::memory_order_relaxed);
+    place(bucket, empty.first()).store(placeOfHandle, std::memory_order_release);
     buckets()[bucket].put(empty.first(), handle, tag);
 }
 
@@ -102,13 +106,17 @@ void SlotArray::moveBucketTo(SlotArray& other, std::size_t index) noexcept {
     }
 }
 
+std::size_t SlotArray::octets() const noexcept {
+    auto const octets = octetsFor(bucketCount());
+    return releasedOctets_ == 0 ? octets : octets - releasedOctets_ + pageOctets();
+}
+
 bool SlotArray::releaseSomeMemory() noexcept {
     auto const octets = octetsFor(bucketCount());
     if (!mapped_ || releasedOctets_ >= octets) {
         return false;
     }
-    // Not the first page, which says what this is.
-    auto const from = std::max(releasedOctets_, pageOctets);
+    auto const from = std::max(releasedOctets_, pageOctets());
     auto const some = std::min(releasedAtOnce, octets - from);
     ::madvise(reinterpret_cast<std::byte*>(this) + from, some, MADV_DONTNEED);
     releasedOctets_ = from + some;

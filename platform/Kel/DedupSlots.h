@@ -25,8 +25,8 @@ class Placement {
     /// ones the bucket.
     U32 place() const noexcept { return static_cast<U32>(hash_); }
 
-    /// 8 bits that are independent of place(), never 0: they are kept beside each slot, so that few
-    /// other objects have to be compared.
+    /// 7 bits of the hash that are not in place(), and a 1. Kept beside each slot, so that few
+    /// other objects have to be compared; 0 is the tag of an empty slot.
     U8 tag() const noexcept { return static_cast<U8>(hash_ >> 56 | 1); }
 
   private:
@@ -160,7 +160,7 @@ class alignas(SlotBucket) SlotArray {
     std::size_t bucketCount() const noexcept { return std::size_t{1} << (placeBits - shift_); }
     std::size_t capacity() const noexcept { return SlotBucket::slots * bucketCount(); }
     /// Octets of memory, without the part that was returned to the system.
-    std::size_t octets() const noexcept { return octetsFor(bucketCount()) - releasedOctets_; }
+    std::size_t octets() const noexcept;
 
     /// The address of an array's buckets, and in its low bits how far a place is shifted to get the
     /// index of its bucket: a look-up need not read the header. May be null.
@@ -204,7 +204,7 @@ class alignas(SlotBucket) SlotArray {
             for (auto found = SlotBucket::matches(control, placement); found; found.removeFirst()) {
                 auto* const handle = bucket.firstSlot(found);
                 if (handle != nullptr &&
-                    place(index, found.first()).load(std::memory_order_relaxed) ==
+                    place(index, found.first()).load(std::memory_order_acquire) ==
                         placement.place() &&
                     accept(*handle)) {
                     return handle;
@@ -277,7 +277,7 @@ class alignas(SlotBucket) SlotArray {
 
     unsigned const shift_;
     bool const mapped_;
-    /// How much of the array's memory was returned to the system, in octets from its start.
+    /// Up to where the array's memory was returned to the system, except for its first page.
     std::size_t releasedOctets_ = 0;
 };
 

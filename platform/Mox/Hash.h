@@ -22,8 +22,9 @@ struct HashSecret {
 VOBGP_EXPORT extern HashSecret const hashSecret;
 } // namespace Detail
 
-/// Multiplies to 128 bits and folds the halves, so that every bit of the result depends on every
-/// bit of the arguments.
+/// Multiplies to 128 bits and folds the halves, so that every bit of the result depends on nearly
+/// every bit of the arguments. Of consecutive arguments the results are nearly in arithmetic
+/// progression.
 constexpr U64 mixHash(U64 a, U64 b) noexcept {
     __extension__ using U128 = unsigned __int128;
     U128 const product = static_cast<U128>(a) * b;
@@ -38,8 +39,15 @@ inline U64 hashWord(U64 word) noexcept {
 
 /// A 64-bit hash that cannot be predicted outside the process: both factors are secret. Determines
 /// the placement of interned objects.
+constexpr U64 keyedHash(U64 word, Detail::HashSecret const& secret) noexcept {
+    U64 const mixed = mixHash(word ^ secret.word, secret.factor);
+    // Agents intern consecutive numbers: without the second step some factors would put thousands
+    // of them into few buckets.
+    return (mixed ^ mixed >> 32) * secret.factor;
+}
+
 inline U64 keyedHash(U64 word) noexcept {
-    return mixHash(word ^ Detail::hashSecret.word, Detail::hashSecret.factor);
+    return keyedHash(word, Detail::hashSecret);
 }
 
 /// Computes the keyed hash of a sequence of words or octets incrementally. The length is part of
@@ -71,7 +79,9 @@ class KeyedHash {
         }
     }
 
-    U64 finish() const noexcept { return keyedHash(state_ ^ length_); }
+    U64 finish() const noexcept {
+        return mixHash(state_ ^ length_ ^ Detail::hashSecret.word, Detail::hashSecret.factor);
+    }
 
   private:
     static U64 load(std::byte const* from, std::size_t count) noexcept {

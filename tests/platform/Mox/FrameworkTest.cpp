@@ -7,6 +7,7 @@
 #include <Lumo/IpAddr.h>
 #include <Mox/CharBuffer.h>
 #include <Mox/Export.h>
+#include <Mox/Hash.h>
 #include <Mox/HashMap.h>
 #include <Mox/Notifiee.h>
 #include <Mox/OrderedMap.h>
@@ -323,6 +324,23 @@ struct CountedKey {
     int number;
     static inline int transfers = 0;
 };
+
+/// Agents intern consecutive numbers, and numbers that differ in one field.
+TEST(Collections, KeyedHashesOfSequencesSpreadWhateverTheSecret) {
+    constexpr unsigned bucketBits = 9;
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 300; ++i) {
+        Mox::Detail::HashSecret const secret{random(), random() | 1};
+        for (unsigned const shift : {0, 8, 16, 32, 44}) {
+            std::vector<int> buckets(1U << bucketBits);
+            for (U64 number = 0; number < 4 << bucketBits; ++number) {
+                auto const place = static_cast<U32>(Mox::keyedHash(number << shift, secret));
+                ++buckets[place >> (32 - bucketBits)];
+            }
+            EXPECT_LT(*std::max_element(buckets.begin(), buckets.end()), 20) << shift;
+        }
+    }
+}
 
 TEST(Collections, HashMapChangesMoveFewKeys) {
     Mox::HashSet<CountedKey> set;
