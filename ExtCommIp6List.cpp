@@ -55,7 +55,7 @@ std::ostream& operator<<(std::ostream& os, ExtCommIp6List const& list) {
 U32 const ExtCommIp6ListFamily::storedKind = storedExtCommIp6List;
 
 template class ExtCommListBase<ExtCommIp6ListFamily>;
-static_assert(sizeof(ExtCommIp6List) == 64);
+static_assert(sizeof(ExtCommIp6List) == 72);
 
 ExtCommIp6List::ExtCommIp6List() noexcept = default;
 ExtCommIp6List::~ExtCommIp6List() = default;

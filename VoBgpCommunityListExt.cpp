@@ -119,7 +119,7 @@ U32 const ExtCommListFamily::storedKind = storedExtCommList;
 // Object sizes matter: tables hold many.
 static_assert(sizeof(ExtCommClassificationList) == 48);
 static_assert(sizeof(RtExtCommClassificationList) == 56);
-static_assert(sizeof(ExtCommList) == 72);
+static_assert(sizeof(ExtCommList) == 80);
 
 Mox::Ptr<ExtCommClassificationList>
 ExtCommListFamily::newClassificationList(ExtCommClassification classification) {

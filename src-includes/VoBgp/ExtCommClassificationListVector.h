@@ -16,8 +16,8 @@ namespace Routing::Bgp {
 /// slots as the highest class present plus one, those of absent classes null.
 ///
 /// Belongs to its list and holds a reference to each classification list. Only present ones take
-/// room, in the order of their slots; a single one takes none on the heap. An operation that throws
-/// leaves it as it was. Thread-compatible.
+/// room, in the order of their slots; two take none on the heap. An operation that throws leaves it
+/// as it was. Thread-compatible.
 template <class ClassificationList>
 class ClassificationListVector {
   public:
@@ -28,7 +28,7 @@ class ClassificationListVector {
     static_assert(extCommClassificationOneBeyondLast <= maximumSlots);
 
     ClassificationListVector() noexcept
-      : single_() {}
+      : local_() {}
 
     ~ClassificationListVector() { clear(); }
 
@@ -85,17 +85,17 @@ class ClassificationListVector {
         present_ = 0;
         count_ = 0;
         // They go last: their release may come back here.
-        if (capacity_ == 1) {
-            ListPtr const removed(std::move(single_));
+        if (isLocal()) {
+            ListPtr const removed[] = {std::move(local_[0]), std::move(local_[1])};
         } else {
             std::unique_ptr<ListPtr[]> const removed(several_);
-            capacity_ = 1;
-            std::construct_at(&single_);
+            capacity_ = localCapacity;
+            std::uninitialized_default_construct_n(local_, localCapacity);
         }
     }
 
     // The lists that are present, in the order of their slots.
-    ListPtr const* begin() const noexcept { return capacity_ == 1 ? &single_ : several_; }
+    ListPtr const* begin() const noexcept { return isLocal() ? local_ : several_; }
     ListPtr const* end() const noexcept { return begin() + count_; }
 
     /// Whether both hold the same objects in the same slots.
@@ -105,12 +105,15 @@ class ClassificationListVector {
     }
 
   private:
-    ListPtr* data() noexcept { return capacity_ == 1 ? &single_ : several_; }
+    static constexpr U8 localCapacity = 2;
+
+    bool isLocal() const noexcept { return capacity_ == localCapacity; }
+    ListPtr* data() noexcept { return isLocal() ? local_ : several_; }
 
     /// Ends the life of what was moved from.
     void destroyPlaces() noexcept {
-        if (capacity_ == 1) {
-            std::destroy_at(&single_);
+        if (isLocal()) {
+            std::destroy_n(local_, localCapacity);
         } else {
             delete[] several_;
         }
@@ -135,15 +138,15 @@ class ClassificationListVector {
         ++count_;
     }
 
-    /// The places: `single_` if there is room for one, else an array on the heap.
+    /// The places: an array on the heap if there is room for more than `localCapacity`.
     union {
-        ListPtr single_;
+        ListPtr local_[localCapacity];
         ListPtr* several_;
     };
     /// One bit for each slot that is not null.
     U16 present_ = 0;
     U8 count_ = 0;
-    U8 capacity_ = 1;
+    U8 capacity_ = localCapacity;
 };
 
 } // namespace Routing::Bgp
