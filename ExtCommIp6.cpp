@@ -1,12 +1,11 @@
 #include <VoBgp/ExtCommIp6.h>
 
+#include "VoBgpCommunityFamilyImpl.h"
 #include "VoBgpStoredRecords.h"
 
 #include <Mox/Assert.h>
 #include <Mox/EnumerationRegistrations.h>
 #include <Mox/Hash.h>
-#include <Mox/StreamState.h>
-#include <Mox/TextStream.h>
 #include <Mox/Type.h>
 #include <VoBgp/ExtCommIp6DedupTable.h>
 #include <VoBgp/Parse/ExtComm.h>
@@ -18,14 +17,6 @@
 #include <typeinfo>
 
 namespace Routing::Bgp {
-
-namespace {
-
-void write(std::ostream& os, std::string_view text) {
-    os.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
-} // namespace
 
 // ---- Reflection ---------------------------------------------------------------------------------
 
@@ -127,36 +118,14 @@ void ExtCommIp6::formatHandle(std::ostream& os) const {
     os << *this;
 }
 
-/// Whether an object of the table has the content, compared without a virtual call.
-class ExtCommIp6::HasContent {
-  public:
-    explicit HasContent(ExtCommIp6Content const& content) noexcept
-      : content_(content) {}
-
-    bool operator()(Kel::DedupHandle const& candidate) const noexcept {
-        return static_cast<ExtCommIp6 const&>(candidate).content_ == content_;
-    }
-
-  private:
-    ExtCommIp6Content const& content_;
-};
-
 ExtCommIp6::PtrConst ExtCommIp6::dedupContent(ExtCommIp6DedupTable const* table,
                                               ExtCommIp6Content const& content) {
     MOX_ASSERT_TEXT(table != nullptr, "__null != table");
-    Kel::DedupMiss miss(content.placementHash());
-    auto const& hashTable = *table->dedupHashTable();
-    auto found = hashTable.find(miss, HasContent(content));
-    if (!found) {
-        // See ExtComm::dedupSlowly().
-        Mox::ScopedHold const held(*table);
-        auto parsed = Mox::constPtrCast<ExtCommIp6>(
-            table->parseExtCommRule()->parseExtendedCommunityIp6(content));
-        found = HasContent(content)(*parsed) ? hashTable.dedup(std::move(parsed), miss)
-                                             : hashTable.dedup(std::move(parsed));
-        MOX_ASSERT_TEXT(found != nullptr, "dedupHandle");
-    }
-    return Mox::staticPtrCast<ExtCommIp6 const>(std::move(found));
+    auto dedupHandle =
+        Detail::dedupContent<&BgpParseExtendedCommunityRule::parseExtendedCommunityIp6, ExtCommIp6>(
+            *table, content);
+    MOX_ASSERT(dedupHandle);
+    return dedupHandle;
 }
 
 /// classification (4) | type, subtype, local administrator as one integer (4) | address (16)
@@ -226,9 +195,7 @@ void ExtCommIp6::appendSubtype(Mox::CharBuffer& out, BgpExtCommPktSubtype const&
 }
 
 void ExtCommIp6::formatSubtype(std::ostream& os) const {
-    Mox::LocalCharBuffer<64> out;
-    appendSubtype(out, pktSubtype());
-    write(os, out.text());
+    Detail::writeForm(os, [this](auto& out) { appendSubtype(out, pktSubtype()); });
 }
 
 void ExtCommIp6::appendShowForm(Mox::CharBuffer& out) const {
@@ -241,11 +208,8 @@ void ExtCommIp6::appendShowForm(Mox::CharBuffer& out) const {
     out.append(" localAdmin=").appendDecimal(content_.localAdmin()).append('>');
 }
 
-// Written at once: a stream may release the last reference to what is streamed.
 void ExtCommIp6::formatDerivedType(std::ostream& os) const {
-    Mox::LocalCharBuffer<192> out;
-    appendShowForm(out);
-    write(os, out.text());
+    Detail::writeForm(os, [this](auto& out) { appendShowForm(out); });
 }
 
 bool ExtCommIp6::textIsBuiltIn() const noexcept {
@@ -256,9 +220,7 @@ void ExtCommIp6::appendShowText(Mox::CharBuffer& out) const {
     if (textIsBuiltIn()) {
         appendShowForm(out);
     } else {
-        Mox::TextStream os;
-        formatDerivedType(os);
-        out.append(os.text());
+        Detail::appendStreamed(out, *this);
     }
 }
 
@@ -271,9 +233,7 @@ void ExtCommIp6::appendPolicyText(Mox::CharBuffer& out, StrepFormat format) cons
 }
 
 String ExtCommIp6::toStrep() const {
-    Mox::LocalCharBuffer<192> out;
-    appendShowText(out);
-    return out.string();
+    return Detail::textOf([this](auto& out) { appendShowText(out); });
 }
 
 void ExtCommIp6::appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const {
@@ -286,23 +246,15 @@ void ExtCommIp6::appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) cons
 }
 
 String ExtCommIp6::toStrepForPolicy(StrepFormat format) const {
-    Mox::LocalCharBuffer<80> out;
-    appendPolicyForm(out, format);
-    return out.string();
+    return Detail::textOf([&](auto& out) { appendPolicyForm(out, format); });
 }
 
 std::ostream& operator<<(std::ostream& os, ExtCommIp6 const* extCommIp6) {
-    if (extCommIp6 == nullptr) {
-        write(os, "NULL");
-        return os;
-    }
-    return os << *extCommIp6;
+    return Detail::stream(os, extCommIp6);
 }
 
 std::ostream& operator<<(std::ostream& os, ExtCommIp6 const& extCommIp6) {
-    Mox::StreamState const state(os);
-    extCommIp6.formatDerivedType(os);
-    return os;
+    return Detail::stream(os, &extCommIp6);
 }
 
 ExtCommIp6Subtyped::~ExtCommIp6Subtyped() = default;

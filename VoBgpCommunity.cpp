@@ -1,12 +1,11 @@
 #include <VoBgp/VoBgpCommunity.h>
 
+#include "VoBgpCommunityFamilyImpl.h"
 #include "VoBgpStoredRecords.h"
 
 #include <Mox/Assert.h>
 #include <Mox/CharBuffer.h>
 #include <Mox/EntityCast.h>
-#include <Mox/StreamState.h>
-#include <Mox/TextStream.h>
 #include <Mox/Type.h>
 #include <Routing/Bgp/VoBgpGlobals.h>
 #include <VoBgp/Parse/ExtComm.h>
@@ -19,10 +18,6 @@
 namespace Routing::Bgp {
 
 namespace {
-
-void write(std::ostream& os, std::string_view text) {
-    os.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
 
 using AppendSubtype = void(Mox::CharBuffer& out, U8 subtypeOctet);
 
@@ -181,20 +176,6 @@ bool ExtComm::compareByContent(Kel::DedupContentHandle const& content) const {
     return content.as<ExtCommContent>() == extCommContent_;
 }
 
-/// Whether an object of the table has the content, compared without a virtual call.
-class ExtComm::HasContent {
-  public:
-    explicit HasContent(ExtCommContent content) noexcept
-      : content_(content) {}
-
-    bool operator()(Kel::DedupHandle const& candidate) const noexcept {
-        return static_cast<ExtComm const&>(candidate).extCommContent_ == content_;
-    }
-
-  private:
-    ExtCommContent content_;
-};
-
 void ExtComm::formatHandle(std::ostream& os) const {
     os << *this;
 }
@@ -202,31 +183,8 @@ void ExtComm::formatHandle(std::ostream& os) const {
 ExtComm::PtrConst ExtComm::dedupContent(ExtCommDedupTable const* table,
                                         ExtCommContent const& content) {
     MOX_ASSERT_TEXT(table != nullptr, "__null != table");
-    auto const* const taken =
-        table->dedupHashTable()->takeFast(content.placementHash(), HasContent(content));
-    if (taken != nullptr) [[likely]] {
-        return PtrConst::adopt(static_cast<ExtComm const*>(taken));
-    }
-    // Out of line, so that a hit saves no registers.
-    return dedupSlowly(*table, content);
-}
-
-/// Another thread may intern an equal object meanwhile: dedup() returns the first, and the one
-/// parsed here is destroyed.
-ExtComm::PtrConst ExtComm::dedupSlowly(ExtCommDedupTable const& table, ExtCommContent content) {
-    auto const& hashTable = *table.dedupHashTable();
-    Kel::DedupMiss miss(content.placementHash());
-    auto found = hashTable.findSlowly(miss, HasContent(content));
-    if (!found) {
-        // A sub-rule may release the last reference to the table, and with it to the rule.
-        Mox::ScopedHold const held(table);
-        auto parsed =
-            Mox::constPtrCast<ExtComm>(table.parseExtCommRule()->parseExtendedCommunity(content));
-        // An agent's sub-rule may build an object of another content.
-        found = HasContent(content)(*parsed) ? hashTable.dedup(std::move(parsed), miss)
-                                             : hashTable.dedup(std::move(parsed));
-    }
-    return Mox::staticPtrCast<ExtComm const>(std::move(found));
+    return Detail::dedupContent<&BgpParseExtendedCommunityRule::parseExtendedCommunity, ExtComm>(
+        *table, content);
 }
 
 ExtComm const* ExtComm::fromDedupHandle(Kel::DedupHandle const* handle) noexcept {
@@ -312,9 +270,7 @@ void ExtComm::appendSubtype(Mox::CharBuffer& out, BgpExtCommPktSubtype const& su
 }
 
 void ExtComm::formatSubtype(std::ostream& os) const {
-    Mox::LocalCharBuffer<64> out;
-    appendSubtype(out, pktSubtype());
-    write(os, out.text());
+    Detail::writeForm(os, [this](auto& out) { appendSubtype(out, pktSubtype()); });
 }
 
 void ExtComm::appendShowHead(Mox::CharBuffer& out) const {
@@ -336,11 +292,8 @@ void ExtComm::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
     appendShowTail(out, upperCase);
 }
 
-// Written at once: a stream may release the last reference to what is streamed.
 void ExtComm::formatDerivedType(std::ostream& os) const {
-    Mox::LocalCharBuffer<192> out;
-    appendShowForm(out, upperCase(os));
-    write(os, out.text());
+    Detail::writeForm(os, [&](auto& out) { appendShowForm(out, upperCase(os)); });
 }
 
 bool ExtComm::textIsBuiltIn() const noexcept {
@@ -351,9 +304,7 @@ void ExtComm::appendShowText(Mox::CharBuffer& out) const {
     if (textIsBuiltIn()) {
         appendShowForm(out, false);
     } else {
-        Mox::TextStream os;
-        formatDerivedType(os);
-        out.append(os.text());
+        Detail::appendStreamed(out, *this);
     }
 }
 
@@ -366,9 +317,7 @@ void ExtComm::appendPolicyText(Mox::CharBuffer& out, StrepFormat format) const {
 }
 
 String ExtComm::toStrep() const {
-    Mox::LocalCharBuffer<192> out;
-    appendShowText(out);
-    return out.string();
+    return Detail::textOf([this](auto& out) { appendShowText(out); });
 }
 
 void ExtComm::appendTypePrefix(Mox::CharBuffer& out, std::string_view suffix,
@@ -392,23 +341,15 @@ void ExtComm::appendPolicyForm(Mox::CharBuffer& out, StrepFormat format) const {
 }
 
 String ExtComm::toStrepForPolicy(StrepFormat strepFormatFlags) const {
-    Mox::LocalCharBuffer<128> out;
-    appendPolicyForm(out, strepFormatFlags);
-    return out.string();
+    return Detail::textOf([&](auto& out) { appendPolicyForm(out, strepFormatFlags); });
 }
 
 std::ostream& operator<<(std::ostream& os, ExtComm const* extComm) {
-    if (extComm == nullptr) {
-        write(os, "NULL");
-        return os;
-    }
-    return os << *extComm;
+    return Detail::stream(os, extComm);
 }
 
 std::ostream& operator<<(std::ostream& os, ExtComm const& extComm) {
-    Mox::StreamState const state(os);
-    extComm.formatDerivedType(os);
-    return os;
+    return Detail::stream(os, &extComm);
 }
 
 // ---- Layouts ------------------------------------------------------------------------------------

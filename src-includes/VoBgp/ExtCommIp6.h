@@ -214,7 +214,6 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     virtual bool textIsBuiltIn() const noexcept;
 
   private:
-    class HasContent;
     void appendSubtype(Mox::CharBuffer& out, BgpExtCommPktSubtype const& subtype) const;
 
     ExtCommClassification const classification_;

@@ -244,8 +244,6 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     static constexpr U16 classificationMask = 0xff;
 
   private:
-    class HasContent;
-    static PtrConst dedupSlowly(ExtCommDedupTable const& table, ExtCommContent content);
     void appendSubtype(Mox::CharBuffer& out, BgpExtCommPktSubtype const& subtype) const;
 
     ExtCommContent const extCommContent_;
