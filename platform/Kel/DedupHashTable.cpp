@@ -91,11 +91,28 @@ std::size_t DedupHashTable::octets() const {
     return core_->octets();
 }
 
+DedupHashTable::Counters DedupHashTable::counters() const {
+    return {size(), core_->hits(), core_->misses(), octets()};
+}
+
+void DedupHashTable::hitsCountedIs(bool counted) noexcept {
+    core_->hitsCountedIs(counted);
+}
+
+bool DedupHashTable::hitsCounted() const noexcept {
+    return core_->hitsCounted();
+}
+
 void DedupHashTable::dumpState(DumpContext::PtrConst const& context, U32 indent) const {
     auto const handles = core_->handles();
-    context->line(indent, std::string(fwkType().name()) + " #" + std::to_string(handles.size()) +
-                              " capacity " + std::to_string(capacity()) + " octets " +
-                              std::to_string(octets()));
+    std::string line(fwkType().name());
+    line += " #" + std::to_string(handles.size()) + " capacity " + std::to_string(capacity()) +
+            " octets " + std::to_string(octets());
+    if (hitsCounted()) {
+        line +=
+            " hits " + std::to_string(core_->hits()) + " misses " + std::to_string(core_->misses());
+    }
+    context->line(indent, line);
     for (auto const& handle : handles) {
         Mox::TextStream text;
         handle->formatHandle(text);

@@ -114,7 +114,23 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
     /// Octets of memory of the table itself, its objects not included.
     std::size_t octets() const;
 
-    /// One line for the table and one for each object in it, the latter two columns deeper.
+    /// What the table holds, and what was asked of it since it was created.
+    struct Counters {
+        std::size_t values; // size()
+        U64 hits;           // look-ups and dedup() calls that found an object, while counted
+        U64 misses;         // objects inserted
+        std::size_t octets; // octets()
+    };
+    Counters counters() const;
+
+    /// Whether hits are counted; off by default. A hit costs more while they are, and nothing
+    /// while they are not.
+    /// REQUIRES: no other thread uses the table during the change.
+    void hitsCountedIs(bool counted) noexcept;
+    bool hitsCounted() const noexcept;
+
+    /// One line for the table and one for each object in it, the latter two columns deeper. The
+    /// table's ends in ` hits N misses N` while hits are counted.
     void dumpState(DumpContext::PtrConst const& context, U32 indent) const;
 
   protected:

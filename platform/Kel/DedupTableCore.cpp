@@ -140,7 +140,7 @@ class DedupTableCore::Locks {
 DedupTableCore::DedupTableCore(bool threadSafe)
   : threadSafe_(threadSafe)
   , id_(coreIds.add(*this))
-  , settled_(id_)
+  , fast_{!threadSafe, Mox::CountWord::SettledIn(id_)}
   , shardCount_(threadSafe ? threadSafeShards : 1)
   , shards_(std::make_unique<Shard[]>(shardCount_)) {}
 
@@ -175,10 +175,22 @@ void DedupTableCore::releaseOther(DedupHandle const& candidate) noexcept {
     candidate.release();
 }
 
+/// Counts a hit if hits are counted and an object was found; returns the object.
+DedupHandle::PtrConst DedupTableCore::counted(DedupHandle::PtrConst found) noexcept {
+    if (hitsCounted_ && found) [[unlikely]] {
+        hits_.fetch_add(1, std::memory_order_relaxed);
+    }
+    return found;
+}
+
+DedupHandle::PtrConst DedupTableCore::findSlowly(DedupMiss& miss, Matcher matches) {
+    return counted(findUncounted(miss, matches));
+}
+
 /// What the first candidate did not decide: another object with its tag, an entry in the array
 /// that is being emptied, one that is not settled, a miss. The lock is taken only if what was seen
 /// without it is not certain.
-DedupHandle::PtrConst DedupTableCore::findSlowly(DedupMiss& miss, Matcher matches) {
+DedupHandle::PtrConst DedupTableCore::findUncounted(DedupMiss& miss, Matcher matches) {
     Placement const placement(miss.placementHash_);
     auto& shard = shardOf(placement.place());
     auto const changes = shard.slots.changes();
@@ -188,7 +200,7 @@ DedupHandle::PtrConst DedupTableCore::findSlowly(DedupMiss& miss, Matcher matche
     }
     bool unsettled = false;
     auto* const found = shard.slots.find(placement, [&](DedupHandle& candidate) {
-        auto const outcome = probe(candidate, matches);
+        auto const outcome = probe(candidate, matches, Mox::CountWord::SettledIn(id_));
         unsettled |= outcome == Probe::unsettled;
         return outcome == Probe::taken;
     });
@@ -223,7 +235,7 @@ DedupHandle::PtrConst DedupTableCore::dedup(DedupHandle::Ptr object, DedupMiss c
         existing = takeEqual();
     }
     if (existing) {
-        return existing;
+        return counted(std::move(existing));
     }
     bool const announce = locks.announces(*object);
     enter(shard, *object, placement, announce);
@@ -239,6 +251,7 @@ void DedupTableCore::enter(Shard& shard, DedupHandle& handle, Placement placemen
     shard.slots.makeRoomForOne();
     // Nothing fails from here on.
     handle.place_ = placement.place();
+    ++shard.misses;
     handle.countWord().enterTable(id_, announce);
     shard.slots.insert(placement, handle);
 }
@@ -384,6 +397,18 @@ template <class Measure>
 std::size_t DedupTableCore::sumOfShards(Measure const& measure) const {
     std::size_t sum = 0;
     forEachShard([&](Shard const& shard) { sum += measure(shard.slots); });
+    return sum;
+}
+
+void DedupTableCore::hitsCountedIs(bool counted) noexcept {
+    using SettledIn = Mox::CountWord::SettledIn;
+    hitsCounted_ = counted;
+    fast_ = {!threadSafe_ && !counted, counted ? SettledIn::nowhere() : SettledIn(id_)};
+}
+
+U64 DedupTableCore::misses() const {
+    U64 sum = 0;
+    forEachShard([&](Shard const& shard) { sum += shard.misses; });
     return sum;
 }
 

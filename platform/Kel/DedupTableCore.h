@@ -86,14 +86,14 @@ class VOBGP_EXPORT DedupTableCore {
         if (candidate == nullptr) [[unlikely]] {
             return nullptr;
         }
-        if (!threadSafe_) {
+        if (fast_.plain) {
             if (!matches(*candidate)) [[unlikely]] {
                 return nullptr;
             }
             candidate->retain();
             return candidate;
         }
-        return probe(*candidate, matches) == Probe::taken ? candidate : nullptr;
+        return probe(*candidate, matches, fast_.settled) == Probe::taken ? candidate : nullptr;
     }
 
     /// A reference to the object that matches, or null: find() for what takeFast() did not find.
@@ -118,15 +118,29 @@ class VOBGP_EXPORT DedupTableCore {
     /// Drops the table's hold on the core, or that of an object that the table left behind.
     void release() noexcept;
 
+    /// Whether hits are counted. REQUIRES: no other thread uses the table during a change.
+    void hitsCountedIs(bool counted) noexcept;
+    bool hitsCounted() const noexcept { return hitsCounted_; }
+
     std::size_t size() const;
     std::size_t capacity() const;
     std::size_t octets() const;
+    U64 hits() const noexcept { return hits_.load(std::memory_order_relaxed); }
+    U64 misses() const;
     std::vector<DedupHandle::PtrConst> handles();
 
   private:
     struct Shard {
         DedupSlots slots;
         mutable std::mutex mutex;
+        U64 misses = 0; // objects inserted
+    };
+
+    /// What takeFast() goes by. While hits are counted no object passes it, so that findSlowly()
+    /// finds them all and counts them: counting costs nothing when it is off.
+    struct FastPath {
+        bool plain; // compares the content at once
+        Mox::CountWord::SettledIn settled;
     };
     class Locks;
 
@@ -164,8 +178,9 @@ class VOBGP_EXPORT DedupTableCore {
     /// left alone. What has been retained is interned here and stays so; if its content is another
     /// one, the memory has been reused since the slot was read.
     template <class Match>
-    Probe probe(DedupHandle& candidate, Match const& matches) const {
-        if (!candidate.countWord().retainIfSettledIn(settled_)) [[unlikely]] {
+    static Probe probe(DedupHandle& candidate, Match const& matches,
+                       Mox::CountWord::SettledIn settled) {
+        if (!candidate.countWord().retainIfSettledIn(settled)) [[unlikely]] {
             return Probe::unsettled;
         }
         if (!matches(candidate)) [[unlikely]] {
@@ -179,6 +194,8 @@ class VOBGP_EXPORT DedupTableCore {
     static void releaseOther(DedupHandle const& candidate) noexcept;
 
     DedupHandle::PtrConst findSlowly(DedupMiss& miss, Matcher matches);
+    DedupHandle::PtrConst findUncounted(DedupMiss& miss, Matcher matches);
+    DedupHandle::PtrConst counted(DedupHandle::PtrConst found) noexcept;
 
     template <class Match>
     DedupHandle::PtrConst take(Locks& locks, Shard& shard, Placement placement,
@@ -196,7 +213,7 @@ class VOBGP_EXPORT DedupTableCore {
 
     bool const threadSafe_;
     U32 const id_;
-    Mox::CountWord::SettledIn const settled_;
+    FastPath fast_;
     std::size_t const shardCount_;
     std::unique_ptr<Shard[]> const shards_;
     /// The notifiee, and whether it is to be told, are read and changed under the notification
@@ -205,6 +222,8 @@ class VOBGP_EXPORT DedupTableCore {
     bool notifieeActive_ = false;
     std::atomic<DedupHandleFilter> filter_{nullptr};
     std::atomic<U64> holders_{1};
+    std::atomic<U64> hits_{0};
+    bool hitsCounted_ = false;
 };
 
 } // namespace Kel

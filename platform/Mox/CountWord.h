@@ -104,6 +104,12 @@ class CountWord {
     struct SettledIn {
         explicit constexpr SettledIn(U32 tableId) noexcept
           : bits(U64{tableId} << tableShift | U64{1} << stateShift) {}
+        /// No object's fields.
+        static constexpr SettledIn nowhere() noexcept {
+            SettledIn none(0);
+            none.bits = ~U64{0};
+            return none;
+        }
         U64 bits;
     };
 

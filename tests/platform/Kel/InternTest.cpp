@@ -109,6 +109,27 @@ TEST_P(Intern, DumpsListEveryObjectAndItsReferences) {
                                    std::to_string(table->octets()) + "\n    Word references 1\n");
 }
 
+TEST_P(Intern, CountsInsertionsAndWhileSwitchedOnHits) {
+    auto const held = intern(*table, 1);
+    auto const hits = [&] {
+        intern(*table, 1);
+        EXPECT_EQ(lookup(*table, 1), held.get());
+        EXPECT_EQ(lookup(*table, 2), nullptr);
+        return table->counters().hits;
+    };
+    EXPECT_EQ(hits(), 0U);
+    table->hitsCountedIs(true);
+    EXPECT_EQ(hits(), 2U);
+    auto const context = Mox::makeCounted<Kel::StringDumpContext>();
+    context->dumpChild(*table, 0);
+    EXPECT_NE(context->text().find(" hits 2 misses 1\n"), std::string::npos) << context->text();
+    table->hitsCountedIs(false);
+    EXPECT_EQ(hits(), 2U);
+    intern(*table, 2);
+    EXPECT_EQ(table->counters().misses, 2U);
+    EXPECT_EQ(table->counters().values, 1U);
+}
+
 // ---- Observers ----------------------------------------------------------------------------------
 
 TEST_P(Intern, ObserversAreStoppedExactlyOnce) {
