@@ -106,9 +106,9 @@ void BgpParseExtCommPluginBaseSm::handleStartup() const {
     });
 }
 
-void Detail::ExtCommPluginOperations::traceHook(char const* hook) const {
+void Detail::ExtCommPluginOperations::traceHook(ExtCommSource source, char const* hook) const {
     if (Mox::traceLevel() >= 8) {
-        Mox::TraceLine(8, __FILE__, __LINE__, hook).stream()
+        Mox::TraceLine(8, source.file, source.line, hook).stream()
             << static_cast<BgpParseExtCommPluginBaseSm const&>(*this);
     }
 }

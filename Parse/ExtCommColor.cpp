@@ -24,6 +24,10 @@ namespace {
 ExtCommTypedRegistrations<ExtCommColorPlugin, ExtCommColor> const registrations;
 } // namespace
 
+ExtCommSource ExtCommColorPlugin::source() noexcept {
+    return {__FILE__, __LINE__};
+}
+
 // ---- The community ------------------------------------------------------------------------------
 
 void ExtCommColor::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {

@@ -20,6 +20,10 @@ namespace {
 ExtCommTypedRegistrations<ExtCommDefaultGatewayPlugin, ExtCommDefaultGateway> const registrations;
 } // namespace
 
+ExtCommSource ExtCommDefaultGatewayPlugin::source() noexcept {
+    return {__FILE__, __LINE__};
+}
+
 // ---- The community ------------------------------------------------------------------------------
 
 void ExtCommDefaultGateway::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {

@@ -24,6 +24,10 @@ namespace {
 ExtCommTypedRegistrations<ExtCommLinkBandwidthPlugin, ExtCommLinkBandwidth> const registrations;
 } // namespace
 
+ExtCommSource ExtCommLinkBandwidthPlugin::source() noexcept {
+    return {__FILE__, __LINE__};
+}
+
 // ---- The community ------------------------------------------------------------------------------
 
 namespace {

@@ -22,6 +22,10 @@ ExtCommTypedRegistrations<ExtCommOriginValidationStatePlugin, ExtCommOriginValid
     registrations;
 } // namespace
 
+ExtCommSource ExtCommOriginValidationStatePlugin::source() noexcept {
+    return {__FILE__, __LINE__};
+}
+
 // ---- The community ------------------------------------------------------------------------------
 
 namespace {

@@ -18,6 +18,10 @@ ExtCommTypedRegistrations<ExtCommRouteOriginFamily, ExtCommRouteOriginAs,
                           ExtCommRouteOriginIpv4Address> const registrations;
 } // namespace
 
+ExtCommSource ExtCommRouteOriginFamily::source() noexcept {
+    return {__FILE__, __LINE__};
+}
+
 void ExtCommRouteOriginFamily::unexpectedType() {
     Mox::assertionFailed(__FILE__, __LINE__, "formatDerivedType", "0 && \"unexpected type\"");
 }

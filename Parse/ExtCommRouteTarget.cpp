@@ -18,6 +18,10 @@ ExtCommTypedRegistrations<ExtCommRouteTargetFamily, ExtCommRouteTargetAs,
                           ExtCommRouteTargetIpv4Address> const registrations;
 } // namespace
 
+ExtCommSource ExtCommRouteTargetFamily::source() noexcept {
+    return {__FILE__, __LINE__};
+}
+
 void ExtCommRouteTargetFamily::unexpectedType() {
     Mox::assertionFailed(__FILE__, __LINE__, "formatDerivedType", "0 && \"unexpected type\"");
 }

@@ -22,6 +22,10 @@ namespace {
 ExtCommTypedRegistrations<ExtCommTunnelEncapPlugin, ExtCommTunnelEncap> const registrations;
 } // namespace
 
+ExtCommSource ExtCommTunnelEncapPlugin::source() noexcept {
+    return {__FILE__, __LINE__};
+}
+
 // ---- The community ------------------------------------------------------------------------------
 
 void ExtCommTunnelEncap::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {

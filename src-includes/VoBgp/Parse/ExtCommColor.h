@@ -47,6 +47,7 @@ struct VOBGP_EXPORT ExtCommColorSubRule {
 struct VOBGP_EXPORT ExtCommColorPlugin {
     using SubRules = ExtCommSubRules<ExtCommColorSubRule>;
     static constexpr std::string_view pluginName = "Routing::Bgp::BgpParseExtCommColorSm";
+    static ExtCommSource source() noexcept;
 };
 
 using BgpParseExtComSubTypeTransOpaqueColorRule = ExtCommTypedSubRule<ExtCommColorSubRule>;

@@ -38,6 +38,7 @@ struct VOBGP_EXPORT ExtCommDefaultGatewaySubRule {
 struct VOBGP_EXPORT ExtCommDefaultGatewayPlugin {
     using SubRules = ExtCommSubRules<ExtCommDefaultGatewaySubRule>;
     static constexpr std::string_view pluginName = "Routing::Bgp::BgpParseExtCommDefaultGatewaySm";
+    static ExtCommSource source() noexcept;
 };
 
 using BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule =

@@ -49,6 +49,7 @@ struct VOBGP_EXPORT ExtCommLinkBandwidthSubRule {
 struct VOBGP_EXPORT ExtCommLinkBandwidthPlugin {
     using SubRules = ExtCommSubRules<ExtCommLinkBandwidthSubRule>;
     static constexpr std::string_view pluginName = "Routing::Bgp::BgpParseExtCommLinkBandwidthSm";
+    static ExtCommSource source() noexcept;
 };
 
 using BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule =

@@ -54,6 +54,7 @@ struct VOBGP_EXPORT ExtCommOriginValidationStatePlugin {
     using SubRules = ExtCommSubRules<ExtCommOriginValidationStateSubRule>;
     static constexpr std::string_view pluginName =
         "Routing::Bgp::BgpParseExtCommOriginValidationStateSm";
+    static ExtCommSource source() noexcept;
 };
 
 using BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule =

@@ -12,6 +12,12 @@ namespace Routing::Bgp {
 
 class BgpParseExtCommPluginBaseSm;
 
+/// A position in the sources.
+struct ExtCommSource {
+    char const* file;
+    int line;
+};
+
 namespace Detail {
 
 /// What the operations of every kind on a plug-in are made of.
@@ -45,7 +51,7 @@ class VOBGP_EXPORT ExtCommPluginOperations : public Mox::PtrInterface {
     }
 
     /// Traces that a hook of the plug-in was called.
-    void traceHook(char const* hook) const;
+    void traceHook(ExtCommSource source, char const* hook) const;
 
   private:
     [[noreturn]] static void subRuleIsNull(char const* operation, char const* text);

@@ -24,6 +24,7 @@ struct VOBGP_EXPORT ExtCommRouteOriginFamily {
     static constexpr std::string_view asName = "Routing::Bgp::ExtCommRouteOriginAs";
     static constexpr std::string_view ipv4Name = "Routing::Bgp::ExtCommRouteOriginIpv4Address";
     static constexpr std::string_view pluginName = "Routing::Bgp::BgpParseExtCommRouteOriginSm";
+    static ExtCommSource source() noexcept;
 
     // The rows of the sub-rules.
     struct VOBGP_EXPORT TwoOctetAs {

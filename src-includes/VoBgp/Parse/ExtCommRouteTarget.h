@@ -23,6 +23,7 @@ struct VOBGP_EXPORT ExtCommRouteTargetFamily {
     static constexpr std::string_view asName = "Routing::Bgp::ExtCommRouteTargetAs";
     static constexpr std::string_view ipv4Name = "Routing::Bgp::ExtCommRouteTargetIpv4Address";
     static constexpr std::string_view pluginName = "Routing::Bgp::BgpParseExtCommRouteTargetSm";
+    static ExtCommSource source() noexcept;
 
     // The rows of the sub-rules.
     struct VOBGP_EXPORT TwoOctetAs {

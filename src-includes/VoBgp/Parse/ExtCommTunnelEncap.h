@@ -48,6 +48,7 @@ struct VOBGP_EXPORT ExtCommTunnelEncapSubRule {
 struct VOBGP_EXPORT ExtCommTunnelEncapPlugin {
     using SubRules = ExtCommSubRules<ExtCommTunnelEncapSubRule>;
     static constexpr std::string_view pluginName = "Routing::Bgp::BgpParseExtCommTunnelEncapSm";
+    static ExtCommSource source() noexcept;
 };
 
 using BgpParseExtComSubTypeTransOpaqueTunnelEncapRule =

@@ -6,6 +6,7 @@
 #include <VoBgp/Parse/ExtCommRules.h>
 #include <VoBgp/VoBgpCommunity.h>
 
+#include <type_traits>
 #include <typeinfo>
 
 // What all typed communities share. A typed community is a class that derives from ExtCommTyped, a
@@ -21,6 +22,7 @@
 //     struct PluginRow {
 //         using SubRules = ExtCommSubRules<SubRuleRow, ...>;
 //         static constexpr std::string_view pluginName; // the qualified name of the plug-in
+//         static ExtCommSource source() noexcept;       // optional: its source, for traces
 //     };
 
 namespace Routing::Bgp {
@@ -28,15 +30,37 @@ namespace Routing::Bgp {
 /// Base of a typed community: a community of a layout whose texts may be its own.
 ///
 /// `Community` is the class that derives from this one and overrides appendShowForm() and
-/// appendPolicyForm(). It must not override formatDerivedType() or toStrepForPolicy(), which the
-/// texts of lists do not call.
+/// appendPolicyForm(). If it overrides formatDerivedType(), toStrepForPolicy() or formatAsNumber()
+/// instead, the texts of lists are these too, but cost a stream or a string each.
 template <class Community, class Layout>
 class VOBGP_EXPORT ExtCommTyped : public Layout {
   public:
     using Layout::Layout;
 
   protected:
-    bool textIsBuiltIn() const noexcept override { return typeid(*this) == typeid(Community); }
+    bool textIsBuiltIn() const noexcept override {
+        return inheritsTexts<Community>() && typeid(*this) == typeid(Community);
+    }
+
+  private:
+    /// Whether `Derived` overrides no operation that returns or writes a text. An override that is
+    /// not accessible here counts as well.
+    template <class Derived>
+    static constexpr bool inheritsTexts() noexcept {
+        constexpr bool inherits = requires {
+            requires std::is_same_v<decltype(&Derived::formatDerivedType),
+                                    decltype(&Layout::formatDerivedType)>;
+            requires std::is_same_v<decltype(&Derived::toStrepForPolicy),
+                                    decltype(&Layout::toStrepForPolicy)>;
+        };
+        if constexpr (requires { &Layout::formatAsNumber; }) {
+            return inherits && requires {
+                requires std::is_same_v<decltype(&Derived::formatAsNumber),
+                                        decltype(&Layout::formatAsNumber)>;
+            };
+        }
+        return inherits;
+    }
 };
 
 /// A sub-rule that builds a typed community for every value of its subtype.
@@ -67,7 +91,9 @@ Mox::Type const& ExtCommTypedSubRule<Row>::staticType() noexcept {
 
 namespace Detail {
 
-/// A plug-in that files the sub-rule of a row when the hook of the row's kind is called.
+/// A plug-in that files the sub-rule of a row when the hook of the row's kind is called. `Plugin`
+/// is the row of the plug-in.
+template <class Plugin>
 class VOBGP_EXPORT ExtCommTypedPluginBase : public BgpParseExtCommPluginBaseSm {
   protected:
     using BgpParseExtCommPluginBaseSm::BgpParseExtCommPluginBaseSm;
@@ -75,7 +101,11 @@ class VOBGP_EXPORT ExtCommTypedPluginBase : public BgpParseExtCommPluginBaseSm {
     template <class Row>
     void instantiateFor(ExtCommRuleKey<typename Row::Kind> const& key,
                         BgpParseExtCommControl const& control) const {
-        traceHook(Row::Kind::instantiateName);
+        if constexpr (requires { Plugin::source(); }) {
+            traceHook(Plugin::source(), Row::Kind::instantiateName);
+        } else {
+            traceHook({__FILE__, __LINE__}, Row::Kind::instantiateName);
+        }
         fileSubRule<typename Row::Kind>(key, Mox::makeActive<ExtCommTypedSubRule<Row>>(control));
     }
 };
@@ -103,7 +133,7 @@ struct ExtCommSubRules : ExtCommRowList<Rows...> {
 template <class Row>
 class VOBGP_EXPORT ExtCommTypedPlugin final
   : public ExtCommChain<typename Row::SubRules, Detail::SubRuleHookOf,
-                        Detail::ExtCommTypedPluginBase> {
+                        Detail::ExtCommTypedPluginBase<Row>> {
   public:
     MOX_COUNTED(ExtCommTypedPlugin)
 

@@ -214,7 +214,7 @@ TEST(ExtCommContainer, StartUpFillsTheTreeInOrder) {
     for (std::size_t i = 0; i < std::size(expected); ++i) {
         auto const& line = traced.lines[i];
         auto const& [kind, plugin] = expected[i];
-        EXPECT_TRUE(line.starts_with("8 Parse/ExtComm")) << line;
+        EXPECT_TRUE(line.starts_with("8 Parse/ExtComm" + plugin + ".cpp:")) << line;
         EXPECT_NE(line.find(": instantiateExtCommSubType" + kind +
                             "SubRule: Routing::Bgp::BgpParseExtComm" + plugin + "Sm 0x"),
                   line.npos)
