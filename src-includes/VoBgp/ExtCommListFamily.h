@@ -10,8 +10,8 @@
 #include <Mox/Ptr.h>
 #include <MoxStash/DedupHandle.h>
 #include <Routing/RouteMap/CommSnapshot.h>
+#include <VoBgp/CommListVector.h>
 #include <VoBgp/ExtCommClassificationListVector.h>
-#include <VoBgp/VoBgpCommunityListImpl.h>
 #include <VoBgp/VoBgpCommunityPacketTypes.h>
 
 #include <array>
@@ -29,6 +29,7 @@
 
 namespace Routing::Bgp {
 
+class CommListText;
 struct StoredListHead;
 template <class Family>
 class VOBGP_EXPORT ExtCommListBase;

@@ -3,126 +3,23 @@
 #include <Kel/DedupHandle.h>
 #include <Mox/Assert.h>
 #include <Mox/CharBuffer.h>
-#include <Mox/CompactVector.h>
-#include <Mox/Ptr.h>
 #include <Mox/StreamState.h>
 #include <Mox/TextStream.h>
 #include <Routing/RouteMap/PosixRegex.h>
-#include <VoBgp/ExtCommClassificationListVector.h>
+#include <VoBgp/CommListVector.h>
 #include <VoBgp/VoBgpMiscTypes.h>
 #include <VoBgp/VoBgpSerialize.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <functional>
 #include <ostream>
 #include <span>
 #include <string_view>
-#include <type_traits>
-#include <utility>
 
-/// Shared by all kinds of lists of communities: sorted vectors, text, the path attribute.
+/// Shared by all kinds of lists of communities: text and the path attribute. The library's sources
+/// include it; an agent needs it only to format or send lists of its own.
 
 namespace Routing::Bgp {
-
-// ---- Sorted vectors -----------------------------------------------------------------------------
-
-/// Whether the members are sorted by key and distinct.
-template <class Members, class KeyOf = std::identity>
-bool commVectorAscends(Members const& members, KeyOf keyOf = {}) {
-    return std::adjacent_find(members.begin(), members.end(), [&](auto const& a, auto const& b) {
-               return !(keyOf(a) < keyOf(b));
-           }) == members.end();
-}
-
-/// Sorts the members by key and removes duplicates, keeping the first of each key. Allocates
-/// nothing for a short vector. Guaranteed not to throw.
-template <class Member, class KeyOf = std::identity>
-void commVectorUnify(Mox::CompactVector<Member>& members, KeyOf keyOf = {}) {
-    if (commVectorAscends(members, keyOf)) {
-        // The usual case: most peers send their communities sorted.
-        return;
-    }
-    auto const before = [&](Member const& a, Member const& b) { return keyOf(a) < keyOf(b); };
-    if constexpr (std::is_trivially_copyable_v<Member>) {
-        std::sort(members.begin(), members.end(), before);
-    } else if (members.size() <= 32) {
-        // An insertion sort: stable, and without a buffer.
-        for (auto* next = members.begin(); next != members.end(); ++next) {
-            std::rotate(std::upper_bound(members.begin(), next, *next, before), next, next + 1);
-        }
-    } else {
-        // Stable, to keep the object that was appended first.
-        std::stable_sort(members.begin(), members.end(), before);
-    }
-    auto* const end =
-        std::unique(members.begin(), members.end(),
-                    [&](Member const& a, Member const& b) { return keyOf(a) == keyOf(b); });
-    members.eraseFrom(end);
-}
-
-/// Returns the first member of a sorted vector whose key is not less than `key`, or the end.
-template <class Member, class Key, class KeyOf = std::identity>
-Member const* commVectorLowerBound(Mox::CompactVector<Member> const& members, Key const& key,
-                                   KeyOf keyOf = {}) {
-    return std::lower_bound(
-        members.begin(), members.end(), key,
-        [&](Member const& member, Key const& wanted) { return keyOf(member) < wanted; });
-}
-
-// ---- Vectors of interned communities ------------------------------------------------------------
-
-// Of eight octets or of twenty. `extCommKey(comm)`, defined beside each kind of list, is what its
-// communities are ordered and found by.
-
-/// Appends a community. REQUIRES: it is interned (asserted). `ExtCommVectorSort()` sorts.
-template <class Comm>
-[[gnu::always_inline]] inline void
-ExtCommVectorAdd(Mox::PtrConst<Comm> comm, Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
-    MOX_ASSERT_TEXT(comm != nullptr, "__null != comm");
-    MOX_ASSERT_TEXT(comm->dedupState() != Kel::dedupHandleStateNeverDeduped(),
-                    "__null == ( comm ) || ( comm )->dedupState() != "
-                    "Kel::dedupHandleStateNeverDeduped()");
-    vector.pushBack(std::move(comm));
-}
-
-/// Sorts the communities by their octets, removes duplicates, keeping the first, and frees unused
-/// memory. On `std::bad_alloc` no distinct community is lost, and it may be called again.
-template <class Comm>
-void ExtCommVectorSort(Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
-    commVectorUnify(vector, [](Mox::PtrConst<Comm> const& comm) { return extCommKey(*comm); });
-    vector.shrinkToFit();
-}
-
-/// Returns the community with those octets, or null. REQUIRES: the vector is sorted (asserted).
-template <class Comm, class Key>
-Mox::PtrConst<Comm> ExtCommVectorLookup(bool commVectorSorted,
-                                        Mox::CompactVector<Mox::PtrConst<Comm>> const& vector,
-                                        Key const& community) {
-    MOX_ASSERT(commVectorSorted);
-    auto const* const found = commVectorLowerBound(
-        vector, community, [](Mox::PtrConst<Comm> const& comm) { return extCommKey(*comm); });
-    if (found == vector.end()) {
-        return nullptr;
-    }
-    auto const key = extCommKey(**found);
-    if (key == community) {
-        return *found;
-    }
-    MOX_ASSERT_TEXT(key > community, "extComm->community() > community");
-    return nullptr;
-}
-
-/// Puts a classification list into the slot of its class, replacing the current one. REQUIRES: it
-/// is not null (asserted).
-template <class ClassificationList>
-void ExtCommListClassificationListIs(
-    ClassificationListVector<ClassificationList>& vector,
-    typename ClassificationListVector<ClassificationList>::ListPtr const& list) {
-    MOX_ASSERT_TEXT(list != nullptr, "__null != list");
-    vector.slotIs(list->classification(), list);
-}
 
 // ---- Text ---------------------------------------------------------------------------------------
 

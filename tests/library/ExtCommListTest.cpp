@@ -16,6 +16,9 @@
 
 #include <array>
 #include <iomanip>
+#include <map>
+#include <memory>
+#include <random>
 #include <span>
 #include <sstream>
 #include <utility>
@@ -312,6 +315,31 @@ TEST_P(ExtCommLists, TextsAndOctetsTakeOneAllocationAndThrowIfItFails) {
     EXPECT_EQ(wholeOrRefused([&] { return list->matchCommunitiesRegex(&regex); }), 0);
 }
 
+TEST(CommListVector, SortingKeepsTheFirstOfEqualMembersAndAllocatesNothing) {
+    struct Member {
+        U32 key, place;
+    };
+    std::mt19937 random(7);
+    for (U32 size = 2; size < 400; size += 7) {
+        Mox::CompactVector<std::unique_ptr<Member>> members;
+        std::map<U32, U32> first;
+        for (U32 place = 0; place < size; ++place) {
+            auto const key = static_cast<U32>(random() % size);
+            members.pushBack(std::make_unique<Member>(key, place));
+            first.try_emplace(key, place);
+        }
+        auto const before = allocationsSoFar();
+        commVectorUnify(members, [](auto const& member) { return member->key; });
+        EXPECT_EQ(allocationsSoFar(), before);
+        std::map<U32, U32> kept;
+        for (auto const& member : members) {
+            EXPECT_TRUE(kept.empty() || kept.rbegin()->first < member->key);
+            kept.emplace(member->key, member->place);
+        }
+        EXPECT_EQ(kept, first);
+    }
+}
+
 // An agent's own types, each of which overrides one published operation.
 
 class OwnShow final : public ExtCommColor {
@@ -321,6 +349,15 @@ class OwnShow final : public ExtCommColor {
         ExtCommColor::formatDerivedType(os);
         os << std::setw(4) << (os.flags() & std::ios_base::uppercase ? 'X' : 'x');
     }
+};
+
+class OwnTyped final : public ExtCommTyped<OwnTyped, ExtCommSubtyped> {
+  public:
+    using ExtCommTyped::ExtCommTyped;
+
+  private:
+    void formatDerivedType(std::ostream& os) const override { os << "<Typed>"; }
+    String toStrepForPolicy(StrepFormat /*format*/) const override { return "typed"; }
 };
 
 class OwnPolicy final : public ExtCommSubtyped {
@@ -353,12 +390,14 @@ TEST_P(ExtCommLists, ListTextsIncludeTextsOfAnAgentsOwnTypes) {
                                                               ExtCommContent(opaque))));
     list->commIs(internOwn(*comms, Mox::makeActive<OwnAsNumber>(ExtCommContent(rt1), false)));
     list->commIs(comm(soo));
+    list->commIs(internOwn(*comms, Mox::makeActive<OwnTyped>(extCommClassificationUnSpecified,
+                                                             ExtCommContent(~U64{0}))));
     list->sortComms();
     char const* const text = "[ <RouteTarget2ByteASN AS65000:1 0x0002fde800000001> "
                              "<RouteOrigin2ByteASN 65000:1 0x0003fde800000001> "
                              "<Color: 100(00) 0x030b000000000064>   x "
                              "<extCommPktTypeNonTransOpaque extCommPktSubtypeNonTransCostCommunity "
-                             "0x4301000000000001> ]";
+                             "0x4301000000000001> <Typed> ]";
     EXPECT_EQ(list->toStrep(), text);
     std::ostringstream os;
     os << std::uppercase << list.get();
@@ -371,7 +410,7 @@ TEST_P(ExtCommLists, ListTextsIncludeTextsOfAnAgentsOwnTypes) {
     }
     EXPECT_EQ(os.str(), upper);
     Routing::RouteMap::PosixRegex const regex(
-        "^RT:AS65000:1 SoO:65000:1 Color:CO\\(00\\):100 own:4$");
+        "^RT:AS65000:1 SoO:65000:1 Color:CO\\(00\\):100 own:4 typed$");
     EXPECT_TRUE(list->matchCommunitiesRegex(&regex));
     wholeOrRefused([&] { return list->toStrep(); });
     wholeOrRefused([&] { return list->matchCommunitiesRegex(&regex); });

@@ -1,8 +1,9 @@
 #include <Routing/RouteMap/PosixRegex.h>
 
-#include <memory>
 #include <new>
+#include <regex.h>
 #include <string>
+#include <string_view>
 
 namespace Routing::RouteMap {
 
@@ -24,23 +25,34 @@ std::atomic<Mox::U64> lastNumber{0};
 
 PosixRegexException::~PosixRegexException() = default;
 
-PosixRegex::PosixRegex(Mox::String const& pattern) {
-    // regcomp() would stop at the NUL and compile only part of the pattern.
-    if (std::string_view(pattern).find('\0') != std::string_view::npos) {
-        fail(REG_BADPAT, nullptr);
+/// Not in the header, which every agent includes: the C library's names are its own.
+struct PosixRegex::Compiled {
+    explicit Compiled(Mox::String const& pattern) {
+        // regcomp() would stop at the NUL and compile only part of the pattern.
+        if (std::string_view(pattern).find('\0') != std::string_view::npos) {
+            fail(REG_BADPAT, nullptr);
+        }
+        int const error = regcomp(&regex, pattern.c_str(), REG_EXTENDED | REG_NOSUB);
+        if (error != 0) {
+            fail(error, &regex);
+        }
     }
-    if (int const error = regcomp(&regex_, pattern.c_str(), REG_EXTENDED | REG_NOSUB); error != 0) {
-        fail(error, &regex_);
-    }
-}
+    ~Compiled() { regfree(&regex); }
+    Compiled(Compiled const&) = delete;
+    Compiled& operator=(Compiled const&) = delete;
+
+    regex_t regex;
+};
+
+PosixRegex::PosixRegex(Mox::String const& pattern)
+  : compiled_(std::make_unique<Compiled>(pattern)) {}
 
 PosixRegex::~PosixRegex() {
-    regfree(&regex_);
     delete[] verdicts_.load(std::memory_order_relaxed);
 }
 
 int PosixRegex::execute(char const* text) const noexcept {
-    return regexec(&regex_, text, 0, nullptr, 0);
+    return regexec(&compiled_->regex, text, 0, nullptr, 0);
 }
 
 bool PosixRegex::matches(char const* text) const {

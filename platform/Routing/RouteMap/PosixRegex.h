@@ -6,8 +6,8 @@
 #include <Mox/Types.h>
 
 #include <atomic>
+#include <memory>
 #include <optional>
-#include <regex.h>
 
 namespace Routing::RouteMap {
 
@@ -80,7 +80,8 @@ class VOBGP_EXPORT PosixRegex {
     /// The number of cache entries. A subject's number selects its entry.
     static constexpr Mox::U32 places = 4096;
 
-    regex_t regex_;
+    struct Compiled;
+    std::unique_ptr<Compiled const> const compiled_;
     /// Allocated with the first verdict.
     mutable std::atomic<Verdict*> verdicts_{nullptr};
 };
