@@ -9,10 +9,10 @@
 #include "TargetLog.h"
 #include "lists/Agent.h"
 #include "lists/RouteTable.h"
-#include "text/AttributeVerdict.h"
 #include "text/Output.h"
 #include "text/StandardError.h"
 #include "text/TextTable.h"
+#include "text/TimeText.h"
 
 namespace BgpCommunities {
 
@@ -95,7 +95,7 @@ class Replay final : public DumpHandler {
       : DumpHandler(arguments.has(verboseOption))
       , output_(output) {
         if (arguments.has(targetsOption)) {
-            targetLog_.emplace(agent_);
+            targetLog_.emplace(agent_, [this](std::string& out) { appendCause(out); });
         }
     }
 
@@ -105,7 +105,7 @@ class Replay final : public DumpHandler {
             return;
         }
         ++counts_.updates;
-        causeIs(update.at);
+        cause_ = update.at;
         for (Route const& route : update.withdrawn) {
             ++counts_.withdrawn;
             counts_.missing += table_.withdraw(update.peer, route) ? 0 : 1;
@@ -120,7 +120,7 @@ class Replay final : public DumpHandler {
             return;
         }
         ++counts_.ribEntries;
-        causeIs(entry.at);
+        cause_ = entry.at;
         apply(entry, {&entry.route, 1});
         writeTargets();
     }
@@ -131,7 +131,7 @@ class Replay final : public DumpHandler {
             return;
         }
         counts_.sessions += ended ? 1 : 0;
-        causeIs(change.at);
+        cause_ = change.at;
         if (hasAddress(change.peer)) {
             // A session that begins: what is there is of one whose end was not recorded.
             table_.drop(change.peer);
@@ -142,9 +142,7 @@ class Replay final : public DumpHandler {
     }
 
     void dropAll() {
-        if (targetLog_) {
-            targetLog_->causeIsEnd();
-        }
+        cause_.reset();
         table_.dropAll();
         writeTargets();
     }
@@ -166,7 +164,9 @@ class Replay final : public DumpHandler {
             treatAsWithdrawn(source.peer, routes);
             return;
         }
-        RouteLists const lists = intern(source.at, source.communities);
+        RouteLists const lists =
+            internLists(agent_, source.communities,
+                        [&](std::string const& reason) { refuse(source.at, reason); });
         for (Route const& route : routes) {
             ++counts_.announced;
             counts_.replaced += table_.announce(source.peer, route, lists) ? 1 : 0;
@@ -197,30 +197,12 @@ class Replay final : public DumpHandler {
         }
     }
 
-    RouteLists intern(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
-        RouteLists lists;
-        for (CommunityAttribute const& attribute : communities) {
-            if (attribute.repetition == 0) {
-                intern(at, attribute, lists);
-            }
-        }
-        return lists;
-    }
-
-    void intern(RecordPosition const& at, CommunityAttribute const& attribute, RouteLists& lists) {
-        withKind(attribute.kind, [&]<class Kind>(Kind) {
-            auto decoded = agent_.list<Kind>(attribute.value);
-            if (decoded) {
-                std::get<typename Kind::List::PtrConst>(lists) = std::move(decoded.list);
-            } else {
-                refuse(at, verdictText(decoded.verdict, Kind::kind, attribute.value.size()));
-            }
-        });
-    }
-
-    void causeIs(RecordPosition const& at) {
-        if (targetLog_) {
-            targetLog_->causeIs(at);
+    void appendCause(std::string& out) const {
+        if (cause_) {
+            out.append("record ").append(std::to_string(cause_->number)).append("\t");
+            appendTime(out, Microseconds{cause_->seconds} * 1000000);
+        } else {
+            out += "end";
         }
     }
 
@@ -232,7 +214,8 @@ class Replay final : public DumpHandler {
 
     Output& output_;
     Agent agent_;
-    std::optional<TargetLog> targetLog_; // hears of what the table lets go of
+    std::optional<RecordPosition> cause_; // the record at hand; none at the end
+    std::optional<TargetLog> targetLog_;  // hears of what the table lets go of
     RouteTable table_;
     ReplayCounts counts_;
 };
@@ -268,19 +251,6 @@ void writeCounts(std::string& out, Replay const& replay) {
     table.appendTo(out);
 }
 
-/** Names what the tables still hold; true if that is nothing. */
-bool nothingIsLeft(Replay const& replay) {
-    bool nothing = true;
-    for (Agent::Held const& held : replay.agent().held()) {
-        if (held.count != 0) {
-            nothing = false;
-            complain("all routes are dropped, and there is left of " + std::string(held.what) +
-                     ": " + std::to_string(held.count));
-        }
-    }
-    return nothing;
-}
-
 ExitStatus replay(Arguments const& arguments, Output& output) {
     DumpInput const input(arguments);
     Replay replay(arguments, output);
@@ -289,7 +259,7 @@ ExitStatus replay(Arguments const& arguments, Output& output) {
     writeCounts(counts, replay);
     replay.dropAll();
     output.text() += counts;
-    if (!nothingIsLeft(replay)) {
+    if (!nothingIsLeft(replay.agent())) {
         return worse(status, ExitStatus::unreadable);
     }
     output.text() += "all routes dropped: nothing is left";

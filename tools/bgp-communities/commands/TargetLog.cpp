@@ -1,23 +1,10 @@
 #include "TargetLog.h"
 
-#include <ctime>
+#include <utility>
 
 namespace BgpCommunities {
 
 using namespace Routing::Bgp;
-
-namespace {
-
-/** As RFC 3339 has it. */
-void appendTime(std::string& out, std::uint32_t seconds) {
-    std::time_t const time = seconds;
-    std::tm utc{};
-    ::gmtime_r(&time, &utc);
-    char text[sizeof "2106-02-07T06:28:15Z"];
-    out.append(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc));
-}
-
-} // namespace
 
 TargetLog::Targets::Targets(Agent const& agent, TargetLog& log)
   : log_(log) {
@@ -41,26 +28,28 @@ void TargetLog::Lists::handleRtExtCommList(NotifierPtr const& list) {
     log_.line(notifier()->rtExtCommListHas(list), what + "]");
 }
 
-TargetLog::TargetLog(Agent const& agent)
-  : targets_(agent, *this)
+TargetLog::TargetLog(Agent const& agent, AppendCause appendCause)
+  : appendCause_(std::move(appendCause))
+  , targets_(agent, *this)
   , lists_(agent, *this) {}
 
 void TargetLog::line(bool came, std::string_view what) {
+    std::lock_guard const lock(mutex_);
     lines_.append(lines_.empty() ? "" : "\n").append(came ? "+ " : "- ");
     lines_.append(what).append("\t");
-    if (cause_) {
-        lines_.append("record ").append(std::to_string(cause_->number)).append("\t");
-        appendTime(lines_, cause_->seconds);
-    } else {
-        lines_.append("end");
-    }
+    appendCause_(lines_);
 }
 
 void TargetLog::writeTo(Output& output) {
-    if (!lines_.empty()) {
-        output.text() += lines_;
+    std::lock_guard const writing(writing_);
+    std::string lines;
+    {
+        std::lock_guard const lock(mutex_);
+        lines.swap(lines_);
+    }
+    if (!lines.empty()) {
+        output.text() += lines;
         output.endLine();
-        lines_.clear();
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <optional>
+#include <functional>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -8,7 +9,6 @@
 #include <VoBgp/NotifyingRouteTargetList.h>
 
 #include "lists/Agent.h"
-#include "mrt/RouteHandler.h"
 #include "text/Output.h"
 
 namespace BgpCommunities {
@@ -19,21 +19,20 @@ namespace BgpCommunities {
  *     + target 64500:7<TAB>record 12<TAB>2023-11-14T22:13:20Z
  *     + targets [ 64500:7 64500:8 ]<TAB>record 12<TAB>2023-11-14T22:13:20Z
  *
- * It observes the agent's tables for as long as it lives, and owns the lines that have not been
- * written: a release may be what it hears of, which must not fail for the sake of an output.
- * Reactor thread.
+ * Observes the agent's tables for as long as it lives, and owns the lines that have not been
+ * written: a release may be what it is notified of, which must not fail because an output does.
+ * Created and destroyed by the reactor thread while no other thread interns; otherwise thread-safe
+ * if the tables are.
  */
 class TargetLog {
   public:
-    explicit TargetLog(Agent const& agent);
+    /** Appends what caused the change that the calling thread is making. */
+    using AppendCause = std::function<void(std::string&)>;
 
-    /** What changes from now on is the work of that record. */
-    void causeIs(RecordPosition const& at) { cause_ = at; }
+    TargetLog(Agent const& agent, AppendCause appendCause);
 
-    /** What changes from now on goes because the run ends. */
-    void causeIsEnd() { cause_.reset(); }
-
-    /** Throws what Output throws. */
+    /** Writes the lines in the order of the changes. The caller must not be an observer. Throws
+       what Output throws. */
     void writeTo(Output& output);
 
   private:
@@ -59,10 +58,12 @@ class TargetLog {
 
     void line(bool came, std::string_view what);
 
-    Targets targets_;
+    AppendCause const appendCause_;
+    std::mutex writing_; // held while lines are written, never by an observer
+    std::mutex mutex_;   // of `lines_`: nobody waits for anything while it is held
+    std::string lines_;  // without the end of the last one
+    Targets targets_;    // the last members: they observe when all else is there
     Lists lists_;
-    std::optional<RecordPosition> cause_;
-    std::string lines_; // without the end of the last one
 };
 
 } // namespace BgpCommunities

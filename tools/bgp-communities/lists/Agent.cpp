@@ -1,5 +1,9 @@
 #include "Agent.h"
 
+#include <string>
+
+#include "text/StandardError.h"
+
 namespace BgpCommunities {
 
 using namespace Routing::Bgp;
@@ -40,6 +44,18 @@ std::size_t Agent::tableOctets(CommunityKind kind) const {
         }
     });
     return octets;
+}
+
+bool nothingIsLeft(Agent const& agent) {
+    bool nothing = true;
+    for (Agent::Held const& held : agent.held()) {
+        if (held.count != 0) {
+            nothing = false;
+            complain("all routes are dropped, and there is left of " + std::string(held.what) +
+                     ": " + std::to_string(held.count));
+        }
+    }
+    return nothing;
 }
 
 } // namespace BgpCommunities

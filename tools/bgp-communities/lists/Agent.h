@@ -50,4 +50,8 @@ class Agent {
     Routing::Bgp::CommunityTables const tables_;
 };
 
+/** After all routes are dropped: names on standard error what the tables still hold; true if that
+    is nothing. */
+bool nothingIsLeft(Agent const& agent);
+
 } // namespace BgpCommunities

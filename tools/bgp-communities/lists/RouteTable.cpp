@@ -70,40 +70,49 @@ RouteKey::RouteKey(Route const& route) {
     }
 }
 
+bool PeerRoutes::announce(Route const& route, RouteLists const& lists) {
+    auto const [at, isNew] = routes_.try_emplace(RouteKey(route), lists);
+    if (!isNew) {
+        at->second = lists;
+    }
+    return !isNew;
+}
+
+void PeerRoutes::dropInOrder() {
+    using Entry = decltype(routes_)::const_iterator;
+    std::vector<Entry> inOrder;
+    inOrder.reserve(routes_.size());
+    for (auto at = routes_.cbegin(); at != routes_.cend(); ++at) {
+        inOrder.push_back(at);
+    }
+    std::sort(inOrder.begin(), inOrder.end(),
+              [](auto const& a, auto const& b) { return a->first.octets() < b->first.octets(); });
+    for (Entry const& at : inOrder) {
+        routes_.erase(at);
+    }
+}
+
 bool RouteTable::PeerOrder::operator()(Peer const& a, Peer const& b) const {
     return std::tie(a.address.size, a.address.octets, a.as) <
            std::tie(b.address.size, b.address.octets, b.as);
 }
 
 bool RouteTable::announce(Peer const& peer, Route const& route, RouteLists const& lists) {
-    auto const [at, isNew] = peers_[peer].try_emplace(RouteKey(route), lists);
-    if (isNew) {
-        ++routes_;
-    } else {
-        at->second = lists;
-    }
-    return !isNew;
+    bool const wasThere = peers_[peer].announce(route, lists);
+    routes_ += wasThere ? 0 : 1;
+    return wasThere;
 }
 
 bool RouteTable::withdraw(Peer const& peer, Route const& route) {
     auto const found = peers_.find(peer);
-    bool const wasThere = found != peers_.end() && found->second.erase(RouteKey(route)) != 0;
+    bool const wasThere = found != peers_.end() && found->second.withdraw(route);
     routes_ -= wasThere ? 1 : 0;
     return wasThere;
 }
 
-void RouteTable::drop(Routes& routes) {
-    std::vector<Routes::const_iterator> inOrder;
-    inOrder.reserve(routes.size());
-    for (auto at = routes.cbegin(); at != routes.cend(); ++at) {
-        inOrder.push_back(at);
-    }
-    std::sort(inOrder.begin(), inOrder.end(),
-              [](auto const& a, auto const& b) { return a->first.octets() < b->first.octets(); });
-    for (auto const& at : inOrder) {
-        routes.erase(at);
-    }
-    routes_ -= inOrder.size();
+void RouteTable::drop(PeerRoutes& routes) {
+    routes_ -= routes.size();
+    routes.dropInOrder();
 }
 
 void RouteTable::drop(Peer const& peer) {
@@ -116,7 +125,7 @@ void RouteTable::drop(Peer const& peer) {
 std::vector<Peer> RouteTable::peersOf(std::uint32_t as) const {
     std::vector<Peer> out;
     for (auto const& [peer, routes] : peers_) {
-        if (peer.as == as && !routes.empty()) {
+        if (peer.as == as && routes.size() != 0) {
             out.push_back(peer);
         }
     }

@@ -11,15 +11,11 @@
 
 #include <Mox/Hash.h>
 
-#include "ListKinds.h"
+#include "RouteLists.h"
 #include "wire/IpAddress.h"
 #include "wire/Nlri.h"
 
 namespace BgpCommunities {
-
-/** The interned lists that one route carries, one of each kind, null where it has none; a value
-    that holds a reference to each. Thread-compatible. */
-using RouteLists = ListKinds::Lists;
 
 /**
  * Which route of a peer it is: family, path identifier, route distinguisher and prefix, or the
@@ -49,11 +45,48 @@ class RouteKey {
 };
 
 /**
- * The routes that peers have announced and not withdrawn.
+ * The routes that one peer has announced and not withdrawn.
  *
- * It owns the routes, and a reference to each list of each of them. Reactor thread: so are the
- * intern tables that references are given back to. What never changes: whole peers are dropped in
- * one order, whatever came first, so that two runs give lists back alike.
+ * Owns the routes, and a reference to each list of each of them. Thread-compatible; references are
+ * given back in the thread that removes a route.
+ */
+class PeerRoutes {
+  public:
+    /** Adds the route, or gives it other lists; true if it was there. */
+    bool announce(Route const& route, RouteLists const& lists);
+
+    /** Removes the route; true if it was there. */
+    bool withdraw(Route const& route) { return routes_.erase(RouteKey(route)) != 0; }
+
+    /** Removes all routes, in an order that depends only on what they are. */
+    void dropInOrder();
+
+    [[nodiscard]] std::size_t size() const { return routes_.size(); }
+
+    /** Calls `take(lists)` for each route, in any order. */
+    template <class Take>
+    void forEach(Take const& take) const {
+        for (auto const& [key, lists] : routes_) {
+            take(lists);
+        }
+    }
+
+  private:
+    struct KeyHash {
+        // noexcept: the map then keeps no hash beside the key.
+        std::size_t operator()(RouteKey const& key) const noexcept {
+            return Mox::hashOctets(key.octets());
+        }
+    };
+
+    std::unordered_map<RouteKey, RouteLists, KeyHash> routes_;
+};
+
+/**
+ * The routes of the peers in dumps.
+ *
+ * Owns the routes of each peer. Reactor thread: so are the intern tables that references are given
+ * back to. Whole peers are dropped in one order, so that two runs give lists back alike.
  */
 class RouteTable {
   public:
@@ -70,22 +103,13 @@ class RouteTable {
     [[nodiscard]] std::size_t routes() const { return routes_; }
 
   private:
-    struct KeyHash {
-        // noexcept: the map then keeps no hash beside the key.
-        std::size_t operator()(RouteKey const& key) const noexcept {
-            return Mox::hashOctets(key.octets());
-        }
-    };
-
     struct PeerOrder {
         bool operator()(Peer const& a, Peer const& b) const;
     };
 
-    using Routes = std::unordered_map<RouteKey, RouteLists, KeyHash>;
+    void drop(PeerRoutes& routes);
 
-    void drop(Routes& routes);
-
-    std::map<Peer, Routes, PeerOrder> peers_;
+    std::map<Peer, PeerRoutes, PeerOrder> peers_;
     std::size_t routes_ = 0;
 };
 
