@@ -69,6 +69,7 @@ void Bgp4mpReader::readUpdate(RecordContext const& record, Octets message, PathI
     update_.attributes.area = content_.attributeOctets();
     update_.withdrawn = content_.withdrawn();
     update_.announced = content_.announced();
+    update_.body = message;
     record.handler().handleUpdate(update_);
 }
 

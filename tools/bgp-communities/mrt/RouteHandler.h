@@ -38,6 +38,7 @@ struct Update {
     AttributeOctets attributes;                      // for RouteAttributes, which parses the others
     std::span<Route const> withdrawn;                // of the message and of MP_UNREACH_NLRI
     std::span<Route const> announced;                // of the message and of MP_REACH_NLRI
+    Octets body;                                     // the message without its header
 };
 
 /** Routes with such attributes are treated as withdrawn (RFC 7606, section 2): the area is cut, or an

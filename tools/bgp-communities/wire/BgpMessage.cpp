@@ -1,13 +1,21 @@
 #include "BgpMessage.h"
 
+#include "input/OctetWriter.h"
+
 namespace BgpCommunities {
 
 namespace {
 
 constexpr std::size_t markerOctets = 16;
-constexpr std::size_t messageHeaderOctets = markerOctets + 3;
+static_assert(bgpHeaderOctets == markerOctets + 3);
 
 } // namespace
+
+void appendBgpHeader(std::string& out, std::uint8_t type, std::size_t bodyOctets) {
+    out.append(markerOctets, '\xff');
+    appendU16(out, bgpHeaderOctets + bodyOctets);
+    appendU8(out, type);
+}
 
 /** marker (16) | length of all of it (2) | type (1) | body             RFC 4271, section 4.1 */
 bool readMessage(OctetReader& in, BgpMessage& message) {
@@ -15,8 +23,8 @@ bool readMessage(OctetReader& in, BgpMessage& message) {
     in.octets(markerOctets);
     message.length = in.u16();
     message.type = in.u8();
-    message.whole = in.ok() && message.length >= messageHeaderOctets && message.length <= left;
-    message.body = message.whole ? in.octets(message.length - messageHeaderOctets) : Octets();
+    message.whole = in.ok() && message.length >= bgpHeaderOctets && message.length <= left;
+    message.body = message.whole ? in.octets(message.length - bgpHeaderOctets) : Octets();
     return in.ok();
 }
 
@@ -59,7 +67,8 @@ std::optional<Family> UpdateContent::endOfRib() const {
 
 std::string_view UpdateContent::readWithdrawn(Octets nlri, PathIds pathIds) {
     withdrawn_.clear();
-    std::string_view const fault = readRoutes(nlri, {ipv4Unicast, pathIds.ipv4, true, true}, withdrawn_);
+    std::string_view const fault =
+        readRoutes(nlri, {ipv4Unicast, pathIds.ipv4, true, true}, withdrawn_);
     std::string_view mpFault;
     if (attributes_.mpUnreach) {
         MpNlri mp;
@@ -72,7 +81,8 @@ std::string_view UpdateContent::readWithdrawn(Octets nlri, PathIds pathIds) {
 
 std::string_view UpdateContent::readAnnounced(Octets nlri, PathIds pathIds) {
     announced_.clear();
-    std::string_view const fault = readRoutes(nlri, {ipv4Unicast, pathIds.ipv4, false, true}, announced_);
+    std::string_view const fault =
+        readRoutes(nlri, {ipv4Unicast, pathIds.ipv4, false, true}, announced_);
     std::string_view mpFault;
     if (attributes_.mpReach) {
         MpNlri mp;

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -23,6 +24,11 @@ struct BgpMessage {
     bool whole = false;     // the input holds that many octets
     Octets body;            // after the header; empty if not whole
 };
+
+inline constexpr std::size_t bgpHeaderOctets = 19;
+
+/** Appends the header of a message whose body has so many octets. */
+void appendBgpHeader(std::string& out, std::uint8_t type, std::size_t bodyOctets);
 
 /** Reads one message; false if the input is too short for a header. */
 bool readMessage(OctetReader& in, BgpMessage& message);

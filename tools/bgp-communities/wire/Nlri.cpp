@@ -166,6 +166,8 @@ void takePathId(OctetReader& in, bool pathIds, Route& route) {
     }
 }
 
+} // namespace
+
 /** RFC 4364, section 4.2: type (2), then administrator and assigned number as the type says. */
 void appendDistinguisher(std::string& out, Octets octets) {
     OctetReader in(octets);
@@ -190,8 +192,6 @@ void appendDistinguisher(std::string& out, Octets octets) {
         break;
     }
 }
-
-} // namespace
 
 /** AFI (2) | SAFI (1) | length (1) | next hop | reserved (1) | NLRI     RFC 4760, section 3 */
 bool splitMpReach(Octets value, MpNlri& mp) {
@@ -282,6 +282,11 @@ bool contains(Prefix const& prefix, Route const& route) {
     return route.isPrefix && route.address.size == prefix.address.size &&
            route.length >= prefix.length &&
            firstBits(route.address, prefix.length) == prefix.address;
+}
+
+bool contains(Prefix const& prefix, IpAddress const& address) {
+    return address.size == prefix.address.size &&
+           firstBits(address, prefix.length) == prefix.address;
 }
 
 bool covers(Route const& route, Prefix const& prefix) {

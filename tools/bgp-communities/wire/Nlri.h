@@ -108,6 +108,8 @@ std::string_view readPrefix(std::string_view text, Prefix& prefix);
 
 /** Whether `route` is of this prefix or one inside it; whatever its labels and distinguisher. */
 bool contains(Prefix const& prefix, Route const& route);
+/** Whether the address is inside the prefix. */
+bool contains(Prefix const& prefix, IpAddress const& address);
 /** Whether `prefix`, which may be one address, is inside the prefix of `route`. */
 bool covers(Route const& route, Prefix const& prefix);
 
@@ -119,6 +121,8 @@ bool hasPrefixes(Family family);
 /** Appends "192.0.2.0/24", "2001:db8::/32", "64496:1:192.0.2.0/24" (with its route
     distinguisher), or "25/70:" and hexadecimal digits; labels and path identifier are not told. */
 void appendText(std::string& out, Route const& route);
+/** Appends a route distinguisher of 8 octets (RFC 4364): "64496:1", "192.0.2.1:7". */
+void appendDistinguisher(std::string& out, Octets octets);
 /** Appends "IPv4 unicast", "IPv6 VPN", ..., or the two numbers, "25/70". */
 void appendText(std::string& out, Family family);
 
