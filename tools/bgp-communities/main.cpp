@@ -19,7 +19,7 @@ constexpr std::string_view helpHead =
        bgp-communities COMMAND --help | bgp-communities help [COMMAND]
        bgp-communities --help | --version
 
-Reads the communities of BGP routes from MRT dumps and from single path attributes.
+Reads the communities of BGP routes from MRT dumps, from routers and from single path attributes.
 
 commands:
 )";

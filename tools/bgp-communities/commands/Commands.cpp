@@ -11,6 +11,8 @@ std::span<Command const* const> allCommands() {
         &statsCommand,
         &roundTripCommand,
         &replayCommand,
+        &listenCommand,
+        &sendCommand,
         &stashCommand,
         &showCommand,
         &mergeCommand,

@@ -13,6 +13,8 @@ extern Command const readCommand;
 extern Command const statsCommand;
 extern Command const roundTripCommand;
 extern Command const replayCommand;
+extern Command const listenCommand;
+extern Command const sendCommand;
 extern Command const stashCommand;
 extern Command const showCommand;
 extern Command const mergeCommand;

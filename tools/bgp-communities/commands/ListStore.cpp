@@ -16,12 +16,17 @@ std::string outName(Arguments const& arguments, std::string_view what) {
     return std::string(*name);
 }
 
+void stashLists(std::span<std::unique_ptr<ListUses> const> lists, std::string const& suffix,
+                MoxStash::StoreWriter& writer) {
+    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
+        writer.rootIs(std::string(communityKindTraits[kind].key) + suffix, lists[kind]->stash(writer));
+    }
+}
+
 void publishLists(std::span<std::unique_ptr<ListUses> const> lists, std::string const& store,
                   Output& output) {
     MoxStash::StoreWriter writer;
-    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
-        writer.rootIs(communityKindTraits[kind].key, lists[kind]->stash(writer));
-    }
+    stashLists(lists, "", writer);
     auto const generation = MoxStash::publishStore(writer, store);
     output.text()
         .append(masked(store))

@@ -18,8 +18,13 @@ inline constexpr std::string_view outOption = "--out";
 /** The value of --out. Throws UsageError if it is missing or empty; `what` names it there. */
 std::string outName(Arguments const& arguments, std::string_view what);
 
-/** Publishes the lists with their uses as `store`, and prints its generation and size. Equal uses
-    make equal stores, whatever the order in which they were counted. Throws StoreException. */
+/** Writes the lists with their uses, each kind under its name and `suffix`. Equal uses make equal
+    records, whatever the order in which they were counted. */
+void stashLists(std::span<std::unique_ptr<ListUses> const> lists, std::string const& suffix,
+                MoxStash::StoreWriter& writer);
+
+/** Publishes the lists with their uses as `store`, and prints its generation and size. Throws
+    StoreException. */
 void publishLists(std::span<std::unique_ptr<ListUses> const> lists, std::string const& store,
                   Output& output);
 

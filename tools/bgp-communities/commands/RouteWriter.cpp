@@ -110,8 +110,8 @@ void appendTextAttributes(Columns& columns, RouteLine const& line) {
 } // namespace
 
 void RouteWriter::fileIs(std::string_view name) {
-    file_.clear();
-    JsonWriter(file_).string(name);
+    source_.clear();
+    JsonWriter(source_).key("file").string(name);
 }
 
 void RouteWriter::writeHeader() {
@@ -294,7 +294,7 @@ void RouteWriter::writeJson(RouteLine const& line) {
     JsonWriter json(output_.text());
     RouteObject object(json, text_);
     json.beginObject();
-    json.key("file").ready(file_);
+    json.ready(source_);
     json.key("record").number(line.at.number);
     json.key("time").string(timeText(line.at.time()));
     json.key("type").string(eventNames[static_cast<std::size_t>(line.event)]);
@@ -302,6 +302,9 @@ void RouteWriter::writeJson(RouteLine const& line) {
         json.key("sent").boolean(true);
     }
     object.peer(line.peer);
+    if (!line.peerFields.empty()) {
+        json.ready(line.peerFields);
+    }
     if (line.originated != 0) {
         text_.clear();
         appendTime(text_, Microseconds{line.originated} * 1000000);

@@ -27,7 +27,8 @@ struct RouteLine {
     std::string_view asPath;           // its text
     RouteTexts const& lists;
     bool sentByUs = false;
-    std::uint32_t originated = 0; // seconds since 1970; of an entry of a table dump
+    std::uint32_t originated = 0;     // seconds since 1970; of an entry of a table dump
+    std::string_view peerFields = {}; // more about the peer, as fields of JSON
 };
 
 /**
@@ -44,6 +45,8 @@ class RouteWriter {
 
     /** The file that the lines to come are read from. */
     void fileIs(std::string_view name);
+    /** The same as fields of JSON. */
+    void sourceIs(std::string_view fields) { source_ = fields; }
 
     /** The first line of TSV; nothing in other formats. */
     void writeHeader();
@@ -58,8 +61,8 @@ class RouteWriter {
 
     RouteFormat format_;
     Output& output_;
-    std::string file_; // its name as JSON
-    std::string text_; // of a part of the route at hand
+    std::string source_; // where the routes are from, as fields of JSON
+    std::string text_;   // of a part of the route at hand
     std::string time_; // the last one
     Microseconds timeOf_ = 0;
 };

@@ -41,7 +41,6 @@ void TargetLog::line(bool came, std::string_view what) {
 }
 
 void TargetLog::writeTo(Output& output) {
-    std::lock_guard const writing(writing_);
     std::string lines;
     {
         std::lock_guard const lock(mutex_);
@@ -51,6 +50,12 @@ void TargetLog::writeTo(Output& output) {
         output.text() += lines;
         output.endLine();
     }
+}
+
+void TargetLog::flushTo(Output& output) {
+    std::lock_guard const lock(writing_);
+    writeTo(output);
+    output.flush();
 }
 
 } // namespace BgpCommunities

@@ -35,6 +35,9 @@ class TargetLog {
        what Output throws. */
     void writeTo(Output& output);
 
+    /** The same, and flushes the output: the lines of several threads stay in that order. */
+    void flushTo(Output& output);
+
   private:
     class Targets final : public Routing::Bgp::NotifyingRouteTargetList::Notifiee {
       public:

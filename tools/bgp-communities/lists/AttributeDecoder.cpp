@@ -66,6 +66,8 @@ class ListDecoder final : public AttributeDecoder {
         return verdictText(decoded.verdict, kind(), value.size());
     }
 
+    void release() override { list_ = nullptr; }
+
     void appendText(std::string& out) override {
         for (auto const& member : *list_) {
             out.append("  ").append(formatter_.members().text(member));

@@ -39,6 +39,9 @@ class AttributeDecoder {
     /** Interns the list; or says why the value is malformed or refused, and has none. */
     virtual std::string decode(Octets value) = 0;
 
+    /** Releases the list that was decoded last. */
+    virtual void release() = 0;
+
     /** Appends one line for each member of the value that was decoded last: its text, its name and
         its meaning. */
     virtual void appendText(std::string& out) = 0;

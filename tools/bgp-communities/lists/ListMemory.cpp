@@ -16,6 +16,7 @@ void ListMemory::make(Octets value, ListText& made) {
         appendNotes(made.notes, value);
         made.met = filter_.conditionsMetBy(*decoder_);
     }
+    decoder_->release();
 }
 
 void ListMemory::appendText(std::string& out, Octets value, std::string_view fault) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 #include <unordered_map>
 #include <unordered_set>
@@ -99,6 +100,12 @@ class ListUsesOf final : public ListUses {
         auto const decoded = agent_.list<Kind>(value);
         verdict = decoded.verdict;
         return decoded ? Counted{decoded.list.get(), &uses_[decoded.list]} : Counted{};
+    }
+
+    void add(RouteLists const& lists) override {
+        if (auto const& list = std::get<ListPtr>(lists)) {
+            ++uses_[list];
+        }
     }
 
     void add(ListUses const& other) override {

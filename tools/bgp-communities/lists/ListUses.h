@@ -13,6 +13,7 @@
 
 #include "Agent.h"
 #include "ListSet.h"
+#include "RouteLists.h"
 
 namespace BgpCommunities {
 
@@ -67,6 +68,9 @@ class ListUses {
     /** Interns the list in the value of an attribute. Returns nulls, and sets the verdict, if no
         list can hold it. */
     virtual Counted of(Octets value, Routing::Bgp::AttributeVerdict& verdict) = 0;
+
+    /** Adds one use of the route's list of this kind, if it has one. */
+    virtual void add(RouteLists const& lists) = 0;
 
     /** Adds the counts of another one, of the same kind and agent. Throws std::overflow_error if a
         sum exceeds 64 bits. */

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <string_view>
 
 #include <unistd.h>
@@ -9,6 +10,8 @@
 namespace BgpCommunities {
 
 void Output::flush() {
+    static std::mutex writing;
+    std::lock_guard const lock(writing);
     std::string_view left = text_;
     while (!left.empty()) {
         ssize_t const written = ::write(STDOUT_FILENO, left.data(), left.size());

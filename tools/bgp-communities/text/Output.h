@@ -37,7 +37,8 @@ class Output {
         }
     }
 
-    /** Throws OutputError or BrokenPipe. */
+    /** Writes what there is in one piece: several outputs, each of a thread of its own, do not mix
+        their lines. Throws OutputError or BrokenPipe. */
     void flush();
 
   private:

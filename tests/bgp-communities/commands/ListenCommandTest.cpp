@@ -1,0 +1,326 @@
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+
+#include <gtest/gtest.h>
+
+#include "bmp/TcpSocket.h"
+#include "support/BmpOctets.h"
+#include "support/ProgramRun.h"
+#include "support/StoreFolder.h"
+
+namespace BgpCommunities {
+namespace {
+
+using namespace Test;
+
+/** Calls `holds()` until it is true, for a minute at most. */
+template <class Holds>
+bool eventually(Holds const& holds) {
+    for (int tries = 0; tries < 3000; ++tries) {
+        if (holds()) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return false;
+}
+
+/** The program while it runs; killed if the test does not wait for its end. */
+class Running {
+  public:
+    explicit Running(Arguments const& arguments) {
+        Descriptor const in("/dev/null", O_RDONLY);
+        Descriptor const out(out_.path(), O_WRONLY), err(err_.path(), O_WRONLY);
+        pid_ = start(arguments, in.fd(), out.fd(), err.fd());
+    }
+    ~Running() {
+        if (pid_ > 0) {
+            end(SIGKILL);
+        }
+    }
+
+    int end(int signal) {
+        ::kill(pid_, signal);
+        return finish();
+    }
+    int finish() { return Test::finish(std::exchange(pid_, -1)); }
+    void signal(int number) const { ::kill(pid_, number); }
+
+    [[nodiscard]] std::string out() const { return contentOf(out_.path()); }
+    [[nodiscard]] std::string err() const { return contentOf(err_.path()); }
+
+    /** Standard error says so, as often as that. */
+    [[nodiscard]] bool says(std::string const& text, int times = 1) const {
+        return eventually([&] {
+            std::string const all = err();
+            int found = 0;
+            for (auto at = all.find(text); at != std::string::npos; at = all.find(text, at + 1)) {
+                ++found;
+            }
+            return found >= times;
+        });
+    }
+
+  private:
+    TemporaryFile out_{""}, err_{""};
+    pid_t pid_ = -1;
+};
+
+/** A station on a free port of loopback. */
+class Listening : public Running {
+  public:
+    explicit Listening(Arguments options)
+      : Running(withAddress(std::move(options))) {
+        address = addressBehind("listening for BMP on ");
+    }
+
+    /** An address that standard error names. */
+    [[nodiscard]] std::string addressBehind(std::string const& head) const {
+        EXPECT_TRUE(says(head) && eventually([&] { return err().back() == '\n'; }));
+        std::string const text = err();
+        auto const at = text.find(head) + head.size();
+        return text.substr(at, text.find('\n', at) - at);
+    }
+
+    /** A router that has sent these octets. */
+    [[nodiscard]] FileDescriptor router(std::string const& octets) const {
+        return connection(address, octets);
+    }
+
+    static FileDescriptor connection(std::string const& address, std::string const& octets) {
+        SocketAddress to;
+        EXPECT_EQ(readSocketAddress(address, to), "");
+        FileDescriptor socket = connectTo(to);
+        EXPECT_EQ(::send(socket.get(), octets.data(), octets.size(), MSG_NOSIGNAL),
+                  std::ssize(octets));
+        return socket;
+    }
+
+    std::string address;
+
+  private:
+    static Arguments withAddress(Arguments options) {
+        options.insert(options.begin(), {"listen", "--bmp", ":0"});
+        return options;
+    }
+};
+
+std::string const terminated = "session ended: terminated by the router";
+
+/** The lines about routes without what is about the file or the session. */
+Lines routesOf(std::string const& json) {
+    Lines routes;
+    for (std::string line : linesOf(json)) {
+        bool const isRoute = line.find(R"("family":)") != std::string::npos &&
+                             line.find(R"("type":"endOfRib")") == std::string::npos;
+        line.erase(0, line.find(R"("time":)"));
+        if (auto const sent = line.find(R"("sent":true,)"); sent != std::string::npos) {
+            line.erase(sent, 12);
+        }
+        if (auto const view = line.find(R"("view":)"); view != std::string::npos) {
+            line.erase(view, line.find(',', view) + 1 - view);
+        }
+        if (isRoute) {
+            routes.push_back(line);
+        }
+    }
+    return routes;
+}
+
+/** What a router reports of a dump is what the dump holds, as printed and as recorded. */
+TEST(ListenCommandTest, PrintsAndRecordsWhatReadPrints) {
+    StoreFolder const folder;
+    for (char const* const name :
+         {"updates.mrt.gz", "targets.mrt", "add-path-marked.mrt", "add-path-unmarked.mrt"}) {
+        std::string const recorded = folder.path() + "/" + name;
+        Listening station({"--json", "--record", recorded});
+        Result const sent = run({"send", "--bmp", station.address, sample(name)});
+        EXPECT_EQ(sent.status, 0) << sent.err;
+        EXPECT_TRUE(station.says(terminated));
+        EXPECT_EQ(station.end(SIGTERM), 0) << station.err();
+        Lines const read = routesOf(run({"read", "--json", sample(name)}).out);
+        EXPECT_GT(read.size(), 0U);
+        EXPECT_EQ(routesOf(station.out()), read) << name;
+        EXPECT_EQ(routesOf(run({"read", "--json", recorded}).out), read) << name;
+    }
+}
+
+TEST(ListenCommandTest, PublishesWhatRoutesCarry) {
+    StoreFolder const folder;
+    std::string const store = folder.store(false), stashed = folder.path() + "/stashed";
+    ASSERT_EQ(run({"stash", "--out", stashed, sample("rib.mrt.gz")}).status, 0);
+    auto const lists = [](std::string const& of) {
+        std::set<std::string> texts;
+        for (std::string const& line : linesOf(run({"show", of}).out)) {
+            texts.insert(line.substr(line.find('\t')));
+        }
+        return texts;
+    };
+    auto const wanted = lists(stashed);
+    Listening station({"--store", store, "--every", "1"});
+    Running sender({"send", "--hold", "--bmp", station.address, sample("rib.mrt.gz")});
+    EXPECT_TRUE(eventually([&] { return lists(store) == wanted; }));
+    sender.end(SIGKILL);
+    EXPECT_TRUE(eventually([&] { return lists(store).empty(); })) << "routes are withdrawn";
+    auto const router = station.router(bmp(4, "") + bmp(3, bmpPeerUp()));
+    auto const holds = [&](std::string const& messages, std::set<std::string> const& texts) {
+        ::send(router.get(), messages.data(), messages.size(), MSG_NOSIGNAL);
+        return eventually([&] { return lists(store) == texts; });
+    };
+    auto const carrying = [](unsigned int community) {
+        return update(attribute(8, u32(community)), prefixFar);
+    };
+    unsigned int const post = 0x40;
+    EXPECT_TRUE(holds(bmp(0, bmpPeer() + carrying(7)) + bmp(0, bmpPeer(1, post) + carrying(8)),
+                      {"\tstandard\t0:7", "\tstandard\t0:8"}))
+        << "views are kept apart";
+    EXPECT_TRUE(holds(bmp(0, bmpPeer(1, post) + update("", "", prefixFar)), {"\tstandard\t0:7"}));
+    EXPECT_TRUE(holds(bmp(2, bmpPeer() + u8(1)), {})) << "the peer is down";
+    EXPECT_TRUE(holds(bmp(0, bmpPeer() + carrying(9)), {"\tstandard\t0:9"}));
+    station.end(SIGKILL);
+    EXPECT_EQ(lists(store), std::set<std::string>{"\tstandard\t0:9"}) << "the last whole store";
+}
+
+/** Bad sessions end for a reason that is named; a good one notices nothing. */
+TEST(ListenCommandTest, EndsBadSessionsAndNoOther) {
+    struct Row {
+        char const* name;
+        Arguments options;
+        std::string octets;
+        char const* reason;
+    };
+
+    std::string const routes = bmp(4, "") + bmp(3, bmpPeerUp());
+    std::string const one = bmp(0, bmpPeer() + update("", prefixNear));
+    for (Row const& row : std::vector<Row>{
+             {"not BMP", {}, "GET / HTTP/1.0\r\n\r\n", "ended: unknown BMP version 71"},
+             {"lies about its length",
+              {},
+              routes + "\x03" + u32(2) + u8(0),
+              "ended: BMP message length 2 is less than its header"},
+             {"too long",
+              {"--max-message", "4096"},
+              routes + "\x03" + u32(4097) + u8(0),
+              "ended: BMP message of 4097 octets, at most 4096 are accepted"},
+             {"silent", {"--timeout", "1"}, "", "ended: timed out"},
+             {"half a message", {"--timeout", "1"}, one.substr(0, 9), "ended: timed out"},
+             {"too many routes",
+              {"--max-routes", "1"},
+              routes + one + bmp(0, bmpPeer() + update("", prefixFar)),
+              "ended: more than 1 routes; 2 routes withdrawn"},
+             {"a malformed attribute",
+              {},
+              routes + bmp(0, bmpPeer() + update(attribute(8, "123"), prefixNear)),
+              "malformed attribute of communities: routes withdrawn"},
+             {"an address that is not allowed",
+              {"--allow", "192.0.2.0/24", "--allow", "::/0"},
+              "",
+              "refused: address is not allowed"},
+             {"too many sessions", {"--max-sessions", "1"}, "", "refused: too many sessions"},
+         }) {
+        Listening station(row.options);
+        bool const isRefused = std::string(row.reason).starts_with("refused");
+        FileDescriptor const good = station.router(bmp(4, bmpTlv(2, "good")));
+        EXPECT_TRUE(row.options.size() == 4 || station.says("(good)")) << row.name;
+        {
+            FileDescriptor const bad = station.router(row.octets);
+            EXPECT_TRUE(station.says(row.reason)) << row.name << ": " << station.err();
+        }
+        EXPECT_EQ(station.end(SIGTERM), 0);
+        EXPECT_TRUE(isRefused || station.says("(good): session ended: the station stops"))
+            << row.name << ": " << station.err();
+    }
+}
+
+/** Sessions of several workers come and go in the middle of what they send. */
+TEST(ListenCommandTest, KeepsNothingOfSessionsThatFlap) {
+    StoreFolder const folder;
+    Listening station(
+        {"--threads", "4", "--targets", "--store", folder.store(true), "--every", "1"});
+    std::string const session = contentOf(sample("session.bmp"));
+    std::vector<std::thread> routers;
+    for (std::size_t router = 0; router < 8; ++router) {
+        routers.emplace_back([&, router] {
+            for (std::size_t turn = 1; turn <= 20; ++turn) {
+                auto const whole =
+                    station.router(session.substr(0, session.size() - turn * router));
+            }
+        });
+    }
+    Result const sent =
+        run({"send", "--repeat", "20", "--bmp", station.address, sample("updates.mrt.gz")});
+    for (std::thread& router : routers) {
+        router.join();
+    }
+    EXPECT_EQ(sent.status, 0) << sent.err;
+    EXPECT_TRUE(station.says("session ended", 161));
+    EXPECT_EQ(station.end(SIGTERM), 0) << station.err(); // 3 if anything is left
+    std::set<std::string> inUse;
+    for (std::string const& line : linesOf(station.out())) {
+        std::string const what = line.substr(2, line.find('\t') - 2);
+        EXPECT_TRUE(line[0] == '+' ? inUse.insert(what).second : inUse.erase(what) == 1) << line;
+    }
+    EXPECT_TRUE(inUse.empty());
+}
+
+TEST(ListenCommandTest, ServesMetricsAndBeginsNewRecordings) {
+    StoreFolder const folder;
+    std::string const recorded = folder.path() + "/recorded";
+    std::ofstream(recorded) << "of yesterday";
+    Listening station({"--metrics", ":0", "--record", recorded, "--record-octets", "20000"});
+    std::string const metrics = station.addressBehind("serving metrics on ");
+    Running sender({"send", "--hold", "--bmp", station.address, sample("rib.mrt.gz")});
+    std::string text;
+    EXPECT_TRUE(eventually([&] {
+        auto const client = Listening::connection(metrics, "GET /metrics HTTP/1.1\r\n\r\n");
+        std::string piece(1U << 16, '\0');
+        text.clear();
+        for (ssize_t got = 1; got > 0; text.append(piece, 0, static_cast<std::size_t>(got))) {
+            got = std::max<ssize_t>(::recv(client.get(), piece.data(), piece.size(), 0), 0);
+        }
+        return text.find("\nbgp_communities_routes 393\n") != std::string::npos;
+    })) << text;
+    EXPECT_NE(text.find("\nbgp_communities_messages_total{type=\"peerUp\"} 5\n"), text.npos);
+    sender.end(SIGKILL);
+    EXPECT_TRUE(station.says("session ended"));
+    EXPECT_EQ(station.end(SIGTERM), 0);
+    std::size_t routes = 0, files = 0;
+    for (auto const& file : std::filesystem::directory_iterator(folder.path())) {
+        EXPECT_TRUE(file.file_size() <= 20000 && file.file_size() != 0);
+        routes += linesOf(run({"read", file.path()}).out).size();
+        ++files;
+    }
+    EXPECT_EQ(routes, 402U);
+    EXPECT_GE(files, 4U); // one is of yesterday
+}
+
+TEST(ListenCommandTest, ReadsTheDictionaryAgain) {
+    TemporaryFile const dictionary("64496:100,before\n", ".txt");
+    Listening station({"--json", "--dictionary", dictionary.path()});
+    std::string const route =
+        bmp(0, bmpPeer() + update(attribute(8, hex("fbf0 0064")), prefixNear));
+    FileDescriptor const router = station.router(bmp(4, "") + bmp(3, bmpPeerUp()));
+    auto const printsMeaning = [&](std::string const& meaning) {
+        return eventually([&] {
+            ::send(router.get(), route.data(), route.size(), MSG_NOSIGNAL);
+            return station.out().find(meaning) != std::string::npos;
+        });
+    };
+    EXPECT_TRUE(printsMeaning("before"));
+    std::ofstream(dictionary.path()) << "64496:100,after\n";
+    station.signal(SIGHUP);
+    EXPECT_TRUE(printsMeaning("after"));
+    EXPECT_EQ(station.end(SIGTERM), 0);
+}
+
+} // namespace
+} // namespace BgpCommunities

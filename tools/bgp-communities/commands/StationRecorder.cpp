@@ -1,0 +1,158 @@
+#include "StationRecorder.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "text/StandardError.h"
+
+namespace BgpCommunities {
+
+namespace {
+
+// States of RFC 4271.
+constexpr std::uint16_t idle = 1, openConfirm = 5;
+
+std::string nowText() {
+    using namespace std::chrono;
+    auto const now = duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+    std::string text;
+    appendTime(text, static_cast<Microseconds>(now));
+    std::erase_if(text, [](char each) { return each == '-' || each == ':'; });
+    return text;
+}
+
+/** The message with its header. */
+std::string wholeOf(BgpMessage const& message) {
+    std::string whole;
+    appendBgpHeader(whole, message.type, message.body.size());
+    whole.append(reinterpret_cast<char const*>(message.body.data()), message.body.size());
+    return whole;
+}
+
+} // namespace
+
+StationRecorder::StationRecorder(RecordOptions options)
+  : options_(std::move(options)) {
+    suffix_ = nowText();
+    if (::access(options_.path.c_str(), F_OK) == 0) {
+        setAside();
+    }
+    begin();
+    if (!file_.isOpen()) {
+        throw std::system_error(errno, std::generic_category(), options_.path);
+    }
+}
+
+void StationRecorder::begin() {
+    suffix_ = nowText();
+    begun_ = Clock::now();
+    octets_ = 0;
+    failed_ = false;
+    file_ = FileDescriptor(
+        ::open(options_.path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+}
+
+void StationRecorder::setAside() const {
+    std::string const to = options_.path + "." + suffix_;
+    if (::rename(options_.path.c_str(), to.c_str()) != 0) {
+        complain(options_.path + ": cannot rename: " + std::strerror(errno));
+    }
+}
+
+void StationRecorder::fail(std::string const& what) {
+    if (!std::exchange(failed_, true)) {
+        complain(options_.path + ": " + what + ": records are lost");
+    }
+}
+
+/** The octets of the whole records at the beginning that together have at most `most`; those of the
+    first one in any case. */
+std::size_t StationRecorder::fitting(std::string_view records, std::uint64_t most) {
+    std::size_t fitting = 0;
+    while (fitting < records.size()) {
+        OctetReader header(octetsOf(records.substr(fitting)));
+        header.octets(8); // time, type and subtype
+        std::size_t const next = fitting + mrtHeaderOctets + header.u32();
+        if (fitting != 0 && next > most) {
+            break;
+        }
+        fitting = next;
+    }
+    return fitting;
+}
+
+void StationRecorder::add(std::string_view records) {
+    std::lock_guard const lock(mutex_);
+    while (!records.empty()) {
+        std::uint64_t const room = options_.octets - std::min(options_.octets, octets_);
+        std::size_t const octets = fitting(records, room);
+        if (octets_ != 0 && (octets > room || Clock::now() - begun_ > options_.age)) {
+            file_.close();
+            setAside();
+            begin();
+            continue;
+        }
+        write(records.substr(0, octets));
+        records.remove_prefix(octets);
+    }
+}
+
+void StationRecorder::write(std::string_view records) {
+    octets_ += records.size();
+    while (!records.empty()) {
+        ssize_t const written = ::write(file_.get(), records.data(), records.size());
+        if (written < 0 && errno != EINTR) {
+            fail(std::strerror(errno));
+            return;
+        }
+        records.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    }
+}
+
+void SessionRecord::peerUp(BmpPeer const& peer, BmpPeerUp const& up, Microseconds time) {
+    RecordedSession& session = peers_[peer.id];
+    session = {peer.peer(), up.local, AsWidth::four, false, false};
+    appendMessageRecord(records_, time, session, octetsOf(wholeOf(up.receivedOpen)));
+    RecordedSession sent = session;
+    sent.sentToPeer = true;
+    appendMessageRecord(records_, time, sent, octetsOf(wholeOf(up.sentOpen)));
+    appendStateRecord(records_, time, session, openConfirm, StateChange::established);
+}
+
+void SessionRecord::update(BmpPeer const& peer, BmpUpdate const& update, Microseconds time) {
+    auto const known = peers_.find(peer.id);
+    RecordedSession session;
+    session.local = known == peers_.end() ? IpAddress() : known->second.local;
+    session.peer = peer.peer();
+    session.asWidth = peer.asWidth;
+    session.sentToPeer = peer.view == RibView::adjRibOutPre || peer.view == RibView::adjRibOutPost;
+    session.pathIds = update.pathIds.ipv4 || update.pathIds.mpReach || update.pathIds.mpUnreach;
+    appendMessageRecord(records_, time, session, update.message);
+}
+
+void SessionRecord::down(RecordedSession const& session, Microseconds time) {
+    appendStateRecord(records_, time, session, StateChange::established, idle);
+}
+
+void SessionRecord::peerDown(BmpPeer const& peer, Microseconds time) {
+    if (auto const known = peers_.find(peer.id); known != peers_.end()) {
+        down(known->second, time);
+        peers_.erase(known);
+    }
+}
+
+void SessionRecord::end(Microseconds time) {
+    for (auto const& [id, session] : peers_) {
+        down(session, time);
+    }
+    peers_.clear();
+}
+
+} // namespace BgpCommunities

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "lists/Agent.h"
+#include "lists/ListUses.h"
+#include "lists/RouterRoutes.h"
+
+namespace BgpCommunities {
+
+/**
+ * The lists of a station with the number of routes that carry each: in all, and by router, peer and
+ * view.
+ *
+ * Holds a reference to each list; the agent is not owned. Thread-compatible: each worker counts its
+ * sessions in one of its own.
+ */
+class StationUses {
+  public:
+    explicit StationUses(Agent& agent)
+      : agent_(agent)
+      , all_(listUses(agent)) {}
+
+    void add(std::string const& router, RouterRoutes const& routes);
+    void add(StationUses const& other);
+
+    /** Publishes all of it as `store`, with numbers, each under its name. Returns the generation.
+        Throws StoreException. */
+    std::uint64_t
+    publish(std::string const& store,
+            std::vector<std::pair<std::string_view, std::uint64_t>> const& numbers) const;
+
+  private:
+    using Kinds = std::vector<std::unique_ptr<ListUses>>;
+
+    Kinds& kindsOf(std::string const& view);
+
+    Agent& agent_;
+    Kinds all_;
+    std::map<std::string, Kinds> views_; // by "ROUTER/PEER ADDRESS ASn/VIEW"
+};
+
+} // namespace BgpCommunities
