@@ -96,7 +96,7 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     static Test::AttributeCheck check;
     Octets const octets(data, size);
     std::string const whole = Test::read(octets, std::max<std::size_t>(size, 1), &check);
-    for (std::size_t const atATime : {1, 5, 61}) {
+    for (std::size_t const atATime : {1U, 5U, 61U}) {
         MOX_ASSERT(Test::read(octets, atATime, nullptr) == whole);
     }
     return 0;
