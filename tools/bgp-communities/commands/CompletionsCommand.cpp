@@ -15,8 +15,8 @@ constexpr std::string_view shells[] = {"bash", "zsh"};
 constexpr std::string_view completionsHelp =
     R"(usage: bgp-communities completions bash|zsh
 
-Prints the completion of bgp-communities for a shell: of its commands, their options, and the values
-of these. It is installed with the program.
+Prints the completion script of bgp-communities for a shell. It completes commands, options and
+values. The script is installed with the program.
 
 examples:
   source <(bgp-communities completions bash)
@@ -27,7 +27,7 @@ examples:
 /** What the help of a command says about an option: "  --top N   the N most used values; ...". */
 struct OptionHelp {
     std::string_view value; // "N"
-    std::string summary;    // of what comes next, the first phrase: "the N most used values"
+    std::string summary;    // the first phrase of the description: "the N most used values"
 };
 
 std::string_view taken(std::string_view& text, std::string_view end) {
@@ -152,7 +152,8 @@ constexpr std::string_view zshTail = R"(esac
 _arguments '(- *)--help[print the help]' $options
 )";
 
-/** Of a word in single quotes, these characters too where they would end a part of it. */
+/** Escapes `text` for a word in single quotes, and in it the characters of `special`, which end a
+    part of a specification. */
 std::string quoted(std::string_view text, std::string_view special) {
     std::string out;
     for (char const character : text) {
