@@ -48,8 +48,8 @@ Prints a line for each difference, with tabs between the columns, then the total
 
 Routes are compared as they are at the end of each dump: UPDATEs and changes of state are applied to
 a table in the order of the dump, as `replay` does; announcements with malformed attributes withdraw
-(RFC 7606), and messages that were sent to a peer are left out. Stores hold no routes; with a store, only lists and values are
-compared.
+(RFC 7606), and routes that were sent to a peer, not received, are left out; their lists and values
+are compared. Stores hold no routes; with a store, only lists and values are compared.
 
 Exit status: 0 if both could be read, whether they differ or not; 1 if one was malformed; 3 if one
 could not be read, and then nothing is compared.
