@@ -6,6 +6,7 @@
 #include "input/Numbers.h"
 #include "lists/MemberFields.h"
 #include "text/MemberName.h"
+#include "text/Utf8.h"
 
 namespace BgpCommunities {
 
@@ -215,6 +216,11 @@ std::int64_t RouteInserter::insertList(std::size_t kind, ListId list) {
         octets += member.octets;
     }
     if (auto const found = findList_.bind(communityKindTraits[kind].key).bindOctets(octets).row()) {
+        if (!dictionary_.empty()) {
+            for (ListMember const& member : members) {
+                communityId(kind, member); // updates its meaning
+            }
+        }
         return found->number;
     }
     insertList_.bind(communityKindTraits[kind].key)
@@ -234,9 +240,9 @@ std::int64_t RouteInserter::communityId(std::size_t kind, ListMember const& memb
     if (!isNew) {
         return known->second;
     }
-    auto const said =
-        dictionary_.meaning(static_cast<CommunityKind>(kind), octetsOf(member.octets));
-    auto const meaning = said.empty() ? std::nullopt : std::optional(said);
+    std::string const said =
+        masked(dictionary_.meaning(static_cast<CommunityKind>(kind), octetsOf(member.octets)));
+    auto const meaning = said.empty() ? std::nullopt : std::optional<std::string_view>(said);
     if (auto const found =
             findCommunity_.bind(communityKindTraits[kind].key).bindOctets(member.octets).row()) {
         if (meaning) {

@@ -22,9 +22,9 @@ void prepareRouteDatabase(Database& database);
 /**
  * Inserts the routes of one dump into a database.
  *
- * Each distinct AS path, list and community is inserted once, when it first comes, and found again by its
- * octets if an earlier dump had it. The database, in which a transaction is open, and the agent are
- * not owned. Thread-compatible. Handlers throw DatabaseError.
+ * Each distinct AS path, list and community is inserted once; those of earlier dumps are found by
+ * their octets, and get the meanings of this dictionary. The database, in which a transaction is
+ * open, and the agent are not owned. Thread-compatible. Handlers throw DatabaseError.
  */
 class RouteInserter final : public ListCounter {
   public:
