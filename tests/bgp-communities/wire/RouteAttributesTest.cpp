@@ -102,6 +102,8 @@ TEST(RouteAttributesTest, NextHopsFollowTheFamily) {
              {"beside the other family's",
               nextHop + attribute(14, hex("0002 01 10") + global + u8(0)), ipv4Unicast,
               "192.0.2.1"},
+             {"of a wrong length, beside NEXT_HOP",
+              nextHop + attribute(14, hex("0002 01 05 20010db800 00")), ip6Unicast, "-"},
              {"IPv4 over IPv6", attribute(14, hex("0001 01 10") + global + u8(0)), ipv4Unicast,
               "2001:db8::1"},
              {"behind a distinguisher",

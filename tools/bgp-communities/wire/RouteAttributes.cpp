@@ -143,9 +143,11 @@ IpAddress RouteAttributes::nextHop(Route const& route) const {
         return nextHop_;
     }
     Family const family = route.family;
-    bool const byMpReach =
-        mpFamily_ ? family == *mpFamily_ : family != ipv4Unicast || nextHop_.size == 0;
-    return byMpReach && mpNextHop_.size != 0 ? mpNextHop_ : nextHop_;
+    if (mpFamily_) {
+        return family == *mpFamily_ ? mpNextHop_ : nextHop_;
+    }
+    bool const isMpReach = family != ipv4Unicast || nextHop_.size == 0;
+    return isMpReach && mpNextHop_.size != 0 ? mpNextHop_ : nextHop_;
 }
 
 std::string_view nameOf(RouteAttributes::Origin origin) {

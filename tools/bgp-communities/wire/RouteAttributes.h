@@ -64,9 +64,9 @@ class RouteAttributes {
 
     /**
      * The next hop of a route that is announced with these attributes, or no address. From NEXT_HOP
-     * for a route in the message itself, else from MP_REACH_NLRI if it is of the route's family. If
-     * MP_REACH_NLRI has a global and a link-local address, the global one; without the route
-     * distinguisher of VPN families.
+     * for a route in the message itself, else from MP_REACH_NLRI if it is of the route's family: no
+     * address if its next hop has an unknown length. Of a global and a link-local address, the
+     * global one; without the route distinguisher of VPN families.
      */
     [[nodiscard]] IpAddress nextHop(Route const& route) const;
 
