@@ -168,16 +168,20 @@ void appendSeries(std::string& out, std::span<Bar const> bars, std::string_view 
     constexpr std::uint32_t visible = 400; // columns side by side
     std::uint32_t const first = bars.empty() ? 0 : bars.front().hour;
     std::uint32_t const hours = bars.empty() ? 0 : bars.back().hour - first + 1;
-    std::string const columnWidth = std::to_string(std::max(hours / visible, 1U));
+    std::uint32_t const columnWidth = std::max(hours / visible, 1U);
     std::string const width = std::to_string(std::max(hours + hours / visible, fewest));
     out += "<svg class=\"series\" viewBox=\"0 0 " + width +
            " 100\" preserveAspectRatio=\"none\" role=\"img\"><title>" + escaped(title) +
            "</title>\n";
-    for (Bar const& bar : bars) {
+    for (std::size_t at = 0; at < bars.size(); ++at) {
+        Bar const& bar = bars[at];
+        bool const isLast = at + 1 == bars.size();
+        std::uint32_t const room = isLast ? columnWidth : bars[at + 1].hour - bar.hour;
+        std::string const barWidth = std::to_string(std::min(columnWidth, room));
         auto const column = [&](std::string_view style, std::uint64_t value) {
             std::string const height = percent(value, most);
             out.append("<rect class=\"").append(style).append("\" x=\"");
-            out += std::to_string(bar.hour - first) + "\" width=\"" + columnWidth +
+            out += std::to_string(bar.hour - first) + "\" width=\"" + barWidth +
                    "\" height=\"" + height + "\" y=\"" + percent(most - value, most) + "\"/>";
         };
         column("bar2", bar.value);
