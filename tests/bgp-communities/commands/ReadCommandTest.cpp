@@ -460,6 +460,7 @@ TEST(ReadCommandTest, OptionsThatMakeNoSenseAreTold) {
              {{"--family", "ipv5"}, "not a family: expected ipv4"},
              {{"--origin-as", "x"}, "not an AS number"},
              {{"--as-path", "(1"}, "--as-path: \"(1\": Unmatched ("},
+             {{"--as-path", "_(64500)_\\1"}, "back-references are not supported"},
              {{"--community", "no-exprt"}, "not a community: expected a value such as 64496:300"},
              {{"--add-path=maybe"}, "--add-path: unknown value \"maybe\""},
              {{"--limit", "0"}, "--limit: \"0\" is no number from 1 on"},

@@ -136,14 +136,19 @@ std::size_t bracketLength(std::string_view text) {
     return std::min(at + 1, text.size());
 }
 
-/** The expression that is meant for AS paths. As in those of routers, "_" matches the start, the
-    end or what is between two ASes, except in a bracket expression and after a backslash. */
-std::string pathPattern(std::string_view typed) {
+/** The expression for AS paths. As in those of routers, "_" matches the start, the end or what is
+    between two ASes, except in a bracket expression and after a backslash. Its group would change
+    the numbers of back-references, which are refused. */
+std::string pathPattern(std::string_view const whole) {
+    std::string_view typed = whole;
     std::string pattern;
     while (!typed.empty()) {
         std::size_t const length = typed[0] == '['    ? bracketLength(typed)
                                    : typed[0] == '\\' ? std::min<std::size_t>(2, typed.size())
                                                       : 1;
+        if (typed[0] == '\\' && length == 2 && typed[1] >= '1' && typed[1] <= '9') {
+            throw wrongValue(asPathOption, whole, "back-references are not supported");
+        }
         pattern += typed[0] == '_' ? "(^|$|[] ,{}()[])" : typed.substr(0, length);
         typed.remove_prefix(length);
     }
