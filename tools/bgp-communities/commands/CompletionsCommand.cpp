@@ -84,9 +84,10 @@ _bgp_communities() {
 
 constexpr std::string_view bashTail = R"(    esac
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word"; [[ ! $files ]] || compgen -f -- "$word")
+    [[ ! $files ]] || compopt -o filenames
 }
 
-complete -o filenames -F _bgp_communities bgp-communities
+complete -F _bgp_communities bgp-communities
 )";
 
 void appendBashCase(std::string& out, std::string_view pattern, std::string_view words,
@@ -178,7 +179,7 @@ std::string zshValue(std::string_view name, Option const& option) {
 void appendZshOption(std::string& out, Command const& command, Option const& option) {
     OptionHelp const help = helpOf(command, option);
     out.append("            '").append(option.needsValue() ? "*" : "").append(option.name);
-    out += option.needsValue() ? "=" : option.takes == Takes::optional ? "=-" : "";
+    out += option.takes != Takes::nothing ? "=" : "";
     out.append("[").append(quoted(help.summary, "[]")).append("]");
     out += option.takes == Takes::optional ? ":" : "";
     out += option.takes != Takes::nothing ? zshValue(help.value, option) : "";
@@ -202,6 +203,7 @@ void appendZsh(std::string& out) {
         }
         out += "        )\n        ;;\n";
     }
+    out += "    help)\n        _describe command commands\n        return\n        ;;\n";
     out += zshTail;
 }
 
