@@ -12,6 +12,8 @@ namespace BgpCommunities {
 
 namespace {
 
+static_assert(communityKinds == 4, "each kind is a column of routes, here and in DatabaseSchema.h");
+
 std::int64_t microseconds(RecordPosition const& at) {
     return std::int64_t{at.seconds} * 1000000 + at.microseconds;
 }

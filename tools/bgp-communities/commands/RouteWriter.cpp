@@ -16,6 +16,7 @@ constexpr std::string_view tsvHeader =
     "time\tmicroseconds\ttype\tpeer_address\tpeer_as\tfamily\tprefix\tpath_id\tas_path\torigin\t"
     "next_hop\tmed\tlocal_pref\tcommunities\textended_communities\tipv6_communities\t"
     "large_communities\tmeanings\terrors\tsent";
+static_assert(communityKinds == 4, "each kind is a column of tsvHeader");
 
 void appendOptional(std::string& out, std::optional<std::uint32_t> number) {
     if (number) {
