@@ -151,7 +151,11 @@ TEST(BmpReaderTest, NamesFaults) {
     };
 
     std::string const problem = "! BMP message of type ";
+    std::string const locRib = "\x03" + bmpPeer().substr(1);
+    std::string const addPathOpen =
+        message(1, hex("04 fbf0 005a c0000201 08 0206 4504 0001 01 03")); // RFC 7911
     std::string const system = bmp(4, bmpTlv(2, "a"));
+    std::string const up = "adjRibInPre 192.0.2.1 AS64496 up, to 192.0.2.254";
     for (Row const& row : std::vector<Row>{
              {"another version", system + "\x04", {"system a"}, "unknown BMP version 4"},
              {"too short for itself", system + "\x03" + u32(5), {"system a"}, ""},
@@ -181,8 +185,38 @@ TEST(BmpReaderTest, NamesFaults) {
               ""},
              {"routes, never up",
               bmp(0, bmpPeer() + update("", prefixNear)),
-              {"adjRibInPre 192.0.2.1 AS64496 +192.0.2.0/24",
+              {problem + "0: routes of a peer that is not up"},
+              ""},
+             {"routes of the router, never up",
+              bmp(0, locRib + update("", prefixNear)) + bmp(0, locRib + update("", prefixFar)),
+              {"locRib 192.0.2.1 AS64496 +192.0.2.0/24",
+               problem + "0: routes of a peer that is not up",
+               "locRib 192.0.2.1 AS64496 +198.51.100.0/24"},
+              ""},
+             {"routes, no longer up",
+              bmp(3, bmpPeerUp()) + bmp(2, bmpPeer() + u8(4)) +
+                  bmp(0, bmpPeer() + update("", prefixNear)),
+              {up, "adjRibInPre 192.0.2.1 AS64496 down: the peer closed the session without a "
+                   "notification",
                problem + "0: routes of a peer that is not up"},
+              ""},
+             {"two UPDATEs",
+              bmp(3, bmpPeerUp()) +
+                  bmp(0, bmpPeer() + update("", prefixNear) + update("", prefixFar)),
+              {up, "adjRibInPre 192.0.2.1 AS64496 +192.0.2.0/24",
+               problem + "0: octets after the UPDATE"},
+              ""},
+             {"Loc-RIB with path identifiers, ambiguous otherwise",
+              bmp(3, locRib + std::string(20, '\0') + addPathOpen + addPathOpen) +
+                  bmp(0, locRib + update("", hex("080a 080b 080c"))),
+              {"locRib 192.0.2.1 AS64496 up, to 0.0.0.0",
+               "locRib 192.0.2.1 AS64496 +12.0.0.0/8#134875147"},
+              ""},
+             {"down, without its NOTIFICATION",
+              bmp(3, bmpPeerUp()) + bmp(2, bmpPeer() + u8(3)),
+              {up, "adjRibInPre 192.0.2.1 AS64496 down: the peer closed the session with a "
+                   "notification",
+               problem + "2: peer down message without a NOTIFICATION"},
               ""},
          }) {
         Read const result = read(row.octets);

@@ -184,8 +184,8 @@ TEST(ListenCommandTest, PublishesWhatRoutesCarry) {
                       {"\tstandard\t0:7", "\tstandard\t0:8"}))
         << "views are kept apart";
     EXPECT_TRUE(holds(bmp(0, bmpPeer(1, post) + update("", "", prefixFar)), {"\tstandard\t0:7"}));
-    EXPECT_TRUE(holds(bmp(2, bmpPeer() + u8(1)), {})) << "the peer is down";
-    EXPECT_TRUE(holds(bmp(0, bmpPeer() + carrying(9)), {"\tstandard\t0:9"}));
+    EXPECT_TRUE(holds(bmp(2, bmpPeer() + u8(4)), {})) << "the peer is down";
+    EXPECT_TRUE(holds(bmp(3, bmpPeerUp()) + bmp(0, bmpPeer() + carrying(9)), {"\tstandard\t0:9"}));
     station.end(SIGKILL);
     EXPECT_EQ(lists(store), std::set<std::string>{"\tstandard\t0:9"}) << "the last whole store";
 }

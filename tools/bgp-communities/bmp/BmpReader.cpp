@@ -37,6 +37,26 @@ std::string_view readTlvs(OctetReader& in) {
     return readTlvs(in, [](BmpTlv const&) {});
 }
 
+/** The peer is the router, which has no session with itself: GoBGP 3 reports its Loc-RIB, and FRR 8
+    its own routes as those of 0.0.0.0, without a peer up message. */
+bool isRouterItself(BmpPeer const& peer) {
+    return peer.view == RibView::locRib || peer.id.address.octets == IpAddress{}.octets;
+}
+
+/** What is wrong after the reason of a peer down message (RFC 7854, section 4.9). */
+std::string_view peerDownFault(std::uint8_t reason, OctetReader in) {
+    constexpr std::uint8_t routerNotified = 1, routerClosed = 2, peerNotified = 3;
+    constexpr std::uint8_t notification = 3; // RFC 4271, section 4.1
+    if (reason == routerNotified || reason == peerNotified) {
+        BgpMessage message;
+        bool const isNotification = readMessage(in, message) && message.whole &&
+                                    message.type == notification;
+        return isNotification ? std::string_view() : "peer down message without a NOTIFICATION";
+    }
+    return reason == routerClosed && in.left() < 2 ? "peer down message without an event code"
+                                                   : std::string_view();
+}
+
 } // namespace
 
 void BmpReader::read(BmpMessage const& message) {
@@ -115,19 +135,18 @@ std::string_view BmpReader::readPeerUp(OctetReader& in, BmpPeer const& peer) {
     if (auto const fault = readBmpPeerUp(in, peer, up); !fault.empty()) {
         return fault;
     }
-    PeerSession* const session = this->session(peer);
-    if (session == nullptr) {
+    if (peers_.size() == maxPeers && !peers_.contains(peer.id)) {
         return "too many peers";
     }
-    auto const before = endsOf(peer, session->local);
-    session->addPath.endSession(before);
-    session->local = up.local;
-    auto const ends = endsOf(peer, up.local);
+    PeerSession& session = peers_[peer.id];
+    session.addPath.endSession(endsOf(peer, session.local));
+    session.local = up.local;
+    session.isUp = true;
     if (peer.view == RibView::locRib) { // both OPENs are the router's
-        session->addPath.decide(ends, up.sentOpen, false);
+        session.addPath.decide(endsOf(peer, up.local), up.sentOpen, false);
     } else {
-        session->addPath.decide({peer.id.address, up.local}, up.receivedOpen, false);
-        session->addPath.decide({up.local, peer.id.address}, up.sentOpen, false);
+        session.addPath.decide({peer.id.address, up.local}, up.receivedOpen, false);
+        session.addPath.decide({up.local, peer.id.address}, up.sentOpen, false);
     }
     handler_.handlePeerUp(peer, up);
     OctetReader information(up.information);
@@ -143,14 +162,7 @@ std::string_view BmpReader::readPeerDown(OctetReader& in, BmpPeer const& peer) {
         return "peer down for a peer that is not up";
     }
     handler_.handlePeerDown(peer, bmpPeerDownReason(reason));
-    return {};
-}
-
-BmpReader::PeerSession* BmpReader::session(BmpPeer const& peer) {
-    if (auto const known = peers_.find(peer.id); known != peers_.end()) {
-        return &known->second;
-    }
-    return peers_.size() < maxPeers ? &peers_[peer.id] : nullptr;
+    return peerDownFault(reason, in);
 }
 
 std::string_view BmpReader::readUpdate(OctetReader& in, BmpPeer const& peer) {
@@ -160,13 +172,17 @@ std::string_view BmpReader::readUpdate(OctetReader& in, BmpPeer const& peer) {
     if (!readMessage(messageIn, message) || !message.whole || message.type != BgpMessage::update) {
         return "route monitoring message without a whole UPDATE";
     }
-    bool const isUp = peers_.contains(peer.id);
-    PeerSession* const session = this->session(peer);
-    if (session == nullptr) {
-        return "too many peers";
+    constexpr std::string_view notUp = "routes of a peer that is not up";
+    bool const isKnown = peers_.contains(peer.id);
+    if (!isKnown && (!isRouterItself(peer) || peers_.size() == maxPeers)) {
+        return notUp;
     }
-    // Whatever the router says of path identifiers is in the OPENs.
-    PathIds const pathIds = session->addPath.decide(endsOf(peer, session->local), message, false);
+    // What the router says of path identifiers is in the OPENs. Those of the Loc-RIB have no second
+    // speaker: a family that they offer has path identifiers.
+    PeerSession& session = peers_[peer.id];
+    bool const hasOffer = session.isUp && peer.view == RibView::locRib;
+    PathIds const pathIds =
+        session.addPath.decide(endsOf(peer, session.local), message, hasOffer);
     if (!content_.read(message.body, pathIds)) {
         return "UPDATE is too short for its own length fields";
     }
@@ -174,7 +190,10 @@ std::string_view BmpReader::readUpdate(OctetReader& in, BmpPeer const& peer) {
                                  {content_.attributeOctets(), peer.asWidth},
                                  octets.first(message.length),
                                  pathIds});
-    return isUp ? content_.routesFault() : "routes of a peer that is not up";
+    if (!messageIn.empty()) {
+        return "octets after the UPDATE";
+    }
+    return isKnown ? content_.routesFault() : notUp;
 }
 
 } // namespace BgpCommunities

@@ -59,8 +59,9 @@ class BmpHandler {
  * (RFC 9069).
  *
  * Remembers the peers that are up, and from their OPENs which families carry path identifiers. A
- * malformed message is reported and skipped; the session goes on. The handler is not owned.
- * Thread-compatible.
+ * malformed message is reported and skipped, as are routes of a peer that is not up (RFC 7854,
+ * section 3.3), except those of the router itself, which are reported and read. The session goes on.
+ * The handler is not owned. Thread-compatible.
  */
 class BmpReader {
   public:
@@ -72,14 +73,15 @@ class BmpReader {
 
     void read(BmpMessage const& message);
 
-    /** The peers that are up. */
+    /** The peers that are up; the router itself may be one of them. */
     [[nodiscard]] std::size_t peers() const { return peers_.size(); }
 
   private:
-    /** A peer that is up. */
+    /** A peer that is up, or the router itself. */
     struct PeerSession {
         AddPathDecider addPath{AddPath::automatic};
         IpAddress local;
+        bool isUp = false; // a peer up message came
     };
 
     std::string_view readOf(BmpMessage const& message);
@@ -89,7 +91,6 @@ class BmpReader {
     std::string_view readPeerUp(OctetReader& in, BmpPeer const& peer);
     std::string_view readPeerDown(OctetReader& in, BmpPeer const& peer);
     std::string_view readUpdate(OctetReader& in, BmpPeer const& peer);
-    PeerSession* session(BmpPeer const& peer);
 
     BmpHandler& handler_;
     std::map<BmpPeerId, PeerSession> peers_;

@@ -12,6 +12,7 @@ namespace {
 // Bounds on what one dump can make the decider remember; no real dump comes near.
 constexpr std::size_t maxSpeakers = 8192;
 constexpr std::size_t maxFamilies = 64;
+constexpr std::size_t maxPiecesKept = 256; // between messages: there may be a decider for each peer
 
 constexpr std::uint8_t capabilities = 2;       // optional parameter, RFC 5492
 constexpr std::uint8_t addPathCapability = 69; // RFC 7911, section 4
@@ -103,6 +104,9 @@ PathIds AddPathDecider::decideUpdate(MessageEnds const& ends, Octets update, boo
                 *field->pathIds = sameFamily(*field) ? pathIds : *field->pathIds;
             }
         }
+    }
+    if (pieces_.capacity() > maxPiecesKept) {
+        std::vector<Octets>().swap(pieces_);
     }
     return decision;
 }
