@@ -491,6 +491,8 @@ TEST(MrtReaderTest, WhatLiesAboutItselfIsCountedNamedAndLeftOut) {
          {"192.0.2.1 AS64496 192.0.2.0/24"}, "octets after the content of the record: 1"},
         {"peers", inRecord, record(tableDumpV2, 1, hex("c00002fe 0001 2d 0002 00 c0000201")), none,
          "the peer index table is too short for its 2 peers"},
+        {"octets after peers", inRecord, record(tableDumpV2, 1, hex("c00002fe 0000 0000 ff")), none,
+         "octets after the content of the record: 1"},
     };
     std::string const keepalive = as4Record(message(4, ""));
     std::string const after = as4Record(update(""));

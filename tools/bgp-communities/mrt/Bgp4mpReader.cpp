@@ -21,7 +21,7 @@ void Bgp4mpReader::read(RecordContext const& record, std::uint16_t subtype, Octe
             record.reportBrokenRecord("the record is too short for two states");
             return;
         }
-        record.checkEnd(in);
+        record.checkEnd(in.left());
         record.handler().handleStateChange(change);
         return;
     }
@@ -40,7 +40,7 @@ void Bgp4mpReader::readMessage(RecordContext const& record, OctetReader& in, Pat
         return;
     }
     if (message.whole) {
-        record.checkEnd(in);
+        record.checkEnd(in.left());
     }
     if (message.type == BgpMessage::update) {
         ++record.counts().updates;

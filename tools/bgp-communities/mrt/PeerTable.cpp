@@ -28,6 +28,7 @@ PeerTable readPeerTable(Octets body) {
         }
     }
     table.whole = in.ok();
+    table.octetsLeft = in.left();
     return table;
 }
 

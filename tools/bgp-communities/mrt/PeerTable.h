@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -14,9 +15,10 @@ namespace BgpCommunities {
  * A plain value that owns its peers; shared by all who read such entries, it is immutable.
  */
 struct PeerTable {
-    std::vector<Peer> peers;   // by index, as many as could be read
-    std::uint16_t claimed = 0; // how many the record says there are
-    bool whole = false;        // the record was long enough for all of them
+    std::vector<Peer> peers;    // by index, as many as could be read
+    std::uint16_t claimed = 0;  // how many the record says there are
+    bool whole = false;         // the record was long enough for all of them
+    std::size_t octetsLeft = 0; // of the record, after them
 };
 
 /** Reads the body of a PEER_INDEX_TABLE record. */

@@ -13,9 +13,9 @@ void RecordContext::reportBrokenRecord(std::string reason) const {
     report(ProblemKind::brokenRecord, std::move(reason));
 }
 
-void RecordContext::checkEnd(OctetReader const& in) const {
-    if (in.left() != 0) {
-        reportBrokenRecord("octets after the content of the record: " + std::to_string(in.left()));
+void RecordContext::checkEnd(std::size_t octetsLeft) const {
+    if (octetsLeft != 0) {
+        reportBrokenRecord("octets after the content of the record: " + std::to_string(octetsLeft));
     }
 }
 

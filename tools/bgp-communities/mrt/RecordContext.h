@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "MrtCounts.h"
@@ -33,7 +34,7 @@ class RecordContext {
     /** Counts the record that is not what it says, and tells the handler. */
     void reportBrokenRecord(std::string reason) const;
     /** Reports a broken record if octets are left after its content. */
-    void checkEnd(OctetReader const& in) const;
+    void checkEnd(std::size_t octetsLeft) const;
     /** Counts the communities and the faults of an area, and tells the handler of the latter. */
     void account(AttributeArea const& area) const;
     /** Counts what the dump ends with, and tells the handler unless it is a proper end. */

@@ -24,7 +24,7 @@ void RibReader::readTableDump(RecordContext const& context, MrtRecord const& rec
         context.reportBrokenRecord("the record is too short for a route and its attributes");
         return;
     }
-    context.checkEnd(in);
+    context.checkEnd(in.left());
     Family const family = {subtype, safiUnicast};
     if (auto const fault = makePrefix(family, prefix, bits, entry_.route); !fault.empty()) {
         context.reportBrokenRecord(std::string(fault));
@@ -39,6 +39,8 @@ void RibReader::readTableDumpV2(RecordContext const& context, MrtRecord const& r
     } else if (!record.peers->whole) {
         context.reportBrokenRecord("the peer index table is too short for its " +
                                    std::to_string(record.peers->claimed) + " peers");
+    } else {
+        context.checkEnd(record.peers->octetsLeft);
     }
 }
 
@@ -93,7 +95,7 @@ void RibReader::readEntries(RecordContext const& context, OctetReader& in, bool 
     } else if (!peersKnown && peers != nullptr) {
         context.reportBrokenRecord("an entry names a peer that the peer index table has not");
     } else {
-        context.checkEnd(in);
+        context.checkEnd(in.left());
     }
 }
 
