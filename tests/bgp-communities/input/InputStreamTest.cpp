@@ -20,7 +20,7 @@ namespace {
 using namespace std::string_literals;
 using namespace Test;
 
-/** Octets that do not compress well, so that a cut shows. */
+/** Octets that hardly compress, so that truncation has an effect. */
 std::string noise(std::size_t size) {
     std::string out;
     for (std::uint32_t state = 1; out.size() < size;) {
@@ -42,12 +42,12 @@ Read readAll(std::string const& path, std::size_t step = 4096, unsigned threads 
     while (std::size_t const got = input.read(buffer)) {
         all.octets.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(got));
     }
-    EXPECT_EQ(input.read(buffer), 0U) << "the end stays the end";
+    EXPECT_EQ(input.read(buffer), 0U) << "still at the end";
     all.damage = input.damage();
     return all;
 }
 
-TEST(InputStreamTest, WhatComesOutIsWhatWentIn) {
+TEST(InputStreamTest, ReadsPlainAndCompressedInput) {
     std::string const small = "one small member";
     std::string const large = noise(300000);
     std::string const even(250000, 'x');
@@ -71,13 +71,13 @@ TEST(InputStreamTest, WhatComesOutIsWhatWentIn) {
         {"xz members", xz(small) + std::string(4, '\0') + xz("") + xz(large) + std::string(8, '\0'),
          small + large},
         {"zstd", zstd(large), large},
-        {"zstd frames, one to be skipped",
+        {"zstd frames, one of them skippable",
          zstd(small) + "\x5f\x2a\x4d\x18\x02\0\0\0ab"s + zstd(even), small + even},
-        {"zstd, a frame to be skipped before the first, as pzstd writes it",
+        {"zstd after a skippable frame, as written by pzstd",
          "\x50\x2a\x4d\x18\x04\0\0\0\x0d\0\0\0"s + zstd(small), small},
-        {"plain that begins as a zstd frame to be skipped, a time of August 2012",
+        {"plain that begins like a skippable zstd frame, a time of August 2012",
          "\x50\x2a\x4d\x18\0\x0d rest"s, "\x50\x2a\x4d\x18\0\x0d rest"s},
-        {"plain that begins as a zip archive, a time of September 2012", "PK\x03\x04\0\x0d rest"s,
+        {"plain that begins like a zip archive, a time of September 2012", "PK\x03\x04\0\x0d rest"s,
          "PK\x03\x04\0\x0d rest"s},
         {"bzip2 members", bzip2(even) + bzip2("") + bzip2(small), even + small},
         {"plain that begins with BZh1, a time of April 2005", "BZh1\0\x0d rest"s,
@@ -94,7 +94,7 @@ TEST(InputStreamTest, WhatComesOutIsWhatWentIn) {
     }
 }
 
-TEST(InputStreamTest, ACutMemberGivesAllThatItHoldsAndIsReported) {
+TEST(InputStreamTest, ReadsAndReportsTruncatedMembers) {
     std::string const plain = noise(2000) + std::string(100000, 'x');
     for (auto const& [form, packed] :
          {std::pair("gzip", gzip(plain)), std::pair("bzip2", bzip2(plain)),
@@ -104,20 +104,18 @@ TEST(InputStreamTest, ACutMemberGivesAllThatItHoldsAndIsReported) {
         for (std::size_t size = 10; size < packed.size(); size += 1 + size / 16) {
             TemporaryFile const file(packed.substr(0, size));
             Read const read = readAll(file.path(), 100);
-            EXPECT_EQ(read.damage,
-                      std::string("the ") + form + " data end in the middle of a member")
-                << size;
+            EXPECT_EQ(read.damage, std::string("truncated ") + form + " data") << size;
             EXPECT_TRUE(plain.starts_with(read.octets)) << size;
             EXPECT_GE(read.octets.size(), longest);
             longest = read.octets.size();
         }
-        // All but some of the checksums at the end: nothing may stay behind in the decompressor.
+        // Only part of the checksums is missing: all data must be returned.
         TemporaryFile const file(packed.substr(0, packed.size() - 4));
         EXPECT_TRUE(readAll(file.path(), 100).octets == plain);
     }
 }
 
-TEST(InputStreamTest, WhatFollowsOrIsDamagedIsReportedAfterWhatCouldBeRead) {
+TEST(InputStreamTest, ReportsDamageAndTrailingDataAtTheEnd) {
     std::string const first = noise(5000);
     std::string wrongGzip = gzip(first);
     wrongGzip[wrongGzip.size() - 6] ^= 1; // its checksum
@@ -148,8 +146,8 @@ TEST(InputStreamTest, WhatFollowsOrIsDamagedIsReportedAfterWhatCouldBeRead) {
     }
 }
 
-/** Octets whose bzip2 blocks hold the magic of a block where none begins: in the bitmap of the
-   octets that are used, sixteen bits for each sixteen of them. */
+/** Octets whose bzip2 blocks contain a block magic where no block begins, in the bitmap of used
+   octets (16 bits for each 16 of them). */
 std::string octetsWithMagicInside(std::size_t size) {
     std::string used;
     for (unsigned at = 0; at < 48; ++at) {
@@ -164,7 +162,7 @@ std::string octetsWithMagicInside(std::size_t size) {
     return out;
 }
 
-TEST(InputStreamTest, SeveralThreadsDecompressWhatOneDoes) {
+TEST(InputStreamTest, DecompressesTheSameInSeveralThreads) {
     std::string const plain =
         octetsWithMagicInside(250000) + noise(150000) + std::string(3000000, 'x');
     std::string const packed = bzip2(plain) + bzip2("") + bzip2(noise(150000));
@@ -174,7 +172,7 @@ TEST(InputStreamTest, SeveralThreadsDecompressWhatOneDoes) {
         Read const one = readAll(file.path(), 65536, 1);
         Read const several = readAll(file.path(), 65536, 3);
         EXPECT_TRUE(several.octets == one.octets) << what;
-        // The octet at which damage is noticed depends on how much is offered at a time.
+        // The octet at which damage is detected depends on how much is decompressed at a time.
         auto const kind = [](std::string const& damage) {
             return damage.substr(0, damage.find(" near")) +
                    damage.substr(std::min(damage.rfind(':'), damage.size()));
@@ -194,7 +192,7 @@ TEST(InputStreamTest, SeveralThreadsDecompressWhatOneDoes) {
     }
 }
 
-TEST(InputStreamTest, ArchivesAreNamedAsSuch) {
+TEST(InputStreamTest, RejectsArchives) {
     std::string header(512, '\0');
     header.replace(0, 8, "dump.mrt")
         .replace(100, 7, "0000644")
@@ -218,11 +216,11 @@ TEST(InputStreamTest, ArchivesAreNamedAsSuch) {
                       file.path() + ": is a " + kind + " archive; extract the dumps first");
         }
     }
-    header[0] = 'x'; // the sum is not that of a header
+    header[0] = 'x'; // the checksum does not match
     EXPECT_TRUE(readAll(TemporaryFile(header).path()).octets == header);
 }
 
-TEST(InputStreamTest, WhatCannotBeReadThrowsAndNamesIt) {
+TEST(InputStreamTest, UnreadablePathsThrow) {
     for (std::string const& path : {testing::TempDir() + "no-such-file.mrt", testing::TempDir()}) {
         try {
             readAll(path);
@@ -233,7 +231,7 @@ TEST(InputStreamTest, WhatCannotBeReadThrowsAndNamesIt) {
     }
 }
 
-TEST(InputStreamTest, StandardInputIsReadInPieces) {
+TEST(InputStreamTest, ReadsStandardInputInPieces) {
     std::string const plain = noise(10000);
     std::string const packed = gzip(plain);
     std::array<int, 2> pipe{};
@@ -241,7 +239,7 @@ TEST(InputStreamTest, StandardInputIsReadInPieces) {
     int const saved = ::dup(STDIN_FILENO);
     ASSERT_EQ(::dup2(pipe[0], STDIN_FILENO), STDIN_FILENO);
     ::close(pipe[0]);
-    // The pipe holds all of it; one octet first, so that the form is not told by a single read.
+    // The pipe holds everything. One octet comes first, so one read cannot identify the format.
     ASSERT_EQ(::write(pipe[1], packed.data(), 1), 1);
     ASSERT_EQ(::write(pipe[1], packed.data() + 1, packed.size() - 1),
               static_cast<ssize_t>(packed.size() - 1));
@@ -254,7 +252,7 @@ TEST(InputStreamTest, StandardInputIsReadInPieces) {
     EXPECT_EQ(read.damage, "");
 }
 
-TEST(InputStreamTest, ProgressIsThatOfTheFileItself) {
+TEST(InputStreamTest, ReportsProgressInOctetsOfTheFile) {
     std::string const packed = gzip(noise(500000));
     TemporaryFile const file(packed);
     InputStream input(file.path());

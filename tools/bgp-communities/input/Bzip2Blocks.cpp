@@ -23,12 +23,13 @@ constexpr std::string_view wrongData = "incorrect data check";
 /** 900,000 symbols of at most 20 bits, and their tables. */
 constexpr std::uint64_t maxBlockBits = std::uint64_t{8} * (5U << 19);
 
-/** What a thread decodes of a block before it is asked for: most blocks whole. Runs of one octet
-   can make 46 MB of one. */
+/** How much of a block a thread decodes in advance; most blocks fit. A block of runs can expand to
+   46 MB. */
 constexpr std::size_t firstOctets = 1U << 20;
 
-/** By the third octet from the end of eight: how many bits of a magic may end before the last one's
-    end, as a bit set. The octet lies inside of the magic for each of them. */
+/** Indexed by the sixth of the last eight octets read: the bit set of shifts (0 to 7 bits before
+   the end of the eighth) at which a magic may end. The sixth octet is inside the magic at every
+   shift. */
 constexpr std::array<std::uint8_t, 256> magicShifts = [] {
     std::array<std::uint8_t, 256> shifts{};
     for (std::uint64_t const magic : {blockMagic, endMagic}) {
@@ -47,9 +48,9 @@ constexpr std::uint64_t lowBits(std::uint64_t value, unsigned count) {
 } // namespace
 
 /**
- * One block, decoded as a member of its own, or octet by octet until it ends.
+ * One block, decoded as a member of its own, or octet by octet if its end is unknown.
  *
- * Thread-compatible; its state belongs to the mutex of the decoder.
+ * Thread-compatible; `state` is guarded by the mutex of the decoder.
  */
 class Bzip2Blocks::Block {
   public:
@@ -65,7 +66,7 @@ class Bzip2Blocks::Block {
     Block(Block const&) = delete;
     Block& operator=(Block const&) = delete;
 
-    /** Decodes the first octets. If that fails for any reason, nothing is decoded. */
+    /** Decodes the first octets of the block, or none on any error. */
     void decode() noexcept {
         try {
             start();
@@ -79,8 +80,8 @@ class Bzip2Blocks::Block {
         }
     }
 
-    /** For a block without a known end: decodes one more octet. False once it is decoded, or
-        damaged. */
+    /** Feeds one octet of a block whose end is unknown. Returns false when the block is complete or
+       damaged. */
     bool feed(std::uint8_t octet) {
         if (!open_) {
             open_ = true;
@@ -92,7 +93,7 @@ class Bzip2Blocks::Block {
         return filled_ == 0 && !damaged_;
     }
 
-    /** The next decoded octets; 0 at the end. */
+    /** Reads decoded octets into `out`; returns how many, 0 at the end. */
     std::size_t read(std::span<std::uint8_t> out) {
         if (taken_ < filled_) {
             std::size_t const count = std::min(out.size(), filled_ - taken_);
@@ -103,7 +104,7 @@ class Bzip2Blocks::Block {
         return started_ ? step(out) : 0;
     }
 
-    /** After the last octet: the block is damaged, or not all of what lies between its ends. */
+    /** After `read()` returned 0: the block is damaged, or ends before its piece does. */
     [[nodiscard]] bool damaged() const { return damaged_; }
 
   private:
@@ -191,15 +192,15 @@ std::size_t Bzip2Blocks::read(std::span<std::uint8_t> out) {
 
 void Bzip2Blocks::finishBlock() {
     if (current_.block->damaged()) {
-        reportDamage((cutBit_ + 7) / 8, wrongData);
+        reportDamage((nextBit_ + 7) / 8, wrongData);
     }
     memberChecksum_ = std::rotl(memberChecksum_, 1) ^ current_.checksum;
     current_.block.reset();
 }
 
-/** Takes the next piece; false at a proper end. */
+/** Takes the next piece; returns false after the last one. */
 bool Bzip2Blocks::nextPiece() {
-    cutMore();
+    splitMore();
     if (pieces_.empty()) {
         if (failure_) {
             std::rethrow_exception(std::exchange(failure_, nullptr));
@@ -229,13 +230,13 @@ bool Bzip2Blocks::nextPiece() {
         reportDamage((piece.bit + 7) / 8, wrongData);
         break;
     case Piece::Kind::trailing:
-        reportTrailing(bitsHeld() / 8 - piece.bit / 8);
+        reportTrailing(bitsRead() / 8 - piece.bit / 8);
         break;
     }
     return true;
 }
 
-/** Waits until a thread has decoded the block, or decodes it if none has begun to. */
+/** Waits until the block is decoded; decodes it here if no thread has started on it. */
 void Bzip2Blocks::await(std::shared_ptr<Block> const& block) {
     if (!block) {
         return;
@@ -250,8 +251,7 @@ void Bzip2Blocks::await(std::shared_ptr<Block> const& block) {
     changed_.wait(lock, [&] { return block->state == Block::State::done; });
 }
 
-/** Decodes a block whose end is not where a magic was found, if anywhere, and cuts anew from where
-   it ends. */
+/** Decodes a block whose end was not found or was wrong, and resumes splitting at its real end. */
 std::shared_ptr<Bzip2Blocks::Block> Bzip2Blocks::decodeAgain(Piece const& piece) {
     auto block = std::make_shared<Block>(std::vector<std::uint8_t>());
     for (std::uint8_t const octet :
@@ -260,82 +260,82 @@ std::shared_ptr<Bzip2Blocks::Block> Bzip2Blocks::decodeAgain(Piece const& piece)
     }
     std::uint64_t bit = piece.bit;
     for (bool more = true; more; bit += 8) {
-        if (!hold(bit + 8)) {
-            auto const left = static_cast<unsigned>(bitsHeld() - std::min(bit, bitsHeld()));
+        if (!ensure(bit + 8)) {
+            auto const left = static_cast<unsigned>(bitsRead() - std::min(bit, bitsRead()));
             bool const undecided =
                 left == 0 || block->feed(static_cast<std::uint8_t>(bits(bit, left) << (8 - left)));
             pieces_.clear();
-            cutEnded_ = true;
+            splitEnded_ = true;
             push(Piece::Kind::truncated, bit);
             return undecided ? std::make_shared<Block>(std::vector<std::uint8_t>()) : block;
         }
         more = block->feed(static_cast<std::uint8_t>(bits(bit, 8)));
     }
     if (block->damaged()) {
-        cutBit_ = bit;
+        nextBit_ = bit;
     } else {
         level_ = piece.level;
-        resumeCutting(bit);
+        resumeSplitting(bit);
     }
     return block;
 }
 
-/** Of a block that ends within the octet before `blockEnd`. */
-void Bzip2Blocks::resumeCutting(std::uint64_t blockEnd) {
+/** Resumes after a block that ends in the octet before `blockEnd`. */
+void Bzip2Blocks::resumeSplitting(std::uint64_t blockEnd) {
     pieces_.clear();
     {
         std::lock_guard const lock(mutex_);
         waiting_.clear();
     }
-    for (cutBit_ = blockEnd - 7; cutBit_ <= blockEnd; ++cutBit_) {
-        if (!hold(cutBit_ + magicBits)) {
-            push(Piece::Kind::truncated, cutBit_);
-            cutEnded_ = true;
+    for (nextBit_ = blockEnd - 7; nextBit_ <= blockEnd; ++nextBit_) {
+        if (!ensure(nextBit_ + magicBits)) {
+            push(Piece::Kind::truncated, nextBit_);
+            splitEnded_ = true;
             return;
         }
-        if (isMagic(cutBit_)) {
-            cutEnded_ = false;
+        if (isMagic(nextBit_)) {
+            splitEnded_ = false;
             return;
         }
     }
     push(Piece::Kind::damaged, blockEnd);
-    cutEnded_ = true;
+    splitEnded_ = true;
 }
 
-void Bzip2Blocks::cutMore() try {
-    while (!cutEnded_ && pieces_.size() < std::size_t{2} * maxThreads_) {
-        cutOne();
+void Bzip2Blocks::splitMore() try {
+    while (!splitEnded_ && pieces_.size() < std::size_t{2} * maxThreads_) {
+        splitOne();
     }
 } catch (InputError const&) {
-    cutEnded_ = true;
+    splitEnded_ = true;
     failure_ = std::current_exception();
 }
 
-void Bzip2Blocks::cutOne() {
-    std::uint64_t const begin = cutBit_;
-    bool const whole = hold(begin + magicBits + checksumBits);
+void Bzip2Blocks::splitOne() {
+    std::uint64_t const begin = nextBit_;
+    bool const whole = ensure(begin + magicBits + checksumBits);
     if (bits(begin, magicBits) == blockMagic) {
         auto const end = whole ? findMagic(begin + magicBits + checksumBits) : std::nullopt;
         pushBlock(begin, end);
-        cutBit_ = end.value_or(begin);
-        cutEnded_ = !end;
+        nextBit_ = end.value_or(begin);
+        splitEnded_ = !end;
     } else if (whole) {
         auto const checksum = static_cast<std::uint32_t>(bits(begin + magicBits, checksumBits));
         push(Piece::Kind::memberEnd, begin, checksum);
         enterMember((begin + magicBits + checksumBits + 7) / 8);
     } else {
         push(Piece::Kind::truncated, begin);
-        cutEnded_ = true;
+        splitEnded_ = true;
     }
 }
 
-/** Begins to cut a member there, or ends the cutting. */
+/** Starts to split the member at `octet`; ends the splitting if there is no member. */
 void Bzip2Blocks::enterMember(std::uint64_t octet) {
-    cutBit_ = (octet + 4) * 8;
-    bool const whole = hold((octet + longestMagic) * 8);
+    nextBit_ = (octet + 4) * 8;
+    bool const whole = ensure((octet + longestMagic) * 8);
     Octets const held = Octets(raw_).subspan(octet - rawOffset_);
     Octets const head = held.first(std::min(held.size(), longestMagic));
-    cutEnded_ = !whole || !startsBzip2(head);
+    splitEnded_ = !whole || !startsBzip2(head);
     if (head.size() >= 3 && startsBzip2(head)) {
         if (whole) {
             level_ = head[3];
@@ -356,7 +356,7 @@ void Bzip2Blocks::pushBlock(std::uint64_t bit, std::optional<std::uint64_t> end)
     if (!end) {
         return;
     }
-    auto const block = std::make_shared<Block>(memberOf(bit, *end));
+    auto const block = std::make_shared<Block>(makeMember(bit, *end));
     pieces_.back().block = block;
     if (pieces_.size() > 1) {
         startThread();
@@ -366,8 +366,8 @@ void Bzip2Blocks::pushBlock(std::uint64_t bit, std::optional<std::uint64_t> end)
     changed_.notify_all();
 }
 
-/** The bits as a member of their own: with a header, and the end that belongs to them. */
-std::vector<std::uint8_t> Bzip2Blocks::memberOf(std::uint64_t begin, std::uint64_t end) const {
+/** Returns the bits as a member of their own, with a header, an end magic and a checksum. */
+std::vector<std::uint8_t> Bzip2Blocks::makeMember(std::uint64_t begin, std::uint64_t end) const {
     std::vector<std::uint8_t> member;
     member.reserve((end - begin) / 8 + 20);
     member.assign({'B', 'Z', 'h', level_});
@@ -377,7 +377,7 @@ std::vector<std::uint8_t> Bzip2Blocks::memberOf(std::uint64_t begin, std::uint64
         member.push_back(
             shift == 0 ? *at : static_cast<std::uint8_t>(at[0] << shift | at[1] >> (8 - shift)));
     }
-    // Less than an octet of the block, the magic of the end, the checksum.
+    // The last bits of the block, the end magic and the checksum, followed by padding.
     unsigned count = (end - begin) % 8;
     std::uint64_t pending = bits(end - count, count);
     auto const append = [&](std::uint64_t value, unsigned more) {
@@ -395,11 +395,11 @@ std::vector<std::uint8_t> Bzip2Blocks::memberOf(std::uint64_t begin, std::uint64
     return member;
 }
 
-/** The first magic from `bit` on that can end a block which begins shortly before. */
+/** Finds the first magic at or after `bit`, within the longest possible block. */
 std::optional<std::uint64_t> Bzip2Blocks::findMagic(std::uint64_t bit) {
     std::uint64_t const last = bit + maxBlockBits;
     std::uint64_t window = 0; // the last eight octets
-    for (std::uint64_t octet = bit / 8; octet * 8 < last && hold(octet * 8 + 8); ++octet) {
+    for (std::uint64_t octet = bit / 8; octet * 8 < last && ensure(octet * 8 + 8); ++octet) {
         window = window << 8 | raw_[octet - rawOffset_];
         if (std::uint8_t const shifts = magicShifts[window >> 16 & 0xff]; shifts != 0) {
             for (unsigned shift = 8; shift-- > 0;) {
@@ -414,9 +414,9 @@ std::optional<std::uint64_t> Bzip2Blocks::findMagic(std::uint64_t bit) {
     return std::nullopt;
 }
 
-/** Reads the source up to there; false if it ends before. */
-bool Bzip2Blocks::hold(std::uint64_t bit) {
-    while (bitsHeld() < bit) {
+/** Reads the source up to `bit`; returns false if it ends before. */
+bool Bzip2Blocks::ensure(std::uint64_t bit) {
+    while (bitsRead() < bit) {
         Octets const more = source_.peek(1);
         if (more.empty()) {
             return false;
@@ -427,7 +427,7 @@ bool Bzip2Blocks::hold(std::uint64_t bit) {
     return true;
 }
 
-/** At most 57 bits; zeros for what is not held. */
+/** Returns `count` bits, at most 57; bits that are not in the buffer are zero. */
 std::uint64_t Bzip2Blocks::bits(std::uint64_t bit, unsigned count) const {
     std::uint64_t window = 0;
     std::size_t const first = bit / 8 - rawOffset_;
@@ -448,7 +448,8 @@ void Bzip2Blocks::dropBefore(std::uint64_t bit) {
     rawOffset_ += octets;
 }
 
-/** One thread more, if there may be; without it the others, or the caller, decode its blocks. */
+/** Starts another thread, up to the limit. If that fails, the other threads or the caller decode
+   the blocks. */
 void Bzip2Blocks::startThread() {
     if (threads_.size() < maxThreads_) {
         try {

@@ -17,20 +17,20 @@
 namespace BgpCommunities {
 
 /**
- * Decodes bzip2 by several threads: the blocks of a member are independent.
+ * Decompresses bzip2 in several threads; the blocks of a member are independent.
  *
  *     member: "BZh" level | blocks, not aligned to octets | end magic (48 bits) | checksum (32),
  * pad block:  block magic (48 bits) | checksum (32) | ...
  *
- * Nothing says where a block ends, but the next one's magic, or that of the end, follows. The 48
- * bits of a magic may also occur inside of a block. So the input is cut before each magic, each
- * piece is decoded as if it were a member of its own, and one that does not decode is decoded
- * again, in the calling thread, from its first bit without an end: libbz2 stops where the block
- * really ends, and cutting starts again there. Output, order and reports are those of one
+ * A block has no length field; it ends before the next block magic or end magic. The 48 bits of a
+ * magic may also occur inside a block. The input is therefore split before each magic, and each
+ * piece is decoded as a member of its own. A piece that fails to decode is decoded again in the
+ * calling thread, from its first bit and without a known end: libbz2 stops at the real end of the
+ * block, and splitting resumes there. Output, order and error reports are the same as with a single
  * decompressor.
  *
- * Owns its threads, which exist from the second block on. Memory is bounded: a few blocks for each
- * thread, compressed, and the first octets of each, decompressed. Thread-compatible.
+ * Owns its threads and starts the first one at the second block. Memory is bounded: a few
+ * compressed blocks per thread, and the first decompressed octets of each. Thread-compatible.
  */
 class Bzip2Blocks final : public MemberDecoder {
   public:
@@ -42,34 +42,35 @@ class Bzip2Blocks final : public MemberDecoder {
   private:
     class Block;
 
-    /** What the input is cut into. */
+    /** A piece of the input. */
     struct Piece {
         enum class Kind : std::uint8_t { block, memberEnd, truncated, damaged, trailing };
 
         Kind kind = Kind::block;
-        std::uint8_t level = 0;       // of the member, as in its header
-        std::uint64_t bit = 0;        // where it begins, from the beginning of the source
+        std::uint8_t level = 0;       // of the member, from its header
+        std::uint64_t bit = 0;        // start of the piece in the source
         std::uint32_t checksum = 0;   // of the block, or of the member
-        std::shared_ptr<Block> block; // null if no end of it was found
+        std::shared_ptr<Block> block; // null if its end was not found
     };
 
-    // Not called: this class walks from member to member itself.
+    // Not called: this class iterates over members itself.
     [[nodiscard]] bool startsMember(Octets head) const override { return startsBzip2(head); }
 
     void startMember() override {}
 
     Step decompress(Octets /*in*/, std::span<std::uint8_t> /*out*/) override { return {}; }
 
-    void cutMore();
-    void cutOne();
+    void splitMore();
+    void splitOne();
     void enterMember(std::uint64_t octet);
     void push(Piece::Kind kind, std::uint64_t bit, std::uint32_t checksum = 0);
     void pushBlock(std::uint64_t bit, std::optional<std::uint64_t> end);
-    [[nodiscard]] std::vector<std::uint8_t> memberOf(std::uint64_t begin, std::uint64_t end) const;
+    [[nodiscard]] std::vector<std::uint8_t> makeMember(std::uint64_t begin,
+                                                       std::uint64_t end) const;
     std::optional<std::uint64_t> findMagic(std::uint64_t bit);
 
-    [[nodiscard]] std::uint64_t bitsHeld() const { return (rawOffset_ + raw_.size()) * 8; }
-    bool hold(std::uint64_t bit);
+    [[nodiscard]] std::uint64_t bitsRead() const { return (rawOffset_ + raw_.size()) * 8; }
+    bool ensure(std::uint64_t bit);
     [[nodiscard]] std::uint64_t bits(std::uint64_t bit, unsigned count) const;
     [[nodiscard]] bool isMagic(std::uint64_t bit) const;
     void dropBefore(std::uint64_t bit);
@@ -78,28 +79,28 @@ class Bzip2Blocks final : public MemberDecoder {
     void finishBlock();
     void await(std::shared_ptr<Block> const& block);
     std::shared_ptr<Block> decodeAgain(Piece const& piece);
-    void resumeCutting(std::uint64_t blockEnd);
+    void resumeSplitting(std::uint64_t blockEnd);
     void startThread();
     void work();
 
     unsigned const maxThreads_;
 
-    std::vector<std::uint8_t> raw_; // from the first piece that is not finished
+    std::vector<std::uint8_t> raw_; // from the first unfinished piece on
     std::uint64_t rawOffset_ = 0;   // of raw_[0] in the source
-    std::uint64_t cutBit_ = 0;      // where the next piece begins, with a magic
-    bool cutEnded_ = false;         // no piece is left to cut
-    std::uint8_t level_ = 0;        // of the member that is being cut
+    std::uint64_t nextBit_ = 0;     // start of the next piece, at a magic
+    bool splitEnded_ = false;       // no more pieces
+    std::uint8_t level_ = 0;        // of the member that is being split
     std::exception_ptr failure_;    // of the source; thrown after the last piece
 
     std::deque<Piece> pieces_; // in order
-    Piece current_;            // the block that is being handed out
+    Piece current_;            // the block that is being read
     std::uint32_t memberChecksum_ = 0;
 
-    std::mutex mutex_; // guards what follows, and the state of each block
+    std::mutex mutex_; // guards the members below and the state of each block
     std::condition_variable changed_;
-    std::deque<std::shared_ptr<Block>> waiting_; // to be decoded
+    std::deque<std::shared_ptr<Block>> waiting_; // not decoded yet
     bool stop_ = false;
-    std::vector<std::jthread> threads_; // last, as they use the rest
+    std::vector<std::jthread> threads_; // last: the threads use the members above
 };
 
 } // namespace BgpCommunities

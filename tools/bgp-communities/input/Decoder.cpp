@@ -17,7 +17,7 @@ std::size_t MemberDecoder::read(std::span<std::uint8_t> out) {
         if (!inMember_ && !enterMember()) {
             break;
         }
-        // At the end of the file the decompressor may still hold octets that had no room.
+        // At the end of the file the decompressor may still have buffered output.
         Step const step = decompress(source_.peek(1), out);
         source_.consume(step.consumed);
         inMember_ = !step.memberEnded;
@@ -45,7 +45,7 @@ bool MemberDecoder::enterMember() {
     return true;
 }
 
-/** Consumes the zeros that come next; returns how many. */
+/** Consumes zeros up to the next non-zero octet; returns how many. */
 std::uint64_t MemberDecoder::skipZeros() {
     for (std::uint64_t skipped = 0;;) {
         Octets const in = source_.peek(1);
@@ -60,13 +60,13 @@ std::uint64_t MemberDecoder::skipZeros() {
 }
 
 void MemberDecoder::reportDamage(std::uint64_t offset, std::string_view fault) {
-    damage_ = "the " + format_ + " data are damaged near octet " + std::to_string(offset) + ": " +
-              std::string(fault);
+    damage_ =
+        format_ + " data damaged near octet " + std::to_string(offset) + ": " + std::string(fault);
     ended_ = true;
 }
 
 void MemberDecoder::reportTruncation() {
-    damage_ = "the " + format_ + " data end in the middle of a member";
+    damage_ = "truncated " + format_ + " data";
     ended_ = true;
 }
 
@@ -84,50 +84,51 @@ void MemberDecoder::reportTrailing(std::uint64_t more) {
 
 namespace {
 
-/** `head` begins with `magic`, as far as both go. */
-bool agree(Octets head, Octets magic) {
+/** Whether `head` and `magic` are equal up to the length of the shorter one. */
+bool sharePrefix(Octets head, Octets magic) {
     std::size_t const count = std::min(head.size(), magic.size());
     return std::equal(head.begin(), head.begin() + static_cast<std::ptrdiff_t>(count),
                       magic.begin());
 }
 
-// gzip member (RFC 1952): 1f 8b, then the only compression method that there is.
+// gzip member (RFC 1952): 1f 8b, then the compression method, always deflate.
 constexpr std::array<std::uint8_t, 3> gzipMagic = {0x1f, 0x8b, 0x08};
 constexpr std::array<std::uint8_t, 6> xzMagic = {0xfd, '7', 'z', 'X', 'Z', 0};
 constexpr std::array<std::uint8_t, 4> zstdMagic = {0x28, 0xb5, 0x2f, 0xfd}; // RFC 8878
 // A bzip2 member: "BZh", block size '1' to '9', and the magic of its first block, or of its end if
-// it is empty. "BZh1" alone would also be the timestamp of an MRT record of April 2005.
+// it is empty. "BZh1" alone could also be the timestamp of an MRT record of April 2005.
 constexpr std::array<std::uint8_t, 3> bzip2Magic = {'B', 'Z', 'h'};
 constexpr std::array<std::uint8_t, 6> bzip2Block = {0x31, 0x41, 0x59, 0x26, 0x53, 0x59};
 constexpr std::array<std::uint8_t, 6> bzip2End = {0x17, 0x72, 0x45, 0x38, 0x50, 0x90};
 
 bool startsGzip(Octets head) {
-    return agree(head, gzipMagic);
+    return sharePrefix(head, gzipMagic);
 }
 
 bool startsXz(Octets head) {
-    return agree(head, xzMagic);
+    return sharePrefix(head, xzMagic);
 }
 
 bool startsZstd(Octets head) {
-    return agree(head, zstdMagic);
+    return sharePrefix(head, zstdMagic);
 }
 
-// 50 to 5f, then the rest of the magic of a frame to be skipped (RFC 8878, section 3.1.2).
+// Skippable frame (RFC 8878, section 3.1.2): 50 to 5f, then the rest of the magic.
 constexpr std::array<std::uint8_t, 3> skippableMagic = {0x2a, 0x4d, 0x18};
 
 bool startsSkippableZstd(Octets head) {
-    return !head.empty() && head[0] >> 4 == 5 && agree(head.subspan(1), skippableMagic);
+    return !head.empty() && head[0] >> 4 == 5 && sharePrefix(head.subspan(1), skippableMagic);
 }
 
-/** The magic is also a time from August 2012 on. What follows tells a file, such as pzstd writes,
-    from a dump: the low octet of the frame's size, or the high octet of the record's type, 0. */
+/** Whether a file starts with a skippable frame, as written by pzstd. An MRT timestamp from August
+    2012 on has the same magic. The next octet differs: the low octet of the frame size, or the high
+    octet of the record type, which is 0. */
 bool startsZstdBySkipping(Octets head) {
     return startsSkippableZstd(head) && (head.size() <= 4 || head[4] != 0);
 }
 
-/** zlib's and libbz2's counters are `unsigned int`: more than that is not offered at a time. */
-unsigned int offered(std::size_t size) {
+/** zlib and libbz2 count in `unsigned int`, so at most 1 GB is passed at a time. */
+unsigned int chunkOf(std::size_t size) {
     return static_cast<unsigned int>(std::min<std::size_t>(size, 1U << 30));
 }
 
@@ -137,7 +138,7 @@ class GzipDecoder final : public MemberDecoder {
       : MemberDecoder(source, "gzip") {
         constexpr int gzipWithLargestWindow = 16 + MAX_WBITS;
         if (inflateInit2(&stream_, gzipWithLargestWindow) != Z_OK) {
-            throw InputError(source.name() + ": gzip decompression does not start");
+            throw InputError(source.name() + ": cannot initialize gzip decompression");
         }
     }
 
@@ -153,11 +154,11 @@ class GzipDecoder final : public MemberDecoder {
     [[nodiscard]] bool mayBePadded() const override { return true; }
 
     Step decompress(Octets in, std::span<std::uint8_t> out) override {
-        // zlib is compiled without const for its input; it does not write there.
+        // zlib declares its input without const but does not write to it.
         stream_.next_in = const_cast<Bytef*>(in.data());
-        stream_.avail_in = offered(in.size());
+        stream_.avail_in = chunkOf(in.size());
         stream_.next_out = out.data();
-        stream_.avail_out = offered(out.size());
+        stream_.avail_out = chunkOf(out.size());
         unsigned int const inBefore = stream_.avail_in;
         unsigned int const outBefore = stream_.avail_out;
         int const result = inflate(&stream_, Z_NO_FLUSH);
@@ -188,17 +189,17 @@ class Bzip2Decoder final : public MemberDecoder {
     void startMember() override {
         stop();
         if (BZ2_bzDecompressInit(&stream_, 0, 0) != BZ_OK) {
-            throw InputError(source_.name() + ": bzip2 decompression does not start");
+            throw InputError(source_.name() + ": cannot initialize bzip2 decompression");
         }
         started_ = true;
     }
 
     Step decompress(Octets in, std::span<std::uint8_t> out) override {
-        // libbz2 speaks of char, and of input that is not const, and writes to its output only.
+        // libbz2 declares its input as non-const char but does not write to it.
         stream_.next_in = const_cast<char*>(reinterpret_cast<char const*>(in.data()));
-        stream_.avail_in = offered(in.size());
+        stream_.avail_in = chunkOf(in.size());
         stream_.next_out = reinterpret_cast<char*>(out.data());
-        stream_.avail_out = offered(out.size());
+        stream_.avail_out = chunkOf(out.size());
         unsigned int const inBefore = stream_.avail_in;
         unsigned int const outBefore = stream_.avail_out;
         int const result = BZ2_bzDecompress(&stream_);
@@ -239,9 +240,9 @@ class XzDecoder final : public MemberDecoder {
 
     void startMember() override {
         // `xz -9` needs 65 MB to decompress.
-        constexpr std::uint64_t mostOctets = std::uint64_t{128} << 20;
-        if (lzma_stream_decoder(&stream_, mostOctets, 0) != LZMA_OK) {
-            throw InputError(source_.name() + ": xz decompression does not start");
+        constexpr std::uint64_t memoryLimit = std::uint64_t{128} << 20;
+        if (lzma_stream_decoder(&stream_, memoryLimit, 0) != LZMA_OK) {
+            throw InputError(source_.name() + ": cannot initialize xz decompression");
         }
     }
 
@@ -254,7 +255,7 @@ class XzDecoder final : public MemberDecoder {
         Step step = {in.size() - stream_.avail_in, out.size() - stream_.avail_out,
                      result == LZMA_STREAM_END, ""};
         if (result == LZMA_MEMLIMIT_ERROR) {
-            step.fault = "more than 128 MB of memory needed";
+            step.fault = "needs more than 128 MB of memory";
         } else if (result == LZMA_MEM_ERROR) {
             step.fault = "not enough memory";
         } else if (result != LZMA_OK && result != LZMA_STREAM_END && result != LZMA_BUF_ERROR) {
@@ -272,9 +273,9 @@ class ZstdDecoder final : public MemberDecoder {
     explicit ZstdDecoder(InputSource& source)
       : MemberDecoder(source, "zstd")
       , stream_(ZSTD_createDStream()) {
-        // The library bounds the window, and so the memory, to 128 MB by default.
+        // By default the library limits the window, and so the memory, to 128 MB.
         if (stream_ == nullptr) {
-            throw InputError(source.name() + ": zstd decompression does not start");
+            throw InputError(source.name() + ": cannot initialize zstd decompression");
         }
     }
 
@@ -303,9 +304,9 @@ class ZstdDecoder final : public MemberDecoder {
     ZSTD_DStream* stream_;
 };
 
-/** A format by which a file can be compressed. */
+/** A compression format. */
 struct Format {
-    std::size_t leastOctets; // of a head that tells it from any other
+    std::size_t minOctets; // of a head that identifies the format
     bool (*starts)(Octets head);
     std::unique_ptr<Decoder> (*make)(InputSource& source, unsigned threads);
 };
@@ -333,16 +334,16 @@ constexpr std::array<Format, 5> formats = {{
 } // namespace
 
 bool startsBzip2(Octets head) {
-    if (!agree(head, bzip2Magic) || (head.size() > 3 && (head[3] < '1' || head[3] > '9'))) {
+    if (!sharePrefix(head, bzip2Magic) || (head.size() > 3 && (head[3] < '1' || head[3] > '9'))) {
         return false;
     }
     Octets const block = head.subspan(std::min<std::size_t>(head.size(), 4));
-    return agree(block, bzip2Block) || agree(block, bzip2End);
+    return sharePrefix(block, bzip2Block) || sharePrefix(block, bzip2End);
 }
 
 std::unique_ptr<Decoder> decoderFor(InputSource& source, unsigned threads) {
-    // A little at a time: whoever types into a pipe is not kept waiting for more than it takes to
-    // tell the format.
+    // Peek at as few octets as identify the format: an interactive pipe may deliver no more for
+    // now.
     for (std::size_t count = 2; true; ++count) {
         Octets const seen = source.peek(count);
         Octets const head = seen.first(std::min(seen.size(), longestMagic));
@@ -352,7 +353,7 @@ std::unique_ptr<Decoder> decoderFor(InputSource& source, unsigned threads) {
             break;
         }
         if (head.size() < count || count == longestMagic) {
-            if (head.size() < format->leastOctets) {
+            if (head.size() < format->minOctets) {
                 break;
             }
             return format->make(source, threads);

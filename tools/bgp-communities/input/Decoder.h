@@ -12,8 +12,8 @@
 
 namespace BgpCommunities {
 
-/** Turns the octets of a file into plain ones. This one is for a file that is plain. The source is
-    not owned. Thread-compatible. */
+/** Decodes the octets of a file. This base class is for plain files and passes them through. Does
+   not own the source. Thread-compatible. */
 class Decoder {
   public:
     explicit Decoder(InputSource& source)
@@ -23,10 +23,10 @@ class Decoder {
     Decoder(Decoder const&) = delete;
     Decoder& operator=(Decoder const&) = delete;
 
-    /** As InputStream::read(). */
+    /** See InputStream::read(). */
     virtual std::size_t read(std::span<std::uint8_t> out) { return source_.read(out); }
 
-    /** As InputStream::damage(). */
+    /** See InputStream::damage(). */
     [[nodiscard]] std::string const& damage() const { return damage_; }
 
   protected:
@@ -37,9 +37,8 @@ class Decoder {
 /**
  * Decodes a file of one or more compressed members.
  *
- * The walk from member to member, and the reports about one that is truncated, damaged or followed
- * by something else, are the same for all formats. A format adds how a member is recognised,
- * started and decompressed.
+ * Iterates over the members and reports truncation, damage and trailing data. Derived classes
+ * recognise, start and decompress a member of their format.
  */
 class MemberDecoder : public Decoder {
   public:
@@ -54,22 +53,22 @@ class MemberDecoder : public Decoder {
         std::size_t consumed;
         std::size_t produced;
         bool memberEnded;
-        std::string_view fault; // empty: none
+        std::string_view fault; // empty if none
     };
 
     [[nodiscard]] virtual bool startsMember(Octets head) const = 0;
     virtual void startMember() = 0;
 
-    /** Zeros may follow a member, before the next one or the end: padding. */
+    /** Whether members may be followed by zeros as padding. */
     [[nodiscard]] virtual bool mayBePadded() const { return false; }
 
-    /** Decompresses from `in` into `out`; does neither only if `in` is empty. */
+    /** Decompresses from `in` into `out`. Must consume or produce octets unless `in` is empty. */
     virtual Step decompress(Octets in, std::span<std::uint8_t> out) = 0;
 
-    // The reports: how the input ends if not properly. They set `damage_`.
+    // These report an input that does not end properly: they set `damage_`.
     void reportDamage(std::uint64_t offset, std::string_view fault);
     void reportTruncation();
-    /** Consumes the rest of the source, which follows `more` octets that are no member. */
+    /** Consumes the rest of the source; `more` octets before it are trailing data as well. */
     void reportTrailing(std::uint64_t more = 0);
 
     [[nodiscard]] bool ended() const { return ended_; }
@@ -77,7 +76,7 @@ class MemberDecoder : public Decoder {
     void end() { ended_ = true; }
 
   private:
-    /** False at the end of the file, or where what follows is no member. */
+    /** Returns false at the end of the file or at data that are not a member. */
     bool enterMember();
     std::uint64_t skipZeros();
 
@@ -86,13 +85,14 @@ class MemberDecoder : public Decoder {
     bool ended_ = false;
 };
 
-/** The longest head by which a format is recognised, in octets. */
+/** How many octets are needed to recognise any format. */
 inline constexpr std::size_t longestMagic = 10;
 
-/** `head`, of at most `longestMagic` octets, may be the beginning of a bzip2 member. */
+/** Whether `head`, of at most `longestMagic` octets, may be the start of a bzip2 member. */
 bool startsBzip2(Octets head);
 
-/** The decoder for what the source begins with. `threads`: how many may decompress at a time. */
+/** Returns a decoder for the format that the source starts with, using at most `threads`
+   threads. */
 std::unique_ptr<Decoder> decoderFor(InputSource& source, unsigned threads);
 
 } // namespace BgpCommunities

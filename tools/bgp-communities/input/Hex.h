@@ -9,8 +9,8 @@
 
 namespace BgpCommunities {
 
-/** Makes `octets` those that the hexadecimal digits, of either case, stand for. Returns what is
-    wrong with the digits, or nothing; `octets` then hold nothing of use. */
+/** Decodes hexadecimal digits of either case into `octets`. Returns an error message, empty on
+   success; on error, the content of `octets` is unspecified. */
 std::string_view readHex(std::string_view digits, std::vector<std::uint8_t>& octets);
 
 /** Appends two lower-case digits for each octet. */

@@ -20,8 +20,7 @@ class InputError : public std::runtime_error {
 };
 
 /**
- * The octets of a file, or of standard input, as they are, through a buffer of fixed size that can
- * be looked into before it is consumed.
+ * The raw octets of a file or of standard input, with a fixed-size buffer that allows peeking.
  *
  * Owns the descriptor; standard input is left open. Thread-compatible.
  */
@@ -33,27 +32,28 @@ class InputSource {
     InputSource(InputSource const&) = delete;
     InputSource& operator=(InputSource const&) = delete;
 
-    /** Called before each read that may have to wait for octets: of a pipe that is empty. */
+    /** Sets a function to be called before each read that may block, such as from an empty pipe. */
     void beforeWaitIs(std::function<void()> beforeWait) { beforeWait_ = std::move(beforeWait); }
 
-    /** At least `count` octets that are not consumed, fewer only at the end of the file; `count` is
-        at most `bufferOctets`. Good until the next call. Throws InputError. */
+    /** Returns at least `count` unconsumed octets, fewer only at the end of the file. Invalidated
+       by the next call. Throws InputError. REQUIRES: `count` is at most `bufferOctets`. */
     Octets peek(std::size_t count);
 
     void consume(std::size_t count) { begin_ += count; }
 
-    /** What is buffered, else straight from the file; 0 at the end of the file. */
+    /** Reads buffered octets if there are any, otherwise from the file; returns 0 at the end of
+       it. */
     std::size_t read(std::span<std::uint8_t> out);
 
     /** The path, or "standard input". */
     [[nodiscard]] std::string const& name() const { return name_; }
 
-    /** How many octets have been read from the file, and how many of them consumed. */
+    /** The number of octets read from the file. */
     [[nodiscard]] std::uint64_t octets() const { return octets_; }
 
     [[nodiscard]] std::uint64_t consumed() const { return octets_ - (end_ - begin_); }
 
-    /** The size of the file; 0 if it has none that is known beforehand. */
+    /** The size of the file; 0 if unknown, as for a pipe. */
     [[nodiscard]] std::uint64_t size() const { return size_; }
 
     static constexpr std::size_t bufferOctets = 64 * 1024;
@@ -70,8 +70,8 @@ class InputSource {
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
     std::uint64_t octets_ = 0;
-    std::uint64_t size_ = 0; // 0: of no regular file, or an empty one
-    bool mayWait_ = true;    // no regular file
+    std::uint64_t size_ = 0; // 0 if not a regular file
+    bool mayWait_ = true;    // false for a regular file
 };
 
 } // namespace BgpCommunities

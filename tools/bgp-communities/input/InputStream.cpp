@@ -11,24 +11,24 @@ namespace {
 
 constexpr std::size_t tarBlockOctets = 512;
 
-/** Whether a block is the header of a tar archive: "ustar" at 257, and at 148 the sum of all
-   octets, in octal, with those of the sum itself taken as blanks. */
+/** Whether a block is a tar header: "ustar" at offset 257, and at 148 the octal sum of all octets,
+   with the sum field itself counted as blanks. */
 bool isTarHeader(std::string_view block) {
     std::string_view const sumField = block.substr(148, 8);
     std::string_view digits =
         sumField.substr(std::min(sumField.find_first_not_of(' '), sumField.size()));
-    unsigned int claimed = 0;
-    std::from_chars(digits.data(), digits.data() + digits.size(), claimed, 8);
+    unsigned int stored = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), stored, 8);
     unsigned int sum = 0;
     for (std::size_t at = 0; at < block.size(); ++at) {
         bool const ofSum = at >= 148 && at < 156;
         sum += ofSum ? ' ' : static_cast<std::uint8_t>(block[at]);
     }
-    return block.substr(257, 5) == "ustar" && sum == claimed;
+    return block.substr(257, 5) == "ustar" && sum == stored;
 }
 
-/** "PK" 3 4, then the version of the format, little-endian. In a dump the first four octets may be
-   a time of September 2012, but no type of a record looks like that version. */
+/** "PK" 3 4, then the version of the format, little-endian. The first four octets may also be an
+   MRT timestamp of September 2012, but no record type looks like such a version. */
 bool isZipHeader(std::string_view head) {
     return head.size() >= 6 && head.starts_with("PK\x03\x04") && head[4] != 0 && head[5] == 0;
 }

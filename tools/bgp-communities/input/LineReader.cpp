@@ -12,7 +12,7 @@ constexpr std::size_t readOctets = 64 * 1024;
 
 bool LineReader::next() {
     if (tooLong_) {
-        passOverRest();
+        skipRest();
     }
     std::size_t searched = 0;
     for (;;) {
@@ -26,7 +26,7 @@ bool LineReader::next() {
         }
         searched = left.size();
         if (!fill()) {
-            // The last line may lack its end.
+            // The last line may lack a newline.
             line_ = std::string_view(buffer_).substr(begin_, end_ - begin_);
             begin_ = end_;
             if (line_.empty()) {
@@ -42,7 +42,7 @@ bool LineReader::next() {
     return true;
 }
 
-/** Reads more behind what there is; false at the end of the input. */
+/** Appends more input to the buffer; returns false at the end of the input. */
 bool LineReader::fill() {
     buffer_.erase(0, begin_);
     end_ -= begin_;
@@ -50,14 +50,14 @@ bool LineReader::fill() {
     if (buffer_.size() < end_ + readOctets) {
         buffer_.resize(end_ + readOctets);
     }
-    // Characters and octets are the same memory, and may be looked at as either.
+    // Accessing char storage as std::uint8_t, an unsigned char, is allowed.
     auto* const place = reinterpret_cast<std::uint8_t*>(buffer_.data() + end_);
     std::size_t const got = input_.read(std::span(place, readOctets));
     end_ += got;
     return got != 0;
 }
 
-void LineReader::passOverRest() {
+void LineReader::skipRest() {
     do {
         std::string_view const left = std::string_view(buffer_).substr(begin_, end_ - begin_);
         if (std::size_t const length = left.find('\n'); length != std::string_view::npos) {

@@ -11,37 +11,38 @@ namespace BgpCommunities {
 /**
  * Reads an input line by line.
  *
- * It owns its buffer, which grows with the longest line up to `maxLineOctets` and is reused; the
- * input is not owned. Thread-compatible.
+ * Owns its buffer, which grows with the longest line up to `maxLineOctets`; does not own the input.
+ * Thread-compatible.
  */
 class LineReader {
   public:
-    /** Far more than the digits of any path attribute. */
+    /** Far longer than any path attribute in hexadecimal. */
     static constexpr std::size_t maxLineOctets = std::size_t{1} << 20;
 
     explicit LineReader(InputStream& input)
       : input_(input) {}
 
-    /** Takes the next line, good until the next call, without its end ("\n" or "\r\n"); false at
-        the end of the input. Throws InputError, and what is thrown before a wait for input. */
+    /** Reads the next line, without its "\n" or "\r\n"; returns false at the end of the input. The
+       line is invalidated by the next call. Throws InputError and whatever the function set by
+       InputStream::beforeWaitIs() throws. */
     bool next();
 
     [[nodiscard]] std::string_view line() const { return line_; }
 
-    /** Of this line, from 1. */
+    /** The number of this line, from 1. */
     [[nodiscard]] std::uint64_t number() const { return number_; }
 
-    /** The line has more than `maxLineOctets`: `line()` is only the beginning of it. */
+    /** The line is longer than `maxLineOctets`; `line()` is only the start of it. */
     [[nodiscard]] bool isTooLong() const { return tooLong_; }
 
   private:
     bool fill();
-    void passOverRest();
+    void skipRest();
 
     InputStream& input_;
     std::string buffer_;
-    std::size_t begin_ = 0; // of what has not been taken
-    std::size_t end_ = 0;   // of what has been read
+    std::size_t begin_ = 0; // of the unread part
+    std::size_t end_ = 0;   // of the buffered input
     std::string_view line_;
     std::uint64_t number_ = 0;
     bool tooLong_ = false;

@@ -9,27 +9,25 @@ namespace BgpCommunities {
 
 using Octets = std::span<const std::uint8_t>;
 
-/** The octets that a string of the library holds, such as a serialized attribute. */
+/** The octets of a string, such as a serialized attribute. */
 inline Octets octetsOf(std::string_view text) {
     return {reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
 }
 
 /**
- * A position in octets that a stranger sent; the only code of the reader that touches them.
+ * A cursor over untrusted octets; the only code of the program that accesses them directly.
  *
- * It owns nothing: the octets belong to the caller and must outlive the reader and every span
- * that it hands out. Thread-compatible.
- * What never changes: nothing is read outside the octets. A read that asks for more than is left
- * yields zero (or an empty span), leaves nothing to read and makes `ok()` false from then on; so
- * a run of fields is read first and `ok()` is asked once.
- * Integers are big-endian, as RFC 4271 and RFC 6396 send them.
+ * Owns nothing: the octets must outlive the reader and all spans that it returns.
+ * Thread-compatible. Never reads out of bounds. A read past the end returns zero (or an empty
+ * span), consumes the rest and makes `ok()` false permanently, so a caller may read several fields
+ * and check `ok()` once. Integers are big-endian (RFC 4271, RFC 6396).
  */
 class OctetReader {
   public:
     explicit OctetReader(Octets octets)
       : left_(octets) {}
 
-    /** No read so far has asked for more than there was. */
+    /** No read has gone past the end. */
     [[nodiscard]] bool ok() const { return ok_; }
 
     [[nodiscard]] std::size_t left() const { return left_.size(); }
@@ -53,7 +51,8 @@ class OctetReader {
                                 std::uint32_t{in[2]} << 8 | std::uint32_t{in[3]};
     }
 
-    /** The next `count` octets; an empty span, and `ok()` false, if there are fewer. */
+    /** Takes the next `count` octets. If fewer are left, returns an empty span and makes `ok()`
+       false. */
     Octets octets(std::size_t count) {
         if (count > left_.size()) {
             ok_ = false;
@@ -65,7 +64,7 @@ class OctetReader {
         return taken;
     }
 
-    /** All that is left. */
+    /** Takes all octets that are left. */
     Octets rest() { return octets(left_.size()); }
 
   private:

@@ -9,7 +9,7 @@
 #include "Agent.h"
 #include "DumpHandler.h"
 #include "ListUses.h"
-#include "input/OctetMemory.h"
+#include "input/OctetCache.h"
 
 namespace BgpCommunities {
 
@@ -83,7 +83,7 @@ class ListCounter : public DumpHandler {
     std::array<Refused, communityKinds> refused_;
     std::vector<std::unique_ptr<ListUses>> lists_; // by CommunityKind
     // Routes that follow one another in a dump mostly carry what others just before them carried.
-    std::array<OctetMemory<Place>, communityKinds> seen_;
+    std::array<OctetCache<Place>, communityKinds> seen_;
 };
 
 } // namespace BgpCommunities

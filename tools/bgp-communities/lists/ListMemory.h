@@ -7,7 +7,7 @@
 
 #include "AttributeDecoder.h"
 #include "RouteFilter.h"
-#include "input/OctetMemory.h"
+#include "input/OctetCache.h"
 
 namespace BgpCommunities {
 
@@ -29,7 +29,7 @@ struct ListText {
  * carry the same.
  *
  * Owns its decoder; filter and dictionary are not owned. Thread-compatible. What it remembers is
- * bounded (OctetMemory).
+ * bounded (OctetCache).
  */
 class ListMemory {
   public:
@@ -57,7 +57,7 @@ class ListMemory {
     Dictionary const& dictionary_;
     RouteFormat format_;
     Detail detail_;
-    OctetMemory<ListText> memory_;
+    OctetCache<ListText> memory_;
 };
 
 } // namespace BgpCommunities

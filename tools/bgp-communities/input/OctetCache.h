@@ -12,21 +12,20 @@
 namespace BgpCommunities {
 
 /**
- * What was made of octets that recur, found again by the octets.
+ * Caches values computed from octets, keyed by the octets.
  *
- * It owns copies of both. A `Value` is copied, and says by `octets()` how much memory it holds.
- * Thread-compatible. What never changes: a hit allocates nothing, and what is kept is bounded
- * whatever arrives: a key has one place, where it pushes out what was there before; what is large
- * is made anew each time; and when all is full, all is forgotten.
+ * Owns copies of keys and values; `Value::octets()` returns the memory that a value holds. A hit
+ * allocates nothing. Memory is bounded: each key maps to one slot and evicts what is there, large
+ * values are not cached, and the cache is cleared when it is full. Thread-compatible.
  */
 template <class Value>
-class OctetMemory {
+class OctetCache {
   public:
-    OctetMemory()
+    OctetCache()
       : slots_(slotCount) {}
 
-    /** What is kept for the octets, or else what `make(Value&)` makes of them, in a value that was
-        used before. Good until the next call. */
+    /** Returns the cached value. On a miss, calls `make(Value&)` with a reused value, and caches
+       it. Invalidated by the next call. */
     template <class Make>
     Value const& find(Octets octets, Make const& make) {
         std::string_view const key(reinterpret_cast<char const*>(octets.data()), octets.size());
@@ -40,7 +39,7 @@ class OctetMemory {
             return made_;
         }
         if (size_ + size > maxOctets) {
-            forget();
+            clear();
         }
         size_ -= slot.size();
         slot = {true, std::string(key), made_};
@@ -61,7 +60,7 @@ class OctetMemory {
         [[nodiscard]] std::size_t size() const { return key.size() + value.octets(); }
     };
 
-    void forget() {
+    void clear() {
         for (Slot& slot : slots_) {
             slot = {};
         }
@@ -69,8 +68,8 @@ class OctetMemory {
     }
 
     std::vector<Slot> slots_;
-    std::size_t size_ = 0; // of what is in the slots, in octets
-    Value made_;           // last
+    std::size_t size_ = 0; // of all slots, in octets
+    Value made_;           // the last result of `make`
 };
 
 } // namespace BgpCommunities

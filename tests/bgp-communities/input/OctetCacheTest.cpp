@@ -1,4 +1,4 @@
-#include "input/OctetMemory.h"
+#include "input/OctetCache.h"
 
 #include <cstdint>
 #include <string>
@@ -11,7 +11,7 @@
 namespace BgpCommunities {
 namespace {
 
-/** A value that knows how much all of them hold, wherever they are. */
+/** A value that adds its size to the total of all values. */
 struct Counted {
     Counted() = default;
     Counted(Counted const& other) { *this = other; }
@@ -37,15 +37,15 @@ struct Counted {
     std::size_t size_ = 0;
 };
 
-TEST(OctetMemoryTest, WhatRecursIsMadeOnceAndWhatIsKeptIsBounded) {
-    OctetMemory<Counted> memory;
+TEST(OctetCacheTest, ComputesRepeatedValuesOnceInBoundedMemory) {
+    OctetCache<Counted> cache;
     std::vector<std::uint8_t> key(100);
     std::uint32_t made = 0;
     auto const find = [&](std::uint32_t number, std::size_t size) {
         key[0] = static_cast<std::uint8_t>(number);
         key[1] = static_cast<std::uint8_t>(number >> 8);
         key[99] = static_cast<std::uint8_t>(number >> 16);
-        return memory
+        return cache
             .find(key,
                   [&](Counted& value) {
                       ++made;
