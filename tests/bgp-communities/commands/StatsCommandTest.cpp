@@ -165,7 +165,7 @@ TEST(StatsCommandTest, TheDamagedSampleIsCountedAsFarAsItGoes) {
     for (char const* const complaint :
          {"damaged.mrt: record 2 at octet 98: attribute 16 has 12 octets",
           "damaged.mrt: record 10 at octet 757: two different link bandwidths",
-          "damaged.mrt: record 16 at octet 1327: the input ends in the middle of a record"}) {
+          "damaged.mrt: record 16 at octet 1327: truncated record"}) {
         EXPECT_NE(damaged.err.find(complaint), std::string::npos) << damaged.err;
     }
     EXPECT_EQ(steady(runWithFile({"stats", "--json", "-"}, sample("damaged.mrt")).out),
@@ -419,8 +419,8 @@ void expectProgressOnly(std::string const& shown, char const* form) {
 TEST(StatsCommandTest, LinesFitTheTerminal) {
     Terminal terminal;
     Descriptor const null("/dev/null", O_RDWR);
-    pid_t const pid = start({"stats", "--by", "peer", sample("rib.mrt.gz")}, null.fd(),
-                            terminal.fd(), null.fd());
+    pid_t const pid =
+        start({"stats", "--by", "peer", sample("rib.mrt.gz")}, null.fd(), terminal.fd(), null.fd());
     EXPECT_TRUE(terminal.shows("routes a second"));
     EXPECT_EQ(finish(pid), 0);
     std::size_t longest = 0;

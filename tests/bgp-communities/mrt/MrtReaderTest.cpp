@@ -63,7 +63,7 @@ std::string text(std::span<CommunityAttribute const> communities) {
     return out;
 }
 
-/** Writes down every call in one line; problems as "record@offset: reason". */
+/** Records every call in one line; problems as "record@offset: reason". */
 class Recorder : public RouteHandler {
   public:
     void handleUpdate(Update const& update) override {
@@ -106,7 +106,7 @@ MrtCounts read(std::string const& dump, Recorder& recorder, AddPath addPath = Ad
 
 // ---- Routes ----
 
-TEST(NlriTest, RoutesAndTheirText) {
+TEST(NlriTest, ParsesAndPrintsRoutes) {
     struct Row {
         char const* name;
         NlriForm form;
@@ -118,10 +118,10 @@ TEST(NlriTest, RoutesAndTheirText) {
     NlriForm const v4 = {ipv4Unicast}, v4Paths = {ipv4Unicast, true}, v6 = {{2, 2}};
     NlriForm const label = {{1, 4}}, labelGone = {{1, 4}, false, true};
     NlriForm const vpn4 = {{1, 128}}, vpn6 = {{2, 128}}, evpn = {{25, 70}};
-    char const* const pastEnd = "a prefix runs past the end of its NLRI";
-    char const* const tooLong = "a prefix is longer than an address";
-    char const* const noLabels = "a labelled prefix is too short for its labels";
-    char const* const noRd = "a VPN prefix is too short for its route distinguisher";
+    char const* const pastEnd = "truncated prefix in NLRI";
+    char const* const tooLong = "prefix length exceeds that of an address";
+    char const* const noLabels = "labelled prefix too short for its labels";
+    char const* const noRd = "VPN prefix too short for its route distinguisher";
     Row const rows[] = {
         {"IPv4", v4, "18 c00002  00  20 cb007109", "192.0.2.0/24 0.0.0.0/0 203.0.113.9/32", ""},
         {"IPv6", v6, "20 20010db8  00", "2001:db8::/32 ::/0", ""},
@@ -137,13 +137,13 @@ TEST(NlriTest, RoutesAndTheirText) {
         {"VPN, wide AS", vpn6, "78 000101 0002000100000009 20010db8", "65536:9:2001:db8::/32", ""},
         {"VPN, other", vpn4, "58 000101 00ff000000000000", "00ff000000000000:0.0.0.0/0", ""},
         {"another family", evpn, "0302aabb 0100", "25/70:0302aabb0100", ""},
-        {"cut prefix", v4, "18 c00002  18 c000", "192.0.2.0/24", pastEnd},
-        {"cut path identifier", v4Paths, "000000", "", pastEnd},
+        {"truncated prefix", v4, "18 c00002  18 c000", "192.0.2.0/24", pastEnd},
+        {"truncated path identifier", v4Paths, "000000", "", pastEnd},
         {"IPv4 /33", v4, "21 c000020000", "", tooLong},
         {"IPv6 /129", v6, "81 20010db8 00000000 00000000 00000000 00", "", tooLong},
         {"no room for a label", label, "10 0001", "", noLabels},
         {"labels past the bits", label, "14 000101", "", noLabels},
-        {"labels without end", label, "30 000100 c00002", "", noLabels},
+        {"labels without a bottom", label, "30 000100 c00002", "", noLabels},
         {"no room for the distinguisher", vpn4, "30 000101 c00002", "", noRd},
     };
     for (Row const& row : rows) {
@@ -158,7 +158,7 @@ TEST(NlriTest, RoutesAndTheirText) {
 
 // ---- Record types ----
 
-TEST(MrtReaderTest, EverySubtypeOfBgp4mp) {
+TEST(MrtReaderTest, ReadsEveryBgp4mpSubtype) {
     std::string const announced = hex("18 c00002");
     std::string const withPath = u32(7) + announced;
     Lines const plain = {"192.0.2.1 AS64496 +192.0.2.0/24 -"};
@@ -167,7 +167,7 @@ TEST(MrtReaderTest, EverySubtypeOfBgp4mp) {
     struct Row {
         unsigned int subtype;
         std::string body;
-        Lines lines; // none: the subtype is not read
+        Lines lines; // none if the subtype is unsupported
     };
 
     std::vector<Row> const rows = {
@@ -201,7 +201,7 @@ TEST(MrtReaderTest, EverySubtypeOfBgp4mp) {
     }
 }
 
-TEST(MrtReaderTest, EverySubtypeOfTheTableDumps) {
+TEST(MrtReaderTest, ReadsEveryTableDumpSubtype) {
     std::string const area = attribute(16, std::string(16, '\0'));
     std::string const time = u32(1700000000);
     std::string const entries =
@@ -225,7 +225,7 @@ TEST(MrtReaderTest, EverySubtypeOfTheTableDumps) {
         unsigned int type;
         unsigned int subtype;
         std::string body;
-        Lines lines; // none: the subtype is not read
+        Lines lines; // none if the subtype is unsupported
     };
 
     std::vector<Row> const rows = {
@@ -267,10 +267,10 @@ TEST(MrtReaderTest, EverySubtypeOfTheTableDumps) {
     }
 }
 
-TEST(MrtReaderTest, AnUpdateIsDeliveredWithAllItsRoutesAndCommunities) {
+TEST(MrtReaderTest, DeliversRoutesAndCommunitiesOfAnUpdate) {
     std::string const reach = hex("0002 01 10 20010db8000000000000000000000001 00 20 20010db8");
     std::string const unreach = hex("0001 80 58 800000 0000fbf000000001");
-    // What is nested in an attribute (here ATTR_SET, RFC 6368) is not an attribute of the route.
+    // Attributes nested in another one (here ATTR_SET, RFC 6368) are not attributes of the route.
     std::string const nested = attribute(128, u32(64496) + attribute(8, hex("fbf00001")));
     std::string const area = attribute(8, hex("fbf00001")) + attribute(14, reach) + nested +
                              attribute(16, "") + attribute(16, std::string(24, 'x')) +
@@ -283,7 +283,7 @@ TEST(MrtReaderTest, AnUpdateIsDeliveredWithAllItsRoutesAndCommunities) {
               Lines{"192.0.2.1 AS65536 +192.0.2.0/24 2001:db8::/32 -198.51.100.0/24 "
                     "64496:1:0.0.0.0/0 8#0/4 16#0/0 16#1/24 32#0/13 25#0/40 8#1/4"});
     EXPECT_EQ(recorder.problems, (Lines{"1@0: attribute 16 is empty",
-                                        "1@0: attribute 32 has 13 octets, no multiple of 12"}));
+                                        "1@0: attribute 32 has 13 octets, not a multiple of 12"}));
     using Counts = CommunityCounts;
     EXPECT_EQ(counts.of(CommunityKind::standard), (Counts{2, 0, 0, 1, 2}));
     EXPECT_EQ(counts.of(CommunityKind::extended), (Counts{1, 1, 0, 1, 3}));
@@ -332,8 +332,8 @@ TEST(AddPathTest, PathIdentifiersAreFoundOutForEachSessionAndFamily) {
     std::string const vpnPaths = update(
         attribute(14, hex("0001 80 04 c0000201 00 00000001 70 000101 0000fbf000000001 c00002")));
     std::vector<Row> const rows = {
-        {"the record decides if nothing else does", as(plain, either4), "9.0.0.0/32"},
-        {"and if it says so", as(marked, either4), "537460736@0.0.0.0/0"},
+        {"the recorder's mark decides if nothing else does", as(plain, either4), "9.0.0.0/32"},
+        {"so it does if it is set", as(marked, either4), "537460736@0.0.0.0/0"},
         {"both read, one is unlikely", as(marked, doubtful6), "2001:d10:aabb::/48"},
         {"unmarked", as(plain, paths4), "1@192.0.2.0/24 2@192.0.2.0/24"},
         {"unmarked, of a VPN", as(plain, vpnPaths), "1@64496:1:192.0.2.0/24"},
@@ -375,7 +375,7 @@ TEST(AddPathTest, PathIdentifiersAreFoundOutForEachSessionAndFamily) {
          as(plain, message(1, hex("04 5ba0 00b4 c0000201 ff ff 0009 02 0006 4504 0001 01 03"))) +
              as(sent, open(both)) + as(plain, either4),
          "537460736@0.0.0.0/0"},
-        {"an OPEN that is cut teaches nothing",
+        {"a truncated OPEN is ignored",
          as(plain, message(1, hex("04 5ba0 00b4 c0000201 40 02 06 45 08"))) + as(marked, either6),
          "807403789@2000::/9"},
     };
@@ -392,14 +392,14 @@ TEST(AddPathTest, PathIdentifiersAreFoundOutForEachSessionAndFamily) {
     read(as(plain, paths4), recorder, AddPath::no);
     read(as(marked, either6), recorder, AddPath::no);
     read(as(plain, open("")) + as(plain, either4), recorder, AddPath::yes);
-    EXPECT_EQ(recorder.problems.size(), 1U) << "what cannot be read as demanded";
+    EXPECT_EQ(recorder.problems.size(), 1U) << "not readable in the requested form";
     EXPECT_EQ(recorder.lines.at(1), "192.0.2.1 AS65536 +2001:d09:2000::/48 -");
     EXPECT_EQ(recorder.lines.at(2), "192.0.2.1 AS65536 +537460736@0.0.0.0/0 -");
 }
 
-// ---- Octets that are not what they say ----
+// ---- Malformed input ----
 
-TEST(MrtReaderTest, WhatLiesAboutItselfIsCountedNamedAndLeftOut) {
+TEST(MrtReaderTest, CountsReportsAndSkipsMalformedParts) {
     struct Row {
         char const* name;
         std::uint64_t MrtCounts::*counter;
@@ -422,25 +422,25 @@ TEST(MrtReaderTest, WhatLiesAboutItselfIsCountedNamedAndLeftOut) {
     std::string const entry = u16(0) + u32(0) + u16(good.size()) + good;
     std::string const cutEntry = u16(0) + u32(0) + u16(good.size() + cut.size()) + good + cut;
     std::string const marker(16, '\xff');
-    std::string const tooShort = "an UPDATE is too short for its own length fields";
-    std::string const noSuchPeer = "an entry names a peer that the peer index table has not";
+    std::string const tooShort = "UPDATE too short for its own length fields";
+    std::string const noSuchPeer = "entry refers to a peer missing from the peer index table";
     auto const with = [&](std::string const& attributes) {
         return as4Record(update(good + attributes, hex("18 c00002")));
     };
     std::string const twice = attribute(15, hex("000101")) + attribute(15, hex("000101"));
     std::vector<Row> const rows = {
         {"no peer", inRecord, record(bgp4mp, 4, peer4.substr(0, 19)), none,
-         "the record is too short for its peer"},
+         "record too short for its peer"},
         {"no microseconds", inRecord, record(bgp4mpEt, 4, "xyz"), none,
-         "the record is too short for its peer"},
+         "record too short for its peer"},
         {"peer", inRecord, record(bgp4mp, 1, hex("fbf0 fbff 0000 0019 c0000201 c00002fe")), none,
-         "the address family of the peer is neither IPv4 nor IPv6"},
+         "address family of the peer is neither IPv4 nor IPv6"},
         {"one state", inRecord, record(bgp4mp, 5, peer4 + u16(6)), none,
-         "the record is too short for two states"},
+         "record too short for two states"},
         {"half a message header", inRecord, as4Record(marker + u16(19)), none,
-         "the record is too short for the header of a BGP message"},
+         "record too short for a BGP message header"},
         {"KEEPALIVE beyond its record", inRecord, as4Record(marker + hex("0014 04")), none,
-         "a BGP message claims 20 octets where the record has 19"},
+         "truncated BGP message: length 20, 19 octets left"},
         {"UPDATE beyond its record", inUpdate, as4Record(marker + hex("0018 02 0000 0000")), none,
          tooShort},
         {"UPDATE of nothing", inUpdate, as4Record(marker + hex("0000 02 0000 0000")), none,
@@ -449,11 +449,11 @@ TEST(MrtReaderTest, WhatLiesAboutItselfIsCountedNamedAndLeftOut) {
         {"withdrawn", inUpdate, as4Record(message(2, u16(5) + u16(0))), none, tooShort},
         {"attributes", inUpdate, as4Record(message(2, u16(0) + u16(5) + u32(0))), none, tooShort},
         {"attribute past its area", inArea, with(cut), first,
-         "attribute 16 claims 32 octets where its area has 8"},
+         "truncated attribute 16: length 32, 8 octets left"},
         {"attribute header past its area", inArea, with(hex("d010 00")), first,
-         "the header of an attribute runs past the end of its area"},
+         "truncated attribute header"},
         {"routes", inRoutes, as4Record(update(good, hex("18 c00002 18 c000"))), first,
-         "a prefix runs past the end of its NLRI"},
+         "truncated prefix in NLRI"},
         {"next hop", inRoutes, with(attribute(14, hex("0002 01 10 2001"))), first,
          "MP_REACH_NLRI is too short for its next hop"},
         {"withdrawn family", inRoutes, with(attribute(15, "x")), first,
@@ -462,20 +462,20 @@ TEST(MrtReaderTest, WhatLiesAboutItselfIsCountedNamedAndLeftOut) {
          "duplicate MP_REACH_NLRI or MP_UNREACH_NLRI attribute"},
         {"TABLE_DUMP without attributes", inRecord,
          record(tableDump, 1, hex("0000 0001 c0000200 18 01 00000000 c0000201 fbf0 0004 4001")),
-         none, "the record is too short for a route and its attributes"},
+         none, "record too short for a route and its attributes"},
         {"TABLE_DUMP /33", inRecord,
          record(tableDump, 1, hex("0000 0001 c0000200 21 01 00000000 c0000201 fbf0 0000")), none,
-         "a prefix is longer than an address"},
+         "prefix length exceeds that of an address"},
         {"RIB /33", inRecord, record(tableDumpV2, 2, u32(0) + hex("21 c000020000 0000")), none,
-         "a prefix is longer than an address"},
+         "prefix length exceeds that of an address"},
         {"RIB without count", inRecord, record(tableDumpV2, 2, v4 + u8(0)), none,
-         "the record is too short for its 0 entries"},
+         "record too short for its 0 entries"},
         {"RIB entries", inRecord, record(tableDumpV2, 2, v4 + u16(2) + entry + u32(0)), ribFirst,
-         "the record is too short for its 2 entries"},
+         "record too short for its 2 entries"},
         {"RIB attribute past its area", inArea, record(tableDumpV2, 2, v4 + u16(1) + cutEntry),
-         ribFirst, "attribute 16 claims 32 octets where its area has 8"},
+         ribFirst, "truncated attribute 16: length 32, 8 octets left"},
         {"RIB route", inRecord, record(tableDumpV2, 6, u32(0) + hex("0019 46 03 05 aabb")), none,
-         "a route runs past the end of its NLRI"},
+         "truncated route in NLRI"},
         {"RIB peer", inRecord, record(tableDumpV2, 2, v4 + u16(1) + u16(2) + entry.substr(2)),
          noPeer, noSuchPeer},
         {"octets after states", inRecord, record(bgp4mp, 5, peer4 + hex("0006 0001 00")),
@@ -490,7 +490,7 @@ TEST(MrtReaderTest, WhatLiesAboutItselfIsCountedNamedAndLeftOut) {
          record(tableDump, 1, hex("0000 0001 c0000200 18 01 00000000 c0000201 fbf0 0000 ff")),
          {"192.0.2.1 AS64496 192.0.2.0/24"}, "octets after the content of the record: 1"},
         {"peers", inRecord, record(tableDumpV2, 1, hex("c00002fe 0001 2d 0002 00 c0000201")), none,
-         "the peer index table is too short for its 2 peers"},
+         "peer index table too short for its 2 peers"},
         {"octets after peers", inRecord, record(tableDumpV2, 1, hex("c00002fe 0000 0000 ff")), none,
          "octets after the content of the record: 1"},
     };
@@ -513,17 +513,17 @@ TEST(MrtReaderTest, WhatLiesAboutItselfIsCountedNamedAndLeftOut) {
     }
 }
 
-TEST(MrtReaderTest, EntriesBeforeAnyPeerIndexTableAreReadAndReportedOnce) {
+TEST(MrtReaderTest, ReadsEntriesWithoutPeersAndReportsThemOnce) {
     std::string const rib =
         record(tableDumpV2, 2, u32(0) + hex("18 c00002") + u16(1) + u16(0) + u32(0) + u16(0));
     Recorder recorder;
     EXPECT_EQ(read(rib + rib + peers + rib, recorder).ribEntries, 3U);
     EXPECT_EQ(recorder.lines,
               (Lines{"- 192.0.2.0/24", "- 192.0.2.0/24", "192.0.2.1 AS64496 192.0.2.0/24"}));
-    EXPECT_EQ(recorder.problems, Lines{"1@0: the record comes before any peer index table"});
+    EXPECT_EQ(recorder.problems, Lines{"1@0: no peer index table before the record"});
 }
 
-TEST(MrtReaderTest, ACutInputEndsWithWhatIsLeft) {
+TEST(MrtReaderTest, ReportsATruncatedLastRecord) {
     std::string const whole = as4Record(update("", hex("18 c00002")));
     for (std::size_t const left :
          {std::size_t{1}, std::size_t{11}, std::size_t{12}, whole.size() - 1}) {
@@ -533,7 +533,7 @@ TEST(MrtReaderTest, ACutInputEndsWithWhatIsLeft) {
         EXPECT_EQ(counts.truncatedOctets, left);
         EXPECT_EQ(recorder.kinds, std::vector{ProblemKind::truncatedRecord});
         EXPECT_EQ(recorder.problems, Lines{"2@" + std::to_string(whole.size()) +
-                                           ": the input ends in the middle of a record, after " +
+                                           ": truncated record: the input ends after " +
                                            std::to_string(left) + " octets of it"});
     }
 }
@@ -544,7 +544,7 @@ std::size_t peakKilobytes() {
     return static_cast<std::size_t>(usage.ru_maxrss);
 }
 
-TEST(MrtReaderTest, NoClaimedLengthIsBelievedBeforeItsOctetsArrive) {
+TEST(MrtReaderTest, AllocatesNothingForLengthsBeyondTheInput) {
     std::size_t const before = peakKilobytes();
     Recorder recorder;
     for (std::uint32_t const claim : {maxRibOctets, 0xffffffffU}) {
@@ -554,7 +554,7 @@ TEST(MrtReaderTest, NoClaimedLengthIsBelievedBeforeItsOctetsArrive) {
         }
     }
 
-    // A record whose octets do arrive, but are more than any record has, is not held either.
+    // A record longer than any valid one is not buffered either.
     constexpr std::uint32_t size = maxRibOctets + 1;
     TemporaryFile const file(u32(0) + u16(tableDumpV2) + u16(2) + u32(size));
     ASSERT_EQ(::truncate(file.path().c_str(), 12 + off_t{size}), 0);
@@ -568,7 +568,7 @@ TEST(MrtReaderTest, NoClaimedLengthIsBelievedBeforeItsOctetsArrive) {
     EXPECT_LT(peakKilobytes() - before, 8U * 1024);
 }
 
-TEST(MrtReaderTest, TheLongestRecordOfEachTypeIsReadAndNoLongerOne) {
+TEST(MrtReaderTest, ReadsRecordsUpToTheLongestOfTheirType) {
     struct Row {
         unsigned int type;
         unsigned int subtype;
@@ -598,7 +598,7 @@ TEST(MrtReaderTest, TheLongestRecordOfEachTypeIsReadAndNoLongerOne) {
     }
 }
 
-// ---- The dumps that come with the program ----
+// ---- Samples ----
 
 MrtCounts readSample(std::string const& name, Recorder& recorder) {
     InputStream input(std::string(VOBGP_SAMPLES "/") + name);
@@ -607,25 +607,25 @@ MrtCounts readSample(std::string const& name, Recorder& recorder) {
     return reader.counts();
 }
 
-TEST(SamplesTest, TheDamagedOneIsReportedInFull) {
+TEST(SamplesTest, ReportsAllProblemsOfTheDamagedSample) {
     Recorder recorder;
     EXPECT_EQ(readSample("damaged.mrt", recorder).records, 15U);
     EXPECT_EQ(recorder.problems,
               (Lines{
-                  "2@98: attribute 16 has 12 octets, no multiple of 8",
+                  "2@98: attribute 16 has 12 octets, not a multiple of 8",
                   "3@192: attribute 8 is empty",
-                  "4@293: attribute 8 has 3 octets, no multiple of 4",
-                  "4@293: attribute 25 has 18 octets, no multiple of 20",
-                  "4@293: attribute 32 has 8 octets, no multiple of 12",
-                  "6@438: an UPDATE is too short for its own length fields",
-                  "7@513: attribute 16 claims 32 octets where its area has 8",
-                  "9@735: the record is too short for its peer",
-                  "14@1133: a prefix is longer than an address",
-                  "16@1327: the input ends in the middle of a record, after 81 octets of it",
+                  "4@293: attribute 8 has 3 octets, not a multiple of 4",
+                  "4@293: attribute 25 has 18 octets, not a multiple of 20",
+                  "4@293: attribute 32 has 8 octets, not a multiple of 12",
+                  "6@438: UPDATE too short for its own length fields",
+                  "7@513: truncated attribute 16: length 32, 8 octets left",
+                  "9@735: record too short for its peer",
+                  "14@1133: prefix length exceeds that of an address",
+                  "16@1327: truncated record: the input ends after 81 octets of it",
               }));
 }
 
-TEST(SamplesTest, TheOthersAreReadWithoutAProblem) {
+TEST(SamplesTest, ReadsTheOtherSamplesWithoutProblems) {
     Recorder recorder;
     EXPECT_EQ(readSample("updates.mrt.gz", recorder).updates, 458U);
     EXPECT_EQ(readSample("rib.mrt.gz", recorder).ribEntries, 402U);
@@ -647,7 +647,7 @@ TEST(SamplesTest, TheOthersAreReadWithoutAProblem) {
 
 // ---- Real dumps ----
 
-/** The counts of a manifest's line, by the names of its columns. */
+/** The counts of a line of the manifest, by column name. */
 std::map<std::string, std::uint64_t> columnsOf(MrtCounts const& counts) {
     std::map<std::string, std::uint64_t> out = {
         {"records", counts.records},
@@ -697,10 +697,10 @@ void expectColumns(std::vector<std::string> const& names, std::vector<std::strin
     EXPECT_EQ(compared, columns.size());
 }
 
-TEST(MrtReaderTest, RealDumpsHoldWhatIndependentDecodersCounted) {
+TEST(MrtReaderTest, CountsRealDumpsLikeIndependentDecoders) {
     char const* const data = std::getenv("VOBGP_DATA");
     if (data == nullptr) {
-        GTEST_SKIP() << "VOBGP_DATA names no folder of real dumps";
+        GTEST_SKIP() << "VOBGP_DATA is not set";
     }
     std::ifstream manifest(std::string(data) + "/manifest.tsv");
     std::string line;

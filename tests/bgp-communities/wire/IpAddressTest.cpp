@@ -10,7 +10,7 @@
 namespace BgpCommunities {
 namespace {
 
-TEST(IpAddressTest, TextsAreThoseOfTheSystemAndReadBack) {
+TEST(IpAddressTest, PrintsLikeTheSystemAndRoundTrips) {
     std::mt19937 random(1);
     for (int turn = 0; turn < 20000; ++turn) {
         IpAddress address;
@@ -25,7 +25,7 @@ TEST(IpAddressTest, TextsAreThoseOfTheSystemAndReadBack) {
                   sizeof system);
         std::string text;
         appendText(text, address);
-        // RFC 5952 knows no dots where there are but zeros before them.
+        // inet_ntop() prints the deprecated IPv4-compatible form, RFC 5952 does not.
         bool const deprecated = std::string_view(system).starts_with("::") &&
                                 std::string_view(system).find('.') != std::string_view::npos;
         EXPECT_TRUE(text == system || deprecated) << text << " " << system;

@@ -26,13 +26,13 @@ std::string asPathText(std::string const& attributes, AsWidth width) {
     return text + " | " + (origin ? std::to_string(*origin) : "-");
 }
 
-TEST(RouteAttributesTest, AsPathsAreMergedAndPrinted) {
+TEST(RouteAttributesTest, MergesAndPrintsAsPaths) {
     struct Row {
         char const* name;
         AsWidth width;
         std::string asPath;
         std::string more;
-        char const* text; // and the AS that originated the route
+        char const* text; // and the origin AS
     };
 
     auto const two = AsWidth::two, four = AsWidth::four;
@@ -62,14 +62,14 @@ TEST(RouteAttributesTest, AsPathsAreMergedAndPrinted) {
              {"AS4_PATH is up to date", two, transit,
               attribute(17, hex("0201 00010001")) + attribute(7, hex("5ba0 c0000201")),
               "64496 23456 65537 | 65537"},
-             {"AS4_PATH means nothing", four, hex("0201 0000fbf0"),
+             {"AS4_PATH is ignored with four-octet numbers", four, hex("0201 0000fbf0"),
               attribute(17, hex("0201 00010001")), "64496 | 64496"},
-             {"a set counts once, a confederation not at all", two,
+             {"a set counts as 1, a confederation as 0", two,
               hex("0301 fde9 0102 fbf1 fbf2 0202 5ba0 5ba0"),
               attribute(17, hex("0301 0000fde9 0202 00010000 00010001")),
               "(65001) {64497,64498} 65536 65537 | 65537"},
              {"truncated", two, hex("0203 fbf0 5ba0"), "", "truncated AS path segment"},
-             {"unknown segment", two, hex("0501 fbf0"), "", "unknown type of an AS path segment"},
+             {"unknown segment", two, hex("0501 fbf0"), "", "unknown AS path segment type"},
              {"empty segment", two, hex("0200"), "", "empty AS path segment"},
          }) {
         EXPECT_EQ(asPathText(attribute(2, row.asPath) + row.more, row.width), row.text) << row.name;
@@ -77,7 +77,7 @@ TEST(RouteAttributesTest, AsPathsAreMergedAndPrinted) {
     EXPECT_EQ(asPathText(attribute(17, hex("0201 00010001")), two), "absent");
 }
 
-TEST(RouteAttributesTest, NextHopsFollowTheFamily) {
+TEST(RouteAttributesTest, FindsTheNextHopOfAFamily) {
     Family const ip6Unicast = {afiIpv6, safiUnicast}, vpn = {afiIpv4, safiVpn};
     std::string const global = hex("20010db8000000000000000000000001");
     std::string const linkLocal = hex("fe800000000000000000000000000001");
@@ -106,7 +106,7 @@ TEST(RouteAttributesTest, NextHopsFollowTheFamily) {
               nextHop + attribute(14, hex("0002 01 05 20010db800 00")), ip6Unicast, "-"},
              {"IPv4 over IPv6", attribute(14, hex("0001 01 10") + global + u8(0)), ipv4Unicast,
               "2001:db8::1"},
-             {"behind a distinguisher",
+             {"after a distinguisher",
               attribute(14, hex("0001 80 0c 0000000000000000 c6336401 00")), vpn, "198.51.100.1"},
              {"the short form of a RIB entry", nextHop + attribute(14, hex("10") + global),
               ip6Unicast, "2001:db8::1"},
@@ -128,13 +128,13 @@ TEST(RouteAttributesTest, NextHopsFollowTheFamily) {
     }
 }
 
-TEST(RouteAttributesTest, MalformedOnesAreListedAndAbsent) {
+TEST(RouteAttributesTest, ListsMalformedAttributes) {
     std::string const good = attribute(1, u8(1)) + attribute(4, u32(7)) + attribute(5, u32(100));
     RouteAttributes const read({octetsOf(good + attribute(4, "")), AsWidth::four});
     EXPECT_EQ(nameOf(*read.origin()), "EGP");
     EXPECT_EQ(read.med(), 7U);
     EXPECT_EQ(read.localPref(), 100U);
-    EXPECT_TRUE(read.faults().empty()) << "only the first of a type counts";
+    EXPECT_TRUE(read.faults().empty()) << "only the first of a type is used";
 
     std::string const bad = attribute(1, u8(3)) + attribute(2, u8(2)) + attribute(3, u8(0)) +
                             attribute(4, "") + attribute(5, u16(1)) + attribute(14, u16(1));

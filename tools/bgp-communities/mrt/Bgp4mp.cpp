@@ -8,8 +8,8 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr auto stateChange = Bgp4mpForm::Holds::stateChange;
-constexpr auto anyMessage = Bgp4mpForm::Holds::message;
+constexpr auto stateChange = Bgp4mpForm::Content::stateChange;
+constexpr auto anyMessage = Bgp4mpForm::Content::message;
 
 constexpr std::array<Bgp4mpForm, 12> bgp4mpForms = {{
     {stateChange, false, false, false}, // 0 STATE_CHANGE
@@ -39,12 +39,12 @@ std::string_view readEnds(OctetReader& in, bool as4, Bgp4mpEnds& ends) {
     in.octets((as4 ? 4 : 2) + 2);
     std::uint16_t const afi = in.u16();
     if (in.ok() && afi != afiIpv4 && afi != afiIpv6) {
-        return "the address family of the peer is neither IPv4 nor IPv6";
+        return "address family of the peer is neither IPv4 nor IPv6";
     }
     std::size_t const addressOctets = afi == afiIpv4 ? 4 : 16;
     ends.peer.address = ipAddress(in.octets(addressOctets));
     ends.local = ipAddress(in.octets(addressOctets));
-    return in.ok() ? std::string_view() : "the record is too short for its peer";
+    return in.ok() ? std::string_view() : "record too short for its peer";
 }
 
 } // namespace BgpCommunities

@@ -15,10 +15,10 @@ void Bgp4mpReader::read(RecordContext const& record, std::uint16_t subtype, Octe
         record.reportBrokenRecord(std::string(fault));
         return;
     }
-    if (form.holds == Bgp4mpForm::Holds::stateChange) {
+    if (form.content == Bgp4mpForm::Content::stateChange) {
         StateChange const change = {record.at(), ends.peer, in.u16(), in.u16()};
         if (!in.ok()) {
-            record.reportBrokenRecord("the record is too short for two states");
+            record.reportBrokenRecord("record too short for two states");
             return;
         }
         record.checkEnd(in.left());
@@ -36,7 +36,7 @@ void Bgp4mpReader::readMessage(RecordContext const& record, OctetReader& in, Pat
     std::size_t const left = in.left();
     BgpMessage message;
     if (!BgpCommunities::readMessage(in, message)) {
-        record.reportBrokenRecord("the record is too short for the header of a BGP message");
+        record.reportBrokenRecord("record too short for a BGP message header");
         return;
     }
     if (message.whole) {
@@ -46,16 +46,16 @@ void Bgp4mpReader::readMessage(RecordContext const& record, OctetReader& in, Pat
         ++record.counts().updates;
         readUpdate(record, message.body, pathIds);
     } else if (!message.whole) {
-        record.reportBrokenRecord("a BGP message claims " + std::to_string(message.length) +
-                                  " octets where the record has " + std::to_string(left));
+        record.reportBrokenRecord("truncated BGP message: length " +
+                                  std::to_string(message.length) + ", " + std::to_string(left) +
+                                  " octets left");
     }
 }
 
 void Bgp4mpReader::readUpdate(RecordContext const& record, Octets message, PathIds pathIds) {
     if (!content_.read(message, pathIds)) {
         ++record.counts().brokenUpdates;
-        record.report(ProblemKind::brokenUpdate,
-                      "an UPDATE is too short for its own length fields");
+        record.report(ProblemKind::brokenUpdate, "UPDATE too short for its own length fields");
         return;
     }
     AttributeArea const& attributes = content_.attributes();

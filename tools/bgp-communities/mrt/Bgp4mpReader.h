@@ -8,14 +8,14 @@
 namespace BgpCommunities {
 
 /**
- * Reads the BGP4MP and BGP4MP_ET records of one dump: peers, their states and messages.
+ * Parses BGP4MP and BGP4MP_ET records: state changes and BGP messages.
  *
- * It owns the memory for the routes and attributes of one message, which it uses again for the
- * next. Thread-compatible.
+ * Owns the memory for the routes and attributes of one message and reuses it for the next.
+ * Thread-compatible.
  */
 class Bgp4mpReader {
   public:
-    /** Reads one record of a subtype that is read; `body` begins after the microseconds. */
+    /** Parses one record of a supported subtype. `body` starts after the microseconds. */
     void read(RecordContext const& record, std::uint16_t subtype, Octets body, PathIds pathIds);
 
   private:

@@ -7,12 +7,12 @@
 
 namespace BgpCommunities {
 
-/** What has been counted of one kind of community attribute; a plain value, thread-compatible. */
+/** Counters for one kind of community attribute. */
 struct CommunityCounts {
     std::uint64_t attributes = 0; // whose length is a non-zero multiple of the member's size
     std::uint64_t empty = 0;      // whose length is zero
-    std::uint64_t malformed = 0;  // whose length is no multiple
-    std::uint64_t repeated = 0;   // of `attributes`: not the first of their type in their area
+    std::uint64_t malformed = 0;  // whose length is not a multiple of the member's size
+    std::uint64_t repeated = 0;   // of `attributes`: not the first of its type in its area
     std::uint64_t members = 0;    // of `attributes`: as sent
 
     void count(CommunityAttribute const& attribute);
@@ -20,16 +20,16 @@ struct CommunityCounts {
     bool operator==(CommunityCounts const&) const = default;
 };
 
-/** What has been counted of one dump, or of several; a plain value, thread-compatible. */
+/** Counters for one or several dumps. */
 struct MrtCounts {
     std::uint64_t records = 0;              // whole MRT records of any type
     std::uint64_t updates = 0;              // BGP UPDATE messages in BGP4MP and BGP4MP_ET
     std::uint64_t ribEntries = 0;           // one for each peer and prefix of a table dump
     std::uint64_t brokenUpdates = 0;        // of `updates`: too short for their length fields
-    std::uint64_t brokenAttributeAreas = 0; // in which an attribute runs past the end
-    std::uint64_t brokenRoutes = 0;         // UPDATEs with NLRI that cannot be read to its end
-    std::uint64_t brokenRecords = 0;        // records that are not what their lengths say
-    std::uint64_t skippedRecords = 0;       // of types that are not read
+    std::uint64_t brokenAttributeAreas = 0; // with a truncated attribute
+    std::uint64_t brokenRoutes = 0;         // UPDATEs with malformed NLRI
+    std::uint64_t brokenRecords = 0;        // records that contradict their length fields
+    std::uint64_t skippedRecords = 0;       // of unsupported types
     std::uint64_t truncatedOctets = 0;      // after the last whole record
     std::array<CommunityCounts, communityKinds> communities{}; // by CommunityKind
 

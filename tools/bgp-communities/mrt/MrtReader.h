@@ -12,7 +12,7 @@
 namespace BgpCommunities {
 
 /**
- * One MRT dump (RFC 6396, RFC 8050) being read: routing tables and BGP messages.
+ * Reads one MRT dump (RFC 6396, RFC 8050): routing tables and BGP messages.
  *
  *     InputStream input("updates.mrt.gz");
  *     MrtReader reader(input, handler);
@@ -20,12 +20,11 @@ namespace BgpCommunities {
  *     }
  *     if (reader.counts().brokenUpdates != 0) ...
  *
- * It owns its buffers and its counters; the input and the handler are the caller's and outlive it.
- * Thread-compatible; the handler is called on the thread that calls `next()`.
- * What never changes: memory is used again from record to record and bounded by the largest one
- * that is held, whatever a length claims; a record longer than `maxBodyOctets()` is
- * counted as broken and passed over. Malformed input never throws:
- * it is counted, the handler is told where and why, and reading goes on with what can be read.
+ * Owns its buffers and counters; input and handler are not owned and must outlive it.
+ * Thread-compatible; the handler is called in the thread that calls `next()`. Memory is reused and
+ * bounded by the longest record read, not by length fields; a record longer than `maxBodyOctets()`
+ * is counted as broken and skipped. Malformed input never throws: it is counted, reported to the
+ * handler with position and reason, and skipped.
  */
 class MrtReader {
   public:
@@ -33,9 +32,9 @@ class MrtReader {
     MrtReader(MrtReader const&) = delete;
     MrtReader& operator=(MrtReader const&) = delete;
 
-    /** Reads one record and tells the handler what it holds; false if there was none, and then
-        the handler has been told of a truncated or damaged end. Throws InputError, and what the
-        handler throws. */
+    /** Reads one record and passes its content to the handler. Returns false at the end, after
+       reporting a truncated or damaged end to the handler. Throws InputError and whatever the
+       handler throws. */
     bool next();
     /** Reads all records. */
     void readAll();
@@ -47,7 +46,7 @@ class MrtReader {
     MrtCounts counts_;
     RecordContext context_;
     RecordParser parser_;
-    MrtRecord record_; // the one at hand
+    MrtRecord record_; // the current one
     bool ended_ = false;
 };
 

@@ -20,9 +20,9 @@ bool MrtRecords::next(MrtRecord& record) {
 bool MrtRecords::takeBody(MrtRecord& record) {
     RecordHeader const& header = record.header;
     record.body = {};
-    record.held = isRead(header) && header.length <= maxBodyOctets(header);
-    if (!record.held) {
-        return stream_.passOver(header.length);
+    record.hasBody = isSupported(header) && header.length <= maxBodyOctets(header);
+    if (!record.hasBody) {
+        return stream_.skip(header.length);
     }
     if (header.length > largeOctets) {
         if (budget_ != nullptr) {
@@ -50,9 +50,9 @@ DumpEnd MrtRecords::end() const {
 
 void MrtRecords::keepPeers(MrtRecord& record) {
     record.firstWithoutPeers = false;
-    if (record.held && holdsPeers(record.header)) {
+    if (record.hasBody && holdsPeers(record.header)) {
         peers_ = std::make_shared<PeerTable const>(readPeerTable(record.body));
-    } else if (record.held && !peers_ && !missedPeers_) {
+    } else if (record.hasBody && !peers_ && !missedPeers_) {
         missedPeers_ = needsPeers(record.header);
         record.firstWithoutPeers = missedPeers_;
     }
@@ -61,7 +61,7 @@ void MrtRecords::keepPeers(MrtRecord& record) {
 
 void MrtRecords::decidePathIds(MrtRecord& record) {
     record.pathIds = {};
-    if (!record.held || !isBgp4mp(record.header)) {
+    if (!record.hasBody || !isBgp4mp(record.header)) {
         return;
     }
     Bgp4mpForm const& form = bgp4mpForm(record.header.subtype);
@@ -70,7 +70,7 @@ void MrtRecords::decidePathIds(MrtRecord& record) {
     if (!readEnds(in, form.as4, ends).empty()) {
         return;
     }
-    if (form.holds == Bgp4mpForm::Holds::stateChange) {
+    if (form.content == Bgp4mpForm::Content::stateChange) {
         if (in.u16() == StateChange::established && in.u16() != StateChange::established &&
             in.ok()) {
             addPath_.endSession(ends.of(form));

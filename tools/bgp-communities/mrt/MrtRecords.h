@@ -14,33 +14,33 @@
 namespace BgpCommunities {
 
 /**
- * One whole MRT record with all that is needed to read it by itself, in any thread.
+ * One MRT record with everything needed to parse it on its own, in any thread.
  *
- * It shares the peer index table; its octets are those of whoever handed it out. Thread-compatible.
+ * Shares the peer index table. Does not own its octets. Thread-compatible.
  */
 struct MrtRecord {
     RecordHeader header;
-    bool held = false;                      // of a type that is read, and not too long
-    Octets body;                            // empty if not held
-    std::shared_ptr<PeerTable const> peers; // the last one of the dump so far; null: none yet
-    bool firstWithoutPeers = false;         // the first of the dump that needs peers and has none
+    bool hasBody = false;                   // of a supported type, and not too long
+    Octets body;                            // empty if not `hasBody`
+    std::shared_ptr<PeerTable const> peers; // the latest one of the dump; null if none yet
+    bool firstWithoutPeers = false;         // the first one of the dump that lacks its peers
     PathIds pathIds;                        // of a BGP4MP message
 };
 
 /**
- * The records of one MRT dump in their order, and what one of them tells those after it.
+ * Reads the records of one MRT dump in order, with the context that later records need: the peer
+ * index table and the use of path identifiers.
  *
- * It owns its buffer and shares the peer index table with the records; the input is the caller's
- * and outlives it. Thread-compatible. What never changes: memory is used again from record to
- * record and bounded by the largest one that is held, whatever a length claims. What a large record
- * takes is given back with the next one.
+ * Owns its buffer and shares the peer index table with the records; the input is not owned and must
+ * outlive it. Thread-compatible. Memory is reused and bounded by the longest record read, not by
+ * length fields; the memory for a large record is released at the next one.
  */
 class MrtRecords {
   public:
-    /** Longer bodies take their share of the budget. */
+    /** Longer bodies are charged to the budget. */
     static constexpr std::uint32_t largeOctets = 256 * 1024;
 
-    /** `budget`, not owned, is shared with readers in other threads; null if there are none. */
+    /** `budget` is shared with readers in other threads; not owned, may be null. */
     MrtRecords(InputStream& input, AddPath addPath, OctetBudget* budget = nullptr)
       : input_(input)
       , stream_(input)
@@ -52,15 +52,15 @@ class MrtRecords {
     MrtRecords(MrtRecords const&) = delete;
     MrtRecords& operator=(MrtRecords const&) = delete;
 
-    /** Takes the next record, whose body is good until the next call; false if there is no whole
-        one. Waits for the budget if the record is large. Throws InputError. */
+    /** Reads the next record; its body is invalidated by the next call. Returns false if no whole
+       record is left. Waits for the budget if the record is large. Throws InputError. */
     bool next(MrtRecord& record);
 
-    /** The body of the last record is large: its share of the budget is held until the next call.
+    /** The last record is large: its share of the budget is held until the next call.
      */
     [[nodiscard]] bool holdsLarge() const { return share_ != 0; }
 
-    /** After `next()` was false. */
+    /** How the dump ended. REQUIRES: `next()` returned false. */
     [[nodiscard]] DumpEnd end() const;
 
   private:
@@ -73,7 +73,7 @@ class MrtRecords {
     RecordStream stream_;
     std::uint64_t records_ = 0;
     std::shared_ptr<PeerTable const> peers_;
-    bool missedPeers_ = false; // a record needed some before there were any
+    bool missedPeers_ = false; // a record came before the table that it needs
     AddPathDecider addPath_;
     OctetBudget* budget_;
     std::size_t share_ = 0; // of the budget

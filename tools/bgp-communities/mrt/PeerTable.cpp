@@ -16,8 +16,8 @@ PeerTable readPeerTable(Octets body) {
     PeerTable table;
     in.octets(4);
     in.octets(in.u16());
-    table.claimed = in.u16();
-    for (std::uint16_t index = 0; in.ok() && index < table.claimed; ++index) {
+    table.peerCount = in.u16();
+    for (std::uint16_t index = 0; in.ok() && index < table.peerCount; ++index) {
         std::uint8_t const type = in.u8();
         in.octets(4);
         Peer peer;

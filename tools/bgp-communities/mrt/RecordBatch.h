@@ -12,27 +12,27 @@
 namespace BgpCommunities {
 
 /**
- * Some whole records of one dump, one behind the other: a piece of work for any thread.
+ * Consecutive records of one dump: a unit of work for any thread.
  *
- * It owns their octets, so that the dump can be read on, and its memory is used again. It belongs
- * to one thread at a time. Thread-compatible.
+ * Owns copies of their octets; its memory is reused. Thread-compatible.
  */
 class RecordBatch {
   public:
-    /** Makes it an empty one, of the dump of that number, the `sequence`th of it from 0. */
+    /** Clears the batch for new records of dump number `dump`; `sequence` is its position in the
+       dump, from 0. */
     void begin(std::size_t dump, std::uint64_t sequence);
 
-    /** The file, as people know it. */
+    /** The file name for messages. */
     void nameIs(std::string const& name) { name_ = name; }
 
     void append(MrtRecord const& record);
 
-    /** It is the last of its dump, which ends so. */
+    /** Marks the batch as the last of its dump, which ended as described by `end`. */
     void endIs(DumpEnd const& end);
-    /** The same for a dump that cannot be read on. */
+    /** Marks the batch as the last of its dump, which could not be read further. */
     void unreadableIs(std::string const& reason);
 
-    /** Reads all records, and then the end, if it is there. */
+    /** Parses all records, and reports the end of the dump if this batch has it. */
     void read(RecordParser& parser, RecordContext& context);
 
     [[nodiscard]] std::size_t dump() const { return dump_; }
@@ -43,17 +43,17 @@ class RecordBatch {
 
     [[nodiscard]] bool last() const { return last_; }
 
-    /** Why it is the last one; empty if the dump has been read to its end. */
+    /** Why the dump could not be read further; empty otherwise. */
     [[nodiscard]] std::string const& unreadable() const { return unreadable_; }
 
-    /** How much it holds. */
+    /** Memory use of the records. */
     [[nodiscard]] std::size_t octets() const {
         return octets_.size() + records_.size() * sizeof(MrtRecord);
     }
 
     [[nodiscard]] bool full() const { return octets() >= fullOctets; }
 
-    /** One record was so long that its memory is not worth being kept. */
+    /** The memory grew for a long record and is not worth keeping. */
     [[nodiscard]] bool oversized() const { return octets_.capacity() > 3 * fullOctets; }
 
   private:
@@ -63,7 +63,7 @@ class RecordBatch {
     std::uint64_t sequence_ = 0;
     std::string name_;
     std::vector<std::uint8_t> octets_; // of the bodies
-    std::vector<MrtRecord> records_;   // each with as many of them as its body had
+    std::vector<MrtRecord> records_;   // only the size of each body is valid
     bool last_ = false;
     std::optional<DumpEnd> end_;
     std::string unreadable_;

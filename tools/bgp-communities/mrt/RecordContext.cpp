@@ -29,7 +29,7 @@ void RecordContext::account(AttributeArea const& area) const {
         } else if (attribute.form() == CommunityAttribute::Form::malformed) {
             report(ProblemKind::malformedAttribute,
                    "attribute " + std::to_string(traits.attributeType) + " has " +
-                       std::to_string(attribute.value.size()) + " octets, no multiple of " +
+                       std::to_string(attribute.value.size()) + " octets, not a multiple of " +
                        std::to_string(traits.memberOctets));
         }
     }
@@ -43,7 +43,7 @@ void RecordContext::accountEnd(DumpEnd const& end) {
     atIs({end.number, end.offset, 0, 0});
     counts_.truncatedOctets += end.octetsLeft;
     if (end.octetsLeft != 0) {
-        report(ProblemKind::truncatedRecord, "the input ends in the middle of a record, after " +
+        report(ProblemKind::truncatedRecord, "truncated record: the input ends after " +
                                                  std::to_string(end.octetsLeft) + " octets of it");
     }
     if (!end.damage.empty()) {

@@ -10,9 +10,9 @@
 namespace BgpCommunities {
 
 /**
- * The record that is being read, and where what is found in it goes: the counters and the handler.
+ * The position of the current record, and the counters and the handler that receive its content.
  *
- * It owns neither. Thread-compatible.
+ * Does not own counters and handler. Thread-compatible.
  */
 class RecordContext {
   public:
@@ -29,15 +29,15 @@ class RecordContext {
 
     [[nodiscard]] RouteHandler& handler() const { return handler_; }
 
-    /** Tells the handler. */
+    /** Reports a problem to the handler. */
     void report(ProblemKind kind, std::string reason) const;
-    /** Counts the record that is not what it says, and tells the handler. */
+    /** Counts and reports a broken record. */
     void reportBrokenRecord(std::string reason) const;
     /** Reports a broken record if octets are left after its content. */
     void checkEnd(std::size_t octetsLeft) const;
-    /** Counts the communities and the faults of an area, and tells the handler of the latter. */
+    /** Counts the communities of an area; counts and reports its faults. */
     void account(AttributeArea const& area) const;
-    /** Counts what the dump ends with, and tells the handler unless it is a proper end. */
+    /** Counts and reports a truncated or damaged end of the dump. */
     void accountEnd(DumpEnd const& end);
 
   private:

@@ -33,33 +33,33 @@ RibForm const& ribForm(std::uint16_t subtype) {
     return ribForms[subtype < ribForms.size() ? subtype : 0];
 }
 
-bool isRead(RecordHeader const& header) {
+bool isSupported(RecordHeader const& header) {
     switch (header.type) {
     case MrtType::tableDump:
         return header.subtype == afiIpv4 || header.subtype == afiIpv6;
     case MrtType::tableDumpV2:
-        return ribForm(header.subtype).isRead;
+        return ribForm(header.subtype).isSupported;
     case MrtType::bgp4mp:
     case MrtType::bgp4mpEt:
-        return bgp4mpForm(header.subtype).holds != Bgp4mpForm::Holds::unsupported;
+        return bgp4mpForm(header.subtype).content != Bgp4mpForm::Content::unsupported;
     default:
         return false;
     }
 }
 
 std::uint32_t maxBodyOctets(RecordHeader const& header) {
-    constexpr std::uint32_t most16 = 0xffff;  // of a length or count of two octets
+    constexpr std::uint32_t max16 = 0xffff;   // maximum of a two-octet field
     constexpr std::uint32_t microseconds = 4; // BGP4MP_ET
     constexpr std::uint32_t ends = 4 + 4 + 2 + 2 + 16 + 16;
     constexpr std::uint32_t route = 2 + 2 + 16 + 1 + 1 + 4 + 16 + 2 + 2; // TABLE_DUMP
     constexpr std::uint32_t peer = 1 + 4 + 16 + 4;
     if (header.type == MrtType::tableDump) {
-        return route + most16;
+        return route + max16;
     }
     if (header.type == MrtType::tableDumpV2) {
-        return holdsPeers(header) ? 4 + 2 + most16 + 2 + most16 * peer : maxRibOctets;
+        return holdsPeers(header) ? 4 + 2 + max16 + 2 + max16 * peer : maxRibOctets;
     }
-    return microseconds + ends + most16;
+    return microseconds + ends + max16;
 }
 
 bool holdsPeers(RecordHeader const& header) {

@@ -10,9 +10,9 @@ void RecordParser::read(RecordContext& context, MrtRecord const& record) {
     RecordHeader const& header = record.header;
     context.atIs({header.number, header.offset, header.seconds, 0});
     ++context.counts().records;
-    if (record.held) {
+    if (record.hasBody) {
         readHeld(context, record);
-    } else if (isRead(header)) {
+    } else if (isSupported(header)) {
         context.reportBrokenRecord("record of " + std::to_string(header.length) +
                                    " octets, expected at most " +
                                    std::to_string(maxBodyOctets(header)));

@@ -8,15 +8,15 @@
 namespace BgpCommunities {
 
 /**
- * Reads what single MRT records hold: routing tables and BGP messages.
+ * Parses single MRT records: routing tables and BGP messages.
  *
- * It owns memory that is used again from record to record, and knows nothing of the records before:
- * records may be read in any order, by several parsers. Thread-compatible.
+ * Keeps no state between records, only memory for reuse: records may be parsed in any order, by
+ * several parsers. Thread-compatible.
  */
 class RecordParser {
   public:
-    /** Counts the record, and tells the handler of the context what it holds. What is malformed is
-        counted, the handler is told where and why, and what can be read is. */
+    /** Counts the record and passes its content to the handler of the context. Malformed parts are
+       counted and reported; the rest is parsed. */
     void read(RecordContext& context, MrtRecord const& record);
 
   private:

@@ -34,7 +34,7 @@ bool RecordStream::body(std::uint32_t length, Octets& body) {
     return true;
 }
 
-bool RecordStream::passOver(std::uint32_t length) {
+bool RecordStream::skip(std::uint32_t length) {
     for (std::size_t left = length; left != 0;) {
         if (!ensure(1)) {
             return false;
@@ -44,7 +44,7 @@ bool RecordStream::passOver(std::uint32_t length) {
     return true;
 }
 
-/** Makes `count` octets stand in the buffer; false if the input ends before. */
+/** Reads until the buffer has `count` octets; returns false if the input ends first. */
 bool RecordStream::ensure(std::size_t count) {
     if (end_ - begin_ >= count) {
         return true;
@@ -66,11 +66,11 @@ bool RecordStream::ensure(std::size_t count) {
     return true;
 }
 
-/** Doubles the buffer, up to what `count` octets need. */
+/** Doubles the buffer, but to no more than `count` octets need. */
 void RecordStream::grow(std::size_t count) {
     std::size_t const needed = (count / stepOctets + 1) * stepOctets;
     std::size_t const size = std::min(std::max(2 * buffer_.size(), stepOctets), needed);
-    buffer_.reserve(size); // exactly that, where resize() alone would double
+    buffer_.reserve(size); // exactly: resize() alone would double
     buffer_.resize(size);
 }
 

@@ -21,7 +21,7 @@ void RibReader::readTableDump(RecordContext const& context, MrtRecord const& rec
     entry_.peer.as = in.u16();
     Octets const attributes = in.octets(in.u16());
     if (!in.ok()) {
-        context.reportBrokenRecord("the record is too short for a route and its attributes");
+        context.reportBrokenRecord("record too short for a route and its attributes");
         return;
     }
     context.checkEnd(in.left());
@@ -37,8 +37,8 @@ void RibReader::readTableDumpV2(RecordContext const& context, MrtRecord const& r
     if (!holdsPeers(record.header)) {
         readRib(context, record);
     } else if (!record.peers->whole) {
-        context.reportBrokenRecord("the peer index table is too short for its " +
-                                   std::to_string(record.peers->claimed) + " peers");
+        context.reportBrokenRecord("peer index table too short for its " +
+                                   std::to_string(record.peers->peerCount) + " peers");
     } else {
         context.checkEnd(record.peers->octetsLeft);
     }
@@ -48,14 +48,14 @@ void RibReader::readTableDumpV2(RecordContext const& context, MrtRecord const& r
                                                    RFC 6396, sections 4.3.2 and 4.3.3 */
 void RibReader::readRib(RecordContext const& context, MrtRecord const& record) {
     if (record.firstWithoutPeers) {
-        context.reportBrokenRecord("the record comes before any peer index table");
+        context.reportBrokenRecord("no peer index table before the record");
     }
     std::uint16_t const subtype = record.header.subtype;
     RibForm const& form = ribForm(subtype);
     OctetReader in(record.body);
     in.octets(4);
     Family family = form.family;
-    if (form.namesFamily) {
+    if (form.hasFamilyField) {
         family = {in.u16(), in.u8()};
         if (in.ok() && !hasKnownPieces(family)) {
             ++context.counts().skippedRecords;
@@ -70,7 +70,7 @@ void RibReader::readRib(RecordContext const& context, MrtRecord const& record) {
     readEntries(context, in, form.pathIds, record.peers.get());
 }
 
-/** peer index (2) | originated (4) | path identifier (4), if at all | length (2) | attributes
+/** peer index (2) | originated (4) | path identifier (4), optional | length (2) | attributes
                                          RFC 6396, section 4.3.4, and RFC 8050, section 4 */
 void RibReader::readEntries(RecordContext const& context, OctetReader& in, bool pathIds,
                             PeerTable const* peers) {
@@ -90,10 +90,10 @@ void RibReader::readEntries(RecordContext const& context, OctetReader& in, bool 
         }
     }
     if (!in.ok()) {
-        context.reportBrokenRecord("the record is too short for its " + std::to_string(count) +
+        context.reportBrokenRecord("record too short for its " + std::to_string(count) +
                                    " entries");
     } else if (!peersKnown && peers != nullptr) {
-        context.reportBrokenRecord("an entry names a peer that the peer index table has not");
+        context.reportBrokenRecord("entry refers to a peer missing from the peer index table");
     } else {
         context.checkEnd(in.left());
     }

@@ -9,14 +9,13 @@
 namespace BgpCommunities {
 
 /**
- * Reads TABLE_DUMP and TABLE_DUMP_V2 records: what each peer had for each prefix.
+ * Parses TABLE_DUMP and TABLE_DUMP_V2 records: the route of each peer for each prefix.
  *
- * It owns the memory for the attributes of one entry, which it uses again for the next.
- * Thread-compatible.
+ * Owns the memory for the attributes of one entry and reuses it for the next. Thread-compatible.
  */
 class RibReader {
   public:
-    /** Read one record whose subtype is read. */
+    /** Parse one record of a supported subtype. */
     void readTableDump(RecordContext const& context, MrtRecord const& record);
     void readTableDumpV2(RecordContext const& context, MrtRecord const& record);
 

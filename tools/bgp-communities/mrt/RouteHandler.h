@@ -12,10 +12,10 @@
 
 namespace BgpCommunities {
 
-/** Where in a dump something was found, and when that was recorded; a plain value. */
+/** A position in a dump, and the time recorded there. */
 struct RecordPosition {
     std::uint64_t number = 0;       // of the MRT record, from 1
-    std::uint64_t offset = 0;       // of its first octet in the plain (decompressed) stream
+    std::uint64_t offset = 0;       // of its first octet in the decompressed stream
     std::uint32_t seconds = 0;      // since 1970, UTC
     std::uint32_t microseconds = 0; // BGP4MP_ET only
 
@@ -26,23 +26,23 @@ struct RecordPosition {
 };
 
 /**
- * One BGP UPDATE message. Its spans point into the reader's memory and are good only until the
- * handler returns. Thread-compatible.
+ * One BGP UPDATE message. Its spans point into the reader's memory and are valid until the handler
+ * returns.
  */
 struct Update {
     RecordPosition at;
     Peer peer;                     // the collector's neighbour
-    bool sentByUs = false;         // the local forms: sent to the peer, not received from it
-    bool brokenAttributes = false; // the area is cut: what stands before the fault is here
+    bool sentByUs = false;         // sent to the peer, not received from it
+    bool brokenAttributes = false; // truncated: only those before the fault are here
     std::span<CommunityAttribute const> communities; // in the order sent
-    AttributeOctets attributes;                      // for RouteAttributes, which parses the others
-    std::span<Route const> withdrawn;                // of the message and of MP_UNREACH_NLRI
-    std::span<Route const> announced;                // of the message and of MP_REACH_NLRI
+    AttributeOctets attributes;                      // input of RouteAttributes
+    std::span<Route const> withdrawn;                // from the message and MP_UNREACH_NLRI
+    std::span<Route const> announced;                // from the message and MP_REACH_NLRI
     Octets body;                                     // the message without its header
 };
 
-/** Routes with such attributes are treated as withdrawn (RFC 7606, section 2): the area is cut, or an
-    attribute of communities, the first of its type, is malformed. */
+/** Whether the routes are treated as withdrawn (RFC 7606, section 2): the attributes are truncated,
+    or the first community attribute of some type is malformed. */
 template <class Carrier>
 bool treatsAsWithdrawn(Carrier const& carrier) {
     return carrier.brokenAttributes ||
@@ -53,19 +53,19 @@ bool treatsAsWithdrawn(Carrier const& carrier) {
                        });
 }
 
-/** What one peer had to say about one prefix in a table dump; otherwise as Update. */
+/** The route of one peer for one prefix in a table dump. Spans as in Update. */
 struct RibEntry {
     RecordPosition at;
-    Peer peer; // without address if the dump does not tell
+    Peer peer; // no address if unknown
     bool brokenAttributes = false;
     std::span<CommunityAttribute const> communities;
     AttributeOctets attributes;
-    std::uint32_t originated = 0; // when the peer sent it: seconds since 1970, UTC
+    std::uint32_t originated = 0; // when it was received: seconds since 1970, UTC
     Route route;
 };
 
-/** A change of the state of a peer; the states are those of RFC 4271, from 1 (Idle) to 6
-    (Established). A peer that leaves 6 takes its routes with it. */
+/** A change of the state of a peer, from 1 (Idle) to 6 (Established) as in RFC 4271. When a peer
+   leaves state 6, its routes are withdrawn. */
 struct StateChange {
     static constexpr std::uint16_t established = 6;
 
@@ -76,17 +76,17 @@ struct StateChange {
 };
 
 enum class ProblemKind : std::uint8_t {
-    brokenRecord,        // what the record says about itself is not so
-    brokenUpdate,        // too short for its own length fields; nothing of it is delivered
-    brokenAttributeArea, // an attribute runs past the end; those before it are delivered
-    brokenRoutes,        // NLRI that cannot be read to its end; the routes before are delivered
-    emptyAttribute,      // an attribute of communities without a member; delivered as it is
-    malformedAttribute,  // one whose length is no multiple of a member's; delivered as it is
+    brokenRecord,        // the record contradicts its length fields
+    brokenUpdate,        // too short for its own length fields; not delivered
+    brokenAttributeArea, // truncated attribute; those before it are delivered
+    brokenRoutes,        // malformed NLRI; the routes before the fault are delivered
+    emptyAttribute,      // an attribute without communities; delivered
+    malformedAttribute,  // length is not a multiple of a member's; delivered
     truncatedRecord,     // the input ends in the middle of a record
-    damagedInput,        // compressed data are damaged, truncated or followed by other octets
+    damagedInput,        // compressed data are damaged, truncated or have trailing data
 };
 
-/** Something malformed, and where. */
+/** A problem in the input, and its position. */
 struct Problem {
     ProblemKind kind;
     std::string const& file;
@@ -95,10 +95,9 @@ struct Problem {
 };
 
 /**
- * Who is told what a dump holds. MrtReader calls, in the order of the dump, on the thread that
- * reads; the handler owns nothing of what it is given and copies what it wants to keep. What it
- * throws passes through the reader. It is told of a problem in an UPDATE or a RIB entry before
- * it is given what was read of that.
+ * Receives the content of a dump. MrtReader calls it in the order of the dump, in the thread that
+ * reads. The arguments are valid until the call returns. Exceptions propagate through the reader.
+ * Problems of an UPDATE or a RIB entry are reported before it is delivered.
  */
 class RouteHandler {
   public:

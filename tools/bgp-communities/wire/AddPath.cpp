@@ -9,7 +9,7 @@ namespace BgpCommunities {
 
 namespace {
 
-// Bounds on what one dump can make the decider remember; no real dump comes near.
+// Limits on the state for one dump, far above what real dumps need.
 constexpr std::size_t maxSpeakers = 8192;
 constexpr std::size_t maxFamilies = 64;
 constexpr std::size_t maxPiecesKept = 256; // between messages: there may be a decider for each peer
@@ -58,7 +58,7 @@ bool forEachAddPath(Octets open, Take const& take) {
     return parameters.ok() && in.ok();
 }
 
-/** Somebody may announce this prefix: a default route, or unicast addresses that are in use. */
+/** Whether the prefix is plausible: a default route, or unicast addresses that are in use. */
 bool isLikely(Route const& route) {
     auto const& octets = route.address.octets;
     bool const knownDistinguisher =
@@ -111,7 +111,7 @@ PathIds AddPathDecider::decideUpdate(MessageEnds const& ends, Octets update, boo
     return decision;
 }
 
-/** Makes `fields_` those of the UPDATE that hold prefixes. */
+/** Sets `fields_` to the fields of the UPDATE that contain prefixes. */
 void AddPathDecider::splitFields(Octets update, PathIds& decision) {
     fields_.clear();
     UpdateAreas areas;
@@ -125,7 +125,7 @@ void AddPathDecider::splitFields(Octets update, PathIds& decision) {
     };
     add({ipv4Unicast, areas.withdrawn, true, &decision.ipv4});
     add({ipv4Unicast, areas.announced, false, &decision.ipv4});
-    bool hasReach = false, hasUnreach = false; // the first of its type is read
+    bool hasReach = false, hasUnreach = false; // only the first of each type is read
     PathAttributeReader attributes(areas.attributes);
     for (PathAttribute attribute; attributes.next(attribute);) {
         MpNlri mp;
@@ -148,7 +148,7 @@ bool AddPathDecider::decideFamily(MessageEnds const& ends, Family family, bool r
         return *byOpens;
     }
     auto const known = speakers_.find(ends);
-    auto const before = known == speakers_.end() ? std::nullopt : habit(known->second, family);
+    auto const before = known == speakers_.end() ? std::nullopt : observed(known->second, family);
     bool const expected = before.value_or(recorded);
     Reading const asExpected = read(family, expected);
     if (before && asExpected != Reading::impossible) {
@@ -159,12 +159,12 @@ bool AddPathDecider::decideFamily(MessageEnds const& ends, Family family, bool r
     bool const pathIds = better ? !expected : expected;
     if (std::max(asExpected, otherwise) == Reading::plausible &&
         std::min(asExpected, otherwise) == Reading::impossible) {
-        habitIs(speaker(ends), family, pathIds);
+        observationIs(speaker(ends), family, pathIds);
     }
     return pathIds;
 }
 
-/** The worst of the fields of the family. */
+/** The worst reading of the family's fields. */
 AddPathDecider::Reading AddPathDecider::read(Family family, bool pathIds) {
     Reading worst = Reading::plausible;
     for (Field const& field : fields_) {
@@ -213,7 +213,8 @@ std::optional<bool> AddPathDecider::decideByOpens(MessageEnds const& ends, Famil
     return sender && receiver ? std::optional(true) : std::nullopt;
 }
 
-/** The capability: entries of AFI (2) | SAFI (1) | 1 receive, 2 send, 3 both.   RFC 7911, 4 */
+/** Capability value: entries of AFI (2) | SAFI (1) | mode (1): 1 receive, 2 send, 3 both. RFC 7911,
+   section 4 */
 void AddPathDecider::openIs(MessageEnds const& ends, Octets open) {
     Speaker of;
     of.hasOpen = true;
@@ -244,17 +245,18 @@ AddPathDecider::Speaker& AddPathDecider::speaker(MessageEnds const& ends) {
     return speakers_[ends];
 }
 
-void AddPathDecider::habitIs(Speaker& speaker, Family family, bool pathIds) {
-    if (auto const found = findFamily(speaker.habits, family); found != speaker.habits.end()) {
+void AddPathDecider::observationIs(Speaker& speaker, Family family, bool pathIds) {
+    if (auto const found = findFamily(speaker.observations, family);
+        found != speaker.observations.end()) {
         found->pathIds = pathIds;
-    } else if (speaker.habits.size() < maxFamilies) {
-        speaker.habits.push_back({family, pathIds});
+    } else if (speaker.observations.size() < maxFamilies) {
+        speaker.observations.push_back({family, pathIds});
     }
 }
 
-std::optional<bool> AddPathDecider::habit(Speaker const& speaker, Family family) {
-    auto const found = findFamily(speaker.habits, family);
-    return found == speaker.habits.end() ? std::nullopt : std::optional(found->pathIds);
+std::optional<bool> AddPathDecider::observed(Speaker const& speaker, Family family) {
+    auto const found = findFamily(speaker.observations, family);
+    return found == speaker.observations.end() ? std::nullopt : std::optional(found->pathIds);
 }
 
 } // namespace BgpCommunities

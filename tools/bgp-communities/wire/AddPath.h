@@ -22,7 +22,7 @@ enum class AddPath : std::uint8_t {
     no,
 };
 
-/** The speakers of a session; messages go from one to the other. */
+/** The sender and the receiver of a message. */
 struct MessageEnds {
     IpAddress sender;
     IpAddress receiver;
@@ -33,35 +33,33 @@ struct MessageEnds {
 /**
  * Decides which NLRI of UPDATEs carry path identifiers.
  *
- * What the recorder of a message says about it (in MRT the record's subtype, RFC 8050) is not
- * enough: some routers record every message of a session as one with path identifiers as soon as
- * one family has them, others never do. The decision for one sender, receiver and family comes
- * from, in this order:
+ * The recorder's mark (in MRT the record's subtype, RFC 8050) is unreliable: some routers mark
+ * every message of a session once one family has path identifiers, others mark none. For each
+ * sender, receiver and family the decision is based on, in this order:
  * - the OPENs of the session: a family has path identifiers if the sender can send and the receiver
  *   can receive them (RFC 7911, section 4). One OPEN is enough to rule them out;
- * - what earlier messages showed, unless this one can only be read the other way;
- * - the better of both readings: one that uses up the NLRI, has no bits beyond a prefix's length,
- *   no duplicates, and no prefixes that nobody announces;
- * - the recorder.
+ * - earlier messages, unless this one can only be parsed the other way;
+ * - the better of both parses: one that consumes the NLRI exactly, without bits beyond a prefix
+ *   length, duplicates or implausible prefixes;
+ * - the recorder's mark.
  *
- * REQUIRES: the messages of a session arrive in the order in which they were sent.
- * Owns its memory, which is bounded; what it learned of a session is dropped when the session ends.
- * Thread-compatible.
+ * REQUIRES: messages of a session are passed in the order in which they were sent.
+ * Memory is bounded; the state of a session is dropped when it ends. Thread-compatible.
  */
 class AddPathDecider {
   public:
     explicit AddPathDecider(AddPath mode)
       : mode_(mode) {}
 
-    /** Decides for an UPDATE, and learns from it or from an OPEN. Malformed messages teach
-        nothing. `recorded`: what the recorder says. */
+    /** Decides for an UPDATE, and learns from UPDATEs and OPENs. Malformed messages are ignored.
+       `recorded` is the recorder's mark. */
     PathIds decide(MessageEnds const& ends, BgpMessage const& message, bool recorded);
 
-    /** Forgets what both speakers said. */
+    /** Drops the state of the session, in both directions. */
     void endSession(MessageEnds const& ends);
 
   private:
-    /** What is known of the messages from one speaker to another. */
+    /** What is known about messages from one speaker to another. */
     struct Speaker {
         struct Offer {
             Family family;
@@ -69,17 +67,17 @@ class AddPathDecider {
             bool receives = false;
         };
 
-        struct Habit {
+        struct Observation {
             Family family;
             bool pathIds = false;
         };
 
         bool hasOpen = false;
-        std::vector<Offer> offers; // of its OPEN
-        std::vector<Habit> habits; // shown by its messages
+        std::vector<Offer> offers;             // of its OPEN
+        std::vector<Observation> observations; // learned from its messages
     };
 
-    /** One NLRI field of the UPDATE at hand. */
+    /** One NLRI field of the current UPDATE. */
     struct Field {
         Family family;
         Octets nlri;
@@ -97,13 +95,13 @@ class AddPathDecider {
     [[nodiscard]] std::optional<bool> decideByOpens(MessageEnds const& ends, Family family) const;
     void openIs(MessageEnds const& ends, Octets open);
     Speaker& speaker(MessageEnds const& ends);
-    static void habitIs(Speaker& speaker, Family family, bool pathIds);
-    [[nodiscard]] static std::optional<bool> habit(Speaker const& speaker, Family family);
+    static void observationIs(Speaker& speaker, Family family, bool pathIds);
+    [[nodiscard]] static std::optional<bool> observed(Speaker const& speaker, Family family);
 
     AddPath const mode_;
     std::map<MessageEnds, Speaker> speakers_;
-    std::vector<Field> fields_;  // of the UPDATE at hand
-    std::vector<Octets> pieces_; // of the field at hand
+    std::vector<Field> fields_;  // of the current UPDATE
+    std::vector<Octets> pieces_; // of the current field
 };
 
 } // namespace BgpCommunities

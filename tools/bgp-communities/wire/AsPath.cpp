@@ -24,7 +24,7 @@ std::uint32_t takeNumber(OctetReader& in, AsWidth width) {
     return width == AsWidth::four ? in.u32() : in.u16();
 }
 
-/** The length of a path; none if it is malformed. */
+/** Returns the length of a path; none if it is malformed. */
 std::optional<std::size_t> lengthOf(Octets value, AsWidth width) {
     AsPathReader in(value, width);
     std::size_t length = 0;
@@ -34,11 +34,11 @@ std::optional<std::size_t> lengthOf(Octets value, AsWidth width) {
     return in.fault().empty() ? std::optional(length) : std::nullopt;
 }
 
-/** How much of AS_PATH stands before AS4_PATH. */
+/** How much of AS_PATH precedes AS4_PATH. */
 struct Merge {
     static constexpr std::size_t all = std::numeric_limits<std::size_t>::max();
 
-    std::size_t leading = all; // the length of it
+    std::size_t leading = all; // path length taken from AS_PATH
     bool merged = false;
 };
 
@@ -56,13 +56,13 @@ Merge mergeOf(AsPath const& path) {
     return {*length - *as4Length, true};
 }
 
-/** Appends segments, a space between them. */
+/** Appends segments, separated by spaces. */
 class PathText {
   public:
     explicit PathText(std::string& out)
       : out_(out) {}
 
-    /** Appends the first `count` numbers of a segment; adjacent sequences become one. */
+    /** Appends the first `count` numbers of a segment. Adjacent sequences read as one. */
     void append(AsPathSegment const& segment, std::size_t count) {
         struct Brackets {
             std::string_view open, separator, close;
@@ -86,8 +86,8 @@ class PathText {
     bool first_ = true;
 };
 
-/** Appends the first part of a path, of a length of `leading`; with the segments of confederations
-    that precede or adjoin what is taken. */
+/** Appends the first part of a path, of length `leading`, with the confederation segments before
+   and next to it. */
 void appendLeading(PathText& text, AsPath const& path, std::size_t leading) {
     AsPathReader in(path.value, path.width);
     for (AsPathSegment segment; in.next(segment);) {
@@ -102,7 +102,7 @@ void appendLeading(PathText& text, AsPath const& path, std::size_t leading) {
         text.append(segment, segment.type == Type::set ? segment.size() : taken);
         leading -= taken;
         if (taken < segment.length()) {
-            break; // what follows is not adjacent to what was taken (RFC 6793, section 4.2.3)
+            break; // the next segment is not adjacent (RFC 6793, section 4.2.3)
         }
     }
 }
@@ -127,7 +127,7 @@ bool AsPathReader::next(AsPathSegment& segment) {
     std::uint8_t const type = in_.u8();
     std::size_t const count = in_.u8();
     if (in_.ok() && (type < 1 || type > 4)) {
-        fault_ = "unknown type of an AS path segment";
+        fault_ = "unknown AS path segment type";
         in_.rest();
         return false;
     }

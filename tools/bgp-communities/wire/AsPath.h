@@ -10,12 +10,12 @@
 
 namespace BgpCommunities {
 
-/** How many octets an AS number takes in an AS_PATH: it depends on the session, or the type of the
-    MRT record, not on the attribute. */
+/** Octets per AS number in an AS_PATH. Given by the session or the MRT record type, not by the
+   attribute. */
 enum class AsWidth : std::uint8_t { two = 2, four = 4 };
 
-/** One segment of an AS path (RFC 4271, section 4.3; RFC 5065, section 3). Not owned: `numbers`
-    points into the attribute. */
+/** One segment of an AS path (RFC 4271, section 4.3; RFC 5065, section 3). `numbers` points into
+   the attribute and is not owned. */
 struct AsPathSegment {
     enum class Type : std::uint8_t { set = 1, sequence = 2, confedSequence = 3, confedSet = 4 };
 
@@ -27,17 +27,17 @@ struct AsPathSegment {
         return numbers.size() / static_cast<std::size_t>(width);
     }
 
-    /** What the segment adds to the length of a path: a set counts once, a confederation not at all
-        (RFC 4271, section 9.1.2.2; RFC 5065, section 5.3). */
+    /** What the segment adds to the path length: a set counts as 1, a confederation segment as 0
+       (RFC 4271, section 9.1.2.2; RFC 5065, section 5.3). */
     [[nodiscard]] std::size_t length() const;
 };
 
 /**
- * A walk over the segments of an AS_PATH or AS4_PATH value.
+ * Iterates over the segments of an AS_PATH or AS4_PATH value.
  *
  *     type (1) | number of ASes (1) | ASes (2 or 4 each)
  *
- * Owns nothing. Thread-compatible. Stops at the end, or before a segment that cannot be read.
+ * Stops at the end or at the first malformed segment. Owns nothing. Thread-compatible.
  */
 class AsPathReader {
   public:
@@ -45,10 +45,10 @@ class AsPathReader {
       : in_(value)
       , width_(width) {}
 
-    /** Takes the next segment; false if there is none. */
+    /** Reads the next segment; returns false at the end or on a fault. */
     bool next(AsPathSegment& segment);
 
-    /** After `next()` was false: what is wrong with the value, or nothing. */
+    /** After `next()` returned false: the fault; empty if the value is well-formed. */
     [[nodiscard]] std::string_view fault() const { return fault_; }
 
   private:
@@ -58,34 +58,33 @@ class AsPathReader {
 };
 
 /**
- * The AS path of a route, as its attributes hold it. Not owned: the spans point into the
- * attributes. A plain value.
+ * The AS path of a route, unparsed. The spans point into the attributes and are not owned.
  *
- * Where AS numbers have two octets, AS4_PATH has the four-octet numbers of the end of the path
- * (RFC 6793, section 4.2.3). The functions below merge the two.
+ * If AS_PATH has two-octet AS numbers, AS4_PATH contains the four-octet numbers of the last part of
+ * the path (RFC 6793, section 4.2.3). The functions below merge the two.
  */
 struct AsPath {
     Octets value; // of AS_PATH
     AsWidth width = AsWidth::four;
-    Octets as4Path; // of AS4_PATH; empty unless it is to be merged
+    Octets as4Path; // of AS4_PATH; empty if not to be merged
 };
 
-/** What is wrong with the value of AS_PATH, or nothing. */
+/** Returns the fault of the AS_PATH value; empty if it is well-formed. */
 std::string_view faultOf(AsPath const& path);
 
 /**
- * Appends the path as "64496 64497 {64498,64499}": a set in braces, a sequence of a confederation
- * in parentheses, a set of one in brackets; nothing for an empty path.
- * REQUIRES: the path has no fault.
+ * Appends the path as "64496 64497 {64498,64499}": sets in braces, confederation sequences in
+ * parentheses, confederation sets in brackets. Appends nothing for an empty path. REQUIRES: the
+ * path has no fault.
  */
 void appendText(std::string& out, AsPath const& path);
 
-/** The length that the selection of routes compares: see `AsPathSegment::length()`.
+/** Returns the path length as compared in route selection: see `AsPathSegment::length()`.
     REQUIRES: the path has no fault. */
 std::size_t lengthOf(AsPath const& path);
 
-/** The AS that originated the route: the last one of a path that ends with a sequence; none of a
-    path that is empty or ends with a set. REQUIRES: the path has no fault. */
+/** Returns the AS that originated the route, the last of the path; none if the path is empty or
+   ends with a set. REQUIRES: the path has no fault. */
 std::optional<std::uint32_t> originAs(AsPath const& path);
 
 } // namespace BgpCommunities

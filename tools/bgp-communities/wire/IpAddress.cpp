@@ -31,7 +31,7 @@ Groups groupsOf(Octets octets) {
     return groups;
 }
 
-/** Groups from `start` on, up to `end`. */
+/** The groups from `start` to before `end`. */
 struct Run {
     std::size_t start = 8;
     std::size_t end = 8;
@@ -39,8 +39,8 @@ struct Run {
     [[nodiscard]] std::size_t size() const { return end - start; }
 };
 
-/** The longest run of two or more zero groups, the first of equals (RFC 5952, section 4.2); empty
-    at the end if there is none. */
+/** Returns the first longest run of two or more zero groups (RFC 5952, section 4.2), or an empty
+   run at the end. */
 Run longestZeroRun(Groups const& groups) {
     Run longest;
     for (Run run = {0, 0}; run.start < groups.size(); run.start = run.end + 1) {

@@ -11,10 +11,10 @@
 namespace BgpCommunities {
 
 /**
- * An IPv4 or IPv6 address, or none; a plain value, thread-compatible.
+ * An IPv4 or IPv6 address, or no address.
  *
- * The octets are in network order, and those beyond `size` are zero, so that equal addresses are
- * equal octet for octet.
+ * Octets are in network order; those beyond `size` are zero, so addresses can be compared octet by
+ * octet.
  */
 struct IpAddress {
     std::array<std::uint8_t, 16> octets{};
@@ -23,13 +23,13 @@ struct IpAddress {
     auto operator<=>(IpAddress const&) const = default;
 };
 
-/** The address in all of `octets`: 4 or 16 of them, else none. */
+/** Returns the address in `octets`; no address unless there are 4 or 16 of them. */
 IpAddress ipAddress(Octets octets);
 
-/** The address that `text` is, or none. */
+/** Parses an address; returns no address if `text` is not one. */
 IpAddress readIpAddress(std::string_view text);
 
-/** One end of a BGP connection, as a dump records it; a plain value, thread-compatible. */
+/** A BGP peer, as recorded in a dump. */
 struct Peer {
     IpAddress address;
     std::uint32_t as = 0;
@@ -37,9 +37,9 @@ struct Peer {
     bool operator==(Peer const&) const = default;
 };
 
-/** Appends "192.0.2.1" or "2001:db8::1" (RFC 5952); "-" if there is no address. */
+/** Appends "192.0.2.1" or "2001:db8::1" (RFC 5952); "-" for no address. */
 void appendText(std::string& out, IpAddress const& address);
-/** Appends "192.0.2.1 AS64496"; "-" if the peer is not known. */
+/** Appends "192.0.2.1 AS64496"; "-" for an unknown peer. */
 void appendText(std::string& out, Peer const& peer);
 
 } // namespace BgpCommunities

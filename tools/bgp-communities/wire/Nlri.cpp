@@ -10,7 +10,7 @@ namespace BgpCommunities {
 
 namespace {
 
-// The layouts of one piece of NLRI. All but `whole` tell where the piece ends.
+// The layout of one route in an NLRI field. With all but `whole`, the octets say where it ends.
 enum class Layout : std::uint8_t {
     prefix,       // length in bits (1), prefix                                   RFC 4271
     labelled,     // length in bits (1), labels (3 each), prefix                  RFC 8277
@@ -63,9 +63,9 @@ std::size_t octetsOfBits(unsigned int bits) {
 }
 
 /**
- * The label stack in front of a prefix: up to the bottom-of-stack bit (RFC 8277, section 2.3), or
- * one field only, whatever it holds, where the route is withdrawn (section 2.4). Empty if there is
- * no end to it.
+ * Takes the label stack before a prefix: up to the bottom-of-stack bit (RFC 8277, section 2.3), or
+ * one field with any content if the route is withdrawn (section 2.4). Returns an empty span if the
+ * bottom is missing.
  */
 Octets takeLabels(OctetReader& in, bool withdrawn) {
     OctetReader look = in;
@@ -78,7 +78,7 @@ Octets takeLabels(OctetReader& in, bool withdrawn) {
     return bottom ? in.octets(size) : Octets();
 }
 
-/** The address, zero beyond the first `bits` bits, of which it has at least as many. */
+/** Returns the address with all but the first `bits` bits cleared. */
 IpAddress firstBits(IpAddress address, unsigned int bits) {
     if (unsigned int const partial = bits % 8; partial != 0) {
         address.octets[bits / 8] &= static_cast<std::uint8_t>(0xff00U >> partial);
@@ -87,11 +87,11 @@ IpAddress firstBits(IpAddress address, unsigned int bits) {
     return address;
 }
 
-/** Gives `route` the prefix of `bits` bits that `octets`, at least as many, begin with. */
+/** Sets the prefix of `route` to the first `bits` bits of `octets`. */
 std::string_view setPrefix(Route& route, Octets octets, unsigned int bits) {
     std::uint8_t const addressOctets = route.family.afi == afiIpv4 ? 4 : 16;
     if (bits > addressOctets * 8U) {
-        return "a prefix is longer than an address";
+        return "prefix length exceeds that of an address";
     }
     std::copy_n(octets.begin(), octetsOfBits(bits), route.address.octets.begin());
     route.address.size = addressOctets;
@@ -107,19 +107,19 @@ std::string_view takePrefixRoute(OctetReader& in, Layout layout, bool withdrawn,
     unsigned int bits = in.u8();
     OctetReader field(in.octets(octetsOfBits(bits)));
     if (!in.ok()) {
-        return "a prefix runs past the end of its NLRI";
+        return "truncated prefix in NLRI";
     }
     if (layout != Layout::prefix) {
         route.labels = takeLabels(field, withdrawn);
         unsigned int const used = static_cast<unsigned int>(route.labels.size()) * 8;
         if (used == 0 || used > bits) {
-            return "a labelled prefix is too short for its labels";
+            return "labelled prefix too short for its labels";
         }
         bits -= used;
     }
     if (layout == Layout::vpn) {
         if (bits < distinguisherBits) {
-            return "a VPN prefix is too short for its route distinguisher";
+            return "VPN prefix too short for its route distinguisher";
         }
         Octets const octets = field.octets(distinguisherBits / 8);
         std::copy(octets.begin(), octets.end(), route.distinguisher.begin());
@@ -128,7 +128,7 @@ std::string_view takePrefixRoute(OctetReader& in, Layout layout, bool withdrawn,
     return setPrefix(route, field.rest(), bits);
 }
 
-/** Length of the piece that `in` stands at, its own length field included. */
+/** The length of the next route, including its length field. */
 std::size_t pieceOctets(OctetReader in, Layout layout) {
     std::size_t const before = in.left();
     std::size_t size = 0;
@@ -223,7 +223,7 @@ std::string_view readNewRoute(OctetReader& in, NlriForm const& form, Route& rout
         return takePrefixRoute(in, layout, form.withdrawn, route);
     }
     route.opaque = in.octets(pieceOctets(in, layout));
-    return in.ok() ? std::string_view() : "a route runs past the end of its NLRI";
+    return in.ok() ? std::string_view() : "truncated route in NLRI";
 }
 
 } // namespace
@@ -264,16 +264,16 @@ std::string_view readPrefix(std::string_view text, Prefix& prefix) {
     std::string_view const digits = text.substr(std::min(slash + 1, text.size()));
     prefix.address = readIpAddress(text.substr(0, slash));
     if (prefix.address.size == 0) {
-        return "no IPv4 or IPv6 prefix";
+        return "not an IPv4 or IPv6 prefix";
     }
     auto const [end, error] =
         std::from_chars(digits.data(), digits.data() + digits.size(), prefix.length);
     if (error != std::errc() || end != digits.data() + digits.size() ||
         prefix.length > prefix.address.size * 8) {
-        return "no prefix length behind a slash";
+        return "missing or invalid prefix length";
     }
     if (firstBits(prefix.address, prefix.length) != prefix.address) {
-        return "the address has bits behind the prefix";
+        return "address bits beyond the prefix length are not zero";
     }
     return {};
 }

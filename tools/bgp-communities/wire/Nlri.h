@@ -29,39 +29,37 @@ inline constexpr std::uint8_t safiVpn = 128;
 inline constexpr Family ipv4Unicast = {afiIpv4, safiUnicast};
 
 /**
- * What one piece of NLRI names: a prefix, or the octets of a family that is not taken apart.
+ * One route of an NLRI field: a prefix, or opaque octets if the family is not parsed.
  *
- * A plain value that owns nothing: its spans point into the record that it was read from, and are
- * good for as long as the handler that was given it runs. Thread-compatible.
- * What never changes: `address` is zero beyond the first `length` bits, whatever the sender left
- * there; so two routes are the same one if family, path identifier, distinguisher, length and
- * address are equal. Octets are in network order, lengths in bits.
+ * Owns nothing: its spans point into the record and are valid until the handler returns. `address`
+ * is zero beyond the first `length` bits, so two routes are the same if family, path identifier,
+ * distinguisher, length and address are equal. Octets are in network order, lengths in bits.
  */
 struct Route {
     Family family;
     bool isPrefix = false;
     bool hasPathId = false;                      // additional-path form (RFC 7911)
     bool trailingBits = false;                   // the sender set bits beyond `length`
-    bool inMessage = false; // of an UPDATE itself, not of a multiprotocol attribute (RFC 4760)
-    std::uint8_t length = 0;                     // of the prefix: without labels and distinguisher
+    bool inMessage = false; // in the UPDATE itself, not in a multiprotocol attribute (RFC 4760)
+    std::uint8_t length = 0;                     // of the prefix, without labels and distinguisher
     std::uint32_t pathId = 0;                    // if hasPathId
     IpAddress address;                           // if isPrefix
     std::array<std::uint8_t, 8> distinguisher{}; // SAFI 128 (RFC 4364)
     Octets labels; // SAFI 4 and 128: 3 octets each, as sent (RFC 8277)
-    Octets opaque; // if not isPrefix: all that was announced or withdrawn
+    Octets opaque; // if not isPrefix: the whole NLRI
 };
 
-/** The value of MP_REACH_NLRI or MP_UNREACH_NLRI (RFC 4760), taken apart. */
+/** The parsed value of MP_REACH_NLRI or MP_UNREACH_NLRI (RFC 4760). */
 struct MpNlri {
     Family family;
     Octets nlri;
 };
 
-/** False if the value is too short. */
+/** Returns false if the value is too short. */
 bool splitMpReach(Octets value, MpNlri& mp);
 bool splitMpUnreach(Octets value, MpNlri& mp);
 
-/** How the NLRI of one message is to be read: nothing in the octets themselves says so. */
+/** How to parse an NLRI field; its octets do not say. */
 struct NlriForm {
     Family family;
     bool pathIds = false;
@@ -70,30 +68,30 @@ struct NlriForm {
 };
 
 /**
- * Reads NLRI to its end and appends its routes; families other than IPv4 and IPv6 unicast,
- * multicast, labelled and VPN become one opaque route.
+ * Parses an NLRI field and appends its routes. For families other than IPv4 and IPv6 unicast,
+ * multicast, labelled and VPN, appends one opaque route.
  *
- * Returns what is wrong, or nothing; the routes before the fault have been appended.
+ * Returns an error message, empty on success. Routes before the error are appended.
  */
 std::string_view readRoutes(Octets nlri, NlriForm const& form, std::vector<Route>& routes);
 
 /**
- * Reads the one piece of NLRI that is next, of any family whose pieces tell their own length.
+ * Parses the next route of an NLRI field. If the routes of the family cannot be delimited, takes
+ * all octets.
  *
- * Returns what is wrong, or nothing.
+ * Returns an error message, empty on success.
  */
 std::string_view readRoute(OctetReader& in, NlriForm const& form, Route& route);
 
 /**
- * Makes `route` the first `length` bits of an address (4 or 16 octets) of a unicast or multicast
+ * Sets `route` to the first `length` bits of an address (4 or 16 octets) in a unicast or multicast
  * family.
  *
- * Returns what is wrong, or nothing.
+ * Returns an error message, empty on success.
  */
 std::string_view makePrefix(Family family, Octets address, std::uint8_t length, Route& route);
 
-/** An IPv4 or IPv6 prefix; a plain value, thread-compatible. The address is zero beyond the first
-    `length` bits. */
+/** An IPv4 or IPv6 prefix. The address is zero beyond the first `length` bits. */
 struct Prefix {
     IpAddress address;
     std::uint8_t length = 0;
@@ -102,28 +100,29 @@ struct Prefix {
 /**
  * Reads "192.0.2.0/24" or "2001:db8::/32".
  *
- * Returns what is wrong, or nothing.
+ * Returns an error message, empty on success.
  */
 std::string_view readPrefix(std::string_view text, Prefix& prefix);
 
-/** Whether `route` is of this prefix or one inside it; whatever its labels and distinguisher. */
+/** Whether the prefix of `route` is `prefix` or inside it, regardless of labels and
+   distinguisher. */
 bool contains(Prefix const& prefix, Route const& route);
 /** Whether the address is inside the prefix. */
 bool contains(Prefix const& prefix, IpAddress const& address);
-/** Whether `prefix`, which may be one address, is inside the prefix of `route`. */
+/** Whether `prefix`, possibly a single address, is inside the prefix of `route`. */
 bool covers(Route const& route, Prefix const& prefix);
 
-/** The pieces of NLRI of this family tell their own length in a way known to `readRoute`. */
+/** Whether `readRoute` can delimit the routes of this family. */
 bool hasKnownPieces(Family family);
-/** The routes of this family are prefixes, which `readRoutes` takes apart. */
+/** Whether the routes of this family are prefixes, which `readRoutes` parses. */
 bool hasPrefixes(Family family);
 
-/** Appends "192.0.2.0/24", "2001:db8::/32", "64496:1:192.0.2.0/24" (with its route
-    distinguisher), or "25/70:" and hexadecimal digits; labels and path identifier are not told. */
+/** Appends "192.0.2.0/24", "2001:db8::/32", "64496:1:192.0.2.0/24" (with its route distinguisher),
+   or "25/70:" and hexadecimal digits. Labels and path identifier are omitted. */
 void appendText(std::string& out, Route const& route);
 /** Appends a route distinguisher of 8 octets (RFC 4364): "64496:1", "192.0.2.1:7". */
 void appendDistinguisher(std::string& out, Octets octets);
-/** Appends "IPv4 unicast", "IPv6 VPN", ..., or the two numbers, "25/70". */
+/** Appends "IPv4 unicast", "IPv6 VPN", ..., or AFI and SAFI as "25/70". */
 void appendText(std::string& out, Family family);
 
 } // namespace BgpCommunities

@@ -16,14 +16,14 @@ bool PathAttributeReader::next(PathAttribute& attribute) {
     attribute.type = in_.u8();
     std::size_t const length = (attribute.flags & extendedLengthFlag) != 0 ? in_.u16() : in_.u8();
     if (!in_.ok()) {
-        fault_ = "the header of an attribute runs past the end of its area";
+        fault_ = "truncated attribute header";
         return false;
     }
     std::size_t const left = in_.left();
     attribute.value = in_.octets(length);
     if (!in_.ok()) {
-        fault_ = "attribute " + std::to_string(attribute.type) + " claims " +
-                 std::to_string(length) + " octets where its area has " + std::to_string(left);
+        fault_ = "truncated attribute " + std::to_string(attribute.type) + ": length " +
+                 std::to_string(length) + ", " + std::to_string(left) + " octets left";
         return false;
     }
     return true;

@@ -23,7 +23,7 @@ enum class CommunityKind : std::uint8_t {
 
 inline constexpr std::size_t communityKinds = 4;
 
-/** What is fixed about a kind. */
+/** The properties of a kind. */
 struct CommunityKindTraits {
     std::uint8_t attributeType;
     std::size_t memberOctets;
@@ -42,7 +42,7 @@ constexpr CommunityKindTraits const& traitsOf(CommunityKind kind) {
     return communityKindTraits[static_cast<std::size_t>(kind)];
 }
 
-/** The kind that attribute `type` carries, if it carries communities. */
+/** The kind of communities in attributes of this type, if any. */
 constexpr std::optional<CommunityKind> communityKind(std::uint8_t type) {
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
         if (communityKindTraits[kind].attributeType == type) {
@@ -53,18 +53,17 @@ constexpr std::optional<CommunityKind> communityKind(std::uint8_t type) {
 }
 
 /**
- * One attribute of communities as it was sent; a plain value that owns nothing: `value` is good
- * for as long as the octets that it was read from. Thread-compatible.
+ * A path attribute that carries communities. `value` points into the input and is not owned.
  */
 struct CommunityAttribute {
     enum class Form : std::uint8_t {
         wellFormed, // a non-zero multiple of the member's size
-        empty,      // no octets at all
-        malformed,  // no multiple of the member's size
+        empty,      // no octets
+        malformed,  // not a multiple of the member's size
     };
 
     CommunityKind kind = CommunityKind::standard;
-    std::uint32_t repetition = 0; // how many attributes of this type stood before it in its area
+    std::uint32_t repetition = 0; // how many attributes of this type precede it
     Octets value;                 // without flags, type and length
 
     [[nodiscard]] Form form() const {
@@ -86,22 +85,22 @@ struct PathAttribute {
 };
 
 /**
- * A walk over the path attributes of one UPDATE or RIB entry.
+ * Iterates over the path attributes of one UPDATE or RIB entry.
  *
  *     flags (1) | type (1) | length (1, or 2 if flags & 0x10) | value      RFC 4271, section 4.3
  *
- * It owns nothing. Thread-compatible. It stops at the end of the area, or before an attribute that
- * runs past it; `fault()` then says so, and what was handed out before stands.
+ * Stops at the end of the area, or at a truncated attribute, which `fault()` then reports. Owns
+ * nothing. Thread-compatible.
  */
 class PathAttributeReader {
   public:
     explicit PathAttributeReader(Octets area)
       : in_(area) {}
 
-    /** Takes the next attribute; false if there is none. */
+    /** Reads the next attribute; returns false at the end or on a fault. */
     bool next(PathAttribute& attribute);
 
-    /** After `next()` was false: what is wrong with the area; empty if it was read to its end. */
+    /** After `next()` returned false: the fault; empty at the end of the area. */
     [[nodiscard]] std::string const& fault() const { return fault_; }
 
   private:
@@ -110,11 +109,10 @@ class PathAttributeReader {
 };
 
 /**
- * What the reader wants to know of one attribute area: its communities and its multiprotocol
- * routes (RFC 4760).
+ * The communities and the multiprotocol routes (RFC 4760) of one attribute area.
  *
- * It is filled again for every area and keeps its memory, whose size is bounded by the largest
- * area; it owns no octets. Thread-compatible.
+ * Reused for every area; memory is bounded by the largest one. Points into the input.
+ * Thread-compatible.
  */
 struct AttributeArea {
     static constexpr std::uint8_t mpReachType = 14;
@@ -123,8 +121,8 @@ struct AttributeArea {
     std::vector<CommunityAttribute> communities; // in the order sent
     std::optional<Octets> mpReach;               // the first of its type
     std::optional<Octets> mpUnreach;
-    bool repeatedMultiprotocol = false; // there was a second one; RFC 7606 forbids it
-    std::string fault;                  // as in PathAttributeReader
+    bool repeatedMultiprotocol = false; // duplicates, forbidden by RFC 7606
+    std::string fault;                  // see PathAttributeReader::fault()
 
     void read(Octets area);
 

@@ -4,11 +4,11 @@ namespace BgpCommunities {
 
 namespace {
 
-/** Stands for a four-octet AS number where there is room for two octets (RFC 6793). */
+/** Replaces a four-octet AS number in a two-octet field (RFC 6793). */
 constexpr std::uint32_t asTrans = 23456;
 
-/** The address in the next hop field of MP_REACH_NLRI: an address, or two (RFC 2545), each after a
-    route distinguisher in VPN families (RFC 4364, RFC 4659). */
+/** Returns the address in the next hop field of MP_REACH_NLRI, which has one address, or two (RFC
+   2545), each after a route distinguisher in VPN families (RFC 4364, RFC 4659). */
 IpAddress mpAddress(Octets field) {
     constexpr std::size_t distinguisherOctets = 8;
     switch (field.size()) {
@@ -29,7 +29,7 @@ IpAddress mpAddress(Octets field) {
 
 } // namespace
 
-/** The first attribute of each type that is read; its type is 0 if there is none. */
+/** The first attribute of each type that is parsed; type 0 if missing. */
 struct RouteAttributes::Found {
     std::array<PathAttribute, AttributeType::as4Path + 1> byType;
 
@@ -79,8 +79,8 @@ void RouteAttributes::readAsPath(Found const& found, AsWidth width) {
     }
     auto const* const as4Path = found.find(AttributeType::as4Path);
     auto const* const aggregator = found.find(AttributeType::aggregator);
-    // An AGGREGATOR that is not AS_TRANS was set by a router that did not know AS4_PATH, which is
-    // therefore outdated (RFC 6793, section 4.2.3).
+    // If the AS of AGGREGATOR is not AS_TRANS, a router without AS4_PATH support has changed the
+    // path, and AS4_PATH is outdated (RFC 6793, section 4.2.3).
     bool const outdated = aggregator != nullptr && aggregator->value.size() == 6 &&
                           OctetReader(aggregator->value).u16() != asTrans;
     if (as4Path != nullptr && width == AsWidth::two && !outdated) {
@@ -91,7 +91,7 @@ void RouteAttributes::readAsPath(Found const& found, AsWidth width) {
 
 void RouteAttributes::readOrigin(PathAttribute const& attribute) {
     if (attribute.value.size() != 1) {
-        faultIs(attribute, "ORIGIN has another length than 1");
+        faultIs(attribute, "ORIGIN length is not 1");
     } else if (attribute.value[0] > static_cast<std::uint8_t>(Origin::incomplete)) {
         faultIs(attribute, "unknown ORIGIN");
     } else {
@@ -100,14 +100,14 @@ void RouteAttributes::readOrigin(PathAttribute const& attribute) {
 }
 
 void RouteAttributes::readNextHop(PathAttribute const& attribute) {
-    // Some collectors write an IPv6 address for IPv6 routes.
+    // Some collectors write an IPv6 address here for IPv6 routes.
     nextHop_ = ipAddress(attribute.value);
     if (nextHop_.size == 0) {
         faultIs(attribute, "NEXT_HOP is not an address");
     }
 }
 
-/** AFI (2) | SAFI (1) | length (1) | next hop | ..., or in a RIB entry only length and next hop
+/** AFI (2) | SAFI (1) | length (1) | next hop | ..., or only length and next hop in a RIB entry
                                      RFC 4760, section 3; RFC 6396, section 4.3.4 */
 void RouteAttributes::readMpReach(PathAttribute const& attribute) {
     OctetReader in(attribute.value);
@@ -128,9 +128,8 @@ void RouteAttributes::readNumber(PathAttribute const& attribute,
     if (attribute.value.size() == 4) {
         number = OctetReader(attribute.value).u32();
     } else {
-        faultIs(attribute, attribute.type == AttributeType::med
-                               ? "MULTI_EXIT_DISC has another length than 4"
-                               : "LOCAL_PREF has another length than 4");
+        faultIs(attribute, attribute.type == AttributeType::med ? "MULTI_EXIT_DISC length is not 4"
+                                                                : "LOCAL_PREF length is not 4");
     }
 }
 

@@ -25,26 +25,26 @@ struct AttributeType {
     static constexpr std::uint8_t as4Path = 17;
 };
 
-/** The path attributes of one UPDATE or RIB entry, not parsed yet. Not owned: the span points into
-    the record. A plain value. */
+/** The unparsed path attributes of one UPDATE or RIB entry. `area` points into the record and is
+   not owned. */
 struct AttributeOctets {
-    Octets area;                     // all attributes, with their headers
+    Octets area;                     // all attributes, with headers
     AsWidth asWidth = AsWidth::four; // of AS_PATH and AGGREGATOR
 };
 
-/** A path attribute whose value cannot be read; not owned. */
+/** A path attribute with a malformed value, which is not owned. */
 struct AttributeFault {
     std::uint8_t type = 0;
     Octets value;            // without flags, type and length
-    std::string_view reason; // a literal
+    std::string_view reason; // a string literal
 };
 
 /**
- * What the well-known attributes of a route say: AS_PATH, ORIGIN, next hop, MED, LOCAL_PREF.
+ * The parsed AS_PATH, ORIGIN, next hop, MED and LOCAL_PREF of a route.
  *
- * Parsed from AttributeOctets when somebody needs it. Owns nothing: its spans point into the
- * record. Allocates nothing. Thread-compatible. Of repeated attributes the first counts
- * (RFC 7606); one that is malformed is absent and listed in `faults()`.
+ * Constructed from AttributeOctets on demand. Owns and allocates nothing: its spans point into the
+ * record. Thread-compatible. The first of duplicate attributes is used (RFC 7606). A malformed
+ * attribute is absent and listed in `faults()`.
  */
 class RouteAttributes {
   public:
@@ -53,7 +53,7 @@ class RouteAttributes {
     RouteAttributes() = default;
     explicit RouteAttributes(AttributeOctets const& octets);
 
-    /** Absent if there is no AS_PATH; a path without segments is present and empty. */
+    /** Absent without an AS_PATH attribute. A path without segments is present but empty. */
     [[nodiscard]] std::optional<AsPath> const& asPath() const { return asPath_; }
 
     [[nodiscard]] std::optional<Origin> origin() const { return origin_; }
@@ -63,10 +63,10 @@ class RouteAttributes {
     [[nodiscard]] std::optional<std::uint32_t> localPref() const { return localPref_; }
 
     /**
-     * The next hop of a route that is announced with these attributes, or no address. From NEXT_HOP
-     * for a route in the message itself, else from MP_REACH_NLRI if it is of the route's family: no
-     * address if its next hop has an unknown length. Of a global and a link-local address, the
-     * global one; without the route distinguisher of VPN families.
+     * The next hop of a route: from NEXT_HOP for a route in the UPDATE itself, otherwise from
+     * MP_REACH_NLRI if that has the family of the route; no address if missing or of unknown length.
+     * The global address if MP_REACH_NLRI also has a link-local one, without the route distinguisher
+     * of VPN families.
      */
     [[nodiscard]] IpAddress nextHop(Route const& route) const;
 
@@ -90,7 +90,7 @@ class RouteAttributes {
     std::optional<std::uint32_t> localPref_;
     IpAddress nextHop_;
     IpAddress mpNextHop_;
-    std::optional<Family> mpFamily_;       // absent from the short form of MP_REACH_NLRI (RFC 6396)
+    std::optional<Family> mpFamily_;       // absent in the short form of MP_REACH_NLRI (RFC 6396)
     std::array<AttributeFault, 6> faults_; // one for each attribute
     std::size_t faultCount_ = 0;
 };
