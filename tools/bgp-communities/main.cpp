@@ -26,12 +26,11 @@ commands:
 
 constexpr std::string_view helpTail = R"(
 exit status:
-  0  all has been read
-  1  some input was malformed: it is named on standard error, or in its place in the output; the
-     rest has been read
-  2  the command line makes no sense
-  3  something could not be read or written, the other files have been read; or roundtrip or replay
-     found the library at fault
+  0  success
+  1  some input was malformed; it is reported on standard error or in the output
+  2  invalid command line
+  3  some input or output failed, other files were read; or roundtrip or replay found an error in
+     the library
 
 examples:
   bgp-communities decode 0002fde800000064
@@ -55,7 +54,7 @@ Command const& find(std::string_view name) {
     auto const found = std::find_if(commands.begin(), commands.end(),
                                     [&](Command const* command) { return command->name == name; });
     if (found == commands.end()) {
-        throw UsageError("there is no command \"" + std::string(name) + "\"");
+        throw UsageError("unknown command \"" + std::string(name) + "\"");
     }
     return **found;
 }
@@ -68,7 +67,7 @@ void writeHelp(std::span<char const* const> arguments, Output& output) {
     output.text() += arguments.empty() ? help() : std::string(find(arguments[0]).help);
 }
 
-/** The command line that explains what went wrong with this one. */
+/** Returns the command line that prints the relevant help. */
 std::string helpFor(std::span<char const* const> arguments) {
     std::string const program = "bgp-communities ";
     auto const commands = allCommands();
@@ -81,7 +80,7 @@ std::string helpFor(std::span<char const* const> arguments) {
 
 ExitStatus run(std::span<char const* const> arguments, Output& output) {
     if (arguments.empty()) {
-        throw UsageError("no command is named");
+        throw UsageError("missing COMMAND");
     }
     std::string_view const first = arguments[0];
     if (first == helpOption || first == "-h") {
@@ -123,9 +122,9 @@ ExitStatus guarded(std::span<char const* const> arguments) try {
 } // namespace
 
 int main(int argc, char** argv) {
-    // A reader of the output that goes away is an error of the write, not a signal.
+    // A closed output pipe is a write error, not a signal.
     std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN); // and so is a limit on the size of files
+    std::signal(SIGXFSZ, SIG_IGN); // likewise a file size limit
     installInterrupts();
     std::span<char const* const> const arguments(argv, static_cast<std::size_t>(argc));
     return static_cast<int>(guarded(arguments.subspan(std::min<std::size_t>(arguments.size(), 1))));

@@ -20,18 +20,19 @@ std::string announce(unsigned int number, std::string const& communities) {
     return as4Record(update(value.empty() ? "" : attribute(8, value), prefix(number)));
 }
 
-TEST(DiffCommandTest, RoutesListsAndValuesThatChangedAreTold) {
+TEST(DiffCommandTest, PrintsChangedRoutesListsAndValues) {
     std::string const same = announce(1, "fbf00001 fbf00002");
     TemporaryFile const before(same + announce(2, "fbf00001") + announce(3, "fbf00003") +
                                announce(4, "fbf00001") + announce(5, "") + announce(7, "fbf00001"));
     // Only the state at the end counts: 2 comes back as it was, 4 has gone.
-    TemporaryFile const after(same + announce(2, "fbf00009") + announce(2, "fbf00001") +
-                              announce(3, "fbf00001 fbf00004") + announce(4, "") + as4Record(update("", "", prefix(4))) +
-                              announce(5, "fbf00001") + announce(6, "fbf00001") +
-                              // What the collector sent is no route of the peer; a malformed
-                              // attribute withdraws.
-                              record(16, 7, peer4 + update(attribute(8, hex("fbf00001")), prefix(8))) +
-                              announce(7, "fbf00001") + announce(7, "fbf0"));
+    TemporaryFile const after(
+        same + announce(2, "fbf00009") + announce(2, "fbf00001") +
+        announce(3, "fbf00001 fbf00004") + announce(4, "") + as4Record(update("", "", prefix(4))) +
+        announce(5, "fbf00001") + announce(6, "fbf00001") +
+        // Messages sent by the collector are ignored; a malformed
+        // attribute withdraws the route.
+        record(16, 7, peer4 + update(attribute(8, hex("fbf00001")), prefix(8))) +
+        announce(7, "fbf00001") + announce(7, "fbf0"));
     std::string const route = "~route\t192.0.2.1 AS65536\tIPv4 unicast\t10.";
     std::string const lists = "+list\tstandard\t1\t64496:1 64496:4\n"
                               "-list\tstandard\t1\t64496:3\n"

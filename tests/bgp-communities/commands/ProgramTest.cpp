@@ -67,7 +67,7 @@ struct DecodeRow {
 };
 
 std::vector<DecodeRow> decodeRows() {
-    std::string const reason = "two different link bandwidths, where a list carries one";
+    std::string const reason = "two different link bandwidths, at most one is allowed";
     std::string const wholeTarget = target + ": " + target;
     std::string const longest(65528 * 2, '0'), beyond(65536 * 2, '0');
     return {
@@ -83,7 +83,7 @@ std::vector<DecodeRow> decodeRows() {
         {"values in their order, a malformed one among them",
          {targetToo, "00", "", target},
          "",
-         {targetToo + ": " + targetToo, "00: ! length 1 is no multiple of 8",
+         {targetToo + ": " + targetToo, "00: ! length 1 is not a multiple of 8",
           ": ! the value is empty", wholeTarget},
          1,
          ""},
@@ -96,8 +96,8 @@ std::vector<DecodeRow> decodeRows() {
         {"too long for an attribute",
          {},
          longest + "\n" + beyond + "\n" + target,
-         {longest + ": 0000000000000000",
-          beyond + ": ! length 65536 is more than a path attribute's 65535", wholeTarget},
+         {longest + ": 0000000000000000", beyond + ": ! length 65536 exceeds the maximum of 65535",
+          wholeTarget},
          1,
          ""},
         {"lines of all forms, the last one without an end",
@@ -121,18 +121,23 @@ std::vector<DecodeRow> decodeRows() {
          ""},
         {"odd digits", {}, "000\n" + target, {wholeTarget}, 1, "line 1: an odd number"},
         {"no digits", {}, target + "\n0x\n" + target, {wholeTarget, wholeTarget}, 1, "line 2: not"},
-        {"no such type", {}, "17\t00\n" + target, {wholeTarget}, 1, "line 1: the attribute type"},
-        {"no type", {}, "\t00\n", {}, 1, "line 1: the attribute type"},
+        {"no such type",
+         {},
+         "17\t00\n" + target,
+         {wholeTarget},
+         1,
+         "line 1: expected attribute type"},
+        {"no type", {}, "\t00\n", {}, 1, "line 1: expected attribute type"},
         {"a line that never ends",
          {},
          std::string(3000000, '0') + "\n" + target,
          {wholeTarget},
          1,
-         "line 1: a line too long"},
+         "line 1: line too long"},
     };
 }
 
-TEST(ProgramTest, DecodeTellsWhatEachValueHolds) {
+TEST(ProgramTest, DecodePrintsEveryValue) {
     for (DecodeRow const& row : decodeRows()) {
         SCOPED_TRACE(row.name);
         Arguments arguments = {"decode", "--json"};
@@ -176,7 +181,7 @@ std::string typeName(unsigned int octet) {
     return "extCommPktType" + (found == names.end() ? "Unknown" : found->second);
 }
 
-TEST(ProgramTest, EveryTypeAndSubtypeIsToldAsItIs) {
+TEST(ProgramTest, DecodesEveryTypeAndSubtype) {
     std::vector<std::string> values;
     std::string input;
     for (unsigned int pair = 0; pair < 65536; ++pair) {
@@ -210,7 +215,7 @@ TEST(ProgramTest, EveryTypeAndSubtypeIsToldAsItIs) {
     }
 }
 
-TEST(ProgramTest, EveryKindIsToldWhole) {
+TEST(ProgramTest, DecodesEveryKind) {
     struct Row {
         char const* input;
         char const* output;
@@ -239,7 +244,7 @@ TEST(ProgramTest, EveryKindIsToldWhole) {
          R"("communities":[{"octets":"000100000000000100000002","text":"65536:1:2",)"
          R"("asdot":"1.0:1:2"}]})"},
         {"8\t00640001ff", R"({"attribute":8,"octets":"00640001ff","error":)"
-                          R"("length 5 is no multiple of 4"})"},
+                          R"("length 5 is not a multiple of 4"})"},
     };
     std::string input;
     Lines expected;
@@ -252,7 +257,7 @@ TEST(ProgramTest, EveryKindIsToldWhole) {
               (Lines{"8 00640001", "  100:1"}));
 }
 
-TEST(ProgramTest, FormsHoldEveryTextAndSelection) {
+TEST(ProgramTest, FormsListEveryTextAndSelection) {
     std::string const states = "43000000000000004300000000000001";
     Result const result = run(
         {"decode", "--json", "--forms", target + bandwidth, target + states, "0202000100000005"});
@@ -267,7 +272,7 @@ TEST(ProgramTest, FormsHoldEveryTextAndSelection) {
         << lines[0];
     EXPECT_EQ(result.status, 1);
     EXPECT_TRUE(lines[1].ends_with(
-        R"("error":"two different origin validation states, where a list carries one"})"))
+        R"("error":"two different origin validation states, at most one is allowed"})"))
         << "selections of it would assert: " << lines[1];
     for (char const* form :
          {R"("forms":{"0x00":"65536:5",)", R"("0x02":"65536L:5",)", R"("0x04":"RT:65536:5",)",
@@ -283,7 +288,7 @@ TEST(ProgramTest, FormsHoldEveryTextAndSelection) {
     }
 }
 
-TEST(ProgramTest, TypesAreToldFromTheRegistry) {
+TEST(ProgramTest, PrintsTheRegisteredTypes) {
     Result const json = run({"types", "--json"});
     EXPECT_EQ(json.status, 0);
     for (
@@ -305,7 +310,7 @@ TEST(ProgramTest, TypesAreToldFromTheRegistry) {
               std::string::npos);
 }
 
-TEST(ProgramTest, EachLineIsAnsweredBeforeTheNextIsSent) {
+TEST(ProgramTest, AnswersEachLineOfAPipeAtOnce) {
     std::array<int, 2> toProgram{}, fromProgram{};
     ASSERT_EQ(::pipe(toProgram.data()), 0);
     ASSERT_EQ(::pipe(fromProgram.data()), 0);
@@ -334,7 +339,7 @@ TEST(ProgramTest, EachLineIsAnsweredBeforeTheNextIsSent) {
 
 // ---- The command line, and what goes wrong around the program ----
 
-TEST(ProgramTest, HelpIsThereForTheProgramAndEachCommand) {
+TEST(ProgramTest, PrintsHelpOfEveryCommand) {
     for (Arguments const& arguments : {Arguments{"--help"},
                                        {"decode", "--help"},
                                        {"read", "-h"},
@@ -351,20 +356,20 @@ TEST(ProgramTest, HelpIsThereForTheProgramAndEachCommand) {
     EXPECT_TRUE(run({"--version"}).out.starts_with("bgp-communities "));
 }
 
-TEST(ProgramTest, AUsageErrorIsToldAndNothingIsRead) {
+TEST(ProgramTest, ReportsUsageErrorsAndReadsNothing) {
     struct Row {
         Arguments arguments;
         char const* complaint;
     };
 
     for (Row const& row : std::vector<Row>{
-             {{}, "no command"},
+             {{}, "missing COMMAND"},
              {{"decipher"}, "\"decipher\""},
              {{"--json"}, "\"--json\""},
              {{"stats", "--type", sample("rib.mrt.gz")}, "--type"},
              {{"types", target}, "types takes no argument (bgp-communities types --help)"},
              {{"help", "decipher"}, "\"decipher\" (bgp-communities --help)"},
-             {{"decode", "--type=7", target}, "--type: the attribute type is none of"},
+             {{"decode", "--type=7", target}, "--type: expected attribute type"},
              {{"decode", target, "--type"}, "--type needs a value"},
              {{"decode", "--json=yes", target}, "--json takes no value"},
              {{"decode", target, "0002fde80000006"}, "odd"},
@@ -386,7 +391,7 @@ TEST(ProgramTest, ReadsStandardInputWithoutAFile) {
     EXPECT_FALSE(result.out.empty());
 }
 
-TEST(ProgramTest, AFileThatCannotBeReadDoesNotStopTheOthers) {
+TEST(ProgramTest, ContinuesAfterAnUnreadableFile) {
     std::string const folder = testing::TempDir();
     std::string const missing = folder + "no-such-file.mrt";
     Result const result =
@@ -404,7 +409,7 @@ TEST(ProgramTest, AFileThatCannotBeReadDoesNotStopTheOthers) {
     EXPECT_EQ(linesOf(decode.out).size(), 2U);
 }
 
-TEST(ProgramTest, NoNameMovesTheTerminal) {
+TEST(ProgramTest, MasksTerminalControlsInNames) {
     // A bell, CSI as one octet and in UTF-8, an override of the direction of text, and letters.
     TemporaryFile const store("", "-\a\x9b"
                                   "2J\xc2\x9b"
@@ -419,7 +424,7 @@ TEST(ProgramTest, NoNameMovesTheTerminal) {
     EXPECT_NE(usage.err.find("\"?2J\""), std::string::npos) << usage.err;
 }
 
-TEST(ProgramTest, OutputThatNobodyReadsIsNoError) {
+TEST(ProgramTest, ClosedOutputPipeIsNotAnError) {
     std::string input;
     for (int count = 0; count < 20000; ++count) {
         input += target + "\n";
@@ -434,7 +439,7 @@ TEST(ProgramTest, OutputThatNobodyReadsIsNoError) {
     EXPECT_EQ(contentOf(err.path()), "");
 }
 
-TEST(ProgramTest, OutputThatCannotBeWrittenIsAnError) {
+TEST(ProgramTest, ReportsOutputErrors) {
     TemporaryFile const in(target), err("");
     Descriptor const inFd(in.path(), O_RDONLY), errFd(err.path(), O_WRONLY);
     Descriptor const full("/dev/full", O_WRONLY);

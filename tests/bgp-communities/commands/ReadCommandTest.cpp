@@ -91,14 +91,14 @@ void expectAsDecoded(std::string const& dump) {
     EXPECT_GT(next, 0U) << dump;
 }
 
-TEST(ReadCommandTest, CommunitiesAreThoseThatDecodeTells) {
+TEST(ReadCommandTest, PrintsTheSameCommunitiesAsDecode) {
     for (char const* const name : {"updates.mrt.gz", "rib.mrt.gz", "damaged.mrt"}) {
         SCOPED_TRACE(name);
         expectAsDecoded(sample(name));
     }
 }
 
-TEST(ReadCommandTest, AttributesOfStrangersAreReadOrNamed) {
+TEST(ReadCommandTest, ReadsOrReportsRandomAttributes) {
     std::mt19937 random(1);
     auto const octets = [&](std::size_t count) {
         std::string out;
@@ -150,7 +150,7 @@ std::vector<RouteRow> routeRows() {
         {"a malformed list", route(1, attribute(8, hex("00640001ff"))),
          "IPv4 unicast|10.1.0.0/16|-",
          as4Peer + R"("family":"IPv4 unicast","prefix":"10.1.0.0/16")",
-         "|!00640001ff (length 5 is no multiple of 4)|-|-|-|-"},
+         "|!00640001ff (length 5 is not a multiple of 4)|-|-|-|-"},
         {"a path identifier", record(16, 9, peer4 + update(standard(), hex("00000007 08 0a"))),
          "IPv4 unicast|10.0.0.0/8|7",
          as4Peer + R"("family":"IPv4 unicast","prefix":"10.0.0.0/8","pathId":7)",
@@ -177,7 +177,7 @@ std::vector<RouteRow> routeRows() {
     };
 }
 
-TEST(ReadCommandTest, ARouteIsALine) {
+TEST(ReadCommandTest, PrintsOneLinePerRoute) {
     for (RouteRow const& row : routeRows()) {
         SCOPED_TRACE(row.name);
         TemporaryFile const file(record(16, 0, peer4) + row.record);
@@ -196,7 +196,7 @@ std::string const wellKnownAttributes =
     attribute(1, u8(0)) + attribute(2, hex("0202 0000fbf0 00010000 0101 0000fbf1")) +
     attribute(3, hex("c0000201")) + attribute(4, u32(7)) + attribute(5, u32(100));
 
-TEST(ReadCommandTest, ARouteIsPrintedWhole) {
+TEST(ReadCommandTest, PrintsEveryPartOfARoute) {
     std::string const body = peer4 + update(wellKnownAttributes + standard() +
                                                 attribute(16, target) + attribute(25, "short"),
                                             hex("10 0a01"), hex("08 0b"));
@@ -214,7 +214,7 @@ TEST(ReadCommandTest, ARouteIsPrintedWhole) {
         fieldsOf(text[1]),
         (Lines{day + ".000042Z", "A", peer, "IPv4 unicast", "10.1.0.0/16", "-",
                "64496 65536 {64497}", "IGP", "192.0.2.1", "7", "100", standardText, targetText,
-               "!73686f7274 (length 5 is no multiple of 20)", "-", "rt:65000:100"}));
+               "!73686f7274 (length 5 is not a multiple of 20)", "-", "rt:65000:100"}));
     Lines const faulty = fieldsOf(text[2]);
     EXPECT_EQ(faulty[6], "!0202fbf0 (truncated AS path segment)");
     EXPECT_EQ(faulty[7], "!09 (unknown ORIGIN)");
@@ -228,7 +228,7 @@ TEST(ReadCommandTest, ARouteIsPrintedWhole) {
         fieldsOf(tsv[2]),
         (Lines{"1700000000", "42", "A", "192.0.2.1", "65536", "IPv4 unicast", "10.1.0.0/16", "",
                "64496 65536 {64497}", "IGP", "192.0.2.1", "7", "100", "no-export 100:1",
-               "rt:65000:100", "", "", "", "25 !73686f7274 (length 5 is no multiple of 20)"}));
+               "rt:65000:100", "", "", "", "25 !73686f7274 (length 5 is not a multiple of 20)"}));
     EXPECT_EQ(fieldsOf(tsv[3]).at(18),
               "1 !09 (unknown ORIGIN); 2 !0202fbf0 (truncated AS path segment)");
 
@@ -243,7 +243,7 @@ TEST(ReadCommandTest, ARouteIsPrintedWhole) {
     EXPECT_EQ(run({"read", "--format", "xml", file.path()}).status, 2);
 }
 
-TEST(ReadCommandTest, MeaningsAreThoseOfTheDictionary) {
+TEST(ReadCommandTest, PrintsMeaningsFromTheDictionary) {
     TemporaryFile const file(route(1, standard() + attribute(16, target)));
     TemporaryFile const words("100:1,a\tcustomer\nrt:65000:100,blue\\\nnonsense\n", ".txt");
     Result const text = run({"read", "--dictionary", words.path(), file.path()});
@@ -257,7 +257,7 @@ TEST(ReadCommandTest, MeaningsAreThoseOfTheDictionary) {
     EXPECT_EQ(run({"read", "--dictionary", "/no/such/file", file.path()}).status, 3);
 }
 
-TEST(ReadCommandTest, TheFirstOfRepeatedAttributesCounts) {
+TEST(ReadCommandTest, UsesTheFirstOfDuplicateAttributes) {
     TemporaryFile const file(
         route(1, attribute(16, target) + attribute(16, bandwidth)) +
         route(2, attribute(16, "short") + attribute(16, target) + standard()) +
@@ -265,10 +265,10 @@ TEST(ReadCommandTest, TheFirstOfRepeatedAttributesCounts) {
         route(4, attribute(16, "") + attribute(16, target)));
     Result const result = run({"read", file.path()});
     EXPECT_EQ(column(result, 12)[0], targetText);
-    EXPECT_EQ(column(result, 12)[1], "!73686f7274 (length 5 is no multiple of 8)");
+    EXPECT_EQ(column(result, 12)[1], "!73686f7274 (length 5 is not a multiple of 8)");
     EXPECT_EQ(column(result, 12)[2],
               "!" + std::string("4004fbf04cee6b284004fbf04d6e6b28") +
-                  " (two different link bandwidths, where a list carries one)");
+                  " (two different link bandwidths, at most one is allowed)");
     EXPECT_EQ(column(result, 12)[3], "! (the value is empty)");
     EXPECT_EQ(column(result, 11), (Lines{"-", standardText, "-", "-"}));
     EXPECT_EQ(result.status, 1);
@@ -295,7 +295,7 @@ std::string filterDump() {
            as4Record(update(reach(2, 1, hex("20 20010db8"))));
 }
 
-TEST(ReadCommandTest, FiltersLeaveTheRoutesThatWereAskedFor) {
+TEST(ReadCommandTest, FiltersSelectRoutes) {
     std::string const octets = "0002FDE800000064";
     std::vector<FilterRow> const rows = {
         {{}, "1 2 3 4 5 6 7 vpn ipv6"},
@@ -372,7 +372,7 @@ TEST(ReadCommandTest, FiltersLeaveTheRoutesThatWereAskedFor) {
               (Lines{"-", "-"}));
 }
 
-TEST(ReadCommandTest, PathsAndWithdrawalsAreSelected) {
+TEST(ReadCommandTest, SelectsByPathAndWithdrawal) {
     TemporaryFile const file(
         as4Record(update(wellKnownAttributes, hex("10 0a01"), hex("10 0a02"))) +
         route(3, attribute(2, hex("0202 0000fbf0 0001fbf1"))) + route(4, attribute(2, "")));
@@ -406,7 +406,7 @@ TEST(ReadCommandTest, PathsAndWithdrawalsAreSelected) {
     }
 }
 
-TEST(ReadCommandTest, NothingIsReadBehindTheLimit) {
+TEST(ReadCommandTest, StopsReadingAtTheLimit) {
     TemporaryFile const file(as4Record(update(standard(), hex("08 0a 08 0b"))) +
                              route(3, attribute(16, "short")));
     Result const two = run({"read", "--limit", "2", file.path(), "/no/such/file"});
@@ -417,7 +417,7 @@ TEST(ReadCommandTest, NothingIsReadBehindTheLimit) {
     EXPECT_EQ(run({"read", "--limit", "1", "/no/such/file", file.path()}).status, 3);
 }
 
-TEST(ReadCommandTest, PathIdentifiersAreReadAsDemanded) {
+TEST(ReadCommandTest, ReadsPathIdentifiersAsRequested) {
     // 9.0.0.0/32, or path identifier 0x20090000 of 0.0.0.0/0; the record says that it has none.
     TemporaryFile const file(as4Record(update("", hex("20 09000000"))));
     Lines const without = {"9.0.0.0/32"}, with = {"0.0.0.0/0"};
@@ -437,33 +437,33 @@ TEST(ReadCommandTest, PathIdentifiersAreReadAsDemanded) {
     }
 }
 
-TEST(ReadCommandTest, OptionsThatMakeNoSenseAreTold) {
+TEST(ReadCommandTest, ReportsInvalidOptions) {
     struct Row {
         Arguments options;
         char const* complaint;
     };
 
     for (Row const& row : std::vector<Row>{
-             {{"--kind", "IPv6"}, "--kind: \"IPv6\": none of standard, extended, ipv6 and large"},
+             {{"--kind", "IPv6"}, "--kind: \"IPv6\": expected standard, extended, ipv6 or large"},
              {{"--match", "(1"}, "--match: \"(1\": Unmatched ("},
              {{"--community", ""}, "--community: \"\": not a community: expected"},
-             {{"--prefix", "10.0.0.0"}, "--prefix: \"10.0.0.0\": no prefix length"},
-             {{"--prefix", "10.0.0.0/33"}, "no prefix length"},
-             {{"--prefix", "::/129"}, "no prefix length"},
-             {{"--prefix", "10.0.0.0/8x"}, "no prefix length"},
+             {{"--prefix", "10.0.0.0"}, "--prefix: \"10.0.0.0\": missing or invalid prefix length"},
+             {{"--prefix", "10.0.0.0/33"}, "missing or invalid prefix length"},
+             {{"--prefix", "::/129"}, "missing or invalid prefix length"},
+             {{"--prefix", "10.0.0.0/8x"}, "missing or invalid prefix length"},
              {{"--prefix", "10.0.0/8"}, "not an IPv4 or IPv6 prefix"},
              {{"--prefix", "10.0.0.1/8"}, "bits beyond"},
              {{"--covers", "10.0.0"}, "not an IPv4 or IPv6 prefix"},
              {{"--since", "yesterday"}, "--since: \"yesterday\": not a time: expected 2024"},
              {{"--until", "2023-02-29"}, "not a time"},
-             {{"--peer", "192.0.2"}, "neither an address nor an AS number"},
+             {{"--peer", "192.0.2"}, "expected an address or an AS number"},
              {{"--family", "ipv5"}, "not a family: expected ipv4"},
              {{"--origin-as", "x"}, "not an AS number"},
              {{"--as-path", "(1"}, "--as-path: \"(1\": Unmatched ("},
              {{"--as-path", "_(64500)_\\1"}, "back-references are not supported"},
              {{"--community", "no-exprt"}, "not a community: expected a value such as 64496:300"},
              {{"--add-path=maybe"}, "--add-path: unknown value \"maybe\""},
-             {{"--limit", "0"}, "--limit: \"0\" is no number from 1 on"},
+             {{"--limit", "0"}, "--limit: \"0\" is not a positive number"},
              {{"--limit", "1k"}, "--limit: \"1k\""},
              {{"--limit", "99999999999999999999"}, "--limit"},
              {Arguments(65, "--match=1"), "more than 64"},

@@ -83,7 +83,7 @@ struct Row {
     std::string dump;
     Lines lines; // of --targets: what came or went, and "RECORD" or "end" of its cause
     long most;   // routes at one time
-    long last;   // routes in the end
+    long last;   // routes at the end
     int status = 0;
     Arguments options = {};
 };
@@ -204,7 +204,7 @@ Lines changes(std::string const& out) {
     return lines;
 }
 
-TEST(ReplayCommandTest, RoutesComeAndGoAsTheirPeersSay) {
+TEST(ReplayCommandTest, AppliesAnnouncementsWithdrawalsAndSessionEnds) {
     for (Row const& row : rows()) {
         SCOPED_TRACE(row.name);
         TemporaryFile const file(row.dump);
@@ -213,27 +213,28 @@ TEST(ReplayCommandTest, RoutesComeAndGoAsTheirPeersSay) {
         Result const result = run(arguments);
         EXPECT_EQ(result.status, row.status) << result.err;
         EXPECT_EQ(changes(result.out), row.lines);
-        EXPECT_EQ(count(result.out, "routes, the most at one time"), row.most);
-        EXPECT_EQ(count(result.out, "routes in the end"), row.last);
-        EXPECT_TRUE(result.out.ends_with("\nall routes dropped: nothing is left\n")) << result.out;
+        EXPECT_EQ(count(result.out, "routes, maximum"), row.most);
+        EXPECT_EQ(count(result.out, "routes at the end"), row.last);
+        EXPECT_TRUE(result.out.ends_with("\nall routes dropped: all intern tables are empty\n"))
+            << result.out;
     }
 }
 
-TEST(ReplayCommandTest, SeveralPeersThatMayHaveGoneAreReportedOnce) {
+TEST(ReplayCommandTest, ReportsAmbiguousPeersOnce) {
     std::string const a7 = update(targets({7}), prefixA);
     TemporaryFile const file(from(1, a7) + from(2, a7) + withoutAddress(6, 1) +
                              withoutAddress(6, 1));
     Result const result = run({"replay", file.path()});
     EXPECT_EQ(result.status, 0) << "the dump is well-formed";
-    EXPECT_EQ(count(result.out, "routes in the end"), 2);
+    EXPECT_EQ(count(result.out, "routes at the end"), 2);
     EXPECT_EQ(count(result.out, "sessions that ended, of unknown peers"), 2);
     EXPECT_EQ(linesOf(result.err).size(), 1U) << result.err;
-    EXPECT_NE(result.err.find("the session of 0.0.0.0 AS64496 ended, which may be one of 2 peers"),
+    EXPECT_NE(result.err.find("the session of 0.0.0.0 AS64496 ended, one of 2 possible peers"),
               std::string::npos)
         << result.err;
 }
 
-TEST(ReplayCommandTest, WhatIsHeldIsTold) {
+TEST(ReplayCommandTest, ReportsTheContentOfTheTables) {
     TemporaryFile const file(from(
         1, update(attribute(8, hex("fbf00001")) + attribute(32, hex("0000fbf0 00000001 00000002")) +
                       attribute(25, hex("0002 20010db8000000000000000000000001 0064")) +
@@ -253,14 +254,14 @@ TEST(ReplayCommandTest, WhatIsHeldIsTold) {
     EXPECT_TRUE(changes(result.out).empty()) << "nobody asked for targets";
 }
 
-TEST(ReplayCommandTest, TwoRunsTellTheSame) {
+TEST(ReplayCommandTest, TwoRunsPrintTheSame) {
     Arguments const arguments = {"replay", "--targets", sample("updates.mrt.gz")};
     Result const result = run(arguments);
     EXPECT_GT(changes(result.out).size(), 100U) << result.err;
     EXPECT_EQ(run(arguments).out, result.out);
 }
 
-TEST(ReplayCommandTest, RealDumpsLeaveNothingBehind) {
+TEST(ReplayCommandTest, RealDumpsLeaveEmptyTables) {
     char const* const data = std::getenv("VOBGP_DATA");
     if (data == nullptr) {
         GTEST_SKIP() << "VOBGP_DATA names no folder of real dumps";
@@ -272,8 +273,9 @@ TEST(ReplayCommandTest, RealDumpsLeaveNothingBehind) {
     }
     Result const result = run(arguments);
     EXPECT_LT(result.status, 2) << result.err;
-    EXPECT_GT(count(result.out, "routes, the most at one time"), 600000);
-    EXPECT_TRUE(result.out.ends_with("\nall routes dropped: nothing is left\n")) << result.out;
+    EXPECT_GT(count(result.out, "routes, maximum"), 600000);
+    EXPECT_TRUE(result.out.ends_with("\nall routes dropped: all intern tables are empty\n"))
+        << result.out;
 }
 
 } // namespace

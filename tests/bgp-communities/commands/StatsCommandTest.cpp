@@ -69,7 +69,7 @@ std::string steady(std::string out) {
     return out;
 }
 
-TEST(StatsCommandTest, EveryKindIsCountedAndRanked) {
+TEST(StatsCommandTest, CountsAndRanksEveryKind) {
     std::string const standard = attribute(8, "fbf00001 fbf00002");
     std::string const target = "0002fbf400000007", origin = "0003fbf400000008";
     TemporaryFile const file(
@@ -77,7 +77,7 @@ TEST(StatsCommandTest, EveryKindIsCountedAndRanked) {
         // The same lists in another order and with repeats; one attribute twice, and an empty one.
         update(attribute(8, "fbf00002 fbf00001 fbf00002") + attribute(16, origin + target) +
                attribute(8, "fbf00000") + attribute(32, "")) +
-        // Two different link bandwidths, and lengths that are no multiples.
+        // Two different link bandwidths, and lengths that are not multiples.
         update(attribute(16, "4004fbf04cee6b28 4004fbf04d6e6b28") + attribute(25, "0002") +
                attribute(32, "0000fbf0 00000001 00000002")));
     Result const result = run({"stats", "--json", file.path()});
@@ -124,7 +124,7 @@ TEST(StatsCommandTest, EveryKindIsCountedAndRanked) {
               "\n");
 }
 
-TEST(StatsCommandTest, RoutesAreCountedByGroup) {
+TEST(StatsCommandTest, CountsRoutesByGroup) {
     std::string const of64496 = attribute(8, "fbf00001 fbf00002 ffffff01 00000001");
     TemporaryFile const file(
         update(of64496 + attribute(32, "0000fbf0 00000001 00000002 00010000 00000001 00000002")) +
@@ -154,7 +154,7 @@ TEST(StatsCommandTest, RoutesAreCountedByGroup) {
     EXPECT_NE(refused.err.find("not one of peer, as, family and hour"), std::string::npos);
 }
 
-TEST(StatsCommandTest, TheDamagedSampleIsCountedAsFarAsItGoes) {
+TEST(StatsCommandTest, CountsTheDamagedSampleAsFarAsPossible) {
     Result const damaged = run({"stats", "--json", sample("damaged.mrt")});
     EXPECT_EQ(damaged.status, 1);
     EXPECT_EQ(number(damaged.out, "", "truncatedOctets"), "81");
@@ -172,7 +172,7 @@ TEST(StatsCommandTest, TheDamagedSampleIsCountedAsFarAsItGoes) {
               steady(damaged.out));
 }
 
-TEST(StatsCommandTest, ProblemsOfOneKindAreNamedAFewTimesOrAllOnRequest) {
+TEST(StatsCommandTest, ReportsAFewProblemsOfEachKindOrAll) {
     TemporaryFile const file(repeated(record(16, 4, "short"), 9000)); // more than one batch
     Result const few = run({"stats", file.path()});
     Result const all = run({"stats", "--verbose", file.path()});
@@ -186,7 +186,7 @@ TEST(StatsCommandTest, ProblemsOfOneKindAreNamedAFewTimesOrAllOnRequest) {
 
 // ---- Jobs ----
 
-TEST(StatsCommandTest, EveryNumberOfJobsCountsAndNamesTheSame) {
+TEST(StatsCommandTest, ResultsDoNotDependOnTheNumberOfJobs) {
     std::string const damaged = contentOf(sample("damaged.mrt"));
     std::string const rib =
         record(13, 2, u32(0) + hex("18c00002") + u16(2) + repeated(u16(7) + u32(0) + u16(0), 2));
@@ -212,8 +212,8 @@ TEST(StatsCommandTest, EveryNumberOfJobsCountsAndNamesTheSame) {
         };
         Result const one = stats("1");
         EXPECT_EQ(one.status, 3);
-        EXPECT_EQ(one.err.find("names a peer"), std::string::npos);
-        EXPECT_EQ(one.err.find("record 1 at octet 0: the record comes before any peer index table"),
+        EXPECT_EQ(one.err.find("refers to a peer"), std::string::npos);
+        EXPECT_EQ(one.err.find("record 1 at octet 0: no peer index table before the record"),
                   std::string("bgp-communities: ").size() + first.path().size() + 2);
         for (char const* const jobs : {"2", "4"}) {
             SCOPED_TRACE(std::string(form) + " " + jobs);
@@ -238,7 +238,7 @@ std::string hostileDump() {
     return gzip(rib + record(13, 1, std::string(1700000, '\0')) + rib);
 }
 
-TEST(StatsCommandTest, LargeRecordsShareOneBudgetInAllJobs) {
+TEST(StatsCommandTest, LargeRecordsShareABudgetAcrossJobs) {
     TemporaryFile const file(hostileDump());
     EXPECT_LT(contentOf(file.path()).size(), 40000U);
     Arguments arguments = {"stats", "--jobs", "8"};
@@ -301,7 +301,7 @@ std::string usesOfRank(std::string const& json, char const* kind, std::size_t ra
     return at == std::string::npos ? "none" : json.substr(at + 8, json.find(',', at) - at - 8);
 }
 
-TEST(StatsCommandTest, RealDumpsHoldWhatIndependentDecodersCounted) {
+TEST(StatsCommandTest, CountsRealDumpsLikeIndependentDecoders) {
     char const* const data = std::getenv("VOBGP_DATA");
     if (data == nullptr) {
         GTEST_SKIP() << "VOBGP_DATA names no folder of real dumps";
@@ -416,7 +416,7 @@ void expectProgressOnly(std::string const& shown, char const* form) {
     ::regfree(&line);
 }
 
-TEST(StatsCommandTest, LinesFitTheTerminal) {
+TEST(StatsCommandTest, TruncatesLinesToTheTerminal) {
     Terminal terminal;
     Descriptor const null("/dev/null", O_RDWR);
     pid_t const pid =
@@ -430,7 +430,7 @@ TEST(StatsCommandTest, LinesFitTheTerminal) {
     EXPECT_EQ(longest, Terminal::columns);
 }
 
-TEST(StatsCommandTest, LongReadingShowsItsProgressAndCleansUp) {
+TEST(StatsCommandTest, ShowsAndErasesProgress) {
     for (char const* const jobs : {"1", "2"}) {
         Terminal terminal;
         TemporaryFile const out("");
@@ -455,7 +455,7 @@ TEST(StatsCommandTest, LongReadingShowsItsProgressAndCleansUp) {
     }
 }
 
-TEST(StatsCommandTest, AnInterruptEndsItAtOnceAndCleanly) {
+TEST(StatsCommandTest, InterruptEndsTheProgramAndErasesProgress) {
     // So many records that nobody waits for their end, on a disk that need not hold them.
     TemporaryFile const endless("");
     ASSERT_EQ(::truncate(endless.path().c_str(), off_t{1} << 36), 0);

@@ -68,7 +68,7 @@ std::map<std::string, Sum> sumsOf(std::string const& shown) {
 
 class StoreCommandTest : public testing::TestWithParam<char const*> {};
 
-TEST_P(StoreCommandTest, AnotherProcessShowsWhatWasStashed) {
+TEST_P(StoreCommandTest, ShowsInAnotherProcessWhatWasStashed) {
     StoreName const store(unique(GetParam() == std::string("file") ? testing::TempDir() : "shm:/"));
     Arguments const files = {sample("updates.mrt.gz"), sample("rib.mrt.gz"), sample("damaged.mrt")};
     auto const with = [&](Arguments arguments) {
@@ -110,7 +110,7 @@ TEST_P(StoreCommandTest, AnotherProcessShowsWhatWasStashed) {
 INSTANTIATE_TEST_SUITE_P(Places, StoreCommandTest, testing::Values("file", "segment"),
                          [](auto const& place) { return std::string(place.param); });
 
-TEST(StoreCommandsTest, FollowPrintsEveryStoreThatIsPublished) {
+TEST(StoreCommandsTest, FollowPrintsEveryPublishedStore) {
     StoreName const store(unique(testing::TempDir()) + "-follow");
     std::array<int, 2> pipe{};
     ASSERT_EQ(::pipe(pipe.data()), 0);
@@ -135,7 +135,7 @@ TEST(StoreCommandsTest, FollowPrintsEveryStoreThatIsPublished) {
     EXPECT_EQ(finish(pid), -1) << "ended by the signal";
 }
 
-TEST(StoreCommandsTest, WhatIsNoStoreIsToldAndWhatCannotBeWrittenLeavesTheOldOne) {
+TEST(StoreCommandsTest, ReportsInvalidStoresAndKeepsTheOldOneOnError) {
     StoreName const store(unique(testing::TempDir()) + "-damaged");
     ASSERT_EQ(run({"stash", "--out", store.name(), sample("rib.mrt.gz")}).status, 0);
     std::string const whole = contentOf(store.name());
@@ -171,7 +171,7 @@ std::string temporary(std::string const& suffix) {
     return unique(testing::TempDir()) + "-" + suffix;
 }
 
-TEST(MergeCommandTest, EveryOrderAndGroupingGivesTheStoreOfAllDumps) {
+TEST(MergeCommandTest, AnyOrderAndGroupingGivesTheSameStore) {
     Arguments const dumps = {sample("updates.mrt.gz"), sample("rib.mrt.gz"), sample("damaged.mrt"),
                              sample("targets.mrt"), sample("updates.mrt.gz")};
     StoreName const whole(temporary("whole"));
@@ -201,7 +201,7 @@ TEST(MergeCommandTest, EveryOrderAndGroupingGivesTheStoreOfAllDumps) {
     }
 }
 
-TEST(MergeCommandTest, WhatCannotBeAddedLeavesTheStoreAsItWas) {
+TEST(MergeCommandTest, ErrorsLeaveTheStoreUnchanged) {
     StoreName const store(temporary("sum")), other(temporary("other"));
     ASSERT_EQ(run({"stash", "--out", store.name(), sample("targets.mrt")}).status, 0);
     Arguments doubling = {"merge", "--out", store.name()};

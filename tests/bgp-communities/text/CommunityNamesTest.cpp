@@ -36,7 +36,7 @@ std::string verdict(std::string_view typed, CommunityKind kind, std::string cons
     return pattern.covers(kind, octetsOf(octets)) ? "covers" : "does not";
 }
 
-TEST(CommunityNamesTest, AMemberIsAWordThatIsReadAgain) {
+TEST(CommunityNamesTest, MemberNamesRoundTrip) {
     struct Row {
         CommunityKind kind;
         char const* octets;
@@ -86,7 +86,7 @@ TEST(CommunityNamesTest, AMemberIsAWordThatIsReadAgain) {
 }
 
 /** Octets that some strangers send would make a name of two words, or run past a table. */
-TEST(CommunityNamesTest, NoOctetsBreakAName) {
+TEST(CommunityNamesTest, NamesAnyOctets) {
     for (ExtendedForm const& form : extendedForms()) {
         for (unsigned int const fill : {0x00U, 0x7fU, 0x80U, 0xffU}) {
             std::string const octets =
@@ -99,7 +99,7 @@ TEST(CommunityNamesTest, NoOctetsBreakAName) {
     }
 }
 
-TEST(CommunityNamesTest, PatternsAreReadAsPeopleTypeThem) {
+TEST(CommunityNamesTest, ParsesPatterns) {
     struct Row {
         char const* typed;
         CommunityKind kind;
@@ -173,7 +173,7 @@ TEST(CommunityNamesTest, PatternsAreReadAsPeopleTypeThem) {
     }
 }
 
-TEST(DictionaryTest, AFolderThatCannotBeListedIsAnError) {
+TEST(DictionaryTest, UnreadableFolderIsAnError) {
     rlimit limit = {};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
     rlimit const none = {0, limit.rlim_max}; // no file can be opened
@@ -182,7 +182,7 @@ TEST(DictionaryTest, AFolderThatCannotBeListedIsAnError) {
     ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-TEST(DictionaryTest, LinesAreReadAndBadOnesNamed) {
+TEST(DictionaryTest, ReadsLinesAndReportsMalformedOnes) {
     TemporaryFile const file("# comment\n\n"
                              "64496:1xx,in Europe\n"
                              "64496:100,\"a customer\"\r\n"

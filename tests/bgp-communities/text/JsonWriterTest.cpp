@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(JsonWriterTest, ValuesAreSeparatedWhereverTheyStand) {
+TEST(JsonWriterTest, SeparatesValues) {
     std::string out;
     JsonWriter json(out);
     json.beginObject().key("a").number(std::numeric_limits<std::int64_t>::min());
@@ -28,7 +28,7 @@ TEST(JsonWriterTest, ValuesAreSeparatedWhereverTheyStand) {
                    R"("d":{"e":false}})");
 }
 
-TEST(JsonWriterTest, StringsAreValidWhateverTheyHold) {
+TEST(JsonWriterTest, WritesValidStrings) {
     struct Row {
         std::string_view text;
         char const* json;
@@ -55,7 +55,7 @@ TEST(JsonWriterTest, StringsAreValidWhateverTheyHold) {
     }
 }
 
-TEST(JsonWriterTest, NumbersReadBackToTheSameNumber) {
+TEST(JsonWriterTest, NumbersRoundTrip) {
     for (double const number :
          {0.0, -0.0, 1e6, 1e300, -1.5, static_cast<double>(0.1F), 2.2250738585072014e-308}) {
         std::string out;
@@ -71,7 +71,7 @@ TEST(JsonWriterTest, NumbersReadBackToTheSameNumber) {
     EXPECT_EQ(out, "[null,null,null]");
 }
 
-TEST(CommunityFormatterTest, FieldsFollowTheObjectThatACommunityBecame) {
+TEST(CommunityFormatterTest, WritesTheFieldsOfEachClass) {
     using namespace Routing::Bgp;
 
     struct Row {

@@ -18,10 +18,10 @@ Option const& find(std::span<Option const> known, std::string_view name) {
     if (name == helpOption || name == "-h") {
         return help;
     }
-    throw UsageError("option " + std::string(name) + " is not available");
+    throw UsageError("unknown option " + std::string(name));
 }
 
-/** What stands behind "=". */
+/** Returns the value after "=". Throws UsageError if the option does not accept it. */
 std::string_view valueInside(Option const& option, std::string_view value) {
     if (option.needsValue()) {
         return value;
@@ -37,7 +37,7 @@ std::string_view valueInside(Option const& option, std::string_view value) {
     return value;
 }
 
-/** The first of the arguments is an optional value of the option. */
+/** Whether the first argument is an optional value of the option. */
 bool isValue(Option const& option, std::span<char const* const> arguments) {
     auto const& values = option.values;
     return option.takes == Takes::optional && !arguments.empty() &&
@@ -98,7 +98,7 @@ std::optional<std::uint64_t> Arguments::count(std::string_view option) const {
     auto const [read, error] = std::from_chars(text->data(), end, number);
     if (error != std::errc() || read != end || number == 0) {
         throw UsageError("option " + std::string(option) + ": \"" + std::string(*text) +
-                         "\" is no number from 1 on");
+                         "\" is not a positive number");
     }
     return number;
 }

@@ -13,22 +13,22 @@ namespace BgpCommunities {
 
 class Output;
 
-/** A command line that makes no sense; `what()` says why, in words for who typed it. */
+/** An invalid command line; `what()` gives the reason for the user. */
 class UsageError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/** What may follow an option. */
+/** The value of an option. */
 enum class Takes : std::uint8_t {
     nothing,
-    optional, // one of its `values`; any other argument is no value
+    optional, // one of `values`; any other argument is not a value
     value,
-    file, // its name
+    file, // a file name
 };
 
-/** An option that a command has: "--json", or "--type" with a value behind it. `values` are those that
-    a shell completes. */
+/** An option of a command: "--json", or "--type" with a value. `values` are used by shell
+   completions. */
 struct Option {
     std::string_view name;
     Takes takes = Takes::nothing;
@@ -38,27 +38,28 @@ struct Option {
 };
 
 /**
- * The arguments of one command, taken apart: options anywhere, the operands in their order.
+ * The parsed arguments of one command: options anywhere, operands in order.
  *
- * `--name value` and `--name=value` are the same, "--" ends the options, "-" is an operand, and of
- * an option given twice the last value counts, unless the command asks for all. A value that owns
- * no text: that is the process's own. Thread-compatible.
+ * `--name value` and `--name=value` are equivalent, "--" ends the options, "-" is an operand. If an
+ * option is repeated, `value()` returns the last value. Refers to the arguments of the process.
+ * Thread-compatible.
  */
 class Arguments {
   public:
-    /** Throws UsageError for an option that is not in `known`, or lacks its value or has one too
-        many. Every command has --help. */
+    /** Throws UsageError for an option that is not in `known`, lacks its value, or has an
+       unexpected one. --help is always known. */
     Arguments(std::span<Option const> known, std::span<char const* const> arguments);
 
     [[nodiscard]] bool has(std::string_view option) const { return value(option).has_value(); }
 
-    /** The value of an option that was given; empty for one that takes none. */
+    /** The last value of an option; an empty string for an option without value. None if not
+       given. */
     [[nodiscard]] std::optional<std::string_view> value(std::string_view option) const;
 
-    /** All its values, in their order. */
+    /** All values of an option, in order. */
     [[nodiscard]] std::vector<std::string_view> values(std::string_view option) const;
 
-    /** The value of an option as a number from 1 on; UsageError if it is none. */
+    /** The value of an option as a positive number. Throws UsageError if it is not one. */
     [[nodiscard]] std::optional<std::uint64_t> count(std::string_view option) const;
 
     [[nodiscard]] std::span<std::string_view const> operands() const { return operands_; }
@@ -77,14 +78,14 @@ inline constexpr std::string_view helpOption = "--help";
 inline constexpr std::string_view verboseOption = "--verbose";
 inline constexpr std::string_view jsonOption = "--json";
 
-/** One command of the program; a constant. */
+/** One command of the program. */
 struct Command {
     std::string_view name;
     std::string_view summary; // one line, for the list of commands
-    std::string_view help;    // all that --help says
+    std::string_view help;    // the text of --help
     std::span<Option const> options;
     ExitStatus (*run)(Arguments const& arguments, Output& output);
-    Option operands = {{}, Takes::file}; // what a shell completes where no option is
+    Option operands = {{}, Takes::file}; // for shell completions
 };
 
 } // namespace BgpCommunities

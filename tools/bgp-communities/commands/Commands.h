@@ -6,7 +6,7 @@
 
 namespace BgpCommunities {
 
-// The commands, each in a source of its own, in the order in which --help lists them.
+// The commands, one per source, in the order of --help.
 
 extern Command const decodeCommand;
 extern Command const readCommand;
@@ -24,7 +24,7 @@ extern Command const reportCommand;
 extern Command const typesCommand;
 extern Command const completionsCommand;
 
-/** All of them. */
+/** All commands. */
 std::span<Command const* const> allCommands();
 
 } // namespace BgpCommunities

@@ -22,9 +22,9 @@ examples:
   source <(bgp-communities completions bash)
 )";
 
-// ---- What --help says about options -------------------------------------------------------------
+// ---- Help of options ----------------------------------------------------------------------------
 
-/** What the help of a command says about an option: "  --top N   the N most used values; ...". */
+/** The help text of an option: " --top N the N most used values; ...". */
 struct OptionHelp {
     std::string_view value; // "N"
     std::string summary;    // the first phrase of the description: "the N most used values"
@@ -36,7 +36,7 @@ std::string_view taken(std::string_view& text, std::string_view end) {
     return before;
 }
 
-/** Without blanks, and without the brackets of "[=HOW]". */
+/** Removes blanks, and the brackets of "[=HOW]". */
 std::string_view trimmed(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(" =["), text.size()));
     return text.substr(0, text.find_last_not_of(" ]") + 1);

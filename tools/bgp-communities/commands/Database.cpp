@@ -46,9 +46,8 @@ std::int64_t Database::lastId() const {
 Statement::Statement(Database& database, std::string_view sql)
   : database_(database) {
     sqlite3_stmt* statement = nullptr;
-    check(::sqlite3_prepare_v3(database.connection_.get(), sql.data(),
-                               static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT, &statement,
-                               nullptr));
+    check(::sqlite3_prepare_v3(database.connection_.get(), sql.data(), static_cast<int>(sql.size()),
+                               SQLITE_PREPARE_PERSISTENT, &statement, nullptr));
     statement_.reset(statement);
 }
 

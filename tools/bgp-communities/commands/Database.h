@@ -14,17 +14,17 @@ struct sqlite3_stmt;
 
 namespace BgpCommunities {
 
-/** A database that cannot be opened, read or written; `what()` is `NAME: REASON`. */
+/** A database cannot be opened, read or written; `what()` is `NAME: REASON`. */
 class DatabaseError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
 /**
- * A connection to an SQLite database, which it creates if it does not exist.
+ * A connection to an SQLite database. Creates the database if it does not exist.
  *
- * Owns the connection. The destructor rolls back what was not committed; if the process is killed,
- * the next connection does. Waits for other writers, at most a minute.
+ * Owns the connection. Uncommitted changes are rolled back by the destructor, or by the next
+ * connection if the process is killed. Waits for other writers for at most a minute.
  * Thread-compatible.
  */
 class Database {
@@ -34,10 +34,10 @@ class Database {
     /** Executes statements without results. Throws DatabaseError. */
     void execute(std::string const& sql);
 
-    /** The number in the first column of the first row. Throws DatabaseError. */
+    /** Returns the number in the first column of the first row. Throws DatabaseError. */
     std::int64_t number(std::string const& sql);
 
-    /** Of the last row that was inserted. */
+    /** The row id of the last insertion. */
     [[nodiscard]] std::int64_t lastId() const;
 
     [[nodiscard]] std::string const& name() const { return name_; }
@@ -56,7 +56,7 @@ class Database {
 };
 
 /**
- * A prepared statement: bind its parameters in order, then `run()` or `row()`.
+ * A prepared statement. Bind its parameters in order, then call `run()` or `row()`.
  *
  * Refers to its database, which must outlive it. Thread-compatible.
  */
@@ -74,10 +74,10 @@ class Statement {
         return value ? bind(*value) : bindNull();
     }
 
-    /** Executes it and resets it for the next parameters. Throws DatabaseError. */
+    /** Executes the statement and resets it for the next parameters. Throws DatabaseError. */
     void run();
 
-    /** The number and the text in the first two columns of the first row, if there is a row. */
+    /** The first two columns of a row. */
     struct Row {
         std::int64_t number = 0;
         std::string text;
@@ -91,7 +91,7 @@ class Statement {
     };
 
     void check(int code);
-    /** True if there is a row. */
+    /** Returns true if there is a row. */
     bool step();
     void reset();
 

@@ -6,25 +6,25 @@ namespace BgpCommunities {
 
 /** PRAGMA application_id of the databases that `export` writes: "BGPc". */
 inline constexpr std::string_view databaseApplication = "1111969891";
-/** PRAGMA user_version: rises when a table or column changes its meaning or goes. */
+/** PRAGMA user_version: incremented when a table or column is removed or changes its meaning. */
 inline constexpr std::string_view databaseVersion = "2";
 
-/** The tables; docs/questions.md describes them. */
+/** The tables, described in docs/questions.md. */
 inline constexpr std::string_view databaseTables = R"sql(
 CREATE TABLE dumps (
     id INTEGER PRIMARY KEY,
-    name TEXT NOT NULL,             -- as it was given
+    name TEXT NOT NULL,             -- as given on the command line
     digest TEXT NOT NULL UNIQUE,    -- of its routes and attributes, or of its name if it
                                     -- has none: FNV-1a, 64 bits
     records INTEGER NOT NULL,       -- MRT records
     routes INTEGER NOT NULL,        -- rows in routes
     first_time INTEGER,             -- of its routes: microseconds since 1970, UTC
     last_time INTEGER,
-    malformed INTEGER NOT NULL      -- 1 if a part of it could not be read or was left out
+    malformed INTEGER NOT NULL      -- 1 if a part of it was malformed or refused
 );
 CREATE TABLE peers (
     id INTEGER PRIMARY KEY,
-    address TEXT NOT NULL,          -- "-" if the dump does not tell
+    address TEXT NOT NULL,          -- "-" if unknown
     asn INTEGER NOT NULL,
     UNIQUE (address, asn)
 );
@@ -33,16 +33,16 @@ CREATE TABLE communities (
     kind TEXT NOT NULL,             -- standard, extended, ipv6 or large
     octets BLOB NOT NULL,           -- as on the wire
     text TEXT NOT NULL,
-    name TEXT NOT NULL,             -- as read --community takes it: no-export, rt:64496:1
-    meaning TEXT,                   -- in the last dictionary that described it, null if none did
-    asn INTEGER,                    -- the AS that it starts with, null if none
+    name TEXT NOT NULL,             -- as for read --community: no-export, rt:64496:1
+    meaning TEXT,                   -- from the last dictionary that describes it, or null
+    asn INTEGER,                    -- AS of the administrator, null if none
     route_target INTEGER NOT NULL,  -- 1 if it is a route target
     UNIQUE (kind, octets)
 );
 CREATE TABLE lists (
     id INTEGER PRIMARY KEY,
     kind TEXT NOT NULL,
-    octets BLOB NOT NULL,           -- of its members, each once, sorted
+    octets BLOB NOT NULL,           -- of its sorted distinct members
     text TEXT NOT NULL,
     members INTEGER NOT NULL,
     UNIQUE (kind, octets)
@@ -99,7 +99,7 @@ CREATE VIEW community_uses AS
 CREATE VIEW as_routes AS
     SELECT asn, count(DISTINCT route) AS routes, count(DISTINCT community) AS communities
     FROM route_communities WHERE asn IS NOT NULL GROUP BY asn;
-CREATE VIEW full_routes AS          -- with their texts instead of references
+CREATE VIEW full_routes AS          -- with texts instead of references
     SELECT routes.id, dumps.name AS dump, record, time, event, peers.address AS peer_address,
            peers.asn AS peer_as, family, prefix, path_id, path AS as_path, origin_as, length,
            origin, next_hop, med, local_pref, s.text AS standard, e.text AS extended,
@@ -108,14 +108,14 @@ CREATE VIEW full_routes AS          -- with their texts instead of references
     LEFT JOIN as_paths ON as_paths.id = as_path
     LEFT JOIN lists AS s ON s.id = standard LEFT JOIN lists AS e ON e.id = extended
     LEFT JOIN lists AS i ON i.id = routes.ipv6 LEFT JOIN lists AS l ON l.id = large;
-CREATE VIEW last_routes AS          -- of each route of a peer the last row, if not withdrawn
+CREATE VIEW last_routes AS          -- the last row of each route of a peer, unless withdrawn
     SELECT * FROM (
         SELECT *, row_number() OVER (PARTITION BY peer, family, prefix, path_id
                                      ORDER BY time DESC, id DESC) AS age FROM routes)
     WHERE age = 1 AND event <> 'withdraw';
 )sql";
 
-/** Made when the first dump is in: rows are then inserted faster. */
+/** Created after the first dump is inserted, because that is faster. */
 inline constexpr std::string_view databaseIndexes = R"sql(
 CREATE INDEX IF NOT EXISTS list_members_by_community ON list_members (community);
 CREATE INDEX IF NOT EXISTS communities_by_name ON communities (name);

@@ -32,28 +32,27 @@ constexpr std::string_view decodeHelp =
     R"(usage: bgp-communities decode [--type 8|16|25|32] [--json] [--forms]
                                [--dictionary FILE|DIR] [HEX...]
 
-Says which communities the value of a path attribute holds: the library's text, and after a tab the
-name, as --community of `read` takes it, of what is not a plain value. Each HEX is one value: the octets
-behind flags, type and length, in hexadecimal. Without HEX, or for "-", the values are read from
-standard input (which may be compressed), one in each line:
+Prints the communities in the value of a path attribute: the library's text and, where it says more,
+a tab and the name that --community of `read` accepts. Each HEX is one value: the octets after
+flags, type and length, in hexadecimal. Without HEX, or for "-", reads values from standard input
+(which may be compressed), one per line:
 
   HEX
   TYPE<TAB>HEX
   TYPE<TAB>HEX<TAB>anything
 
-  --type TYPE   the path attribute type where a line names none: 8, communities (RFC 1997); 16,
-                extended communities (RFC 4360), which is what is meant without it; 25, IPv6-
-                address-specific ones (RFC 5701); 32, large communities (RFC 8092)
+  --type TYPE   the path attribute type for lines without one: 8, communities (RFC 1997); 16 (the
+                default), extended communities (RFC 4360); 25, IPv6-address-specific extended
+                communities (RFC 5701); 32, large communities (RFC 8092)
   --json        one JSON object for each value, in the order of the input
-  --forms       with --json, for types 16 and 25: each member's text under every combination of
-                format flags, and the attribute that each selection of members sends; null for a
-                selection that no list can be asked for
+  --forms       with --json, for types 16 and 25: also the text of each member for every combination
+                of format flags, and the attribute for each selection of members
   --dictionary FILE|DIR
-                what operators say that their communities mean; lines ASN:PATTERN,DESCRIPTION,
-                as the man page describes them
+                operators' descriptions of their communities; lines ASN:PATTERN,DESCRIPTION,
+                see the man page
 
-A value that is malformed, or that a list of communities cannot hold, is told as such; a line that
-is not as above is named on standard error. The rest is read, and the exit status is 1.
+A malformed or refused value is printed with the error; a malformed line is reported on standard
+error. The rest is read, and the exit status is 1.
 
 examples:
   bgp-communities decode 0002fde800000064
@@ -62,7 +61,7 @@ examples:
   cut -f 2 values.tsv | bgp-communities decode --json
 )";
 
-/** The values of one run: where they go, and how the run went. */
+/** Decodes and prints the values of one run. */
 class DecodeRun {
   public:
     DecodeRun(Arguments const& arguments, Output& output)
@@ -95,24 +94,24 @@ class DecodeRun {
   private:
     struct Choice {
         AttributeDecoder* decoder = nullptr;
-        std::string_view fault; // why there is none
+        std::string_view fault; // why there is no decoder
     };
 
-    /** For the path attribute whose type has this text. */
+    /** Returns the decoder for an attribute type given as text. */
     [[nodiscard]] Choice decoder(std::string_view type) {
         std::uint8_t number = 0;
         auto const [end, error] = std::from_chars(type.data(), type.data() + type.size(), number);
         bool const isNumber = error == std::errc() && end == type.data() + type.size();
         auto const kind = isNumber ? communityKind(number) : std::nullopt;
         if (!kind) {
-            return {nullptr, "the attribute type is none of 8, 16, 25 and 32"};
+            return {nullptr, "expected attribute type 8, 16, 25 or 32"};
         }
         auto const found = std::find_if(decoders_.begin(), decoders_.end(),
                                         [&](auto& decoder) { return decoder->kind() == *kind; });
         return {found->get(), {}};
     }
 
-    /** Nothing is read if the command line is wrong. */
+    /** Checks all values before any is decoded. */
     void checkDigits(std::span<std::string_view const> values) {
         for (std::string_view const value : values) {
             if (value == "-") {
@@ -129,8 +128,8 @@ class DecodeRun {
         input.beforeWaitIs([this] { output_.flush(); });
         LineReader lines(input);
         while (lines.next()) {
-            auto const fault = lines.isTooLong() ? "a line too long for any path attribute"
-                                                 : decodeLine(lines.line());
+            auto const fault =
+                lines.isTooLong() ? "line too long for a path attribute" : decodeLine(lines.line());
             if (!fault.empty()) {
                 status_ = worse(status_, ExitStatus::malformed);
                 complain(input.name() + ": line " + std::to_string(lines.number()) + ": " +
@@ -146,7 +145,7 @@ class DecodeRun {
         complain(error.what());
     }
 
-    /** Returns what is wrong with the line, or nothing. */
+    /** Returns an error message, empty on success. */
     std::string_view decodeLine(std::string_view line) {
         Choice choice = default_;
         if (std::size_t const tab = line.find('\t'); tab != std::string_view::npos) {
@@ -161,7 +160,7 @@ class DecodeRun {
         return fault;
     }
 
-    /** Tells what `octets_` hold. */
+    /** Decodes and prints `octets_`. */
     void decode(AttributeDecoder& decoder) {
         std::string const fault = decoder.decode(octets_);
         if (!fault.empty()) {
@@ -202,7 +201,7 @@ class DecodeRun {
     std::vector<std::unique_ptr<AttributeDecoder>> const decoders_ =
         attributeDecoders(agent_, &dictionary_);
     Choice const default_;
-    std::vector<std::uint8_t> octets_; // of the value at hand, to be used again
+    std::vector<std::uint8_t> octets_; // the current value; reused
     ExitStatus status_ = ExitStatus::allRead;
 };
 
@@ -212,7 +211,7 @@ ExitStatus decode(Arguments const& arguments, Output& output) {
 
 } // namespace
 
-Command const decodeCommand = {"decode", "say which communities values of path attributes hold",
+Command const decodeCommand = {"decode", "print the communities in values of path attributes",
                                decodeHelp, decodeOptions, decode, {}};
 
 } // namespace BgpCommunities

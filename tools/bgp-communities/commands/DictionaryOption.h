@@ -7,11 +7,11 @@
 
 namespace BgpCommunities {
 
-/** Of every command that prints communities; may be given more than once. */
+/** Option of every command that prints communities; may be repeated. */
 inline constexpr Option dictionaryOption = {"--dictionary", Takes::file};
 
-/** What the files of all --dictionary say; empty without any. Bad lines are named on standard error
-    and skipped. Throws InputError. */
+/** Reads the dictionaries of all --dictionary options. Malformed lines are reported on standard
+   error and skipped. Throws InputError. */
 Dictionary dictionary(Arguments const& arguments);
 
 } // namespace BgpCommunities

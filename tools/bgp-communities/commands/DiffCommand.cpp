@@ -28,14 +28,13 @@ constexpr Option diffOptions[] = {{jsonOption}, addPathOption, {verboseOption}};
 constexpr std::string_view diffHelp =
     R"(usage: bgp-communities diff [--json] [--add-path[=HOW]] [--verbose] BEFORE AFTER
 
-Compares the communities of two MRT dumps, or of two stores that `bgp-communities stash` or `merge`
-wrote, or of a dump and a store.
+Compares the communities of two inputs: MRT dumps, or stores written by `bgp-communities stash` or
+`merge`.
 
-  --json            one JSON object a line
+  --json            one JSON object per line
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
-                    for each message and family; no; or yes, which HOW may be left out for
-  --verbose         name all that is malformed on standard error, not only the first few of each
-                    kind
+                    for each message and family; no; or yes, also without HOW
+  --verbose         report all problems on standard error, not only the first few of each kind
 
 Prints a line for each difference, with tabs between the columns, then the totals:
 
@@ -46,13 +45,13 @@ Prints a line for each difference, with tabs between the columns, then the total
   -value  kind, attributes that carried it, text: a community only in BEFORE
   +value  the same, only in AFTER
 
-Routes are compared as they are at the end of each dump: UPDATEs and changes of state are applied to
-a table in the order of the dump, as `replay` does; announcements with malformed attributes withdraw
-(RFC 7606), and routes that were sent to a peer, not received, are left out; their lists and values
-are compared. Stores hold no routes; with a store, only lists and values are compared.
+Routes are compared as of the end of each dump: UPDATEs and state changes are applied to a table in
+the order of the dump, as by `replay`. Announcements with malformed attributes are treated as
+withdrawals (RFC 7606), and routes that were sent to a peer are ignored; their lists and values are
+compared. Stores contain no routes; with a store, only lists and values are compared.
 
-Exit status: 0 if both could be read, whether they differ or not; 1 if one was malformed; 3 if one
-could not be read, and then nothing is compared.
+Exit status: 0 if both could be read, even if they differ; 1 if one was malformed; 3 if one could
+not be read; nothing is compared then.
 
 examples:
   bgp-communities diff rib.0000.bz2 rib.0800.bz2
@@ -61,10 +60,10 @@ examples:
 
 // ---- The two sides ------------------------------------------------------------------------------
 
-/** One of the two inputs: its lists with their uses. */
+/** One of the two inputs, with its lists and their uses. */
 struct Side {
-    std::unique_ptr<ListCounter> counter;          // of a dump
-    std::vector<std::unique_ptr<ListUses>> stored; // of a store
+    std::unique_ptr<ListCounter> counter;          // for a dump
+    std::vector<std::unique_ptr<ListUses>> stored; // for a store
     ExitStatus status = ExitStatus::allRead;
 
     [[nodiscard]] ListUses const& lists(std::size_t kind) const {
@@ -75,7 +74,7 @@ struct Side {
 bool isStore(std::string const& name) {
     constexpr std::string_view magic = "VoStash\n";
     std::array<char, magic.size()> head{};
-    std::error_code error; // a pipe would lose what is read here
+    std::error_code error; // do not consume octets of a pipe
     return name.starts_with("shm:") ||
            (name != "-" && std::filesystem::is_regular_file(name, error) &&
             std::ifstream(name, std::ios::binary).read(head.data(), head.size()) &&
@@ -100,7 +99,7 @@ Side readSide(Agent& agent, Arguments const& arguments, std::size_t number,
 
 // ---- Lists and values ---------------------------------------------------------------------------
 
-/** What only one side has, or both. */
+/** A list or value, with its uses on both sides. */
 struct Compared {
     std::string text;
     std::array<std::uint64_t, 2> uses{};
@@ -126,7 +125,7 @@ void addSide(ListUses const& uses, std::size_t side, ComparedItems& lists, Compa
 
 // ---- Output -------------------------------------------------------------------------------------
 
-/** Writes the differences, and counts them. */
+/** Writes and counts the differences. */
 class DiffWriter {
   public:
     DiffWriter(bool json, Output& output)
@@ -134,7 +133,7 @@ class DiffWriter {
       , output_(output) {}
 
     void writeRoutes(ComparedRoutes const& routes, Side const& before, Side const& after);
-    /** What only one side has, by kind. `gone` and `added` name the totals. */
+    /** Writes the items of only one side, by kind. `gone` and `added` are the totals. */
     void writeItems(std::string_view what, std::span<ComparedItems const> kinds, Count gone,
                     Count added);
     void writeTotals();
@@ -184,7 +183,7 @@ void DiffWriter::writeRoute(std::string const& peer, RouteName const& name, std:
         json.beginObject().key("change").string("route").key("peer").string(peer);
         json.key("family").string(name.family).key("prefix").string(name.prefix);
         if (!name.pathId.empty()) {
-            json.key("pathId").ready(name.pathId);
+            json.key("pathId").raw(name.pathId);
         }
         json.key("kind").string(communityKindTraits[kind].key);
         for (std::size_t side = 0; side < 2; ++side) {
@@ -273,7 +272,7 @@ ExitStatus diff(Arguments const& arguments, Output& output) {
         throw UsageError("diff takes two dumps or stores");
     }
     if (arguments.operands()[0] == "-" && arguments.operands()[1] == "-") {
-        throw UsageError("standard input can be only one of the two");
+        throw UsageError("only one input can be standard input");
     }
     Agent agent;
     ComparedRoutes routes;

@@ -13,29 +13,29 @@
 
 namespace BgpCommunities {
 
-/** What the reading of the dumps of a command came to; a plain value. */
+/** The result of reading dumps. */
 struct DumpResult {
-    std::uint64_t files = 0; // that could be opened
-    MrtCounts counts;        // of all of them
+    std::uint64_t files = 0; // opened successfully
+    MrtCounts counts;        // of all files
     ExitStatus status = ExitStatus::allRead;
 };
 
 inline constexpr std::string_view addPathValues[] = {"yes", "no", "auto"};
-/** Of every command that reads dumps. Without a value: yes. */
+/** Option of every command that reads dumps. Its default value is "yes". */
 inline constexpr Option addPathOption = {"--add-path", Takes::optional, addPathValues};
 
-/** What a command reads, and how; a plain value. The names are the process's own. */
+/** The dumps to read. Refers to the arguments of the process. */
 struct DumpInput {
     std::span<std::string_view const> files; // at least one; "-" is standard input
     AddPath addPath = AddPath::automatic;
 
-    /** The files that are named, or standard input unless that is a terminal (then UsageError). */
+    /** Takes the files from the operands, or standard input without operands. Throws UsageError if
+       that is a terminal. */
     explicit DumpInput(Arguments const& arguments);
 };
 
 /**
- * Reads one dump after the other. What is wrong is named on standard error and does not keep the
- * rest from being read.
+ * Reads dumps in order. Problems are reported on standard error; reading continues.
  */
 DumpResult readDumps(DumpInput const& input, DumpHandler& handler);
 

@@ -30,23 +30,23 @@ namespace {
 
 using Batch = std::unique_ptr<RecordBatch>;
 
-/** What a thread does next: one of the two, or nothing any more. */
+/** The next task of a thread: a batch to parse, a dump to split, or none at the end. */
 struct Task {
     Batch batch;
     std::optional<std::size_t> dump;
 };
 
 /**
- * The work of one run, and how far it has come.
+ * The state shared by the threads of one run.
  *
- * It owns the batches that nobody is at work on. Thread-safe: one mutex guards all of it.
+ * Owns the batches that no thread is processing. Thread-safe: one mutex guards all members.
  */
 class DumpWork {
   public:
     DumpWork(DumpInput const& input, std::size_t jobs, ProblemLog& log)
       : input_(input)
       , jobs_(jobs)
-      // The problems of dumps whose turn has not come are not bounded if all are named.
+      // With --verbose, the pending problems of later dumps would be unbounded.
       , mostReaders_(log.verbose() ? 1 : jobs)
       , mostOctets_(jobs == 1 ? 0 : readyOctetsInAll)
       , problems_(input.files.size(), log) {}
@@ -55,29 +55,29 @@ class DumpWork {
 
     AddPath addPath() const { return input_.addPath; }
 
-    /** Waits until there is something to do, or nothing any more. A dump is the caller's to read
-        until the last batch of it is submitted. */
+    /** Waits for the next task. The caller of a dump's task must submit all batches of the dump. */
     Task next();
     Batch emptyBatch();
     OctetBudget& budget() { return budget_; }
 
-    /** How many threads may decompress one dump. */
+    /** The number of threads that may decompress one dump. */
     unsigned decompressors() const {
         return static_cast<unsigned>(jobs_ / std::min(mostReaders_, input_.files.size()));
     }
 
-    /** Makes the batch one that waits to be read. */
+    /** Adds a batch to the queue. */
     void submit(Batch batch);
-    /** A batch to be read now if too much is waiting; else none. */
+    /** Returns a batch to parse now if the queue is over its limit; otherwise none. */
     Batch overdue();
     void handleOpened();
     void handleRead(Batch batch, ProblemLog& problems);
     void show(std::size_t dump, InputStream const& input, Progress::Clock::time_point begun);
-    /** Makes all threads end; the first exception is kept. */
+    /** Makes all threads end. Keeps the first exception. */
     void fail(std::exception_ptr failure);
     bool failed() const;
 
-    /** After all threads have ended: throws what one has failed with. */
+    /** Returns the number of opened files; rethrows the exception passed to `fail()`. REQUIRES: all
+       threads have ended. */
     std::uint64_t opened() const;
 
   private:
@@ -209,9 +209,9 @@ std::uint64_t DumpWork::opened() const {
 }
 
 /**
- * A dump that one thread cuts into batches.
+ * Splits a dump into batches, in one thread.
  *
- * It owns the input; the work is the caller's. Thread-compatible.
+ * Owns the input; does not own the work. Thread-compatible.
  */
 class DumpCutter {
   public:
@@ -219,7 +219,7 @@ class DumpCutter {
       : work_(work)
       , dump_(dump) {}
 
-    /** The next batch, not after the last one. */
+    /** Returns the next batch. REQUIRES: the last one has not been returned. */
     Batch next() {
         Batch batch = work_.emptyBatch();
         batch->begin(dump_, sequence_++);
@@ -231,7 +231,7 @@ class DumpCutter {
         return batch;
     }
 
-    /** The last batch holds a large record, whose share of the budget comes back with the next. */
+    /** The last batch has a large record, whose share of the budget is held until the next call. */
     [[nodiscard]] bool holdsLarge() const { return records_ && records_->holdsLarge(); }
 
   private:
@@ -258,17 +258,16 @@ class DumpCutter {
     std::uint64_t sequence_ = 0;
     std::optional<InputStream> input_;
     std::optional<MrtRecords> records_;
-    MrtRecord record_; // the one at hand
+    MrtRecord record_; // the current one
 };
 
-/** One thread's part of the work. It owns its counters; the handler is the caller's.
-    Thread-compatible. */
+/** The work of one thread. Owns its counters; does not own the handler. Thread-compatible. */
 class Worker {
   public:
     Worker(DumpWork& work, DumpHandler& handler)
       : work_(work)
       , handler_(handler) {
-        handler_.log().holdIs(true);
+        handler_.log().deferIs(true);
     }
 
     void run() noexcept {
@@ -294,7 +293,7 @@ class Worker {
             Batch batch = cutter.next();
             last = batch->last();
             if (cutter.holdsLarge() && !last) {
-                read(std::move(batch)); // here, so that its share does not wait for a thread
+                read(std::move(batch)); // in this thread, so that its share is released soon
             } else {
                 work_.submit(std::move(batch));
             }
@@ -320,7 +319,7 @@ class Worker {
     MrtCounts counts_;
 };
 
-/** Runs the first worker in this thread, and each other one in its own. */
+/** Runs the first worker in this thread, and each other one in a new thread. */
 void runAll(DumpWork& work, std::deque<Worker>& workers) {
     std::vector<std::jthread> threads;
     try {

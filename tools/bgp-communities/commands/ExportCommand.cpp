@@ -23,33 +23,32 @@ constexpr std::string_view exportHelp =
     R"(usage: bgp-communities export --sqlite DB [OPTION...] FILE...
 
 Adds the routes of MRT dumps (RFC 6396, RFC 8050; plain or compressed; "-" is standard input) to an
-SQLite database, created if it does not exist: every route that was announced, withdrawn or in
-a table, and every distinct AS path, list and community once. Messages that were sent to a peer are left out.
+SQLite database, created if it does not exist: every announced, withdrawn or table route, and every
+distinct AS path, list and community once. Messages that were sent to a peer are ignored.
 
   --sqlite DB       the file of the database
   --dictionary FILE|DIR
-                    what operators say that their communities mean, kept with them;
-                    lines ASN:PATTERN,DESCRIPTION, as the man page describes them
+                    operators' descriptions of their communities, stored with them; lines
+                    ASN:PATTERN,DESCRIPTION, see the man page
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
-                    for each message and family; no; or yes, which HOW may be left out for
-  --verbose         name all that is malformed on standard error, not only the first few of each
-                    kind
+                    for each message and family; no; or yes, also without HOW
+  --verbose         report all problems on standard error, not only the first few of each kind
 
 Tables: dumps, peers, routes, as_paths, communities, lists, list_members. Views: route_lists,
 route_communities, list_uses, community_uses, as_routes, full_routes, last_routes. `sqlite3 DB
 .schema` prints them with comments; PRAGMA user_version is the version of the schema.
 
-Each dump is one transaction. If it cannot be read or the disk is full, this is reported, the
-database keeps the dumps that were in it, and the exit status is 3; if the process is killed, the
-next program that opens the database restores it from its journal. A dump that is in the database
-already, under any name, is refused in the same way, and the next one is read.
+Each dump is one transaction. If it cannot be read or written, the error is reported, the database
+keeps the previous dumps, and the exit status is 3. If the process is killed, the next program that
+opens the database restores it from the journal. A dump that is already in the database, under any
+name, is refused in the same way, and reading continues with the next one.
 
 examples:
   bgp-communities export --sqlite routes.db rib.bz2 updates.*.gz
   sqlite3 routes.db 'SELECT name, routes FROM community_uses ORDER BY routes DESC LIMIT 10'
 )";
 
-/** A transaction, rolled back unless committed. */
+/** A transaction; the destructor rolls it back unless it was committed. */
 class Transaction {
   public:
     explicit Transaction(Database& database)
@@ -62,7 +61,7 @@ class Transaction {
             if (isOpen_) {
                 database_.execute("ROLLBACK");
             }
-        } catch (DatabaseError const&) { // SQLite has rolled back itself
+        } catch (DatabaseError const&) { // SQLite has already rolled back
         }
     }
 
@@ -94,7 +93,7 @@ ExitStatus addDump(Database& database, DumpInput const& input, Dictionary const&
     }
     if (auto const same =
             inserter.finish(name, result.counts.records, result.status == ExitStatus::malformed)) {
-        complain(name + ": not added: " + database.name() + " holds this dump as " + *same);
+        complain(name + ": not added: " + database.name() + " already has this dump as " + *same);
         return ExitStatus::unreadable;
     }
     transaction.commit();
@@ -104,7 +103,7 @@ ExitStatus addDump(Database& database, DumpInput const& input, Dictionary const&
     return result.status;
 }
 
-/** A database that was created for nothing. */
+/** Removes a database that is still empty. */
 void removeIfEmpty(std::string const& name) {
     std::error_code error;
     if (std::filesystem::is_regular_file(name, error) &&

@@ -35,7 +35,7 @@ CommunityKind kind(std::string_view name) {
     auto const found = std::find_if(communityKindTraits.begin(), communityKindTraits.end(),
                                     [&](auto const& traits) { return traits.key == name; });
     if (found == communityKindTraits.end()) {
-        throw wrongValue(kindOption, name, "none of standard, extended, ipv6 and large");
+        throw wrongValue(kindOption, name, "expected standard, extended, ipv6 or large");
     }
     return static_cast<CommunityKind>(found - communityKindTraits.begin());
 }
@@ -54,7 +54,7 @@ std::optional<std::uint32_t> readAs(std::string_view text) {
     return readNumber<std::uint32_t>(named ? text.substr(2) : text);
 }
 
-/** "192.0.2.1", "AS64496", or both, as `read` prints them. */
+/** Parses "192.0.2.1", "AS64496", or both, as printed by `read`. */
 RouteFilter::PeerChoice peer(std::string_view text) {
     RouteFilter::PeerChoice choice;
     std::size_t const space = text.find(' ');
@@ -63,13 +63,13 @@ RouteFilter::PeerChoice peer(std::string_view text) {
     if (!addressed || space != std::string_view::npos) {
         choice.as = readAs(addressed ? text.substr(space + 1) : text);
         if (!choice.as) {
-            throw wrongValue(peerOption, text, "neither an address nor an AS number");
+            throw wrongValue(peerOption, text, "expected an address or an AS number");
         }
     }
     return choice;
 }
 
-/** The number that a name stands for, or the number itself. */
+/** Returns the number for a name, or the parsed number. */
 template <class Number>
 std::optional<Number> named(std::span<std::pair<std::string_view, Number> const> names,
                             std::string_view text) {
@@ -117,8 +117,8 @@ Microseconds time(std::string_view option, std::string_view text) {
     return time;
 }
 
-/** The length of the bracket expression (POSIX, XBD 9.3.5) that `text` begins with: "[]_]",
-    "[^[:digit:]_]"; of all of the text if it does not end. */
+/** The length of the bracket expression (POSIX, XBD 9.3.5) at the start of `text`: "[]_]",
+   "[^[:digit:]_]"; the whole text if it is not terminated. */
 std::size_t bracketLength(std::string_view text) {
     std::size_t at = text.substr(1, 1) == "^" ? 2 : 1;
     at += text.substr(std::min(at, text.size()), 1) == "]" ? 1 : 0; // a member, not the end
@@ -136,9 +136,9 @@ std::size_t bracketLength(std::string_view text) {
     return std::min(at + 1, text.size());
 }
 
-/** The expression for AS paths. As in those of routers, "_" matches the start, the end or what is
-    between two ASes, except in a bracket expression and after a backslash. Its group would change
-    the numbers of back-references, which are refused. */
+/** Translates an expression for AS paths. As in router configurations, "_" matches the start, the
+    end or a delimiter of the AS path, except in a bracket expression and after a backslash. Its
+    group would change the numbers of back-references, which are refused. */
 std::string pathPattern(std::string_view const whole) {
     std::string_view typed = whole;
     std::string pattern;
@@ -176,7 +176,7 @@ void addCommunities(RouteFilter& filter, Arguments const& arguments) {
         if (auto const fault = pattern.read(name); !fault.empty()) {
             throw wrongValue(communityOption, name, fault);
         }
-        addCondition(filter, [pattern](AttributeDecoder& list) { return list.holds(pattern); });
+        addCondition(filter, [pattern](AttributeDecoder& list) { return list.contains(pattern); });
     }
 }
 

@@ -25,7 +25,7 @@ inline constexpr std::string_view withdrawnOption = "--withdrawn";
 
 inline constexpr std::string_view familyNames[] = {
     "ipv4",     "ipv6",     "ipv4-unicast", "ipv6-unicast",
-    "ipv4-vpn", "ipv6-vpn", "l2vpn-evpn"}; // some of those that --family takes
+    "ipv4-vpn", "ipv6-vpn", "l2vpn-evpn"}; // examples for completions
 inline constexpr auto kindNames = [] {
     std::array<std::string_view, communityKinds> names;
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
@@ -34,7 +34,7 @@ inline constexpr auto kindNames = [] {
     return names;
 }();
 
-/** The filter that the options of a command line describe. Throws UsageError. */
+/** Returns the filter given by the options. Throws UsageError. */
 RouteFilter routeFilter(Arguments const& arguments);
 
 } // namespace BgpCommunities

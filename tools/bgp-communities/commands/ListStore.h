@@ -12,10 +12,10 @@
 
 namespace BgpCommunities {
 
-/** The output of commands that write one. */
+/** Option of commands that write a file or a store. */
 inline constexpr std::string_view outOption = "--out";
 
-/** The value of --out. Throws UsageError if it is missing or empty; `what` names it there. */
+/** The value of --out. Throws UsageError, which calls it `what`, if it is missing or empty. */
 std::string outName(Arguments const& arguments, std::string_view what);
 
 /** Writes the lists with their uses, each kind under its name and `suffix`. Equal uses make equal
@@ -28,8 +28,8 @@ void stashLists(std::span<std::unique_ptr<ListUses> const> lists, std::string co
 void publishLists(std::span<std::unique_ptr<ListUses> const> lists, std::string const& store,
                   Output& output);
 
-/** The lists with their uses in `store`, by CommunityKind. Throws StoreException, also if a list
-    fits no attribute. */
+/** Reads the lists with their uses from `store`, by CommunityKind. Throws StoreException, also if a
+   list does not fit in an attribute. */
 std::vector<std::unique_ptr<ListUses>> storedLists(Agent& agent, std::string const& store);
 
 } // namespace BgpCommunities

@@ -18,23 +18,22 @@ constexpr Option mergeOptions[] = {{outOption, Takes::file}};
 constexpr std::string_view mergeHelp =
     R"(usage: bgp-communities merge --out STORE STORE...
 
-Adds stores of lists that `bgp-communities stash` or `merge` wrote: the result holds every list of
-any of them, with the sum of its uses. It is the store that one `stash` of all their dumps would
-have written, to the octet, whatever the order and the grouping of the stores. So dumps can be
-counted on many machines, and the stores merged as they arrive.
+Merges stores written by `bgp-communities stash` or `merge`: the result contains every list of any
+of them, with the sum of its uses. It is identical to the store that one `stash` of all dumps would
+write, whatever the order and grouping of the stores. So dumps can be counted on many machines, and
+the stores merged as they arrive.
 
-  --out STORE  a file or, as shm:/NAME, a POSIX shared-memory segment; may be one of those that are
-               merged
+  --out STORE  a file or, as shm:/NAME, a POSIX shared-memory segment; may be one of the inputs
 
-A store that is given twice counts twice. If a store cannot be read, is damaged, or a sum exceeds
-2^64 - 1, this is reported, nothing is written, and the exit status is 3.
+A store given twice counts twice. If a store is unreadable or damaged, or a sum exceeds 2^64 - 1,
+the error is reported, nothing is written, and the exit status is 3.
 
 examples:
   bgp-communities merge --out year.store month-*.store
   bgp-communities merge --out shm:/lists monday.store tuesday.store
 )";
 
-/** False if the store cannot be read; this has been reported. */
+/** Adds a store to the sums. Returns false if it cannot be read, after reporting the error. */
 bool addStore(Agent& agent, std::string const& store,
               std::vector<std::unique_ptr<ListUses>>& sums) try {
     auto const lists = storedLists(agent, store);

@@ -10,20 +10,20 @@
 namespace BgpCommunities {
 
 /**
- * Puts the problems of pieces of dumps, which are read in any order, into that of the dumps.
+ * Sorts the problems of batches, which are parsed in any order, into the order of the dumps.
  *
- * It owns those whose turn has not come; the log is the caller's. What it holds of a dump whose
- * turn has not come is what the log names: if it does not name all, a few of each kind.
- * Thread-compatible.
+ * Owns the problems that must wait; does not own the log. Keeps at most as many problems per dump
+ * as the log reports: a few of each kind, or all if verbose. Thread-compatible.
  */
 class OrderedProblems {
   public:
     OrderedProblems(std::size_t dumps, ProblemLog& log);
 
-    /** The first dump of which something has not been read yet. */
+    /** The first dump that is not completely parsed. */
     [[nodiscard]] std::size_t current() const { return current_; }
 
-    /** Takes the problems of a piece, by its place in its dump, from 0; `last` is the last one. */
+    /** Takes the problems of a batch. `place` is its position in the dump, from 0; `last` is true
+       for the last batch. */
     void handleRead(std::size_t dump, std::uint64_t place, bool last, ProblemLog& problems);
 
   private:
@@ -33,8 +33,8 @@ class OrderedProblems {
     };
 
     struct Dump {
-        ProblemLog problems;                  // of the pieces before `next`, not reported yet
-        std::map<std::uint64_t, Piece> early; // by place: there is one before it still to be read
+        ProblemLog problems;                  // of the batches before `next`, not reported yet
+        std::map<std::uint64_t, Piece> early; // by place; an earlier batch is missing
         std::uint64_t next = 0;
         bool ended = false;
     };

@@ -14,7 +14,7 @@
 #include "FilterOptions.h"
 #include "RouteWriter.h"
 #include "lists/Agent.h"
-#include "lists/ListMemory.h"
+#include "lists/ListTextCache.h"
 #include "text/Output.h"
 
 namespace BgpCommunities {
@@ -52,72 +52,71 @@ constexpr Option readOptions[] = {
 constexpr std::string_view readHelp =
     R"(usage: bgp-communities read [OPTION...] FILE...
 
-Prints a line for each route that is announced or withdrawn in MRT dumps (RFC 6396, RFC 8050).
-A FILE may be compressed (gzip, bzip2, xz, zstd). "-" is standard input, as is no FILE at all if
-that is a pipe.
+Prints a line for each announced, withdrawn or table route in MRT dumps (RFC 6396, RFC 8050).
+A FILE may be compressed (gzip, bzip2, xz, zstd). Without FILE, or for "-", reads standard input.
 
 output:
-  --format FORMAT    the form of the lines: text (the default), tsv or json
-    text             tab-separated columns, "-" where there is nothing: time, type (A
-                     announced, W withdrawn, B entry of a table dump), peer (address and AS), family,
-                     prefix (after its route distinguisher; of families other than unicast,
-                     multicast, labelled and VPN the octets of all routes), path identifier, AS path
-                     (sets in braces, confederations in parentheses), origin, next hop, MED, local
-                     preference; communities, extended, IPv6-address-specific extended and large
-                     communities as the library prints them; names and meanings of members
+  --format FORMAT    the format of the lines: text (the default), tsv or json
+    text             tab-separated columns, "-" if empty: time, type (A announced, W withdrawn, B
+                     table dump), peer (address and AS), family, prefix (after its route
+                     distinguisher; for families other than unicast, multicast, labelled and VPN
+                     the octets of all routes), path identifier, AS path (sets in braces,
+                     confederations in parentheses), origin, next hop, MED, local preference;
+                     communities, extended, IPv6-address-specific extended and large communities as
+                     the library prints them; names and meanings of members
     tsv              the same for other programs: a header line, then time (seconds since 1970),
                      microseconds, type, peer_address, peer_as, family, prefix, path_id, as_path,
                      origin, next_hop, med, local_pref, communities, extended_communities,
-                     ipv6_communities, large_communities (members by name, in the order sent, a space
-                     between them), meanings (backslashes are doubled), errors, sent (1 if the route
-                     was sent to the peer, not received); empty where there is nothing
-    json             a JSON object a line: file, record (its number, from 1), time (RFC 3339), type
-                     (announced, withdrawn, table), peer (null if the dump does not name it), family,
-                     prefix, pathId, asPath, originAs, origin, nextHop, med, localPref, errors, and
+                     ipv6_communities, large_communities (members by name, in the order sent,
+                     separated by spaces), meanings (backslashes are doubled), errors, sent (1 if the
+                     route was sent to the peer, not received); empty if unknown
+     json             a JSON object per line: file, record (number, from 1), time (RFC 3339), type
+                     (announced, withdrawn, table), peer (null if unknown), family, prefix, pathId,
+                     asPath, originAs, origin, nextHop, med, localPref, errors, and
                      communities by kind, with the fields of each member
   --json             the same as --format json
-  --full             with JSON, each list also as its value in the library's order and as the whole
-                     path attribute, as `decode --json` prints them
+  --full             with JSON, also each list's value in the library's order and its path
+                     attribute, as in `decode --json`
   --dictionary FILE|DIR
-                     what operators say that their communities mean; lines ASN:PATTERN,DESCRIPTION,
-                     as the man page describes them
+                     operators' descriptions of their communities; lines ASN:PATTERN,DESCRIPTION,
+                     see the man page
 
-filters, which all must hold; of several peers, families, origins or prefixes one is enough:
-  --since TIME       only from this time on: 2024-01-31T12:00:00Z, 2024-01-31 or seconds since 1970
+filters (all must match; of several peers, families, origins or prefixes, any):
+  --since TIME       only at or after this time: 2024-01-31T12:00:00Z, 2024-01-31, or seconds since
+                     1970
   --until TIME       only before this time
   --peer PEER        only of this peer: an address or an AS number
   --family FAMILY    only of this family: ipv4, ipv6-unicast, ipv4-vpn, l2vpn-evpn, 25/70
-  --prefix PREFIX    only of this IPv4 or IPv6 prefix and of those inside it, whatever their labels
-                     and route distinguisher
-  --exact PREFIX     only of this prefix
-  --covers ADDRESS   only prefixes that this address, or prefix, is inside of
-  --origin-as AS     only routes that this AS originated
-  --as-path REGEX    only routes whose AS path, as it is printed, this POSIX extended regular
-                     expression matches; _ stands for the start, the end or what is between two ASes
+  --prefix PREFIX    only this IPv4 or IPv6 prefix and those inside it, regardless of labels and
+                     route distinguisher
+  --exact PREFIX     only this prefix
+  --covers ADDRESS   only prefixes that contain this address or prefix
+  --origin-as AS     only routes originated by this AS
+  --as-path REGEX    only routes whose AS path, as printed, matches this POSIX extended regular
+                     expression; _ matches the start, the end or a delimiter
   --announced        only announced routes
   --withdrawn        only withdrawn routes
-  --kind KIND        only lists of this kind, standard, extended, ipv6 or large, and only routes that
-                     have one; given more than once, of any of these kinds
+  --kind KIND        only lists of this kind (standard, extended, ipv6 or large), and only routes
+                     with one; if repeated, of any of these kinds
   --community VALUE  only routes with this community: 64496:300, 64496:1:2, rt:64496:300,
                      soo:192.0.2.1:7, color:100, rt:2001:db8::1:100, a well-known name in any case,
-                     any text that the program prints for it, or its octets in hexadecimal;
-                     a * stands for any number, as in 64496:* or rt:64496:*; A:B also selects
+                     any text printed for it, or its octets in hexadecimal;
+                     * matches any number, as in 64496:* or rt:64496:*; A:B also selects
                      extended communities with these numbers, unless --kind standard is given
-  --match REGEX      only routes with a list that this POSIX extended regular expression matches: a
-                     list is there the texts for policy of its members, a space between them, with
-                     and without the names of types or well-known communities
+  --match REGEX      only routes with a list that matches this POSIX extended regular expression:
+                     the texts for policy of its members, separated by spaces, with or without
+                     the names of types or well-known communities
 
-  --limit N          stop after N routes have been printed
+  --limit N          stop after printing N routes
   --add-path[=HOW]   whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
-                     for each message and family; no; or yes, which HOW may be left out for
-  --verbose          name all that is malformed on standard error, not only the first few of each
-                     kind
+                     for each message and family; no; or yes, also without HOW
+  --verbose          report all problems on standard error, not only the first few of each kind
 
-An attribute that is malformed, or that a list of communities cannot hold, is named on standard
-error, and printed as its octets and the reason, !0002 (length 2 is no multiple of 8), in TSV in
-the last column. The rest is read, and the exit status is 1. Of repeated attributes only the first is
-read (RFC 7606). A withdrawn route has no attributes, so filters for those leave it out. Lists that
---kind leaves out are not decoded, and what follows the last route of --limit is not read.
+A malformed or refused attribute is reported on standard error and printed as its octets and the
+reason, !0002 (length 2 is not a multiple of 8); in TSV, in the last column. The rest is read, and
+the exit status is 1. The first of duplicate attributes is used (RFC 7606). A withdrawn route has no
+attributes, so any filter on attributes excludes it. Lists excluded by --kind are not decoded, and
+nothing is read after the last route of --limit.
 
 examples:
   bgp-communities read updates.20240101.0000.gz
@@ -127,8 +126,7 @@ examples:
   bgp-communities read --format tsv rib.bz2 | cut -f 7,14
 )";
 
-/** As many routes as were asked for have been printed: no more is to be read. Thrown through the
-    reader by the handler that has printed the last one. */
+/** Thrown by the handler through the reader when --limit routes have been printed. */
 class LimitReached {};
 
 RouteFormat routeFormat(Arguments const& arguments) {
@@ -141,14 +139,13 @@ RouteFormat routeFormat(Arguments const& arguments) {
         return static_cast<RouteFormat>(found - std::begin(formatNames));
     }
     throw UsageError(std::string(formatOption) + ": \"" + std::string(*name) +
-                     "\": none of text, json and tsv");
+                     "\": expected text, json or tsv");
 }
 
 /**
  * A run of `read`: applies the filter to each route and prints it.
  *
- * Owns the tables and what is remembered of lists; the output is not owned. Reactor thread, as its
- * agent.
+ * Owns the tables and the caches; does not own the output. Reactor thread, like its agent.
  */
 class RoutePrinter final : public DumpHandler {
   public:
@@ -161,8 +158,8 @@ class RoutePrinter final : public DumpHandler {
       , writer_(routeFormat(arguments), output) {
         Detail const detail = arguments.has(fullOption) ? Detail::whole : Detail::lean;
         for (auto& decoder : attributeDecoders(agent_, &dictionary_)) {
-            memories_.emplace_back(std::move(decoder), filter_, dictionary_, routeFormat(arguments),
-                                   detail);
+            caches_.emplace_back(std::move(decoder), filter_, dictionary_, routeFormat(arguments),
+                                 detail);
         }
         writer_.writeHeader();
     }
@@ -201,7 +198,7 @@ class RoutePrinter final : public DumpHandler {
   private:
     using Event = RouteLine::Event;
 
-    /** The routes at hand have these attributes, and no lists so far. */
+    /** Starts routes with these attributes and no lists. */
     void begin(RouteAttributes const& attributes) {
         attributes_ = attributes;
         asPath_.clear();
@@ -213,7 +210,7 @@ class RoutePrinter final : public DumpHandler {
         hasList_ = false;
     }
 
-    /** Reads the attributes of the announced routes at hand; false if the filter rules them out. */
+    /** Starts announced routes with their attributes; returns false if the filter rejects them. */
     template <class Source>
     bool beginAnnounced(Source const& source) {
         if (!filter_.admitsAnnounced()) {
@@ -233,13 +230,13 @@ class RoutePrinter final : public DumpHandler {
 
     void take(RecordPosition const& at, CommunityAttribute const& attribute) {
         auto const kind = static_cast<std::size_t>(attribute.kind);
-        ListText const& list = memories_[kind].find(attribute.value);
+        ListText const& list = caches_[kind].find(attribute.value);
         lists_[kind] = &list;
         if (list.fault.empty()) {
             met_ |= list.met;
             hasList_ = true;
         } else if (attribute.form() == CommunityAttribute::Form::wellFormed) {
-            refuse(at, list.fault); // what is malformed has been reported by the reader
+            refuse(at, list.fault); // the reader has reported malformed attributes
         }
     }
 
@@ -266,9 +263,9 @@ class RoutePrinter final : public DumpHandler {
     Output& output_;
     RouteWriter writer_;
     Agent agent_;
-    std::vector<ListMemory> memories_; // by CommunityKind
+    std::vector<ListTextCache> caches_; // by CommunityKind
     std::uint64_t printed_ = 0;
-    // Of the routes at hand.
+    // Of the current routes.
     RouteAttributes attributes_;
     std::string asPath_;
     RouteTexts lists_{};

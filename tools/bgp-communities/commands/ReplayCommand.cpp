@@ -25,36 +25,34 @@ constexpr Option replayOptions[] = {{targetsOption}, addPathOption, {verboseOpti
 constexpr std::string_view replayHelp =
     R"(usage: bgp-communities replay [--targets] [--add-path[=HOW]] [--verbose] FILE...
 
-Applies MRT dumps (RFC 6396, RFC 8050), one after the other, to a table of routes, each of which
-holds its interned lists of communities; then prints how many routes, lists and communities there
-were, drops all routes, and checks that nothing is left.
-A FILE may be compressed (gzip, bzip2, xz, zstd). "-" is standard input, as is no FILE at all if
-that is a pipe.
+Applies MRT dumps (RFC 6396, RFC 8050), one after the other, to a table of routes with their
+interned lists of communities; then prints the numbers of routes, lists and communities, drops all
+routes, and checks that the intern tables are empty.
+A FILE may be compressed (gzip, bzip2, xz, zstd). Without FILE, or for "-", reads standard input.
 
-  --targets         a line whenever a route target, or the set of route targets of a list, comes
-                    into use or goes out of it: "+" or "-" and what it is, the record and its time;
-                    between these a tab
+  --targets         print a line whenever a route target, or the set of route targets of a list,
+                    comes into use or goes out of use: "+" or "-" with the target or the set, the
+                    record and its time, separated by tabs
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
-                    for each message and family; no; or yes, which HOW may be left out for
-  --verbose         name all that is malformed on standard error, not only the first few of each
-                    kind
+                    for each message and family; no; or yes, also without HOW
+  --verbose         report all problems on standard error, not only the first few of each kind
 
-A route is known by peer, family, path identifier, route distinguisher and prefix, not by labels;
-routes of families that are not taken apart by the octets of their NLRI. The entries of table dumps
-are announcements, but for those whose peer is unknown. An UPDATE withdraws first,
-then announces. A peer that leaves the state Established, or enters it anew, loses its routes; if the
-record does not tell its address (0.0.0.0), the only peer of its AS that has routes does, and with
-several of them none. What was sent to a peer (the local forms of messages) is
-counted and left out.
+A route is identified by peer, family, path identifier, route distinguisher and prefix, not by
+labels; in families that are not parsed, by the octets of the NLRI. Entries of table dumps are
+applied as announcements, except those of unknown peers. In an UPDATE, withdrawals are applied
+before announcements. When a peer enters or leaves the state Established, its routes are dropped; if
+the record lacks its address (0.0.0.0), those of the only peer of its AS with routes are, and none
+if there are several. Messages sent to a peer (local subtypes) are counted but not applied.
 
-RFC 7606 is followed. Of an attribute that stands there twice the first counts. If an attribute of
-communities is malformed, or the attributes cannot be read to their end, the announced routes are
-treated as withdrawn. An UPDATE that is too short for its own length fields is left out, of NLRI
-that cannot be read to its end the routes before the fault count. An attribute that is well-formed
-but that no list can hold (two different link bandwidths or origin validation states) is left out,
-and the route stays. All this is named on standard error, and the exit status is 1.
+Errors are handled as in RFC 7606. The first of duplicate attributes is used. If a community
+attribute is malformed, or the attributes are truncated, the announced routes are treated as
+withdrawn. An UPDATE that is too short for its own length fields is skipped. In malformed NLRI, the
+routes before the fault are used. A well-formed attribute that the library refuses (two different
+link bandwidths or origin validation states) is dropped, and the route is kept. All errors are
+reported on standard error, and the exit status is 1.
 
-If anything is left in the end, it is named on standard error, and the exit status is 3.
+If an intern table is not empty at the end, this is reported on standard error, and the exit status
+is 3.
 
 examples:
   bgp-communities replay rib.bz2 updates.*.gz
@@ -71,23 +69,23 @@ struct ReplayCounts {
     std::uint64_t replaced = 0; // of `announced`: the route was there
     std::uint64_t withdrawn = 0;
     std::uint64_t missing = 0;   // of `withdrawn`: there was no such route
-    std::uint64_t malformed = 0; // announcements that were treated as withdrawals
+    std::uint64_t malformed = 0; // announcements treated as withdrawals
     std::uint64_t sessions = 0;  // that ended
-    std::uint64_t unknown = 0;   // of `sessions`: of a peer that cannot be told, so it keeps routes
-    std::size_t greatest = 0;    // number of routes
+    std::uint64_t unknown = 0;   // of `sessions`: of an unidentified peer, whose routes are kept
+    std::size_t greatest = 0;    // maximum number of routes
 };
 
-/** The record says which peer it is of: its address is not all zero. */
+/** Whether the record has the address of the peer: it is not all zero. */
 bool hasAddress(Peer const& peer) {
     auto const& octets = peer.address.octets;
     return std::any_of(octets.begin(), octets.end(), [](auto octet) { return octet != 0; });
 }
 
 /**
- * Applies what the dumps of a run hold to a table of routes.
+ * Applies the records of dumps to a table of routes.
  *
- * It owns the agent, the table, and the log of route targets if there is to be one; the output is
- * the caller's and outlives it. Reactor thread, as its table.
+ * Owns the agent, the table and an optional log of route targets; does not own the output. Reactor
+ * thread, like its table.
  */
 class Replay final : public DumpHandler {
   public:
@@ -133,7 +131,7 @@ class Replay final : public DumpHandler {
         counts_.sessions += ended ? 1 : 0;
         cause_ = change.at;
         if (hasAddress(change.peer)) {
-            // A session that begins: what is there is of one whose end was not recorded.
+            // At the start of a session, remaining routes belong to one whose end was not recorded.
             table_.drop(change.peer);
         } else if (ended) {
             endOfUnknown(change);
@@ -174,7 +172,8 @@ class Replay final : public DumpHandler {
         counts_.greatest = std::max(counts_.greatest, table_.routes());
     }
 
-    /** Some routers record 0.0.0.0 for a peer whose connection has gone: its AS may still tell. */
+    /** Some routers record 0.0.0.0 for a peer whose connection is closed. Its AS may still identify
+       it. */
     void endOfUnknown(StateChange const& change) {
         auto const peers = table_.peersOf(change.peer.as);
         if (peers.size() == 1) {
@@ -184,8 +183,8 @@ class Replay final : public DumpHandler {
             line += ": record " + std::to_string(change.at.number) + " at octet " +
                     std::to_string(change.at.offset) + ": the session of ";
             appendText(line, change.peer);
-            line += " ended, which may be one of " + std::to_string(peers.size()) +
-                    " peers: no routes dropped; later cases are only counted";
+            line += " ended, one of " + std::to_string(peers.size()) +
+                    " possible peers: no routes dropped; later cases are only counted";
             complain(line);
         }
     }
@@ -230,23 +229,23 @@ void writeCounts(std::string& out, Replay const& replay) {
     TextTable table;
     for (Row const& row : std::initializer_list<Row>{
              {"UPDATEs applied", counts.updates},
-             {"UPDATEs left out, sent to a peer", counts.sent},
+             {"UPDATEs not applied, sent to a peer", counts.sent},
              {"RIB entries applied", counts.ribEntries},
-             {"RIB entries left out, of unknown peers", counts.withoutPeer},
+             {"RIB entries not applied, of unknown peers", counts.withoutPeer},
              {"announcements", counts.announced},
              {"announcements that replaced a route", counts.replaced},
              {"announcements treated as withdrawals", counts.malformed},
              {"withdrawals", counts.withdrawn},
-             {"withdrawals of no route", counts.missing},
+             {"withdrawals of missing routes", counts.missing},
              {"sessions that ended", counts.sessions},
              {"sessions that ended, of unknown peers", counts.unknown},
-             {"routes, the most at one time", counts.greatest},
-             {"routes in the end", replay.routes()},
+             {"routes, maximum", counts.greatest},
+             {"routes at the end", replay.routes()},
          }) {
         table.rowIs({std::string(row.words), std::to_string(row.count)});
     }
-    for (Agent::Held const& held : replay.agent().held()) {
-        table.rowIs({"distinct " + std::string(held.what), std::to_string(held.count)});
+    for (Agent::TableSize const& size : replay.agent().tableSizes()) {
+        table.rowIs({"distinct " + std::string(size.what), std::to_string(size.count)});
     }
     table.appendTo(out);
 }
@@ -262,14 +261,14 @@ ExitStatus replay(Arguments const& arguments, Output& output) {
     if (!nothingIsLeft(replay.agent())) {
         return worse(status, ExitStatus::unreadable);
     }
-    output.text() += "all routes dropped: nothing is left";
+    output.text() += "all routes dropped: all intern tables are empty";
     output.endLine();
     return status;
 }
 
 } // namespace
 
-Command const replayCommand = {"replay", "apply MRT dumps to a table of routes, and drop it",
-                               replayHelp, replayOptions, replay};
+Command const replayCommand = {"replay", "apply MRT dumps to a table of routes", replayHelp,
+                               replayOptions, replay};
 
 } // namespace BgpCommunities

@@ -25,11 +25,11 @@ constexpr GroupBy reportGroupings[] = {GroupBy::peer, GroupBy::as, GroupBy::fami
 constexpr std::string_view reportHelp =
     R"(usage: bgp-communities report --out FILE.html [OPTION...] FILE...
 
-Writes a page of HTML about the communities in MRT dumps (RFC 6396, RFC 8050; plain or compressed;
-"-" is standard input): the most used ones, the ASes by routes that carry theirs, use over time,
-peers, families, lengths of lists, route targets and the peers that send them, and what interning
-saves; as charts, and as tables that can be sorted. The page loads nothing from elsewhere and is
-readable without JavaScript. Its numbers are those of `stats --json` with every --by.
+Writes an HTML page about the communities in MRT dumps (RFC 6396, RFC 8050; plain or compressed; "-"
+is standard input): the most used communities, ASes by routes with their communities, use over time,
+peers, families, lengths of lists, route targets and the peers that send them, and the savings of
+interning, as charts and sortable tables. The page is self-contained and readable without
+JavaScript. Its numbers are those of `stats --json` with every --by.
 
   --out FILE.html   the page
   --top N           the N most used communities of each kind, and the first N ASes, peers, families
@@ -38,12 +38,11 @@ readable without JavaScript. Its numbers are those of `stats --json` with every 
                     what operators say that their communities mean, shown beside the most used ones;
                     lines ASN:PATTERN,DESCRIPTION, as the man page describes them
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
-                    for each message and family; no; or yes, which HOW may be left out for
-  --verbose         name all that is malformed on standard error, not only the first few of each
-                    kind
+                    for each message and family; no; or yes, also without HOW
+  --verbose         report all problems on standard error, not only the first few of each kind
 
 The page is written as FILE.html.new and renamed. If a FILE cannot be read or the page cannot be
-written, the page that was there stays, and the exit status is 3.
+written, the previous page is unchanged, and the exit status is 3.
 
 examples:
   bgp-communities report --out rib.html rib.bz2

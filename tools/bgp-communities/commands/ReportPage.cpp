@@ -63,7 +63,7 @@ th button:focus-visible { outline: 2px solid var(--bar); }
 <body>
 )html";
 
-/** Sorts the rows of a table by the column whose head is clicked, numbers downwards at first. */
+/** Sorts a table by the clicked column; numbers in descending order first. */
 constexpr std::string_view pageTail = R"html(<script>
 for (const head of document.querySelectorAll("th")) {
   const button = document.createElement("button");
@@ -129,11 +129,11 @@ std::string grouped(std::uint64_t number) {
 struct Bar {
     std::string label;
     std::uint64_t value = 0;
-    std::uint64_t part = 0; // of the value; drawn over it
-    std::uint32_t hour = 0; // of a series: since 1970
+    std::uint64_t part = 0; // part of `value`, drawn over it
+    std::uint32_t hour = 0; // in a series, since 1970
 };
 
-/** A part of `most` in percent, for SVG. */
+/** Returns `value` as a percentage of `most`, for SVG. */
 std::string percent(std::uint64_t value, std::uint64_t most) {
     char text[32];
     double const share = most == 0 ? 0 : static_cast<double>(value) / static_cast<double>(most);
@@ -147,7 +147,7 @@ std::uint64_t largest(std::span<Bar const> bars) {
     return most == bars.end() ? 0 : most->value;
 }
 
-/** A horizontal bar for each. */
+/** Appends a horizontal bar for each. */
 void appendBars(std::string& out, std::span<Bar const> bars) {
     std::uint64_t const most = largest(bars);
     out += "<div class=\"bars\">\n";
@@ -161,11 +161,11 @@ void appendBars(std::string& out, std::span<Bar const> bars) {
     out += "</div>\n";
 }
 
-/** A column for each, at its hour: the value, and its part over it. */
+/** Appends a column for each, at its hour: the value, and its part over it. */
 void appendSeries(std::string& out, std::span<Bar const> bars, std::string_view title) {
     std::uint64_t const most = largest(bars);
-    constexpr std::uint32_t fewest = 24;   // hours that fill the width
-    constexpr std::uint32_t visible = 400; // columns side by side
+    constexpr std::uint32_t fewest = 24;   // minimum number of hours in the width
+    constexpr std::uint32_t visible = 400; // maximum number of columns
     std::uint32_t const first = bars.empty() ? 0 : bars.front().hour;
     std::uint32_t const hours = bars.empty() ? 0 : bars.back().hour - first + 1;
     std::uint32_t const columnWidth = std::max(hours / visible, 1U);
@@ -199,7 +199,7 @@ void appendSeries(std::string& out, std::span<Bar const> bars, std::string_view 
 
 // ---- Tables -------------------------------------------------------------------------------------
 
-/** Columns of text, then columns of numbers. */
+/** A table with columns of text, then columns of numbers. */
 struct Table {
     std::string id;
     std::vector<std::string> heads;
@@ -229,7 +229,7 @@ void appendTable(std::string& out, Table const& table) {
     out += "</tbody></table></div></details>\n";
 }
 
-/** Adds the counts as columns, their names as heads. */
+/** Adds a row with the counts as columns, and their labels as heads. */
 void addCounts(Table& table, std::vector<std::string> texts, Counts const& counts) {
     bool const isFirst = table.rows.empty();
     for (Count const& count : counts) {
@@ -349,7 +349,7 @@ void appendGrouping(std::string& out, ReportContent const& content, GroupBy by,
 }
 
 void appendLengths(std::string& out, ReportContent const& content) {
-    beginSection(out, "Lengths of lists", "By the number of attributes with so many communities.");
+    beginSection(out, "Lengths of lists", "By the number of attributes with lists of this length.");
     Table table = {"lengths", {"kind", "members", "distinct lists", "attributes"}, 1, {}};
     std::vector<Bar> bars;
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
@@ -372,7 +372,7 @@ void appendTargets(std::string& out, ReportContent const& content) {
     if (content.targets.empty()) {
         return;
     }
-    beginSection(out, "Route targets", "By the routes with them that each peer sent.");
+    beginSection(out, "Route targets", "By routes of each peer.");
     Table table = {"targets", {"route target", "peer", "routes"}, 2, {}};
     std::vector<Bar> bars;
     for (TargetUse const& use : content.targets) {
@@ -390,8 +390,8 @@ void appendTargets(std::string& out, ReportContent const& content) {
 
 void appendInterning(std::string& out, ReportContent const& content) {
     beginSection(out, "What interning saves",
-                 "Octets of all communities as sent, and of the distinct values and lists that are "
-                 "held instead, with their tables.");
+                 "Octets of all communities as sent, and of the distinct values and lists in "
+                 "memory, with their tables.");
     Table table = {"interning", {"kind"}, 1, {}};
     std::vector<Bar> bars;
     for (NamedCounts const& row : content.sections.interning) {
@@ -411,7 +411,7 @@ std::string reportPage(ReportContent const& content) {
     appendHead(out, content);
     appendMostUsed(out, content);
     appendGrouping(out, content, GroupBy::as, "Autonomous systems",
-                   "By the routes with a community that starts with their number.");
+                   "By routes with a community of this AS.");
     appendGrouping(out, content, GroupBy::hour, "Use over time", "Routes by hour, UTC.");
     appendGrouping(out, content, GroupBy::peer, "Peers", "By routes.");
     appendGrouping(out, content, GroupBy::family, "Address families", "By routes.");

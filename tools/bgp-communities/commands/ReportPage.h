@@ -8,18 +8,18 @@
 
 namespace BgpCommunities {
 
-/** What a report shows; a plain value. */
+/** The content of a report. */
 struct ReportContent {
-    std::vector<std::string> files; // as they were given
+    std::vector<std::string> files; // as given on the command line
     StatsSections sections;         // grouped by peer, AS, family and hour
-    bool hasMeanings = false;       // of communities, from a dictionary
-    std::vector<TargetUse> targets; // most routes first
-    std::size_t top = 0;            // rows of a table
+    bool hasMeanings = false;       // there is a dictionary
+    std::vector<TargetUse> targets; // in descending order of routes
+    std::size_t top = 0;            // maximum rows of a table
 };
 
 /**
- * A page of HTML that needs nothing else: charts as SVG, tables, styles for light and dark, and a
- * script that sorts tables. It is complete without the script. Text of dumps is escaped.
+ * Returns a self-contained HTML page: SVG charts, tables, light and dark styles, and an optional
+ * script that sorts tables. Untrusted text is escaped.
  */
 std::string reportPage(ReportContent const& content);
 

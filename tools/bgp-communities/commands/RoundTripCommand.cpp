@@ -23,30 +23,27 @@ constexpr Option roundTripOptions[] = {{jsonOption}, addPathOption, {verboseOpti
 constexpr std::string_view roundTripHelp =
     R"(usage: bgp-communities roundtrip [--json] [--add-path[=HOW]] [--verbose] FILE...
 
-Checks that the communities of MRT dumps (RFC 6396, RFC 8050) survive decoding and encoding: every
-well-formed attribute of communities (types 8, 16, 25 and 32, repeated ones too) is decoded, interned
-and written, and what is written is compared with its members, each once and in ascending order,
-encoded without the library.
-A FILE may be compressed (gzip, bzip2, xz, zstd). "-" is standard input, as is no FILE at all if
-that is a pipe.
+Checks that decoding and encoding preserves the communities of MRT dumps (RFC 6396, RFC 8050). Every
+well-formed community attribute (types 8, 16, 25 and 32, also duplicates) is decoded, interned and
+serialized, and the result is compared with its distinct members in ascending order, encoded without
+the library.
+A FILE may be compressed (gzip, bzip2, xz, zstd). Without FILE, or for "-", reads standard input.
 
-  --json            one JSON object instead of the line that says how many attributes were compared
+  --json            print the result as one JSON object
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
-                    for each message and family; no; or yes, which HOW may be left out for
-  --verbose         name all that is malformed or refused on standard error, not only the first few
-                    of each kind
+                    for each message and family; no; or yes, also without HOW
+  --verbose         report all problems on standard error, not only the first few of each kind
 
-An attribute that a list of communities cannot hold (two different link bandwidths or origin
-validation states) is named on standard error and counted as refused. Every attribute that differs
-is named there with file, record and octets: as read, as expected and as written. The exit status
-is then 3.
+An attribute that the library refuses (two different link bandwidths or origin validation states) is
+reported on standard error and counted as refused. Every attribute that differs is reported with
+file, record and octets as read, as expected and as written; the exit status is then 3.
 
 examples:
   bgp-communities roundtrip updates.*.gz
   bgp-communities roundtrip --json rib.bz2
 )";
 
-/** The path attribute that a value's members demand, each once and in order: the plainest way. */
+/** Encodes the distinct members of a value in ascending order, independently of the library. */
 std::string expectedEncoding(CommunityKind kind, Octets value) {
     std::size_t const size = traitsOf(kind).memberOctets;
     std::string_view const octets(reinterpret_cast<char const*>(value.data()), value.size());
@@ -54,7 +51,7 @@ std::string expectedEncoding(CommunityKind kind, Octets value) {
     for (std::size_t at = 0; at < octets.size(); at += size) {
         members.push_back(octets.substr(at, size));
     }
-    // Octet by octet, without a sign, is the order of every kind.
+    // Every kind is ordered by unsigned octets.
     std::sort(members.begin(), members.end());
     members.erase(std::unique(members.begin(), members.end()), members.end());
     std::size_t const length = members.size() * size;
@@ -71,7 +68,7 @@ std::string expectedEncoding(CommunityKind kind, Octets value) {
     return wire;
 }
 
-/** Encodes the list that an attribute decodes to, if the verdict is `accepted`. */
+/** Decodes an attribute and serializes its list, if accepted. */
 Routing::Bgp::AttributeVerdict rewrite(Agent const& agent, CommunityAttribute const& attribute,
                                        Mox::String& written) {
     Routing::Bgp::AttributeVerdict verdict{};
@@ -86,9 +83,9 @@ Routing::Bgp::AttributeVerdict rewrite(Agent const& agent, CommunityAttribute co
 }
 
 /**
- * Compares every attribute that the dumps of a run hold with what is written for it.
+ * Compares every attribute in the dumps with its serialized list.
  *
- * It owns the agent, and holds no list beyond the comparison. Thread-compatible.
+ * Owns the agent; releases each list after its comparison. Thread-compatible.
  */
 class RoundTrip final : public DumpHandler {
   public:
@@ -178,7 +175,7 @@ ExitStatus roundTrip(Arguments const& arguments, Output& output) {
 
 } // namespace
 
-Command const roundTripCommand = {"roundtrip", "check that MRT dumps are written as they were read",
+Command const roundTripCommand = {"roundtrip", "check that attributes in MRT dumps are preserved",
                                   roundTripHelp, roundTripOptions, roundTrip};
 
 } // namespace BgpCommunities

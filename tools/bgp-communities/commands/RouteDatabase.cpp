@@ -18,7 +18,7 @@ std::int64_t microseconds(RecordPosition const& at) {
     return std::int64_t{at.seconds} * 1000000 + at.microseconds;
 }
 
-/** Adds a dump whose columns are completed by `finish()`. */
+/** Inserts a dump; `finish()` completes its columns. */
 std::int64_t insertDump(Database& database) {
     Statement(database, "INSERT INTO dumps (name, digest, records, routes, malformed)"
                         " VALUES ('', '', 0, 0, 0)")
@@ -36,7 +36,7 @@ void prepareRouteDatabase(Database& database) {
         return;
     }
     if (std::to_string(database.number("PRAGMA application_id")) != application) {
-        throw DatabaseError(database.name() + ": not a database that export wrote");
+        throw DatabaseError(database.name() + ": not a database written by export");
     }
     auto const found = std::to_string(database.number("PRAGMA user_version"));
     if (found != version) {

@@ -15,30 +15,30 @@
 
 namespace BgpCommunities {
 
-/** Creates the tables in an empty database; throws DatabaseError if it holds something else than
-    tables of this version. */
+/** Creates the tables in an empty database. Throws DatabaseError if the database has other tables
+   or another schema version. */
 void prepareRouteDatabase(Database& database);
 
 /**
  * Inserts the routes of one dump into a database.
  *
- * Each distinct AS path, list and community is inserted once; those of earlier dumps are found by
- * their octets, and get the meanings of this dictionary. The database, in which a transaction is
- * open, and the agent are not owned. Thread-compatible. Handlers throw DatabaseError.
+ * Each distinct AS path, list and community is inserted once and looked up by its octets; those of
+ * earlier dumps get the meanings of this dictionary. Database and agent are not owned. Handlers
+ * throw DatabaseError. Thread-compatible. REQUIRES: a transaction is open.
  */
 class RouteInserter final : public ListCounter {
   public:
-    /** `dictionary`, not owned, describes communities. */
+    /** `dictionary` is not owned. */
     RouteInserter(Database& database, Agent& agent, Dictionary const& dictionary, bool verbose);
 
-    /** After the dump was read: completes its row. Returns the name under which the same dump is
-        there already, if it is; the transaction is then to be rolled back. */
+    /** Completes the row of the dump after it was read. If the database already has this dump,
+       returns its name; the caller must then roll back. */
     std::optional<std::string> finish(std::string_view name, std::uint64_t records, bool malformed);
 
     [[nodiscard]] std::int64_t routes() const { return inserted_; }
 
   private:
-    /** What a row of a route says besides the route itself. */
+    /** The columns of a route other than the route itself. */
     struct Event {
         RecordPosition const& at;
         Peer const& peer;
@@ -66,10 +66,10 @@ class RouteInserter final : public ListCounter {
         findList_, insertMember_, insertCommunity_, findCommunity_, updateMeaning_;
     std::int64_t const dump_;
     std::unordered_map<ListId, std::int64_t> lists_;
-    std::unordered_map<std::string, std::int64_t> communities_; // by octets: kinds differ in size
+    std::unordered_map<std::string, std::int64_t> communities_; // by octets; kinds differ in size
     std::unordered_map<std::string, std::int64_t> peers_;       // by text
     std::unordered_map<std::string, std::int64_t> asPaths_;     // by text
-    std::string text_;                                          // of what is inserted
+    std::string text_;                                          // buffer
     std::int64_t inserted_ = 0;
     std::optional<std::int64_t> firstTime_, lastTime_; // microseconds since 1970
     std::uint64_t digest_ = 0xcbf29ce484222325U;       // FNV-1a

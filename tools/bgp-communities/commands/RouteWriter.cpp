@@ -8,7 +8,7 @@ namespace BgpCommunities {
 
 namespace {
 
-/** As bgpdump abbreviates them; and in JSON. */
+/** The events as abbreviated by bgpdump, and in JSON. */
 constexpr char eventLetters[] = {'A', 'W', 'B'};
 constexpr std::string_view eventNames[] = {"announced", "withdrawn", "table"};
 
@@ -34,7 +34,7 @@ void appendAddress(std::string& out, IpAddress const& address) {
     }
 }
 
-/** The octets of an attribute that cannot be read, in place of what they would say. */
+/** Appends the octets and the fault of an attribute if it is malformed; returns whether it is. */
 bool appendFault(std::string& out, RouteAttributes const& attributes, std::uint8_t type) {
     for (AttributeFault const& fault : attributes.faults()) {
         if (fault.type == type) {
@@ -47,7 +47,7 @@ bool appendFault(std::string& out, RouteAttributes const& attributes, std::uint8
     return false;
 }
 
-/** Appends what `notes` of the lists hold, "; " between them. */
+/** Appends the notes of the lists, separated by "; ". */
 void appendNotes(std::string& out, RouteTexts const& lists) {
     bool first = true;
     for (ListText const* const list : lists) {
@@ -59,14 +59,14 @@ void appendNotes(std::string& out, RouteTexts const& lists) {
     }
 }
 
-/** Columns of text with a tab between them; one without content holds a dash. */
+/** Writes columns separated by tabs; an empty column becomes "-". */
 class Columns {
   public:
     explicit Columns(std::string& out)
       : out_(out)
       , begin_(out.size()) {}
 
-    /** Begins the next column, to append to. */
+    /** Starts the next column; append its content to the result. */
     std::string& begin() {
         if (!first_) {
             end();
@@ -84,11 +84,11 @@ class Columns {
 
   private:
     std::string& out_;
-    std::size_t begin_; // of the column at hand
+    std::size_t begin_; // of the current column
     bool first_ = true;
 };
 
-/** AS path, origin, next hop, MED and local preference. */
+/** Appends AS path, origin, next hop, MED and local preference. */
 void appendTextAttributes(Columns& columns, RouteLine const& line) {
     RouteAttributes const& attributes = line.attributes;
     if (!appendFault(columns.begin(), attributes, AttributeType::asPath)) {
@@ -191,7 +191,7 @@ void RouteWriter::writeTsv(RouteLine const& line) {
     next() += line.sentByUs ? "1" : "";
 }
 
-/** "2 !02ff (truncated AS path segment); 16 !0002 (length 2 is no multiple of 8)" */
+/** "2 !02ff (truncated AS path segment); 16 !0002 (length 2 is not a multiple of 8)" */
 void RouteWriter::appendErrors(RouteLine const& line) {
     std::string& out = output_.text();
     bool first = true;
@@ -215,7 +215,7 @@ void RouteWriter::appendErrors(RouteLine const& line) {
 
 namespace {
 
-/** An object of a route; it owns nothing but the memory of its texts. */
+/** Writes the members of the JSON object of a route. */
 class RouteObject {
   public:
     RouteObject(JsonWriter& json, std::string& text)
@@ -268,7 +268,7 @@ class RouteObject {
         json_.key("communities").beginObject();
         for (std::size_t kind = 0; kind < communityKinds; ++kind) {
             if (lists[kind] != nullptr) {
-                json_.key(communityKindTraits[kind].key).ready(lists[kind]->text);
+                json_.key(communityKindTraits[kind].key).raw(lists[kind]->text);
             }
         }
         json_.endObject();
@@ -295,7 +295,7 @@ void RouteWriter::writeJson(RouteLine const& line) {
     JsonWriter json(output_.text());
     RouteObject object(json, text_);
     json.beginObject();
-    json.ready(source_);
+    json.raw(source_);
     json.key("record").number(line.at.number);
     json.key("time").string(timeText(line.at.time()));
     json.key("type").string(eventNames[static_cast<std::size_t>(line.event)]);
@@ -304,7 +304,7 @@ void RouteWriter::writeJson(RouteLine const& line) {
     }
     object.peer(line.peer);
     if (!line.peerFields.empty()) {
-        json.ready(line.peerFields);
+        json.raw(line.peerFields);
     }
     if (line.originated != 0) {
         text_.clear();

@@ -5,17 +5,17 @@
 #include <string>
 #include <string_view>
 
-#include "lists/ListMemory.h"
+#include "lists/ListTextCache.h"
 #include "mrt/RouteHandler.h"
 #include "text/Output.h"
 #include "wire/RouteAttributes.h"
 
 namespace BgpCommunities {
 
-/** The lists of a route, by CommunityKind; null where it has none that is to be shown. */
+/** The lists of a route to print, by CommunityKind; null if none. */
 using RouteTexts = std::array<ListText const*, communityKinds>;
 
-/** What a line of `read` reports. Not owned. */
+/** The content of a line of `read`. Members are not owned. */
 struct RouteLine {
     enum class Event : std::uint8_t { announced, withdrawn, table };
 
@@ -23,8 +23,8 @@ struct RouteLine {
     RecordPosition const& at;
     Peer const& peer;
     Route const& route;
-    RouteAttributes const& attributes; // without any if withdrawn
-    std::string_view asPath;           // its text
+    RouteAttributes const& attributes; // empty if withdrawn
+    std::string_view asPath;           // as text
     RouteTexts const& lists;
     bool sentByUs = false;
     std::uint32_t originated = 0;     // seconds since 1970; of an entry of a table dump
@@ -32,10 +32,9 @@ struct RouteLine {
 };
 
 /**
- * The lines of `read`, one for each route, as text, TSV or JSON.
+ * Writes the lines of `read`, one per route, as text, TSV or JSON.
  *
- * Writes to `output`, which is not owned; owns the memory that texts are made in.
- * Thread-compatible.
+ * Does not own the output. Thread-compatible.
  */
 class RouteWriter {
   public:
@@ -43,12 +42,12 @@ class RouteWriter {
       : format_(format)
       , output_(output) {}
 
-    /** The file that the lines to come are read from. */
+    /** Sets the file name for the following lines. */
     void fileIs(std::string_view name);
     /** The same as fields of JSON. */
     void sourceIs(std::string_view fields) { source_ = fields; }
 
-    /** The first line of TSV; nothing in other formats. */
+    /** Writes the header line of TSV; nothing in other formats. */
     void writeHeader();
     void write(RouteLine const& line);
 

@@ -30,32 +30,33 @@ constexpr Option showOptions[] = {{jsonOption}, {followOption}, dictionaryOption
 constexpr std::string_view showHelp =
     R"(usage: bgp-communities show [--json] [--follow] [--dictionary FILE|DIR] STORE
 
-Prints the lists of communities that `bgp-communities stash`, or an agent, left in a store: a file
-or, as shm:/NAME, a POSIX shared-memory segment. For each list a line: how many attributes carried
-it, its kind, and its text; between the three a tab. What is in a store is values and classes:
-extended communities print as their type and octets.
+Prints the lists of communities in a store written by `bgp-communities stash` or an agent: a file
+or, as shm:/NAME, a POSIX shared-memory segment. Prints one line per list, separated by tabs: the
+number of attributes that carried it, its kind and its text. Extended communities from a store print
+as type and octets.
 
-  --json    one JSON object for each list, as `decode --json` prints it, with the generation of the
-            store, the kind and the uses before it
-  --follow  print again whenever a new store has been published, until interrupted; a store that is
-            not there yet is waited for
+  --json    one JSON object per list, as printed by `decode --json`, preceded by the generation of
+            the store, the kind and the uses
+  --follow  print again whenever a new store is published, until interrupted; waits for a store that
+            does not exist yet
   --dictionary FILE|DIR
-            with --json, what operators say that their communities mean; lines
-            ASN:PATTERN,DESCRIPTION, as the man page describes them
+            with --json, operators' descriptions of their communities; lines
+            ASN:PATTERN,DESCRIPTION, see the man page
 
-A store that is damaged is told as such, and nothing of it is printed; the exit status is 3.
+If the store is damaged, the error is reported, nothing is printed, and the exit status is 3.
 
 examples:
   bgp-communities show lists.store
   bgp-communities show --json --follow shm:/lists
 )";
 
-/** The lists of one kind that are in a store. */
+/** The lists of one kind in a store. */
 class StoredLists {
   public:
     virtual ~StoredLists() = default;
 
-    /** Rebuilds them; false if the store has none of the kind. Throws StoreException. */
+    /** Rebuilds the lists; returns false if the store has none of this kind. Throws
+       StoreException. */
     virtual bool rebuild(StoreManager& store) = 0;
     virtual void print(Output& output) = 0;
     virtual void printJson(Output& output, std::uint64_t generation) = 0;
@@ -111,8 +112,8 @@ class StoredListsOf final : public StoredLists {
 };
 
 /**
- * A store, all of it, rebuilt: what is in the memory of this process is what was published,
- * whatever becomes of the store meanwhile. Throws StoreException.
+ * All lists of a store, rebuilt in the memory of this process: a consistent snapshot, even if the
+ * store is replaced meanwhile. Throws StoreException.
  */
 class RebuiltStore {
   public:
@@ -167,7 +168,7 @@ std::unique_ptr<RebuiltStore> rebuild(std::string const& name, Dictionary const&
             shown->print(output, json);
             complaint.clear();
         } catch (MoxStash::StoreException const& error) {
-            // Once, not ten times a second.
+            // Report an error once, not ten times a second.
             if (complaint != error.what()) {
                 complaint = error.what();
                 complain(complaint);

@@ -17,22 +17,19 @@ constexpr Option stashOptions[] = {{outOption, Takes::file}, addPathOption, {ver
 constexpr std::string_view stashHelp =
     R"(usage: bgp-communities stash --out STORE [--add-path[=HOW]] [--verbose] FILE...
 
-Writes the distinct lists of communities of MRT dumps (RFC 6396, RFC 8050) into a store, each with
-how many attributes carried it, the most used first: for `bgp-communities show`, and for every other
-process that maps stores.
-A FILE may be compressed (gzip, bzip2, xz, zstd). "-" is standard input, as is no FILE at all if
-that is a pipe.
+Writes the distinct lists of communities of MRT dumps (RFC 6396, RFC 8050) to a store, each with the
+number of attributes that carried it, most used first. `bgp-communities show` and other processes
+can map the store.
+A FILE may be compressed (gzip, bzip2, xz, zstd). Without FILE, or for "-", reads standard input.
 
   --out STORE       a file or, as shm:/NAME, a POSIX shared-memory segment
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
-                    for each message and family; no; or yes, which HOW may be left out for
-  --verbose         name all that is malformed on standard error, not only the first few of each
-                    kind
+                    for each message and family; no; or yes, also without HOW
+  --verbose         report all problems on standard error, not only the first few of each kind
 
-The store is published in one step: who has attached to it meanwhile finds the one that was there
-before, or this one. If a FILE cannot be read, or the store not be written, the one that was there
-stays, and the exit status is 3.
-What a store holds, to the octet, is told with the library.
+The store is published atomically: readers see either the previous store or the new one. If a FILE
+cannot be read or the store cannot be written, the previous store is unchanged, and the exit status
+is 3. The library documents the layout of a store.
 
 examples:
   bgp-communities stash --out lists.store rib.bz2

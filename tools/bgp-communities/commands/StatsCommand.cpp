@@ -39,60 +39,58 @@ constexpr Option statsOptions[] = {{jsonOption},
 constexpr std::string_view statsHelp =
     R"(usage: bgp-communities stats [OPTION...] FILE...
 
-Counts what MRT dumps hold (RFC 6396, RFC 8050), all of them together.
-A FILE may be compressed (gzip, bzip2, xz, zstd). "-" is standard input, as is no FILE at all if
-that is a pipe.
+Counts the content of MRT dumps (RFC 6396, RFC 8050), of all files together.
+A FILE may be compressed (gzip, bzip2, xz, zstd). Without FILE, or for "-", reads standard input.
 
   --json            one JSON object
-  --top N           the N most used values, lists and groups; 10 if not given
+  --top N           the N most used values, lists and groups (default 10)
   --by GROUP        also count routes by peer; by as, the AS that communities start with; by family;
-                    or by hour (UTC). May be given more than once
+                    or by hour (UTC). May be repeated
   --dictionary FILE|DIR
-                    what operators say that their communities mean, printed beside the most used ones;
-                    lines ASN:PATTERN,DESCRIPTION, as the man page describes them
-  --jobs N          read in N threads, 1 to 256; 1 if not given. What is counted and named is the
-                    same for every N. The blocks of one bzip2 dump are decompressed in N
-                    threads. Each takes up to 16 MB for reading; records above 256 kB
-                    share 32 MB more, and RIB records above 16 MB are not read
+                    operators' descriptions of their communities, printed with the most used ones;
+                    lines ASN:PATTERN,DESCRIPTION, see the man page
+  --jobs N          read in N threads, 1 (the default) to 256. The results are the same for every
+                    N. The blocks of one bzip2 dump are decompressed in N threads. Each thread
+                    takes up to 16 MB for reading; records above 256 kB share another 32 MB, and
+                    RIB records above 16 MB are not read
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
-                    for each message and family; no; or yes, which HOW may be left out for
-  --verbose         name all that is malformed on standard error, not only the first few of each
-                    kind; files are then read one after the other
+                    for each message and family; no; or yes, also without HOW
+  --verbose         report all problems on standard error, not only the first few of each kind;
+                    files are then read one after the other
 
-The routes are the entries of tables, and those that UPDATEs announce or withdraw. Of each kind of
-community attribute:
-  attributes       that hold at least one member, and nothing but members
-  empty            without a member
-  malformed        whose length is no multiple of a member's
-  refused          well-formed, but no list can hold them: two different link bandwidths or
-                   origin validation states; they count nowhere else
-  members          of the attributes, as sent
-  unique members   of the attributes, each once in an attribute
-  distinct lists   different attributes, if members are sorted and repeats left out
-  distinct values  different members
+Routes are table entries, and routes announced or withdrawn by UPDATEs. For each kind of community
+attribute:
+  attributes       well-formed ones with at least one member
+  empty            attributes without a member
+  malformed        attributes whose length is not a multiple of a member's
+  refused          well-formed attributes that the library refuses, with two different link
+                   bandwidths or origin validation states; not included in any other count
+  members          members of the attributes, as sent
+  unique members   distinct members of each attribute
+  distinct lists   distinct attributes, after sorting and removing duplicate members
+  distinct values  distinct members
 
-What interning saves, in octets:
+Savings by interning, in octets:
   sent             the members as sent
-  as objects       the interned lists, and their shares by class, with their arrays of members, and
-                   the interned values; not what the allocator adds to each, nor the list of route
-                   targets
-  as tables        the slots of the intern tables; with more jobs the tables are split, and larger
+  as objects       the interned lists and classification lists with their arrays, and the interned
+                   values; without allocator overhead and the list of route targets
+  as tables        the slots of the intern tables, which are larger with several jobs
   held             both
 
-The most used values and lists are printed with the number of attributes that carry them, and how
-long lists are, in members, with the distinct lists and the attributes of each range of lengths.
+The most used values and lists are printed with the number of attributes that carry them; the
+lengths of lists, in members, with the distinct lists and the attributes of each range.
 
-Of each group that --by asks for, without what was sent to a peer (the local forms of messages):
-  routes           entries of tables and announced routes; by AS, those with a community that
-                   starts with this AS number (no well-known or other reserved community does)
+For each group of --by, without messages that were sent to a peer (local subtypes):
+  routes           table entries and announced routes; by AS, those with a community of this AS
+                   (well-known and other reserved communities belong to none)
   withdrawn        withdrawn routes
   carrying         routes with communities
   standard, extended, ipv6, large
                    routes with communities of this kind; by AS, of this AS
-  distinct         different communities of these routes; by AS, of this AS
-Groups with most routes come first. Hours are in order, all those with routes.
+  distinct         distinct communities of these routes; by AS, of this AS
+Groups are in descending order of routes; hours are in chronological order, all those with routes.
 
-On a terminal, lines are cut to its width.
+On a terminal, lines are truncated to its width.
 
 examples:
   bgp-communities stats updates.*.gz
@@ -172,6 +170,7 @@ ExitStatus stats(Arguments const& arguments, Output& output) {
 
 } // namespace
 
-Command const statsCommand = {"stats", "count what MRT dumps hold", statsHelp, statsOptions, stats};
+Command const statsCommand = {"stats", "count the content of MRT dumps", statsHelp, statsOptions,
+                              stats};
 
 } // namespace BgpCommunities

@@ -14,7 +14,7 @@ namespace BgpCommunities {
 
 namespace {
 
-/** How many a second. */
+/** Returns the count per second. */
 double rate(std::uint64_t count, double seconds) {
     return seconds > 0 ? static_cast<double>(count) / seconds : 0;
 }
@@ -82,7 +82,8 @@ void appendUsed(std::string& out, std::string_view head, std::vector<UsageCount>
     }
 }
 
-/** A line for each range: members, distinct lists, attributes, and a bar as long as these. */
+/** Appends a line for each range: members, distinct lists, attributes, and a bar for the
+   attributes. */
 void appendLengths(std::string& out, std::string_view kind,
                    std::map<std::size_t, LengthCount> const& lengths, std::size_t columns) {
     constexpr std::size_t numbers = 9 + 10 + 12 + 2;

@@ -26,7 +26,7 @@ Counts wholeCounts(DumpResult const& result, std::uint64_t routes) {
     };
 }
 
-/** The octets of what was sent, and of what is held instead. */
+/** The octets of communities as sent, and in memory. */
 struct Sizes {
     std::uint64_t sent = 0;
     std::uint64_t objects = 0;
@@ -110,7 +110,7 @@ NamedCounts namedCounts(GroupBy by, GroupCounts const& group) {
     NamedCounts named;
     named.words = nameOf(by, group.group);
     named.counts = {{"routes", "routes", group.routes}};
-    if (by != GroupBy::as) { // all the routes of an AS carry communities, and none is withdrawn
+    if (by != GroupBy::as) { // always equal to routes, and zero
         named.counts.push_back({"withdrawn", "withdrawn", group.withdrawn});
         named.counts.push_back({"carrying", "carrying", group.carrying});
     }

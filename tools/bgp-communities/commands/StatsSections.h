@@ -13,16 +13,16 @@
 
 namespace BgpCommunities {
 
-/** What `stats` is asked for; a plain value. */
+/** The options of `stats`. */
 struct StatsOptions {
     static constexpr std::size_t defaultTop = 10;
 
-    std::size_t top = defaultTop; // most used values, lists and groups
+    std::size_t top = defaultTop; // number of most used values, lists and groups
     std::vector<GroupBy> groupings;
     Dictionary dictionary;
 };
 
-/** A row of routes grouped by one thing. */
+/** A row of a grouping. */
 struct StatsGroup {
     GroupCounts group;
     NamedCounts named;
@@ -31,22 +31,22 @@ struct StatsGroup {
 /** The groups of one grouping. */
 struct StatsGrouping {
     GroupBy by;
-    std::uint64_t groups = 0;     // all of them
-    std::vector<StatsGroup> rows; // the first ones, all hours
+    std::uint64_t groups = 0;     // total number
+    std::vector<StatsGroup> rows; // the first ones; all hours
 };
 
 /**
- * What `stats` and `report` have counted, in the order in which they print it; a plain value.
+ * The results of `stats` and `report`, in the order of their output.
  */
 struct StatsSections {
     Counts whole;
     std::vector<NamedCounts> kinds;     // by CommunityKind
-    std::vector<NamedCounts> interning; // by CommunityKind, then all
+    std::vector<NamedCounts> interning; // by CommunityKind, then the total
     std::array<InternedKind, communityKinds> interned;
     std::vector<StatsGrouping> groupings;
     std::uint64_t records = 0;
     std::uint64_t routes = 0;
-    double seconds = 0; // that reading took
+    double seconds = 0; // time to read the dumps
 };
 
 StatsSections statsSections(DumpResult const& result, RouteTally const& tally,

@@ -14,7 +14,7 @@
 namespace BgpCommunities {
 
 /**
- * Writes a line whenever a route target, or a list of them, comes into use or goes out of it.
+ * Writes a line whenever a route target, or a list of them, comes into use or goes out of use.
  *
  *     + target 64500:7<TAB>record 12<TAB>2023-11-14T22:13:20Z
  *     + targets [ 64500:7 64500:8 ]<TAB>record 12<TAB>2023-11-14T22:13:20Z

@@ -18,10 +18,10 @@ constexpr Option typesOptions[] = {{jsonOption}};
 constexpr std::string_view typesHelp =
     R"(usage: bgp-communities types [--json]
 
-Prints the types that the library registers, by name: of a value or an object its attributes, of an
-enumeration its members and their numbers.
+Prints the types registered by the library, by name: the attributes of a value or an object, the
+members of an enumeration with their numbers.
 
-  --json  one JSON object for each type
+  --json  one JSON object per type
 
 examples:
   bgp-communities types | grep -A 8 ExtCommClassification
@@ -93,7 +93,7 @@ ExitStatus types(Arguments const& arguments, Output& output) {
 
 } // namespace
 
-Command const typesCommand = {"types", "print the types that the library registers", typesHelp,
+Command const typesCommand = {"types", "print the types registered by the library", typesHelp,
                               typesOptions, types, {}};
 
 } // namespace BgpCommunities

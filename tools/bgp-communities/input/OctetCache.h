@@ -33,16 +33,16 @@ class OctetCache {
         if (slot.used && slot.key == key) {
             return slot.value;
         }
-        make(made_);
-        std::size_t const size = key.size() + made_.octets();
+        make(scratch_);
+        std::size_t const size = key.size() + scratch_.octets();
         if (size > maxOctets / slotShare) {
-            return made_;
+            return scratch_;
         }
         if (size_ + size > maxOctets) {
             clear();
         }
         size_ -= slot.size();
-        slot = {true, std::string(key), made_};
+        slot = {true, std::string(key), scratch_};
         size_ += size;
         return slot.value;
     }
@@ -69,7 +69,7 @@ class OctetCache {
 
     std::vector<Slot> slots_;
     std::size_t size_ = 0; // of all slots, in octets
-    Value made_;           // the last result of `make`
+    Value scratch_;        // the last result of `make`
 };
 
 } // namespace BgpCommunities

@@ -8,8 +8,8 @@ namespace BgpCommunities {
 
 using namespace Routing::Bgp;
 
-std::vector<Agent::Held> Agent::held() const {
-    std::vector<Held> all;
+std::vector<Agent::TableSize> Agent::tableSizes() const {
+    std::vector<TableSize> all;
     forEachKind([&](auto row) { all.push_back({row.name, row.tables(tables_).front()->size()}); });
     all.insert(
         all.end(),

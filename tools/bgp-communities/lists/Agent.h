@@ -14,36 +14,35 @@
 namespace BgpCommunities {
 
 /**
- * The program's routing agent: the library's tables, and what the commands report about them.
+ * The program's routing agent: the library's tables, and their statistics.
  *
- * Thread-safe if the process was in thread-safe mode when it was made (docs/threads.md), else
- * thread-compatible. Every community and list that the program handles was interned here or
+ * Thread-safe if the process was in thread-safe mode when it was constructed (docs/threads.md),
+ * otherwise thread-compatible. All communities and lists of the program are interned here or
  * rebuilt from a store.
  */
 class Agent {
   public:
-    /** The interned list for the value of an attribute; `Kind` is a row of ListKinds.h. */
+    /** Interns the list of an attribute value. `Kind` is a row of ListKinds.h. */
     template <class Kind>
     [[nodiscard]] Routing::Bgp::DecodedList<typename Kind::List> list(Octets value) const {
         return (tables_.*Kind::decode)(std::as_bytes(value));
     }
 
-    /** How many different objects of one sort somebody holds. */
-    struct Held {
+    /** The number of distinct objects of one sort in use. */
+    struct TableSize {
         std::string_view what;
         std::size_t count;
     };
 
-    /** What the tables say that they hold, all that the agent interns into. */
-    [[nodiscard]] std::vector<Held> held() const;
+    /** The sizes of all tables. */
+    [[nodiscard]] std::vector<TableSize> tableSizes() const;
 
-    /** The route targets in use, and the lists of them; who observes one is told of each that
-        comes or goes. */
+    /** The route targets, and the lists of them, in use. Both notify observers of additions and
+       removals. */
     [[nodiscard]] Routing::Bgp::NotifyingRouteTargetList::PtrConst routeTargets() const;
     [[nodiscard]] Routing::Bgp::NotifyingRtExtCommListCollection::PtrConst routeTargetLists() const;
 
-    /** How many octets the tables occupy in which values and lists of one kind are interned, the
-        objects in them not included. */
+    /** The memory of the intern tables of one kind in octets, without the interned objects. */
     [[nodiscard]] std::size_t tableOctets(CommunityKind kind) const;
 
   private:

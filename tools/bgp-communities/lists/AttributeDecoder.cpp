@@ -13,7 +13,7 @@ using namespace Routing::Bgp;
 
 namespace {
 
-// ---- Selections: what a list sends, by what the receiver may have -------------------------------
+// ---- Selections: what is serialized for different receivers -------------------------------------
 
 void writeSelections(JsonWriter& json, ExtCommList const& list) {
     struct Selection {
@@ -44,7 +44,7 @@ bool listMatches(List const& list, Routing::RouteMap::PosixRegex const& regex) {
     return list.matchCommunitiesRegex(&regex);
 }
 
-/** The library has no such match for these, but the text for it. */
+/** The library does not match these lists itself, but provides the text. */
 bool listMatches(ExtCommIp6List const& list, Routing::RouteMap::PosixRegex const& regex) {
     return regex.execute(list.commsStringForm()) == 0;
 }
@@ -82,7 +82,7 @@ class ListDecoder final : public AttributeDecoder {
         return listMatches(*list_, regex);
     }
 
-    bool holds(CommunityPattern const& pattern) override {
+    bool contains(CommunityPattern const& pattern) override {
         return std::any_of(list_->begin(), list_->end(), [&](auto const& member) {
             auto& members = formatter_.members();
             if constexpr (requires { members.prints(member, pattern.printed()); }) {

@@ -20,10 +20,10 @@ class PosixRegex;
 namespace BgpCommunities {
 
 /**
- * Decodes the values of one kind of attribute: one object for each kind.
+ * Decodes the values of one kind of attribute.
  *
- * Interns through the agent, which is not owned, and keeps the list of the last value until the
- * next. Thread-compatible.
+ * Interns through the agent, which is not owned, and keeps the last decoded list.
+ * Thread-compatible.
  */
 class AttributeDecoder {
   public:
@@ -36,7 +36,7 @@ class AttributeDecoder {
 
     [[nodiscard]] CommunityKind kind() const { return kind_; }
 
-    /** Interns the list; or says why the value is malformed or refused, and has none. */
+    /** Interns the list. Returns why the value is malformed or refused, empty on success. */
     virtual std::string decode(Octets value) = 0;
 
     /** Releases the list that was decoded last. */
@@ -46,28 +46,27 @@ class AttributeDecoder {
         its meaning. */
     virtual void appendText(std::string& out) = 0;
 
-    /** Appends the list that was decoded last, in one line. */
+    /** Appends the last decoded list as one line. */
     virtual void appendList(std::string& out) = 0;
 
-    /** Writes an object that says what the value is that was decoded last, or its fault. */
+    /** Writes an object that describes the last decoded value, or its fault. */
     void writeJson(JsonWriter& json, Octets value, std::string_view fault, Detail detail);
 
-    /** Whether the expression matches the list that was decoded last, as the library has it. */
+    /** Whether the library's match of the expression succeeds for the last decoded list. */
     virtual bool matches(Routing::RouteMap::PosixRegex const& regex) = 0;
 
-    /** Whether the pattern covers a member of the list that was decoded last. */
-    virtual bool holds(CommunityPattern const& pattern) = 0;
+    /** Whether the pattern matches a member of the last decoded list. */
+    virtual bool contains(CommunityPattern const& pattern) = 0;
 
   protected:
-    /** Writes the keys that say what was decoded last, from "text" on. */
+    /** Writes the keys that describe the last decoded list, from "text" on. */
     virtual void writeList(JsonWriter& json, Detail detail) = 0;
 
   private:
     CommunityKind const kind_;
 };
 
-/** One decoder for each kind of attribute. */
-/** `dictionary`, not owned, may be null. */
+/** Returns one decoder for each kind, in order. `dictionary` is not owned and may be null. */
 std::vector<std::unique_ptr<AttributeDecoder>>
 attributeDecoders(Agent& agent, Dictionary const* dictionary = nullptr);
 

@@ -12,16 +12,16 @@
 
 namespace BgpCommunities {
 
-/** Which route of a peer it is, as texts; a plain value. */
+/** Identifies a route of a peer, as text. */
 struct RouteName {
     std::string family;
     std::string prefix;
-    std::string pathId; // empty if it has none
+    std::string pathId; // empty if none
 
     auto operator<=>(RouteName const&) const = default;
 };
 
-/** The lists that a route carries before and after; none where it does not exist. */
+/** The lists of a route before and after; nullopt where the route does not exist. */
 using RouteSides = std::array<std::optional<ListSet>, 2>;
 
 /** The routes of two sets of dumps, by peer and name. */
@@ -30,10 +30,11 @@ using ComparedRoutes = std::map<std::string, std::map<RouteName, RouteSides>>;
 /**
  * Applies dumps to one side of a table of compared routes, and counts their lists.
  *
- * A message withdraws first, then announces; entries of tables are announcements. Announcements with
- * malformed attributes withdraw (RFC 7606); messages that the collector sent change nothing. A peer
- * that enters or leaves the state Established loses its routes. The table is not owned; it refers to
- * lists that this counter holds. Thread-compatible.
+ * In each message, withdrawals are applied before announcements. Table entries count as
+ * announcements. Announcements with malformed attributes are treated as withdrawals (RFC 7606);
+ * messages sent by the collector are ignored. The routes of a peer are removed when it enters or
+ * leaves the state Established. The table is not owned and refers to lists that this counter keeps.
+ * Thread-compatible.
  */
 class ComparedSide final : public ListCounter {
   public:

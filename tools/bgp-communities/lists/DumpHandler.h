@@ -20,12 +20,12 @@ class DumpHandler : public RouteHandler {
 
     void handleProblem(Problem const& problem) final { log_.report(problem); }
 
-    /** Called before a file is read. REQUIRES: `name` lives until the next call. */
+    /** Called before a file is read. REQUIRES: `name` is valid until the next call. */
     virtual void fileIs(std::string const& name) { file_ = name; }
 
     [[nodiscard]] ProblemLog& log() { return log_; }
 
-    /** Called before each wait for octets of a pipe: what there is to say by now is written. */
+    /** Called before each read that may block; flushes output. */
     virtual void beforeWait() {}
 
   protected:

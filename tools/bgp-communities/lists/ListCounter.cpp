@@ -49,15 +49,15 @@ void ListCounter::count(RecordPosition const& at, std::span<CommunityAttribute c
 
 ListId ListCounter::count(RecordPosition const& at, CommunityAttribute const& attribute) {
     auto const kind = static_cast<std::size_t>(attribute.kind);
-    Place const& place = seen_[kind].find(attribute.value, [&](Place& made) {
-        made.counted = lists_[kind]->of(attribute.value, made.verdict);
+    CachedCount const& cached = cache_[kind].find(attribute.value, [&](CachedCount& result) {
+        result.counted = lists_[kind]->of(attribute.value, result.verdict);
     });
-    if (place.counted.uses != nullptr) {
-        ++*place.counted.uses;
+    if (cached.counted.uses != nullptr) {
+        ++*cached.counted.uses;
     } else {
-        countRefused(at, attribute, place.verdict);
+        countRefused(at, attribute, cached.verdict);
     }
-    return place.counted.list;
+    return cached.counted.list;
 }
 
 void ListCounter::countRefused(RecordPosition const& at, CommunityAttribute const& attribute,

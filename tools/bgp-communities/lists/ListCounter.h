@@ -16,12 +16,12 @@ namespace BgpCommunities {
 /**
  * Counts the lists in dumps, the refused attributes and the routes.
  *
- * Owns its counts and holds a reference to each list; the agent is not owned. Thread-compatible:
- * each thread has its own, of one agent. Derived classes are passed the lists of each route.
+ * Owns its counts and a reference to each list; does not own the agent. Thread-compatible: each
+ * thread uses its own counter with a common agent. Derived classes receive the lists of each route.
  */
 class ListCounter : public DumpHandler {
   public:
-    /** Attributes of one kind that no list can hold. */
+    /** Attributes of one kind that the library refused. */
     struct Refused {
         std::uint64_t attributes = 0;
         std::uint64_t members = 0;
@@ -33,10 +33,10 @@ class ListCounter : public DumpHandler {
     void handleUpdate(Update const& update) final;
     void handleRibEntry(RibEntry const& entry) final;
 
-    /** Adds what another one has counted. */
+    /** Adds the counts of another counter. */
     void add(ListCounter const& other);
 
-    /** Entries of tables, and routes that were announced or withdrawn. */
+    /** The number of table entries and of announced and withdrawn routes. */
     [[nodiscard]] std::uint64_t routes() const { return routes_; }
 
     [[nodiscard]] Refused const& refused(CommunityKind kind) const {
@@ -57,13 +57,14 @@ class ListCounter : public DumpHandler {
       , passesLists_(passesLists)
       , lists_(listUses(agent)) {}
 
-    // Called after the lists were counted. Of a repeated attribute the first counts (RFC 7606).
+    // Called after the lists were counted. `lists` has the first of duplicate attributes (RFC
+    // 7606).
     virtual void handleLists(Update const& /*update*/, ListSet const& /*lists*/) {}
     virtual void handleLists(RibEntry const& /*entry*/, ListSet const& /*lists*/) {}
 
   private:
-    /** Where a value is counted; nowhere if it is refused. */
-    struct Place {
+    /** The counter of a value; nulls if it was refused. */
+    struct CachedCount {
         ListUses::Counted counted;
         Routing::Bgp::AttributeVerdict verdict = Routing::Bgp::AttributeVerdict::accepted;
 
@@ -82,8 +83,8 @@ class ListCounter : public DumpHandler {
     std::uint64_t routes_ = 0;
     std::array<Refused, communityKinds> refused_;
     std::vector<std::unique_ptr<ListUses>> lists_; // by CommunityKind
-    // Routes that follow one another in a dump mostly carry what others just before them carried.
-    std::array<OctetCache<Place>, communityKinds> seen_;
+    // Successive routes in a dump mostly carry the same lists.
+    std::array<OctetCache<CachedCount>, communityKinds> cache_;
 };
 
 } // namespace BgpCommunities

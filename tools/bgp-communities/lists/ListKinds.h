@@ -14,16 +14,16 @@
 
 namespace BgpCommunities {
 
-// The kinds of lists, one row each: what differs between the four path attributes once their values
-// are lists of the library. `name` is what reports call the lists, `tables()` are the intern tables
-// of the kind, that of the lists first.
+// The table of the kinds of lists: one struct for each, with everything that differs between them.
+// `name` is used in reports; `tables()` are the intern tables of the kind, starting with that of
+// the lists.
 
 struct StandardLists {
     static constexpr auto kind = CommunityKind::standard;
     static constexpr std::string_view name = "lists of communities";
     using List = Routing::Bgp::CommList;
     static constexpr auto decode = &Routing::Bgp::CommunityTables::commList;
-    /** The whole path attribute, header and all. */
+    /** The path attribute, with its header. */
     static Mox::String wire(List const& list) { return list.serialize(); }
     static auto tables(Routing::Bgp::CommunityTables const& all) {
         return std::array{all.commListDedupTable()->dedupTable()};
@@ -70,7 +70,7 @@ struct LargeLists {
     }
 };
 
-/** A table of kinds: its rows as a type list, and loops over them. */
+/** A type list of kinds, and loops over it. */
 template <class... Kinds>
 struct KindTable {
     /** One counted pointer to a list of each kind. */
@@ -97,7 +97,7 @@ struct KindTable {
 using ListKinds = KindTable<StandardLists, ExtendedLists, Ip6Lists, LargeLists>;
 static_assert(ListKinds::isComplete());
 
-/** Calls `visit(row)` for the row of each kind, in their order. */
+/** Calls `visit(row)` for the row of each kind, in order. */
 template <class Visit>
 void forEachKind(Visit const& visit) {
     ListKinds::forEach(visit);

@@ -22,7 +22,7 @@ using namespace Routing::Bgp;
 
 namespace {
 
-/** Members of lists: values that a stranger chose, or pointers to interned objects. */
+/** Hashes members of lists: untrusted values, or pointers to interned objects. */
 struct MemberHash {
     std::size_t operator()(U32 value) const { return Mox::hashWord(value); }
 
@@ -51,7 +51,7 @@ auto membersOf(List const& list) {
     return std::span(list.begin(), list.end());
 }
 
-/** The octets of the array of members; in that of plain values none is spare. */
+/** The memory of the member array in octets. Arrays of plain values have no spare capacity. */
 template <class List>
 std::size_t arrayOctets(List const& list) {
     if constexpr (requires { list.commVector().capacity(); }) {
@@ -62,8 +62,7 @@ std::size_t arrayOctets(List const& list) {
 }
 
 /**
- * The entries of a map of uses, `most` of them, the most used one first. `octets(key)` orders what
- * is used equally often.
+ * Returns the `most` most used entries of a map, in order. Ties are ordered by `octets(key)`.
  */
 template <class Uses, class OctetsOfKey>
 auto ranked(Uses const& uses, std::size_t most, OctetsOfKey octets) {
@@ -79,7 +78,7 @@ auto ranked(Uses const& uses, std::size_t most, OctetsOfKey octets) {
     return entries;
 }
 
-/** The most used of a map's keys, and what they say: `text(key)`. */
+/** Returns the most used keys of a map with their texts. */
 template <class Uses, class OctetsOfKey, class TextOfKey>
 std::vector<UsageCount> mostUsed(Uses const& uses, std::size_t most, OctetsOfKey octets,
                                  TextOfKey text) {
@@ -211,7 +210,7 @@ class ListUsesOf final : public ListUses {
 
     [[nodiscard]] std::size_t listOctets() const {
         std::size_t octets = 0;
-        std::unordered_set<void const*> shared; // lists of one class, each in any number of lists
+        std::unordered_set<void const*> shared; // classification lists counted so far
         for (auto const& entry : uses_) {
             List const& list = *entry.first;
             octets += sizeof(List) + arrayOctets(list);
@@ -222,7 +221,7 @@ class ListUsesOf final : public ListUses {
         return octets;
     }
 
-    /** What the division of a list into classes takes, as far as it is not in `shared` already. */
+    /** The memory of the classification lists of a list that are not in `shared` yet. */
     static std::size_t classOctets(List const& list, std::unordered_set<void const*>& shared) {
         std::size_t octets = 0;
         for (U32 number = 0; number < extCommClassificationOneBeyondLast; ++number) {
@@ -235,7 +234,7 @@ class ListUsesOf final : public ListUses {
         return octets;
     }
 
-    /** Plain values take no room but in the arrays of the lists. */
+    /** Plain values need no memory besides the arrays of the lists. */
     static std::size_t valueOctets(std::size_t values) {
         if constexpr (requires(Member const& member) { member.get(); }) {
             return values * sizeof *std::declval<Member>();

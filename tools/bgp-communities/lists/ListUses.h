@@ -17,7 +17,7 @@
 
 namespace BgpCommunities {
 
-/** Something that was interned, and how many attributes carried it. */
+/** An interned object, and how many attributes carried it. */
 struct UsageCount {
     std::uint64_t uses = 0;
     std::string octets; // of its members, as on the wire
@@ -25,48 +25,48 @@ struct UsageCount {
     std::string meaning = {}; // of a value, as a dictionary has it
 };
 
-/** The lists with one number of members; a plain value. */
+/** Counts of the lists of one length. */
 struct LengthCount {
     std::uint64_t lists = 0;
-    std::uint64_t attributes = 0; // that carried them
+    std::uint64_t attributes = 0; // with these lists
 };
 
-/** One member of a list; a plain value. */
+/** One member of a list. */
 struct ListMember {
     std::string octets; // as on the wire
     std::string text;
 };
 
-/** What has been interned of one kind; a plain value. */
+/** Statistics of the interned objects of one kind. */
 struct InternedKind {
-    std::uint64_t membersUnique = 0; // different ones of each attribute, summed
+    std::uint64_t membersUnique = 0; // distinct members of each attribute, summed
     std::uint64_t distinctLists = 0;
     std::uint64_t distinctValues = 0;
     std::uint64_t objectOctets = 0; // of lists, values and their arrays
     std::uint64_t tableOctets = 0;
-    std::vector<UsageCount> mostUsedValues; // most first; equals in the order of their octets
+    std::vector<UsageCount> mostUsedValues; // descending; ties in the order of their octets
     std::vector<UsageCount> mostUsedLists;
     std::map<std::size_t, LengthCount> lengths; // by number of members
 };
 
 /**
- * The lists of one kind that attributes stand for, and how many attributes stand for each.
+ * Counts how many attributes carry each list of one kind.
  *
- * It holds a reference to each list, so that none leaves its table before all is counted; the agent
- * is the caller's and outlives it. Thread-compatible: each thread has its own, of one agent.
+ * Keeps a reference to each list. The agent is not owned and must outlive it. Thread-compatible:
+ * each thread uses its own object with a common agent.
  */
 class ListUses {
   public:
     virtual ~ListUses() = default;
 
-    /** A list and the number of its attributes, which stays where it is. */
+    /** A list and a stable pointer to its count. */
     struct Counted {
         ListId list = nullptr;
         std::uint64_t* uses = nullptr;
     };
 
-    /** Interns the list in the value of an attribute. Returns nulls, and sets the verdict, if no
-        list can hold it. */
+    /** Interns the list of an attribute value. Sets the verdict; returns nulls if the value is
+       refused. */
     virtual Counted of(Octets value, Routing::Bgp::AttributeVerdict& verdict) = 0;
 
     /** Adds one use of the route's list of this kind, if it has one. */
@@ -76,26 +76,26 @@ class ListUses {
         sum exceeds 64 bits. */
     virtual void add(ListUses const& other) = 0;
 
-    /** Adds the lists of this kind in a store; false if it holds none. Throws StoreException, also
-        for a list that fits no attribute. */
+    /** Adds the lists of this kind in a store; returns false if it has none. Throws StoreException,
+       also for a list that does not fit in an attribute. */
     virtual bool addStored(MoxStash::StoreManager& store) = 0;
 
-    /** All lists, in no order. */
+    /** All lists, in unspecified order. */
     [[nodiscard]] virtual std::vector<std::pair<ListId, std::uint64_t>> uses() const = 0;
 
-    /** With at most `most` of the most used values, and of the most used lists. */
+    /** Statistics, with the `most` most used values and lists. */
     [[nodiscard]] virtual InternedKind summary(std::size_t most) const = 0;
 
     /** REQUIRES: `list` was counted here. */
     [[nodiscard]] virtual std::vector<ListMember> members(ListId list) const = 0;
     [[nodiscard]] virtual std::string text(ListId list) const = 0;
 
-    /** Writes the lists into a store, and a table of them with their counts, most first; equals in
-        the order of their octets. */
+    /** Writes the lists and a table of their counts to a store, in descending order; ties in the
+       order of their octets. */
     virtual void const* stash(MoxStash::StoreWriter& writer) const = 0;
 };
 
-/** One for each kind, in their order. */
+/** Returns one object for each kind, in order. */
 std::vector<std::unique_ptr<ListUses>> listUses(Agent& agent);
 
 } // namespace BgpCommunities

@@ -7,7 +7,7 @@ namespace BgpCommunities {
 
 namespace {
 
-/** One of the choices fits, or there is none. */
+/** Whether one of the choices fits, or there are no choices. */
 template <class Choice, class Fits>
 bool anyFits(std::vector<Choice> const& choices, Fits const& fits) {
     return choices.empty() || std::any_of(choices.begin(), choices.end(), fits);
@@ -38,7 +38,7 @@ bool RouteFilter::admits(RecordPosition const& at, Peer const& peer) const {
     return (!since_ || time >= *since_) && (!until_ || time < *until_) &&
            anyFits(peers_, [&](PeerChoice const& choice) {
                bool const addressFits = choice.address.size == 0 || choice.address == peer.address;
-               // A peer that is not known has no AS either.
+               // An unknown peer has no AS either.
                bool const asFits = !choice.as || (*choice.as == peer.as && peer.address.size != 0);
                return addressFits && asFits;
            });

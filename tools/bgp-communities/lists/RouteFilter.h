@@ -16,29 +16,29 @@
 namespace BgpCommunities {
 
 /**
- * Selects routes and, of a route, kinds of lists.
+ * Selects routes, and kinds of lists within a route.
  *
- * A route is selected if everything that was asked for holds; of several values of the same
- * question (peers, origins, families, prefixes) one is enough, but conditions and AS path
- * expressions must all be met. A new filter selects everything. Thread-compatible.
+ * A route must match every criterion that is set. Peers, origins, families and prefixes match if
+ * any of several values does; conditions and AS path expressions must all match. A
+ * default-constructed filter selects everything. Thread-compatible.
  */
 class RouteFilter {
   public:
     using Condition = std::function<bool(AttributeDecoder&)>;
-    /** One bit for each condition: whether it is met. */
+    /** A bit set: which conditions are met. */
     using Conditions = std::uint64_t;
-    /** Of the text of an AS path. */
+    /** A condition on the text of an AS path. */
     using PathCondition = std::function<bool(std::string const&)>;
 
     static constexpr std::size_t maxConditions = 64;
 
     /** A peer by its address, its AS or both. */
     struct PeerChoice {
-        IpAddress address; // none: any
+        IpAddress address; // no address: any
         std::optional<std::uint32_t> as;
     };
 
-    /** A family, or all of an address family. */
+    /** A family, or all families with this AFI. */
     struct FamilyChoice {
         std::uint16_t afi = 0;
         std::optional<std::uint8_t> safi;
@@ -53,11 +53,11 @@ class RouteFilter {
 
     enum class Direction : std::uint8_t { any, announced, withdrawn };
 
-    /** Selects this kind, and no other that is not named as well; routes without a list of such a
-        kind are left out. */
+    /** Restricts the selection to this kind and others set by further calls; routes without a list
+       of such a kind are not selected. */
     void kindIs(CommunityKind kind);
 
-    /** REQUIRES: fewer than `maxConditions` so far. */
+    /** REQUIRES: `conditions() < maxConditions`. */
     void conditionIs(Condition condition);
 
     void pathConditionIs(PathCondition condition) {
@@ -72,31 +72,31 @@ class RouteFilter {
 
     void prefixIs(PrefixChoice const& prefix) { prefixes_.push_back(prefix); }
 
-    /** Selects times from this one on. */
+    /** Selects times at or after `time`. */
     void sinceIs(Microseconds time) { since_ = time; }
 
-    /** Selects times before this one. */
+    /** Selects times before `time`. */
     void untilIs(Microseconds time) { until_ = time; }
 
     void directionIs(Direction direction) { direction_ = direction; }
 
     [[nodiscard]] std::size_t conditions() const { return conditions_.size(); }
 
-    /** Whether lists of this kind are looked at. */
+    /** Whether lists of this kind are selected. */
     [[nodiscard]] bool admits(CommunityKind kind) const {
         return !needsList_ || kinds_[static_cast<std::size_t>(kind)];
     }
 
-    /** The conditions that the list decoded last meets. */
+    /** The conditions met by the last decoded list. */
     [[nodiscard]] Conditions conditionsMetBy(AttributeDecoder& list) const;
 
-    // A route is selected if all of these admit it.
+    // A route is selected if all of the following admit it.
 
     [[nodiscard]] bool admits(RecordPosition const& at, Peer const& peer) const;
 
     [[nodiscard]] bool admitsAnnounced() const { return direction_ != Direction::withdrawn; }
 
-    /** Nothing is asked of attributes, which a withdrawn route has not. */
+    /** Withdrawn routes have no attributes, so any criterion on attributes excludes them. */
     [[nodiscard]] bool admitsWithdrawn() const {
         return direction_ != Direction::announced && !needsList_ && allMet_ == 0 &&
                originAses_.empty() && pathConditions_.empty();
@@ -107,7 +107,7 @@ class RouteFilter {
 
     [[nodiscard]] bool admits(Route const& route) const;
 
-    /** Given the conditions that the lists of a route meet, and whether it has any. */
+    /** `met` are the conditions met by the lists of a route. */
     [[nodiscard]] bool admits(Conditions met, bool hasList) const {
         return (hasList || !needsList_) && met == allMet_;
     }

@@ -13,7 +13,7 @@ namespace {
 constexpr std::uint8_t formPrefix = 0x01;
 constexpr std::uint8_t formPathId = 0x02;
 
-/** The fields of a key that stand before octets of the route itself. */
+/** The leading fields of a key. */
 class KeyHead {
   public:
     explicit KeyHead(Route const& route) {
@@ -46,8 +46,7 @@ Octets distinguisherOf(Route const& route) {
     return hasOne ? Octets(route.distinguisher) : Octets();
 }
 
-/** The octets that tell the route from others of its kind; those of an address beyond the prefix
-    are zero. */
+/** The octets of the prefix, or of the opaque route. */
 Octets bodyOf(Route const& route) {
     return route.isPrefix ? Octets(route.address.octets).first((route.length + 7U) / 8)
                           : route.opaque;

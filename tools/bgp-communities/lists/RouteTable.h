@@ -18,15 +18,14 @@
 namespace BgpCommunities {
 
 /**
- * Which route of a peer it is: family, path identifier, route distinguisher and prefix, or the
- * octets of a family that is not taken apart. Labels take no part.
+ * Identifies a route of a peer: family, path identifier, route distinguisher and prefix, or the
+ * octets of an opaque route. Labels are not part of the key.
  *
  *     AFI (2) | SAFI (1) | form (1) | path identifier (4) if it has one |
  *         length in bits (1) | distinguisher (8) if SAFI 128 | octets of the prefix,
  *         or all of the octets
  *
- * A value that owns its octets: in itself for all but the longest prefixes, else on the heap. It
- * never changes. Immutable.
+ * Owns its octets, inline for all but the longest prefixes. Immutable.
  */
 class RouteKey {
   public:
@@ -39,7 +38,7 @@ class RouteKey {
     bool operator==(RouteKey const& other) const { return octets() == other.octets(); }
 
   private:
-    std::unique_ptr<std::uint8_t[]> long_; // if `short_` does not do
+    std::unique_ptr<std::uint8_t[]> long_; // if `short_` is too small
     std::uint32_t size_ = 0;
     std::array<std::uint8_t, 20> short_{};
 };
@@ -90,9 +89,9 @@ class PeerRoutes {
  */
 class RouteTable {
   public:
-    /** Adds the route, or gives it other lists; true if it was there. */
+    /** Adds the route, or replaces its lists; returns true if it existed. */
     bool announce(Peer const& peer, Route const& route, RouteLists const& lists);
-    /** Removes the route; true if it was there. */
+    /** Removes the route; returns true if it existed. */
     bool withdraw(Peer const& peer, Route const& route);
     /** Removes all routes of the peer. */
     void drop(Peer const& peer);

@@ -21,7 +21,7 @@ RouteGroup groupOf(GroupBy by, RecordPosition const& at, Peer const& peer, Famil
     case GroupBy::peer:
         group.peer = peer;
         break;
-    case GroupBy::as: // is found in the lists, at the end
+    case GroupBy::as: // derived from the lists later
         break;
     case GroupBy::family:
         group.family = family;
@@ -33,13 +33,13 @@ RouteGroup groupOf(GroupBy by, RecordPosition const& at, Peer const& peer, Famil
     return group;
 }
 
-/** The members of lists, asked for once each. */
+/** Caches the members of lists. */
 class Members {
   public:
     explicit Members(ListCounter const& counter)
       : counter_(counter) {}
 
-    /** Empty for no list. */
+    /** Returns the members of a list; empty for null. */
     std::vector<ListMember> const& of(std::size_t kind, ListId list) {
         auto const [found, isNew] = members_.try_emplace(list);
         if (isNew && list != nullptr) {
@@ -53,7 +53,7 @@ class Members {
     std::unordered_map<ListId, std::vector<ListMember>> members_;
 };
 
-/** By octets: values of different kinds differ in size. */
+/** Values by octets. Values of different kinds differ in size. */
 using Values = std::unordered_set<std::string_view>;
 
 bool before(GroupCounts const& a, GroupCounts const& b) {
@@ -175,7 +175,7 @@ std::vector<GroupCounts> RouteTally::groupsByAs() const {
     std::unordered_map<std::uint32_t, Values> values;
     Members members(*this);
     for (auto const& [lists, routes] : allRoutes) {
-        std::map<std::uint32_t, ListSet> ofAs; // the lists with a community of that AS
+        std::map<std::uint32_t, ListSet> ofAs; // the lists that contain a community of the AS
         for (std::size_t kind = 0; kind < communityKinds; ++kind) {
             for (ListMember const& member : members.of(kind, lists[kind])) {
                 if (auto const as =

@@ -18,16 +18,15 @@ namespace BgpCommunities {
 /** What routes are grouped by. */
 enum class GroupBy : std::uint8_t {
     peer,
-    as, // that a community of the route starts with
+    as, // the administrator of a community of the route
     family,
     hour, // of the record, UTC
 };
 
-/** As on the command line and in JSON, by GroupBy. */
+/** The names on the command line and in JSON, by GroupBy. */
 inline constexpr std::array<std::string_view, 4> groupByKeys = {"peer", "as", "family", "hour"};
 
-/** What the routes of a group have in common: the member that they are grouped by, the others are
-    zero. A plain value. */
+/** Identifies a group by the member that routes are grouped by; the other members are zero. */
 struct RouteGroup {
     Peer peer;
     std::uint32_t as = 0;
@@ -37,40 +36,41 @@ struct RouteGroup {
     bool operator==(RouteGroup const&) const = default;
 };
 
-/** The counts of one group, without what the collector sent to the peer; a plain value. */
+/** The counts of one group, without messages sent to the peer. */
 struct GroupCounts {
     RouteGroup group;
-    std::uint64_t routes = 0;    // entries of tables and announced routes
-    std::uint64_t withdrawn = 0; // routes
-    std::uint64_t carrying = 0;  // routes with communities; grouped by AS, with some of that AS
+    std::uint64_t routes = 0;                          // table entries and announced routes
+    std::uint64_t withdrawn = 0;                       // routes
+    std::uint64_t carrying = 0;                        // routes with communities; by AS: of this AS
     std::array<std::uint64_t, communityKinds> kinds{}; // routes with communities of each kind
     std::uint64_t values = 0;                          // distinct communities of these routes
 };
 
-/** A route target, and the routes with it that a peer sent; a plain value. */
+/** A route target, and how many routes with it a peer sent. */
 struct TargetUse {
-    std::string target; // name, as appendMemberName() writes it
+    std::string target; // name as written by appendMemberName()
     Peer peer;
     std::uint64_t routes = 0;
 };
 
 /**
- * A list counter that also counts routes by group.
+ * A ListCounter that also counts routes by group.
  *
- * Keeps the number of routes with each set of lists in each group: memory grows with distinct sets,
- * not with routes. Thread-compatible.
+ * Memory grows with the distinct sets of lists in each group, not with routes. Thread-compatible.
  */
 class RouteTally final : public ListCounter {
   public:
     RouteTally(Agent& agent, bool verbose, std::span<GroupBy const> groupings);
 
-    /** Adds the counts of another one with the same groupings and agent. */
+    /** Adds the counts of `other`, which has the same groupings and agent. */
     void add(RouteTally const& other);
 
-    /** Most routes first, hours in order. REQUIRES: `by` is one of the groupings. */
+    /** Groups in descending order of routes; hours in chronological order. REQUIRES: `by` is one of
+       the groupings. */
     [[nodiscard]] std::vector<GroupCounts> groups(GroupBy by) const;
 
-    /** Most routes first. REQUIRES: peer is one of the groupings. */
+    /** Route targets in descending order of routes. REQUIRES: GroupBy::peer is one of the
+       groupings. */
     [[nodiscard]] std::vector<TargetUse> targets() const;
 
   private:

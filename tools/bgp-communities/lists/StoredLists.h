@@ -10,9 +10,9 @@
 namespace BgpCommunities {
 
 /**
- * Rebuilds the lists of one kind, a row of ListKinds.h, that a store holds, and passes each with
- * its uses to `take(list, uses)`, in the order of the store. Returns false if the store holds no
- * lists of this kind. Throws StoreException.
+ * Rebuilds the lists of one kind, a row of ListKinds.h, from a store and passes each with its uses
+ * to `take(list, uses)`, in the order of the store. Returns false if the store has no lists of this
+ * kind. Throws StoreException.
  */
 template <class Kind, class Take>
 bool readStoredLists(MoxStash::StoreManager& store, Take take) {
@@ -21,7 +21,7 @@ bool readStoredLists(MoxStash::StoreManager& store, Take take) {
         return false;
     }
     MoxStash::StoredTable const table(store, root);
-    // One long list in every row would take far more memory than the store does.
+    // Duplicates could make the lists take far more memory than the store.
     std::unordered_set<void const*> seen;
     for (std::uint64_t row = 0; row < table.size(); ++row) {
         auto const [stored, uses] = table[row];
@@ -39,8 +39,8 @@ bool readStoredLists(MoxStash::StoreManager& store, Take take) {
     return true;
 }
 
-/** Returns `read()`, which reads a store; calls it again, a limited number of times, if the store
-    was replaced meanwhile. */
+/** Returns `read()`, which reads a store. Retries, a limited number of times, if the store is
+   replaced meanwhile. */
 template <class Read>
 auto readCurrent(Read read) {
     for (int attempt = 1;; ++attempt) {

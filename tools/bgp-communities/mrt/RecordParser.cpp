@@ -11,7 +11,7 @@ void RecordParser::read(RecordContext& context, MrtRecord const& record) {
     context.atIs({header.number, header.offset, header.seconds, 0});
     ++context.counts().records;
     if (record.hasBody) {
-        readHeld(context, record);
+        readBody(context, record);
     } else if (isSupported(header)) {
         context.reportBrokenRecord("record of " + std::to_string(header.length) +
                                    " octets, expected at most " +
@@ -21,7 +21,7 @@ void RecordParser::read(RecordContext& context, MrtRecord const& record) {
     }
 }
 
-void RecordParser::readHeld(RecordContext& context, MrtRecord const& record) {
+void RecordParser::readBody(RecordContext& context, MrtRecord const& record) {
     RecordHeader const& header = record.header;
     switch (header.type) {
     case MrtType::tableDump:

@@ -20,7 +20,7 @@ class RecordParser {
     void read(RecordContext& context, MrtRecord const& record);
 
   private:
-    void readHeld(RecordContext& context, MrtRecord const& record);
+    void readBody(RecordContext& context, MrtRecord const& record);
 
     RibReader ribReader_;
     Bgp4mpReader bgp4mpReader_;

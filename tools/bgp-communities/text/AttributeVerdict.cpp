@@ -11,15 +11,15 @@ std::string verdictText(Routing::Bgp::AttributeVerdict verdict, CommunityKind ki
     case Verdict::empty:
         return "the value is empty";
     case Verdict::tooLong:
-        return "length " + std::to_string(octets) + " is more than a path attribute's " +
+        return "length " + std::to_string(octets) + " exceeds the maximum of " +
                std::to_string(maxAttributeOctets);
     case Verdict::badLength:
-        return "length " + std::to_string(octets) + " is no multiple of " +
+        return "length " + std::to_string(octets) + " is not a multiple of " +
                std::to_string(traitsOf(kind).memberOctets);
     case Verdict::severalLinkBandwidths:
-        return "two different link bandwidths, where a list carries one";
+        return "two different link bandwidths, at most one is allowed";
     case Verdict::severalOriginValidationStates:
-        return "two different origin validation states, where a list carries one";
+        return "two different origin validation states, at most one is allowed";
     case Verdict::transitiveLinkBandwidth:
         return "transitive link bandwidth";
     case Verdict::transitiveOriginValidationState:

@@ -31,7 +31,7 @@ void appendBigEndian(std::string& out, Integer value) {
     }
 }
 
-// ---- What the value octets mean, by the object that the community became ------------------------
+// ---- The fields of an extended community, by its class -----------------------------------------
 
 void writeFields(JsonWriter& json, ExtCommLinkBandwidth const& extComm) {
     json.key("as").number(extComm.asNumber().number());
@@ -78,7 +78,7 @@ void writeFields(JsonWriter& json, ExtCommOriginValidationState const& extComm) 
     json.key("state").string(stateName(extComm.state()));
 }
 
-/** Writes the fields of a community that is a `Class`; false for one that is none. */
+/** Writes the fields of a community of class `Class`; returns false for other classes. */
 template <class Class>
 bool writeFieldsOf(JsonWriter& json, ExtComm const& extComm) {
     auto const* const object = dynamic_cast<Class const*>(&extComm);
@@ -88,7 +88,7 @@ bool writeFieldsOf(JsonWriter& json, ExtComm const& extComm) {
     return object != nullptr;
 }
 
-/** The first that fits says it all: a class stands before its base. */
+/** The first match is used, so a class comes before its base. */
 constexpr auto fieldWriters = std::to_array<bool (*)(JsonWriter&, ExtComm const&)>({
     writeFieldsOf<ExtCommLinkBandwidth>,
     writeFieldsOf<ExtCommAsNumber>,
@@ -113,7 +113,7 @@ void writeFields(JsonWriter& json, ExtCommIp6 const& extCommIp6) {
     json.key("local").number(extCommIp6.getContent().localAdmin());
 }
 
-/** One of the texts for policy is `text`. */
+/** Whether `text` is one of the texts for policy. */
 template <class Comm>
 bool hasForm(Comm const& comm, std::string_view text) {
     using Format = typename Comm::StrepFormat;
@@ -125,7 +125,7 @@ bool hasForm(Comm const& comm, std::string_view text) {
     return false;
 }
 
-/** The text for policy under every flag word there is. */
+/** Writes the text for policy for every combination of flags. */
 template <class Comm>
 void writeForms(JsonWriter& json, Comm const& comm) {
     using Format = typename Comm::StrepFormat;

@@ -14,20 +14,18 @@
 
 namespace BgpCommunities {
 
-/** How much JSON says of a value: its members with their fields; its octets in the library's order
-    and as a path attribute as well; or every text form and selection too. */
+/** The detail of JSON output: members with their fields; also the octets in the library's order and
+   as a path attribute; also every text form and selection. */
 enum class Detail { lean, whole, withForms };
 
-/** The library's text of a member shows all that the program's name would. */
+/** Whether the library's text of a member shows as much as the program's name for it. */
 bool isNamedByLibrary(CommunityKind kind, Octets member);
 
 /**
- * Formats members of lists: the library's text, the program's name and the dictionary's meaning,
- * all that is known as JSON, and the octets as on the wire. Members are as the lists have them:
- * values, or pointers to interned objects.
+ * Formats members of lists: as text (library's text, program's name, dictionary's meaning), as JSON
+ * and as octets on the wire. Members are values or pointers to interned objects, as in the lists.
  *
- * Owns the memory that the texts are made in, and reuses it. The dictionary is not owned.
- * Thread-compatible.
+ * Owns its buffers and reuses them; does not own the dictionary. Thread-compatible.
  */
 class CommunityFormatter {
   public:
@@ -38,7 +36,7 @@ class CommunityFormatter {
     explicit CommunityFormatter(Dictionary const* dictionary = nullptr)
       : dictionary_(dictionary) {}
 
-    // For people; good until the next call.
+    // The library's text. Invalidated by the next call.
     std::string_view text(Routing::Bgp::U32 community);
     std::string_view text(ExtComm::PtrConst const& extComm);
     std::string_view text(ExtCommIp6::PtrConst const& extCommIp6);
@@ -49,18 +47,18 @@ class CommunityFormatter {
     void writeJson(JsonWriter& json, ExtCommIp6::PtrConst const& extCommIp6, Detail detail);
     void writeJson(JsonWriter& json, Acl::CommunityValue const& community, Detail detail);
 
-    /** Appends a tab and the name that the program has for the member, if `text()` does not show
-        it, and a tab and what the dictionary says, if it does. */
+    /** Appends a tab and the program's name for the member if `text()` does not show it, and a tab
+       and the dictionary's description if there is one. */
     template <class Member>
     void appendNotes(std::string& out, CommunityKind kind, Member const& member) {
         appendNotes(out, kind, octets(member));
     }
 
-    /** One of the texts that the library prints for an extended community is `printed`. */
+    /** Whether `printed` is one of the library's texts for an extended community. */
     bool prints(ExtComm::PtrConst const& extComm, std::string_view printed);
     bool prints(ExtCommIp6::PtrConst const& extCommIp6, std::string_view printed);
 
-    /** The octets of a member as on the wire; good until the next call. */
+    /** The octets of a member as on the wire. Invalidated by the next call. */
     template <class Member>
     Octets octets(Member const& member) {
         octets_.clear();
@@ -77,7 +75,7 @@ class CommunityFormatter {
     template <class Member>
     void writeOctets(JsonWriter& json, Member const& member);
 
-    /** Of the octets that were made last. */
+    /** Uses the octets of the last `octets()` call. */
     void writeMeaning(JsonWriter& json, CommunityKind kind);
     void appendNotes(std::string& out, CommunityKind kind, Octets member);
 

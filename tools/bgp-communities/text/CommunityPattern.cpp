@@ -19,7 +19,7 @@ constexpr std::string_view examples =
     "expected a value such as 64496:300, 64496:*, 64496:1:2, rt:64496:300, soo:192.0.2.1:7, "
     "color:100 or 0x0002fbf00000012c, or a name such as no-export";
 
-/** A number that was typed, or "*" for any. */
+/** A number, or any number ("*"). */
 struct Number {
     std::optional<std::uint32_t> value;
 
@@ -41,7 +41,7 @@ std::optional<Number> readNumber(std::string_view text) {
     return value ? std::optional(Number{value}) : std::nullopt;
 }
 
-/** Of RFC 5396: "65536", "1.0"; or with the mark of a four-octet one, "65536L". */
+/** Parses an AS number: "65536", "1.0" (RFC 5396), or "65536L" for a four-octet one. */
 std::optional<Number> readAs(std::string_view text) {
     if (text.ends_with('L')) {
         text.remove_suffix(1);
@@ -57,7 +57,7 @@ std::optional<Number> readAs(std::string_view text) {
     return Number{*high << 16 | *low};
 }
 
-/** The name before the first colon, in the form of the tables, synonyms replaced. */
+/** Returns the normalized name before the first colon, with synonyms replaced. */
 std::string formName(std::string_view text) {
     struct Synonym {
         std::string_view typed, name;
@@ -79,7 +79,8 @@ std::string formName(std::string_view text) {
     return found == std::end(synonyms) ? name : std::string(found->name);
 }
 
-/** The library has other texts for extended communities than the program; each begins so. */
+/** Whether the text may be one of the library's for extended communities, which differ from the
+   program's names. */
 bool mayBePrinted(std::string_view text) {
     constexpr std::string_view beginnings[] = {
         "<",          "Color:CO(",          "lbw ",           "TunnelEncap:",
@@ -98,7 +99,7 @@ bool mayBePrinted(std::string_view text) {
 
 } // namespace
 
-/** Adds alternatives to a pattern; each call says whether the text was of its form. */
+/** Adds alternatives to a pattern. Each function returns whether the text has its form. */
 class CommunityPattern::Builder {
   public:
     explicit Builder(CommunityPattern& pattern)
@@ -166,7 +167,7 @@ class CommunityPattern::Builder {
         return true;
     }
 
-    /** "ADDRESS:NUMBER", of a type and subtype or of any. */
+    /** "ADDRESS:NUMBER", of one type and subtype or of any. */
     bool ip6(Number type, std::string_view text) {
         std::size_t const colon = std::min(text.rfind(':'), text.size());
         IpAddress const address = readIpAddress(text.substr(0, colon));
@@ -228,14 +229,14 @@ class CommunityPattern::Builder {
             if (auto const number = readNumber(fields)) {
                 return color(type, *number);
             }
-            return readNumber(fields.substr(0, fields.find(','))) && printedSo(type, form, fields);
+            return readNumber(fields.substr(0, fields.find(','))) && matchName(type, form, fields);
         default:
-            return printedSo(type, form, fields);
+            return matchName(type, form, fields);
         }
     }
 
-    /** A community of this form whose name has these fields. */
-    bool printedSo(Type const& type, ExtendedForm const& form, std::string_view fields) {
+    /** Matches communities of this form whose name contains these fields. */
+    bool matchName(Type const& type, ExtendedForm const& form, std::string_view fields) {
         pattern_.name_ = std::string(form.name) + ":" + normalizedName(fields);
         beginExtended(type);
         return true;
@@ -248,7 +249,7 @@ class CommunityPattern::Builder {
         return true;
     }
 
-    /** "ADMINISTRATOR:NUMBER"; the administrator may be any, "*". */
+    /** "ADMINISTRATOR:NUMBER"; the administrator may be "*". */
     bool administered(Type const& type, ExtendedLayout layout, std::string_view fields) {
         std::size_t const colon = std::min(fields.find(':'), fields.size());
         std::string_view const first = fields.substr(0, colon);
@@ -283,7 +284,7 @@ class CommunityPattern::Builder {
         at_ = 0;
     }
 
-    /** The next octets of the alternative. */
+    /** Appends octets to the alternative. */
     void put(std::size_t octets, Number const& number) {
         Alternative& alternative = pattern_.alternatives_.back();
         for (std::size_t left = octets; left-- > 0; ++at_) {
@@ -298,7 +299,7 @@ class CommunityPattern::Builder {
 };
 
 std::string CommunityPattern::read(std::string_view text) {
-    // The program prints a well-known one as value and name.
+    // The program prints a well-known community as value and name.
     std::size_t const space = text.find(' ');
     if (space != std::string_view::npos && wellKnownCommunity(text.substr(space + 1))) {
         text = text.substr(0, space);

@@ -12,7 +12,7 @@
 namespace BgpCommunities {
 
 /**
- * The communities that somebody named on a command line: one, or all that a wildcard covers.
+ * A community, or several by wildcard, as given on a command line.
  *
  *     64496:300  64496:*  *:300     standard, and extended ones with that administrator and number
  *     no-export  NO_EXPORT          well-known
@@ -22,24 +22,25 @@ namespace BgpCommunities {
  *     0xfde80064  0002fde800000064  octets, of any kind
  *     <RouteTarget2ByteASN ...>     a text that the library prints for an extended one
  *
- * A value once it has been read; thread-compatible.
+ * Thread-compatible.
  */
 class CommunityPattern {
   public:
-    /** Returns what is wrong with the text, or nothing. */
+    /** Parses a pattern. Returns an error message, empty on success. */
     std::string read(std::string_view text);
 
-    /** Whether a member with these octets is covered. REQUIRES: as many as the kind has. */
+    /** Whether a member with these octets matches. REQUIRES: `member` has the size of a member of
+       this kind. */
     [[nodiscard]] bool covers(CommunityKind kind, Octets member) const;
 
-    /** The text if it may be one that the library prints, which only the library can compare; else
-        empty. */
+    /** The pattern if it may be a text printed by the library, which only the library can compare;
+       otherwise empty. */
     [[nodiscard]] std::string_view printed() const { return printed_; }
 
   private:
     static constexpr std::size_t maxOctets = 20;
 
-    /** Covers what has the octets of `value` where `mask` is set. */
+    /** Matches members that equal `value` in the bits set in `mask`. */
     struct Alternative {
         CommunityKind kind = CommunityKind::standard;
         std::array<std::uint8_t, maxOctets> value{};
@@ -51,7 +52,7 @@ class CommunityPattern {
     class Builder;
 
     std::vector<Alternative> alternatives_;
-    std::string name_; // of a member, if it is to be compared with that
+    std::string name_; // if not empty, must equal the name of the member
     std::string printed_;
 };
 

@@ -10,7 +10,7 @@
 
 namespace BgpCommunities {
 
-/** A number with its name, in JSON and in words. The names are literals. */
+/** A number with its JSON key and its label, both string literals. */
 struct Count {
     std::string_view key;
     std::string_view words;
@@ -19,21 +19,21 @@ struct Count {
 
 using Counts = std::vector<Count>;
 
-/** The counts of one thing; those of several have the same names in the same order. */
+/** A row of counts. All rows of a table have the same keys in the same order. */
 struct NamedCounts {
     std::string key;
     std::string words;
     Counts counts;
 };
 
-/** Writes a key for each count, into the object that is open. */
+/** Writes a key for each count into the current object. */
 void writeCounts(JsonWriter& json, Counts const& counts);
 /** Writes an object with a key for each row. */
 void writeCounts(JsonWriter& json, std::span<NamedCounts const> rows);
 
 /** Appends a line for each count. */
 void appendCounts(std::string& out, Counts const& counts);
-/** Appends a table with a column for each count; counts that are zero in all rows are left out. */
+/** Appends a table with a column for each count; counts that are zero in all rows are omitted. */
 void appendRows(std::string& out, std::string_view head, std::span<NamedCounts const> rows);
 /** Appends a table with a line for each count, and a column for each of the `columns`. */
 void appendColumns(std::string& out, std::string_view head, std::span<NamedCounts const> columns);

@@ -13,10 +13,11 @@
 namespace BgpCommunities {
 
 /**
- * What operators say that their communities mean.
+ * Operators' descriptions of their communities.
  *
- * Read from lines "ASN:PATTERN,DESCRIPTION", as public collections have them. A pattern is a field
- * for a standard community, two for a large one, or after "rt:" or "soo:" that of an extended one:
+ * Read from lines "ASN:PATTERN,DESCRIPTION", the format of public collections. A pattern has one
+ * field for a standard community, two for a large one, and one after "rt:" or "soo:" for an
+ * extended one:
  *
  *     64496:100,learned from a customer
  *     64496:2xx,...                        x: any digit
@@ -24,22 +25,22 @@ namespace BgpCommunities {
  *     64496:300-399,...                    a range
  *     rt:64496:100,...
  *
- * Empty lines and those that begin with '#' are comments. Exact patterns come before others, and
- * those before what was read later. Owns its texts. Thread-safe once it has been read.
+ * Empty lines and lines that start with '#' are ignored. Exact patterns take precedence, then
+ * earlier lines. Owns its texts. Immutable after reading.
  */
 class Dictionary {
   public:
-    /** Told of a line that is skipped: "FILE: line N: REASON". */
+    /** Called for each skipped line with "FILE: line N: REASON". */
     using Complain = std::function<void(std::string const&)>;
 
-    /** Reads a file, which may be compressed, or all files in a folder in the order of their names.
-        Throws InputError. */
+    /** Reads a file, which may be compressed, or all files of a folder in the order of their names.
+       Throws InputError. */
     void read(std::string const& path, Complain const& complain);
 
     [[nodiscard]] bool empty() const { return entries_.empty(); }
 
-    /** The description of a member; empty if there is none. REQUIRES: as many octets as the kind
-        has. The text is a stranger's: mask it before a terminal shows it. */
+    /** The description of a member; empty if unknown. The text is untrusted: mask it before
+       printing to a terminal. REQUIRES: `member` has the size of a member of this kind. */
     [[nodiscard]] std::string_view meaning(CommunityKind kind, Octets member) const;
 
   private:

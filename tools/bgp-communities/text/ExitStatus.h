@@ -4,12 +4,12 @@
 
 namespace BgpCommunities {
 
-/** What the program tells its caller in the end, from good to bad. */
+/** The exit status of the program, from best to worst. */
 enum class ExitStatus : int {
     allRead = 0,
-    malformed = 1,  // some input was: it has been named, the rest has been read
-    usage = 2,      // the command line makes no sense; nothing has been read
-    unreadable = 3, // something could not be read, or not written, or not as it must be
+    malformed = 1,  // some input was malformed; reported, the rest was read
+    usage = 2,      // invalid command line; nothing was read
+    unreadable = 3, // some input could not be read, or some output not written
 };
 
 constexpr ExitStatus worse(ExitStatus a, ExitStatus b) {

@@ -18,7 +18,7 @@ consteval std::array<bool, 256> plainOctets() {
     return plain;
 }
 
-/** By octet: whether it stands for itself between the quotes of a string. */
+/** By octet: whether it needs no escape in a string. */
 constexpr std::array<bool, 256> isPlain = plainOctets();
 
 } // namespace
@@ -41,8 +41,8 @@ JsonWriter& JsonWriter::string(std::string_view text) {
     return *this;
 }
 
-/** Writes the first character of `text`, or its first octet if that is not UTF-8; returns how many
-    octets those were. */
+/** Writes the first character of `text`, or its first octet if it is not UTF-8. Returns the number
+   of octets consumed. */
 std::size_t JsonWriter::character(std::string_view text) {
     auto const [codePoint, octets] = utf8Character(text);
     if (octets == 0) {
@@ -52,7 +52,7 @@ std::size_t JsonWriter::character(std::string_view text) {
     if (codePoint == '"' || codePoint == '\\') {
         out_ += '\\';
         out_ += text[0];
-    } else if (movesTerminal(codePoint)) {
+    } else if (isTerminalControl(codePoint)) {
         escape(codePoint);
     } else {
         out_ += text.substr(0, octets);

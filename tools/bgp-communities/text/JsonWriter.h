@@ -12,13 +12,13 @@
 namespace BgpCommunities {
 
 /**
- * JSON (RFC 8259) being written, on one line and without blanks.
+ * Writes JSON (RFC 8259) on one line, without blanks.
  *
  *     json.beginObject().key("attribute").number(16).key("octets").octets(value).endObject();
  *
- * It owns nothing: it appends to the text of the caller, who calls in an order that makes sense.
- * Thread-compatible. What never changes: the output is valid UTF-8 and holds no character that
- * moves a terminal, whatever octets the strings hold.
+ * Appends to a string, which is not owned. Calls must follow the JSON grammar; this is not checked.
+ * The output is valid UTF-8 without terminal control characters, whatever the strings contain.
+ * Thread-compatible.
  */
 class JsonWriter {
   public:
@@ -33,8 +33,7 @@ class JsonWriter {
 
     JsonWriter& endArray() { return end(']'); }
 
-    /** The name of the next value of an object: one of the program's own, which stands for itself
-        between quotes. */
+    /** Writes the name of the next member of an object. REQUIRES: `name` needs no escapes. */
     JsonWriter& key(std::string_view name) {
         out_ += first_ ? "\"" : ",\"";
         out_ += name;
@@ -43,14 +42,14 @@ class JsonWriter {
         return *this;
     }
 
-    /** Octets that are not valid UTF-8, and characters that move a terminal, become \uXXXX. */
+    /** Escapes octets that are not valid UTF-8 and terminal control characters as \uXXXX. */
     JsonWriter& string(std::string_view text);
 
-    /** A string of two lower-case hexadecimal digits for each octet. */
+    /** Writes a string of two lower-case hexadecimal digits per octet. */
     JsonWriter& octets(Octets octets);
 
-    /** A value that was written before, as it stands. */
-    JsonWriter& ready(std::string_view json) {
+    /** Writes a value that is JSON already. */
+    JsonWriter& raw(std::string_view json) {
         separate();
         out_ += json;
         return *this;
@@ -68,14 +67,15 @@ class JsonWriter {
         return *this;
     }
 
-    /** The shortest digits that read back to the same number; null for what JSON cannot hold. */
+    /** Writes the shortest digits that read back as the same number; null for infinities and
+       NaN. */
     JsonWriter& real(double value) {
         if (!std::isfinite(value)) {
             return null();
         }
         separate();
         if (value == 0) {
-            // With a fraction: readers take `-0` for the integer 0.
+            // With a fraction, because readers parse `-0` as the integer 0.
             out_ += std::signbit(value) ? "-0.0" : "0";
             return *this;
         }
@@ -116,7 +116,7 @@ class JsonWriter {
     void escape(char32_t codePoint);
 
     std::string& out_;
-    bool first_ = true; // no comma before the next value: it follows a bracket, a key or nothing
+    bool first_ = true; // the next value needs no comma
 };
 
 } // namespace BgpCommunities

@@ -5,20 +5,20 @@
 
 namespace BgpCommunities {
 
-/** Standard output cannot be written; `what()` says why. */
+/** Standard output cannot be written; `what()` gives the reason. */
 class OutputError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/** Who read standard output has gone: there is nothing to complain of, and no reason to go on. */
+/** The reader of standard output has closed it. Not an error; the program stops. */
 class BrokenPipe : public std::exception {};
 
 /**
- * Standard output, in large pieces.
+ * Buffered standard output.
  *
- * It owns its buffer, not the descriptor. Thread-compatible. What is in the buffer when it goes is
- * lost: `main` flushes, because only there an error still has somewhere to go.
+ * Owns its buffer, not the descriptor. The destructor discards the buffer, because it could not
+ * report an error: `main` flushes. Thread-compatible.
  */
 class Output {
   public:
@@ -26,10 +26,10 @@ class Output {
     Output(Output const&) = delete;
     Output& operator=(Output const&) = delete;
 
-    /** What is being written: to append to. */
+    /** The buffer; append output here. */
     std::string& text() { return text_; }
 
-    /** Appends the end of a line and writes what there is if it is much. */
+    /** Ends a line; flushes a large buffer. */
     void endLine() {
         text_ += '\n';
         if (text_.size() >= pieceOctets) {

@@ -33,7 +33,7 @@ void ProblemLog::reportUnreadable(std::string const& reason) {
 
 void ProblemLog::report(std::size_t kind, std::string_view file, RecordPosition const& at,
                         std::string_view reason) {
-    if (!isNamed(kind, counts_[kind]++)) {
+    if (!isReported(kind, counts_[kind]++)) {
         return;
     }
     std::string line(file);
@@ -43,10 +43,10 @@ void ProblemLog::report(std::size_t kind, std::string_view file, RecordPosition 
 }
 
 void ProblemLog::take(ProblemLog& other) {
-    // Whatever is to be named here is held there: the first few of each kind are.
+    // The other log has every message needed here: it keeps the first few of each kind.
     auto before = counts_;
     for (Line& line : other.lines_) {
-        if (isNamed(line.kind, before[line.kind]++)) {
+        if (isReported(line.kind, before[line.kind]++)) {
             say(std::move(line));
         }
     }
@@ -58,9 +58,9 @@ void ProblemLog::take(ProblemLog& other) {
 
 void ProblemLog::summarise() const {
     for (std::size_t kind = 0; kind <= refusedKind && !verbose_; ++kind) {
-        if (counts_[kind] > named) {
-            complain(std::to_string(counts_[kind] - named) + " more " + std::string(plural(kind)) +
-                     "; --verbose names them");
+        if (counts_[kind] > maxReported) {
+            complain(std::to_string(counts_[kind] - maxReported) + " more " +
+                     std::string(plural(kind)) + "; use --verbose to list them");
         }
     }
 }
@@ -73,13 +73,13 @@ ExitStatus ProblemLog::status() const {
     return any ? ExitStatus::malformed : ExitStatus::allRead;
 }
 
-/** One of that kind is named where there were that many before it. */
-bool ProblemLog::isNamed(std::size_t kind, std::uint64_t before) const {
-    return verbose_ || kind == unreadableKind || before < named;
+/** Whether a problem is reported that comes after `before` others of its kind. */
+bool ProblemLog::isReported(std::size_t kind, std::uint64_t before) const {
+    return verbose_ || kind == unreadableKind || before < maxReported;
 }
 
 void ProblemLog::say(Line line) {
-    if (hold_) {
+    if (defer_) {
         lines_.push_back(std::move(line));
     } else {
         complain(line.text);

@@ -12,42 +12,41 @@
 namespace BgpCommunities {
 
 /**
- * What is wrong with the dumps of one run: named on standard error, the first few of each kind, or
- * all of them.
+ * Reports the problems of one run on standard error: the first few of each kind, or all.
  *
- * It owns its counters and the lines that it holds. Thread-compatible.
+ * Thread-compatible.
  */
 class ProblemLog {
   public:
     explicit ProblemLog(bool verbose)
       : verbose_(verbose) {}
 
-    /** All are named. */
+    /** Whether all problems are reported. */
     [[nodiscard]] bool verbose() const { return verbose_; }
 
-    /** Holds what it would say from now on, until another log takes it. */
-    void holdIs(bool hold) { hold_ = hold; }
+    /** Whether messages are kept until another log takes them, instead of printed. */
+    void deferIs(bool defer) { defer_ = defer; }
 
     void report(Problem const& problem);
 
-    /** The same for an attribute that is well-formed and still left out. */
+    /** Reports a well-formed attribute that the library refuses. */
     void reportRefused(std::string_view file, RecordPosition const& at, std::string_view reason);
 
-    /** The same for a file that cannot be read, or not to its end; each is named. */
+    /** Reports a file that cannot be read, or not to its end. Never suppressed. */
     void reportUnreadable(std::string const& reason);
 
-    /** Takes what another log holds, as if it were reported here now; that one is empty then. */
+    /** Moves the messages and counts of another log to this one, as if reported here now. */
     void take(ProblemLog& other);
 
-    /** Says how many have not been named. */
+    /** Reports how many problems were suppressed. */
     void summarise() const;
 
     [[nodiscard]] ExitStatus status() const;
 
   private:
-    static constexpr std::size_t refusedKind = 8; // behind those of ProblemKind
+    static constexpr std::size_t refusedKind = 8; // after those of ProblemKind
     static constexpr std::size_t unreadableKind = 9;
-    static constexpr std::uint64_t named = 3;
+    static constexpr std::uint64_t maxReported = 3;
 
     struct Line {
         std::size_t kind;
@@ -55,15 +54,15 @@ class ProblemLog {
     };
 
     static std::string_view plural(std::size_t kind);
-    [[nodiscard]] bool isNamed(std::size_t kind, std::uint64_t before) const;
+    [[nodiscard]] bool isReported(std::size_t kind, std::uint64_t before) const;
     void say(Line line);
     void report(std::size_t kind, std::string_view file, RecordPosition const& at,
                 std::string_view reason);
 
     bool verbose_;
-    bool hold_ = false;
+    bool defer_ = false;
     std::array<std::uint64_t, unreadableKind + 1> counts_{};
-    std::vector<Line> lines_; // held, in their order
+    std::vector<Line> lines_; // kept messages, in order
 };
 
 } // namespace BgpCommunities

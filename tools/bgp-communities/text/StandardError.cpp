@@ -21,17 +21,17 @@ namespace {
 
 constexpr std::string_view clearLine = "\r\x1b[K";
 
-/** There may be a progress line. A signal handler reads it. */
+/** There may be a progress line. Read by a signal handler. */
 std::atomic<bool> lineShown{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-/** One call for one line, so that those of several processes do not mix. */
+/** Writes a line in one call, so that lines of several processes do not mix. */
 void write(std::string_view text) {
-    // Where an error of standard error itself would go, nobody knows.
+    // An error of standard error itself cannot be reported.
     [[maybe_unused]] auto const written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 
-/** Installed so that the signal acts as if nobody had caught it once it is raised again. */
+/** Installed with SA_RESETHAND: raising the signal again has its default effect. */
 extern "C" void handleInterrupt(int signal) {
     if (lineShown) {
         write(clearLine);
@@ -66,7 +66,7 @@ std::string timeText(double seconds) {
     return text.data();
 }
 
-/** The end of the name, masked, in at most `columns` octets. */
+/** Returns the end of the masked name, in at most `columns` octets. */
 std::string shortName(std::string_view name, std::size_t columns) {
     constexpr std::string_view gap = "...";
     std::string text = masked(name);
@@ -75,20 +75,20 @@ std::string shortName(std::string_view name, std::size_t columns) {
     }
     std::size_t from = text.size() - (columns - std::min(columns, gap.size()));
     while (from < text.size() && (static_cast<unsigned char>(text[from]) & 0xc0) == 0x80) {
-        ++from; // not in the middle of a character of several octets
+        ++from; // do not split a multi-octet character
     }
     return text.replace(0, from, gap);
 }
 
-/** How far the reading of one file has come; a plain value. */
+/** The progress of reading one file. */
 struct ReadingProgress {
     std::string_view name;
     std::uint64_t octets = 0; // of the file itself
-    std::uint64_t size = 0;   // of the file; 0 if it is not known
-    double seconds = 0;       // since the reading began
+    std::uint64_t size = 0;   // of the file; 0 if unknown
+    double seconds = 0;       // since reading started
 };
 
-/** What stands behind the name. */
+/** The text after the name. */
 std::string measures(ReadingProgress const& progress) {
     auto const octets = static_cast<double>(progress.octets);
     auto const size = static_cast<double>(progress.size);
@@ -107,8 +107,8 @@ std::string measures(ReadingProgress const& progress) {
     return text;
 }
 
-/** The progress in one line of at most `columns` octets: what does not fit is left out of the
-    beginning of the name, and then the line is cut. */
+/** Returns the progress as one line of at most `columns` octets. Shortens the start of the name
+   first, then truncates the line. */
 std::string progressText(ReadingProgress const& progress, std::size_t columns) {
     std::string text = measures(progress);
     std::size_t const left = columns - std::min(columns, text.size());
@@ -159,7 +159,7 @@ void Progress::show(InputStream const& input, Clock::time_point begun) {
     ReadingProgress const progress = {input.name(), input.sourceOctets(), input.sourceSize(),
                                       std::chrono::duration<double>(now - begun).count()};
     std::string line(clearLine);
-    // Not in the last column: some terminals would begin a new line.
+    // Not in the last column, where some terminals wrap.
     line += progressText(progress, terminalColumns(STDERR_FILENO).value_or(defaultColumns) - 1);
     lineShown = true;
     write(line);

@@ -10,17 +10,16 @@ class InputStream;
 /** Writes one line, "bgp-communities: MESSAGE", to standard error. */
 void complain(std::string_view message);
 
-/** SIGINT and SIGTERM leave no progress line behind when they end the process, as they would have
-    ended it anyway; where they were ignored when the process began, they are. */
+/** Makes SIGINT and SIGTERM erase the progress line before they end the process. A signal that was
+   ignored when the process started stays ignored. */
 void installInterrupts();
 
 /**
- * The line on a terminal that says how far a long work has come; where standard error is no
- * terminal, nothing.
+ * Shows progress in the last line of the terminal. Does nothing if standard error is not a
+ * terminal.
  *
- * It owns the last line of the terminal until it goes, and leaves it empty. One at a time.
- * Thread-compatible. It writes a few times a second, however often it is told, and nothing in the
- * first second.
+ * Writes a few times a second at most, and nothing in the first second. The destructor erases the
+ * line. At most one object may exist at a time. Thread-compatible.
  */
 class Progress {
   public:
@@ -31,7 +30,7 @@ class Progress {
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;
 
-    /** There is somebody to show it to; never changes. */
+    /** Whether standard error is a terminal; constant. */
     [[nodiscard]] bool active() const { return active_; }
 
     void show(InputStream const& input, Clock::time_point begun);

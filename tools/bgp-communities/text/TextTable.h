@@ -6,8 +6,8 @@
 namespace BgpCommunities {
 
 /**
- * Rows of text whose columns stand below one another: the first to the left, all others to the
- * right. A plain value that owns its cells. Thread-compatible.
+ * A table of text with aligned columns: the first one to the left, all others to the right.
+ * Thread-compatible.
  */
 class TextTable {
   public:

@@ -10,8 +10,8 @@ unsigned char octetAt(std::string_view text, std::size_t at) {
     return static_cast<unsigned char>(text[at]);
 }
 
-/** The first octets of well-formed sequences, their length, and the range of the second octet
-    (Unicode, table 3-7); all further octets are 80 to bf. */
+/** First octets of well-formed sequences, with the length and the range of the second octet
+   (Unicode, table 3-7). All further octets are 80 to bf. */
 struct Utf8Lead {
     unsigned char first, last;
     std::size_t length;
@@ -28,12 +28,12 @@ struct Range {
     char32_t first, last;
 };
 
-constexpr Range terminalMovers[] = {
+constexpr Range terminalControls[] = {
     {0x00, 0x1f},     {0x7f, 0x9f},     {0x061c, 0x061c},
     {0x200e, 0x200f}, {0x2028, 0x202e}, {0x2066, 0x2069},
 };
 
-/** The sequence of `row` at the start of `text`, if it is one. */
+/** Decodes a sequence described by `row` at the start of `text`; 0 octets if malformed. */
 Utf8Character sequence(std::string_view text, Utf8Lead const& row) {
     unsigned char const second = octetAt(text, 1);
     bool valid = second >= row.secondLow && second <= row.secondHigh;
@@ -60,8 +60,8 @@ Utf8Character utf8Character(std::string_view text) {
     return {};
 }
 
-bool movesTerminal(char32_t codePoint) {
-    return std::any_of(std::begin(terminalMovers), std::end(terminalMovers), [&](Range range) {
+bool isTerminalControl(char32_t codePoint) {
+    return std::any_of(std::begin(terminalControls), std::end(terminalControls), [&](Range range) {
         return codePoint >= range.first && codePoint <= range.last;
     });
 }
@@ -72,7 +72,7 @@ std::string masked(std::string_view text) {
     while (!text.empty()) {
         Utf8Character const character = utf8Character(text);
         std::size_t const octets = std::max<std::size_t>(character.octets, 1);
-        if (character.octets == 0 || movesTerminal(character.codePoint)) {
+        if (character.octets == 0 || isTerminalControl(character.codePoint)) {
             out += '?';
         } else {
             out += text.substr(0, octets);

@@ -11,7 +11,7 @@ struct WellKnown {
     std::string_view name;
 };
 
-/** In order; of several names the first is printed. */
+/** Sorted. If a community has several names, the first one is printed. */
 constexpr WellKnown wellKnown[] = {
     {0xffff0000, "graceful-shutdown"}, // RFC 8326
     {0xffff0000, "gshut"},

@@ -1,4 +1,4 @@
-#include "ListMemory.h"
+#include "ListTextCache.h"
 
 #include "input/Hex.h"
 #include "text/MemberName.h"
@@ -6,20 +6,20 @@
 
 namespace BgpCommunities {
 
-void ListMemory::make(Octets value, ListText& made) {
-    made.text.clear();
-    made.notes.clear();
-    made.met = 0;
-    made.fault = decoder_->decode(value);
-    appendText(made.text, value, made.fault);
-    if (made.fault.empty()) {
-        appendNotes(made.notes, value);
-        made.met = filter_.conditionsMetBy(*decoder_);
+void ListTextCache::make(Octets value, ListText& result) {
+    result.text.clear();
+    result.notes.clear();
+    result.met = 0;
+    result.fault = decoder_->decode(value);
+    appendText(result.text, value, result.fault);
+    if (result.fault.empty()) {
+        appendNotes(result.notes, value);
+        result.met = filter_.conditionsMetBy(*decoder_);
     }
     decoder_->release();
 }
 
-void ListMemory::appendText(std::string& out, Octets value, std::string_view fault) {
+void ListTextCache::appendText(std::string& out, Octets value, std::string_view fault) {
     if (format_ == RouteFormat::json) {
         JsonWriter json(out);
         decoder_->writeJson(json, value, fault, detail_);
@@ -34,9 +34,9 @@ void ListMemory::appendText(std::string& out, Octets value, std::string_view fau
     }
 }
 
-/** As text the names that the library's text does not show, and all meanings; in TSV, whose members
-    are names, only meanings. */
-void ListMemory::appendNotes(std::string& out, Octets value) const {
+/** For text, appends the names that the library's text does not show, and all meanings; for TSV,
+   where members are names, only meanings. */
+void ListTextCache::appendNotes(std::string& out, Octets value) const {
     CommunityKind const kind = decoder_->kind();
     std::size_t const size = traitsOf(kind).memberOctets;
     if (format_ == RouteFormat::json) {
@@ -58,7 +58,7 @@ void ListMemory::appendNotes(std::string& out, Octets value) const {
 }
 
 /** In TSV, with backslashes doubled: programs that load it take them for escapes. */
-void ListMemory::appendMeaning(std::string& out, std::string_view meaning) const {
+void ListTextCache::appendMeaning(std::string& out, std::string_view meaning) const {
     for (char const character : masked(meaning)) {
         out.append(character == '\\' && format_ == RouteFormat::tsv ? 2 : 1, character);
     }

@@ -14,9 +14,9 @@ namespace BgpCommunities {
 /** How routes are printed. */
 enum class RouteFormat : std::uint8_t { text, json, tsv };
 
-/** One attribute, formatted; a plain value. */
+/** A formatted attribute. */
 struct ListText {
-    std::string text;  // ready to be printed; of a faulty one its octets and the fault
+    std::string text;  // for printing; octets and fault if malformed or refused
     std::string notes; // names and meanings of members
     std::string fault; // why the attribute is malformed or refused
     RouteFilter::Conditions met = 0;
@@ -25,29 +25,29 @@ struct ListText {
 };
 
 /**
- * Formats the attributes of one kind, and applies the filter to them, once for all routes that
- * carry the same.
+ * Formats the attributes of one kind and applies the filter to them. Caches the results, because
+ * most routes carry an attribute of an earlier one.
  *
- * Owns its decoder; filter and dictionary are not owned. Thread-compatible. What it remembers is
- * bounded (OctetCache).
+ * Owns its decoder; does not own filter and dictionary. The cache is bounded (OctetCache).
+ * Thread-compatible.
  */
-class ListMemory {
+class ListTextCache {
   public:
-    ListMemory(std::unique_ptr<AttributeDecoder> decoder, RouteFilter const& filter,
-               Dictionary const& dictionary, RouteFormat format, Detail detail)
+    ListTextCache(std::unique_ptr<AttributeDecoder> decoder, RouteFilter const& filter,
+                  Dictionary const& dictionary, RouteFormat format, Detail detail)
       : decoder_(std::move(decoder))
       , filter_(filter)
       , dictionary_(dictionary)
       , format_(format)
       , detail_(detail) {}
 
-    /** Of the value of an attribute, malformed or not. Good until the next call. */
+    /** Returns the text of an attribute value, malformed or not. Invalidated by the next call. */
     ListText const& find(Octets value) {
-        return memory_.find(value, [&](ListText& made) { make(value, made); });
+        return cache_.find(value, [&](ListText& result) { make(value, result); });
     }
 
   private:
-    void make(Octets value, ListText& made);
+    void make(Octets value, ListText& result);
     void appendText(std::string& out, Octets value, std::string_view fault);
     void appendNotes(std::string& out, Octets value) const;
     void appendMeaning(std::string& out, std::string_view meaning) const;
@@ -57,7 +57,7 @@ class ListMemory {
     Dictionary const& dictionary_;
     RouteFormat format_;
     Detail detail_;
-    OctetCache<ListText> memory_;
+    OctetCache<ListText> cache_;
 };
 
 } // namespace BgpCommunities
