@@ -45,7 +45,7 @@ TEST(CompactVector, IsUnchangedIfAllocationFails) {
         EXPECT_THROW(vector.append(vector), std::bad_alloc);
         EXPECT_THROW(vector.resize(9), std::bad_alloc);
         EXPECT_THROW(vector.reserve(9), std::bad_alloc);
-        vector.shrinkToFit(); // full: nothing to do
+        vector.shrinkToFit(); // full: no effect
     }
     EXPECT_EQ(vector.data(), place);
     EXPECT_EQ(vector.size(), 8U);
@@ -280,7 +280,7 @@ TEST_P(CommLists, CanBeInternedAgainAfterAFailedAllocation) {
         }
         EXPECT_EQ(list->dedup(table.get())->toStrep(), "1:0:0 2:0:0 3:0:0 4:0:0 5:0:0");
     }
-    EXPECT_GT(succeeding, 1) << "nothing had to be allocated";
+    EXPECT_GT(succeeding, 1) << "nothing was allocated";
 }
 
 template <class List>
@@ -357,8 +357,7 @@ class CommListVerdicts : public testing::TestWithParam<bool> {
 
 INSTANTIATE_TEST_SUITE_P(Mode, CommListVerdicts, bothPointerModes(), pointerModeName);
 
-/// Lists are created and destroyed at the same addresses, more of them than an expression
-/// remembers.
+/// Creates and destroys lists at the same addresses, more than an expression caches.
 TEST_P(CommListVerdicts, AgreeWithTheTextWhateverIsCached) {
     auto const table = commListDedupTableFactory();
     auto const largeTable = largeCommListDedupTableFactory();

@@ -277,7 +277,7 @@ TEST_P(ExtCommLists, SnapshotsMayBeReleasedWhileInUse) {
     });
     EXPECT_EQ(visited, 2);
 
-    // The replaced value holds the last reference, and an observer of its removal drops the
+    // The replaced value has the last reference, and an observer of its removal releases the
     // snapshot.
     struct Observer : NotifyingRouteTargetList::Notifiee {
         using Notifiee::Notifiee;
@@ -428,7 +428,7 @@ TEST_P(ExtCommLists, VerdictsAreCachedWhileTheListIsInterned) {
     };
     auto list = fill({rt1});
     list->commIs(own);
-    EXPECT_EQ(asked(*list, regex) + asked(*list, regex), 4) << "it may still change";
+    EXPECT_EQ(asked(*list, regex) + asked(*list, regex), 4) << "not frozen yet";
     list->dedup(table.get());
     EXPECT_EQ(asked(*list, regex), 2);
     EXPECT_EQ(asked(*list, other), 2);

@@ -13,9 +13,9 @@
 #include <unordered_map>
 #include <vector>
 
-// The published hashes of lists and of IPv6-address-specific communities are not keyed: a peer can
-// make as many contents with one hash as it likes. Interning these must cost no more than interning
-// others.
+// The published hashes of lists and of IPv6-address-specific communities are not keyed, so a peer
+// can send any number of contents with the same hash. Interning them must not cost more than
+// interning others.
 
 using namespace Routing::Bgp;
 using Mox::U32;
@@ -32,11 +32,11 @@ double threadTime() {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-/// With the published hash as the place, the slowdown would be in the hundreds.
+/// If placement used the published hash, the slowdown would be in the hundreds.
 constexpr double bound = 3;
 
-/// The time that it takes to intern and release the contents. `intern` returns a counted pointer.
-/// Gives up after `limit` seconds.
+/// Measures the time to intern and release the contents. `intern` returns a counted pointer. Gives
+/// up after `limit` seconds.
 template <class Content, class Intern>
 double timeOf(std::vector<Content> const& all, Intern const& intern, double limit) {
     std::vector<decltype(intern(all[0]))> held;
@@ -49,8 +49,8 @@ double timeOf(std::vector<Content> const& all, Intern const& intern, double limi
     return threadTime() - start;
 }
 
-/// How many times longer the colliding contents take than the ordinary ones: by the shortest of
-/// some runs of each, which alternate.
+/// Returns how many times longer the colliding contents take than ordinary ones, comparing the
+/// shortest of several alternating runs.
 template <class Content, class Intern>
 double slowdown(std::vector<Content> const& colliding, std::vector<Content> const& ordinary,
                 Intern const& intern) {
@@ -82,7 +82,7 @@ void expectNoSlowdown(std::vector<Content> const& colliding, std::vector<Content
 constexpr std::size_t pairs = 15;
 static_assert(std::size_t{1} << pairs == contents);
 
-// Number `n` of the values that a list may have in place `place`; they ascend with the place.
+// Returns value number `n` for position `place` of a list; values ascend with the position.
 void makeValue(U32 place, U32 n, U32& value) {
     value = place << 24 | n;
 }
@@ -104,8 +104,8 @@ void addTo(Mox::OneAtATimeHash& hash, Acl::CommunityValue const& value) {
 template <class Value>
 using Pairs = std::array<std::array<Value, 2>, pairs>;
 
-/// Pairs of values such that the published hash of a list is the same whichever value of each pair
-/// it holds.
+/// Finds pairs of values such that the published hash of a list does not depend on which value of
+/// each pair it contains.
 template <class Value>
 Pairs<Value> collidingPairs() {
     Pairs<Value> result{};
@@ -137,7 +137,7 @@ Pairs<Value> ordinaryPairs() {
     return result;
 }
 
-/// All the lists that have one value of each pair.
+/// Returns all lists with one value of each pair.
 template <class Value>
 std::vector<std::array<Value, pairs>> choices(Pairs<Value> const& values) {
     std::vector<std::array<Value, pairs>> result(contents);
@@ -178,7 +178,7 @@ constexpr U32 step(U32 state, U8 octet) {
     return state ^ state >> 6;
 }
 
-/// The state before step() with that octet.
+/// Returns the state before step() with this octet.
 constexpr U32 stepBack(U32 state, U8 octet) {
     U32 sum = state;
     for (int i = 0; i < 5; ++i) {
@@ -192,8 +192,8 @@ static_assert(stepBack(step(0x89abcdef, 0x5a), 0x5a) == 0x89abcdef);
 
 using Half = std::array<U8, 6>;
 
-/// Six octets each that lead the hash from one state to another: first and last three octets are
-/// met in the middle.
+/// Finds sequences of six octets that take the hash from one state to another, by meeting in the
+/// middle of the first and last three octets.
 std::vector<Half> ways(U32 from, U32 to, std::size_t count) {
     constexpr U32 tried = 1U << 20;
     std::unordered_map<U32, U32> middles;
@@ -218,7 +218,7 @@ std::vector<Half> ways(U32 from, U32 to, std::size_t count) {
     return result;
 }
 
-/// Communities whose addresses begin with one of the first halves and go on with one of the second.
+/// Returns communities whose addresses combine a first half with a second half.
 std::vector<ExtCommIp6Content> combinations(std::vector<Half> const& first,
                                             std::vector<Half> const& second) {
     std::vector<ExtCommIp6Content> result;

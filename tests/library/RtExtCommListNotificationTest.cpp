@@ -67,7 +67,7 @@ TEST_P(RtExtCommLists, AreInTheCollectionWhileReferenced) {
     EXPECT_EQ(notifier->toStrep(), rts->toStrep());
     first = nullptr;
     second = nullptr;
-    EXPECT_EQ(row.observer.went, 0) << "a holder of the part keeps it in use";
+    EXPECT_EQ(row.observer.went, 0) << "the held part keeps it in use";
     rts = nullptr;
     EXPECT_EQ(row.observer.came, 1);
     EXPECT_EQ(row.observer.went, 1);

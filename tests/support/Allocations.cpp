@@ -8,7 +8,7 @@ namespace {
 
 std::atomic<unsigned long> allocations{0};
 std::atomic<unsigned long> octetsAllocated{0};
-/// Unlimited while negative.
+/// Unlimited if negative.
 std::atomic<long> allocationsLeft{-1};
 std::atomic<long> failuresLeft{-1};
 
@@ -81,7 +81,7 @@ void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
-// The sanitizers bring array forms of their own, which would not come here.
+// The sanitizers define their own array forms, which do not call these.
 void* operator new[](std::size_t octets) {
     return ::operator new(octets);
 }

@@ -1,24 +1,24 @@
 #pragma once
 
-/// The allocations of a test's whole process: counted, and made to fail on demand. The operators
-/// that do it are in Allocations.cpp, linked to every test.
+/// Counts the allocations of the test process and makes them fail on demand. The operators are in
+/// Allocations.cpp, which is linked to every test.
 
-/// How many there have been so far.
+/// The number of allocations so far.
 unsigned long allocationsSoFar() noexcept;
 
-/// How many octets they asked for, those that have been given back included.
+/// The number of octets requested so far, including freed ones.
 unsigned long octetsAllocatedSoFar() noexcept;
 
-/// What the first objects of a few sizes ask for beside their own octets: interned objects share
-/// chunks, except under the address sanitizer.
+/// Additional octets requested by the first objects of a few sizes: interned objects share chunks,
+/// except under the address sanitizer.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr unsigned long objectChunks = 0;
 #else
 constexpr unsigned long objectChunks = 4UL * (64 << 10);
 #endif
 
-/// While one lives, `succeeding` more allocations succeed, the next `failing` ones fail, and then
-/// all succeed again; if `failing` is negative, all others fail.
+/// During its lifetime, `succeeding` more allocations succeed, the next `failing` ones fail, and
+/// all later ones succeed; if `failing` is negative, all later ones fail.
 class FailingAllocations {
   public:
     explicit FailingAllocations(long succeeding, long failing = -1) noexcept;

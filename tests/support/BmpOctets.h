@@ -6,7 +6,7 @@
 
 namespace BgpCommunities::Test {
 
-/** Octets of a BMP session (RFC 7854) that a test makes up. */
+/** Builds octets of a BMP session (RFC 7854). */
 
 inline std::string bmp(unsigned int type, std::string const& body) {
     return u8(3) + u32(6 + body.size()) + u8(type) + body;

@@ -21,9 +21,9 @@
 #include <utility>
 #include <vector>
 
-/// What the tests of many units expect in one and the same way.
+/// Expectations shared by the tests of several units.
 
-/// The text of the error that a call ends with; an error of another kind fails the test.
+/// Returns the text of the error thrown by a call. Any other error fails the test.
 template <class Error, class Call>
 std::string errorOf(Call call) {
     try {
@@ -40,7 +40,7 @@ void expectReadsBack(T const& value) {
     EXPECT_EQ(Mox::strepToValue<T>(text), value) << text;
 }
 
-/// The numbers below 65,536 that an enumeration accepts.
+/// Returns the numbers below 65,536 that an enumeration accepts.
 template <class Enumeration>
 std::set<unsigned> acceptedBy() {
     std::set<unsigned> numbers;
@@ -59,8 +59,8 @@ std::string dumpOf(Dumped const& dumped, Mox::U32 indent) {
     return std::string(context->text());
 }
 
-/// A call that breaks a contract, and the text that it dies with, or part of that, to the letter.
-/// "#" stands for a line number, a leading "^" for the start of the text.
+/// A call that violates a contract, and (part of) the literal text it dies with. "#" matches a line
+/// number, a leading "^" the start of the text.
 struct BrokenContract {
     char const* text;
     std::function<void()> call;
@@ -79,8 +79,8 @@ inline void expectAssertions(std::vector<BrokenContract> const& contracts) {
     }
 }
 
-/// A stream that is set as oddly as it can be, in a locale that groups every digit. That locale is
-/// the global one too for as long as the stream lives.
+/// A stream with unusual flags and a locale that groups every digit, which is also the global
+/// locale during the lifetime of the stream.
 class OddStream : public std::ostringstream {
   public:
     explicit OddStream(std::ios_base::fmtflags more = {}) {
@@ -93,7 +93,7 @@ class OddStream : public std::ostringstream {
     ~OddStream() override {
         std::locale::global(before_);
         EXPECT_TRUE(flags() == flags_ && width() == 90 && fill() == '*' && precision() == 2)
-            << "the stream did not stay as it was set";
+            << "the state of the stream was changed";
     }
     OddStream(OddStream const&) = delete;
     OddStream& operator=(OddStream const&) = delete;
@@ -108,7 +108,7 @@ class OddStream : public std::ostringstream {
     std::ios_base::fmtflags flags_;
 };
 
-/// A stream that does something, once, as soon as anything is written on it.
+/// A stream that calls a function once, at the first write.
 class InterruptedStream : private std::stringbuf, public std::ostream {
   public:
     explicit InterruptedStream(std::function<void()> interrupt)
@@ -127,8 +127,8 @@ class InterruptedStream : private std::stringbuf, public std::ostream {
     std::function<void()> interrupt_;
 };
 
-/// Makes each allocation of a call fail in turn, that one alone and with all after it: the call
-/// throws `std::bad_alloc`, or returns what it returns undisturbed. Returns how many it makes.
+/// Makes each allocation of a call fail in turn, alone and with all later ones. The call must throw
+/// `std::bad_alloc` or return its normal result. Returns the number of allocations.
 template <class Call>
 long wholeOrRefused(Call call) {
     auto const whole = call();
@@ -150,7 +150,7 @@ long wholeOrRefused(Call call) {
     return allocations;
 }
 
-/// The lines that are traced while it lives, each behind its level.
+/// Collects the lines traced during its lifetime, each after its level.
 class TracedLines {
   public:
     explicit TracedLines(int level) {

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-/// The pointer mode of a test's process for as long as this lives.
+/// Sets the pointer mode of the test process during its lifetime.
 class PointerMode {
   public:
     explicit PointerMode(bool threadSafe) {

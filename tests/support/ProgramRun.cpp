@@ -33,8 +33,8 @@ void Descriptor::close() {
 
 namespace {
 
-/** A user's signals, whatever the parent of the tests ignores or blocks: a shell that starts them
-   in the background has them ignore SIGINT. */
+/** Resets signals, because the parent may ignore or block some: a shell makes background processes
+   ignore SIGINT. */
 class UsersSignals {
   public:
     UsersSignals() {

@@ -10,8 +10,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-/// Places for the stores of one test, which nobody else has: a folder for files and names of
-/// segments. All goes with it.
+/// Unique places for the stores of one test: a folder for files, and names of segments. The
+/// destructor removes everything.
 class StoreFolder {
   public:
     explicit StoreFolder(std::string const& parent = testing::TempDir())
@@ -32,10 +32,10 @@ class StoreFolder {
 
     std::string const& path() const { return path_; }
 
-    /// Of a store in a segment, or in a file.
+    /// The name of a store in a segment or in a file.
     std::string store(bool isSegment) const { return isSegment ? segment_ : path_ + "/store"; }
 
-    /// Where the system shows it.
+    /// The path of the store in the file system.
     std::string fileOf(std::string const& store) const {
         return store == segment_ ? "/dev/shm/" + segment_.substr(5) : store;
     }
@@ -45,7 +45,7 @@ class StoreFolder {
     std::string segment_;
 };
 
-/// Tests of both places.
+/// Runs tests with both places.
 class StorePlaces : public testing::TestWithParam<bool> {
   protected:
     explicit StorePlaces(std::string const& parent = testing::TempDir())

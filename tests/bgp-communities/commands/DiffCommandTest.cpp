@@ -24,7 +24,7 @@ TEST(DiffCommandTest, PrintsChangedRoutesListsAndValues) {
     std::string const same = announce(1, "fbf00001 fbf00002");
     TemporaryFile const before(same + announce(2, "fbf00001") + announce(3, "fbf00003") +
                                announce(4, "fbf00001") + announce(5, "") + announce(7, "fbf00001"));
-    // Only the state at the end counts: 2 comes back as it was, 4 has gone.
+    // Only the final state is compared: 2 is unchanged, 4 is withdrawn.
     TemporaryFile const after(
         same + announce(2, "fbf00009") + announce(2, "fbf00001") +
         announce(3, "fbf00001 fbf00004") + announce(4, "") + as4Record(update("", "", prefix(4))) +

@@ -25,7 +25,8 @@ std::string const targetToo = "0102c000020100c8";
 std::string const bandwidth = "4004fbf04cee6b28";
 std::string const bandwidthToo = "4004fbf04d6e6b28";
 
-/** What stands between `head` and the next quote, and is taken off `text`; "?" if it is not there.
+/** Removes the text up to the next quote after `head`, and returns the part after `head`; "?" if
+   missing.
  */
 std::string quoted(std::string& text, std::string const& head) {
     std::size_t const start = text.find(head);
@@ -63,7 +64,7 @@ struct DecodeRow {
     std::string input;
     Lines output; // as essence()
     int status;
-    std::string complaint; // in standard error; if empty, there is nothing there
+    std::string complaint; // in standard error, which is empty if this is
 };
 
 std::vector<DecodeRow> decodeRows() {
@@ -152,7 +153,7 @@ TEST(ProgramTest, DecodePrintsEveryValue) {
         EXPECT_EQ(json.err.empty(), row.complaint.empty()) << json.err;
         EXPECT_NE(json.err.find(row.complaint), std::string::npos) << json.err;
 
-        // The plain form: as many values, and the same verdicts.
+        // The text form has the same values and verdicts.
         arguments.erase(arguments.begin() + 1);
         Result const plain = run(arguments, row.input);
         std::size_t values = 0;
@@ -165,7 +166,7 @@ TEST(ProgramTest, DecodePrintsEveryValue) {
     }
 }
 
-/** What the registry calls a type octet. */
+/** The registered name of a type octet. */
 std::string typeName(unsigned int octet) {
     static std::map<unsigned int, std::string> const names = {
         {0x00, "TransTwoOctetAs"},     {0x01, "TransIpv4Address"},

@@ -27,7 +27,7 @@ std::string const ip6Text = "[ <extCommIp6PktTypeTransIpv6Address extCommIp6PktS
                             "addr=2001:db8::1 localAdmin=100> ]";
 std::string const largeText = "65536:1:2";
 
-/** 10.NUMBER.0.0/16, of an UPDATE. */
+/** The prefix 10.NUMBER.0.0/16. */
 std::string route(unsigned int number, std::string const& attributes) {
     return as4Record(update(attributes, hex("10 0a") + u8(number)));
 }
@@ -52,7 +52,7 @@ std::vector<std::string> column(Result const& result, std::size_t number) {
 
 // ---- JSON ----
 
-/** The attributes that stand in a line, as input of `decode`. */
+/** The attributes in a line, as input for `decode`. */
 Lines attributesIn(std::string const& line) {
     static std::string const head = R"({"attribute":)", middle = R"(,"octets":")";
     Lines out;
@@ -66,7 +66,7 @@ Lines attributesIn(std::string const& line) {
     return out;
 }
 
-/** Each line ends with what `decode --json` prints for its attributes, by kind. */
+/** Each line ends with the output of `decode --json` for its attributes, by kind. */
 void expectAsDecoded(std::string const& dump) {
     static std::map<std::string, std::string> const kinds = {
         {"8", "standard"}, {"16", "extended"}, {"25", "ipv6"}, {"32", "large"}};
@@ -418,7 +418,7 @@ TEST(ReadCommandTest, StopsReadingAtTheLimit) {
 }
 
 TEST(ReadCommandTest, ReadsPathIdentifiersAsRequested) {
-    // 9.0.0.0/32, or path identifier 0x20090000 of 0.0.0.0/0; the record says that it has none.
+    // 9.0.0.0/32, or path identifier 0x20090000 with 0.0.0.0/0; the record is marked as without.
     TemporaryFile const file(as4Record(update("", hex("20 09000000"))));
     Lines const without = {"9.0.0.0/32"}, with = {"0.0.0.0/0"};
     for (auto const& [options, prefixes] : std::vector<std::pair<Arguments, Lines>>{

@@ -11,7 +11,7 @@ namespace {
 
 using namespace Test;
 
-/** Dumps are put together here record by record; every record has the same time. */
+/** Builds dumps record by record; every record has the same time. */
 
 constexpr unsigned int as4 = 4, stateChangeAs4 = 5, as4Local = 7, as4AddPath = 9;
 
@@ -20,7 +20,7 @@ std::string peer(unsigned int last) {
     return hex("0000fbf0 0000fbff 0000 0001 c00002") + u8(last) + hex("c00002fe");
 }
 
-/** A route target 64500:NUMBER for each. */
+/** Route targets 64500:NUMBER. */
 std::string targets(std::initializer_list<unsigned int> numbers) {
     std::string value;
     for (unsigned int const number : numbers) {
@@ -34,7 +34,7 @@ std::string const prefixB = hex("16 c63364"); // 198.51.100.0/22
 std::string const ip6Head = hex("0002 01");
 std::string const vpnHead = hex("0001 80");
 
-/** 198.51.100.0/24 behind a label and the distinguisher 0:64500:NUMBER. */
+/** 198.51.100.0/24 after a label and the distinguisher 0:64500:NUMBER. */
 std::string vpnPrefix(std::string const& label, unsigned int number) {
     return hex("70") + hex(label) + hex("0000 fbf4") + u32(number) + hex("c63364");
 }
@@ -62,7 +62,7 @@ std::string stateChange(unsigned int peerLast, unsigned int before, unsigned int
     return record(16, stateChangeAs4, peer(peerLast) + u16(before) + u16(after));
 }
 
-/** Of AS 64496, which the peers are of. */
+/** A state change of a peer of AS 64496. */
 std::string withoutAddress(unsigned int before, unsigned int after) {
     return record(16, stateChangeAs4,
                   hex("0000fbf0 0000fbff 0000 0001 00000000 c00002fe") + u16(before) + u16(after));
@@ -81,8 +81,8 @@ long count(std::string const& out, std::string const& words) {
 struct Row {
     char const* name;
     std::string dump;
-    Lines lines; // of --targets: what came or went, and "RECORD" or "end" of its cause
-    long most;   // routes at one time
+    Lines lines; // of --targets: the change, and its cause: "RECORD" or "end"
+    long most;   // maximum number of routes
     long last;   // routes at the end
     int status = 0;
     Arguments options = {};
@@ -185,7 +185,7 @@ std::vector<Row> rows() {
     };
 }
 
-/** The lines of --targets without "record" and without the time, which is checked. */
+/** The lines of --targets without "record" and the time, which is checked. */
 Lines changes(std::string const& out) {
     Lines lines;
     for (std::string line : linesOf(out)) {
@@ -251,7 +251,7 @@ TEST(ReplayCommandTest, ReportsTheContentOfTheTables) {
              {"distinct extended communities", 3}}) {
         EXPECT_EQ(count(result.out, words), expected) << result.out;
     }
-    EXPECT_TRUE(changes(result.out).empty()) << "nobody asked for targets";
+    EXPECT_TRUE(changes(result.out).empty()) << "without --targets";
 }
 
 TEST(ReplayCommandTest, TwoRunsPrintTheSame) {
@@ -264,7 +264,7 @@ TEST(ReplayCommandTest, TwoRunsPrintTheSame) {
 TEST(ReplayCommandTest, RealDumpsLeaveEmptyTables) {
     char const* const data = std::getenv("VOBGP_DATA");
     if (data == nullptr) {
-        GTEST_SKIP() << "VOBGP_DATA names no folder of real dumps";
+        GTEST_SKIP() << "VOBGP_DATA is not set";
     }
     Arguments arguments = {"replay"};
     for (auto const& entry :

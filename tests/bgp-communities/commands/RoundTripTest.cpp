@@ -11,7 +11,7 @@ namespace {
 
 using namespace Test;
 
-/** What `roundtrip --json` says if it compared that many and none differs; -1 if it does not. */
+/** The number of attributes compared by `roundtrip --json`; -1 if one differs. */
 long comparedAndEqual(Result const& result) {
     std::string const head = R"({"compared":)";
     bool const equal = result.out.ends_with("\"differing\":0}\n");
@@ -36,7 +36,7 @@ TEST(RoundTripTest, SamplesRoundTrip) {
 
 TEST(RoundTripTest, RealDumpsRoundTrip) {
     if (dataFolder().empty()) {
-        GTEST_SKIP() << "VOBGP_DATA names no folder of real dumps";
+        GTEST_SKIP() << "VOBGP_DATA is not set";
     }
     Arguments arguments = {"roundtrip", "--json"};
     for (auto const& entry : std::filesystem::directory_iterator(dataFolder() / "mrt")) {
@@ -49,7 +49,7 @@ TEST(RoundTripTest, RealDumpsRoundTrip) {
 
 TEST(RoundTripTest, CollectedAttributesRoundTrip) {
     if (dataFolder().empty()) {
-        GTEST_SKIP() << "VOBGP_DATA names no folder of real dumps";
+        GTEST_SKIP() << "VOBGP_DATA is not set";
     }
     std::string const peer = hex("0000fbf0 0000fbff 0000 0001 c0000201 c00002fe");
     std::string dump;

@@ -51,7 +51,7 @@ std::string repeated(std::string const& piece, int times) {
     return out;
 }
 
-/** Without what depends on the time that it took and, with jobs, on how tables are split. */
+/** Removes values that depend on the time and, with jobs, on the split of the tables. */
 std::string steady(std::string out) {
     for (std::string const key :
          {"seconds", "recordsPerSecond", "routesPerSecond", "heldOctets", "tableOctets"}) {
@@ -61,7 +61,7 @@ std::string steady(std::string out) {
             out.erase(at, out.find_first_of(",}", at) - at);
         }
     }
-    // For people, the one is the last line and the other a table.
+    // In text, the former is the last line and the latter a table.
     if (std::size_t const table = out.find("\noctets  "); out.starts_with("files")) {
         out.erase(table, out.find("\n\n", table) - table);
         out.erase(out.rfind('\n', out.size() - 2));
@@ -74,7 +74,8 @@ TEST(StatsCommandTest, CountsAndRanksEveryKind) {
     std::string const target = "0002fbf400000007", origin = "0003fbf400000008";
     TemporaryFile const file(
         update(standard + attribute(16, target + origin)) +
-        // The same lists in another order and with repeats; one attribute twice, and an empty one.
+        // The same lists in another order and with duplicates; a duplicate attribute and an empty
+        // one.
         update(attribute(8, "fbf00002 fbf00001 fbf00002") + attribute(16, origin + target) +
                attribute(8, "fbf00000") + attribute(32, "")) +
         // Two different link bandwidths, and lengths that are not multiples.
@@ -128,7 +129,8 @@ TEST(StatsCommandTest, CountsRoutesByGroup) {
     std::string const of64496 = attribute(8, "fbf00001 fbf00002 ffffff01 00000001");
     TemporaryFile const file(
         update(of64496 + attribute(32, "0000fbf0 00000001 00000002 00010000 00000001 00000002")) +
-        // A repeated attribute counts for no route. Types of 2 and 4 octets of AS, and an address.
+        // A duplicate attribute counts for no route. AS-specific types with 2 and 4 octets, and an
+        // address.
         update(of64496 + attribute(8, "fbff0001")) +
         update(attribute(16, "4004fbf100000000 0202000100000007 0102fbf200000007")) + update("") +
         update(of64496, 7)); // sent by the collector
@@ -190,13 +192,13 @@ TEST(StatsCommandTest, ResultsDoNotDependOnTheNumberOfJobs) {
     std::string const damaged = contentOf(sample("damaged.mrt"));
     std::string const rib =
         record(13, 2, u32(0) + hex("18c00002") + u16(2) + repeated(u16(7) + u32(0) + u16(0), 2));
-    // Several batches; peers that are missing, and peers that come and go in their midst.
+    // Several batches; missing peers, and peer tables that change in between.
     TemporaryFile const first(rib + rib + repeated(damaged.substr(0, 1327), 1500));
     TemporaryFile const tables(repeated(contentOf(sample("rib.mrt.gz")), 40) + "no gzip");
     TemporaryFile const unreadable("");
     ASSERT_EQ(::unlink(unreadable.path().c_str()), 0);
     TemporaryFile const last(repeated(update(attribute(8, "fb")), 9000) + damaged);
-    // What is remembered of a session decides for messages that are many batches behind.
+    // The state of a session decides for messages that are many batches later.
     std::string const peer = hex("00010000 0000fbff 0000 0001 c0000201 c00002fe");
     auto const announce = [&](std::string const& nlri) {
         return record(16, 4, peer + message(2, u32(0) + nlri));
@@ -232,7 +234,7 @@ TEST(StatsCommandTest, ResultsDoNotDependOnTheNumberOfJobs) {
 
 // ---- Memory ----
 
-/** Records as long as any that is read, in a file of a thousandth of that. */
+/** Records of maximum length, in a file of a thousandth of their size. */
 std::string hostileDump() {
     std::string const rib = record(13, 2, std::string(16U << 20, '\0'));
     return gzip(rib + record(13, 1, std::string(1700000, '\0')) + rib);
@@ -249,7 +251,8 @@ TEST(StatsCommandTest, LargeRecordsShareABudgetAcrossJobs) {
     rusage usage = {};
     ASSERT_EQ(::wait4(pid, &status, 0, &usage), pid);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they take much themselves
+#if !defined(__SANITIZE_ADDRESS__) &&                                                              \
+    !defined(__SANITIZE_THREAD__) // these need much memory themselves
     EXPECT_LT(usage.ru_maxrss, 160 * 1024) << "kilobytes";
 #endif
 }
@@ -290,7 +293,7 @@ void expectCounts(std::string const& json, std::map<std::string, std::string> co
     }
 }
 
-/** How often the list of a rank occurs; "none" if it is not told. */
+/** How often the list of a rank occurs; "none" if missing. */
 std::string usesOfRank(std::string const& json, char const* kind, std::size_t rank) {
     std::size_t at = json.find(R"("mostUsed":{)");
     at = json.find(std::string("\"") + kind + "\":{", at);
@@ -304,13 +307,13 @@ std::string usesOfRank(std::string const& json, char const* kind, std::size_t ra
 TEST(StatsCommandTest, CountsRealDumpsLikeIndependentDecoders) {
     char const* const data = std::getenv("VOBGP_DATA");
     if (data == nullptr) {
-        GTEST_SKIP() << "VOBGP_DATA names no folder of real dumps";
+        GTEST_SKIP() << "VOBGP_DATA is not set";
     }
     std::string const folder = std::string(data) + "/";
     Lines const manifest = linesOf(contentOf(folder + "manifest.tsv"));
     ASSERT_FALSE(manifest.empty()) << data;
     Lines const names = fieldsOf(manifest[0]);
-    // UPDATEs of 19 octets; a /11 without its octets; a last record that is cut.
+    // UPDATEs of 19 octets; a truncated /11; a truncated last record.
     std::set<std::string> const damaged = {
         "mrt/asdf.mrt.bz2", "mrt/updates.nlri_mask_trailing_bits.gz", "mrt/vgi-truncated.mrt"};
     for (std::string const jobs : {"1", "2"}) {
@@ -351,7 +354,7 @@ TEST(StatsCommandTest, CountsRealDumpsLikeIndependentDecoders) {
 
 using Clock = std::chrono::steady_clock;
 
-/** A terminal of few columns; the program has the other end as its standard error. */
+/** A narrow terminal; its other end is the standard error of the program. */
 class Terminal {
   public:
     static constexpr unsigned short columns = 64;
@@ -367,7 +370,7 @@ class Terminal {
 
     [[nodiscard]] int fd() const { return theirs_->fd(); }
 
-    /** Reads on until this has been shown; false after a minute. */
+    /** Reads until this text is shown; returns false after a minute. */
     bool shows(std::string const& text) {
         auto const end = Clock::now() + std::chrono::minutes(1);
         while (shown_.find(text) == std::string::npos && Clock::now() < end) {
@@ -376,7 +379,7 @@ class Terminal {
         return shown_.find(text) != std::string::npos;
     }
 
-    /** All that has been shown. */
+    /** Everything shown so far. */
     std::string const& shown() {
         while (readOn(0)) {
         }
@@ -401,8 +404,8 @@ class Terminal {
 
 std::string const clear = "\r\x1b[K";
 
-/** Nothing but progress lines that fit and match a regular expression, and the last of them is
-    taken away. */
+/** Whether the text has only progress lines that fit and match a regular expression, and the last
+   one is erased. */
 void expectProgressOnly(std::string const& shown, char const* form) {
     regex_t line;
     ASSERT_EQ(::regcomp(&line, form, REG_EXTENDED | REG_NOSUB), 0);
@@ -456,7 +459,7 @@ TEST(StatsCommandTest, ShowsAndErasesProgress) {
 }
 
 TEST(StatsCommandTest, InterruptEndsTheProgramAndErasesProgress) {
-    // So many records that nobody waits for their end, on a disk that need not hold them.
+    // A huge sparse file of records, which takes too long to read completely.
     TemporaryFile const endless("");
     ASSERT_EQ(::truncate(endless.path().c_str(), off_t{1} << 36), 0);
     Descriptor const null("/dev/null", O_RDWR);

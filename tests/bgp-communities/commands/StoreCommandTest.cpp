@@ -23,7 +23,7 @@ namespace {
 
 using namespace Test;
 
-/** A name for a store that goes with the object. */
+/** A name for a store, which the destructor removes. */
 class StoreName {
   public:
     explicit StoreName(std::string name)
@@ -48,7 +48,7 @@ std::string unique(std::string const& head) {
     return head + "bgp-communities-store-" + std::to_string(::getpid());
 }
 
-/** By kind: how many lists there are, and how many attributes carried them. */
+/** The numbers of lists and of attributes that carried them, by kind. */
 struct Sum {
     std::uint64_t lists = 0;
     std::uint64_t uses = 0;
@@ -76,7 +76,7 @@ TEST_P(StoreCommandTest, ShowsInAnotherProcessWhatWasStashed) {
         return run(arguments);
     };
     Result const stashed = with({"stash", "--out", store.name()});
-    EXPECT_EQ(stashed.status, 1) << "the damaged sample is named";
+    EXPECT_EQ(stashed.status, 1) << "the damaged sample is reported";
     EXPECT_TRUE(stashed.out.starts_with(store.name() + ": generation 1, ")) << stashed.out;
 
     Result const shown = run({"show", store.name()});
@@ -89,7 +89,7 @@ TEST_P(StoreCommandTest, ShowsInAnotherProcessWhatWasStashed) {
         EXPECT_EQ(std::to_string(sum.uses), number(stats.out, kind, "attributes")) << kind;
     }
 
-    // Read again attribute by attribute, each list is the one that was stashed.
+    // Decoded again attribute by attribute, each list equals the stashed one.
     Result const json = run({"show", "--json", store.name()});
     for (std::string const& line : linesOf(json.out)) {
         auto const between = [&](std::string const& head) {
@@ -140,7 +140,7 @@ TEST(StoreCommandsTest, ReportsInvalidStoresAndKeepsTheOldOneOnError) {
     ASSERT_EQ(run({"stash", "--out", store.name(), sample("rib.mrt.gz")}).status, 0);
     std::string const whole = contentOf(store.name());
 
-    // The name beside the store, which the writer needs, is a folder's.
+    // A folder has the temporary name that the writer needs.
     std::string const beside = store.name() + ".new";
     std::filesystem::create_directory(beside);
     Result const refused = run({"stash", "--out", store.name(), sample("updates.mrt.gz")});
@@ -177,7 +177,7 @@ TEST(MergeCommandTest, AnyOrderAndGroupingGivesTheSameStore) {
     StoreName const whole(temporary("whole"));
     Arguments all = {"stash", "--out", whole.name()};
     all.insert(all.end(), dumps.begin(), dumps.end());
-    ASSERT_EQ(run(all).status, 1); // the damaged one
+    ASSERT_EQ(run(all).status, 1); // malformed: the damaged sample
     std::mt19937 random(7);
     for (int round = 0; round < 8; ++round) {
         std::deque<StoreName> stores;

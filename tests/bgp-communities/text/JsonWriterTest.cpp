@@ -40,13 +40,13 @@ TEST(JsonWriterTest, WritesValidStrings) {
         {"Z\xc3\xbcrich \xe2\x82\xac \xf0\x9f\x98\x80",
          "\"Z\xc3\xbcrich \xe2\x82\xac \xf0\x9f\x98\x80\""},
         {"\xfc\x62"sv, R"("\u00fcb")"},                          // not UTF-8
-        {"\xe2\x82"sv, R"("\u00e2\u0082")"},                     // cut
-        {"\xe2\x82x"sv, R"("\u00e2\u0082x")"},                   // broken off
-        {"\xc0\xaf"sv, R"("\u00c0\u00af")"},                     // longer than need be
+        {"\xe2\x82"sv, R"("\u00e2\u0082")"},                     // truncated
+        {"\xe2\x82x"sv, R"("\u00e2\u0082x")"},                   // interrupted
+        {"\xc0\xaf"sv, R"("\u00c0\u00af")"},                     // overlong
         {"\xed\xa0\x80"sv, R"("\u00ed\u00a0\u0080")"},           // half a surrogate pair
         {"\xf4\x90\x80\x80"sv, R"("\u00f4\u0090\u0080\u0080")"}, // beyond Unicode
         {"\xc2\x85"sv, R"("\u0085")"},                           // a control character
-        {"\xe2\x80\xae"sv, R"("\u202e")"},                       // from right to left
+        {"\xe2\x80\xae"sv, R"("\u202e")"},                       // right-to-left override
     };
     for (Row const& row : rows) {
         std::string out;

@@ -228,7 +228,7 @@ TEST_P(Intern, LifetimeNotifiersDoNotKeepAnObjectInterned) {
     EXPECT_EQ(table->size(), 0U);
     notifiers.resize(1);
     auto const* const left = static_cast<Word const*>(notifiers[0]->dedupHandle());
-    EXPECT_EQ(left->value(), 1U) << "whoever holds the notifier keeps the object";
+    EXPECT_EQ(left->value(), 1U) << "the notifier keeps the object alive";
     EXPECT_EQ(left->dedupState(), Kel::dedupHandleStateLeft());
     EXPECT_EQ(left->referenceCount(), 1U);
     auto const again = intern(*table, 1);

@@ -129,7 +129,7 @@ TEST_P(StorePublisher, RefusesFilesThatOtherUsersCanAccess) {
             fs::permissions(path, fs::perms(0644));
             refuses();
             fs::permissions(path, fs::perms(0600));
-            std::ofstream(path) << "somebody's";
+            std::ofstream(path) << "foreign";
             refuses();
             fs::remove(path);
         }

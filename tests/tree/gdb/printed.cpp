@@ -1,4 +1,4 @@
-// Holds one of each that gdb prints, and stops.
+// Constructs one object of each printed type, and stops.
 #include <Mox/String.h>
 #include <VoBgp/CommunityTables.h>
 
@@ -25,13 +25,12 @@ struct Printed {
         tables.commList(octets({0xfb, 0xf4, 0, 1, 0xff, 0xff, 0xff, 1})).list;
     LargeCommList::PtrConst large =
         tables.largeCommList(octets({0, 0, 0xfb, 0xf4, 0, 0, 0, 1, 0, 0, 0, 2})).list;
-    ExtCommList::PtrConst extended =
-        tables
-            .extCommList(octets({0, 2, 0xfb, 0xf4, 0, 0, 0, 1,        //
-                                 1, 2, 192,  0,    2, 1, 0, 3,        //
-                                 2, 3, 0,    1,    0, 0, 0, 4,        //
-                                 3, 11, 0,   0,    0, 0, 0, 5}))
-            .list;
+    ExtCommList::PtrConst extended = tables
+                                         .extCommList(octets({0, 2,  0xfb, 0xf4, 0, 0, 0, 1, //
+                                                              1, 2,  192,  0,    2, 1, 0, 3, //
+                                                              2, 3,  0,    1,    0, 0, 0, 4, //
+                                                              3, 11, 0,    0,    0, 0, 0, 5}))
+                                         .list;
     ExtCommIp6List::PtrConst ip6 =
         tables
             .extCommIp6List(octets({0, 2, 0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, //
@@ -64,5 +63,5 @@ int main() {
     damage(printed.notAnObject, zeros.data());
     damage(printed.damagedText, reinterpret_cast<void const*>(std::size_t{64}));
     stop(&printed);
-    std::_Exit(0); // the damaged pointers are not to be released
+    std::_Exit(0); // do not release the damaged pointers
 }

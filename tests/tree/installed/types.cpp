@@ -1,5 +1,5 @@
-// Prints the names of all registered types. It refers to none of them: a linker that takes only
-// what is referred to would leave them out.
+// Prints the names of all registered types without referring to them: a linker that takes only
+// referenced objects would omit them.
 #include <Mox/Type.h>
 
 #include <iostream>
