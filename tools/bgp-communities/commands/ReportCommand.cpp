@@ -35,8 +35,8 @@ JavaScript. Its numbers are those of `stats --json` with every --by.
   --top N           the N most used communities of each kind, and the first N ASes, peers, families
                     and route targets; 20 if not given. Hours and lengths of lists are complete
   --dictionary FILE|DIR
-                    what operators say that their communities mean, shown beside the most used ones;
-                    lines ASN:PATTERN,DESCRIPTION, as the man page describes them
+                    operators' descriptions of their communities, shown with the most used ones;
+                    lines ASN:PATTERN,DESCRIPTION, see the man page
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
                     for each message and family; no; or yes, also without HOW
   --verbose         report all problems on standard error, not only the first few of each kind

@@ -165,7 +165,7 @@ void Dictionary::read(std::string const& path, Complain const& complain) {
         return;
     }
     std::vector<std::string> files;
-    std::error_code fileError; // a file that cannot be looked at is left out
+    std::error_code fileError; // inaccessible files are skipped
     std::filesystem::directory_iterator folder(path, error);
     for (; !error && folder != std::filesystem::directory_iterator(); folder.increment(error)) {
         if (folder->is_regular_file(fileError) &&
