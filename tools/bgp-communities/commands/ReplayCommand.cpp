@@ -258,7 +258,7 @@ ExitStatus replay(Arguments const& arguments, Output& output) {
     writeCounts(counts, replay);
     replay.dropAll();
     output.text() += counts;
-    if (!nothingIsLeft(replay.agent())) {
+    if (!tablesAreEmpty(replay.agent())) {
         return worse(status, ExitStatus::unreadable);
     }
     output.text() += "all routes dropped: all intern tables are empty";

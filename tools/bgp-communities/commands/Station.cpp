@@ -314,7 +314,7 @@ std::string Station::metricsText() const {
     text.begin("refused_total", "counter", "Connections that were refused.");
     text.row(refused_);
     text.begin("distinct", "gauge", "Distinct interned objects in use, by what they are.");
-    for (Agent::Held const& held : agent_.held()) {
+    for (Agent::TableSize const& held : agent_.tableSizes()) {
         text.row("of", held.what, held.count);
     }
     text.begin("publications_total", "counter", "Stores that were published.");
@@ -329,7 +329,7 @@ ExitStatus Station::finish() {
     if (targets_) {
         targets_->writeTo(output_);
     }
-    return nothingIsLeft(agent_) ? status_ : ExitStatus::unreadable;
+    return tablesAreEmpty(agent_) ? status_ : ExitStatus::unreadable;
 }
 
 } // namespace BgpCommunities

@@ -85,7 +85,7 @@ void StationPrinter::printWithdrawn(RecordPosition const& at, BmpPeer const& pee
 JsonWriter StationPrinter::beginEvent(RecordPosition const& at, Microseconds time,
                                       std::string_view type) {
     JsonWriter json(output_.text());
-    json.beginObject().ready(router_).key("record").number(at.number);
+    json.beginObject().raw(router_).key("record").number(at.number);
     text_.clear();
     appendTime(text_, time);
     json.key("time").string(text_).key("type").string(type);
@@ -101,7 +101,7 @@ JsonWriter StationPrinter::beginPeerEvent(RecordPosition const& at, BmpPeer cons
     json.key("peer").beginObject().key("address").string(text_);
     json.key("as").number(shown.as).endObject();
     peerIs(peer);
-    json.ready(peerFields_);
+    json.raw(peerFields_);
     return json;
 }
 

@@ -7,7 +7,7 @@
 
 #include "RouteWriter.h"
 #include "bmp/BmpReader.h"
-#include "lists/ListMemory.h"
+#include "lists/ListTextCache.h"
 #include "lists/RouteFilter.h"
 
 namespace BgpCommunities {
@@ -48,7 +48,7 @@ class StationPrinter {
     Output& output_;
     RouteFilter const filter_; // selects everything
     std::shared_ptr<Dictionary const> dictionary_;
-    std::vector<ListMemory> memories_; // by CommunityKind
+    std::vector<ListTextCache> memories_; // by CommunityKind
     RouteWriter writer_;
     std::string router_;     // fields of JSON
     std::string peerFields_; // likewise

@@ -46,9 +46,9 @@ std::size_t Agent::tableOctets(CommunityKind kind) const {
     return octets;
 }
 
-bool nothingIsLeft(Agent const& agent) {
+bool tablesAreEmpty(Agent const& agent) {
     bool nothing = true;
-    for (Agent::Held const& held : agent.held()) {
+    for (Agent::TableSize const& held : agent.tableSizes()) {
         if (held.count != 0) {
             nothing = false;
             complain("all routes are dropped, and there is left of " + std::string(held.what) +

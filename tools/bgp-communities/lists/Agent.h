@@ -51,6 +51,6 @@ class Agent {
 
 /** After all routes are dropped: names on standard error what the tables still hold; true if that
     is nothing. */
-bool nothingIsLeft(Agent const& agent);
+bool tablesAreEmpty(Agent const& agent);
 
 } // namespace BgpCommunities
