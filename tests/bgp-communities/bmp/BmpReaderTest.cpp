@@ -87,7 +87,7 @@ Lines const sampleLines = {
     "adjRibInPre 198.51.100.2 AS65536 up, to 192.0.2.254",
     "adjRibInPre 198.51.100.2 AS65536 +203.0.113.0/24#1 +203.0.113.0/24#2 path 64496 65551",
     "adjRibOutPost 198.51.100.2 AS65536 path 64496 65551",
-    "! BMP message of type 0: a prefix runs past the end of its NLRI",
+    "! BMP message of type 0: truncated prefix in NLRI",
     "adjRibInPre 2001:db8::3 AS65540 up, to 2001:db8:ffff::fe",
     "adjRibInPre 2001:db8::3 AS65540 +2001:db8:1::/48 path 64496 65551",
     "adjRibInPre 2001:db8::3 AS65540 end of IPv6 unicast",
