@@ -26,7 +26,8 @@ AttributeVerdict lengthVerdict(std::size_t octets, std::size_t memberOctets) noe
                                         : AttributeVerdict::accepted;
 }
 
-/// The value with its members sorted and distinct: itself if they are, else a copy.
+/// The value with sorted and distinct members: the value itself if they already are, otherwise a
+/// copy.
 template <class Content>
 class CanonicalOctets {
   public:
@@ -75,7 +76,7 @@ class CanonicalOctets {
     std::array<std::byte, 1024> local_;
 };
 
-/// The contracts of a list for the members of one class: at most one, not transitive. See
+/// Checks the limits of a list on the members of one class: at most one, and not transitive. See
 /// `ExtCommList::serializableCommunities()`.
 template <class List>
 AttributeVerdict classVerdict(List const& list, ExtCommClassification classification,
@@ -106,7 +107,7 @@ AttributeVerdict membersVerdict(ExtCommList const& list, ExtCommClassCounts cons
                               AttributeVerdict::transitiveOriginValidationState);
 }
 
-/// These lists have no such contract.
+/// These lists have no such limits.
 AttributeVerdict membersVerdict(ExtCommIp6List const& /*list*/,
                                 ExtCommClassCounts const& /*counts*/) {
     return AttributeVerdict::accepted;
@@ -184,7 +185,8 @@ struct CommunityTables::Decoder {
 
     template <class Content, class List, class Table, class Make>
     static DecodedList<List> decode(Table const& table, Octets value, Make const& make) {
-        // An empty list, or one too long for an attribute, may still have been interned.
+        // Empty lists, and lists too long for an attribute, may be interned but must not be found
+        // here.
         if (value.size() - 1 < maximumOctets) [[likely]] {
             if (auto list = findFast<List>(table, value)) {
                 return {std::move(list), AttributeVerdict::accepted};
@@ -193,7 +195,7 @@ struct CommunityTables::Decoder {
         return missed<Content, List>(table, value, make);
     }
 
-    /// A list of plain values.
+    /// Decodes a list of plain values.
     template <class Content, class List, class Table>
     static DecodedList<List> values(Table const& table, Octets value) {
         auto const make = [&table](Octets octets, Kel::DedupMiss const& miss) -> DecodedList<List> {
@@ -205,9 +207,9 @@ struct CommunityTables::Decoder {
         return decode<Content, List>(table, value, make);
     }
 
-    /// A list of interned communities. Its octets do not identify it: a list in the table may have
-    /// members with the same octets that are other objects, rebuilt from a store or interned in
-    /// another table. So only lists that were created here are found by their octets.
+    /// Decodes a list of interned communities. Octets alone do not identify such a list: its
+    /// members may be other objects with the same octets, rebuilt from a store or interned in
+    /// another table. So only lists created here are found by their octets.
     template <class Content, class List, class Table, class CommTable>
     static DecodedList<List> communities(Table const& table, CommTable const& comms, Octets value) {
         auto const make = [&](Octets octets, Kel::DedupMiss const& miss) -> DecodedList<List> {

@@ -93,7 +93,7 @@ U64 ExtCommIp6Content::placementHash() const noexcept {
 
 // ---- ExtCommIp6 ---------------------------------------------------------------------------------
 
-// A table holds many.
+// Object size matters: a table holds many.
 static_assert(sizeof(ExtCommIp6) == 48 && sizeof(ExtCommIp6Subtyped) == 48);
 
 ExtCommIp6::~ExtCommIp6() = default;

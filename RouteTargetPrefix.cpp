@@ -65,7 +65,7 @@ void RouteTargetPrefix::bitlenIs(U32 bitlen) {
 U8 RouteTargetPrefix::commonPrefixLen(RouteTargetPrefix const& other) const noexcept {
     auto const shorter = std::min(length_, other.length_);
     if (prefix_ == other.prefix_) {
-        // Also of lengths out of range.
+        // Even if it is out of range.
         return shorter;
     }
     auto const commonBits = std::countl_zero(prefixBits() ^ other.prefixBits());

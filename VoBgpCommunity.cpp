@@ -21,7 +21,7 @@ namespace {
 
 using AppendSubtype = void(Mox::CharBuffer& out, U8 subtypeOctet);
 
-/// One subtype family: the type it belongs to and the operation that names its subtypes.
+/// A subtype family: its type, and the function that formats its subtypes.
 struct SubtypeFamily {
     BgpExtCommPktType pktType;
     AppendSubtype* append;
@@ -47,7 +47,7 @@ constexpr SubtypeFamily subtypeFamilies[] = {
     {extCommPktTypeNonTransOpaque, appendExtCommSubtype<BgpExtCommPktSubtypeNonTransOpaque>},
 };
 
-/// The operation of each type octet's family; null where there is no family.
+/// The format function by type octet; null if the type has no family.
 constexpr auto appendSubtypeOf = [] {
     std::array<AppendSubtype*, 256> byTypeOctet{};
     for (auto const& family : subtypeFamilies) {
@@ -155,7 +155,7 @@ Mox::TypeRegistration const registrations[] = {
 
 // ---- ExtComm ------------------------------------------------------------------------------------
 
-// A table holds millions.
+// Object size matters: a table holds millions.
 static_assert(sizeof(ExtComm) == 32 && sizeof(ExtCommAsNumber) == 32);
 
 ExtComm::~ExtComm() = default;
@@ -207,7 +207,7 @@ ExtComm::Ptr ExtComm::destash(void const* stored, MoxStash::StoreManager* store)
         expectStoredWords(record, 2);
         auto const [classification, reserved] = record.halves(0);
         if (reserved != 0) {
-            record.refuse(0, "a value with what is reserved not zero");
+            record.refuse(0, "reserved field of a value is not zero");
         }
         auto extComm = Mox::makeActive<ExtComm>(storedClassification(record, 0, classification),
                                                 ExtCommContent(record.word(1)));
@@ -464,7 +464,7 @@ ExtCommLifeTimeNotifiee::~ExtCommLifeTimeNotifiee() = default;
 
 namespace {
 
-/// Unchecked: what a table of extended communities reports is one.
+/// Unchecked: tables of extended communities contain nothing else.
 ExtComm const& extCommOf(Kel::DedupHandle const& handle) noexcept {
     return static_cast<ExtComm const&>(handle);
 }
@@ -483,7 +483,7 @@ void ExtCommLifeTimeNotifiee::handleInsert(Kel::DedupHandle::Ptr const& handle) 
     try {
         producerRtList_->rtIs(rt);
     } catch (...) {
-        // The community will not be in the table: nor is its route target in the list.
+        // The community will not be interned, so remove its route target.
         producerRtList_->rtDel(rt);
         throw;
     }

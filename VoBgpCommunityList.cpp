@@ -228,7 +228,7 @@ ValueCommList<Value>::~ValueCommList() = default;
 template <class Value>
 U32 ValueCommList<Value>::hash() const {
     MOX_ASSERT(commVectorSorted());
-    // The mix of no values is 0, the hash of the empty list.
+    // The hash of the empty list is 0.
     Mox::OneAtATimeHash hash;
     for (auto const& value : *this) {
         addTo(hash, value);
@@ -270,8 +270,8 @@ void ValueCommList<Value>::freeze() noexcept {
     }
 }
 
-/// Looks the list up first, as most lists are interned already: only a new one gets memory for its
-/// octets. A list that holds them is new: an earlier insertion failed, or the caller has looked it
+/// Looks the list up first, because most lists are interned already; only a new one allocates its
+/// octets. A list that has them is new: an earlier insertion failed, or the caller has looked it
 /// up.
 template <class Value>
 Kel::DedupHandle::PtrConst ValueCommList<Value>::dedupIn(CommListDedupTableBase const& table) {

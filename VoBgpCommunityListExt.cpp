@@ -251,7 +251,7 @@ ExtCommList::Ptr extCommListFactory() {
     return Mox::makeActive<ExtCommList>();
 }
 
-// ---- What is sent -------------------------------------------------------------------------------
+// ---- Serialization ------------------------------------------------------------------------------
 
 ExtCommList::Serialization ExtCommList::serialization(bool includeNonTransitive,
                                                       bool includeLinkBandwidth,

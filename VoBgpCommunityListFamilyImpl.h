@@ -18,14 +18,14 @@
 #include <type_traits>
 #include <vector>
 
-// Definitions of the templates of `ExtCommListFamily.h`, for the sources that instantiate them.
+// Definitions of the templates in `ExtCommListFamily.h`, for the sources that instantiate them.
 
 namespace Routing::Bgp {
 
 namespace Detail {
 
-/// The one-at-a-time mix of the identities of interned objects, each eight octets, the least
-/// significant first; 0 if there are none.
+/// The one-at-a-time hash of the identities of interned objects, each as eight little-endian
+/// octets; 0 for no objects.
 template <class Objects>
 U32 hashOfIdentities(Objects const& objects) noexcept {
     Mox::OneAtATimeHash hash;
@@ -48,11 +48,11 @@ U64 placementOfIdentities(Objects const& objects) noexcept {
     return hash.finish();
 }
 
-/// The content of a member, from which its octets follow.
+/// The content of a member, which determines its octets.
 constexpr auto contentOf = [](auto const& comm) noexcept { return extCommKey(*comm); };
 
-/// Writes the communities. A stream may run code that releases the last reference to the list, so
-/// the members are held meanwhile.
+/// Writes the communities. Keeps the members alive meanwhile, because the stream may release the
+/// last reference to the list.
 template <class ListType>
 std::ostream& formatExtComms(std::ostream& os, ListType const* list, bool bracketed) {
     using Members = typename ListType::CommVector;
@@ -62,7 +62,7 @@ std::ostream& formatExtComms(std::ostream& os, ListType const* list, bool bracke
         [](std::ostream& out, auto const& comm) { out << *comm; }, bracketed, " ");
 }
 
-/// The same, to a text.
+/// Appends the communities to a text.
 template <class ListType>
 CommListText& formatExtComms(CommListText& text, ListType const* list, bool bracketed) {
     return formatCommList(
@@ -276,10 +276,10 @@ auto ExtCommListBase<Family>::destashMembers(void const* stored, MoxStash::Store
 
 // ---- Lists: freezing ----------------------------------------------------------------------------
 
-/// Lists with equal members are equal, as they are split into the same classification lists, so an
-/// interned list is found by its members without a split. A list that holds its octets is new: an
-/// earlier insertion failed, or the caller has looked it up. A list in the table that does not hold
-/// its octets was split by the agent: whether it is equal is for the insertion to decide.
+/// Lists with equal members have equal classification lists, so an interned list is found by its
+/// members without splitting this one. A list that has its octets is new: an earlier insertion
+/// failed, or the caller has looked it up. A list in the table that does not hold its octets was
+/// split by the agent: whether it is equal is for the insertion to decide.
 template <class Family>
 auto ExtCommListBase<Family>::adoptInterned(Table const& table, std::optional<Kel::DedupMiss>& miss)
     -> Mox::PtrConst<List> {
@@ -420,8 +420,8 @@ void ExtCommListBase<Family>::splitMembers(bool dedupMode) {
     }
 }
 
-/// An observer of route-target lists may release the table and the caller's references to the list
-/// while it is notified, so both are held until the end.
+/// Keeps the table and the list alive: an observer of route-target lists may release the last other
+/// references to them.
 template <class Family>
 auto ExtCommListBase<Family>::dedupIn(Table const* table) -> Mox::PtrConst<List> {
     Mox::PtrConst<Table> const tableHeld(table);

@@ -50,7 +50,7 @@ Mox::TypeRegistration const registrations[] = {
     Mox::TypeRegistration(ExtCommListDedupTable::staticType()),
 };
 
-/// How an object appears in a trace: type and address.
+/// Formats an object for a trace: type and address.
 struct Traced {
     Mox::PtrInterface const* object;
 
@@ -119,7 +119,7 @@ RtExtCommListLifeTimeNotifiee::RtExtCommListLifeTimeNotifiee(
 RtExtCommListLifeTimeNotifiee::~RtExtCommListLifeTimeNotifiee() = default;
 
 void RtExtCommListLifeTimeNotifiee::handleInsert(Kel::DedupHandle::Ptr const& handle) {
-    // Checked, as any object may be interned in the table directly.
+    // Checked, because any object may be interned in the table directly.
     auto* const rtExtCommList = Mox::entityCast<RtExtCommClassificationList>(handle.get());
     MOX_ASSERT_TEXT(rtExtCommList != nullptr, "__null != rtExtCommList");
     MOX_ASSERT_TEXT(nullptr == rtExtCommList->lifeTimeNotifier(),
@@ -132,7 +132,7 @@ void RtExtCommListLifeTimeNotifiee::handleInsert(Kel::DedupHandle::Ptr const& ha
                                   << Traced{lifeTimeNotifier.get()});
         notifyingRtExtCommListCollection_->rtExtCommListIs(lifeTimeNotifier);
     } catch (...) {
-        // The insertion is undone: so are the notifier and its membership.
+        // The insertion is undone; remove the notifier as well.
         rtExtCommList->lifeTimeNotifierIs(nullptr);
         notifyingRtExtCommListCollection_->rtExtCommListDel(lifeTimeNotifier);
         throw;
@@ -142,7 +142,7 @@ void RtExtCommListLifeTimeNotifiee::handleInsert(Kel::DedupHandle::Ptr const& ha
 void RtExtCommListLifeTimeNotifiee::handleRemove(Kel::DedupHandle* handle) {
     MOX_ASSERT_TEXT(handle != nullptr, "__null != handle");
     auto* const rtExtCommList = static_cast<RtExtCommClassificationList*>(handle);
-    // Held, because the notifier may own the last reference to the list if the table has released
+    // Keep the notifier alive: it may own the last reference to the list if the table has released
     // it.
     auto const lifeTimeNotifier = rtExtCommList->getLifeTimeNotifier();
     MOX_TRACE(9, Traced{this} << " handle: " << Traced{handle} << " rtExtCommListLifeTimeNotifier: "

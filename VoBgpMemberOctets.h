@@ -14,8 +14,8 @@
 #include <span>
 #include <type_traits>
 
-/// Members of lists as in path attributes: big-endian, of fixed size for each kind. The order of
-/// members is that of their octets.
+/// Members of lists as encoded in path attributes: big-endian, with a fixed size for each kind.
+/// Members are ordered by their octets.
 
 namespace Routing::Bgp {
 
@@ -41,7 +41,7 @@ Integer loadBigEndian(std::byte const* from) noexcept {
     return swapped(value);
 }
 
-/// Writes a big-endian integer; returns the place after it.
+/// Writes a big-endian integer; returns the end.
 template <class Integer>
 std::byte* storeBigEndian(std::byte* to, Integer value) noexcept {
     value = swapped(value);
@@ -103,7 +103,7 @@ struct MemberOctets<ExtCommIp6Content> {
     }
 };
 
-/// The octets of members, which `contentOf(member)` gives, one after the other.
+/// Stores the octets of all members; `contentOf(member)` returns the content of one.
 template <class Members, class ContentOf>
 void storeMembers(Members const& members, ContentOf const& contentOf, std::byte* to) noexcept {
     for (auto const& member : members) {
@@ -138,7 +138,7 @@ U64 keyedHashOfIntegers(std::size_t count, At const& at) noexcept {
     return hash.finish();
 }
 
-/// The keyed hash of these octets, without assembling them.
+/// The keyed hash of the octets that storeMembers() would store.
 template <class Members, class ContentOf>
 U64 keyedHashOfMembers(Members const& members, ContentOf const& contentOf) noexcept {
     using Content = std::remove_cvref_t<decltype(contentOf(*members.begin()))>;

@@ -15,7 +15,8 @@ struct Element {
     U32 mask;
 };
 
-/// An element of a view of `elements` elements of `bits` bits each.
+/// Returns element `index` of a view of `elements` elements of `bits` bits each. Throws
+/// RangeException.
 Element elementOf(U8 index, unsigned elements, unsigned bits, char const* operation) {
     if (index >= elements) {
         throw Mox::RangeException(operation);
@@ -55,7 +56,7 @@ Mox::Type const& BgpDenseU32Attr::staticType() noexcept {
 
 namespace {
 
-// For the registry only: the text of a value is not that of this attribute.
+// For the registry only; the text form of a value does not use this attribute.
 Mox::Type const maybeU63Type(Mox::Type::Kind::value, "Routing::Bgp::BgpMaybeU63",
                              {{"value", [](Mox::CharBuffer& out, void const* object) {
                                    Kel::writeMaybeU63(out,

@@ -9,8 +9,8 @@
 #include <bit>
 #include <cstddef>
 
-/// How values and lists are laid out in a store (docs/store-format.md draws it), for the sources
-/// that write and rebuild them. Not installed.
+/// The layout of values and lists in a store (see docs/store-format.md), for the sources that write
+/// and rebuild them. Not installed.
 namespace Routing::Bgp {
 
 using Mox::U32;
@@ -37,18 +37,18 @@ struct StoredListHead {
     U64 word() const noexcept { return std::bit_cast<U64>(*this); }
 };
 
-/// Reads the head of a list whose members have that size. Throws `StoreException` if the count does
-/// not match the record's size or a flag is unknown.
+/// Reads the head of a list with members of `memberOctets` octets. Throws `StoreException` if the
+/// count does not match the record size or a flag is unknown.
 StoredListHead storedListHead(MoxStash::StoredRecord const& record, std::size_t memberOctets,
                               U32 flags);
 
-/// Throws `StoreException`: the members are not as the flag says.
+/// Throws `StoreException` for a list that is marked as sorted but is not.
 [[noreturn]] void refuseUnsorted(MoxStash::StoredRecord const& record);
 
-/// Throws `StoreException` unless the record has that many words.
+/// Throws `StoreException` unless the record has `words` words.
 void expectStoredWords(MoxStash::StoredRecord const& record, U64 words);
 
-/// Returns the class with that number. Throws `StoreException` if it is unknown.
+/// Returns the classification with this number. Throws `StoreException` if it is unknown.
 ExtCommClassification storedClassification(MoxStash::StoredRecord const& record, U64 index,
                                            U32 number);
 

@@ -1,5 +1,5 @@
-// The source of the plug-in base. It is named like the header of the whole engine, because
-// published assertion texts name this file.
+// The plug-in base class. Named after the header of the whole engine, because published assertion
+// texts contain this file name.
 #include <VoBgp/Parse/ExtCommPlugin.h>
 
 #include <Mox/Assert.h>
@@ -25,7 +25,7 @@ Mox::TypeRegistration const registration(BgpParseExtCommPluginBaseSm::staticType
 
 namespace {
 
-/// Hands the keys of a registry to a plug-in.
+/// Forwards the keys of a registry to a plug-in.
 class Reactor : public BgpParseExtCommRuleCollections::Notifiee {
   public:
     Reactor(BgpParseExtCommPluginBaseSm const& plugin,
@@ -37,7 +37,7 @@ class Reactor : public BgpParseExtCommRuleCollections::Notifiee {
     void zombieIs(bool zombie) noexcept { zombie_ = zombie; }
 
   protected:
-    /// The plug-in, and this with it, may be destroyed when the call returns.
+    /// The call may destroy the plug-in and this object.
     template <class Kind>
     void handleKey(ExtCommRuleKey<Kind> const& key) {
         if (active_ && !zombie_) {
@@ -99,7 +99,7 @@ void BgpParseExtCommPluginBaseSm::ruleCollectionsDel() noexcept {
 }
 
 void BgpParseExtCommPluginBaseSm::handleStartup() const {
-    // Held: a hook may drop the last reference to the plug-in.
+    // Keep the plug-in alive: a hook may release the last other reference.
     PtrConst const self(this);
     ExtCommRuleKinds::forEach([this]<class Kind>() {
         forEachKey<Kind>([this](ExtCommRuleKey<Kind> const& key) { Kind::notify(*this, key); });

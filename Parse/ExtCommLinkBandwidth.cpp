@@ -32,9 +32,9 @@ ExtCommSource ExtCommLinkBandwidthPlugin::source() noexcept {
 
 namespace {
 
-/// Appends a number as a stream writes a float by default: six digits, `%g`.
+/// Appends a number in the default format of streams, `%g` with six digits.
 void appendFloat(Mox::CharBuffer& out, float number) {
-    // A sign, six digits, the point, and an exponent of two digits.
+    // A sign, six digits, a point, and an exponent of two digits.
     char text[16];
     auto const result =
         std::to_chars(text, text + sizeof text, number, std::chars_format::general, 6);

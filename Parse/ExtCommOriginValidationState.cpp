@@ -30,7 +30,7 @@ ExtCommSource ExtCommOriginValidationStatePlugin::source() noexcept {
 
 namespace {
 
-/// The word for a state; empty for an unknown one.
+/// Returns the name of a state; empty if unknown.
 std::string_view stateWord(Rpki::OriginValidationState state) {
     switch (state) {
     case Rpki::OriginValidationState::valid:

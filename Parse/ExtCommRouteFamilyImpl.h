@@ -4,7 +4,7 @@
 #include <Mox/Type.h>
 #include <VoBgp/Parse/ExtCommRouteFamily.h>
 
-// The bodies of the family's templates, for the two sources that instantiate them.
+// Definitions of the family's templates, for the two sources that instantiate them.
 
 namespace Routing::Bgp {
 

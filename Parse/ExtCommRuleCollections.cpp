@@ -17,7 +17,8 @@ namespace Detail {
 
 namespace {
 
-/// Leaked on purpose: an agent may keep rules in statics that go after those of this library.
+/// Leaked on purpose: an agent may have rules in static objects that are destroyed after those of
+/// this library.
 Mox::HashMap<void const*, LiveObject::Kind>& liveObjects() {
     static auto* const instance = new Mox::HashMap<void const*, LiveObject::Kind>;
     return *instance;
@@ -87,7 +88,7 @@ Mox::Type const& BgpParseExtCommRuleCollections::staticType() noexcept {
         Mox::Type::Kind::entity, "Routing::Bgp::BgpParseExtCommRuleCollections", [] {
             std::vector<Mox::Attribute> attributes;
             ExtCommRuleKinds::forEach([&attributes]<class Kind>() {
-                // How many rules of the kind are announced.
+                // The number of announced rules of this kind.
                 attributes.push_back(
                     {Kind::setName, [](Mox::CharBuffer& out, void const* object) {
                          auto const& registry =
@@ -109,7 +110,7 @@ void callHook(Observer& observer, void const* key) {
     Kind::notify(observer, *static_cast<ExtCommRuleKey<Kind> const*>(key));
 }
 
-/// The hook of each kind, by the number of its attribute.
+/// The hook of each kind, by attribute number.
 template <class... Kinds>
 struct Hooks {
     static constexpr void (*call[])(Observer&, void const*) = {&callHook<Kinds>...};

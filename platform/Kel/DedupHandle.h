@@ -41,13 +41,12 @@ constexpr DedupHandleState dedupHandleStateDestashed() noexcept {
     return 4;
 }
 
-/// A content to look up, before there is an object for it. Refers to the content that it is made
-/// of; a table holds objects of one kind only, which know what type of content that is.
+/// A type-erased reference to a content to look up. Not owned. All objects of a table have the same
+/// kind and know the type of the content.
 class DedupContentHandle {
   public:
-    /// A content that has a `placementHash()` of its own is found by it; any other by the 32-bit
-    /// hash that the look-up gets, which is right for objects that do not override
-    /// DedupHandle::placementHash().
+    /// Uses `content.placementHash()` if it exists. Otherwise the look-up uses its 32-bit hash,
+    /// which is correct for objects that do not override DedupHandle::placementHash().
     template <class Content>
     explicit DedupContentHandle(Content const& content) noexcept
       : content_(&content) {
@@ -76,11 +75,10 @@ class DedupContentHandle {
 
 /// Base of every interned object: a table holds one immutable object per content.
 ///
-/// Owned by its counted pointers and, while it is interned, by its table; it leaves the table when
-/// the last outside reference is released. The content never changes once the object is interned
-/// and may then be read from any thread; until then the object belongs to one thread. Counting is
-/// thread-safe when `Mox::threadSafePtrs()` is on. A kind derives from this class first, and its
-/// objects are made by `new`: see HandleMemory.
+/// Reference-counted; an interned object is removed from its table when the last external reference
+/// is released. Immutable once interned; until then only its creator may use it. Counting is
+/// thread-safe if `Mox::threadSafePtrs()` is on. REQUIRES: this class is the first base of a
+/// derived class, and objects are created by `new` (see HandleMemory).
 class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
   public:
     using Ptr = Mox::Ptr<DedupHandle>;
@@ -101,18 +99,18 @@ class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
     /// The hash of the content alone; equal contents hash equal.
     virtual U32 hash() const = 0;
 
-    /// A hash of the content that decides the object's place in its table. Equal contents hash
-    /// equal; contents come from untrusted peers, so it must be keyed (Mox/Hash.h). The default is
-    /// a keyed hash of hash(): enough for a kind whose hash() nobody outside can predict.
+    /// The hash of the content that determines the object's place in its table. Equal contents hash
+    /// equal. Contents come from untrusted peers, so it must be keyed (Mox/Hash.h). The default, a
+    /// keyed hash of hash(), is sufficient only if outsiders cannot predict hash().
     virtual U64 placementHash() const;
 
     /// Whether the other object, of the same kind, has the same content.
     virtual bool compare(DedupHandle const* other) const = 0;
 
-    /// Whether this object has that content.
+    /// Whether this object has the content.
     virtual bool compareByContent(DedupContentHandle const& content) const = 0;
 
-    // Where interned objects live: Kel/HandleMemory.h.
+    // Interned objects are allocated by HandleMemory.
     static void* operator new(std::size_t octets) { return HandleMemory::allocate(octets); }
     static void operator delete(void* cell, std::size_t octets) noexcept {
         HandleMemory::free(cell, octets);
@@ -122,7 +120,7 @@ class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
         return static_cast<DedupHandleState>(countWord().state());
     }
 
-    /// What dumps and traces print of the object: the name of its type, unless a kind has better.
+    /// Prints the object for dumps and traces; by default, the name of its type.
     virtual void formatHandle(std::ostream& os) const;
 
   protected:
@@ -138,7 +136,7 @@ class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
 
     void releaseToFloor() const noexcept override;
 
-    /// Marks an object that was rebuilt from a store: it belongs to no table, ever.
+    /// Marks an object that was rebuilt from a store. It can never be interned.
     void destashedIs() noexcept { countWord().destash(); }
 
   private:
@@ -147,7 +145,7 @@ class VOBGP_EXPORT DedupHandle : public Mox::PtrInterface {
 
     // In the padding of the base.
     U16 kindBits_ = 0;
-    /// What is kept of the placement hash that the object was interned with.
+    /// The lower half of the placement hash with which the object was interned.
     U32 place_ = 0;
 };
 

@@ -5,13 +5,13 @@
 
 namespace Kel {
 
-/// Holds one interned object for as long as it exists, without keeping the object interned.
+/// A reference to an interned object that does not keep it interned.
 ///
-/// Its reference raises the object's floor with its count, so the object leaves its table when all
-/// others have let go; whoever still holds the notifier then keeps the object itself alive. To be
-/// made by a holder of the object once it is interned, as a rule in the table's `handleInsert`;
-/// made of an object that is in no table, its reference is an ordinary one. At most 62 notifiers
-/// hold one interned object at a time (asserted). Immutable.
+/// Raises the object's floor together with its count, so the object is removed from its table when
+/// all other references are released; the notifier keeps it alive until then. Usually created in
+/// the table's `handleInsert`. For an object that is not interned, an ordinary reference. At most
+/// 62 notifiers may refer to one interned object at a time (asserted). Immutable. REQUIRES: the
+/// creator holds a reference to the object.
 class VOBGP_EXPORT DedupHandleLifeTimeNotifier : public Mox::PtrInterface {
   public:
     MOX_COUNTED(DedupHandleLifeTimeNotifier)
@@ -19,7 +19,8 @@ class VOBGP_EXPORT DedupHandleLifeTimeNotifier : public Mox::PtrInterface {
     explicit DedupHandleLifeTimeNotifier(DedupHandle::PtrConst const& handle) noexcept;
     ~DedupHandleLifeTimeNotifier() override;
 
-    /// The object. Nobody makes a counted pointer of it unless he holds a reference already.
+    /// The object. REQUIRES: a caller that creates a counted pointer from it already holds a
+    /// reference.
     DedupHandle const* dedupHandle() const noexcept { return handle_; }
 
   private:

@@ -116,7 +116,7 @@ void DedupHashTable::dumpState(DumpContext::PtrConst const& context, U32 indent)
     for (auto const& handle : handles) {
         Mox::TextStream text;
         handle->formatHandle(text);
-        // Not counting this dump's own reference and the table's.
+        // Without the references of this dump and of the table.
         text << " references " << handle->referenceCount() - 2;
         context->line(indent + 2, text.text());
     }

@@ -14,56 +14,56 @@ namespace Kel {
 
 class DedupHashTable;
 
-/// The one observer of an intern table: hears every object that enters and leaves it.
+/// The observer of an intern table, notified when objects are inserted and removed.
 ///
-/// Owned by the table it is registered with, and by whoever made it. Its operations are called
-/// synchronously, in thread-safe mode by one thread at a time process-wide and under a recursive
-/// mutex; an observer may intern and release, but takes no lock that another thread holds while it
-/// interns or releases. One content is heard insert, remove, insert, remove, strictly in turn. An
-/// observer whose notification switch is off when it is registered is told nothing.
+/// Owned by the table it is registered with, and by its creator. Called synchronously; in
+/// thread-safe mode under a process-wide recursive mutex. An observer may intern and release
+/// objects, but must not take a lock that another thread holds while it interns or releases. For
+/// each content, insertions and removals alternate strictly. An observer whose notification switch
+/// is off when it is registered is never notified.
 class VOBGP_EXPORT DedupHashTableLifeTimeNotifiee : public Mox::PtrInterface {
   public:
     MOX_COUNTED(DedupHashTableLifeTimeNotifiee)
 
-    /// The object has been inserted; nobody else is handed it before this returns. If this throws,
-    /// the object is taken out again and whoever was interning it gets the exception: it must not
-    /// have shown the object to another thread by then, nor kept a lifetime notifier of it.
+    /// Called after an object is inserted; other threads cannot obtain the object until this
+    /// returns. If it throws, the object is removed again and the interning call throws the same
+    /// exception. An implementation that throws must not have passed the object to another thread,
+    /// nor kept a lifetime notifier of it.
     virtual void handleInsert(DedupHandle::Ptr const& handle) = 0;
 
-    /// The last outside reference to an announced object has gone and it is about to leave. No
-    /// reference to it may be taken, nor its content looked up; another thread that looks it up
-    /// waits. Does not throw.
+    /// Called before an announced object is removed, after its last external reference was
+    /// released. Must not add a reference to the object or look up its content (another thread that
+    /// does waits). Must not throw.
     virtual void handleRemove(DedupHandle* handle) = 0;
 
-    /// Which objects the notifiee has to be told of; all, unless it knows better. Asked once, when
-    /// it is registered. The filter must always return the same for an object, and may be called
-    /// by any thread that has a reference to it. Insertions and releases of other objects do not
-    /// take the notification mutex.
+    /// Returns the filter for objects to notify about; by default, all. Called once, when the
+    /// notifiee is registered. The result of the filter for an object must never change. The filter
+    /// may be called by any thread that holds a reference to the object. Insertions and releases of
+    /// rejected objects do not take the notification mutex.
     virtual DedupHandleFilter filter() const noexcept;
 
-    /// No more will be heard of the table: it goes, or has another observer now. Objects that were
-    /// announced may still be in it. Keeps no pointer to the table; does not throw.
+    /// The last call: the table is being destroyed or has a new observer. Announced objects may
+    /// still be interned. Must not keep a pointer to the table; must not throw.
     virtual void handleNotificationStop(Mox::PtrConst<DedupHashTable> const& table) = 0;
 };
 
-/// An intern table: holds one object for each distinct content that anybody refers to.
+/// An intern table: at most one object per distinct content.
 ///
-/// It is counted itself and holds one reference to each object in it, which does not keep an object
-/// interned; objects leave by themselves with their last outside reference. When the table goes,
-/// objects still held outside become plain counted ones. Thread-safe or thread-compatible, as it
-/// was made.
+/// Reference-counted. The table's own reference does not keep an object interned: an object is
+/// removed when its last external reference is released. Objects that outlive the table become
+/// ordinary counted objects. Thread-safe if constructed so, otherwise thread-compatible.
 class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
   public:
     MOX_COUNTED(DedupHashTable)
 
     ~DedupHashTable() override;
 
-    /// A reference to the object with that content, or null. Builds no object. `hash` is what such
-    /// an object's `hash()` is.
+    /// Returns the object with this content, or null. Constructs no object. `hash` is what `hash()`
+    /// of such an object returns.
     DedupHandle::PtrConst lookupByContent(DedupContentHandle const& content, U32 hash) const;
 
-    /// A reference to the object that `match(DedupHandle const&)` accepts among those with that
-    /// placement hash, or null. Allocates nothing. The match reads the object's content only.
+    /// Returns the object with this placement hash that `match(DedupHandle const&)` accepts, or
+    /// null. Allocates nothing. `match` must read only the object's content.
     template <class Match>
     DedupHandle::PtrConst find(U64 placementHash, Match const& match) const {
         return core_->find(placementHash, match);
@@ -76,8 +76,8 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
         return core_->find(miss, match);
     }
 
-    // The two steps of find(), for a caller that keeps the second one out of line. takeFast()
-    // returns a reference for the caller to adopt; null does not mean that there is no such object.
+    // The two steps of find(), for callers that keep the second one off the hot path. takeFast()
+    // returns a reference for the caller to adopt; null does not mean that the object is missing.
     template <class Match>
     DedupHandle const* takeFast(U64 placementHash, Match const& match) const {
         return core_->takeFast(placementHash, match);
@@ -87,10 +87,10 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
         return core_->findSlowly(miss, match);
     }
 
-    /// Interns an object: returns the equal object that is in the table already, or inserts this
-    /// one and returns it. An object that is inserted must never have been interned before
-    /// (asserted). If memory runs out, or the observer throws, the table is as it was and the
-    /// object can be interned again.
+    /// Interns an object: returns the existing equal object, or inserts this one and returns it.
+    /// REQUIRES: an object that is inserted was never interned before (asserted). On
+    /// `std::bad_alloc`, or if the observer throws, the table is unchanged and the object can be
+    /// interned again.
     DedupHandle::PtrConst dedup(DedupHandle::Ptr const& object) const;
 
     /// Interns an object that find() has just missed: cheaper, as the table looks it up again
@@ -100,18 +100,19 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
         return core_->dedup(std::move(object), miss);
     }
 
-    /// Registers the one observer, in place of the one there is, which is told to stop. Objects
-    /// that are in the table already are not announced to it.
+    /// Registers the observer and stops the previous one. Objects already in the table are not
+    /// announced to the new observer.
     void lifeTimeNotifieeIs(DedupHashTableLifeTimeNotifiee::Ptr const& notifiee);
     DedupHashTableLifeTimeNotifiee::Ptr lifeTimeNotifiee() const;
 
     bool isThreadSafe() const noexcept;
 
-    /// Objects in the table. Exact when no other thread is at work, as are the next two.
+    /// The number of objects in the table. This and the next two are approximate while other
+    /// threads use the table.
     std::size_t size() const;
-    /// Slots for objects.
+    /// The number of slots.
     std::size_t capacity() const;
-    /// Octets of memory of the table itself, its objects not included.
+    /// The memory of the table in octets, without its objects.
     std::size_t octets() const;
 
     /// What the table holds, and what was asked of it since it was created.
@@ -129,7 +130,7 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
     void hitsCountedIs(bool counted) noexcept;
     bool hitsCounted() const noexcept;
 
-    /// One line for the table and one for each object in it, the latter two columns deeper. The
+    /// Writes one line for the table and one for each object, indented by two more columns. The
     /// table's ends in ` hits N misses N` while hits are counted.
     void dumpState(DumpContext::PtrConst const& context, U32 indent) const;
 
@@ -142,12 +143,12 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
     DedupTableCore* core_;
 };
 
-/// An intern table without an order.
+/// An unordered intern table.
 class VOBGP_EXPORT DedupHashTableUnorderedSet : public DedupHashTable {
   public:
     MOX_COUNTED(DedupHashTableUnorderedSet)
 
-    /// A thread-safe table needs thread-safe pointers (asserted).
+    /// REQUIRES: `Mox::threadSafePtrs()` if `threadSafe` (asserted).
     explicit DedupHashTableUnorderedSet(bool threadSafe);
     ~DedupHashTableUnorderedSet() override;
 };

@@ -16,11 +16,11 @@ namespace Kel {
 
 namespace {
 
-/// From here on the memory of an array is mapped, zero until it is touched, and can be given back
-/// in parts. A clearing of less does not take long.
+/// Arrays of at least this size are mapped: their memory is zero on first use and can be released
+/// in parts. Smaller ones are cleared quickly.
 constexpr std::size_t leastMapped = std::size_t{64} << 10;
 
-/// How much is given back to the system in one step: some microseconds.
+/// How much memory one step releases, in a few microseconds.
 constexpr std::size_t releasedAtOnce = std::size_t{128} << 10;
 
 /// The first page of an array has its header and is never returned.
@@ -99,7 +99,7 @@ void SlotArray::moveBucketTo(SlotArray& other, std::size_t index) noexcept {
     for (unsigned i = 0; i < SlotBucket::slots; ++i) {
         if (auto* const handle = buckets()[index].slot(i); handle != nullptr) {
             auto const placeOfHandle = place(index, i).load(std::memory_order_relaxed);
-            // There before it is removed here: a look-up in both rarely misses it.
+            // Insert before erasing, so that a look-up in both arrays rarely misses the entry.
             other.put(*handle, placeOfHandle, buckets()[index].tag(i));
             remove(index, i, placeOfHandle);
         }
@@ -151,7 +151,7 @@ std::size_t DedupSlots::octets() const noexcept {
     return octets;
 }
 
-/// A spare array of that many buckets, or a new one.
+/// Returns a spare array with this many buckets, or a new one.
 SlotArray* DedupSlots::arrayOf(std::size_t buckets) {
     for (auto** spare = &spares_; *spare != nullptr; spare = &(*spare)->nextSpare) {
         if ((*spare)->bucketCount() == buckets) {
@@ -190,11 +190,11 @@ void DedupSlots::shrinkIfEmpty() noexcept {
     try {
         replaceBy(arrayOf(buckets / 2));
     } catch (std::bad_alloc const&) {
-        // A release never fails: the larger array stays.
+        // Releases must not fail: keep the larger array.
     }
 }
 
-/// Moves some entries, or returns some memory: the part that one change does.
+/// The work of one change: moves some entries or releases some memory.
 void DedupSlots::step() noexcept {
     auto* const from = previous_.load(std::memory_order_relaxed);
     if (from == nullptr) {

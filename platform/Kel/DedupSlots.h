@@ -14,7 +14,7 @@ using Mox::U8;
 
 class DedupHandle;
 
-/// The position in a table of the object with some content: parts of its placement hash.
+/// The place of a content in a table: parts of its placement hash.
 class Placement {
   public:
     explicit Placement(U64 placementHash) noexcept
@@ -153,7 +153,7 @@ static_assert(sizeof(SlotBucket) == 64);
 ///     | header | bucket 0 | bucket 1 | ... | places of bucket 0 | places of bucket 1 | ... |
 class alignas(SlotBucket) SlotArray {
   public:
-    /// An array of empty slots. Throws `std::bad_alloc`.
+    /// Creates an empty array. Throws `std::bad_alloc`.
     static SlotArray* create(std::size_t buckets);
     static void destroy(SlotArray* array) noexcept;
 
@@ -193,7 +193,7 @@ class alignas(SlotBucket) SlotArray {
         U64 word_ = 0;
     };
 
-    /// The first object with that placement that `accept(DedupHandle&)` accepts, or null.
+    /// Returns the first object with this placement that `accept(DedupHandle&)` accepts, or null.
     template <class Accept>
     DedupHandle* find(Placement placement, Accept const& accept) const {
         auto index = homeOf(placement.place());
@@ -220,7 +220,7 @@ class alignas(SlotBucket) SlotArray {
     /// Puts an object into the first empty slot from its bucket on. REQUIRES: there is one.
     void put(DedupHandle& handle, U32 place, U8 tag) noexcept;
 
-    /// Removes an object. False if it is not here.
+    /// Removes an object. Returns false if it is not in this array.
     bool erase(DedupHandle const& handle, U32 place) noexcept;
 
     /// Moves all entries of a bucket into another array.
@@ -283,12 +283,12 @@ class alignas(SlotBucket) SlotArray {
 
 static_assert(sizeof(SlotArray) == sizeof(SlotBucket));
 
-/// The slots of one shard, which grow and shrink by bounded steps.
+/// The slots of one shard, which grow and shrink in bounded steps.
 ///
-/// When the array is too full or too empty, one of twice or half its size takes its place; each
-/// later change moves some entries over. Until all have been moved, look-ups go to both. An array
-/// that has been emptied stays readable, for a probe may still be in it: it is kept as a spare,
-/// gives its memory back step by step, and serves again when that size is needed.
+/// When the array is too full or too empty, it is replaced by one of twice or half its size, and
+/// each later change moves some entries. Until all are moved, look-ups probe both arrays. An
+/// emptied array must remain readable, because a probe may still access it: it is kept as a spare,
+/// releases its memory step by step, and is reused when that size is needed again.
 ///
 /// Guarded by its shard's lock, except candidate() and find().
 class DedupSlots {
@@ -302,16 +302,16 @@ class DedupSlots {
     std::size_t capacity() const noexcept;
     std::size_t octets() const noexcept;
 
-    // Without the lock null may be wrong, and what is found may have been destroyed: before an
-    // object has been retained, its count word is all that may be read of it.
+    // Without the lock, null may be wrong, and the object found may have been destroyed: until it
+    // is retained, only its count word may be read.
 
-    /// The object that SlotArray::Reference::candidate() finds in the array that entries go to.
+    /// Returns the candidate in the current array; see SlotArray::Reference::candidate().
     DedupHandle* candidate(Placement placement) const noexcept {
         auto const array = current_.load(std::memory_order_acquire);
         return array ? array.candidate(placement) : nullptr;
     }
 
-    /// The object with that placement that `accept(DedupHandle&)` accepts, or null.
+    /// Returns the object with this placement that `accept(DedupHandle&)` accepts, or null.
     template <class Accept>
     DedupHandle* find(Placement placement, Accept const& accept) const {
         if (auto const array = current_.load(std::memory_order_acquire)) {
@@ -325,23 +325,24 @@ class DedupSlots {
         return nullptr;
     }
 
-    /// How many changes have begun and ended. To be read before find() without the lock.
+    /// Counts the beginnings and ends of changes. Read it before find() without the lock.
     U64 changes() const noexcept { return changes_.load(std::memory_order_acquire); }
 
-    /// Whether nothing was being changed when changes() returned that number, nor has been since:
-    /// what find() did not find in between is not there. The loads of find() acquire, so this one
-    /// comes after them; and a slot that a change has written is seen after the change was counted.
+    /// Whether no change was in progress when changes() returned `changes`, and none has begun
+    /// since. If so, an object that find() did not find in between is not in the table. The loads
+    /// of find() acquire, so this load comes after them; and the count of a change is visible
+    /// before its stores to slots.
     bool unchangedSince(U64 changes) const noexcept {
         return changes % 2 == 0 && changes_.load(std::memory_order_relaxed) == changes;
     }
 
-    /// Makes sure that the next insert() needs no memory. Throws `std::bad_alloc`, with nothing
-    /// changed.
+    /// Ensures that the next insert() needs no memory. Throws `std::bad_alloc`; on error, nothing
+    /// is changed.
     void makeRoomForOne();
 
     void insert(Placement placement, DedupHandle& handle) noexcept;
 
-    /// Takes out an object, which must be here (asserted).
+    /// Removes an object. REQUIRES: it is in the table (asserted).
     void erase(DedupHandle const& handle, U32 place) noexcept;
 
     template <class Visitor>
@@ -354,11 +355,11 @@ class DedupSlots {
     }
 
   private:
-    /// How many buckets a change moves: some microseconds. Growth is over long before the larger
-    /// array is full, and soon enough that few look-ups have to search the previous array.
+    /// How many buckets a change moves, in a few microseconds. Growth completes long before the
+    /// larger array is full, and soon enough that few look-ups search the previous array.
     static constexpr std::size_t bucketsPerStep = 16;
 
-    /// Counts a change at its begin and at its end: the number is odd meanwhile.
+    /// Counts the beginning and the end of a change; the count is odd in between.
     class Change {
       public:
         explicit Change(DedupSlots& slots) noexcept
@@ -377,7 +378,7 @@ class DedupSlots {
         DedupSlots& slots_;
     };
 
-    /// For changes, and for the lock's holder.
+    /// For changes by the holder of the lock.
     SlotArray* current() const noexcept { return current_.load(std::memory_order_relaxed).get(); }
 
     SlotArray* arrayOf(std::size_t buckets);
@@ -386,11 +387,11 @@ class DedupSlots {
     void step() noexcept;
     void releaseSpareMemory() noexcept;
 
-    /// Where entries go; null before the first.
+    /// The array for new entries; null before the first one.
     std::atomic<SlotArray::Reference> current_{};
-    /// What is being emptied into it, or null.
+    /// The array being emptied into `current_`, or null.
     std::atomic<SlotArray*> previous_{nullptr};
-    // Another cache line, so that a change does not take the one above from other threads' probes.
+    // On another cache line, so that a change does not invalidate the one above for other threads.
     alignas(64) std::atomic<U64> changes_{0};
     SlotArray* spares_ = nullptr;
     bool spareMemoryLeft_ = false;

@@ -13,10 +13,10 @@ namespace Kel {
 
 namespace {
 
-/// Orders all notifications of the process: it is held from before an insertion or a possibly last
-/// release that a notifiee has to be told of until the entry has been announced or erased. Never
-/// destroyed, for objects that are released after every static has gone, and needs no memory, so a
-/// release never fails.
+/// Orders all notifications of the process. Held from before an insertion, or a possibly last
+/// release, that concerns a notifiee until the entry is announced or erased. Never destroyed,
+/// because objects may be released after static destruction, and not allocated, so releases cannot
+/// fail.
 std::recursive_mutex& notificationMutex() noexcept {
     alignas(std::recursive_mutex) static std::byte storage[sizeof(std::recursive_mutex)];
     static auto* const mutex = ::new (storage) std::recursive_mutex;
@@ -25,8 +25,8 @@ std::recursive_mutex& notificationMutex() noexcept {
 
 // ---- Ids ----------------------------------------------------------------------------------------
 
-/// The cores of the process by their ids. An id is a core's until it is destroyed, which is after
-/// the last object that names it. 0 is no id.
+/// The cores of the process by id. A core keeps its id until it is destroyed, after the last object
+/// with that id. 0 is not an id.
 class CoreIds {
   public:
     U32 add(DedupTableCore& core) {
@@ -62,8 +62,8 @@ constinit CoreIds coreIds;
 
 // ---- Locks --------------------------------------------------------------------------------------
 
-/// The locks that one step on a content needs: the shard's, and the notification mutex if something
-/// may have to be announced. In plain mode it holds nothing and reports that it holds both.
+/// The locks for one operation on a content: the shard's, and the notification mutex if a
+/// notification may be needed. In plain mode takes no lock and reports that it holds both.
 class DedupTableCore::Locks {
   public:
     /// Locks the shard.
@@ -75,9 +75,8 @@ class DedupTableCore::Locks {
         }
     }
 
-    /// Locks the shard and first, if the removal of the object has to be announced, the
-    /// notification mutex. A notifiee that is registered after that check is not told of the
-    /// object.
+    /// Locks the notification mutex if the removal of the object must be announced, then the shard.
+    /// A notifiee registered after this check is not notified of the object.
     Locks(DedupTableCore const& core, Shard const& shard, DedupHandle const& handle)
       : core_(core) {
         if (core.threadSafe_) {
@@ -89,12 +88,12 @@ class DedupTableCore::Locks {
         }
     }
 
-    /// Whether no other thread can be announcing anything.
+    /// Whether no other thread can be announcing an object.
     bool holdsNotificationMutex() const noexcept {
         return !core_.threadSafe_ || notification_.owns_lock();
     }
 
-    /// Whether the notification mutex has to be taken before the object is inserted.
+    /// Whether the notification mutex must be taken before the object is inserted.
     bool needsNotificationMutex(DedupHandle const& handle) const noexcept {
         return !holdsNotificationMutex() && concernsNotifiee(handle);
     }
@@ -104,8 +103,8 @@ class DedupTableCore::Locks {
         return holdsNotificationMutex() && core_.notifieeActive_ && concernsNotifiee(handle);
     }
 
-    /// Takes the notification mutex. The shard is unlocked meanwhile: what was seen in it may have
-    /// changed. What another thread was announcing has been announced.
+    /// Takes the notification mutex. Unlocks the shard meanwhile, so its content may change. On
+    /// return, announcements in progress in other threads are complete.
     void lockNotification() {
         shard_.unlock();
         notification_.lock();
@@ -152,10 +151,10 @@ DedupTableCore& DedupTableCore::withId(U32 id) noexcept {
     return coreIds.core(id);
 }
 
-/// Under the shard's lock: a reference to the object that `matches` accepts, or null. An entry that
-/// another thread is inserting or detaching is waited for: when that thread has announced it, the
-/// entry is settled or gone. The thread that is itself detaching the entry fails the assertion of
-/// retain().
+/// Returns a reference to the object that `matches` accepts, or null. Waits for an entry that
+/// another thread is inserting or detaching: after that thread has announced it, the entry is
+/// settled or gone. A thread that is itself detaching the entry fails the assertion in retain().
+/// REQUIRES: the shard is locked.
 template <class Match>
 DedupHandle::PtrConst DedupTableCore::take(Locks& locks, Shard& shard, Placement placement,
                                            Match const& matches) {
@@ -187,9 +186,9 @@ DedupHandle::PtrConst DedupTableCore::findSlowly(DedupMiss& miss, Matcher matche
     return counted(findUncounted(miss, matches));
 }
 
-/// What the first candidate did not decide: another object with its tag, an entry in the array
-/// that is being emptied, one that is not settled, a miss. The lock is taken only if what was seen
-/// without it is not certain.
+/// Handles all cases other than a hit of the first candidate: another object with the same tag, an
+/// entry in the previous array, an unsettled entry, a miss. Takes the lock only if the result
+/// without it is uncertain.
 DedupHandle::PtrConst DedupTableCore::findUncounted(DedupMiss& miss, Matcher matches) {
     Placement const placement(miss.placementHash_);
     auto& shard = shardOf(placement.place());
@@ -217,9 +216,9 @@ DedupHandle::PtrConst DedupTableCore::findUncounted(DedupMiss& miss, Matcher mat
     return taken;
 }
 
-/// The notification mutex is taken only for an insertion that has to be announced. A caller that
-/// expects to find the object calls find() first, which takes no lock. If nothing has changed in
-/// the shard since that look-up missed, it is conclusive under the lock as well.
+/// Takes the notification mutex only for an insertion that must be announced. Callers that expect a
+/// hit call find() first, which takes no lock. If nothing has changed in the shard since that
+/// look-up missed, it is conclusive under the lock as well.
 DedupHandle::PtrConst DedupTableCore::dedup(DedupHandle::Ptr object, DedupMiss const& miss) {
     Placement const placement(miss.placementHash_);
     auto& shard = shardOf(placement.place());
@@ -245,11 +244,11 @@ DedupHandle::PtrConst DedupTableCore::dedup(DedupHandle::Ptr object, DedupMiss c
 void DedupTableCore::enter(Shard& shard, DedupHandle& handle, Placement placement, bool announce) {
     MOX_ASSERT_TEXT(handle.dedupState() == dedupHandleStateNeverDeduped(),
                     "object->dedupState() == Kel::dedupHandleStateNeverDeduped()");
-    // What look-ups without a lock rely on: see HandleMemory.
+    // Look-ups without a lock rely on this (see HandleMemory).
     MOX_ASSERT_TEXT(dynamic_cast<void const*>(&handle) == &handle,
                     "an interned object begins with its Kel::DedupHandle");
     shard.slots.makeRoomForOne();
-    // Nothing fails from here on.
+    // Cannot fail from here on.
     handle.place_ = placement.place();
     ++shard.misses;
     handle.countWord().enterTable(id_, announce);
@@ -260,9 +259,9 @@ void DedupTableCore::leave(Shard& shard, DedupHandle& handle) noexcept {
     shard.slots.erase(handle, handle.place_);
 }
 
-/// Tells the notifiee of an object just inserted. The notification mutex is held throughout, so
-/// another thread that finds the entry waits, and is handed it only once it has been announced.
-/// The object is passed by value: the notifiee may reset the pointer that the caller interned by.
+/// Announces an inserted object. The notification mutex is held throughout, so another thread that
+/// finds the entry waits until it is announced. `object` is passed by value because the notifiee
+/// may reset the caller's pointer.
 DedupHandle::PtrConst DedupTableCore::announceInsertion(Locks& locks, Shard& shard,
                                                         DedupHandle::Ptr object) {
     auto const notifiee = notifiee_;
@@ -271,7 +270,7 @@ DedupHandle::PtrConst DedupTableCore::announceInsertion(Locks& locks, Shard& sha
         notifiee->handleInsert(object);
     } catch (...) {
         locks.lockShard();
-        // Unless the notifiee made the table go, which left nothing to take back.
+        // Unless the notifiee destroyed the table.
         if (object->dedupState() == dedupHandleStateDeduped()) {
             leave(shard, *object);
             object->countWord().takeBack();
@@ -283,11 +282,12 @@ DedupHandle::PtrConst DedupTableCore::announceInsertion(Locks& locks, Shard& sha
     return object;
 }
 
-/// The race to prevent: a look-up finds an object after its last outside reference was released but
-/// before it is removed. Therefore the decrement to the floor sets *being detached* in the same
-/// step, and a look-up takes a reference only to an object that is not being detached, in one step
-/// as well. Whichever comes first decides: after a look-up this release is not the last; after the
-/// mark the look-up waits or misses. For the same reason two threads never both detach an object.
+/// The race to prevent: a look-up finds an object after its last external reference was released
+/// but before it is removed. Therefore the decrement to the floor sets *being detached* in the same
+/// atomic step, and a look-up adds a reference only to an object that is not being detached, also
+/// in one atomic step. If the look-up comes first, this release is not the last one; if the mark
+/// comes first, the look-up waits or misses. For the same reason, two threads never both detach an
+/// object.
 void DedupTableCore::releaseHandle(DedupHandle& handle) noexcept {
     using Release = Mox::CountWord::Release;
     auto& word = handle.countWord();
@@ -305,15 +305,15 @@ void DedupTableCore::releaseHandle(DedupHandle& handle) noexcept {
                 notifiee->handleRemove(&handle);
                 locks.lockShard();
             }
-            // Read again: the notifiee may have destroyed the table.
+            // Check again: the notifiee may have destroyed the table.
             if (word.state() == Mox::CountWord::State::beingDetached) {
                 leave(shard, handle);
                 word.leaveTable();
             }
         }
     }
-    // An ordinary reference now: the table's or, if the table was destroyed while this release was
-    // on its way, the caller's. The core may be destroyed with the object.
+    // Now an ordinary reference: the table's, or the caller's if the table was destroyed during
+    // this release. The core may be destroyed with the object.
     handle.release();
 }
 
@@ -329,13 +329,14 @@ void DedupTableCore::notifieeIs(Mox::Ptr<DedupHashTableLifeTimeNotifiee> const& 
     }
     before = std::exchange(notifiee_, notifiee);
     notifieeActive_ = notifiee && notifiee->hasNotificationActive();
-    // A notifiee hears of a removal only if it heard of the insertion.
+    // A notifiee is notified of a removal only if it was notified of the insertion.
     forgetAnnouncements();
     if (before) {
         before->handleNotificationStop(table);
     }
-    // Not earlier: until the previous notifiee has been told to stop, nothing it was told of may
-    // leave without the notification mutex. It may also have registered another one meanwhile.
+    // Not earlier: until the previous notifiee is stopped, objects announced to it must not be
+    // removed without the notification mutex. It may also have registered another notifiee
+    // meanwhile.
     filter_.store(notifieeActive_ ? notifiee_->filter() : nullptr, std::memory_order_release);
 }
 
@@ -365,14 +366,14 @@ void DedupTableCore::forgetAnnouncements() noexcept {
     });
 }
 
-/// The core may be destroyed as soon as the last object has been, while the thread that released
-/// that object has only just unlocked a shard: a mutex may be destroyed once it has been unlocked.
+/// The core may be destroyed with the last object, right after the releasing thread unlocked a
+/// shard. This is safe: a mutex may be destroyed once it is unlocked.
 void DedupTableCore::abandon() noexcept {
     forEachShard([this](Shard& shard) {
         shard.slots.forEach([this](DedupHandle& handle) {
             holders_.fetch_add(1, std::memory_order_relaxed);
-            // One that is being detached is released by the thread that detaches it, which is this
-            // one, further up: others were waited for.
+            // An object that is being detached is released further up in this thread; detaching in
+            // other threads is complete.
             bool const detaching = handle.dedupState() == dedupHandleStateBeingDetached();
             handle.countWord().leaveBehind();
             if (detaching) {
@@ -380,7 +381,7 @@ void DedupTableCore::abandon() noexcept {
             }
         });
     });
-    // Nobody looks at the slots any more: no object names this table as the one that it is in.
+    // The slots are not used any more: no object refers to this table.
     for (std::size_t index = 0; index < shardCount_; ++index) {
         shards_[index].slots.forEach([](DedupHandle& handle) { handle.release(); });
     }

@@ -19,7 +19,7 @@ namespace Kel {
 class DedupHashTable;
 class DedupHashTableLifeTimeNotifiee;
 
-/// Whether a lifetime notifiee has to be told of an object: a constant of the object.
+/// Whether a lifetime notifiee is notified of an object; constant for each object.
 using DedupHandleFilter = bool (*)(DedupHandle const& handle) noexcept;
 
 /// A look-up by a placement hash that found nothing. An insertion that follows looks again only if
@@ -43,13 +43,13 @@ class DedupMiss {
 /// The part of a table that may outlive it: the slots, their locks, and the notifiee.
 ///
 /// Shared by the table and by every object that outlives it: a release of such an object may still
-/// be in progress when the table is destroyed. Objects name it by its id, which their count word
-/// has room for. Thread-safe if made so, otherwise thread-compatible.
+/// be in progress when the table is destroyed. Objects refer to it by its id, which is part of
+/// their count word. Thread-safe if constructed so, otherwise thread-compatible.
 ///
 /// In thread-safe mode the slots are split by placement hash into shards, each with a lock, so that
-/// threads that change different contents rarely meet, and a look-up that finds what it looks for
-/// takes no lock at all. Order of locks: the process-wide notification mutex, then one shard's. No
-/// shard lock is held while foreign code runs.
+/// changes of different contents rarely contend. A look-up that succeeds takes no lock. Lock order:
+/// the process-wide notification mutex, then one shard. No shard lock is held while foreign code
+/// runs.
 class VOBGP_EXPORT DedupTableCore {
   public:
     explicit DedupTableCore(bool threadSafe);
@@ -58,11 +58,11 @@ class VOBGP_EXPORT DedupTableCore {
     DedupTableCore& operator=(DedupTableCore const&) = delete;
     bool isThreadSafe() const noexcept { return threadSafe_; }
 
-    /// The core of that id, which some object names or a table has.
+    /// Returns the core with this id. REQUIRES: it exists.
     static DedupTableCore& withId(U32 id) noexcept;
 
-    /// A reference to the interned object with that placement hash that
-    /// `matches(DedupHandle const&)` accepts, or null.
+    /// Returns the interned object with this placement hash that `matches(DedupHandle const&)`
+    /// accepts, or null.
     template <class Match>
     DedupHandle::PtrConst find(U64 placementHash, Match const& matches) {
         DedupMiss miss(placementHash);
@@ -77,8 +77,8 @@ class VOBGP_EXPORT DedupTableCore {
         return taken != nullptr ? DedupHandle::PtrConst::adopt(taken) : findSlowly(miss, matches);
     }
 
-    /// Takes a reference, which the caller adopts, to the object that matches, or returns null.
-    /// Null may be wrong: it looks only where the object nearly always is, and takes no lock.
+    /// Adds a reference to the matching object and returns it for the caller to adopt, or returns
+    /// null. Null may be wrong: probes only the most likely slots and takes no lock.
     template <class Match>
     DedupHandle* takeFast(U64 placementHash, Match const& matches) {
         Placement const placement(placementHash);
@@ -96,7 +96,7 @@ class VOBGP_EXPORT DedupTableCore {
         return probe(*candidate, matches, fast_.settled) == Probe::taken ? candidate : nullptr;
     }
 
-    /// A reference to the object that matches, or null: find() for what takeFast() did not find.
+    /// Like find(), for use after takeFast() returned null.
     template <class Match>
     DedupHandle::PtrConst findSlowly(DedupMiss& miss, Match const& matches) {
         return findSlowly(miss, Matcher(matches));
@@ -105,17 +105,17 @@ class VOBGP_EXPORT DedupTableCore {
     /// Interns an object: see DedupHashTable.
     DedupHandle::PtrConst dedup(DedupHandle::Ptr object, DedupMiss const& miss);
 
-    /// A release that may drop the last outside reference to an object interned here.
+    /// Releases what may be the last external reference to an object interned here.
     void releaseHandle(DedupHandle& handle) noexcept;
 
     void notifieeIs(Mox::Ptr<DedupHashTableLifeTimeNotifiee> const& notifiee,
                     Mox::PtrConst<DedupHashTable> const& table);
     Mox::Ptr<DedupHashTableLifeTimeNotifiee> notifiee() const;
 
-    /// The table is being destroyed: every object still here becomes a plain counted one.
+    /// Called when the table is destroyed: all objects become ordinary counted objects.
     void abandon() noexcept;
 
-    /// Drops the table's hold on the core, or that of an object that the table left behind.
+    /// Releases the core's reference from the table, or from an object that outlives it.
     void release() noexcept;
 
     /// Whether hits are counted. REQUIRES: no other thread uses the table during a change.
@@ -146,10 +146,10 @@ class VOBGP_EXPORT DedupTableCore {
 
     static constexpr std::size_t threadSafeShards = 64;
 
-    /// Selected by the low bits; the high ones select the bucket.
+    /// Selects the shard by the low bits; the high bits select the bucket.
     Shard& shardOf(U32 place) noexcept { return shards_[place & (shardCount_ - 1)]; }
 
-    /// Any match, by reference.
+    /// A type-erased reference to a match function.
     class Matcher {
       public:
         template <class Match>
@@ -168,15 +168,15 @@ class VOBGP_EXPORT DedupTableCore {
 
     enum class Probe { taken, another, unsettled };
 
-    /// Without a lock: takes a reference to an object found in a slot, if it is interned here and
-    /// settled in the same step, and only then compares its content. The reference is the caller's
-    /// if it matches.
+    /// Without a lock: adds a reference to an object found in a slot, in one atomic step with the
+    /// check that it is interned here and settled; then compares its content. On a match, the
+    /// caller owns the reference.
     ///
-    /// Until the reference has been taken, the object may be destroyed at any time and its memory
-    /// be another object's. Nothing is read but its count word, which is a count word for ever
-    /// (HandleMemory). The word names the table, so an object that is in another one by now is
-    /// left alone. What has been retained is interned here and stays so; if its content is another
-    /// one, the memory has been reused since the slot was read.
+    /// Until the reference is added, the object may be destroyed and its memory reused at any time.
+    /// Only its count word is read, which always remains a count word (HandleMemory). The word
+    /// contains the table's id, so an object of another table is rejected. A retained object is
+    /// interned here and stays so; if its content differs, the memory was reused after the slot was
+    /// read.
     template <class Match>
     static Probe probe(DedupHandle& candidate, Match const& matches,
                        Mox::CountWord::SettledIn settled) {
@@ -190,7 +190,8 @@ class VOBGP_EXPORT DedupTableCore {
         return Probe::taken;
     }
 
-    /// Releases a candidate with another content. Not inline, so that a hit saves no registers.
+    /// Releases a candidate with another content. Out of line, so that a hit need not save
+    /// registers.
     static void releaseOther(DedupHandle const& candidate) noexcept;
 
     DedupHandle::PtrConst findSlowly(DedupMiss& miss, Matcher matches);
@@ -216,8 +217,8 @@ class VOBGP_EXPORT DedupTableCore {
     FastPath fast_;
     std::size_t const shardCount_;
     std::unique_ptr<Shard[]> const shards_;
-    /// The notifiee, and whether it is to be told, are read and changed under the notification
-    /// mutex only. Its filter is readable without; null if there is no active notifiee.
+    /// The notifiee and its switch are guarded by the notification mutex. The filter may be read
+    /// without it; null without an active notifiee.
     Mox::Ptr<DedupHashTableLifeTimeNotifiee> notifiee_;
     bool notifieeActive_ = false;
     std::atomic<DedupHandleFilter> filter_{nullptr};

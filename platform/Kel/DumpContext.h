@@ -11,21 +11,20 @@ namespace Kel {
 
 using Mox::U32;
 
-/// Where a debug dump goes: one line per item, indented, children two columns deeper.
+/// The output of a debug dump: one line per item, children indented by two more columns.
 ///
-/// An agent derives from it to have dumps on its own channel. Owned by whoever dumps.
-/// Thread-compatible.
+/// Derive from it to write dumps to another channel. Thread-compatible.
 class VOBGP_EXPORT DumpContext : public Mox::PtrInterface {
   public:
     MOX_COUNTED(DumpContext)
 
-    /// A piece of the dump; lines end in a newline that is part of it.
+    /// Writes a part of the dump; lines include their newline.
     virtual void write(std::string_view text) const = 0;
 
-    /// One line: `indent` spaces, the text, a newline.
+    /// Writes `indent` spaces, the text and a newline.
     void line(U32 indent, std::string_view text) const;
 
-    /// Dumps a part of the object that is being dumped.
+    /// Dumps a child of the current object.
     template <class Child>
     void dumpChild(Child const& child, U32 indent) const {
         child.dumpState(PtrConst(this), indent);

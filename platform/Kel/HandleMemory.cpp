@@ -29,7 +29,7 @@ namespace {
 using Mox::U32;
 using Mox::U64;
 
-/// A cell without an object. The second word stays what the last object left there.
+/// A free cell. The second word remains as the last object left it.
 struct FreeCell {
     FreeCell* next;
     U64 countWord;
@@ -39,7 +39,7 @@ struct FreeCell {
 // ---- Sizes --------------------------------------------------------------------------------------
 
 constexpr std::size_t smallest = sizeof(FreeCell);
-constexpr std::size_t fine = 256; // up to here a class for every eight octets
+constexpr std::size_t fine = 256; // up to this size, one class per eight octets
 constexpr std::size_t largest = std::size_t{1} << 20;
 constexpr std::size_t fineClasses = (fine - smallest) / 8 + 1;
 constexpr std::size_t classes = fineClasses + std::countr_zero(largest) - std::countr_zero(fine);
@@ -64,18 +64,18 @@ static_assert(classOf(largest) == classes - 1 && octetsOfClass(classes - 1) == l
 constexpr std::size_t batchCells = 32;
 constexpr std::size_t chunkOctets = std::size_t{64} << 10;
 
-/// The cells of one size that no thread has. Thread-safe; never destroyed, for objects that are
-/// released after every static has gone.
+/// The free cells of one size that belong to no thread. Thread-safe. Never destroyed, because
+/// objects may be released after static destruction.
 class Depot {
   public:
-    /// A batch: full, but for the first ones of a new chunk.
+    /// Returns a batch of cells: a full one, or the start of a new chunk.
     FreeCell* batch(std::size_t cellOctets) {
         std::lock_guard const lock(mutex_);
         auto* const kept = keptBatchLocked();
         return kept != nullptr ? kept : carve(cellOctets);
     }
 
-    /// A batch that was given back, or null.
+    /// Returns a batch that was given back, or null.
     FreeCell* keptBatch() noexcept {
         std::lock_guard const lock(mutex_);
         return keptBatchLocked();
@@ -117,9 +117,8 @@ constinit std::array<Depot, classes> depots;
 
 #ifdef KEL_ADDRESS_SANITIZER
 
-// Each object is an allocation of its own, which the sanitizer watches. In thread-safe mode the
-// memory stays an object's: it is kept, poisoned but for the words that a free cell has, for the
-// next object of its size.
+// Each object is a separate allocation, which the sanitizer checks. In thread-safe mode the memory
+// is not freed but kept for the next object of its size, poisoned except for the words of FreeCell.
 
 void* takeCell(std::size_t index) {
     auto const octets = octetsOfClass(index);
@@ -143,8 +142,8 @@ void giveCell(std::size_t index, FreeCell* cell) noexcept {
 
 // ---- A thread's cells ---------------------------------------------------------------------------
 
-/// One thread's cells of one size: a batch in use, and a full one, so that a thread that allocates
-/// and frees in turn does not exchange one each time.
+/// The cells of one size of one thread: a batch in use and a full one, so that alternating
+/// allocations and frees do not exchange a batch each time.
 struct Magazine {
     FreeCell* cells = nullptr;
     FreeCell* full = nullptr;
@@ -191,7 +190,7 @@ class Magazines {
     std::array<Magazine, classes> magazines_;
 };
 
-// One word of static thread-local memory, which also a library that is loaded late gets.
+// initial-exec needs static TLS; one word is available even to a library loaded by dlopen().
 [[gnu::tls_model("initial-exec")]] constinit thread_local Magazines* mine = nullptr;
 
 /// Makes the calling thread's cells. Null if the thread is ending, or if there is no memory for

@@ -22,7 +22,7 @@ class VOBGP_EXPORT MaybeU63 {
       : word_((word & unspecifiedWord) != 0 ? unspecifiedWord : word) {}
     constexpr bool isUnspecified() const noexcept { return (word_ & unspecifiedWord) != 0; }
 
-    /// The value; `unspecifiedWord` if there is none.
+    /// The value, or `unspecifiedWord`.
     constexpr U64 word() const noexcept { return word_; }
 
     friend constexpr bool operator==(MaybeU63 const& a, MaybeU63 const& b) noexcept {
@@ -36,7 +36,7 @@ class VOBGP_EXPORT MaybeU63 {
     U64 word_ = unspecifiedWord;
 };
 
-/// The decimal number, or `unspecified`.
+/// Writes and parses the decimal number or "unspecified".
 VOBGP_EXPORT void writeMaybeU63(Mox::CharBuffer& out, MaybeU63 const& value);
 VOBGP_EXPORT MaybeU63 readMaybeU63(Mox::ValueReader& in);
 
