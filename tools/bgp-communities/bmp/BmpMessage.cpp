@@ -23,7 +23,7 @@ RibView viewOf(std::uint8_t flags) {
     return post ? RibView::adjRibInPost : RibView::adjRibInPre;
 }
 
-/** 16 octets; an IPv4 address is in the last 4. */
+/** Returns the address in a field of 16 octets; an IPv4 address is in the last 4. */
 IpAddress addressOf(Octets octets, bool isIpv6) {
     return ipAddress(isIpv6 || octets.empty() ? octets : octets.last(4));
 }

@@ -28,7 +28,7 @@ inline constexpr std::size_t bmpTypes = 7;
 inline constexpr std::uint8_t bmpVersion = 3;
 inline constexpr std::size_t bmpHeaderOctets = 6;
 
-/** A BMP message without its header; not owned. The type may be unassigned. */
+/** A BMP message without its header. `body` is not owned; `type` may be an unassigned number. */
 struct BmpMessage {
     BmpType type = BmpType::initiation;
     Octets body;
@@ -48,7 +48,7 @@ inline constexpr std::size_t ribViews = 5;
 /** "adjRibInPre", ... */
 std::string_view nameOf(RibView view);
 
-/** Which peer of a router: a value that can be a key. Without address for the Loc-RIB. */
+/** Identifies a peer of a router; can be used as a key. No address for the Loc-RIB. */
 struct BmpPeerId {
     static constexpr std::uint8_t locRibInstance = 3; // peer type
 
@@ -60,7 +60,7 @@ struct BmpPeerId {
 };
 
 /**
- * The per-peer header; a plain value.
+ * The per-peer header.
  *
  *     peer type (1) | flags (1) | distinguisher (8) | address (16) | AS (4) | BGP identifier (4) |
  *         seconds (4) | microseconds (4)                                RFC 7854, section 4.2
@@ -71,25 +71,26 @@ struct BmpPeer {
     AsWidth asWidth = AsWidth::four; // of AS_PATH in the messages
     std::uint32_t as = 0;
     std::uint32_t bgpId = 0;
-    std::uint32_t seconds = 0; // since 1970, UTC; 0 if the router does not say
+    std::uint32_t seconds = 0; // since 1970, UTC; 0 if unknown
     std::uint32_t microseconds = 0;
 
-    /** Its address and AS; of the Loc-RIB the router's BGP identifier as an address. */
+    /** The address and the AS of the peer; for the Loc-RIB, the router's BGP identifier as an
+       address. */
     [[nodiscard]] Peer peer() const;
 };
 
-/** Reads the per-peer header. Returns what is wrong, or nothing. */
+/** Parses the per-peer header. Returns an error message, empty on success. */
 std::string_view readBmpPeer(OctetReader& in, BmpPeer& peer);
 
-/** A type-length-value of initiation, termination, statistics, mirroring and peer up messages. Not
-    owned. */
+/** A type-length-value of initiation, termination, statistics, mirroring and peer up messages.
+   `value` is not owned. */
 struct BmpTlv {
     std::uint16_t type = 0;
     Octets value;
 };
 
-/** Takes the next one: type (2) | length (2) | value. False at the end, and if it is truncated:
-    `in.ok()` tells. */
+/** Parses the next TLV: type (2) | length (2) | value. Returns false at the end, or if it is
+   truncated; `in.ok()` is false then. */
 bool readBmpTlv(OctetReader& in, BmpTlv& tlv);
 
 /** Types of information in initiation and peer up messages (RFC 7854, section 4.4). */
@@ -108,13 +109,13 @@ struct BmpPeerUp {
     Octets information;      // TLVs
 };
 
-/** Reads what follows the per-peer header. Returns what is wrong, or nothing. */
+/** Parses the message after the per-peer header. Returns an error message, empty on success. */
 std::string_view readBmpPeerUp(OctetReader& in, BmpPeer const& peer, BmpPeerUp& up);
 
-/** Why the peer went down, by the reason in its message (RFC 7854, section 4.9; RFC 9069). */
+/** Returns the text for a reason in a peer down message (RFC 7854, section 4.9; RFC 9069). */
 std::string_view bmpPeerDownReason(std::uint8_t reason);
 
-/** Why the router ends the session (RFC 7854, section 4.5). */
+/** Returns the text for a reason in a termination message (RFC 7854, section 4.5). */
 std::string_view bmpTerminationReason(std::uint16_t reason);
 
 } // namespace BgpCommunities

@@ -8,8 +8,8 @@ std::string_view textOf(Octets octets) {
     return {reinterpret_cast<char const*>(octets.data()), octets.size()};
 }
 
-/** The speakers of the messages that a view of the peer reports. The Loc-RIB has none: the second
-    address only differs from the first. */
+/** Returns sender and receiver of the messages of a view. The Loc-RIB has none: any two different
+   addresses. */
 MessageEnds endsOf(BmpPeer const& peer, IpAddress const& local) {
     switch (peer.view) {
     case RibView::adjRibInPre:
@@ -24,7 +24,7 @@ MessageEnds endsOf(BmpPeer const& peer, IpAddress const& local) {
     return {IpAddress{}, ipAddress(std::array<std::uint8_t, 4>{})};
 }
 
-/** Reads all TLVs: `take(tlv)`. */
+/** Parses all TLVs and passes them to `take(tlv)`. */
 template <class Take>
 std::string_view readTlvs(OctetReader& in, Take const& take) {
     for (BmpTlv tlv; readBmpTlv(in, tlv);) {
@@ -123,9 +123,9 @@ std::string_view BmpReader::readPeerMessage(BmpType type, OctetReader& in) {
     case BmpType::routeMonitoring:
         return readUpdate(in, peer);
     case BmpType::statistics:
-        in.u32(); // how many follow
+        in.u32(); // number of TLVs
         return readTlvs(in);
-    default: // mirrored messages repeat what routes are reported for
+    default: // mirrored messages duplicate other messages
         return readTlvs(in);
     }
 }
@@ -142,7 +142,7 @@ std::string_view BmpReader::readPeerUp(OctetReader& in, BmpPeer const& peer) {
     session.addPath.endSession(endsOf(peer, session.local));
     session.local = up.local;
     session.isUp = true;
-    if (peer.view == RibView::locRib) { // both OPENs are the router's
+    if (peer.view == RibView::locRib) { // both OPENs are from the router
         session.addPath.decide(endsOf(peer, up.local), up.sentOpen, false);
     } else {
         session.addPath.decide({peer.id.address, up.local}, up.receivedOpen, false);

@@ -21,26 +21,26 @@ struct BmpUpdate {
     PathIds pathIds;
 };
 
-/** What a router says of itself in an initiation message. Not owned; any octets. */
+/** A router's description of itself in an initiation message. Not owned; untrusted octets. */
 struct BmpSystem {
     std::string_view name;
     std::string_view description;
 };
 
 /**
- * Receives the messages of one BMP session from a BmpReader, in their order, in the thread that
- * reads. Nothing that it is passed is owned; what it throws passes through the reader.
+ * Receives the messages of one BMP session from a BmpReader, in order, in the thread that reads.
+ * Arguments are valid until the call returns. Exceptions propagate through the reader.
  */
 class BmpHandler {
   public:
     virtual ~BmpHandler() = default;
 
-    /** Called first for every message, also a malformed one. */
+    /** Called first for every message, even a malformed one. */
     virtual void handleMessage(BmpType /*type*/) {}
 
     virtual void handleSystem(BmpSystem const& /*system*/) {}
 
-    /** `reason` is empty if the router gives none. */
+    /** `reason` is empty if missing. */
     virtual void handleTermination(std::string_view /*reason*/) {}
 
     virtual void handlePeerUp(BmpPeer const& /*peer*/, BmpPeerUp const& /*up*/) {}
@@ -50,7 +50,8 @@ class BmpHandler {
 
     virtual void handleUpdate(BmpPeer const& /*peer*/, BmpUpdate const& /*update*/) {}
 
-    /** A message that is malformed, or does not fit those before it. One line. */
+    /** Called for a message that is malformed or inconsistent with earlier ones. `reason` is one
+       line. */
     virtual void handleProblem(std::string const& reason) = 0;
 };
 
@@ -60,8 +61,8 @@ class BmpHandler {
  *
  * Remembers the peers that are up, and from their OPENs which families carry path identifiers. A
  * malformed message is reported and skipped, as are routes of a peer that is not up (RFC 7854,
- * section 3.3), except those of the router itself, which are reported and read. The session goes on.
- * The handler is not owned. Thread-compatible.
+ * section 3.3), except those of the router itself, which are reported and read. The session
+ * continues. The handler is not owned. Thread-compatible.
  */
 class BmpReader {
   public:

@@ -12,24 +12,23 @@
 namespace BgpCommunities {
 
 /**
- * Cuts the octets of one BMP session into messages.
+ * Splits the octets of one BMP session into messages.
  *
- *     version (1) | length of all of it (4) | type (1) | body             RFC 7854, section 4.1
+ *     version (1) | message length (4) | type (1) | body             RFC 7854, section 4.1
  *
- * Owns the octets of the message that has not arrived completely, and no other memory: a session
- * between messages holds none. Grows with what arrives, never with a claimed length.
- * Thread-compatible.
+ * Owns only the octets of an incomplete message. Memory grows with the octets that arrive, never
+ * with a length field. Thread-compatible.
  */
 class BmpStream {
   public:
-    /** Longer messages are a fault. */
+    /** A message longer than `maxMessageOctets` is a fault. */
     explicit BmpStream(std::size_t maxMessageOctets)
       : maxOctets_(maxMessageOctets) {}
 
     /**
-     * Adds the octets that arrived next, and calls `take(message)` for each message that is now
-     * whole; it is valid during the call. Returns false on a fault, after which nothing more can be
-     * read: `fault()` says why.
+     * Adds received octets and calls `take(message)` for each message completed by them; the
+     * message is valid during the call. Returns false on a fault, see `fault()`; nothing more can
+     * be read then.
      */
     template <class Take>
     bool add(Octets octets, Take const& take) {
@@ -67,7 +66,7 @@ class BmpStream {
         return octets;
     }
 
-    /** A message is complete; false also on a fault. */
+    /** Whether a message is complete; false also on a fault. */
     bool isWhole(Octets octets);
     /** Moves octets to `partial_` until its message is complete; returns the others. */
     Octets complete(Octets octets);
