@@ -331,7 +331,7 @@ TEST(Collections, KeyedHashesOfSequencesSpreadWhateverTheSecret) {
     std::mt19937_64 random(1);
     for (int i = 0; i < 300; ++i) {
         Mox::Detail::HashSecret const secret{random(), random() | 1};
-        for (unsigned const shift : {0, 8, 16, 32, 44}) {
+        for (unsigned const shift : {0U, 8U, 16U, 32U, 44U}) {
             std::vector<int> buckets(1U << bucketBits);
             for (U64 number = 0; number < 4 << bucketBits; ++number) {
                 auto const place = static_cast<U32>(Mox::keyedHash(number << shift, secret));
