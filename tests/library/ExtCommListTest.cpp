@@ -325,7 +325,7 @@ TEST(CommListVector, SortingKeepsTheFirstOfEqualMembersAndAllocatesNothing) {
         std::map<U32, U32> first;
         for (U32 place = 0; place < size; ++place) {
             auto const key = static_cast<U32>(random() % size);
-            members.pushBack(std::make_unique<Member>(key, place));
+            members.pushBack(std::make_unique<Member>(Member{key, place}));
             first.try_emplace(key, place);
         }
         auto const before = allocationsSoFar();
