@@ -247,6 +247,8 @@ void DedupTableCore::enter(Shard& shard, DedupHandle& handle, Placement placemen
     // Look-ups without a lock rely on this (see HandleMemory).
     MOX_ASSERT_TEXT(dynamic_cast<void const*>(&handle) == &handle,
                     "an interned object begins with its Kel::DedupHandle");
+    MOX_ASSERT_TEXT(&HandleMemory::countWordOf(&handle) == &handle.countWord(),
+                    "the count word is the second word of an object");
     shard.slots.makeRoomForOne();
     // Cannot fail from here on.
     handle.place_ = placement.place();

@@ -180,7 +180,7 @@ class VOBGP_EXPORT DedupTableCore {
     template <class Match>
     static Probe probe(DedupHandle& candidate, Match const& matches,
                        Mox::CountWord::SettledIn settled) {
-        if (!candidate.countWord().retainIfSettledIn(settled)) [[unlikely]] {
+        if (!HandleMemory::countWordOf(&candidate).retainIfSettledIn(settled)) [[unlikely]] {
             return Probe::unsettled;
         }
         if (!matches(candidate)) [[unlikely]] {

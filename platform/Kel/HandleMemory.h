@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Mox/CountWord.h>
 #include <Mox/Export.h>
 
 #include <cstddef>
@@ -25,8 +26,13 @@ class VOBGP_EXPORT HandleMemory {
     /// `std::bad_alloc`.
     static void* allocate(std::size_t octets);
 
-    /// Frees memory from `allocate(octets)`. Preserves the count word in the second eight octets.
+    /// Frees memory from `allocate(octets)`. Preserves the count word.
     static void free(void* cell, std::size_t octets) noexcept;
+
+    /// The count word of the object that is, or was, in a cell.
+    static Mox::CountWord& countWordOf(void* cell) noexcept {
+        return *reinterpret_cast<Mox::CountWord*>(static_cast<std::byte*>(cell) + sizeof(void*));
+    }
 };
 
 } // namespace Kel
