@@ -116,9 +116,11 @@ void storeMembers(Members const& members, ContentOf const& contentOf, std::byte*
 /// Mox::keyedHash() of the octets, but word by word.
 template <class Integer, class At>
 U64 keyedHashOfIntegers(std::size_t count, At const& at) noexcept {
-    constexpr std::size_t perWord = sizeof(U64) / sizeof(Integer);
+    constexpr bool isWord = sizeof(Integer) == sizeof(U64);
+    constexpr std::size_t perWord = isWord ? 1 : 2;
+    static_assert(perWord * sizeof(Integer) == sizeof(U64));
     auto const word = [&at](std::size_t index) -> U64 {
-        if constexpr (perWord == 1) {
+        if constexpr (isWord) {
             return swapped(at(index));
         } else {
             return swapped(at(index)) | U64{swapped(at(index + 1))} << 32;

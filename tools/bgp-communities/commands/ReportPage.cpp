@@ -181,8 +181,9 @@ void appendSeries(std::string& out, std::span<Bar const> bars, std::string_view 
         auto const column = [&](std::string_view style, std::uint64_t value) {
             std::string const height = percent(value, most);
             out.append("<rect class=\"").append(style).append("\" x=\"");
-            out += std::to_string(bar.hour - first) + "\" width=\"" + barWidth +
-                   "\" height=\"" + height + "\" y=\"" + percent(most - value, most) + "\"/>";
+            out.append(std::to_string(bar.hour - first)).append("\" width=\"").append(barWidth);
+            out.append("\" height=\"").append(height).append("\" y=\"");
+            out.append(percent(most - value, most)).append("\"/>");
         };
         column("bar2", bar.value);
         column("bar", bar.part);

@@ -68,7 +68,7 @@ void StationWorker::sessionIs(FileDescriptor connection, SocketAddress const& ro
     post([this, shared, router] { adopt(std::move(*shared), router); });
 }
 
-void StationWorker::dictionaryIs(std::shared_ptr<Dictionary const> dictionary) {
+void StationWorker::dictionaryIs(std::shared_ptr<Dictionary const> const& dictionary) {
     post([this, dictionary] {
         if (printer_) {
             printer_->dictionaryIs(dictionary);

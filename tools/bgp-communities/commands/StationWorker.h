@@ -52,7 +52,7 @@ class StationWorker {
     [[nodiscard]] std::size_t sessions() const { return sessions_.load(); }
 
     /** Meanings from now on. */
-    void dictionaryIs(std::shared_ptr<Dictionary const> dictionary);
+    void dictionaryIs(std::shared_ptr<Dictionary const> const& dictionary);
 
     /** Counts the lists of all its routes and passes them to `take`, in its thread. */
     void countUses(std::function<void(StationUses)> take);
