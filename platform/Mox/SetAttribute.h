@@ -7,6 +7,7 @@
 #include <Mox/PtrInterface.h>
 #include <Mox/Types.h>
 
+#include <atomic>
 #include <cstddef>
 
 namespace Mox {
@@ -15,7 +16,7 @@ namespace Mox {
 ///
 /// Reports the key of every item that is added or removed to the owner's observers. Observers and
 /// visitors may change the set and may drop the last reference to its owner. Thread-compatible;
-/// reactor thread if there are observers.
+/// reactor thread if there are observers. Any thread may read size() and empty().
 template <class Key, class Hash = Hasher<Key>>
 class SetAttribute : private CollectionAttribute {
   public:
@@ -24,8 +25,8 @@ class SetAttribute : private CollectionAttribute {
       : CollectionAttribute(owner, number)
       , keys_(seed) {}
 
-    std::size_t size() const noexcept { return keys_.size(); }
-    bool empty() const noexcept { return keys_.empty(); }
+    std::size_t size() const noexcept { return size_.load(std::memory_order_relaxed); }
+    bool empty() const noexcept { return size() == 0; }
     bool has(Key const& key) const noexcept { return keys_.has(key); }
 
     /// Adds the key. Returns whether it is new.
@@ -34,6 +35,7 @@ class SetAttribute : private CollectionAttribute {
         auto const added = key;
         bool const isNew = keys_.is(added);
         if (isNew) {
+            updateSize();
             notify(&added);
         }
         return isNew;
@@ -44,6 +46,7 @@ class SetAttribute : private CollectionAttribute {
         auto const removed = key;
         bool const wasPresent = keys_.del(removed);
         if (wasPresent) {
+            updateSize();
             notify(&removed);
         }
         return wasPresent;
@@ -63,7 +66,10 @@ class SetAttribute : private CollectionAttribute {
     }
 
   private:
+    void updateSize() noexcept { size_.store(keys_.size(), std::memory_order_relaxed); }
+
     HashSet<Key, Hash> keys_;
+    std::atomic<std::size_t> size_{0};
 };
 
 } // namespace Mox

@@ -18,7 +18,7 @@ using Mox::U32;
 ///
 /// Owned by its producer and its observers; holds the route targets by value. Takes no lock.
 /// Reactor thread; the list of an intern table in thread-safe mode is changed by one thread at a
-/// time, and only its observers may read it.
+/// time, and only its observers may read it. Any thread may read the count, rts().
 class VOBGP_EXPORT NotifyingRouteTargetList : public Mox::PtrInterface {
   public:
     MOX_COUNTED(NotifyingRouteTargetList)
