@@ -1,6 +1,6 @@
 #include <VoBgp/ExtCommIp6.h>
 
-#include "VoBgpCommunityFamilyImpl.h"
+#include "ExtCommFamilyImpl.h"
 #include "VoBgpStoredRecords.h"
 
 #include <Mox/Assert.h>

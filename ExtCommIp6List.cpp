@@ -1,6 +1,6 @@
 #include <VoBgp/ExtCommIp6List.h>
 
-#include "VoBgpCommunityListFamilyImpl.h"
+#include "ExtCommListFamilyImpl.h"
 
 #include <Mox/Assert.h>
 #include <Mox/Type.h>

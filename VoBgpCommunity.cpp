@@ -1,6 +1,6 @@
 #include <VoBgp/VoBgpCommunity.h>
 
-#include "VoBgpCommunityFamilyImpl.h"
+#include "ExtCommFamilyImpl.h"
 #include "VoBgpStoredRecords.h"
 
 #include <Mox/Assert.h>

@@ -529,7 +529,7 @@ TEST_P(ExtCommListsDeathTest, Contracts) {
         {"classificationList: Assertion '__null == ( this ) || ( this )->dedupState() != "
          "Kel::dedupHandleStateNeverDeduped()'",
          [&] { (void)unsorted->classificationList(extCommClassificationColor); }},
-        {"VoBgpCommunityListExt.cpp:#: dedup: Assertion 'comms() <= 1'",
+        {"ExtCommList.cpp:#: dedup: Assertion 'comms() <= 1'",
          [&] {
              (void)intern({bandwidth, noAsBandwidth});
          }},

@@ -220,7 +220,7 @@ TEST_P(RtExtCommListsDeathTest, WrongNotifiersAssert) {
     auto const& notifiee = row.table->rtExtCommListLifeTimeNotifiee();
     auto const fresh = rtExtCommClassificationListFactory(extCommClassificationRouteTarget);
     auto const plain = Mox::makeActive<ExtCommClassificationList>(extCommClassificationRouteTarget);
-    expectAssertions({{"VoBgpCommunityListTables.cpp:#: handleInsert: Assertion '__null == "
+    expectAssertions({{"ExtCommListDedupTable.cpp:#: handleInsert: Assertion '__null == "
                        "rtExtCommList->lifeTimeNotifier()' failed",
                        [&] { notifiee->handleInsert(rts); }},
                       {"handleInsert: Assertion '__null != rtExtCommList' failed",

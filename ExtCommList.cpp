@@ -1,6 +1,6 @@
 #include <VoBgp/ExtCommList.h>
 
-#include "VoBgpCommunityListFamilyImpl.h"
+#include "ExtCommListFamilyImpl.h"
 
 #include <Mox/Assert.h>
 #include <Mox/CharBuffer.h>
