@@ -58,32 +58,12 @@ Mox::Type const& RtExtCommClassificationList::staticType() noexcept {
     return type;
 }
 
-Mox::Type const& ExtCommListSnapshot::staticType() noexcept {
-    using Snapshot = ExtCommListSnapshot;
-    static Mox::Type const type(
-        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommListSnapshot",
-        {Mox::readOnlyAttribute<Snapshot, &Snapshot::classificationLists>("classificationLists"),
-         Mox::readOnlyAttribute<Snapshot, &Snapshot::comms>("comms")});
-    return type;
-}
-
-Mox::Type const& ExtCommClassificationListSnapshot::staticType() noexcept {
-    using Snapshot = ExtCommClassificationListSnapshot;
-    static Mox::Type const type(
-        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommClassificationListSnapshot",
-        {Mox::readOnlyAttribute<Snapshot, &Snapshot::classification>("classification"),
-         Mox::readOnlyAttribute<Snapshot, &Snapshot::comms>("comms")});
-    return type;
-}
-
 namespace {
 Mox::TypeRegistration const registrations[] = {
     Mox::TypeRegistration(ExtCommList::Serialization::staticType()),
     Mox::TypeRegistration(ExtCommList::staticType()),
     Mox::TypeRegistration(ExtCommClassificationList::staticType()),
     Mox::TypeRegistration(RtExtCommClassificationList::staticType()),
-    Mox::TypeRegistration(ExtCommListSnapshot::staticType()),
-    Mox::TypeRegistration(ExtCommClassificationListSnapshot::staticType()),
 };
 } // namespace
 
@@ -337,26 +317,6 @@ String ExtCommList::getStringValue(Acl::CommunityValue const& value) {
         .append(':')
         .appendDecimal(value.localData2())
         .string();
-}
-
-// ---- Snapshots ----------------------------------------------------------------------------------
-
-ExtCommListSnapshot::ExtCommListSnapshot() noexcept = default;
-ExtCommListSnapshot::~ExtCommListSnapshot() = default;
-
-ExtCommListSnapshot::Ptr extCommListSnapshotFactory() {
-    return Mox::makeActive<ExtCommListSnapshot>();
-}
-
-ExtCommClassificationListSnapshot::ExtCommClassificationListSnapshot(
-    ExtCommClassification classification) noexcept
-  : ExtCommClassificationListSnapshotBase(classification) {}
-
-ExtCommClassificationListSnapshot::~ExtCommClassificationListSnapshot() = default;
-
-ExtCommClassificationListSnapshot::Ptr
-extCommClassificationListSnapshotFactory(ExtCommClassification classification) {
-    return Mox::makeActive<ExtCommClassificationListSnapshot>(classification);
 }
 
 } // namespace Routing::Bgp

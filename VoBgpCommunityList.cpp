@@ -26,24 +26,6 @@ using Acl::CommunityValue;
 
 // ---- Reflection ---------------------------------------------------------------------------------
 
-Mox::Type const& CommListDedupTableBase::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::CommListDedupTableBase",
-                                {});
-    return type;
-}
-
-Mox::Type const& CommListDedupTable::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::CommListDedupTable", {},
-                                &CommListDedupTableBase::staticType());
-    return type;
-}
-
-Mox::Type const& LargeCommListDedupTable::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::LargeCommListDedupTable",
-                                {}, &CommListDedupTableBase::staticType());
-    return type;
-}
-
 Mox::Type const& CommList::staticType() noexcept {
     static Mox::Type const type(
         Mox::Type::Kind::entity, "Routing::Bgp::CommList",
@@ -63,9 +45,6 @@ Mox::Type const& LargeCommList::staticType() noexcept {
 
 namespace {
 Mox::TypeRegistration const registrations[] = {
-    Mox::TypeRegistration(CommListDedupTableBase::staticType()),
-    Mox::TypeRegistration(CommListDedupTable::staticType()),
-    Mox::TypeRegistration(LargeCommListDedupTable::staticType()),
     Mox::TypeRegistration(CommList::staticType()),
     Mox::TypeRegistration(LargeCommList::staticType()),
 };
@@ -437,45 +416,6 @@ String LargeCommList::serialize() const {
             place = Mox::writeNetworkOrder(place, value.localData1());
             Mox::writeNetworkOrder(place, value.localData2());
         });
-}
-
-// ---- The tables ---------------------------------------------------------------------------------
-
-CommListDedupTableBase::CommListDedupTableBase() {
-    initDedupTable();
-}
-
-CommListDedupTableBase::~CommListDedupTableBase() = default;
-
-void CommListDedupTableBase::initDedupTable() {
-    dedupTable_ = Mox::makeActive<Kel::DedupHashTableUnorderedSet>(VoBgpGlobals::multiThreaded());
-}
-
-Kel::DedupHandle::PtrConst
-CommListDedupTableBase::dedup(Kel::DedupHandle::Ptr const& object) const {
-    MOX_ASSERT_TEXT(object != nullptr, "__null != object");
-    return dedupTable_->dedup(object);
-}
-
-void CommListDedupTableBase::dumpState(Kel::DumpContext::PtrConst const& context,
-                                       U32 indent) const {
-    MOX_ASSERT_TEXT(context != nullptr, "__null != context");
-    context->line(indent, "DedupTable");
-    context->dumpChild(*dedupTable_, indent + 2);
-}
-
-CommListDedupTable::CommListDedupTable() = default;
-CommListDedupTable::~CommListDedupTable() = default;
-
-CommListDedupTable::Ptr commListDedupTableFactory() {
-    return Mox::makeActive<CommListDedupTable>();
-}
-
-LargeCommListDedupTable::LargeCommListDedupTable() = default;
-LargeCommListDedupTable::~LargeCommListDedupTable() = default;
-
-LargeCommListDedupTable::Ptr largeCommListDedupTableFactory() {
-    return Mox::makeActive<LargeCommListDedupTable>();
 }
 
 } // namespace Routing::Bgp
