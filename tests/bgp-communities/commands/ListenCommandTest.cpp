@@ -211,8 +211,8 @@ TEST(ListenCommandTest, EndsBadSessionsAndNoOther) {
               {"--max-message", "4096"},
               routes + "\x03" + u32(4097) + u8(0),
               "ended: BMP message of 4097 octets, at most 4096 are accepted"},
-             {"silent", {"--timeout", "1"}, "", "ended: timed out"},
-             {"half a message", {"--timeout", "1"}, one.substr(0, 9), "ended: timed out"},
+             {"silent", {"--timeout", "2"}, "", "ended: timed out"},
+             {"half a message", {"--timeout", "2"}, one.substr(0, 9), "ended: timed out"},
              {"too many routes",
               {"--max-routes", "1"},
               routes + one + bmp(0, bmpPeer() + update("", prefixFar)),
@@ -239,6 +239,25 @@ TEST(ListenCommandTest, EndsBadSessionsAndNoOther) {
         EXPECT_TRUE(isRefused || station.says("(good): session ended: the station stops"))
             << row.name << ": " << station.err();
     }
+}
+
+/** Octets that arrived in time count, even if the station was too busy to read them. */
+TEST(ListenCommandTest, ReadsBeforeItTimesOut) {
+    Listening station({"--timeout", "3"});
+    std::vector<FileDescriptor> routers(100); // more than are read at a time
+    for (FileDescriptor& router : routers) {
+        router = station.router("");
+    }
+    EXPECT_TRUE(station.says("connected", 100));
+    station.signal(SIGSTOP);
+    std::string const octets = bmp(4, bmpTlv(2, "in time"));
+    for (FileDescriptor const& router : routers) {
+        ::send(router.get(), octets.data(), octets.size(), MSG_NOSIGNAL);
+    }
+    std::this_thread::sleep_for(std::chrono::seconds(4));
+    station.signal(SIGCONT);
+    EXPECT_TRUE(station.says("(in time): ", 100));
+    EXPECT_EQ(station.end(SIGTERM), 0);
 }
 
 /** Sessions of several workers come and go in the middle of what they send. */

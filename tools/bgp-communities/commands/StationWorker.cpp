@@ -157,23 +157,25 @@ void StationWorker::adopt(FileDescriptor connection, SocketAddress const& router
     connections_.emplace(key, std::move(owned));
 }
 
-void StationWorker::receive(Connection& connection) {
+bool StationWorker::receive(Connection& connection) {
     ssize_t const got =
         ::recv(connection.socket.get(), buffer_.data(), buffer_.size(), MSG_DONTWAIT);
     if (got < 0 && (errno == EAGAIN || errno == EINTR)) {
-        return;
+        return true;
     }
     if (got <= 0) {
         end(connection, got == 0 ? "closed by the router" : std::strerror(errno));
-        return;
+        return false;
     }
     try {
-        if (!connection.session.add(Octets(buffer_).first(static_cast<std::size_t>(got)))) {
-            end(connection, "");
+        if (connection.session.add(Octets(buffer_).first(static_cast<std::size_t>(got)))) {
+            return true;
         }
+        end(connection, "");
     } catch (std::bad_alloc const&) {
         end(connection, "out of memory");
     }
+    return false;
 }
 
 void StationWorker::end(Connection& connection, std::string_view reason) {
@@ -196,7 +198,15 @@ void StationWorker::endOverdue() {
         }
     }
     for (Connection* const connection : overdue) {
-        end(*connection, "timed out: no whole message has arrived");
+        endIfStillOverdue(*connection);
+    }
+}
+
+/** Octets that arrived while this thread was busy or suspended count: epoll_wait() returns only some
+    of many ready connections. */
+void StationWorker::endIfStillOverdue(Connection& connection) {
+    if (receive(connection) && connection.session.isOverdue(StationSession::Clock::now())) {
+        end(connection, "timed out: no whole message has arrived");
     }
 }
 

@@ -76,9 +76,11 @@ class StationWorker {
     void runLoop();
     void runTasks();
     void adopt(FileDescriptor connection, SocketAddress const& router);
-    void receive(Connection& connection);
+    /** Reads what has arrived. Returns false if the session has ended. */
+    bool receive(Connection& connection);
     void end(Connection& connection, std::string_view reason);
     void endOverdue();
+    void endIfStillOverdue(Connection& connection);
     void flush();
 
     Shares const shares_;
