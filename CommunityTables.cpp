@@ -123,8 +123,8 @@ ExtCommIp6::PtrConst interned(ExtCommIp6DedupTable const& table, ExtCommIp6Conte
 
 } // namespace
 
-/// Finds a list by its octets, or makes it by `make(octets, miss)` from octets that are sorted and
-/// distinct, and that a look-up has missed.
+/// Finds a list by its octets, or creates it with `make(octets, miss)` from sorted and distinct
+/// octets after a look-up has missed.
 struct CommunityTables::Decoder {
     /// Whether lists of the table cannot be found by their members.
     template <class Table>
@@ -135,7 +135,7 @@ struct CommunityTables::Decoder {
         return false;
     }
 
-    /// Null means only that the list is not where it nearly always is.
+    /// Null does not mean that the list is missing: probes only its most likely slots.
     template <class List, class Table>
     static Mox::PtrConst<List> findFast(Table const& table, Octets octets) {
         if (identifiesNone(table)) [[unlikely]] {
@@ -143,7 +143,7 @@ struct CommunityTables::Decoder {
         }
         auto const* const taken = table.dedupTable()->takeFast(
             Mox::keyedHash(octets), [octets](Kel::DedupHandle const& candidate) {
-                return static_cast<List const&>(candidate).standsFor(octets);
+                return static_cast<List const&>(candidate).decodesFrom(octets);
             });
         return Mox::PtrConst<List>::adopt(static_cast<List const*>(taken));
     }
@@ -160,7 +160,7 @@ struct CommunityTables::Decoder {
         auto found = table.dedupTable()->findSlowly(miss, [&](Kel::DedupHandle const& candidate) {
             auto const& list = static_cast<List const&>(candidate);
             undecided |= !list.isIdentifiedByOctets();
-            return list.standsFor(octets);
+            return list.decodesFrom(octets);
         });
         if (undecided) {
             miss = unknown;

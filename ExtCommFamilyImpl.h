@@ -13,8 +13,8 @@
 #include <string_view>
 #include <utility>
 
-// What extended communities of eight octets and of twenty do alike, for the two sources that define
-// their operations. `Comm` is ExtComm or ExtCommIp6.
+// The operations that extended communities of eight octets and of twenty have in common, for the
+// two sources that define them. `Comm` is ExtComm or ExtCommIp6.
 
 namespace Routing::Bgp::Detail {
 
@@ -72,8 +72,8 @@ template <auto parse, class Comm, class Table, class Content>
 
 // ---- Text ---------------------------------------------------------------------------------------
 
-/// Writes what `append(CharBuffer&)` appends, at once: a stream may release the last reference to
-/// what is streamed.
+/// Writes the text that `append(CharBuffer&)` appends in one call, because the stream may release
+/// the last reference to the object.
 template <class Append>
 void writeForm(std::ostream& os, Append const& append) {
     Mox::LocalCharBuffer<192> out;
@@ -81,7 +81,7 @@ void writeForm(std::ostream& os, Append const& append) {
     os.write(out.text().data(), static_cast<std::streamsize>(out.size()));
 }
 
-/// Appends what formatDerivedType() writes.
+/// Appends the text that formatDerivedType() writes.
 template <class Comm>
 void appendStreamed(Mox::CharBuffer& out, Comm const& comm) {
     Mox::TextStream os;
@@ -89,7 +89,7 @@ void appendStreamed(Mox::CharBuffer& out, Comm const& comm) {
     out.append(os.text());
 }
 
-/// Returns what `append(CharBuffer&)` appends.
+/// Returns the text that `append(CharBuffer&)` appends.
 template <class Append>
 String textOf(Append const& append) {
     Mox::LocalCharBuffer<192> out;

@@ -108,7 +108,7 @@ NotifyingRtExtCommListCollection::Ptr notifyingRtExtCommListCollectionFactory() 
     return Mox::makeActive<NotifyingRtExtCommListCollection>();
 }
 
-// ---- What feeds it ------------------------------------------------------------------------------
+// ---- The table's notifiee -----------------------------------------------------------------------
 
 RtExtCommListLifeTimeNotifiee::RtExtCommListLifeTimeNotifiee(
     NotifyingRtExtCommListCollection::Ptr const& collection) noexcept

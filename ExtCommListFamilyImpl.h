@@ -279,7 +279,7 @@ auto ExtCommListBase<Family>::destashMembers(void const* stored, MoxStash::Store
 /// Lists with equal members have equal classification lists, so an interned list is found by its
 /// members without splitting this one. A list that has its octets is new: an earlier insertion
 /// failed, or the caller has looked it up. A list in the table that does not hold its octets was
-/// split by the agent: whether it is equal is for the insertion to decide.
+/// split by the agent: the insertion decides whether it is equal.
 template <class Family>
 auto ExtCommListBase<Family>::adoptInterned(Table const& table, std::optional<Kel::DedupMiss>& miss)
     -> Mox::PtrConst<List> {

@@ -112,8 +112,8 @@ void storeMembers(Members const& members, ContentOf const& contentOf, std::byte*
     }
 }
 
-/// The keyed hash of the octets of `count` integers, which `at(index)` gives: as
-/// Mox::keyedHash() of the octets, but word by word.
+/// The keyed hash of the octets of `count` integers, which `at(index)` returns: equal to
+/// Mox::keyedHash() of the octets, but computed word by word.
 template <class Integer, class At>
 U64 keyedHashOfIntegers(std::size_t count, At const& at) noexcept {
     constexpr bool isWord = sizeof(Integer) == sizeof(U64);

@@ -1,4 +1,4 @@
-// The plug-in base class. Named after the header of the whole engine, because published assertion
+// The plug-in base class. Named after the header of the whole engine, because public assertion
 // texts contain this file name.
 #include <VoBgp/Parse/ExtCommPlugin.h>
 

@@ -17,8 +17,8 @@ namespace Detail {
 
 namespace {
 
-/// Leaked on purpose: an agent may have rules in static objects that are destroyed after those of
-/// this library.
+/// Never destroyed, because an agent may have rules in static objects that are destroyed after
+/// those of this library.
 Mox::HashMap<void const*, LiveObject::Kind>& liveObjects() {
     static auto* const instance = new Mox::HashMap<void const*, LiveObject::Kind>;
     return *instance;

@@ -18,7 +18,7 @@ using Mox::U64;
 class DedupHandle;
 class DedupTableCore;
 
-/// The intern state of an object as published numbers.
+/// The public numbers of the intern states of an object.
 using DedupHandleState = U32;
 
 constexpr DedupHandleState dedupHandleStateNeverDeduped() noexcept {

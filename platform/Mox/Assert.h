@@ -11,7 +11,7 @@ namespace Mox {
 
 } // namespace Mox
 
-/// Asserts a contract with a published text that differs from the condition. Checked in every build
+/// Asserts a contract with a fixed text that differs from the condition. Checked in every build
 /// type.
 #define MOX_ASSERT_TEXT(condition, text)                                                           \
     (__builtin_expect(static_cast<bool>(condition), 1)                                             \

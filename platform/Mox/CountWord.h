@@ -62,7 +62,7 @@ class VOBGP_EXPORT InternTablePresence {
 /// `interned`.
 class CountWord {
   public:
-    /// The numbers are part of the published interface: 0 never interned, 1 interned, 4 destashed.
+    /// The numbers are part of the public interface: 0 never interned, 1 interned, 4 destashed.
     enum class State : U8 {
         neverInterned = 0,
         interned = 1,

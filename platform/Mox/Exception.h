@@ -10,7 +10,7 @@
 namespace Mox {
 
 /// Base of every exception that the platform and the library throw. `what()` is exactly the
-/// published text.
+/// text that it was constructed with.
 class VOBGP_EXPORT Exception : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;

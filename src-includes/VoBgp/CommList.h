@@ -16,6 +16,8 @@
 #include <iosfwd>
 #include <span>
 
+// Defined in VoBgpCommunityList.cpp, with LargeCommList.
+
 namespace Routing::Bgp {
 
 class CommListText;
@@ -84,7 +86,7 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
     /// the list is unchanged.
     Kel::DedupHandle::PtrConst dedupIn(CommListDedupTableBase const& table);
 
-    /// Fills an empty list with the values whose octets these are, sorted and distinct;
+    /// Fills an empty list from the octets of its values, which are sorted and distinct;
     /// `load(std::byte const*)` returns a value.
     template <class Load>
     void fillSorted(std::span<std::byte const> octets, Load const& load) {
@@ -106,11 +108,11 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
         return {commVector_.tail(), comms() * sizeof(Value)};
     }
 
-    /// Whether standsFor() can be true.
+    /// Whether `decodesFrom()` can be true.
     bool isIdentifiedByOctets() const noexcept { return octetsHeld_; }
 
     /// Whether these octets of an attribute value decode to this list.
-    bool standsFor(std::span<std::byte const> value) const noexcept {
+    bool decodesFrom(std::span<std::byte const> value) const noexcept {
         return octetsHeld_ && value.size() == octets().size() &&
                std::memcmp(value.data(), octets().data(), value.size()) == 0;
     }
@@ -175,7 +177,7 @@ class VOBGP_EXPORT CommList : public ValueCommList<U32> {
   private:
     friend class CommunityTables;
 
-    /// As of the base; also sets what `dedup()` sets.
+    /// As in the base class; also sets the flags that `dedup()` sets.
     template <class Load>
     void fillSorted(std::span<std::byte const> octets, Load const& load) {
         ValueCommList::fillSorted(octets, load);

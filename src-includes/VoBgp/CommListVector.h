@@ -11,7 +11,7 @@
 #include <type_traits>
 #include <utility>
 
-/// The members of lists: vectors that are sorted and searched.
+/// Vectors of list members: sorting and searching. Header-only.
 
 namespace Routing::Bgp {
 
@@ -99,8 +99,8 @@ Member const* commVectorLowerBound(Mox::CompactVector<Member> const& members, Ke
 
 // ---- Vectors of interned communities ------------------------------------------------------------
 
-// Of eight octets or of twenty. `extCommKey(comm)`, defined beside each kind of list, is what its
-// communities are ordered and found by.
+// Communities of eight octets or of twenty. `extCommKey(comm)`, defined beside each kind of list,
+// returns the key that its communities are sorted by.
 
 /// Appends a community. REQUIRES: it is interned (asserted). `ExtCommVectorSort()` sorts.
 template <class Comm>

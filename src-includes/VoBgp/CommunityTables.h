@@ -20,26 +20,26 @@
 
 namespace Routing::Bgp {
 
-/// Whether there is a list for the value of a path attribute; if not, why.
+/// The result of decoding the value of a path attribute: accepted, or the reason for refusing it.
 ///
 /// The first three faults make the attribute malformed (RFC 7606, sections 7.8, 7.14 and 7.15; RFC
-/// 8092, section 6). The others are of extended communities that a list cannot hold, or of which
-/// it could not send every selection (ExtCommList::serialize()). The class of a community is what
-/// its parse rule says.
+/// 8092, section 6). The others are combinations of extended communities that a list cannot hold or
+/// could not serialize with every selection (`ExtCommList::serialize()`). The parse rule of a
+/// community determines its class.
 enum class AttributeVerdict : U8 {
     accepted,
     /// No octets.
     empty,
     /// More than the 65,535 octets that fit a path attribute.
     tooLong,
-    /// Length is not a multiple of a member's.
+    /// The length is not a multiple of the member size.
     badLength,
     /// More than one distinct link bandwidth.
     severalLinkBandwidths,
     /// More than one distinct origin validation state.
     severalOriginValidationStates,
-    /// A link bandwidth or origin validation state with a transitive type: what is announced counts
-    /// it twice. No built-in rule makes one.
+    /// A link bandwidth or origin validation state with a transitive type, which the announced
+    /// length would count twice. No built-in rule creates one.
     transitiveLinkBandwidth,
     transitiveOriginValidationState,
 };
@@ -53,17 +53,16 @@ struct DecodedList {
     explicit operator bool() const noexcept { return list != nullptr; }
 };
 
-/// What an agent needs to intern communities and lists: the parse rules, and an intern table for
-/// each kind of value and list.
+/// The parse rules of an agent and its intern tables, one for each kind of community and list.
 ///
-/// Owns all of these; interned objects may outlive it. Immutable as such; its tables are
-/// thread-safe if the process was in thread-safe mode when it was made (`Mox::threadSafePtrs()`,
+/// Owns all of these; interned objects may outlive it. Immutable itself; its tables are thread-safe
+/// if the process was in thread-safe mode when it was created (`Mox::threadSafePtrs()`,
 /// `VoBgpGlobals::multiThreaded()`), else thread-compatible. Parse rules and observers belong to
 /// the reactor thread.
 class VOBGP_EXPORT CommunityTables {
   public:
-    /// Rules of the built-in plug-ins, and empty tables. An agent adds plug-ins of its own to
-    /// `parsing()`.
+    /// Creates the rules of the built-in plug-ins, and empty tables. An agent adds plug-ins of its
+    /// own to `parsing()`.
     CommunityTables();
     ~CommunityTables();
     CommunityTables(CommunityTables const&) = delete;
@@ -71,14 +70,14 @@ class VOBGP_EXPORT CommunityTables {
 
     // The interned list for the value of a path attribute, without flags, type and length, as a
     // peer sent it: COMMUNITIES (RFC 1997), EXTENDED COMMUNITIES (RFC 4360), IPv6 Address Specific
-    // Extended Community (RFC 5701), LARGE_COMMUNITY (RFC 8092). Members may come in any order and
-    // repeatedly.
+    // Extended Community (RFC 5701), LARGE_COMMUNITY (RFC 8092). Members may be in any order, with
+    // duplicates.
     //
-    // The list is the one that filling a new list with the interned members and `dedup()` return.
-    // A value that is sorted and distinct, and whose list is interned already, is found by its
-    // octets: nothing is parsed or allocated. No value fails an assertion, here or later in the
-    // list. `std::bad_alloc`, or what an observer of route targets throws, leaves nothing behind.
-    // Route targets of a refused value may be announced to observers, and withdrawn.
+    // The result is the same as that of filling a new list with the interned members and calling
+    // `dedup()`. A value that is sorted and distinct, and whose list is interned already, is found
+    // by its octets: nothing is parsed or allocated. No value fails an assertion, here or later in
+    // the list. If an allocation fails or an observer of route targets throws, nothing is interned.
+    // Observers may be notified of route targets of a refused value, and then of their removal.
     DecodedList<CommList> commList(std::span<std::byte const> value) const;
     DecodedList<ExtCommList> extCommList(std::span<std::byte const> value) const;
     DecodedList<ExtCommIp6List> extCommIp6List(std::span<std::byte const> value) const;

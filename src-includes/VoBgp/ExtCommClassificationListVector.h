@@ -12,12 +12,12 @@
 
 namespace Routing::Bgp {
 
-/// The classification lists of a list, each in the slot that its class is the number of: as many
-/// slots as the highest class present plus one, those of absent classes null.
+/// The classification lists of a list, one slot for each class up to the highest one present. Slots
+/// of absent classes are null.
 ///
-/// Belongs to its list and holds a reference to each classification list. Only present ones take
-/// room, in the order of their slots; two take none on the heap. An operation that throws leaves it
-/// as it was. Thread-compatible.
+/// Owned by its list; holds a reference to each classification list. Only present lists take
+/// memory, in slot order, and up to two of them none on the heap. An operation that throws leaves
+/// it unchanged. Thread-compatible. Header-only.
 template <class ClassificationList>
 class ClassificationListVector {
   public:
@@ -35,7 +35,7 @@ class ClassificationListVector {
     ClassificationListVector(ClassificationListVector const&) = delete;
     ClassificationListVector& operator=(ClassificationListVector const&) = delete;
 
-    /// How many slots there are.
+    /// Number of slots.
     U32 size() const noexcept { return static_cast<U32>(std::bit_width(present_)); }
     bool empty() const noexcept { return present_ == 0; }
 
@@ -44,7 +44,7 @@ class ClassificationListVector {
         return has(slot) ? begin()[placeOf(slot)].get() : nullptr;
     }
 
-    /// Room for that many lists that are there.
+    /// Reserves room for that many present lists.
     void reserve(U32 lists) {
         MOX_ASSERT(lists <= maximumSlots);
         if (lists > capacity_) {
@@ -65,13 +65,13 @@ class ClassificationListVector {
         }
     }
 
-    /// Puts a list into a slot behind all that are there. REQUIRES: there is reserved room.
+    /// Puts a list into a slot above all present ones. REQUIRES: room for it is reserved.
     void append(U32 slot, ListPtr list) noexcept {
         data()[count_++] = std::move(list);
         present_ = static_cast<U16>(present_ | 1U << slot);
     }
 
-    /// Takes the lists of another one. REQUIRES: this is empty.
+    /// Copies the lists of another vector. REQUIRES: this one is empty.
     void copy(ClassificationListVector const& other) {
         if (!other.empty()) {
             reserve(other.count_);
@@ -84,7 +84,7 @@ class ClassificationListVector {
     void clear() noexcept {
         present_ = 0;
         count_ = 0;
-        // They go last: their release may come back here.
+        // Released last, because a release may call back into this object.
         if (isLocal()) {
             ListPtr const removed[] = {std::move(local_[0]), std::move(local_[1])};
         } else {
@@ -110,7 +110,7 @@ class ClassificationListVector {
     bool isLocal() const noexcept { return capacity_ == localCapacity; }
     ListPtr* data() noexcept { return isLocal() ? local_ : several_; }
 
-    /// Ends the life of what was moved from.
+    /// Destroys the objects that were moved from.
     void destroyPlaces() noexcept {
         if (isLocal()) {
             std::destroy_n(local_, localCapacity);
@@ -123,7 +123,7 @@ class ClassificationListVector {
         return slot < maximumSlots && (present_ >> slot & 1U) != 0;
     }
 
-    /// Behind the lists of how many lower slots.
+    /// The number of lists in lower slots.
     U32 placeOf(U32 slot) const noexcept {
         return static_cast<U32>(std::popcount(present_ & ((1U << slot) - 1)));
     }
@@ -138,7 +138,7 @@ class ClassificationListVector {
         ++count_;
     }
 
-    /// The places: an array on the heap if there is room for more than `localCapacity`.
+    /// The lists: an array on the heap if `capacity_` exceeds `localCapacity`.
     union {
         ListPtr local_[localCapacity];
         ListPtr* several_;

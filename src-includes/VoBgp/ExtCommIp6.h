@@ -134,14 +134,14 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
         constexpr explicit StrepFormat(U32 value)
           : FlagWord(value) {}
 
-        /// Reads the value text and moves `it` behind it.
+        /// Parses the value text and advances `it` past it.
         StrepFormat(String::IteratorConst& it, String::IteratorConst const& end)
           : FlagWord(it, end) {}
 
         static Mox::Type const& staticType() noexcept;
     };
 
-    /// A new object, not interned.
+    /// Creates an object that is not interned.
     ExtCommIp6(ExtCommClassification classification, ExtCommIp6Content const& content) noexcept
       : classification_(classification)
       , content_(content) {}
@@ -177,7 +177,7 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     /// Writes the name of the subtype, `unspecified`, or `none` for a type without subtypes.
     void formatSubtype(std::ostream& os) const;
 
-    /// What streaming this writes.
+    /// The text that streaming a pointer to this writes.
     String toStrep() const;
 
     /// Appends what toStrep() or toStrepForPolicy() returns. On `std::bad_alloc` a part may have
@@ -185,8 +185,9 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     void appendShowText(Mox::CharBuffer& out) const;
     void appendPolicyText(Mox::CharBuffer& out, StrepFormat format) const;
 
-    /// The name of the subtype, or `subtype=` and the octet in decimal if it has none, as every
-    /// non-transitive one. REQUIRES: the object is of that type and has a subtype (asserted).
+    /// The name of the subtype, or `subtype=` and the octet in decimal if it has none. No
+    /// non-transitive subtype has a name. REQUIRES: the object is of that type and has a subtype
+    /// (asserted).
     String pktSubtypeTransIpv6AddressAsString() const;
     String pktSubtypeNonTransIpv6AddressAsString() const;
 
@@ -198,8 +199,8 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     /// Writes content and classification into a store; returns their stored address.
     void const* stash(MoxStash::StoreWriter& writer) const;
 
-    /// Rebuilds a stored community, without a subtype, in state destashed. It is in no table.
-    /// Throws `MoxStash::StoreException` if there is no community.
+    /// Rebuilds a stored community as an `ExtCommIp6` without a subtype in state destashed, which
+    /// is in no table. Throws `MoxStash::StoreException` if the address is not that of a community.
     static Ptr destash(void const* image, MoxStash::StoreManager* storeManager);
 
   protected:
@@ -220,7 +221,7 @@ class VOBGP_EXPORT ExtCommIp6 : public MoxStash::DedupHandle {
     ExtCommIp6Content const content_;
 };
 
-/// A new object of the base class, not interned, with its notifications switched on.
+/// Returns a new object of the base class, not interned, with notifications enabled.
 VOBGP_EXPORT ExtCommIp6::Ptr extCommIp6Factory(ExtCommClassification classification,
                                                ExtCommIp6Content const& content);
 

@@ -11,7 +11,7 @@ class BgpParseExtendedCommunityRule;
 /// The intern table of IPv6-address-specific extended communities.
 ///
 /// Owned by the agent; holds its parse rule, which never changes. Thread-safe if
-/// `VoBgpGlobals::multiThreaded()` was set when it was made.
+/// `VoBgpGlobals::multiThreaded()` was set when it was created.
 class VOBGP_EXPORT ExtCommIp6DedupTable : public BasicDedupTable_ {
   public:
     MOX_COUNTED(ExtCommIp6DedupTable)
@@ -29,7 +29,7 @@ class VOBGP_EXPORT ExtCommIp6DedupTable : public BasicDedupTable_ {
     Mox::PtrConst<BgpParseExtendedCommunityRule> const parseExtCommRule_;
 };
 
-/// A new, empty table with its notifications switched on.
+/// Returns a new, empty table with notifications enabled.
 VOBGP_EXPORT ExtCommIp6DedupTable::Ptr
 extCommIp6DedupTableFactory(Mox::PtrConst<BgpParseExtendedCommunityRule> const& parseExtCommRule);
 

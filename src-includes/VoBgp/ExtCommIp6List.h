@@ -56,7 +56,7 @@ class VOBGP_EXPORT ExtCommIp6List : public ExtCommListBase<ExtCommIp6ListFamily>
 
 extern template class ExtCommListBase<ExtCommIp6ListFamily>;
 
-/// A new, empty list with its notifications switched on.
+/// Returns a new, empty list with notifications enabled.
 VOBGP_EXPORT ExtCommIp6List::Ptr extCommIp6ListFactory();
 
 /// Writes the communities in brackets, separated by spaces; `NULL` for null. Preserves the stream's

@@ -197,14 +197,14 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
     Mox::Ptr<ExtCommListSnapshot> snapshot() const;
 
     /// Rebuilds a list from a store, in state destashed, split by class if it was when written. For
-    /// reading only: what `dedup()` sets is not set. Throws `MoxStash::StoreException` if the
-    /// address is not that of a list.
+    /// reading only: the counts and flags that `dedup()` sets are not set. Throws
+    /// `MoxStash::StoreException` if the address is not that of a list.
     static Ptr destash(void const* stored, MoxStash::StoreManager* manager);
 
   private:
     friend class CommunityTables;
 
-    /// As of the base; also sets what `dedup()` sets.
+    /// As in the base class; also sets the flags that `dedup()` sets.
     PtrConst insertMissed(ExtCommListDedupTable const& table, ExtCommClassCounts const& counts,
                           Kel::DedupMiss const& miss);
     void noteUnspecifiedAsNumber();
@@ -219,7 +219,7 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
 extern template class ExtCommClassificationListBase<ExtCommListFamily>;
 extern template class ExtCommListBase<ExtCommListFamily>;
 
-/// A new, empty list with its notifications switched on; an `RtExtCommClassificationList` for the
+/// Returns a new, empty list with notifications enabled; an `RtExtCommClassificationList` for the
 /// class of route targets.
 VOBGP_EXPORT ExtCommList::Ptr extCommListFactory();
 VOBGP_EXPORT ExtCommClassificationList::Ptr

@@ -67,8 +67,8 @@ class VOBGP_EXPORT NotifyingRtExtCommListCollection : public Mox::PtrInterface {
         }
 
         /// Called after the list was added or removed:
-        /// `notifier()->rtExtCommListHas(rtExtCommList)` says which. Must not throw on removal,
-        /// which may happen in the release of a list.
+        /// `notifier()->rtExtCommListHas(rtExtCommList)` is true if it was added. Must not throw on
+        /// removal, which may happen in the release of a list.
         virtual void handleRtExtCommList(NotifierPtr const& /*rtExtCommList*/) {}
 
       private:

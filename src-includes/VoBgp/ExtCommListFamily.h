@@ -25,7 +25,8 @@
 #include <utility>
 
 /// Lists of extended communities, of eight octets and of twenty (IPv6-address-specific). `Family`
-/// is a traits class that holds what differs.
+/// is a traits class with the differences. Defined in `ExtCommListFamilyImpl.h`, which the sources
+/// of the two families include.
 
 namespace Routing::Bgp {
 
@@ -33,9 +34,6 @@ class CommListText;
 struct StoredListHead;
 template <class Family>
 class VOBGP_EXPORT ExtCommListBase;
-
-template <class Family>
-class ExtCommListBase;
 
 /// Base of both kinds of lists: an interned object, `Handle`, and its members.
 ///
@@ -50,8 +48,8 @@ class ExtCommMembers : public Handle {
     using CommVector = Mox::CompactVector<CommPtr>;
     using Key = typename Family::Key;
 
-    /// Appends a community.
-    /// REQUIRES: the community is interned or rebuilt from a store, the list neither (asserted).
+    /// Appends a community. REQUIRES: the community is interned or rebuilt from a store; the list
+    /// is neither (asserted).
     void commIs(CommPtr const& comm) { commIs(CommPtr(comm)); }
     void commIs(CommPtr&& comm) {
         assertMayBeFilled();
@@ -60,7 +58,7 @@ class ExtCommMembers : public Handle {
         octetsHeld_ = false;
     }
 
-    /// Reserves room for that many members in all. REQUIRES: as commIs().
+    /// Reserves room for that many members in total. REQUIRES: as `commIs()`.
     void expectedCommunityCountIs(U32 communityCount) {
         assertMayBeFilled();
         commVector_.reserve(communityCount);
@@ -122,14 +120,14 @@ class ExtCommMembers : public Handle {
     /// until more is appended.
     bool octetsHeld() const noexcept { return octetsHeld_; }
 
-    /// The members as in a path attribute. REQUIRES: they are held.
+    /// The members as in a path attribute. REQUIRES: `octetsHeld()`.
     std::span<std::byte const> octets() const noexcept {
         return {commVector_.tail(), std::size_t{commVector_.size()} * Family::memberOctets};
     }
 
-    /// Fills an empty list with the members whose octets these are, sorted and distinct;
+    /// Fills an empty list from the octets of its members, which are sorted and distinct;
     /// `load(std::byte const*)` returns an interned member. If it throws, the list holds some of
-    /// them.
+    /// the members.
     template <class Load>
     void fillSorted(std::span<std::byte const> octets, Load const& load) {
         commVector_.fit(static_cast<U32>(octets.size() / Family::memberOctets), octets.size());
@@ -199,7 +197,7 @@ class VOBGP_EXPORT ExtCommClassificationListBase : public ExtCommMembers<Family,
     /// Returns a new snapshot of all members.
     Mox::Ptr<Snapshot> commSnapshot() const;
 
-    /// What streaming a pointer to this writes.
+    /// The text that streaming a pointer to this writes.
     String toStrep() const;
 
     /// Returns the list in the slot of a class, or puts a new one there. REQUIRES: the list in the
@@ -217,8 +215,8 @@ class VOBGP_EXPORT ExtCommClassificationListBase : public ExtCommMembers<Family,
     /// Interns the list in that table. REQUIRES: the list is frozen.
     Mox::PtrConst<List> dedupIn(Kel::DedupHashTable const& table);
 
-    /// Returns the interned list of these members, sorted and distinct, or makes it. REQUIRES: at
-    /// most one link bandwidth.
+    /// Returns the interned list of these members, creating it if necessary. REQUIRES: the members
+    /// are sorted and distinct, with at most one link bandwidth.
     static Mox::PtrConst<List> interned(typename Family::ListDedupTable const& table,
                                         ExtCommClassification classification,
                                         std::span<typename Family::Comm const* const> members);
@@ -243,7 +241,7 @@ struct ExtCommClassCounts {
         }
     }
 
-    /// More than there are classes: see ClassificationListVector.
+    /// By class, with room for more classes: see ClassificationListVector.
     std::array<U32, 16> members{};
     /// One bit for each class.
     U32 present = 0;
@@ -283,7 +281,7 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
     void append(Mox::PtrConst<List> const& other);
     void appendClassificationList(Mox::PtrConst<ClassificationList> const& other);
 
-    /// As comm().
+    /// Same as `comm()`.
     CommPtr lookupExtComm(Key const& community) const { return this->comm(community); }
 
     /// Number of members. REQUIRES: the list is sorted (asserted).
@@ -297,7 +295,7 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
     /// Returns a new snapshot of all classification lists and members.
     Mox::Ptr<Snapshot> commSnapshot() const;
 
-    /// What streaming a pointer to this writes.
+    /// The text that streaming a pointer to this writes.
     String toStrep() const;
 
     /// Writes the members and the list into a store; returns its stored address.
@@ -345,14 +343,14 @@ class VOBGP_EXPORT ExtCommListBase : public ExtCommMembers<Family, MoxStash::Ded
     void splitMembers(bool dedupMode);
     void internClasses(Table const& table, ExtCommClassCounts const& counts);
 
-    /// Whether standsFor() can be true.
+    /// Whether `decodesFrom()` can be true.
     bool isIdentifiedByOctets() const noexcept {
         return identifiedByOctets_.load(std::memory_order_relaxed);
     }
 
     /// Whether these octets of an attribute value decode to this list in the CommunityTables that
     /// it is interned in.
-    bool standsFor(std::span<std::byte const> value) const noexcept {
+    bool decodesFrom(std::span<std::byte const> value) const noexcept {
         return isIdentifiedByOctets() && value.size() == this->octets().size() &&
                std::memcmp(value.data(), this->octets().data(), value.size()) == 0;
     }

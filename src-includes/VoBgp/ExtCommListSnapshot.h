@@ -25,7 +25,7 @@ class VOBGP_EXPORT ExtCommClassificationListSnapshot
     ~ExtCommClassificationListSnapshot() override;
 };
 
-/// A new, empty snapshot with its notifications switched on.
+/// Returns a new, empty snapshot with notifications enabled.
 VOBGP_EXPORT ExtCommListSnapshot::Ptr extCommListSnapshotFactory();
 VOBGP_EXPORT ExtCommClassificationListSnapshot::Ptr
 extCommClassificationListSnapshotFactory(ExtCommClassification classification);

@@ -11,6 +11,8 @@
 
 #include <iosfwd>
 
+// Defined in VoBgpCommunityList.cpp, with CommList.
+
 namespace Routing::Bgp {
 
 extern template class ValueCommList<Acl::CommunityValue>;

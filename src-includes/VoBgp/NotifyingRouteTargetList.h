@@ -35,8 +35,8 @@ class VOBGP_EXPORT NotifyingRouteTargetList : public Mox::PtrInterface {
             notifierIs(notifier);
         }
 
-        /// The route target was added or removed: `notifier()->rtHas(rt)` tells which. Must not
-        /// throw on removal, which may happen in the release of a community.
+        /// Called after the route target was added or removed: `notifier()->rtHas(rt)` is true if
+        /// it was added. Must not throw on removal, which may happen in the release of a community.
         virtual void handleRt(RouteTarget const& /*rt*/) {}
 
       private:
@@ -66,7 +66,7 @@ class VOBGP_EXPORT NotifyingRouteTargetList : public Mox::PtrInterface {
 
     Mox::NotifieeList* notifieeList() const noexcept override { return &notifieeList_; }
 
-    /// A line with the count, and one for each route target.
+    /// Prints a line with the count and a line for each route target.
     void dumpState(Kel::DumpContext::PtrConst const& dumpContext, U32 indent) const;
 
   private:
@@ -74,7 +74,7 @@ class VOBGP_EXPORT NotifyingRouteTargetList : public Mox::PtrInterface {
     Mox::SetAttribute<RouteTarget> rt_;
 };
 
-/// A new, empty list with its notifications switched on.
+/// Returns a new, empty list with notifications enabled.
 VOBGP_EXPORT NotifyingRouteTargetList::Ptr notifyingRouteTargetListFactory();
 
 } // namespace Routing::Bgp

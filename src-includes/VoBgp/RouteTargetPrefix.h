@@ -18,8 +18,8 @@ namespace Routing::Bgp {
 ///
 /// Bits are counted from the most significant one of the route target's word. Ordered by prefix,
 /// then length, so that a prefix comes before the longer ones over the same bits. A prefix parsed
-/// from text keeps the bits beyond its length; a route target that does not fit in 64 bits is a
-/// `Mox::RangeException` about "prefix". Thread-compatible.
+/// from text keeps the bits beyond its length; a route target that does not fit in 64 bits throws a
+/// `Mox::RangeException` for "prefix". Thread-compatible.
 class VOBGP_EXPORT RouteTargetPrefix {
   public:
     constexpr RouteTargetPrefix() noexcept = default;

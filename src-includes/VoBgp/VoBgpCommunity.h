@@ -36,8 +36,9 @@
 //                                               ExtCommContent(0x0002fbf400000007));
 //     std::cout << *target << '\n'; // <RouteTarget2ByteASN 64500:7 0x0002fbf400000007>
 //
-// toStrepForPolicy() gives the text for policy and command line; classification() tells which class
-// a parse rule made. To read the fields, cast to the class: Mox::entityCast<ExtCommAsNumber const>.
+// toStrepForPolicy() gives the text for policy and command line; classification() returns the class
+// that the parse rule assigned. To read the fields, cast to the class:
+// Mox::entityCast<ExtCommAsNumber const>.
 //
 // ExtCommIp6 (VoBgp/ExtCommIp6.h) is the same for IPv6-address-specific communities. Standard and
 // large communities are plain values; only their lists are interned (VoBgp/CommList.h).
@@ -58,13 +59,13 @@
 // -----------------------------------------------------------------------------------------------
 // THREADS
 //
-// By default the tables and counts belong to one thread and take no locks. For more threads, before
-// the second thread and the first table:
+// By default the tables and counts belong to one thread and take no locks. To use more threads,
+// call these before the second thread starts and the first table is created:
 //
 //     Mox::threadSafePtrsIs(true);
 //     Routing::Bgp::VoBgpGlobals::multiThreadedIs(true);
 //
-// docs/threads.md says what observers may do, and examples/ has complete agents.
+// docs/threads.md lists what observers may do; examples/ has complete agents.
 
 #include <Kel/DedupHandle.h>
 #include <Kel/DedupHashTable.h>
@@ -125,14 +126,14 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
         constexpr explicit StrepFormat(U32 value)
           : FlagWord(value) {}
 
-        /// Reads the value text and moves `it` behind it.
+        /// Parses the value text and advances `it` past it.
         StrepFormat(String::IteratorConst& it, String::IteratorConst const& end)
           : FlagWord(it, end) {}
 
         static Mox::Type const& staticType() noexcept;
     };
 
-    /// A new object, not interned.
+    /// Creates an object that is not interned.
     ExtComm(ExtCommClassification classification, ExtCommContent const& content) noexcept
       : MoxStash::DedupHandle(static_cast<U16>(classification & classificationMask))
       , extCommContent_(content) {}
@@ -181,7 +182,7 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     /// Writes the name of the subtype, `unspecified`, or `none` for a type without subtypes.
     void formatSubtype(std::ostream& os) const;
 
-    /// What streaming a pointer to this writes.
+    /// The text that streaming a pointer to this writes.
     String toStrep() const;
 
     /// Appends what toStrep() or toStrepForPolicy() returns. On `std::bad_alloc` a part may have
@@ -215,8 +216,9 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
     /// Writes value and classification into a store; returns their stored address.
     void const* stash(MoxStash::StoreWriter& writer) const;
 
-    /// Rebuilds a stored community as a plain one in state destashed. It is in no table, and no
-    /// list of route targets has it. Throws `MoxStash::StoreException` if there is no community.
+    /// Rebuilds a stored community as a plain `ExtComm` in state destashed, which is in no table
+    /// and in no list of route targets. Throws `MoxStash::StoreException` if the address is not
+    /// that of a community.
     static Ptr destash(void const* stored, MoxStash::StoreManager* store);
 
   protected:
@@ -262,7 +264,7 @@ class VOBGP_EXPORT ExtCommSubtyped : public ExtComm {
     using ExtComm::ExtComm;
     ~ExtCommSubtyped() override;
 
-    /// A new object with its notifications switched on.
+    /// Returns a new object with notifications enabled.
     static Ptr ExtCommSubtypedIs(ExtCommClassification classification,
                                  ExtCommContent const& content);
 
@@ -292,7 +294,7 @@ class VOBGP_EXPORT ExtCommAsNumber : public ExtCommSubtyped {
     }
     ~ExtCommAsNumber() override;
 
-    /// A new object with its notifications switched on.
+    /// Returns a new object with notifications enabled.
     static Ptr ExtCommAsNumberIs(ExtCommClassification classification,
                                  ExtCommContent const& content, bool fourByteAs);
 
@@ -376,7 +378,7 @@ class VOBGP_EXPORT ExtCommLifeTimeNotifiee : public Kel::DedupHashTableLifeTimeN
     void handleInsert(Kel::DedupHandle::Ptr const& handle) override;
     void handleRemove(Kel::DedupHandle* handle) override;
 
-    /// Route targets only.
+    /// Accepts route targets only.
     Kel::DedupHandleFilter filter() const noexcept override;
     void handleNotificationStop(Kel::DedupHashTable::PtrConst const& table) override;
 
@@ -418,7 +420,7 @@ class VOBGP_EXPORT ExtCommDedupTable : public Mox::PtrInterface {
     Mox::PtrConst<BgpParseExtendedCommunityRule> const parseExtCommRule_;
 };
 
-/// A new, empty table with its notifications switched on.
+/// Returns a new, empty table with notifications enabled.
 VOBGP_EXPORT ExtCommDedupTable::Ptr
 extCommDedupTableFactory(Mox::PtrConst<BgpParseExtendedCommunityRule> const& rule);
 

@@ -16,8 +16,8 @@
 #include <span>
 #include <string_view>
 
-/// Shared by all kinds of lists of communities: text and the path attribute. The library's sources
-/// include it; an agent needs it only to format or send lists of its own.
+/// Shared by all kinds of lists of communities: text and the path attribute. Header-only. The
+/// library's sources include it; an agent needs it only to format or send lists of its own.
 
 namespace Routing::Bgp {
 
@@ -53,7 +53,7 @@ class CommListText {
     Mox::LocalCharBuffer<2048> text_;
 };
 
-/// What `formatCommList()` needs of the streams that it writes to.
+/// The operations on streams that `formatCommList()` uses.
 inline void writeCommListText(std::ostream& os, std::string_view text) {
     os.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
@@ -157,7 +157,7 @@ String serializeCommList(BgpPathAttrType attrType, U32 count, ListType const& li
     });
 }
 
-/// The same of members that are all sent, given their octets.
+/// The same for a list whose members are all sent, given their octets.
 inline String serializeCommList(BgpPathAttrType attrType, std::span<std::byte const> octets) {
     auto const header = pathAttributeHeader(attrType, BgpPathAttrFlag::optionalTransitive,
                                             static_cast<U32>(octets.size()));

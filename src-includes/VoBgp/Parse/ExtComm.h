@@ -1,6 +1,6 @@
 #pragma once
 
-// The parse engine as a whole: what an agent, or a plug-in of its own, includes.
+// The whole parse engine, for agents and their plug-ins.
 
 #include <VoBgp/Parse/ExtCommContainer.h>
 #include <VoBgp/Parse/ExtCommPlugin.h>

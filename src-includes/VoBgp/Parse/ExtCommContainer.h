@@ -25,7 +25,7 @@ class VOBGP_EXPORT BgpParseExtCommContainerSm : public Mox::PtrInterface {
     using MoxExtCommParserSms = Mox::IndexedQueue<BgpParseExtCommPluginBaseSm::PtrConst>;
 
     struct ExtCommParserSmsMetadata {
-        /// The last index that was assigned; 0 if none was.
+        /// The last assigned index; 0 if none.
         U32 nextIndex = 0;
     };
 
@@ -60,7 +60,7 @@ class VOBGP_EXPORT BgpParseExtCommContainerSm : public Mox::PtrInterface {
     /// Returns null if not found.
     BgpParseExtCommPluginBaseSm::PtrConst extCommParserSms(U32 index) const;
 
-    /// Places a plug-in at an index; replaces the one that is there. Throws
+    /// Puts a plug-in at an index; replaces the current one. Throws
     /// `Mox::NullMutatorArgumentException` for null.
     void extCommParserSmsIs(U32 index, BgpParseExtCommPluginBaseSm::PtrConst const& plugin);
 
@@ -72,7 +72,7 @@ class VOBGP_EXPORT BgpParseExtCommContainerSm : public Mox::PtrInterface {
     /// Removes the first plug-in and returns it; null if the queue is empty.
     BgpParseExtCommPluginBaseSm::PtrConst extCommParserSmsDeq();
 
-    /// Removes the plug-in at an index; returns whether there was one.
+    /// Removes the plug-in at an index; returns whether it was present.
     bool extCommParserSmsDel(U32 index) { return extCommParserSms_.del(index); }
 
     void extCommParserSmsDelAll() noexcept { extCommParserSms_.delAll(); }
@@ -93,7 +93,7 @@ class VOBGP_EXPORT BgpParseExtCommContainerSm : public Mox::PtrInterface {
     Mox::Ptr<BgpShowCli::ExtCommCache> extCommCache_;
 };
 
-/// A new container with its notifications switched on and the tree of rules complete.
+/// Returns a new container with notifications enabled and a complete tree of rules.
 VOBGP_EXPORT BgpParseExtCommContainerSm::Ptr bgpParseExtCommContainerSmFactory();
 
 } // namespace Routing::Bgp

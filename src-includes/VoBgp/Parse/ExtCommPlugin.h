@@ -8,11 +8,13 @@
 
 #include <memory>
 
+// Defined in Parse/ExtComm.cpp.
+
 namespace Routing::Bgp {
 
 class BgpParseExtCommPluginBaseSm;
 
-/// A position in the sources.
+/// A position in a source file.
 struct ExtCommSource {
     char const* file;
     int line;
@@ -20,7 +22,7 @@ struct ExtCommSource {
 
 namespace Detail {
 
-/// What the operations of every kind on a plug-in are made of.
+/// The parts of a plug-in's operations that are common to all kinds.
 class VOBGP_EXPORT ExtCommPluginOperations : public Mox::PtrInterface {
   protected:
     template <class Kind>

@@ -6,8 +6,9 @@
 
 #include <typeinfo>
 
-// Route targets and route origins (RFC 4360, sections 4 and 5) differ only in their words and
-// names. `Family` is the row that holds these.
+// Route targets and route origins (RFC 4360, sections 4 and 5) differ only in words and names,
+// which the row `Family` contains. Defined in `Parse/ExtCommRouteFamilyImpl.h`, which the sources
+// of the two include.
 
 namespace Routing::Bgp {
 

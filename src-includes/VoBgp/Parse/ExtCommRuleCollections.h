@@ -17,8 +17,8 @@ namespace Routing::Bgp {
 
 namespace Detail {
 
-/// An entry in the process-wide list of live rules and registries, which the text of a pointer is
-/// checked against when it is read back. A member of the object it registers. Reactor thread.
+/// An entry in the process-wide list of live rules and registries. Reading the text of a pointer
+/// checks the address against this list. A member of the object that it registers. Reactor thread.
 class VOBGP_EXPORT LiveObject {
   public:
     /// The kind of a rule: its attribute number.
@@ -35,7 +35,7 @@ class VOBGP_EXPORT LiveObject {
     static void write(Mox::CharBuffer& out, void const* object);
 
     /// Reads that text: null, or the address of a live object of the kind. Throws a
-    /// `Mox::RangeException` with the attribute's name for anything else.
+    /// `Mox::RangeException` with the attribute's name for any other text.
     static void* read(Mox::ValueReader& in, Kind kind, char const* attribute);
 
   private:
@@ -48,7 +48,7 @@ class VOBGP_EXPORT LiveObject {
 ///
 /// The rule is not owned; it removes its key before it is destroyed. Ordered by address. Immutable
 /// except for assignment. The text is that of a pointer, `0x` and hexadecimal digits; reading one
-/// that is neither null nor a live rule of the kind throws a `Mox::RangeException` about "rule".
+/// that is neither null nor a live rule of the kind throws a `Mox::RangeException` for "rule".
 template <class Kind>
 class VOBGP_EXPORT ExtCommRuleKey {
   public:
@@ -176,8 +176,8 @@ class VOBGP_EXPORT BgpParseExtCommRuleCollections
     MOX_COUNTED(BgpParseExtCommRuleCollections)
 
     /// An observer of a registry, with a hook for each set, which the row of the kind names. It is
-    /// called with a key that was added or removed: the set's `Has` operation tells which. Keeps
-    /// its registry alive.
+    /// called with a key that was added or removed: the set's `Has` operation is true if it was
+    /// added. Keeps its registry alive.
     class VOBGP_EXPORT Notifiee
       : public ExtCommChain<ExtCommRuleKinds, Detail::NotifieeHookOf,
                             Mox::NotifieeOf<BgpParseExtCommRuleCollections>> {
@@ -195,7 +195,7 @@ class VOBGP_EXPORT BgpParseExtCommRuleCollections
     BgpParseExtCommRuleCollections();
     ~BgpParseExtCommRuleCollections() override;
 
-    // The operations on a set by its kind, for code that is written once for all kinds.
+    // The operations on the set of a kind, for code that handles all kinds.
 
     template <class Kind>
     Mox::SetAttribute<ExtCommRuleKey<Kind>> const& keys() const noexcept {
@@ -224,14 +224,14 @@ class VOBGP_EXPORT BgpParseExtCommRuleCollections
     Detail::LiveObject const live_{this, Detail::LiveObject::registry};
 };
 
-/// A new, empty registry with its notifications switched on.
+/// Returns a new, empty registry with notifications enabled.
 VOBGP_EXPORT BgpParseExtCommRuleCollections::Ptr bgpParseExtCommRuleCollectionsFactory();
 
 /// A rule's reference to its registry.
 ///
-/// Keeps the registry alive. Equal to another that refers to the same registry. Thread-compatible.
-/// The text is that of a pointer; reading one that is neither null nor a live registry throws a
-/// `Mox::RangeException` about "ruleCollections".
+/// Keeps the registry alive. Two references to the same registry are equal. Thread-compatible. The
+/// text is that of a pointer; reading one that is neither null nor a live registry throws a
+/// `Mox::RangeException` for "ruleCollections".
 class VOBGP_EXPORT BgpParseExtCommControl {
   public:
     BgpParseExtCommControl() noexcept = default;

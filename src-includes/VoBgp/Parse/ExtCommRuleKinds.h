@@ -10,6 +10,8 @@
 #include <string_view>
 #include <tuple>
 
+// Header-only: the rows of the kinds, and templates over them.
+
 namespace Routing::Bgp {
 
 class BgpParseExtCommControl;
@@ -64,14 +66,14 @@ struct VOBGP_EXPORT TwentyOctets {
 
 } // namespace ExtCommWidth
 
-/// What the row of every kind has.
+/// Base of the row of every kind.
 template <class Row>
 struct ExtCommRuleKindOf {
     using Kind = Row;
     using Key = ExtCommRuleKey<Row>;
 };
 
-/// What the row of a kind of per-type rule has.
+/// Base of the row of a kind of per-type rule.
 template <class Row>
 struct ExtCommSubtypeKind : ExtCommRuleKindOf<Row> {
     using Rule = ExtCommPerTypeRule<Row>;
@@ -79,7 +81,8 @@ struct ExtCommSubtypeKind : ExtCommRuleKindOf<Row> {
     static constexpr Announced announced = Announced::yes;
 };
 
-// Two macros declare the operations of a row. They are given every name whole.
+// Two macros declare the operations of a row. Their arguments are complete names, so that a search
+// finds them.
 
 /// The registry's set of the kind's keys, and the operations that change and query it. `Keys` holds
 /// the set.
@@ -100,7 +103,7 @@ struct ExtCommSubtypeKind : ExtCommRuleKindOf<Row> {
 ///     NotifieeHook      an observer's `handle(key)`, empty
 ///     NotifieeOverride  overrides it: calls `handleKey(key)`
 ///     PluginHook        a plug-in's `instantiate(key, control)`, empty; `handle(key)`, which calls
-///                       it, `handle()`, which does so for every key, and `add(key, subRule)`
+///                       it; `handle()`, which calls it for every key; `add(key, subRule)`
 ///     PluginOverride    overrides it: calls `instantiateFor<Tag>(key, control)`
 ///
 /// and `notify(observer, key)`, which calls `handle(key)` of an observer or of a plug-in.
@@ -144,15 +147,15 @@ struct ExtCommSubtypeKind : ExtCommRuleKindOf<Row> {
         observer.handle(key);                                                                      \
     }
 
-/// The fourteen kinds of parse rule, one row each, in the order of the registry's sets. A row holds
-/// every published name in which kinds differ:
+/// The fourteen kinds of parse rule, one row each, in the order of the registry's sets. A row has
+/// all names in which kinds differ:
 ///
 ///     attribute   the number of the registry's attribute, from 0
-///     keyName     what the rule is announced by: the name of `Key`
+///     keyName     the name of `Key`, by which the rule is announced
 ///     setName, `VOBGP_RULE_SET`
 ///                 the registry's set of such keys
 ///     `VOBGP_RULE_HOOKS`
-///                 what observers and plug-ins do with a key of the kind
+///                 the hooks of observers and plug-ins for keys of the kind
 ///     Rule        the rule that is announced
 ///     SubRule     the base of the sub-rules that plug-ins file into it
 ///
@@ -160,10 +163,10 @@ struct ExtCommSubtypeKind : ExtCommRuleKindOf<Row> {
 ///
 ///     ruleName, subRuleName
 ///                 the names of `Rule` and `SubRule`
-///     SubRuleKey  what sub-rules are filed under: the enumeration of subtypes
+///     SubRuleKey  the enumeration of subtypes, under which sub-rules are filed
 ///     pktType     the type octet that selects the rule
-///     Layout      what the rule builds when no sub-rule claims a value
-///     announced   whether it announces itself; yes unless the row says otherwise
+///     Layout      what the rule builds if no sub-rule accepts a value
+///     announced   whether the rule announces itself; yes by default
 ///
 /// Spellings differ on purpose: `BgpParseExtComSubType...RuleBase` has one m.
 namespace ExtCommRuleKind {
@@ -467,7 +470,7 @@ struct VOBGP_EXPORT Ip6NonTrans : ExtCommSubtypeKind<Ip6NonTrans> {
     DO(Ip6Trans)                                                                                   \
     DO(Ip6NonTrans)
 
-/// A list of rows, for code that is written once for all of them.
+/// A list of rows, for code that handles all of them.
 template <class... Rows>
 struct ExtCommRowList {
     static constexpr std::size_t size = sizeof...(Rows);
@@ -490,8 +493,8 @@ struct ExtCommRuleKinds
   : ExtCommRowList<ExtCommRuleKind::Type VOBGP_EXT_COMM_SUBTYPE_KINDS(VOBGP_KIND_TAG)> {};
 #undef VOBGP_KIND_TAG
 
-/// `Base` extended by a class `Link` for each of the first `count` rows of a list, in one line of
-/// inheritance: the first row's link derives from `Base`, and each other from the one before it.
+/// A chain of classes that derive from `Base`, one `Link` for each of the first `count` rows of a
+/// list: the link of the first row derives from `Base`, each other link from the one before it.
 template <class List, template <class Row, class Next> class Link, class Base,
           std::size_t count = List::size>
 class VOBGP_EXPORT ExtCommChain
@@ -516,6 +519,6 @@ static_assert(
         ExtCommRuleKinds::forEach([&]<class Kind>() { inOrder &= Kind::attribute == next++; });
         return inOrder;
     }(),
-    "the rows are in the order of their numbers");
+    "the rows must be in the order of their numbers");
 
 } // namespace Routing::Bgp

@@ -79,7 +79,7 @@ class VOBGP_EXPORT ExtCommTypeRuleBase : public BgpParseExtCommRuleBase {
     inhale(typename Width::Content const& content) const = 0;
 
     PktType pktType() const noexcept { return pktType_; }
-    /// What the rule above files this one under.
+    /// The number that the parent rule files this one under.
     PktType filedUnder() const noexcept { return pktType_; }
 
   protected:
@@ -124,8 +124,8 @@ class VOBGP_EXPORT ExtCommSubRuleBase : public BgpParseExtCommRuleBase {
     PktSubType const pktSubType_;
 };
 
-/// The layout of a type's values: the class of a community that no sub-rule claims, and for an AS
-/// number its width.
+/// The layout of a type's values: the class of the objects that are built if no sub-rule applies,
+/// and the width of an AS number.
 namespace ExtCommLayout {
 
 struct TwoOctetAs {
@@ -155,9 +155,9 @@ struct Ip6Subtyped {
     using Community = ExtCommIp6Subtyped;
 };
 
-/// A new community with a content of that layout, its notifications switched on. The constructor
-/// takes the classification, unless the class fixes it, the content, and the width of the AS
-/// number, if the class is for both.
+/// Returns a new community with a content of that layout, with notifications enabled. The
+/// constructor takes the classification (unless the class fixes it), the content, and the width of
+/// the AS number (if the class has both).
 template <class Layout, class Community, class... Classification>
 Mox::Ptr<Community> build(typename Layout::Width::Content const& content,
                           Classification... classification) {
@@ -189,7 +189,7 @@ class ExtCommRuleMap {
         return place != entries_.end() && place->key == key ? place->rule : RulePtr();
     }
 
-    /// Files a rule under its own key; replaces the rule that is there.
+    /// Files a rule under its own key; replaces the current one.
     void is(RulePtr rule) {
         auto const key = rule->filedUnder();
         auto const place = lowerBound(entries_, key);
@@ -244,7 +244,8 @@ class ExtCommRuleMap {
                                 [](Entry const& each, Key wanted) { return each.key < wanted; });
     }
 
-    /// Sets the rule that parses the values with the octet that the key stands for, if it does.
+    /// Sets the rule that parses values with this octet, if the key is an octet that is valid on
+    /// the wire.
     void parsesIs(Key key, Rule const* rule) noexcept {
         auto const octet = static_cast<U8>(key);
         if (static_cast<Key>(octet) == key && bgpIsValidEnumMember(key)) {
@@ -253,12 +254,12 @@ class ExtCommRuleMap {
     }
 
     std::vector<Entry> entries_;
-    /// The rule for each octet that is a member which is valid on the wire, or null.
+    /// The rule for each octet that is valid on the wire, or null.
     std::array<Rule const*, 256> parses_{};
 };
 
 /// The rule for one type octet: asks the sub-rule for the value's subtype octet, and builds an
-/// object of the type's layout if there is none or it declines.
+/// object of the type's layout if the sub-rule is missing or declines.
 ///
 /// Announces itself in the registry when it is constructed and removes its key when it is
 /// destroyed; the observers of the registry are notified of both.
@@ -289,7 +290,7 @@ class VOBGP_EXPORT ExtCommPerTypeRule final
 
     std::size_t subTypeRules() const noexcept { return subTypeRule_.size(); }
 
-    /// Files a sub-rule under its subtype; replaces the one that is there. Throws
+    /// Files a sub-rule under its subtype; replaces the current one. Throws
     /// `Mox::NullMutatorArgumentException` for null.
     void subTypeRuleIs(Mox::PtrConst<SubRule> const& rule);
 
@@ -366,7 +367,7 @@ VOBGP_EXT_COMM_SUBTYPE_KINDS(VOBGP_KIND_CLASSES)
 /// below it can build.
 ///
 /// Creates the rule of each kind with a type octet; the plug-ins of its registry fill them. Owned
-/// by the container and by the tables that parse by it. Reactor thread, except for parsing, which
+/// by the container and by the tables that parse with it. Reactor thread, except for parsing, which
 /// only reads.
 class VOBGP_EXPORT BgpParseExtendedCommunityRule : public BgpParseExtCommRuleBase {
   public:
@@ -384,7 +385,7 @@ class VOBGP_EXPORT BgpParseExtendedCommunityRule : public BgpParseExtCommRuleBas
     String showString(U64 const& extCommVal, bool formatAsDot, bool ucmpLinkbwWeighted,
                       bool formatJson) const;
 
-    // The per-type rules by type octet. Filing a rule replaces the one that is there; null throws
+    // The per-type rules by type octet. Filing a rule replaces the current one; null throws
     // `Mox::NullMutatorArgumentException`. Look-ups return null if not found; `Del` returns the
     // rule that it removed, or null.
 
@@ -449,7 +450,7 @@ class VOBGP_EXPORT BgpParseExtendedCommunityRule : public BgpParseExtCommRuleBas
     Detail::LiveObject const live_{this, ExtCommRuleKind::Type::attribute};
 };
 
-/// A new rule with its notifications switched on. REQUIRES: the control refers to a registry
+/// Returns a new rule with notifications enabled. REQUIRES: the control refers to a registry
 /// (asserted).
 VOBGP_EXPORT BgpParseExtendedCommunityRule::Ptr
 bgpParseExtendedCommunityRuleFactory(BgpParseExtCommControl const& parseControl);

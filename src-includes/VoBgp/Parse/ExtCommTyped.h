@@ -9,8 +9,8 @@
 #include <type_traits>
 #include <typeinfo>
 
-// What all typed communities share. A typed community is a class that derives from ExtCommTyped, a
-// row for each sub-rule that builds it, and the row of its plug-in:
+// Templates for typed communities, header-only. A typed community is a class that derives from
+// ExtCommTyped, a row for each sub-rule that builds it, and the row of its plug-in:
 //
 //     struct SubRuleRow {
 //         using Community = ...;                      // the class of the community
@@ -31,7 +31,7 @@ namespace Routing::Bgp {
 ///
 /// `Community` is the class that derives from this one and overrides appendShowForm() and
 /// appendPolicyForm(). If it overrides formatDerivedType(), toStrepForPolicy() or formatAsNumber()
-/// instead, the texts of lists are these too, but cost a stream or a string each.
+/// instead, lists use these texts too, but each one costs a stream or a string.
 template <class Community, class Layout>
 class VOBGP_EXPORT ExtCommTyped : public Layout {
   public:
