@@ -202,9 +202,11 @@ TEST(ReadCommandTest, PrintsEveryPartOfARoute) {
                                             hex("10 0a01"), hex("08 0b"));
     TemporaryFile const file(
         record(17, 4, u32(42) + body) +
-        record(16, 1,
-               hex("fbf0fbff 0000 0001 c0000201 c00002fe") +
-                   update(attribute(1, u8(9)) + attribute(2, hex("0202 fbf0")), hex("08 0c"))));
+        record(
+            16, 1,
+            hex("fbf0fbff 0000 0001 c0000201 c00002fe") +
+                update(attribute(1, u8(9)) + attribute(2, hex("0202 fbf0")) + hex("c0 20 18 fbf0"),
+                       hex("08 0c"))));
     std::string const day = "2023-11-14T22:13:20", peer = "192.0.2.1 AS65536";
     Lines const text = linesOf(run({"read", file.path()}).out);
     ASSERT_EQ(text.size(), 3U);
@@ -218,6 +220,7 @@ TEST(ReadCommandTest, PrintsEveryPartOfARoute) {
     Lines const faulty = fieldsOf(text[2]);
     EXPECT_EQ(faulty[6], "!0202fbf0 (truncated AS path segment)");
     EXPECT_EQ(faulty[7], "!09 (unknown ORIGIN)");
+    EXPECT_EQ(faulty[15], "32 !fbf0 (truncated attribute)");
 
     Lines const tsv = linesOf(run({"read", "--format", "tsv", file.path()}).out);
     ASSERT_EQ(tsv.size(), 4U);
@@ -230,7 +233,8 @@ TEST(ReadCommandTest, PrintsEveryPartOfARoute) {
                "64496 65536 {64497}", "IGP", "192.0.2.1", "7", "100", "no-export 100:1",
                "rt:65000:100", "", "", "", "25 !73686f7274 (length 5 is not a multiple of 20)"}));
     EXPECT_EQ(fieldsOf(tsv[3]).at(18),
-              "1 !09 (unknown ORIGIN); 2 !0202fbf0 (truncated AS path segment)");
+              "1 !09 (unknown ORIGIN); 2 !0202fbf0 (truncated AS path segment); "
+              "32 !fbf0 (truncated attribute)");
 
     Lines const json = linesOf(run({"read", "--json", file.path()}).out);
     EXPECT_NE(json[0].find(R"(.000042Z","type":"withdrawn","peer":)"), std::string::npos);

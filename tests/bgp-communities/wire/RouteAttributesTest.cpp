@@ -14,13 +14,13 @@ using namespace Test;
 
 std::string asPathText(std::string const& attributes, AsWidth width) {
     RouteAttributes const read({octetsOf(attributes), width});
-    if (!read.faults().empty()) {
-        return std::string(read.faults()[0].reason);
+    std::string text;
+    for (AttributeFault const& fault : read.faults()) {
+        text.append(fault.reason).append(read.asPath() ? ": " : "");
     }
     if (!read.asPath()) {
-        return "absent";
+        return text.empty() ? "absent" : text;
     }
-    std::string text;
     appendText(text, *read.asPath());
     auto const origin = originAs(*read.asPath());
     return text + " | " + (origin ? std::to_string(*origin) : "-");
@@ -55,7 +55,7 @@ TEST(RouteAttributesTest, MergesAndPrintsAsPaths) {
               attribute(17, hex("0204 0000fbf0 00010000 00010001 00010002")),
               "64496 23456 23456 | 23456"},
              {"AS4_PATH is malformed", two, transit, attribute(17, hex("0202 00010000")),
-              "64496 23456 23456 | 23456"},
+              "truncated AS path segment: 64496 23456 23456 | 23456"},
              {"AS4_PATH is outdated", two, transit,
               attribute(17, hex("0201 00010001")) + attribute(7, hex("fbf0 c0000201")),
               "64496 23456 23456 | 23456"},
@@ -137,16 +137,18 @@ TEST(RouteAttributesTest, ListsMalformedAttributes) {
     EXPECT_TRUE(read.faults().empty()) << "only the first of a type is used";
 
     std::string const bad = attribute(1, u8(3)) + attribute(2, u8(2)) + attribute(3, u8(0)) +
-                            attribute(4, "") + attribute(5, u16(1)) + attribute(14, u16(1));
+                            attribute(4, "") + attribute(5, u16(1)) + attribute(14, u16(1)) +
+                            hex("c0 63 04 0001");
     RouteAttributes const faulty({octetsOf(bad), AsWidth::four});
     EXPECT_FALSE(faulty.origin() || faulty.asPath() || faulty.med() || faulty.localPref());
     EXPECT_EQ(faulty.nextHop(Route()).size, 0);
     std::string types;
     for (AttributeFault const& fault : faulty.faults()) {
-        types += std::to_string(fault.type) + " ";
+        types += std::to_string(fault.type) + (fault.truncated ? " truncated" : " ");
         EXPECT_FALSE(fault.reason.empty());
     }
-    EXPECT_EQ(types, "1 2 3 4 5 14 ");
+    EXPECT_EQ(types, "1 2 3 4 5 14 99 truncated");
+    EXPECT_EQ(faulty.faults().back().value.size(), 2U) << "what is left";
 }
 
 } // namespace

@@ -72,8 +72,10 @@ Statement& Statement::bind(std::string_view text) {
     return *this;
 }
 
-Statement& Statement::bindOctets(std::string_view octets) {
-    check(::sqlite3_bind_blob64(statement_.get(), ++parameter_, octets.data(), octets.size(),
+Statement& Statement::bindOctets(Octets octets) {
+    // SQLite takes a null pointer for NULL.
+    void const* const data = octets.empty() ? "" : static_cast<void const*>(octets.data());
+    check(::sqlite3_bind_blob64(statement_.get(), ++parameter_, data, octets.size(),
                                 SQLITE_TRANSIENT));
     return *this;
 }

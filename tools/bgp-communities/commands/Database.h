@@ -66,7 +66,10 @@ class Statement {
 
     Statement& bind(std::int64_t number);
     Statement& bind(std::string_view text); // copied
-    Statement& bindOctets(std::string_view octets);
+    Statement& bindOctets(Octets octets);   // copied
+
+    Statement& bindOctets(std::string_view octets) { return bindOctets(octetsOf(octets)); }
+
     Statement& bindNull();
 
     template <class Value>

@@ -7,7 +7,7 @@ namespace BgpCommunities {
 /** PRAGMA application_id of the databases that `export` writes: "BGPc". */
 inline constexpr std::string_view databaseApplication = "1111969891";
 /** PRAGMA user_version: incremented when a table or column is removed or changes its meaning. */
-inline constexpr std::string_view databaseVersion = "2";
+inline constexpr std::string_view databaseVersion = "3";
 
 /** The tables, described in docs/questions.md. */
 inline constexpr std::string_view databaseTables = R"sql(
@@ -79,6 +79,18 @@ CREATE TABLE routes (
     ipv6 INTEGER REFERENCES lists,
     large INTEGER REFERENCES lists
 );
+CREATE TABLE errors (               -- malformed, truncated and refused attributes
+    id INTEGER PRIMARY KEY,
+    attribute INTEGER NOT NULL,     -- type of the path attribute
+    octets BLOB NOT NULL,           -- its value, or what is left of it
+    reason TEXT NOT NULL,
+    UNIQUE (attribute, octets, reason)
+);
+CREATE TABLE route_errors (
+    route INTEGER NOT NULL REFERENCES routes,
+    error INTEGER NOT NULL REFERENCES errors,
+    PRIMARY KEY (route, error)
+) WITHOUT ROWID;
 CREATE VIEW route_lists AS
     SELECT id AS route, standard AS list FROM routes WHERE standard IS NOT NULL
     UNION ALL SELECT id, extended FROM routes WHERE extended IS NOT NULL
@@ -103,7 +115,10 @@ CREATE VIEW full_routes AS          -- with texts instead of references
     SELECT routes.id, dumps.name AS dump, record, time, event, peers.address AS peer_address,
            peers.asn AS peer_as, family, prefix, path_id, path AS as_path, origin_as, length,
            origin, next_hop, med, local_pref, s.text AS standard, e.text AS extended,
-           i.text AS ipv6, l.text AS large
+           i.text AS ipv6, l.text AS large,
+           (SELECT group_concat(attribute || ' !' || lower(hex(octets)) || ' (' || reason || ')', '; ')
+            FROM route_errors JOIN errors ON errors.id = error
+            WHERE route = routes.id) AS errors
     FROM routes JOIN dumps ON dumps.id = dump JOIN peers ON peers.id = peer
     LEFT JOIN as_paths ON as_paths.id = as_path
     LEFT JOIN lists AS s ON s.id = standard LEFT JOIN lists AS e ON e.id = extended

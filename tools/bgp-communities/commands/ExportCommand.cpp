@@ -34,9 +34,10 @@ distinct AS path, list and community once. Messages that were sent to a peer are
                     for each message and family; no; or yes, also without HOW
   --verbose         report all problems on standard error, not only the first few of each kind
 
-Tables: dumps, peers, routes, as_paths, communities, lists, list_members. Views: route_lists,
-route_communities, list_uses, community_uses, as_routes, full_routes, last_routes. `sqlite3 DB
-.schema` prints them with comments; PRAGMA user_version is the version of the schema.
+Tables: dumps, peers, routes, as_paths, communities, lists, list_members, and for malformed,
+truncated and refused attributes errors, route_errors. Views: route_lists, route_communities,
+list_uses, community_uses, as_routes, full_routes, last_routes. `sqlite3 DB .schema` prints them
+with comments; PRAGMA user_version is the version of the schema.
 
 Each dump is one transaction. If it cannot be read or written, the error is reported, the database
 keeps the previous dumps, and the exit status is 3. If the process is killed, the next program that

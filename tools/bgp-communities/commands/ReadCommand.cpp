@@ -112,11 +112,12 @@ filters (all must match; of several peers, families, origins or prefixes, any):
                      for each message and family; no; or yes, also without HOW
   --verbose          report all problems on standard error, not only the first few of each kind
 
-A malformed or refused attribute is reported on standard error and printed as its octets and the
-reason, !0002 (length 2 is not a multiple of 8); in TSV, in the last column. The rest is read, and
-the exit status is 1. The first of duplicate attributes is used (RFC 7606). A withdrawn route has no
-attributes, so any filter on attributes excludes it. Lists excluded by --kind are not decoded, and
-nothing is read after the last route of --limit.
+A malformed, truncated or refused attribute is reported on standard error and printed as its octets
+and the reason, !0002 (length 2 is not a multiple of 8), in its column, or in the last one after its
+type; in TSV, in the column errors. The rest is read, and the exit status is 1. The first of
+duplicate attributes is used (RFC 7606). A withdrawn route has no attributes, so any filter on
+attributes excludes it. Lists excluded by --kind are not decoded, and nothing is read after the last
+route of --limit.
 
 examples:
   bgp-communities read updates.20240101.0000.gz
@@ -217,6 +218,7 @@ class RoutePrinter final : public DumpHandler {
             return false;
         }
         begin(RouteAttributes(source.attributes));
+        reportFaults(source.at, attributes_);
         if (!filter_.admits(attributes_, asPath_)) {
             return false;
         }

@@ -66,6 +66,10 @@ RouteInserter::RouteInserter(Database& database, Agent& agent, Dictionary const&
                                " asn, route_target) VALUES (?, ?, ?, ?, ?, ?, ?)")
   , findCommunity_(database, "SELECT id FROM communities WHERE kind = ? AND octets = ?")
   , updateMeaning_(database, "UPDATE communities SET meaning = ? WHERE id = ?")
+  , insertError_(database, "INSERT INTO errors (attribute, octets, reason) VALUES (?, ?, ?)")
+  , findError_(database, "SELECT id FROM errors WHERE attribute = ? AND octets = ? AND reason = ?")
+  , insertRouteError_(database, "INSERT INTO route_errors (route, error) VALUES (?, ?)")
+  , decoders_(attributeDecoders(agent))
   , dump_(insertDump(database)) {}
 
 std::optional<std::string> RouteInserter::finish(std::string_view name, std::uint64_t records,
@@ -107,9 +111,7 @@ void RouteInserter::handleLists(Update const& update, ListSet const& lists) {
         insert({update.at, update.peer, "withdraw"}, route);
     }
     if (!update.announced.empty()) {
-        RouteAttributes const attributes(update.attributes);
-        Event const event = {update.at, update.peer, "announce",
-                             lists,     attributes,  asPathId(attributes)};
+        Event const event = eventOf(update, "announce", lists);
         for (Route const& route : update.announced) {
             insert(event, route);
         }
@@ -118,8 +120,18 @@ void RouteInserter::handleLists(Update const& update, ListSet const& lists) {
 
 void RouteInserter::handleLists(RibEntry const& entry, ListSet const& lists) {
     digest(entry.at, entry.peer, entry.attributes.area);
-    RouteAttributes const attributes(entry.attributes);
-    insert({entry.at, entry.peer, "table", lists, attributes, asPathId(attributes)}, entry.route);
+    insert(eventOf(entry, "table", lists), entry.route);
+}
+
+/** Returns the columns of a route with attributes, and reports its malformed attributes. */
+template <class Carrier>
+RouteInserter::Event RouteInserter::eventOf(Carrier const& carrier, std::string_view name,
+                                            ListSet const& lists) {
+    Event event = {carrier.at, carrier.peer, name, lists, RouteAttributes(carrier.attributes)};
+    event.asPath = asPathId(event.attributes);
+    findErrors(carrier, event);
+    event.errors = errors_;
+    return event;
 }
 
 void RouteInserter::insert(Event const& event, Route const& route) {
@@ -147,6 +159,42 @@ void RouteInserter::insert(Event const& event, Route const& route) {
     }
     insertRoute_.run();
     ++inserted_;
+    if (!event.errors.empty()) {
+        std::int64_t const id = database_.lastId();
+        for (std::int64_t const error : event.errors) {
+            insertRouteError_.bind(id).bind(error).run();
+        }
+    }
+}
+
+// ---- Errors -------------------------------------------------------------------------------------
+
+/** Finds the malformed attributes, and those of communities without a list: they were refused. */
+template <class Carrier>
+void RouteInserter::findErrors(Carrier const& carrier, Event const& event) {
+    reportFaults(carrier.at, event.attributes);
+    errors_.clear();
+    for (AttributeFault const& fault : event.attributes.faults()) {
+        errors_.push_back(errorId(fault.type, fault.value, fault.reason));
+    }
+    for (CommunityAttribute const& attribute : carrier.communities) {
+        auto const kind = static_cast<std::size_t>(attribute.kind);
+        if (attribute.repetition == 0 && event.lists[kind] == nullptr) {
+            errors_.push_back(errorId(traitsOf(attribute.kind).attributeType, attribute.value,
+                                      decoders_[kind]->decode(attribute.value)));
+        }
+    }
+}
+
+std::int64_t RouteInserter::errorId(std::uint8_t type, Octets value, std::string_view reason) {
+    auto const bound = [&](Statement& statement) -> Statement& {
+        return statement.bind(std::int64_t{type}).bindOctets(value).bind(reason);
+    };
+    if (auto const found = bound(findError_).row()) {
+        return found->number;
+    }
+    bound(insertError_).run();
+    return database_.lastId();
 }
 
 void RouteInserter::bindAttributes(Event const& event, Route const& route) {

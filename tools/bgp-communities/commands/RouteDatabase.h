@@ -1,12 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "Database.h"
+#include "lists/AttributeDecoder.h"
 #include "lists/ListCounter.h"
 #include "lists/ListSet.h"
 #include "lists/RouteTable.h"
@@ -46,12 +50,18 @@ class RouteInserter final : public ListCounter {
         ListSet lists = {};
         RouteAttributes attributes = {};
         std::optional<std::int64_t> asPath = {};
+        std::span<std::int64_t const> errors = {};
     };
 
     void handleLists(Update const& update, ListSet const& lists) override;
     void handleLists(RibEntry const& entry, ListSet const& lists) override;
     void insert(Event const& event, Route const& route);
     void bindAttributes(Event const& event, Route const& route);
+    template <class Carrier>
+    Event eventOf(Carrier const& carrier, std::string_view name, ListSet const& lists);
+    template <class Carrier>
+    void findErrors(Carrier const& carrier, Event const& event);
+    std::int64_t errorId(std::uint8_t type, Octets value, std::string_view reason);
     std::optional<std::int64_t> asPathId(RouteAttributes const& attributes);
     std::int64_t peerId(Peer const& peer);
     std::int64_t listId(std::size_t kind, ListId list);
@@ -63,12 +73,15 @@ class RouteInserter final : public ListCounter {
     Database& database_;
     Dictionary const& dictionary_;
     Statement insertRoute_, insertPeer_, findPeer_, insertAsPath_, findAsPath_, insertList_,
-        findList_, insertMember_, insertCommunity_, findCommunity_, updateMeaning_;
+        findList_, insertMember_, insertCommunity_, findCommunity_, updateMeaning_, insertError_,
+        findError_, insertRouteError_;
+    std::vector<std::unique_ptr<AttributeDecoder>> const decoders_; // by CommunityKind
     std::int64_t const dump_;
     std::unordered_map<ListId, std::int64_t> lists_;
     std::unordered_map<std::string, std::int64_t> communities_; // by octets; kinds differ in size
     std::unordered_map<std::string, std::int64_t> peers_;       // by text
     std::unordered_map<std::string, std::int64_t> asPaths_;     // by text
+    std::vector<std::int64_t> errors_;                          // of the event at hand
     std::string text_;                                          // buffer
     std::int64_t inserted_ = 0;
     std::optional<std::int64_t> firstTime_, lastTime_; // microseconds since 1970

@@ -34,27 +34,47 @@ void appendAddress(std::string& out, IpAddress const& address) {
     }
 }
 
-/** Appends the octets and the fault of an attribute if it is malformed; returns whether it is. */
+/** "!02ff (truncated AS path segment)" */
+void appendFault(std::string& out, AttributeFault const& fault) {
+    out += '!';
+    appendHex(out, fault.value);
+    out.append(" (").append(fault.reason).append(")");
+}
+
+/** Appends the fault of an attribute if its value is malformed; returns whether it is. */
 bool appendFault(std::string& out, RouteAttributes const& attributes, std::uint8_t type) {
     for (AttributeFault const& fault : attributes.faults()) {
-        if (fault.type == type) {
-            out += '!';
-            appendHex(out, fault.value);
-            out.append(" (").append(fault.reason).append(")");
+        if (fault.type == type && !fault.truncated) {
+            appendFault(out, fault);
             return true;
         }
     }
     return false;
 }
 
+/** Appends "; " between the parts of a column that begins at this offset. */
+void separate(std::string& out, std::size_t begin) {
+    out += out.size() == begin ? "" : "; ";
+}
+
+/** Appends the faults of attributes without a column of text to a column. */
+void appendOtherFaults(std::string& out, std::size_t begin, RouteAttributes const& attributes) {
+    for (AttributeFault const& fault : attributes.faults()) {
+        if (fault.truncated || fault.type > AttributeType::localPref) {
+            separate(out, begin);
+            appendNumber(out, fault.type);
+            appendFault(out += ' ', fault);
+        }
+    }
+}
+
 /** Appends the notes of the lists, separated by "; ". */
 void appendNotes(std::string& out, RouteTexts const& lists) {
-    bool first = true;
+    std::size_t const begin = out.size();
     for (ListText const* const list : lists) {
         if (list != nullptr && !list->notes.empty()) {
-            out += first ? "" : "; ";
+            separate(out, begin);
             out += list->notes;
-            first = false;
         }
     }
 }
@@ -159,7 +179,9 @@ void RouteWriter::writeText(RouteLine const& line) {
     for (ListText const* const list : line.lists) {
         columns.begin() += list != nullptr ? std::string_view(list->text) : std::string_view();
     }
-    appendNotes(columns.begin(), line.lists);
+    std::size_t const notes = columns.begin().size();
+    appendNotes(out, line.lists);
+    appendOtherFaults(out, notes, line.attributes);
     columns.end();
 }
 
@@ -194,16 +216,15 @@ void RouteWriter::writeTsv(RouteLine const& line) {
 /** "2 !02ff (truncated AS path segment); 16 !0002 (length 2 is not a multiple of 8)" */
 void RouteWriter::appendErrors(RouteLine const& line) {
     std::string& out = output_.text();
-    bool first = true;
+    std::size_t const column = out.size();
     auto const begin = [&](std::uint8_t type) {
-        out += first ? "" : "; ";
-        first = false;
+        separate(out, column);
         appendNumber(out, type);
         out += ' ';
     };
     for (AttributeFault const& fault : line.attributes.faults()) {
         begin(fault.type);
-        appendFault(out, line.attributes, fault.type);
+        appendFault(out, fault);
     }
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
         if (line.lists[kind] != nullptr && !line.lists[kind]->fault.empty()) {

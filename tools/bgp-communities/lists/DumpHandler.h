@@ -33,6 +33,17 @@ class DumpHandler : public RouteHandler {
         log_.reportRefused(file_, at, reason);
     }
 
+    /** Reports the malformed values of path attributes. The reader reports truncated attributes. */
+    void reportFaults(RecordPosition const& at, RouteAttributes const& attributes) {
+        for (AttributeFault const& fault : attributes.faults()) {
+            if (!fault.truncated) {
+                log_.reportMalformed(file_, at,
+                                     "attribute " + std::to_string(fault.type) + ": " +
+                                         std::string(fault.reason));
+            }
+        }
+    }
+
     [[nodiscard]] std::string_view file() const { return file_; }
 
   private:

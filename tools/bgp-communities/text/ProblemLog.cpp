@@ -26,6 +26,11 @@ void ProblemLog::reportRefused(std::string_view file, RecordPosition const& at,
     report(refusedKind, file, at, reason);
 }
 
+void ProblemLog::reportMalformed(std::string_view file, RecordPosition const& at,
+                                 std::string_view reason) {
+    report(static_cast<std::size_t>(ProblemKind::malformedAttribute), file, at, reason);
+}
+
 void ProblemLog::reportUnreadable(std::string const& reason) {
     ++counts_[unreadableKind];
     say({unreadableKind, reason});

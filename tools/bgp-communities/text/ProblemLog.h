@@ -32,6 +32,9 @@ class ProblemLog {
     /** Reports a well-formed attribute that the library refuses. */
     void reportRefused(std::string_view file, RecordPosition const& at, std::string_view reason);
 
+    /** Reports a path attribute, other than of communities, with a malformed value. */
+    void reportMalformed(std::string_view file, RecordPosition const& at, std::string_view reason);
+
     /** Reports a file that cannot be read, or not to its end. Never suppressed. */
     void reportUnreadable(std::string const& reason);
 

@@ -1,5 +1,7 @@
 #include "PathAttributes.h"
 
+#include <algorithm>
+
 namespace BgpCommunities {
 
 namespace {
@@ -12,16 +14,15 @@ bool PathAttributeReader::next(PathAttribute& attribute) {
     if (in_.empty()) {
         return false;
     }
-    attribute.flags = in_.u8();
-    attribute.type = in_.u8();
+    attribute = {in_.u8(), in_.u8(), {}};
     std::size_t const length = (attribute.flags & extendedLengthFlag) != 0 ? in_.u16() : in_.u8();
     if (!in_.ok()) {
         fault_ = "truncated attribute header";
         return false;
     }
     std::size_t const left = in_.left();
-    attribute.value = in_.octets(length);
-    if (!in_.ok()) {
+    attribute.value = in_.octets(std::min(length, left));
+    if (left < length) {
         fault_ = "truncated attribute " + std::to_string(attribute.type) + ": length " +
                  std::to_string(length) + ", " + std::to_string(left) + " octets left";
         return false;

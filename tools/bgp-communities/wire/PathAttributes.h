@@ -97,7 +97,8 @@ class PathAttributeReader {
     explicit PathAttributeReader(Octets area)
       : in_(area) {}
 
-    /** Reads the next attribute; returns false at the end or on a fault. */
+    /** Reads the next attribute; returns false at the end or on a fault. On a fault `attribute` has
+        what is left of it; its type is 0 if that is missing. */
     bool next(PathAttribute& attribute);
 
     /** After `next()` returned false: the fault; empty at the end of the area. */

@@ -32,13 +32,18 @@ IpAddress mpAddress(Octets field) {
 /** The first attribute of each type that is parsed; type 0 if missing. */
 struct RouteAttributes::Found {
     std::array<PathAttribute, AttributeType::as4Path + 1> byType;
+    std::optional<PathAttribute> truncated;
 
     explicit Found(Octets area) {
         PathAttributeReader in(area);
-        for (PathAttribute attribute; in.next(attribute);) {
+        PathAttribute attribute;
+        while (in.next(attribute)) {
             if (attribute.type < byType.size() && byType[attribute.type].type == 0) {
                 byType[attribute.type] = attribute;
             }
+        }
+        if (!in.fault().empty()) {
+            truncated = attribute;
         }
     }
 
@@ -65,6 +70,9 @@ RouteAttributes::RouteAttributes(AttributeOctets const& octets) {
     if (auto const* const attribute = found.find(AttributeArea::mpReachType)) {
         readMpReach(*attribute);
     }
+    if (found.truncated) {
+        faultIs(*found.truncated, "truncated attribute", true);
+    }
 }
 
 void RouteAttributes::readAsPath(Found const& found, AsWidth width) {
@@ -77,16 +85,28 @@ void RouteAttributes::readAsPath(Found const& found, AsWidth width) {
         faultIs(*attribute, fault);
         return;
     }
-    auto const* const as4Path = found.find(AttributeType::as4Path);
-    auto const* const aggregator = found.find(AttributeType::aggregator);
-    // If the AS of AGGREGATOR is not AS_TRANS, a router without AS4_PATH support has changed the
-    // path, and AS4_PATH is outdated (RFC 6793, section 4.2.3).
-    bool const outdated = aggregator != nullptr && aggregator->value.size() == 6 &&
-                          OctetReader(aggregator->value).u16() != asTrans;
-    if (as4Path != nullptr && width == AsWidth::two && !outdated) {
-        path.as4Path = as4Path->value;
+    if (width == AsWidth::two) {
+        path.as4Path = as4PathOf(found);
     }
     asPath_ = path;
+}
+
+/** Returns the value of AS4_PATH; empty if it is missing, malformed or outdated. */
+Octets RouteAttributes::as4PathOf(Found const& found) {
+    auto const* const as4Path = found.find(AttributeType::as4Path);
+    if (as4Path == nullptr) {
+        return {};
+    }
+    if (auto const fault = faultOf({as4Path->value, AsWidth::four, {}}); !fault.empty()) {
+        faultIs(*as4Path, fault);
+        return {};
+    }
+    // If the AS of AGGREGATOR is not AS_TRANS, a router without AS4_PATH support has changed the
+    // path, and AS4_PATH is outdated (RFC 6793, section 4.2.3).
+    auto const* const aggregator = found.find(AttributeType::aggregator);
+    bool const outdated = aggregator != nullptr && aggregator->value.size() == 6 &&
+                          OctetReader(aggregator->value).u16() != asTrans;
+    return outdated ? Octets() : as4Path->value;
 }
 
 void RouteAttributes::readOrigin(PathAttribute const& attribute) {
@@ -133,8 +153,9 @@ void RouteAttributes::readNumber(PathAttribute const& attribute,
     }
 }
 
-void RouteAttributes::faultIs(PathAttribute const& attribute, std::string_view reason) {
-    faults_[faultCount_++] = {attribute.type, attribute.value, reason};
+void RouteAttributes::faultIs(PathAttribute const& attribute, std::string_view reason,
+                              bool truncated) {
+    faults_[faultCount_++] = {attribute.type, truncated, attribute.value, reason};
 }
 
 IpAddress RouteAttributes::nextHop(Route const& route) const {

@@ -32,9 +32,10 @@ struct AttributeOctets {
     AsWidth asWidth = AsWidth::four; // of AS_PATH and AGGREGATOR
 };
 
-/** A path attribute with a malformed value, which is not owned. */
+/** A malformed path attribute. `value` is not owned. */
 struct AttributeFault {
-    std::uint8_t type = 0;
+    std::uint8_t type = 0;   // 0 if truncated before the type
+    bool truncated = false;  // runs past the end of the attributes
     Octets value;            // without flags, type and length
     std::string_view reason; // a string literal
 };
@@ -44,7 +45,7 @@ struct AttributeFault {
  *
  * Constructed from AttributeOctets on demand. Owns and allocates nothing: its spans point into the
  * record. Thread-compatible. The first of duplicate attributes is used (RFC 7606). A malformed
- * attribute is absent and listed in `faults()`.
+ * attribute is absent and listed in `faults()`, and so is a truncated attribute of any type.
  */
 class RouteAttributes {
   public:
@@ -64,9 +65,9 @@ class RouteAttributes {
 
     /**
      * The next hop of a route: from NEXT_HOP for a route in the UPDATE itself, otherwise from
-     * MP_REACH_NLRI if that has the family of the route; no address if missing or of unknown length.
-     * The global address if MP_REACH_NLRI also has a link-local one, without the route distinguisher
-     * of VPN families.
+     * MP_REACH_NLRI if that has the family of the route; no address if missing or of unknown
+     * length. The global address if MP_REACH_NLRI also has a link-local one, without the route
+     * distinguisher of VPN families.
      */
     [[nodiscard]] IpAddress nextHop(Route const& route) const;
 
@@ -78,11 +79,12 @@ class RouteAttributes {
     struct Found;
 
     void readAsPath(Found const& found, AsWidth width);
+    [[nodiscard]] Octets as4PathOf(Found const& found);
     void readOrigin(PathAttribute const& attribute);
     void readNextHop(PathAttribute const& attribute);
     void readMpReach(PathAttribute const& attribute);
     void readNumber(PathAttribute const& attribute, std::optional<std::uint32_t>& number);
-    void faultIs(PathAttribute const& attribute, std::string_view reason);
+    void faultIs(PathAttribute const& attribute, std::string_view reason, bool truncated = false);
 
     std::optional<AsPath> asPath_;
     std::optional<Origin> origin_;
@@ -91,7 +93,7 @@ class RouteAttributes {
     IpAddress nextHop_;
     IpAddress mpNextHop_;
     std::optional<Family> mpFamily_;       // absent in the short form of MP_REACH_NLRI (RFC 6396)
-    std::array<AttributeFault, 6> faults_; // one for each attribute
+    std::array<AttributeFault, 8> faults_; // one for each attribute, and a truncated one
     std::size_t faultCount_ = 0;
 };
 
