@@ -38,7 +38,7 @@ class ListInterned {
 
   private:
     World world_;
-    std::vector<decltype(world_.list(std::span<Member const>()))> held_;
+    std::vector<Mox::PtrConst<typename KindOf<Member>::List>> held_;
     ListCycle<Member> lookups_;
 };
 
@@ -47,26 +47,6 @@ template <class Member>
 Lists<char> attributeValues(Lists<Member> const& lists) {
     auto const wire = octets(std::span(lists.members()));
     return {wire.size() / lists.size(), {wire.begin(), wire.end()}};
-}
-
-// The function of CommunityTables for this kind of members.
-auto decode(CommunityTables const& tables, std::span<char const> value, U32 const* /*kind*/) {
-    return tables.commList(std::as_bytes(value));
-}
-
-auto decode(CommunityTables const& tables, std::span<char const> value,
-            Acl::CommunityValue const* /*kind*/) {
-    return tables.largeCommList(std::as_bytes(value));
-}
-
-auto decode(CommunityTables const& tables, std::span<char const> value,
-            ExtCommContent const* /*kind*/) {
-    return tables.extCommList(std::as_bytes(value));
-}
-
-auto decode(CommunityTables const& tables, std::span<char const> value,
-            ExtCommIp6Content const* /*kind*/) {
-    return tables.extCommIp6List(std::as_bytes(value));
 }
 
 /// Decodes attribute values through CommunityTables and releases the result, among `count` interned
@@ -93,12 +73,12 @@ class ListDecoded {
 
   private:
     auto decoded(std::span<char const> value) const {
-        return decode(tables_, value, static_cast<Member const*>(nullptr));
+        return (tables_.*KindOf<Member>::decode)(std::as_bytes(value));
     }
 
     PointerMode const mode_;
     CommunityTables const tables_;
-    std::vector<decltype(decode(tables_, {}, static_cast<Member const*>(nullptr)))> held_;
+    std::vector<DecodedList<typename KindOf<Member>::List>> held_;
     ListCycle<char> lookups_;
 };
 
@@ -130,7 +110,8 @@ std::string decodedName(std::string const& work, bool threadSafe, std::string co
 }
 
 template <class Member>
-void addKind(std::string const& kind) {
+void addKind() {
+    std::string const kind(KindOf<Member>::name);
     for (std::size_t const members : {1, 8, 32}) {
         auto const size = "/" + std::to_string(members);
         for (bool const threadSafe : {false, true}) {
@@ -156,7 +137,8 @@ void addKind(std::string const& kind) {
 
 /// Measures how time grows with the number of lists, with one thread and with two.
 template <class Member>
-void addGrowth(std::string const& kind) {
+void addGrowth() {
+    std::string const kind(KindOf<Member>::name);
     for (std::size_t const count : {1'000, 10'000, 100'000, 1'000'000}) {
         auto const size = "/library/" + std::to_string(count);
         auto const iterations = iterationsFor(8 * count);
@@ -170,12 +152,9 @@ void addGrowth(std::string const& kind) {
 } // namespace
 
 void addLists() {
-    addKind<U32>("standard");
-    addKind<Acl::CommunityValue>("large");
-    addKind<ExtCommContent>("extended");
-    addKind<ExtCommIp6Content>("ipv6");
-    addGrowth<U32>("standard");
-    addGrowth<ExtCommContent>("extended");
+    forEachKind([]<class Member>() { addKind<Member>(); });
+    addGrowth<U32>();
+    addGrowth<ExtCommContent>();
 }
 
 } // namespace Bench

@@ -102,7 +102,7 @@ struct OneList {
 
     World world;
     std::vector<Member> members;
-    decltype(world.list(std::span<Member const>())) list;
+    Mox::PtrConst<typename KindOf<Member>::List> list;
 };
 
 template <class Member>
@@ -241,7 +241,8 @@ class ListRegexReference {
 };
 
 template <class Member>
-void addKind(std::string const& kind) {
+void addKind() {
+    std::string const kind(KindOf<Member>::name);
     add({"listText/" + kind + "/library/8", work<ListText<Member>>()});
     add({"listText/" + kind + "/toChars/8", work<ListTextReference<Member>>()});
     add({"listAttribute/" + kind + "/library/8", work<ListAttribute<Member>>()});
@@ -251,10 +252,7 @@ void addKind(std::string const& kind) {
 } // namespace
 
 void addTexts() {
-    addKind<U32>("standard");
-    addKind<Acl::CommunityValue>("large");
-    addKind<ExtCommContent>("extended");
-    addKind<ExtCommIp6Content>("ipv6");
+    forEachKind([]<class Member>() { addKind<Member>(); });
     for (bool const matching : {false, true}) {
         std::string const outcome = matching ? "match/" : "noMatch/";
         add({"listRegex/" + outcome + "standard/8", work<ListRegex<U32>>(matching)});

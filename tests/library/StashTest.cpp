@@ -41,11 +41,11 @@ ExtCommIp6Content ip6(Mox::U8 type, Mox::U8 subtype, Mox::U16 localAdmin) {
 class Stash : public testing::Test {
   protected:
     ExtComm::PtrConst comm(U64 value) {
-        return ExtComm::dedupContent(comms.get(), ExtCommContent(value));
+        return ExtComm::dedupContent(tables.extCommDedupTable().get(), ExtCommContent(value));
     }
 
     ExtCommIp6::PtrConst comm(ExtCommIp6Content const& content) {
-        return ExtCommIp6::dedupContent(ip6Comms.get(), content);
+        return ExtCommIp6::dedupContent(tables.extCommIp6DedupTable().get(), content);
     }
 
     template <class List, class Member>
@@ -71,13 +71,7 @@ class Stash : public testing::Test {
     }
 
     StoreWriter writer;
-    BgpParseExtCommContainerSm::Ptr container = bgpParseExtCommContainerSmFactory();
-    ExtCommDedupTable::Ptr comms = extCommDedupTableFactory(container->extCommParser());
-    ExtCommIp6DedupTable::Ptr ip6Comms = extCommIp6DedupTableFactory(container->extCommParser());
-    ExtCommListDedupTable::Ptr lists = extCommListDedupTableFactory();
-    ExtCommIp6ListDedupTable::Ptr ip6Lists = extCommIp6ListDedupTableFactory();
-    CommListDedupTable::Ptr commLists = commListDedupTableFactory();
-    LargeCommListDedupTable::Ptr largeCommLists = largeCommListDedupTableFactory();
+    CommunityTables const tables;
 
   private:
     std::vector<U64> words_;
@@ -103,7 +97,7 @@ void expectPlain(Comm const& original, Mox::PtrConst<Comm> const& rebuilt) {
 }
 
 TEST_F(Stash, RebuildsValuesAsPlainObjectsOutsideTables) {
-    auto const targets = comms->notifyingRouteTargetList();
+    auto const targets = tables.extCommDedupTable()->notifyingRouteTargetList();
     for (U64 const value : {rt, soo, bandwidthWithoutAs, validity, unknown, U64{0}, ~U64{0}}) {
         auto const original = comm(value);
         auto const back = rebuilt(original);
@@ -111,13 +105,13 @@ TEST_F(Stash, RebuildsValuesAsPlainObjectsOutsideTables) {
         EXPECT_FALSE(back->isLinkBandwidthWithUnspecifiedAsNumber());
     }
     auto const back = rebuilt(comm(rt));
-    EXPECT_EQ(comms->dedupHashTable()->size(), 0U);
+    EXPECT_EQ(tables.extCommDedupTable()->dedupHashTable()->size(), 0U);
     EXPECT_EQ(targets->rts(), 0U) << "notified of a rebuilt object";
     EXPECT_EQ(back->toStrep().str(), "<extCommPktTypeTransTwoOctetAs 0x0002fde800000001>");
     for (auto const& content : {ip6(0, 2, 1), ip6(0x40, 3, 65535), ip6(0xff, 0xff, 0)}) {
         expectPlain(*comm(content), ExtCommIp6::PtrConst(rebuilt(comm(content))));
     }
-    EXPECT_EQ(ip6Comms->dedupHashTable()->size(), 0U);
+    EXPECT_EQ(tables.extCommIp6DedupTable()->dedupHashTable()->size(), 0U);
 }
 
 TEST_F(Stash, SharesRepeatedObjectsOnlyOnRequest) {
@@ -171,17 +165,17 @@ void expectListsBack(std::vector<U32> const& numbers, auto valueOf, auto const& 
 TEST_F(Stash, RebuildsListsOfPlainValues) {
     for (std::vector<U32> const& numbers :
          {std::vector<U32>{}, {7}, {9, 1, 9, 5}, {3, 2, 1, 0xffffff01, 0xffffff02}}) {
-        expectListsBack<CommList>(numbers, std::identity(), commLists,
+        expectListsBack<CommList>(numbers, std::identity(), tables.commListDedupTable(),
                                   [&](auto const& list) { return rebuilt(list); });
         expectListsBack<LargeCommList>(
             numbers, [](U32 number) { return CommunityValue(number, ~number, number / 2); },
-            largeCommLists, [&](auto const& list) { return rebuilt(list); });
+            tables.largeCommListDedupTable(), [&](auto const& list) { return rebuilt(list); });
     }
 }
 
 TEST_F(Stash, RestoresWellKnownFlagsOnlyWhenInterned) {
     auto const list = listOf<CommList>({0xffffff01U, 0xffffff02U, 0xffffff03U});
-    auto back = rebuilt(list->dedup(commLists.get()));
+    auto back = rebuilt(list->dedup(tables.commListDedupTable().get()));
     EXPECT_TRUE(back->comm(0xffffff01));
     EXPECT_FALSE(back->noExport() || back->noAdvertise() || back->noExportSubconfed());
     auto const otherTable = commListDedupTableFactory();
@@ -215,14 +209,16 @@ TEST_F(Stash, RebuildsExtCommListsForReadingOnly) {
     auto const target = comm(rt);
     auto const original = listOf<ExtCommList>({comm(validity), comm(unknown), target,
                                                comm(bandwidthWithoutAs), target})
-                              ->dedup(lists.get());
+                              ->dedup(tables.extCommListDedupTable().get());
     ASSERT_TRUE(original->totalTransitiveCommunities() > 0 && original->hasLinkBandwidth() &&
                 original->hasLinkBandwidthWithUnspecifiedAsNumber() &&
                 original->hasOriginValidationState());
-    auto const targets = lists->rtExtCommClassificationListDedupTable()->size();
+    auto const targets =
+        tables.extCommListDedupTable()->rtExtCommClassificationListDedupTable()->size();
     auto const back = rebuilt(original);
-    EXPECT_EQ(lists->rtExtCommClassificationListDedupTable()->size(), targets);
-    EXPECT_EQ(lists->dedupTable()->size(), 1U);
+    EXPECT_EQ(tables.extCommListDedupTable()->rtExtCommClassificationListDedupTable()->size(),
+              targets);
+    EXPECT_EQ(tables.extCommListDedupTable()->dedupTable()->size(), 1U);
     EXPECT_EQ(back->dedupState(), Kel::dedupHandleStateDestashed());
     EXPECT_TRUE(back->hasNotificationActive());
     EXPECT_EQ(back->totalTransitiveCommunities(), 0U);
@@ -251,7 +247,7 @@ TEST_F(Stash, RebuildsExtCommListsForReadingOnly) {
 TEST_F(StashDeathTest, AddingToARebuiltListAsserts) {
     auto const part = listOf<ExtCommList>({comm(rt)});
     auto const ip6Part = listOf<ExtCommIp6List>({comm(ip6(0, 2, 1))});
-    auto const back = rebuilt(part->dedup(lists.get()));
+    auto const back = rebuilt(part->dedup(tables.extCommListDedupTable().get()));
     auto const unsorted = rebuilt(ExtCommList::PtrConst(listOf<ExtCommList>({comm(soo)})));
     auto const backIp6 = rebuilt(ExtCommIp6List::PtrConst(ip6Part));
     auto const rts = Mox::constPtrCast<ExtCommClassificationList>(
@@ -275,7 +271,9 @@ TEST_F(Stash, RebuildsUnsortedExtCommListsWithoutClasses) {
     ASSERT_EQ(back->comms(), 3U);
     EXPECT_EQ((*back)[2]->getContent(), ExtCommContent(soo));
     EXPECT_FALSE(back->classificationList(extCommClassificationRouteTarget));
-    EXPECT_EQ(rebuilt(extCommListFactory()->dedup(lists.get()))->toStrep().str(), "[  ]");
+    EXPECT_EQ(
+        rebuilt(extCommListFactory()->dedup(tables.extCommListDedupTable().get()))->toStrep().str(),
+        "[  ]");
 }
 
 TEST_F(Stash, RebuildsExtCommIp6ListsAsNewListsInStoredOrder) {
@@ -285,13 +283,13 @@ TEST_F(Stash, RebuildsExtCommIp6ListsAsNewListsInStoredOrder) {
     ASSERT_EQ(unsorted->comms().size(), 3U);
     EXPECT_EQ((*unsorted)[0]->getContent(), ip6(0, 3, 1));
     EXPECT_EQ((*unsorted)[2]->getContent(), ip6(0x40, 2, 1));
-    auto const interned = original->dedup(ip6Lists.get());
+    auto const interned = original->dedup(tables.extCommIp6ListDedupTable().get());
     auto const back = rebuilt(interned);
     EXPECT_EQ(back->dedupState(), Kel::dedupHandleStateDestashed());
     EXPECT_FALSE(back->commVectorSorted());
     EXPECT_EQ(back->transitiveCommCount(), 0U);
     EXPECT_FALSE(back->classificationList(extCommClassificationRouteTarget));
-    EXPECT_EQ(ip6Lists->dedupTable()->size(), 1U);
+    EXPECT_EQ(tables.extCommIp6ListDedupTable()->dedupTable()->size(), 1U);
     back->sortComms();
     EXPECT_EQ(back->serialize(true), interned->serialize(true));
     EXPECT_EQ(back->comm(ip6(0, 2, 9))->dedupState(), Kel::dedupHandleStateDestashed());
@@ -343,9 +341,12 @@ TEST_F(Stash, AllocatesOnlyTheObjects) {
             extended->commIs(comm(rt + index));
             wide->commIs(comm(ip6(0, 2, static_cast<Mox::U16>(index))));
         }
-        auto const* const standardAt = standard->dedup(commLists.get())->stash(writer);
-        auto const* const extendedAt = extended->dedup(lists.get())->stash(writer);
-        auto const* const wideAt = wide->dedup(ip6Lists.get())->stash(writer);
+        auto const* const standardAt =
+            standard->dedup(tables.commListDedupTable().get())->stash(writer);
+        auto const* const extendedAt =
+            extended->dedup(tables.extCommListDedupTable().get())->stash(writer);
+        auto const* const wideAt =
+            wide->dedup(tables.extCommIp6ListDedupTable().get())->stash(writer);
         auto& manager = reader();
         auto const allocations = [](auto destash) {
             auto const before = allocationsSoFar();
