@@ -25,7 +25,7 @@ MrtCounts readSample(std::string const& name, Recorder& recorder) {
     return reader.counts();
 }
 
-TEST(SamplesTest, ReportsAllProblemsOfTheDamagedSample) {
+TEST(DumpsTest, ReportsAllProblemsOfTheDamagedSample) {
     Recorder recorder;
     EXPECT_EQ(readSample("damaged.mrt", recorder).records, 15U);
     EXPECT_EQ(recorder.problems,
@@ -43,7 +43,7 @@ TEST(SamplesTest, ReportsAllProblemsOfTheDamagedSample) {
               }));
 }
 
-TEST(SamplesTest, ReadsTheOtherSamplesWithoutProblems) {
+TEST(DumpsTest, ReadsTheOtherSamplesWithoutProblems) {
     Recorder recorder;
     EXPECT_EQ(readSample("updates.mrt.gz", recorder).updates, 458U);
     EXPECT_EQ(readSample("rib.mrt.gz", recorder).ribEntries, 402U);
@@ -115,7 +115,7 @@ void expectColumns(std::vector<std::string> const& names, std::vector<std::strin
     EXPECT_EQ(compared, columns.size());
 }
 
-TEST(MrtReaderTest, CountsRealDumpsLikeIndependentDecoders) {
+TEST(DumpsTest, CountsRealDumpsLikeIndependentDecoders) {
     char const* const data = std::getenv("VOBGP_DATA");
     if (data == nullptr) {
         GTEST_SKIP() << "VOBGP_DATA is not set";

@@ -18,7 +18,7 @@ namespace {
 
 using namespace Test;
 
-TEST(MrtReaderTest, CountsReportsAndSkipsMalformedParts) {
+TEST(MalformedRecordsTest, CountsReportsAndSkipsMalformedParts) {
     struct Row {
         char const* name;
         std::uint64_t MrtCounts::*counter;
@@ -137,7 +137,7 @@ TEST(MrtReaderTest, CountsReportsAndSkipsMalformedParts) {
     }
 }
 
-TEST(MrtReaderTest, ReadsEntriesWithoutPeersAndReportsThemOnce) {
+TEST(MalformedRecordsTest, ReadsEntriesWithoutPeersAndReportsThemOnce) {
     std::string const rib =
         record(tableDumpV2, 2, u32(0) + hex("18 c00002") + u16(1) + u16(0) + u32(0) + u16(0));
     Recorder recorder;
@@ -147,7 +147,7 @@ TEST(MrtReaderTest, ReadsEntriesWithoutPeersAndReportsThemOnce) {
     EXPECT_EQ(recorder.problems, Lines{"1@0: no peer index table before the record"});
 }
 
-TEST(MrtReaderTest, ReportsATruncatedLastRecord) {
+TEST(MalformedRecordsTest, ReportsATruncatedLastRecord) {
     std::string const whole = as4Record(update("", hex("18 c00002")));
     for (std::size_t const left :
          {std::size_t{1}, std::size_t{11}, std::size_t{12}, whole.size() - 1}) {
@@ -168,7 +168,7 @@ std::size_t peakKilobytes() {
     return static_cast<std::size_t>(usage.ru_maxrss);
 }
 
-TEST(MrtReaderTest, AllocatesNothingForLengthsBeyondTheInput) {
+TEST(MalformedRecordsTest, AllocatesNothingForLengthsBeyondTheInput) {
     std::size_t const before = peakKilobytes();
     Recorder recorder;
     for (std::uint32_t const claim : {maxRibOctets, 0xffffffffU}) {
@@ -192,7 +192,7 @@ TEST(MrtReaderTest, AllocatesNothingForLengthsBeyondTheInput) {
     EXPECT_LT(peakKilobytes() - before, 8U * 1024);
 }
 
-TEST(MrtReaderTest, ReadsRecordsUpToTheLongestOfTheirType) {
+TEST(MalformedRecordsTest, ReadsRecordsUpToTheLongestOfTheirType) {
     struct Row {
         unsigned int type;
         unsigned int subtype;
