@@ -17,7 +17,7 @@ namespace {
 
 using namespace Routing::Bgp;
 
-/// Interns and releases lists through the published calls, among `count` others. The lists are
+/// Interns the members of a list and the list, and releases it, among `count` others. The lists are
 /// interned already, or new.
 template <class Member>
 class ListInterned {

@@ -10,7 +10,7 @@
 namespace Routing::Bgp {
 namespace {
 
-TEST(BgpPathAttrTypeTest, ShowStringsAreNotTheNames) {
+TEST(BgpPathAttrTypeTest, ShowStringsDifferFromNames) {
     struct {
         U32 type;
         char const* show;

@@ -7,7 +7,7 @@ namespace {
 
 constexpr U64 value = 0x0202000100000064;
 
-TEST(ExtCommCacheTest, FormsAreKeptApart) {
+TEST(ExtCommCacheTest, FormsAreCachedSeparately) {
     auto const cache = extCommCacheFactory();
     cache->insert(value, "65536:100", false);
     EXPECT_EQ(cache->lookup(value, false), "65536:100");
@@ -31,7 +31,7 @@ TEST(ExtCommCacheTest, LaterTextReplacesAndEmptyTextIsAMiss) {
     EXPECT_TRUE(cache->extCommToAsdotStringHas(value));
 }
 
-TEST(ExtCommCacheTest, GrowsUntilItsFormIsEmptied) {
+TEST(ExtCommCacheTest, KeepsEveryTextUntilItIsRemoved) {
     auto const cache = extCommCacheFactory();
     for (U64 i = 0; i < 1000; ++i) {
         cache->insert(i, "plain", false);

@@ -39,7 +39,7 @@ U32 word(std::string const& member, std::size_t at) {
     return static_cast<U32>(integer(member, at, 4));
 }
 
-// ---- The kinds: their one call, and what it stands for ------------------------------------------
+// ---- The kinds: decoding, and interning of the members ------------------------------------------
 
 struct Standard {
     static constexpr std::size_t octets = 4;
@@ -120,7 +120,7 @@ std::vector<std::string> membersOf(std::string const& value) {
     return members;
 }
 
-/// Fills a list with the members of a value, in their order.
+/// Returns a list filled with the members of a value, in their order.
 template <class Kind>
 auto filled(CommunityTables const& tables, std::string const& value) {
     auto list = Kind::list();
@@ -131,7 +131,7 @@ auto filled(CommunityTables const& tables, std::string const& value) {
 }
 
 template <class Kind>
-auto published(CommunityTables const& tables, std::string const& value) {
+auto internMembers(CommunityTables const& tables, std::string const& value) {
     return filled<Kind>(tables, value)->dedup(Kind::table(tables).get());
 }
 
@@ -211,22 +211,22 @@ class CommunityTablesIn : public testing::TestWithParam<bool> {
 
   protected:
     template <class Kind>
-    void compareWithPublishedCalls() {
-        std::vector<decltype(published<Kind>(tables, ""))> held(7);
+    void compareWithInterningMembers() {
+        std::vector<decltype(internMembers<Kind>(tables, ""))> held(7);
         for (int step = 0; step < 3000; ++step) {
             auto const value =
                 randomOctets(random, step % 9 == 0 ? random() % 50 : random() % 9 * Kind::octets);
             auto const verdict = expectedVerdict<Kind>(value);
-            decltype(published<Kind>(tables, "")) before;
+            decltype(internMembers<Kind>(tables, "")) before;
             if (verdict == Verdict::accepted && step % 2 == 0) {
-                before = published<Kind>(tables, value);
+                before = internMembers<Kind>(tables, value);
             }
             auto const decoded = Kind::decode(tables, value);
             ASSERT_EQ(decoded.verdict, verdict);
             ASSERT_EQ(static_cast<bool>(decoded), verdict == Verdict::accepted);
             if (decoded) {
                 ASSERT_TRUE(!before || before == decoded.list);
-                ASSERT_EQ(published<Kind>(tables, value), decoded.list);
+                ASSERT_EQ(internMembers<Kind>(tables, value), decoded.list);
                 ASSERT_EQ(Kind::decode(tables, canonical<Kind>(value)).list, decoded.list);
                 held[random() % held.size()] = decoded.list;
             }
@@ -248,7 +248,7 @@ class CommunityTablesIn : public testing::TestWithParam<bool> {
         ASSERT_TRUE(decoded);
         Kind::serialize(*decoded.list);
         auto const tooLong = valueOf<Kind>(random, longest + 1);
-        auto const interned = published<Kind>(tables, tooLong);
+        auto const interned = internMembers<Kind>(tables, tooLong);
         EXPECT_EQ(Kind::decode(tables, canonical<Kind>(tooLong)).verdict, Verdict::tooLong);
     }
 
@@ -282,7 +282,7 @@ class CommunityTablesIn : public testing::TestWithParam<bool> {
             }
             auto const decoded = Kind::decode(fresh, value);
             ASSERT_TRUE(decoded);
-            ASSERT_EQ(decoded.list, published<Kind>(fresh, value));
+            ASSERT_EQ(decoded.list, internMembers<Kind>(fresh, value));
         }
     }
 
@@ -304,11 +304,11 @@ class CommunityTablesIn : public testing::TestWithParam<bool> {
 };
 INSTANTIATE_TEST_SUITE_P(Mode, CommunityTablesIn, bothPointerModes(), pointerModeName);
 
-TEST_P(CommunityTablesIn, OneCallAgreesWithThePublishedCalls) {
-    compareWithPublishedCalls<Standard>();
-    compareWithPublishedCalls<Large>();
-    compareWithPublishedCalls<Extended>();
-    compareWithPublishedCalls<Ip6>();
+TEST_P(CommunityTablesIn, DecodingAgreesWithInterningTheMembers) {
+    compareWithInterningMembers<Standard>();
+    compareWithInterningMembers<Large>();
+    compareWithInterningMembers<Extended>();
+    compareWithInterningMembers<Ip6>();
 }
 
 TEST_P(CommunityTablesIn, ListsOfEveryLengthSerializeWithEverySelection) {
@@ -333,9 +333,9 @@ TEST_P(CommunityTablesIn, EveryAllocationMayFail) {
     everyAllocationMayFail<Ip6>();
 }
 
-TEST_P(CommunityTablesIn, EmptyListsOfPublishedCallsAreNoAttributes) {
-    auto const empty = published<Extended>(tables, "");
-    auto const none = published<Standard>(tables, "");
+TEST_P(CommunityTablesIn, EmptyInternedListsAreNotDecoded) {
+    auto const empty = internMembers<Extended>(tables, "");
+    auto const none = internMembers<Standard>(tables, "");
     EXPECT_EQ(Extended::decode(tables, "").verdict, Verdict::empty);
     EXPECT_EQ(Standard::decode(tables, "").verdict, Verdict::empty);
 }
@@ -349,18 +349,18 @@ TEST_P(CommunityTablesIn, ListsOfForeignMembersAreDistinct) {
     EXPECT_NE(ours, foreign);
     EXPECT_EQ((*ours)[0], Extended::member(tables, value.substr(0, 8)));
     EXPECT_EQ(Extended::decode(tables, value).list, ours);
-    EXPECT_EQ(published<Extended>(tables, value), ours);
-    // A list interned by the published calls is found as well.
+    EXPECT_EQ(internMembers<Extended>(tables, value), ours);
+    // A list that was interned from its members is found as well.
     auto const other = canonical<Extended>(valueOf<Extended>(random, 6));
-    auto const first = published<Extended>(tables, other);
+    auto const first = internMembers<Extended>(tables, other);
     EXPECT_EQ(Extended::decode(tables, other).list, first);
     EXPECT_EQ(Extended::decode(tables, other).list, first);
-    // So is one that was split before.
+    // So is a list that was split before.
     auto const third = canonical<Extended>(valueOf<Extended>(random, 7));
     auto const split = filled<Extended>(tables, third);
     split->createClassificationListVector(true);
     auto const whole = split->dedup(tables.extCommListDedupTable().get());
-    EXPECT_EQ(published<Extended>(tables, third), whole);
+    EXPECT_EQ(internMembers<Extended>(tables, third), whole);
     EXPECT_EQ(Extended::decode(tables, third).list, whole);
 }
 
@@ -368,10 +368,10 @@ TEST_P(CommunityTablesIn, ListsOfAnEarlierClassificationTableAreDistinct) {
     auto const value = canonical<Ip6>(valueOf<Ip6>(random, 5));
     auto const earlier = Ip6::decode(tables, value).list;
     tables.extCommIp6ListDedupTable()->handleInitialized();
-    auto const now = published<Ip6>(tables, value);
+    auto const now = internMembers<Ip6>(tables, value);
     EXPECT_NE(now, earlier);
     EXPECT_EQ(Ip6::decode(tables, value).list, now);
-    EXPECT_EQ(published<Ip6>(tables, value), now);
+    EXPECT_EQ(internMembers<Ip6>(tables, value), now);
 }
 
 /// Classifies communities of a transitive opaque subtype by their local administrator.
@@ -451,7 +451,7 @@ TEST(CommunityTablesThreads, HotListsAreInsertedAndRemovedUntilNoneIsLeft) {
                 auto const& value = values[own() % values.size()];
                 auto& [standard, extended, ip6, large] = held[own() % held.size()];
                 standard = Standard::decode(tables, value).list;
-                extended = own() % 2 == 0 ? published<Extended>(tables, value)
+                extended = own() % 2 == 0 ? internMembers<Extended>(tables, value)
                                           : Extended::decode(tables, value).list;
                 ip6 = own() % 3 == 0 ? nullptr : Ip6::decode(tables, value).list;
                 large = Large::decode(tables, value.substr(0, value.size() / 12 * 12)).list;

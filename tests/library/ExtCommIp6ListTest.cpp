@@ -173,7 +173,7 @@ TEST_P(ExtCommIp6Lists, DumpUnderTheHeadingOfExtendedLists) {
                   "    extCommClassification\n" + lineOf(*row.table->extCommClassification()));
 }
 
-TEST_P(ExtCommIp6Lists, HandOutSnapshots) {
+TEST_P(ExtCommIp6Lists, CreateSnapshots) {
     auto const list = internOf({nonTransitive, rt});
     auto const snapshot = list->commSnapshot();
     EXPECT_EQ(snapshot->comm(rt->getContent()), rt);

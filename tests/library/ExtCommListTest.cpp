@@ -69,7 +69,7 @@ class ExtCommLists : public testing::TestWithParam<bool> {
 
 INSTANTIATE_TEST_SUITE_P(Mode, ExtCommLists, bothPointerModes(), pointerModeName);
 
-/// The published hash of identities, computed naively.
+/// The hash of identities, computed naively.
 template <class Objects>
 U32 mixOf(Objects const& objects) {
     U32 h = 0;
@@ -211,7 +211,7 @@ TEST_P(ExtCommLists, PrintAndMatch) {
     EXPECT_FALSE(matches("1 RT")) << "no match runs across the two forms";
 }
 
-TEST_P(ExtCommLists, HandOutSnapshots) {
+TEST_P(ExtCommLists, CreateSnapshots) {
     auto const list = intern({color, rt2, rt1});
     auto const snapshot = list->commSnapshot();
     EXPECT_EQ(snapshot->comms(), 3U);
@@ -340,7 +340,7 @@ TEST(CommListVector, SortingKeepsTheFirstOfEqualMembersAndAllocatesNothing) {
     }
 }
 
-// An agent's own types, each of which overrides one published operation.
+// An agent's own types, each of which overrides one public operation.
 
 class OwnShow final : public ExtCommColor {
   public:

@@ -13,9 +13,9 @@
 #include <unordered_map>
 #include <vector>
 
-// The published hashes of lists and of IPv6-address-specific communities are not keyed, so a peer
-// can send any number of contents with the same hash. Interning them must not cost more than
-// interning others.
+// The 32-bit hashes of lists and of IPv6-address-specific communities are not keyed, so a peer can
+// send any number of contents with the same hash. Interning them must not cost more than interning
+// others.
 
 using namespace Routing::Bgp;
 using Mox::U32;
@@ -32,7 +32,7 @@ double threadTime() {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-/// If placement used the published hash, the slowdown would be in the hundreds.
+/// If placement used the 32-bit hash, the slowdown would be in the hundreds.
 constexpr double bound = 3;
 
 /// Measures the time to intern and release the contents. `intern` returns a counted pointer. Gives
@@ -104,8 +104,8 @@ void addTo(Mox::OneAtATimeHash& hash, Acl::CommunityValue const& value) {
 template <class Value>
 using Pairs = std::array<std::array<Value, 2>, pairs>;
 
-/// Finds pairs of values such that the published hash of a list does not depend on which value of
-/// each pair it contains.
+/// Finds pairs of values such that the 32-bit hash of a list does not depend on which value of each
+/// pair it contains.
 template <class Value>
 Pairs<Value> collidingPairs() {
     Pairs<Value> result{};

@@ -295,7 +295,7 @@ TEST_F(Stash, RebuildsExtCommIp6ListsAsNewListsInStoredOrder) {
     EXPECT_EQ(back->comm(ip6(0, 2, 9))->dedupState(), Kel::dedupHandleStateDestashed());
 }
 
-/// In an overwritten segment, something else is in the place of a value or list.
+/// In an overwritten segment, another record is at the place of a value or list.
 TEST_F(Stash, ReturnsNothingFromOverwrittenStores) {
     StoreFolder const folder;
     auto const store = folder.store(true);
@@ -328,7 +328,7 @@ TEST_F(Stash, ReturnsNothingFromOverwrittenStores) {
     overwritten(comm(ip6(0, 2, 1)), comm(ip6(0, 2, 2)));
 }
 
-// ---- What it costs ------------------------------------------------------------------------------
+// ---- Allocations --------------------------------------------------------------------------------
 
 TEST_F(Stash, AllocatesOnlyTheObjects) {
     for (U32 const members : {0U, 1U, 10U, 1000U}) {

@@ -30,7 +30,7 @@ using namespace Routing::Bgp;
 
 using Octets = std::set<unsigned>;
 
-TEST(PacketTypes, TheWireMayCarryTheseAndNoOthers) {
+TEST(PacketTypes, AcceptsOnlyMembersValidOnTheWire) {
     EXPECT_EQ(acceptedBy<BgpExtCommPktType>(),
               (Octets{0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x08, 0x40, 0x41, 0x42, 0x43, 0x44,
                       0x80, 0x81, 0x82}));

@@ -24,7 +24,7 @@ inline std::string const peers =
            hex("c00002fe 0000 0002  00 c0000201 c0000201 fbf0"
                "03 c0000202 20010db8000000000000000000000002 00010000"));
 
-// ---- What was delivered, as text ----
+// ---- Delivered routes as text ----
 
 inline std::string text(std::span<Route const> routes) {
     std::string out;

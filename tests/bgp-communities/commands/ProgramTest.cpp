@@ -64,7 +64,7 @@ struct DecodeRow {
     std::string input;
     Lines output; // as essence()
     int status;
-    std::string complaint; // in standard error, which is empty if this is
+    std::string complaint; // part of standard error; empty if nothing is printed there
 };
 
 std::vector<DecodeRow> decodeRows() {

@@ -124,7 +124,7 @@ TEST(ReadCommandTest, ReadsOrReportsRandomAttributes) {
     EXPECT_NE(result.err.find("two different link bandwidths"), std::string::npos);
 }
 
-// ---- What stands in a line ----
+// ---- Columns ----
 
 struct RouteRow {
     char const* name;
@@ -422,7 +422,7 @@ TEST(ReadCommandTest, StopsReadingAtTheLimit) {
 }
 
 TEST(ReadCommandTest, ReadsPathIdentifiersAsRequested) {
-    // 9.0.0.0/32, or path identifier 0x20090000 with 0.0.0.0/0; the record is marked as without.
+    // 9.0.0.0/32, or path identifier 0x20090000 with 0.0.0.0/0; the record is not marked.
     TemporaryFile const file(as4Record(update("", hex("20 09000000"))));
     Lines const without = {"9.0.0.0/32"}, with = {"0.0.0.0/0"};
     for (auto const& [options, prefixes] : std::vector<std::pair<Arguments, Lines>>{

@@ -68,7 +68,7 @@ std::string withoutAddress(unsigned int before, unsigned int after) {
                   hex("0000fbf0 0000fbff 0000 0001 00000000 c00002fe") + u16(before) + u16(after));
 }
 
-/** A row of the counts; -1 if there is none. */
+/** A row of the counts; -1 if it is missing. */
 long count(std::string const& out, std::string const& words) {
     for (std::string const& line : linesOf(out)) {
         if (line.starts_with(words + "  ")) {
@@ -151,7 +151,7 @@ std::vector<Row> rows() {
          from(1, update(targets({7}), u32(1) + prefixA + u32(2) + prefixA), as4AddPath) +
              from(1, update("", "", u32(1) + prefixA), as4AddPath),
          toTheEnd, 2, 1},
-        {"path identifiers that the records do not tell of",
+        {"path identifiers in unmarked records",
          from(1, update(targets({7}), u32(1) + prefixA + u32(2) + prefixA)),
          toTheEnd,
          2,

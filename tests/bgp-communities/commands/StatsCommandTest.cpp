@@ -29,7 +29,7 @@ namespace {
 
 using namespace Test;
 
-// ---- What is counted ----
+// ---- Counts ----
 
 std::string attribute(unsigned int type, std::string const& value) {
     return hex("d0") + u8(type) + u16(hex(value).size()) + hex(value);
@@ -198,7 +198,7 @@ TEST(StatsCommandTest, ResultsDoNotDependOnTheNumberOfJobs) {
     TemporaryFile const unreadable("");
     ASSERT_EQ(::unlink(unreadable.path().c_str()), 0);
     TemporaryFile const last(repeated(update(attribute(8, "fb")), 9000) + damaged);
-    // The state of a session decides for messages that are many batches later.
+    // The state of a session applies to messages many batches later.
     std::string const peer = hex("00010000 0000fbff 0000 0001 c0000201 c00002fe");
     auto const announce = [&](std::string const& nlri) {
         return record(16, 4, peer + message(2, u32(0) + nlri));

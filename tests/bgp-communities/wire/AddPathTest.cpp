@@ -12,7 +12,7 @@ namespace {
 
 using namespace Test;
 
-/** An OPEN that offers them for these families: AFI (2), SAFI (1) and mode (1) each. */
+/** An OPEN that offers path identifiers for families: AFI (2), SAFI (1) and mode (1) each. */
 std::string open(std::string const& families) {
     std::string const capability = hex("45") + u8(families.size()) + families;
     std::string const parameters = hex("0206 0104 0001 0001") +
@@ -29,7 +29,7 @@ std::string announce6(std::string const& nlri) {
     return update(attribute(14, hex("0002 01 04 c0000201 00") + nlri));
 }
 
-TEST(AddPathTest, PathIdentifiersAreFoundOutForEachSessionAndFamily) {
+TEST(AddPathTest, DecidesAboutPathIdentifiersForEachSessionAndFamily) {
     struct Row {
         char const* name;
         std::string records;
@@ -51,9 +51,9 @@ TEST(AddPathTest, PathIdentifiersAreFoundOutForEachSessionAndFamily) {
     std::string const vpnPaths = update(
         attribute(14, hex("0001 80 04 c0000201 00 00000001 70 000101 0000fbf000000001 c00002")));
     std::vector<Row> const rows = {
-        {"the recorder's mark decides if nothing else does", as(plain, either4), "9.0.0.0/32"},
-        {"so it does if it is set", as(marked, either4), "537460736@0.0.0.0/0"},
-        {"both read, one is unlikely", as(marked, doubtful6), "2001:d10:aabb::/48"},
+        {"undecided: as the record is marked", as(plain, either4), "9.0.0.0/32"},
+        {"undecided: marked", as(marked, either4), "537460736@0.0.0.0/0"},
+        {"both forms parse, one is unlikely", as(marked, doubtful6), "2001:d10:aabb::/48"},
         {"unmarked", as(plain, paths4), "1@192.0.2.0/24 2@192.0.2.0/24"},
         {"unmarked, of a VPN", as(plain, vpnPaths), "1@64496:1:192.0.2.0/24"},
         {"marked for another family", as(marked, certain6), "2001:db8::/32 2001:db8:1::/48"},
@@ -62,22 +62,24 @@ TEST(AddPathTest, PathIdentifiersAreFoundOutForEachSessionAndFamily) {
          "537460736@0.0.0.0/0"},
         {"remembered for the family", as(marked, certain6) + as(marked, either6),
          "2001:d09:2000::/48"},
-        {"not for another one", as(marked, certain6) + as(marked, either4), "537460736@0.0.0.0/0"},
-        {"not for the other direction", as(plain, paths4) + as(sent, either4), "9.0.0.0/32"},
-        {"not against what is certain", as(plain, paths4) + as(plain, announce(hex("18 c00002"))),
-         "192.0.2.0/24"},
-        {"not beyond the session",
+        {"not remembered for another family", as(marked, certain6) + as(marked, either4),
+         "537460736@0.0.0.0/0"},
+        {"not remembered for the other direction", as(plain, paths4) + as(sent, either4),
+         "9.0.0.0/32"},
+        {"not if only the other form parses",
+         as(plain, paths4) + as(plain, announce(hex("18 c00002"))), "192.0.2.0/24"},
+        {"not remembered after the session",
          as(plain, paths4) + record(bgp4mp, 5, peer4 + hex("0006 0001")) + as(plain, either4),
          "9.0.0.0/32"},
-        {"the sender's OPEN rules them out", as(plain, open(v4)) + as(marked, either6),
+        {"the sender's OPEN does not offer them", as(plain, open(v4)) + as(marked, either6),
          "2001:d09:2000::/48"},
-        {"the receiver's OPEN rules them out", as(sent, open("")) + as(marked, either6),
+        {"the receiver's OPEN does not offer them", as(sent, open("")) + as(marked, either6),
          "2001:d09:2000::/48"},
         {"the sender only receives", as(plain, open(hex("0002 01 01"))) + as(marked, either6),
          "2001:d09:2000::/48"},
         {"one OPEN that offers them decides nothing", as(plain, open(both)) + as(plain, either4),
          "9.0.0.0/32"},
-        {"both OPENs do", as(plain, open(both)) + as(sent, open(both)) + as(plain, either4),
+        {"both OPENs offer them", as(plain, open(both)) + as(sent, open(both)) + as(plain, either4),
          "537460736@0.0.0.0/0"},
         {"both OPENs, the other direction",
          as(plain, open(hex("0001 01 01"))) + as(sent, open(hex("0001 01 02"))) + as(sent, either4),

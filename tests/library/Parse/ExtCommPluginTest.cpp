@@ -133,7 +133,7 @@ TEST(ExtCommPlugin, IsNotNotifiedAfterRuleCollectionsDel) {
     EXPECT_EQ(opaqueSubRule(*rule, colorSubtype), nullptr);
 }
 
-TEST(ExtCommPlugin, WithoutARegistryItNeverFilesAnything) {
+TEST(ExtCommPlugin, FilesNothingWithoutARegistry) {
     auto const plugin = bgpParseExtCommColorSmFactory(nullptr);
     plugin->handleStartup();
     plugin->moxDoZombieReactors(true);
@@ -142,7 +142,7 @@ TEST(ExtCommPlugin, WithoutARegistryItNeverFilesAnything) {
     EXPECT_EQ(plugin->ruleCollections(), nullptr);
 }
 
-TEST(ExtCommPlugin, IntoADepartingRuleItFilesOneMoreSubRule) {
+TEST(ExtCommPlugin, FilesASubRuleIntoARuleThatIsBeingRemoved) {
     auto const registry = bgpParseExtCommRuleCollectionsFactory();
     auto const plugin = bgpParseExtCommColorSmFactory(registry);
     auto rule = newRule(registry);

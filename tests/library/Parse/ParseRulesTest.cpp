@@ -171,7 +171,7 @@ TEST(RuleRegistry, KeysAndControlsReadBackOnlyWhileTheirObjectsExist) {
     EXPECT_EQ(readControl(control), "ruleCollections");
 }
 
-TEST(RuleRegistry, RulesAnnounceThemselvesBottomUpAndLeaveTopDown) {
+TEST(RuleRegistry, RulesAreAnnouncedBottomUpAndRemovedTopDown) {
     auto const registry = bgpParseExtCommRuleCollectionsFactory();
     Recorder recorder(registry);
     auto rule = bgpParseExtendedCommunityRuleFactory(BgpParseExtCommControl(registry));
@@ -188,7 +188,7 @@ TEST(RuleRegistry, RulesAnnounceThemselvesBottomUpAndLeaveTopDown) {
     EXPECT_EQ(keysIn(*registry), 0u);
 }
 
-TEST(RuleRegistry, NoKeyIsLeftOverIfAnObserverThrows) {
+TEST(RuleRegistry, IsUnchangedIfAnObserverThrows) {
     auto const registry = bgpParseExtCommRuleCollectionsFactory();
     Recorder recorder(registry);
     recorder.reaction = [&] {
@@ -217,7 +217,7 @@ TEST(RuleRegistryDeathTest, AControlMustNameARegistry) {
 
 // ---- Filing -------------------------------------------------------------------------------------
 
-TEST(ParseRules, ANullRuleIsRefusedByTypeAndOperation) {
+TEST(ParseRules, NullRulesThrowTheNameOfTheOperation) {
     BareTree const tree;
     auto const filing = [](auto file) { return errorOf<Mox::NullMutatorArgumentException>(file); };
     EXPECT_EQ(filing([&] { tree.rule->typeRuleIs(nullptr); }),
@@ -285,7 +285,7 @@ TEST(ParseRules, SubRulesMayReplaceThemselvesDuringACall) {
     EXPECT_EQ(classOf(tree, 0x0306'0000'0000'0001), extCommClassificationUnSpecified);
 }
 
-TEST(ParseRules, ATypeWithoutItsRuleYieldsPlainObjectsAndTheRuleLeavesWithItsLastReference) {
+TEST(ParseRules, ARemovedRuleIsDestroyedAndItsTypeParsedAsPlain) {
     BareTree const tree;
     auto const& rule = tree.rule;
     auto removed = rule->typeRuleDel(extCommPktTypeTransOpaque);

@@ -211,7 +211,7 @@ TEST_F(TypedCommunities, AnOriginValidationStateIsBuiltForItsWireForm) {
               ExtCommContent(0x4300'0000'0000'0001));
 }
 
-TEST_F(TypedCommunities, TypesAreRegisteredUnderTheirPublishedNames) {
+TEST_F(TypedCommunities, TypesAreRegisteredUnderTheirPublicNames) {
     std::set<std::string_view> parsed;
     for (auto const& row : texts) {
         parsed.insert(parse(row.community)->fwkType().name());

@@ -86,7 +86,7 @@ INSTANTIATE_TEST_SUITE_P(Place, FilePublisher, testing::Values(false), storePlac
 class SegmentPublisher : public StorePublisher {};
 INSTANTIATE_TEST_SUITE_P(Place, SegmentPublisher, testing::Values(true), storePlaceName);
 
-// ---- Who may write, and who may not -------------------------------------------------------------
+// ---- Permissions --------------------------------------------------------------------------------
 
 TEST_P(StorePublisher, IgnoresLocksThatReadersCanTake) {
     publish(store, 1);
@@ -156,7 +156,7 @@ TEST_P(StorePublisher, SetsTheRequestedPermissions) {
     ::umask(umaskBefore);
 }
 
-// ---- What fails ---------------------------------------------------------------------------------
+// ---- Failures -----------------------------------------------------------------------------------
 
 TEST_P(StorePublisher, ChangesNothingIfAllocationFails) {
     StoreWriter writer;

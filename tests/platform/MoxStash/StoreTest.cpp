@@ -35,7 +35,7 @@ namespace {
 using namespace Test;
 namespace fs = std::filesystem;
 
-// ---- What is in a store -------------------------------------------------------------------------
+// ---- The content of a store ---------------------------------------------------------------------
 
 TEST(Store, StoresEqualRecordsOnceAndFindsThemByName) {
     StoreWriter writer;
@@ -114,7 +114,7 @@ void wordIs(std::string const& path, std::size_t offset, U64 value) {
     file.write(reinterpret_cast<char const*>(&value), sizeof value);
 }
 
-/// The writer of the second next store may be killed before it overwrites anything.
+/// The writer of the store after the next may be killed before it overwrites anything.
 TEST(StoreSegment, IsStaleOnceTheSecondNextGenerationIsBegun) {
     StoreFolder const folder;
     auto const store = folder.store(true);
