@@ -148,7 +148,7 @@ static_assert(sizeof(SlotBucket) == 64);
 /// so that moving an entry does not touch the object.
 ///
 /// One thread at a time changes an array; others may probe it meanwhile. They may then miss an
-/// object that is there, or find one that has been removed.
+/// object that is present, or find one that has been removed.
 ///
 ///     | header | bucket 0 | bucket 1 | ... | places of bucket 0 | places of bucket 1 | ... |
 class alignas(SlotBucket) SlotArray {

@@ -136,8 +136,8 @@ class VOBGP_EXPORT DedupTableCore {
         U64 misses = 0; // objects inserted
     };
 
-    /// What takeFast() goes by. While hits are counted no object passes it, so that findSlowly()
-    /// finds them all and counts them: counting costs nothing when it is off.
+    /// The parameters of takeFast(). While hits are counted no object passes it, so that
+    /// findSlowly() finds them all and counts them: counting costs nothing when it is off.
     struct FastPath {
         bool plain; // compares the content at once
         Mox::CountWord::SettledIn settled;

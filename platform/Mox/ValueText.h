@@ -153,7 +153,7 @@ struct ValueText<T> {
     }
 };
 
-/// Streams a value as its text, whatever the stream's flags and locale. An enumeration honours the
+/// Streams a value as its text, whatever the stream's flags and locale. An enumeration uses the
 /// stream's width and fill, like a number.
 template <HasValueText T>
 

@@ -11,8 +11,8 @@ class StoreWriter;
 /// Base of interned objects that can be kept in a store.
 ///
 /// Each such type has `stash`, which writes an object to a store, and `destash`, which rebuilds it.
-/// Unless the type says otherwise, a rebuilt object is in state destashed: it is never in a table,
-/// and its last release destroys it.
+/// Except for types that document otherwise, a rebuilt object is in state destashed: it is never in
+/// a table, and its last release destroys it.
 class VOBGP_EXPORT DedupHandle : public Kel::DedupHandle {
   public:
     ~DedupHandle() override;

@@ -35,8 +35,8 @@ bool isOwnSegment(StorePlace const& place) noexcept {
     return fd.get() != -1 && ::fstat(fd.get(), &status) == 0 && isOwnFile(status);
 }
 
-/// Retries if the previous holder has removed the name meanwhile: a lock on that file excludes
-/// nobody.
+/// Retries if the previous holder has removed the name meanwhile: a lock on that file is
+/// ineffective.
 OwnedDescriptor openAndLock(std::string const& store, StorePlace const& place) {
     for (;;) {
         auto fd = openLock(place, O_CREAT);

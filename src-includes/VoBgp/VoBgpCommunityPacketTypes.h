@@ -219,7 +219,7 @@ class VOBGP_EXPORT ExtCommContent {
 VOBGP_EXPORT void appendCommunityValue(Mox::CharBuffer& out, ExtCommContent content,
                                        bool upperCase = false);
 
-/// Writes what appendCommunityValue() appends, in upper case if the stream's flags say so. The zero
+/// Writes the text of appendCommunityValue(), in upper case if the stream has that flag. The zero
 /// content is what a base prefix with width 18 and zero fill prints: zero has no prefix. Keeps the
 /// stream's state.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommContent const& content);
