@@ -305,10 +305,10 @@ inline take(owns, found) {
        :: else
        fi;
        atomic { touch(found); before = word[found] };
-#if defined(FAULT_HAND_OUT_DETACHING)
+#if defined(FAULT_RETURN_DETACHING)
        if
        :: (stateOf(before) != INTERNED || isSettled(before) || owns) ->
-#elif defined(FAULT_HAND_OUT_UNANNOUNCED)
+#elif defined(FAULT_RETURN_UNANNOUNCED)
        if
        :: (stateOf(before) == INTERNED || owns) ->
 #else
@@ -376,7 +376,7 @@ inline notifieeIs(on) {
     if
     :: notifieeActive_ == on
     :: else ->
-#ifdef FAULT_STOP_TOLD_LATE
+#ifdef FAULT_STOPPED_TOO_LATE
        hasNotifiee_ = 0;
 #endif
        notifieeActive_ = on;
@@ -385,7 +385,7 @@ inline notifieeIs(on) {
        :: !on -> handleNotificationStop()
        :: else
        fi;
-#ifdef FAULT_WATCHED_AS_ASKED_FOR
+#ifdef FAULT_FILTER_OF_ARGUMENT
        hasNotifiee_ = on
 #else
        hasNotifiee_ = notifieeActive_
@@ -656,7 +656,7 @@ inline probe(found) {
               touch(found);
               assert(stateOf(word[found]) == INTERNED && (word[found] & PENDING) == 0)
           };
-#if CONTENTS == 2 && !defined(FAULT_PROBE_CONTENT_UNSEEN)
+#if CONTENTS == 2 && !defined(FAULT_PROBE_WITHOUT_COMPARISON)
           /* The cell has been reused for another content. */
           if
           :: contentOf(found) != want -> release(found); found = NONE
@@ -730,14 +730,14 @@ inline takeEqual(owns, found) {
 inline dedup(o, found) {
     Locks(owns, FOR_SHARD);
     takeEqual(owns, found);
-#ifndef FAULT_INSERT_UNHEARD
+#ifndef FAULT_INSERT_WITHOUT_MUTEX
     if
     :: found == NONE ->
        needsNotificationMutex(owns, lacks);
        if
        :: lacks ->
           lockNotification(owns);
-#ifndef FAULT_NOT_TAKEN_AGAIN
+#ifndef FAULT_NO_SECOND_LOOK_UP
           takeEqual(owns, found)
 #endif
        :: else
@@ -835,7 +835,7 @@ inline releaseHandle(o, done) {
 #ifdef FAULT_DECREMENT_UNLOCKED
     releaseUnderLock(o, outcome);
     Locks(owns, MAY_ANNOUNCE);
-#elif defined(FAULT_REMOVE_UNHEARD)
+#elif defined(FAULT_REMOVE_WITHOUT_MUTEX)
     Locks(owns, FOR_SHARD);
     releaseUnderLock(o, outcome);
 #else
