@@ -1,7 +1,7 @@
 # Debian packages, written by `cpack -G DEB` in the build tree. VoBgpDebianStage.cmake adds the files of
 # cmake/debian that Debian requires.
 set(VOBGP_MAINTAINER "VoBgpCommunity maintainers <maintainers@vobgp.invalid>"
-  CACHE STRING "Name and address in the packages: set it to those of whoever distributes them")
+  CACHE STRING "Name and address in the packages: set it to those of the distributor")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME vobgpcommunity)

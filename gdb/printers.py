@@ -30,7 +30,7 @@ def unqualified(value):
 
 
 def has_base(kind, name):
-    """Whether a class is the one of that name, template arguments left out, or derives from it."""
+    """Whether a class has this name (without template arguments) or derives from one that has."""
     if kind.code != gdb.TYPE_CODE_STRUCT:
         return False
     return (kind.name or "").split("<")[0] == name or any(
@@ -43,7 +43,7 @@ def limit():
 
 
 def elements(vector):
-    """Those of a Mox::CompactVector that gdb is to print, and how many there are in all."""
+    """Returns the elements of a Mox::CompactVector to print, and the number of all elements."""
     size = int(vector["size_"])
     return [vector["elements_"][index] for index in range(min(size, limit()))], size
 
@@ -77,7 +77,7 @@ def large(value):
 
 
 def member(value):
-    """The text of a member of a list."""
+    """Returns the text of a member of a list."""
     kind = unqualified(value)
     if kind.code == gdb.TYPE_CODE_INT:
         return f"{int(value) >> 16}:{int(value) & 0xFFFF}"
@@ -89,19 +89,19 @@ def member(value):
 
 
 def pointer_in(value, target):
-    """The pointer to `target` in a std::unique_ptr or std::atomic, which hold nothing else."""
+    """Returns the pointer to `target` in a std::unique_ptr or std::atomic."""
     return value.address.cast(gdb.lookup_type(target).pointer().pointer()).dereference()
 
 
 def table_slots(table):
-    """The slots of each shard of a Kel::DedupHashTable."""
+    """Yields the slots of each shard of a Kel::DedupHashTable."""
     core = table["core_"].dereference()
     shards = pointer_in(core["shards_"], "Kel::DedupTableCore::Shard")
     return [shards[index]["slots"] for index in range(int(core["shardCount_"]))]
 
 
 def objects(table):
-    """Pointers to what is in a Kel::DedupHashTable, in no order."""
+    """Yields pointers to the objects in a Kel::DedupHashTable, in no particular order."""
     handle = gdb.lookup_type("Kel::DedupHandle").pointer()
     for slots in table_slots(table):
         # current_ is a SlotArray::Reference: the address of the buckets, and a number below it.
@@ -123,7 +123,7 @@ def table_size(table):
 
 
 def content(value):
-    """What a counted object holds, or an empty text where only its class is of interest."""
+    """Returns the content of a counted object as text; empty for other classes."""
     kind = unqualified(value)
     if has_base(kind, "Routing::Bgp::ExtComm"):
         return eight_octets(int(value["extCommContent_"]["community_"]))
@@ -144,8 +144,8 @@ def content(value):
 
 
 def most_derived(pointer):
-    """The object that a pointer refers to, as the class that its vtable says. ValueError if there is
-    no vtable: no object, or a damaged one."""
+    """Returns the object that a pointer refers to, cast to its dynamic class. Raises ValueError if it
+    has no vtable: the pointer is dangling, or the object damaged."""
     address = int(pointer)
     start = int(gdb.Value(address).cast(gdb.lookup_type("unsigned long").pointer()).dereference())
     if "vtable for" not in gdb.execute(f"info symbol {start}", to_string=True):
@@ -154,7 +154,7 @@ def most_derived(pointer):
 
 
 def counted(value):
-    """The text of a counted object, given as its own class."""
+    """Returns the text of a counted object, given as its dynamic class."""
     word = int(value["word_"]["word_"])
     state = STATES.get(word >> STATE_SHIFT & STATE_MASK)
     references = (word & USERS_MASK) + (word >> FLOOR_SHIFT & FLOOR_MASK)
@@ -181,7 +181,7 @@ def string(value):
 
 
 class Printer:
-    """Prints a value as the text that a function makes of it."""
+    """Prints a value as the text that a function returns."""
 
     def __init__(self, value, text):
         self.value, self.text = value, text
@@ -221,7 +221,7 @@ class ElementsPrinter(Printer):
 
 
 class Printers(gdb.printing.PrettyPrinter):
-    """Finds the printer of a value."""
+    """Returns the printer of a value, or None."""
 
     def __init__(self):
         super().__init__("VoBgpCommunity")

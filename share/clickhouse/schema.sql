@@ -34,7 +34,7 @@ CREATE TABLE routes_local (
     sent UInt8                             -- 1 if sent to the peer, not received
 ) ENGINE = MergeTree PARTITION BY toYYYYMMDD(time) ORDER BY (prefix, peer_address, time);
 
--- What is inserted here goes on to routes_local; nothing is kept.
+-- Rows inserted here are passed on to routes_local; nothing is stored.
 CREATE TABLE routes_tsv (
     time UInt32, microseconds UInt32, type String, peer_address String, peer_as String,
     family String, prefix String, path_id String, as_path String, origin String, next_hop String,
