@@ -59,23 +59,23 @@ examples:
   bgp-communities replay --targets updates.20240101.0000.gz | grep '^[+-] target 64500:7'
 )";
 
-/** What has been done to the table of routes; a plain value. */
+/** Counts of the changes to the table of routes. */
 struct ReplayCounts {
     std::uint64_t updates = 0;
     std::uint64_t ribEntries = 0;
     std::uint64_t withoutPeer = 0; // RIB entries whose peer is unknown
-    std::uint64_t sent = 0;        // UPDATEs that were not received
+    std::uint64_t sent = 0;        // UPDATEs sent to the peer
     std::uint64_t announced = 0;
-    std::uint64_t replaced = 0; // of `announced`: the route was there
+    std::uint64_t replaced = 0; // of `announced`: the route existed
     std::uint64_t withdrawn = 0;
-    std::uint64_t missing = 0;   // of `withdrawn`: there was no such route
+    std::uint64_t missing = 0;   // of `withdrawn`: the route did not exist
     std::uint64_t malformed = 0; // announcements treated as withdrawals
     std::uint64_t sessions = 0;  // that ended
     std::uint64_t unknown = 0;   // of `sessions`: of an unidentified peer, whose routes are kept
     std::size_t greatest = 0;    // maximum number of routes
 };
 
-/** Whether the record has the address of the peer: it is not all zero. */
+/** Whether the record has the address of the peer: not all octets are zero. */
 bool hasAddress(Peer const& peer) {
     auto const& octets = peer.address.octets;
     return std::any_of(octets.begin(), octets.end(), [](auto octet) { return octet != 0; });
@@ -213,8 +213,8 @@ class Replay final : public DumpHandler {
 
     Output& output_;
     Agent agent_;
-    std::optional<RecordPosition> cause_; // the record at hand; none at the end
-    std::optional<TargetLog> targetLog_;  // hears of what the table lets go of
+    std::optional<RecordPosition> cause_; // the current record; none at the end
+    std::optional<TargetLog> targetLog_;  // outlives `table_`, whose releases it logs
     RouteTable table_;
     ReplayCounts counts_;
 };

@@ -49,8 +49,8 @@ class Agent {
     Routing::Bgp::CommunityTables const tables_;
 };
 
-/** After all routes are dropped: names on standard error what the tables still hold; true if that
-    is nothing. */
+/** Checks that the tables are empty, as they must be once all routes are dropped. Otherwise reports
+    their content on standard error and returns false. */
 bool tablesAreEmpty(Agent const& agent);
 
 } // namespace BgpCommunities

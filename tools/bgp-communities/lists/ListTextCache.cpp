@@ -57,7 +57,7 @@ void ListTextCache::appendNotes(std::string& out, Octets value) const {
     }
 }
 
-/** In TSV, with backslashes doubled: programs that load it take them for escapes. */
+/** Doubles backslashes in TSV, because programs that load it interpret them as escapes. */
 void ListTextCache::appendMeaning(std::string& out, std::string_view meaning) const {
     for (char const character : masked(meaning)) {
         out.append(character == '\\' && format_ == RouteFormat::tsv ? 2 : 1, character);

@@ -22,7 +22,7 @@ struct UsageCount {
     std::uint64_t uses = 0;
     std::string octets; // of its members, as on the wire
     std::string text;
-    std::string meaning = {}; // of a value, as a dictionary has it
+    std::string meaning = {}; // of a value, from the dictionary
 };
 
 /** Counts of the lists of one length. */

@@ -10,14 +10,14 @@
 
 namespace BgpCommunities {
 
-/** The interned lists that one route carries, one of each kind, null where it has none; a value
-    that holds a reference to each. Thread-compatible. */
+/** The interned lists of one route, one for each kind; null if it has none. Holds a reference to
+   each list. Thread-compatible. */
 using RouteLists = ListKinds::Lists;
 
-/** Receives why a well-formed attribute is left out: no list can hold it. */
+/** Receives the reason why the library refuses a well-formed attribute. */
 using RefuseAttribute = std::function<void(std::string const& reason)>;
 
-/** Interns the lists of the attributes, of several of one type the first. REQUIRES: those are
+/** Interns the lists of the attributes; uses the first of duplicate attributes. REQUIRES: these are
     well-formed. */
 RouteLists internLists(Agent const& agent, std::span<CommunityAttribute const> communities,
                        RefuseAttribute const& refuse);

@@ -21,9 +21,10 @@ namespace BgpCommunities {
  * Identifies a route of a peer: family, path identifier, route distinguisher and prefix, or the
  * octets of an opaque route. Labels are not part of the key.
  *
- *     AFI (2) | SAFI (1) | form (1) | path identifier (4) if it has one |
- *         length in bits (1) | distinguisher (8) if SAFI 128 | octets of the prefix,
- *         or all of the octets
+ *     AFI (2) | SAFI (1) | form (1) | path identifier (4), optional |
+ *         length in bits (1) | distinguisher (8) if SAFI 128 | octets of the prefix
+ *
+ * For an opaque route, all its octets follow the form.
  *
  * Owns its octets, inline for all but the longest prefixes. Immutable.
  */
@@ -46,18 +47,18 @@ class RouteKey {
 /**
  * The routes that one peer has announced and not withdrawn.
  *
- * Owns the routes, and a reference to each list of each of them. Thread-compatible; references are
- * given back in the thread that removes a route.
+ * Owns the routes and a reference to each of their lists. Thread-compatible; removing a route
+ * releases its lists.
  */
 class PeerRoutes {
   public:
-    /** Adds the route, or gives it other lists; true if it was there. */
+    /** Adds the route, or replaces its lists; returns true if it existed. */
     bool announce(Route const& route, RouteLists const& lists);
 
-    /** Removes the route; true if it was there. */
+    /** Removes the route; returns true if it existed. */
     bool withdraw(Route const& route) { return routes_.erase(RouteKey(route)) != 0; }
 
-    /** Removes all routes, in an order that depends only on what they are. */
+    /** Removes all routes in the order of their keys. */
     void dropInOrder();
 
     [[nodiscard]] std::size_t size() const { return routes_.size(); }
@@ -72,7 +73,7 @@ class PeerRoutes {
 
   private:
     struct KeyHash {
-        // noexcept: the map then keeps no hash beside the key.
+        // Being noexcept saves memory: the map does not store the hash.
         std::size_t operator()(RouteKey const& key) const noexcept {
             return Mox::hashOctets(key.octets());
         }
@@ -84,8 +85,8 @@ class PeerRoutes {
 /**
  * The routes of the peers in dumps.
  *
- * Owns the routes of each peer. Reactor thread: so are the intern tables that references are given
- * back to. Whole peers are dropped in one order, so that two runs give lists back alike.
+ * Owns the routes of each peer. Reactor thread, like the intern tables of the lists. The routes of
+ * a peer are dropped in a fixed order, so that two runs notify observers alike.
  */
 class RouteTable {
   public:

@@ -36,7 +36,7 @@ std::size_t RouterRoutes::withdraw(BmpPeer const& peer, std::span<Route const> r
 }
 
 void RouterRoutes::endOfRib(BmpPeer const& peer, Family family) {
-    constexpr std::size_t maxFamilies = 64; // nobody has more: bounds what a router can fill
+    constexpr std::size_t maxFamilies = 64; // more than any router has; bounds memory
     auto& complete = view(peer).complete;
     bool const isNew = std::find(complete.begin(), complete.end(), family) == complete.end();
     if (isNew && complete.size() < maxFamilies) {

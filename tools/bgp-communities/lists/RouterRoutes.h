@@ -14,8 +14,8 @@ namespace BgpCommunities {
 /**
  * The routes that one router reports over BMP: by peer, view, family, path identifier and prefix.
  *
- * Owns the routes and a reference to each of their lists. Used by one thread at a time, which is
- * also the one that gives references back. Thread-compatible.
+ * Owns the routes and a reference to each of their lists. Thread-compatible; removing a route
+ * releases its lists.
  */
 class RouterRoutes {
   public:
@@ -28,14 +28,14 @@ class RouterRoutes {
 
     using Key = std::pair<BmpPeerId, RibView>;
 
-    /** How many of the routes were there before. */
+    /** Adds the routes, or replaces their lists. Returns how many existed. */
     std::size_t announce(BmpPeer const& peer, std::span<Route const> routes,
                          RouteLists const& lists);
-    /** How many of the routes were there. */
+    /** Removes the routes. Returns how many existed. */
     std::size_t withdraw(BmpPeer const& peer, std::span<Route const> routes);
     void endOfRib(BmpPeer const& peer, Family family);
 
-    /** Removes the routes of one view, or of all views of a peer. Returns how many. */
+    /** Removes the routes of one view, or of all views of a peer. Returns their number. */
     std::size_t dropView(BmpPeer const& peer);
     std::size_t dropPeer(BmpPeerId const& peer);
     void dropAll();

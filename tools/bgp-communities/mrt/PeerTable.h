@@ -12,7 +12,7 @@ namespace BgpCommunities {
 /**
  * A peer index table (RFC 6396, section 4.3.1), which the following RIB entries refer to.
  *
- * Shared by all records that refer to it, and immutable then.
+ * Shared by all records that refer to it. Immutable once shared.
  */
 struct PeerTable {
     std::vector<Peer> peers;     // by index, as many as could be parsed

@@ -10,16 +10,17 @@ namespace BgpCommunities {
 
 inline constexpr std::size_t mrtHeaderOctets = 12;
 
-/** The session of a BGP4MP_ET record that is written; a plain value. */
+/** The session of a BGP4MP_ET record to write. */
 struct RecordedSession {
     Peer peer;
-    IpAddress local; // of the size of the peer's address; none: zeros
+    IpAddress local; // of the family of the peer's address; written as zeros if none
     AsWidth asWidth = AsWidth::four;
-    bool sentToPeer = false; // else received from it
+    bool sentToPeer = false; // otherwise received from it
     bool pathIds = false;    // some NLRI of the message has path identifiers (RFC 8050)
 };
 
-// Appends an MRT record with its header (RFC 6396, section 4.4). Microseconds since 1970, UTC.
+// These append an MRT record with its header (RFC 6396, section 4.4). `time` is in microseconds
+// since 1970, UTC.
 
 /** REQUIRES: `message` is a whole BGP message. */
 void appendMessageRecord(std::string& out, std::uint64_t time, RecordedSession const& session,

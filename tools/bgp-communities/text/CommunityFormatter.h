@@ -47,8 +47,8 @@ class CommunityFormatter {
     void writeJson(JsonWriter& json, ExtCommIp6::PtrConst const& extCommIp6, Detail detail);
     void writeJson(JsonWriter& json, Acl::CommunityValue const& community, Detail detail);
 
-    /** Appends a tab and the program's name for the member if `text()` does not show it, and a tab
-       and the dictionary's description if there is one. */
+    /** Appends a tab and the program's name for the member unless `text()` shows it, then a tab and
+       the dictionary's description if it has one. */
     template <class Member>
     void appendNotes(std::string& out, CommunityKind kind, Member const& member) {
         appendNotes(out, kind, octets(member));

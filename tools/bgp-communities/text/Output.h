@@ -37,8 +37,8 @@ class Output {
         }
     }
 
-    /** Writes what there is in one piece: several outputs, each of a thread of its own, do not mix
-        their lines. Throws OutputError or BrokenPipe. */
+    /** Writes the buffer in one piece, so that the lines of outputs in several threads do not mix.
+        Throws OutputError or BrokenPipe. */
     void flush();
 
   private:

@@ -164,7 +164,7 @@ bool AddPathDecider::decideFamily(MessageEnds const& ends, Family family, bool r
     return pathIds;
 }
 
-/** The worst reading of the family's fields. */
+/** Returns the least plausible reading of the family's fields. */
 AddPathDecider::Reading AddPathDecider::read(Family family, bool pathIds) {
     Reading worst = Reading::plausible;
     for (Field const& field : fields_) {

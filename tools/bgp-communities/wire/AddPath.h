@@ -37,7 +37,7 @@ struct MessageEnds {
  * every message of a session once one family has path identifiers, others mark none. For each
  * sender, receiver and family the decision is based on, in this order:
  * - the OPENs of the session: a family has path identifiers if the sender can send and the receiver
- *   can receive them (RFC 7911, section 4). One OPEN is enough to rule them out;
+ *   can receive them (RFC 7911, section 4). One OPEN without them rules them out;
  * - earlier messages, unless this one can only be parsed the other way;
  * - the better of both parses: one that consumes the NLRI exactly, without bits beyond a prefix
  *   length, duplicates or implausible prefixes;
@@ -82,7 +82,7 @@ class AddPathDecider {
         Family family;
         Octets nlri;
         bool withdrawn = false;
-        bool* pathIds = nullptr; // where the decision goes
+        bool* pathIds = nullptr; // set to the decision
     };
 
     enum class Reading : std::uint8_t { impossible, doubtful, plausible };

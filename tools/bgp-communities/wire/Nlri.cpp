@@ -10,7 +10,8 @@ namespace BgpCommunities {
 
 namespace {
 
-// The layout of one route in an NLRI field. With all but `whole`, the octets say where it ends.
+// The layout of one route in an NLRI field. Except with `whole`, the octets determine where the
+// route ends.
 enum class Layout : std::uint8_t {
     prefix,       // length in bits (1), prefix                                   RFC 4271
     labelled,     // length in bits (1), labels (3 each), prefix                  RFC 8277
@@ -168,7 +169,8 @@ void takePathId(OctetReader& in, bool pathIds, Route& route) {
 
 } // namespace
 
-/** RFC 4364, section 4.2: type (2), then administrator and assigned number as the type says. */
+/** RFC 4364, section 4.2: type (2), then administrator and assigned number, depending on the type.
+ */
 void appendDistinguisher(std::string& out, Octets octets) {
     OctetReader in(octets);
     switch (in.u16()) {

@@ -38,12 +38,12 @@ inline constexpr Family ipv4Unicast = {afiIpv4, safiUnicast};
 struct Route {
     Family family;
     bool isPrefix = false;
-    bool hasPathId = false;                      // additional-path form (RFC 7911)
-    bool trailingBits = false;                   // the sender set bits beyond `length`
-    bool inMessage = false; // in the UPDATE itself, not in a multiprotocol attribute (RFC 4760)
-    std::uint8_t length = 0;                     // of the prefix, without labels and distinguisher
-    std::uint32_t pathId = 0;                    // if hasPathId
-    IpAddress address;                           // if isPrefix
+    bool hasPathId = false;    // additional-path form (RFC 7911)
+    bool trailingBits = false; // the sender set bits beyond `length`
+    bool inMessage = false;    // in the UPDATE itself, not in a multiprotocol attribute (RFC 4760)
+    std::uint8_t length = 0;   // of the prefix, without labels and distinguisher
+    std::uint32_t pathId = 0;  // if hasPathId
+    IpAddress address;         // if isPrefix
     std::array<std::uint8_t, 8> distinguisher{}; // SAFI 128 (RFC 4364)
     Octets labels; // SAFI 4 and 128: 3 octets each, as sent (RFC 8277)
     Octets opaque; // if not isPrefix: the whole NLRI
@@ -59,7 +59,7 @@ struct MpNlri {
 bool splitMpReach(Octets value, MpNlri& mp);
 bool splitMpUnreach(Octets value, MpNlri& mp);
 
-/** How to parse an NLRI field; its octets do not say. */
+/** How to parse an NLRI field; its octets do not encode this. */
 struct NlriForm {
     Family family;
     bool pathIds = false;

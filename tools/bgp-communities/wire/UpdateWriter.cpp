@@ -62,7 +62,7 @@ void appendNlri(std::string& out, Route const& route, bool pathIds) {
     appendOctets(out, Octets(route.address.octets).first((route.length + 7U) / 8));
 }
 
-/** Of MP_REACH_NLRI, whole or shortened to the length of the next hop and the next hop. */
+/** Returns the next hop field of MP_REACH_NLRI, which is whole or shortened to this field. */
 Octets nextHopOf(Octets value) {
     OctetReader shortened(value);
     Octets const nextHop = shortened.octets(shortened.u8());
