@@ -2,9 +2,12 @@
 #include "support/Allocations.h"
 #include "support/Expectations.h"
 
+#include <atomic>
+#include <chrono>
 #include <map>
 #include <new>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -198,6 +201,51 @@ TEST_P(Intern, TheTableIsUnchangedIfAnObserverThrows) {
     EXPECT_EQ(word->dedupState(), Kel::dedupHandleStateNeverDeduped());
     observer->onInsert = nullptr;
     EXPECT_EQ(table->dedup(word), word.get()) << "it can be interned again";
+
+    Mox::Ptr<Notifier> notifier;
+    observer->onInsert = [&](DedupHandle::Ptr const& handle) {
+        notifier = Mox::makeActive<Notifier>(handle);
+        throw std::runtime_error("no");
+    };
+    auto const noted = Mox::makeCounted<Word>(U64{6});
+    EXPECT_THROW(table->dedup(noted), std::runtime_error);
+    EXPECT_EQ(noted->dedupState(), Kel::dedupHandleStateLeft()) << "somebody has seen it interned";
+    EXPECT_EQ(noted->referenceCount(), 2U);
+
+    observer->onInsert = [&](auto const&) {
+        table = nullptr;
+        throw std::runtime_error("no");
+    };
+    auto const last = Mox::makeCounted<Word>(U64{7});
+    EXPECT_THROW(table->dedup(last), std::runtime_error);
+    EXPECT_EQ(last->dedupState(), Kel::dedupHandleStateLeft());
+    EXPECT_EQ(last->referenceCount(), 1U);
+}
+
+/// A release in another thread waits for the observer of that object, even while it is stopped.
+TEST(InternThreads, ObserversAreStoppedBeforeTheirObjectsAreRemoved) {
+    PointerMode const mode(true);
+    auto const table = Mox::makeCounted<Table>(true);
+    auto const observer = Mox::makeActive<Observer>();
+    table->lifeTimeNotifieeIs(observer);
+    auto word = intern(*table, 1);
+    std::thread releasing;
+    observer->onStop = [&] {
+        std::atomic<bool> begun = false;
+        releasing = std::thread([&] {
+            begun = true;
+            word = nullptr;
+        });
+        while (!begun) {
+            std::this_thread::yield();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_EQ(table->size(), 1U);
+    };
+    table->lifeTimeNotifieeIs(nullptr);
+    releasing.join();
+    EXPECT_EQ(table->size(), 0U);
+    EXPECT_EQ(observer->removes, 0);
 }
 
 TEST_P(Intern, ObserversMayResetThePointerBeingInterned) {
@@ -237,6 +285,17 @@ TEST_P(Intern, LifetimeNotifiersDoNotKeepAnObjectInterned) {
     EXPECT_EQ(again->word().floor(), 1U) << "dropped while the object is interned";
     EXPECT_EQ(again->referenceCount(), 2U);
     EXPECT_EQ(Word::alive, 1);
+}
+
+TEST_P(Intern, LifetimeNotifiersOfObjectsInNoTableAreOrdinaryReferences) {
+    auto const word = Mox::makeCounted<Word>(U64{1});
+    auto early = Mox::makeActive<Notifier>(word);
+    EXPECT_EQ(word->word().floor(), 0U);
+    ASSERT_EQ(table->dedup(word), word.get());
+    auto const late = Mox::makeActive<Notifier>(word);
+    early = nullptr;
+    EXPECT_EQ(word->word().floor(), 2U) << "the floor of the later one";
+    EXPECT_EQ(word->referenceCount(), 3U);
 }
 
 TEST_P(Intern, LifetimeNotifiersMayBeDroppedWhileTheirObjectIsDetached) {

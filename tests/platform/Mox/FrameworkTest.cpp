@@ -196,6 +196,21 @@ TEST_F(Observers, MayUnsubscribeObserversDuringANotification) {
     EXPECT_EQ(log, "a1 c1 c2 ");
 }
 
+TEST_F(Observers, LeaveNothingBehindWhenTheyUnsubscribeDuringANotification) {
+    RecordingObserver a(*thing, log, 'a');
+    a.then = [&](int) {
+        a.unsubscribe();
+        a.subscribe(*thing->notifieeList());
+    };
+    thing->change(1);
+    auto const before = octetsAllocatedSoFar();
+    for (int key = 0; key < 1000; ++key) {
+        thing->change(1);
+        log.clear();
+    }
+    EXPECT_EQ(octetsAllocatedSoFar(), before) << "the list grows";
+}
+
 TEST_F(Observers, AreNotNotifiedIfSubscribedDuringTheNotification) {
     std::vector<std::unique_ptr<RecordingObserver>> late;
     RecordingObserver a(*thing, log, 'a');
