@@ -28,26 +28,9 @@ ExtCommSource ExtCommOriginValidationStatePlugin::source() noexcept {
 
 // ---- The community ------------------------------------------------------------------------------
 
-namespace {
-
-/// Returns the name of a state; empty if unknown.
-std::string_view stateWord(Rpki::OriginValidationState state) {
-    switch (state) {
-    case Rpki::OriginValidationState::valid:
-        return "valid";
-    case Rpki::OriginValidationState::notFound:
-        return "not-found";
-    case Rpki::OriginValidationState::invalid:
-        return "invalid";
-    }
-    return "";
-}
-
-} // namespace
-
 void ExtCommOriginValidationState::appendShowForm(Mox::CharBuffer& out, bool upperCase) const {
     out.append("<OriginValidationState ");
-    if (auto const word = stateWord(state()); !word.empty()) {
+    if (auto const word = nameOf(state()); !word.empty()) {
         out.append(word);
     } else {
         out.append("unknown(").appendDecimal(static_cast<U8>(state())).append(')');
@@ -58,7 +41,7 @@ void ExtCommOriginValidationState::appendShowForm(Mox::CharBuffer& out, bool upp
 void ExtCommOriginValidationState::appendPolicyForm(Mox::CharBuffer& out,
                                                     StrepFormat format) const {
     if (format.has(StrepFormat::strepFormatClassification | StrepFormat::strepFormatUI)) {
-        auto const word = stateWord(state());
+        auto const word = nameOf(state());
         out.append("Origin-Validation-State:").append(word.empty() ? "unknown" : word);
     }
 }

@@ -2,6 +2,8 @@
 
 #include <Mox/Types.h>
 
+#include <string_view>
+
 namespace Routing::Bgp::Rpki {
 
 /// The result of validating a route's origin AS against the RPKI (RFC 6811), as encoded in the last
@@ -11,5 +13,18 @@ enum class OriginValidationState : Mox::U32 {
     notFound = 1,
     invalid = 2,
 };
+
+/// Returns the name of a state; empty if unknown.
+constexpr std::string_view nameOf(OriginValidationState state) noexcept {
+    switch (state) {
+    case OriginValidationState::valid:
+        return "valid";
+    case OriginValidationState::notFound:
+        return "not-found";
+    case OriginValidationState::invalid:
+        return "invalid";
+    }
+    return {};
+}
 
 } // namespace Routing::Bgp::Rpki

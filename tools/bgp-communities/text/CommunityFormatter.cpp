@@ -62,20 +62,9 @@ void writeFields(JsonWriter& json, ExtCommTunnelEncap const& extComm) {
     json.key("tunnelName").string(name.empty() ? "tunnelTypeUnknown" : name);
 }
 
-std::string_view stateName(Rpki::OriginValidationState state) {
-    switch (state) {
-    case Rpki::OriginValidationState::valid:
-        return "valid";
-    case Rpki::OriginValidationState::notFound:
-        return "not-found";
-    case Rpki::OriginValidationState::invalid:
-        return "invalid";
-    }
-    return "unknown";
-}
-
 void writeFields(JsonWriter& json, ExtCommOriginValidationState const& extComm) {
-    json.key("state").string(stateName(extComm.state()));
+    auto const name = nameOf(extComm.state());
+    json.key("state").string(name.empty() ? "unknown" : name);
 }
 
 /** Writes the fields of a community of class `Class`; returns false for other classes. */
