@@ -44,7 +44,7 @@ class Thing : public Mox::PtrInterface {
     explicit Thing(std::string* log = nullptr)
       : log_(log)
       , notifieeList_(*this) {}
-    ~Thing() override { say(" destroyed"); }
+    ~Thing() override { record(" destroyed"); }
 
     Mox::NotifieeList* notifieeList() const noexcept override { return &notifieeList_; }
     void change(int key) { notifieeList_.notify(0, &key); }
@@ -53,14 +53,14 @@ class Thing : public Mox::PtrInterface {
 
   protected:
     void onZeroReferences() noexcept override {
-        say(" zero");
+        record(" zero");
         if (atZero) {
             atZero(*this);
         }
     }
 
   private:
-    void say(char const* what) {
+    void record(char const* what) {
         if (log_ != nullptr) {
             *log_ += what;
         }

@@ -52,7 +52,7 @@ U32 numberOf(std::string const& store) {
 
 void announce(char what) {
     if (::write(STDOUT_FILENO, &what, 1) != 1) {
-        throw std::runtime_error("nobody listens");
+        throw std::runtime_error("cannot write to standard output");
     }
 }
 
