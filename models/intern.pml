@@ -11,8 +11,8 @@
  *   THREADS   2 or 3
  *   ROUNDS    how often each thread interns, uses and releases the content
  *   BRIEF     a thread only interns and releases: no look-up before, no second reference
- *   WATCHED   a lifetime notifiee is registered from the start
- *   REWATCHED another thread unregisters the notifiee and registers it again, at any time
+ *   REGISTERED  a lifetime notifiee is registered from the start
+ *   REREGISTERS another thread unregisters the notifiee and registers it again, at any time
  *   THROWS    the notifiee's handleInsert may throw
  *   REENTERS  the notifiee looks the content up again from inside handleInsert
  *   LEAVES    the notifiee may unregister itself during a notification
@@ -20,9 +20,9 @@
  *   REUSES    the memory of a destroyed object is reused for the next one
  *   CONTENTS  2: two contents, in one shard
  *   RESETS    the notifiee's handleInsert may reset the pointer used to intern the object
- *   NOTIFIERS lifetime notifiers are created, by the notifiee if there is one, otherwise by a
- *             holder, and destroyed by any thread at any time; the value is the maximum per object
- *             created by holders
+ *   NOTIFIERS lifetime notifiers are created by the notifiee or, without one, by a holder, and
+ *             destroyed by any thread at any time; the value is the maximum per object created by
+ *             holders
  *   DIES      the table is destroyed with its last reference, while objects may still be held
  *   DIES_INSIDE  ... and a thread's reference to the table may be released in a notification
  *
@@ -39,11 +39,11 @@
 #endif
 #define NONE 255
 
-#if defined(WATCHED) || defined(REWATCHED)
+#if defined(REGISTERED) || defined(REREGISTERS)
 #define NOTIFIEE
 #endif
-#if defined(WATCHED) && !defined(LEAVES)
-#define ALWAYS_WATCHED
+#if defined(REGISTERED) && !defined(LEAVES)
+#define ALWAYS_REGISTERED
 #endif
 #if defined(DIES) || defined(DIES_INSIDE)
 #define TABLE_DIES
@@ -115,7 +115,7 @@ byte notificationDepth;
 byte tableReferences = THREADS;
 
 /* State of the notifiee. */
-byte heard[CONTENTS] = NONE; /* the object whose removal will be announced */
+byte announcedObject[CONTENTS] = NONE; /* the object whose removal will be announced */
 byte notifying = NONE;    /* the thread that is calling it */
 
 #ifdef TABLE_DIES
@@ -133,14 +133,14 @@ byte notifying = NONE;    /* the thread that is calling it */
 #define contentOf(o) content[o]
 #define madeOf(o, c) content[o] = c
 #define tableIsEmpty (entry[0] == NONE && entry[1] == NONE)
-#define nothingIsHeard (heard[0] == NONE && heard[1] == NONE)
-#define nothingHeard() atomic { heard[0] = NONE; heard[1] = NONE }
+#define nothingIsHeard (announcedObject[0] == NONE && announcedObject[1] == NONE)
+#define nothingHeard() atomic { announcedObject[0] = NONE; announcedObject[1] = NONE }
 #else
 #define contentOf(o) 0
 #define madeOf(o, c) skip
 #define tableIsEmpty (entry[0] == NONE)
-#define nothingIsHeard (heard[0] == NONE)
-#define nothingHeard() heard[0] = NONE
+#define nothingIsHeard (announcedObject[0] == NONE)
+#define nothingHeard() announcedObject[0] = NONE
 #endif
 
 /* ---- Locks ------------------------------------------------------------------------------------ */
@@ -181,9 +181,9 @@ inline Locks(owns, mayNotify) {
     owns = 0;
     if
     :: mayNotify ->
-       atomic { assert(coreAlive); wasWatched = hasNotifiee_ };
+       atomic { assert(coreAlive); hadNotifiee = hasNotifiee_ };
        if
-       :: wasWatched -> lockNotificationMutex(); owns = 1
+       :: hadNotifiee -> lockNotificationMutex(); owns = 1
        :: else
        fi
     :: else
@@ -267,7 +267,7 @@ inline destroy(o) {
         touch(o);
         assert(countOf(word[o]) == 1 && floorOf(word[o]) == 0);
         assert(stateOf(word[o]) != BEING_DETACHED);
-        assert(entry[contentOf(o)] != o && heard[contentOf(o)] != o);
+        assert(entry[contentOf(o)] != o && announcedObject[contentOf(o)] != o);
         assert(notifiers[o] == 0);
         life[o] = FREED;
         hadCore = (word[o] & TABLE_ID) != 0
@@ -540,8 +540,8 @@ inline startNotification() {
 inline handleInsert(o, threw) {
     atomic {
         startNotification();
-        assert(heard[contentOf(o)] == NONE);
-        heard[contentOf(o)] = o;
+        assert(announcedObject[contentOf(o)] == NONE);
+        announcedObject[contentOf(o)] = o;
         threw = 0
     };
 #ifdef NOTIFIERS
@@ -582,7 +582,7 @@ inline handleInsert(o, threw) {
 #endif
 #ifdef THROWS
     if
-    :: atomic { threw = 1; heard[contentOf(o)] = NONE }
+    :: atomic { threw = 1; announcedObject[contentOf(o)] = NONE }
     :: true
     fi;
 #endif
@@ -593,8 +593,8 @@ inline handleRemove(o) {
     atomic {
         startNotification();
         touch(o);
-        assert(heard[contentOf(o)] == o);
-        heard[contentOf(o)] = NONE
+        assert(announcedObject[contentOf(o)] == o);
+        announcedObject[contentOf(o)] = NONE
     };
 #ifdef NOTIFIERS
     if
@@ -749,7 +749,7 @@ inline dedup(o, found) {
     :: found != NONE -> unlockShard()
     :: else ->
        announce = announces(owns);
-#ifdef ALWAYS_WATCHED
+#ifdef ALWAYS_REGISTERED
        assert(announce);
 #endif
        /* enter */
@@ -895,7 +895,7 @@ inline release(o) {
 /* ---- The threads ------------------------------------------------------------------------------ */
 
 #define LOCALS                                                                                     \
-    bit owns, ownsInside, ownsObject, wasWatched, lacks, done, hadCore;                            \
+    bit owns, ownsInside, ownsObject, hadNotifiee, lacks, done, hadCore;                            \
     bit announce, threw, didRaise, lowered, wasDetaching, hasTable, lastOfTable;                   \
     byte found = NONE, foundInside = NONE, abandoned = NONE, dropped = NONE, outcome, round, own;  \
     byte want;                                                                                     \
@@ -1000,7 +1000,7 @@ proctype Interner(byte first) {
     finished++
 }
 
-#ifdef REWATCHED
+#ifdef REREGISTERS
 proctype Registrar() {
     LOCALS;
     notifieeIs(0);
@@ -1024,7 +1024,7 @@ init {
 #if THREADS == 3
         run Interner(2 * ROUNDS);
 #endif
-#ifdef REWATCHED
+#ifdef REREGISTERS
         run Registrar();
 #endif
     };
