@@ -125,7 +125,7 @@ class DecodeRun {
 
     void decodeInput() try {
         InputStream input("-");
-        input.beforeWaitIs([this] { output_.flush(); });
+        input.setBeforeWait([this] { output_.flush(); });
         LineReader lines(input);
         while (lines.next()) {
             auto const fault =

@@ -17,9 +17,9 @@ void readDump(std::string const& path, AddPath addPath, DumpHandler& handler, Pr
               DumpResult& result) {
     auto const begun = Progress::Clock::now();
     InputStream input(path);
-    input.beforeWaitIs([&handler] { handler.beforeWait(); });
+    input.setBeforeWait([&handler] { handler.beforeWait(); });
     ++result.files;
-    handler.fileIs(input.name());
+    handler.startFile(input.name());
     MrtReader reader(input, handler, addPath);
     try {
         while (reader.next()) {

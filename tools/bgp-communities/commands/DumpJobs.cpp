@@ -226,7 +226,7 @@ class DumpCutter {
         try {
             fill(*batch);
         } catch (InputError const& error) {
-            batch->unreadableIs(error.what());
+            batch->setUnreadable(error.what());
         }
         return batch;
     }
@@ -241,10 +241,10 @@ class DumpCutter {
             records_.emplace(*input_, work_.addPath(), &work_.budget());
             work_.handleOpened();
         }
-        batch.nameIs(input_->name());
+        batch.setName(input_->name());
         while (!batch.full()) {
             if (!records_->next(record_)) {
-                batch.endIs(records_->end());
+                batch.setEnd(records_->end());
                 return;
             }
             batch.append(record_);
@@ -267,7 +267,7 @@ class Worker {
     Worker(DumpWork& work, DumpHandler& handler)
       : work_(work)
       , handler_(handler) {
-        handler_.log().deferIs(true);
+        handler_.log().setDeferred(true);
     }
 
     void run() noexcept {
@@ -304,7 +304,7 @@ class Worker {
     }
 
     void read(Batch batch) {
-        handler_.fileIs(batch->name());
+        handler_.startFile(batch->name());
         RecordContext context(batch->name(), counts_, handler_);
         batch->read(parser_, context);
         if (!batch->unreadable().empty()) {

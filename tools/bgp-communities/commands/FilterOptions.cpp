@@ -160,12 +160,12 @@ void addCondition(RouteFilter& filter, RouteFilter::Condition condition) {
         throw UsageError("more than 64 conditions: " + std::string(matchOption) + " and " +
                          std::string(communityOption));
     }
-    filter.conditionIs(std::move(condition));
+    filter.addCondition(std::move(condition));
 }
 
 void addCommunities(RouteFilter& filter, Arguments const& arguments) {
     for (std::string_view const name : arguments.values(kindOption)) {
-        filter.kindIs(kind(name));
+        filter.addKind(kind(name));
     }
     for (std::string_view const pattern : arguments.values(matchOption)) {
         addCondition(filter, [regex = regex(matchOption, pattern, std::string(pattern))](
@@ -193,7 +193,7 @@ void addPrefixes(RouteFilter& filter, Arguments const& arguments) {
                 !fault.empty()) {
                 throw wrongValue(option, text, fault);
             }
-            filter.prefixIs({relation, prefix});
+            filter.addPrefix({relation, prefix});
         }
     }
 }
@@ -204,10 +204,10 @@ void addPaths(RouteFilter& filter, Arguments const& arguments) {
         if (!as) {
             throw wrongValue(originAsOption, text, "not an AS number");
         }
-        filter.originAsIs(*as);
+        filter.addOriginAs(*as);
     }
     for (std::string_view const typed : arguments.values(asPathOption)) {
-        filter.pathConditionIs(
+        filter.addPathCondition(
             [regex = regex(asPathOption, typed, pathPattern(typed))](std::string const& path) {
                 return regex->matches(path.c_str());
             });
@@ -222,22 +222,22 @@ RouteFilter routeFilter(Arguments const& arguments) {
     addPrefixes(filter, arguments);
     addPaths(filter, arguments);
     for (std::string_view const text : arguments.values(peerOption)) {
-        filter.peerIs(peer(text));
+        filter.addPeer(peer(text));
     }
     for (std::string_view const text : arguments.values(familyOption)) {
-        filter.familyIs(family(text));
+        filter.addFamily(family(text));
     }
     if (auto const text = arguments.value(sinceOption)) {
-        filter.sinceIs(time(sinceOption, *text));
+        filter.setSince(time(sinceOption, *text));
     }
     if (auto const text = arguments.value(untilOption)) {
-        filter.untilIs(time(untilOption, *text));
+        filter.setUntil(time(untilOption, *text));
     }
     bool const announced = arguments.has(announcedOption);
     bool const withdrawn = arguments.has(withdrawnOption);
     if (announced != withdrawn) {
-        filter.directionIs(announced ? RouteFilter::Direction::announced
-                                     : RouteFilter::Direction::withdrawn);
+        filter.setDirection(announced ? RouteFilter::Direction::announced
+                                      : RouteFilter::Direction::withdrawn);
     }
     return filter;
 }

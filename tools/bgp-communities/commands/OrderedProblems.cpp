@@ -31,7 +31,7 @@ void OrderedProblems::handleRead(std::size_t dump, std::uint64_t place, bool las
 
 ProblemLog OrderedProblems::heldLog() const {
     ProblemLog log(log_.verbose());
-    log.deferIs(true);
+    log.setDeferred(true);
     return log;
 }
 

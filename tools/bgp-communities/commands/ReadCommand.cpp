@@ -165,9 +165,9 @@ class RoutePrinter final : public DumpHandler {
         writer_.writeHeader();
     }
 
-    void fileIs(std::string const& name) override {
-        DumpHandler::fileIs(name);
-        writer_.fileIs(name);
+    void startFile(std::string const& name) override {
+        DumpHandler::startFile(name);
+        writer_.startFile(name);
     }
 
     void beforeWait() override { output_.flush(); }

@@ -242,10 +242,10 @@ void writeCounts(std::string& out, Replay const& replay) {
              {"routes, maximum", counts.greatest},
              {"routes at the end", replay.routes()},
          }) {
-        table.rowIs({std::string(row.words), std::to_string(row.count)});
+        table.addRow({std::string(row.words), std::to_string(row.count)});
     }
     for (Agent::TableSize const& size : replay.agent().tableSizes()) {
-        table.rowIs({"distinct " + std::string(size.what), std::to_string(size.count)});
+        table.addRow({"distinct " + std::string(size.what), std::to_string(size.count)});
     }
     table.appendTo(out);
 }

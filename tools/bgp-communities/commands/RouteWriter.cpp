@@ -130,7 +130,7 @@ void appendTextAttributes(Columns& columns, RouteLine const& line) {
 
 } // namespace
 
-void RouteWriter::fileIs(std::string_view name) {
+void RouteWriter::startFile(std::string_view name) {
     source_.clear();
     JsonWriter(source_).key("file").string(name);
 }

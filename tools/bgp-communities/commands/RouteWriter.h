@@ -43,9 +43,9 @@ class RouteWriter {
       , output_(output) {}
 
     /** Sets the file name for the following lines. */
-    void fileIs(std::string_view name);
+    void startFile(std::string_view name);
     /** The same as fields of JSON. */
-    void sourceIs(std::string_view fields) { source_ = fields; }
+    void setSource(std::string_view fields) { source_ = fields; }
 
     /** Writes the header line of TSV; nothing in other formats. */
     void writeHeader();

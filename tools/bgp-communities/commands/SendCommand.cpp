@@ -84,7 +84,7 @@ class OfferScan final : public DumpHandler {
   public:
     OfferScan()
       : DumpHandler(false) {
-        log().deferIs(true); // the second reading reports the same
+        log().setDeferred(true); // the second reading reports the same
     }
 
     void handleUpdate(Update const& update) override {

@@ -30,7 +30,7 @@ void StationPrinter::routerIs(std::string_view address, std::string_view name) {
     if (!name.empty()) {
         json.key("name").string(name);
     }
-    writer_.sourceIs(router_);
+    writer_.setSource(router_);
 }
 
 void StationPrinter::peerIs(BmpPeer const& peer) {

@@ -33,7 +33,7 @@ class InputSource {
     InputSource& operator=(InputSource const&) = delete;
 
     /** Sets a function to be called before each read that may block, such as from an empty pipe. */
-    void beforeWaitIs(std::function<void()> beforeWait) { beforeWait_ = std::move(beforeWait); }
+    void setBeforeWait(std::function<void()> beforeWait) { beforeWait_ = std::move(beforeWait); }
 
     /** Returns at least `count` unconsumed octets, fewer only at the end of the file. Invalidated
        by the next call. Throws InputError. REQUIRES: `count` is at most `bufferOctets`. */

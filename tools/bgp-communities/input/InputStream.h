@@ -32,8 +32,8 @@ class InputStream {
 
     /** Sets a function to be called before each read that may block. An interactive program flushes
        its output there. */
-    void beforeWaitIs(std::function<void()> beforeWait) {
-        source_.beforeWaitIs(std::move(beforeWait));
+    void setBeforeWait(std::function<void()> beforeWait) {
+        source_.setBeforeWait(std::move(beforeWait));
     }
 
     /** Reads at least one octet into `out` and returns how many; 0 only at the end. Throws

@@ -24,7 +24,7 @@ class LineReader {
 
     /** Reads the next line, without its "\n" or "\r\n"; returns false at the end of the input. The
        line is invalidated by the next call. Throws InputError and whatever the function set by
-       InputStream::beforeWaitIs() throws. */
+       InputStream::setBeforeWait() throws. */
     bool next();
 
     [[nodiscard]] std::string_view line() const { return line_; }

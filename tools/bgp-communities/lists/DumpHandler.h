@@ -21,7 +21,7 @@ class DumpHandler : public RouteHandler {
     void handleProblem(Problem const& problem) final { log_.report(problem); }
 
     /** Called before a file is read. REQUIRES: `name` is valid until the next call. */
-    virtual void fileIs(std::string const& name) { file_ = name; }
+    virtual void startFile(std::string const& name) { file_ = name; }
 
     [[nodiscard]] ProblemLog& log() { return log_; }
 

@@ -15,12 +15,12 @@ bool anyFits(std::vector<Choice> const& choices, Fits const& fits) {
 
 } // namespace
 
-void RouteFilter::kindIs(CommunityKind kind) {
+void RouteFilter::addKind(CommunityKind kind) {
     needsList_ = true;
     kinds_[static_cast<std::size_t>(kind)] = true;
 }
 
-void RouteFilter::conditionIs(Condition condition) {
+void RouteFilter::addCondition(Condition condition) {
     allMet_ |= Conditions(1) << conditions_.size();
     conditions_.push_back(std::move(condition));
 }

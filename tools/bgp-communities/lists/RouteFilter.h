@@ -53,32 +53,32 @@ class RouteFilter {
 
     enum class Direction : std::uint8_t { any, announced, withdrawn };
 
-    /** Restricts the selection to this kind and others set by further calls; routes without a list
-       of such a kind are not selected. */
-    void kindIs(CommunityKind kind);
+    /** Restricts the selection to the added kinds; routes without a list of such a kind are not
+       selected. */
+    void addKind(CommunityKind kind);
 
     /** REQUIRES: `conditions() < maxConditions`. */
-    void conditionIs(Condition condition);
+    void addCondition(Condition condition);
 
-    void pathConditionIs(PathCondition condition) {
+    void addPathCondition(PathCondition condition) {
         pathConditions_.push_back(std::move(condition));
     }
 
-    void originAsIs(std::uint32_t as) { originAses_.push_back(as); }
+    void addOriginAs(std::uint32_t as) { originAses_.push_back(as); }
 
-    void peerIs(PeerChoice const& peer) { peers_.push_back(peer); }
+    void addPeer(PeerChoice const& peer) { peers_.push_back(peer); }
 
-    void familyIs(FamilyChoice const& family) { families_.push_back(family); }
+    void addFamily(FamilyChoice const& family) { families_.push_back(family); }
 
-    void prefixIs(PrefixChoice const& prefix) { prefixes_.push_back(prefix); }
+    void addPrefix(PrefixChoice const& prefix) { prefixes_.push_back(prefix); }
 
     /** Selects times at or after `time`. */
-    void sinceIs(Microseconds time) { since_ = time; }
+    void setSince(Microseconds time) { since_ = time; }
 
     /** Selects times before `time`. */
-    void untilIs(Microseconds time) { until_ = time; }
+    void setUntil(Microseconds time) { until_ = time; }
 
-    void directionIs(Direction direction) { direction_ = direction; }
+    void setDirection(Direction direction) { direction_ = direction; }
 
     [[nodiscard]] std::size_t conditions() const { return conditions_.size(); }
 

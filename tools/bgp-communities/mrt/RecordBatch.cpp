@@ -18,12 +18,12 @@ void RecordBatch::append(MrtRecord const& record) {
     octets_.insert(octets_.end(), record.body.begin(), record.body.end());
 }
 
-void RecordBatch::endIs(DumpEnd const& end) {
+void RecordBatch::setEnd(DumpEnd const& end) {
     last_ = true;
     end_ = end;
 }
 
-void RecordBatch::unreadableIs(std::string const& reason) {
+void RecordBatch::setUnreadable(std::string const& reason) {
     last_ = true;
     unreadable_ = reason;
 }

@@ -23,14 +23,14 @@ class RecordBatch {
     void begin(std::size_t dump, std::uint64_t sequence);
 
     /** The file name for messages. */
-    void nameIs(std::string const& name) { name_ = name; }
+    void setName(std::string const& name) { name_ = name; }
 
     void append(MrtRecord const& record);
 
     /** Marks the batch as the last of its dump, which ended as described by `end`. */
-    void endIs(DumpEnd const& end);
+    void setEnd(DumpEnd const& end);
     /** Marks the batch as the last of its dump, which could not be read further. */
-    void unreadableIs(std::string const& reason);
+    void setUnreadable(std::string const& reason);
 
     /** Parses all records, and reports the end of the dump if this batch has it. */
     void read(RecordParser& parser, RecordContext& context);

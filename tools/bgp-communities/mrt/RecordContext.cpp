@@ -40,7 +40,7 @@ void RecordContext::account(AttributeArea const& area) const {
 }
 
 void RecordContext::accountEnd(DumpEnd const& end) {
-    atIs({end.number, end.offset, 0, 0});
+    setPosition({end.number, end.offset, 0, 0});
     counts_.truncatedOctets += end.octetsLeft;
     if (end.octetsLeft != 0) {
         report(ProblemKind::truncatedRecord, "truncated record: the input ends after " +

@@ -23,7 +23,7 @@ class RecordContext {
 
     [[nodiscard]] RecordPosition const& at() const { return at_; }
 
-    void atIs(RecordPosition const& at) { at_ = at; }
+    void setPosition(RecordPosition const& at) { at_ = at; }
 
     [[nodiscard]] MrtCounts& counts() const { return counts_; }
 

@@ -8,7 +8,7 @@ namespace BgpCommunities {
 
 void RecordParser::read(RecordContext& context, MrtRecord const& record) {
     RecordHeader const& header = record.header;
-    context.atIs({header.number, header.offset, header.seconds, 0});
+    context.setPosition({header.number, header.offset, header.seconds, 0});
     ++context.counts().records;
     if (record.hasBody) {
         readBody(context, record);
@@ -32,7 +32,7 @@ void RecordParser::readBody(RecordContext& context, MrtRecord const& record) {
         break;
     default:
         if (header.type == MrtType::bgp4mpEt) {
-            context.atIs(
+            context.setPosition(
                 {header.number, header.offset, header.seconds, OctetReader(record.body).u32()});
         }
         bgp4mpReader_.read(context, header.subtype, bgp4mpBody(header, record.body),

@@ -26,7 +26,7 @@ void writeCounts(JsonWriter& json, std::span<NamedCounts const> rows) {
 void appendCounts(std::string& out, Counts const& counts) {
     TextTable table;
     for (Count const& count : counts) {
-        table.rowIs({std::string(count.words), std::to_string(count.value)});
+        table.addRow({std::string(count.words), std::to_string(count.value)});
     }
     table.appendTo(out);
 }
@@ -42,13 +42,13 @@ void appendRows(std::string& out, std::string_view head, std::span<NamedCounts c
         }
     }
     TextTable table;
-    table.rowIs(std::move(heads));
+    table.addRow(std::move(heads));
     for (NamedCounts const& row : rows) {
         std::vector<std::string> cells = {row.words};
         for (std::size_t const column : shown) {
             cells.push_back(std::to_string(row.counts[column].value));
         }
-        table.rowIs(std::move(cells));
+        table.addRow(std::move(cells));
     }
     table.appendTo(out);
 }
@@ -59,13 +59,13 @@ void appendColumns(std::string& out, std::string_view head, std::span<NamedCount
         heads.push_back(column.words);
     }
     TextTable table;
-    table.rowIs(std::move(heads));
+    table.addRow(std::move(heads));
     for (std::size_t line = 0; !columns.empty() && line < columns[0].counts.size(); ++line) {
         std::vector<std::string> cells = {std::string(columns[0].counts[line].words)};
         for (NamedCounts const& column : columns) {
             cells.push_back(std::to_string(column.counts[line].value));
         }
-        table.rowIs(std::move(cells));
+        table.addRow(std::move(cells));
     }
     table.appendTo(out);
 }

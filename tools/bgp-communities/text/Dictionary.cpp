@@ -91,7 +91,7 @@ bool Dictionary::isExact(Entry const& entry) {
     });
 }
 
-void Dictionary::entryIs(Key const& key, Entry entry) {
+void Dictionary::addEntry(Key const& key, Entry entry) {
     auto& entries = entries_[key.word()];
     auto const place =
         isExact(entry) ? std::find_if_not(entries.begin(), entries.end(), isExact) : entries.end();
@@ -135,7 +135,7 @@ std::string_view Dictionary::readLine(std::string_view line) {
     } else if (entry.fields.size() != 1) {
         return "expected one field after the AS number, or two";
     }
-    entryIs(key, std::move(entry));
+    addEntry(key, std::move(entry));
     return {};
 }
 

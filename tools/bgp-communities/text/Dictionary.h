@@ -73,7 +73,7 @@ class Dictionary {
     static bool isExact(Entry const& entry);
     std::string_view readLine(std::string_view line);
     void readFile(std::string const& path, Complain const& complain);
-    void entryIs(Key const& key, Entry entry);
+    void addEntry(Key const& key, Entry entry);
 
     std::unordered_map<std::uint64_t, std::vector<Entry>> entries_; // by Key
 };

@@ -25,7 +25,7 @@ class ProblemLog {
     [[nodiscard]] bool verbose() const { return verbose_; }
 
     /** Whether messages are kept until another log takes them, instead of printed. */
-    void deferIs(bool defer) { defer_ = defer; }
+    void setDeferred(bool defer) { defer_ = defer; }
 
     void report(Problem const& problem);
 

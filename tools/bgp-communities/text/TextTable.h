@@ -11,7 +11,7 @@ namespace BgpCommunities {
  */
 class TextTable {
   public:
-    void rowIs(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
+    void addRow(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
 
     void appendTo(std::string& out) const;
 

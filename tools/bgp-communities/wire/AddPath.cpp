@@ -85,7 +85,7 @@ PathIds AddPathDecider::decide(MessageEnds const& ends, BgpMessage const& messag
         return {all, all, all};
     }
     if (message.type == BgpMessage::open && message.whole) {
-        openIs(ends, message.body);
+        learnOffers(ends, message.body);
     }
     return message.type == BgpMessage::update ? decideUpdate(ends, message.body, recorded)
                                               : PathIds();
@@ -159,7 +159,7 @@ bool AddPathDecider::decideFamily(MessageEnds const& ends, Family family, bool r
     bool const pathIds = better ? !expected : expected;
     if (std::max(asExpected, otherwise) == Reading::plausible &&
         std::min(asExpected, otherwise) == Reading::impossible) {
-        observationIs(speaker(ends), family, pathIds);
+        addObservation(speaker(ends), family, pathIds);
     }
     return pathIds;
 }
@@ -215,7 +215,7 @@ std::optional<bool> AddPathDecider::decideByOpens(MessageEnds const& ends, Famil
 
 /** Capability value: entries of AFI (2) | SAFI (1) | mode (1): 1 receive, 2 send, 3 both. RFC 7911,
    section 4 */
-void AddPathDecider::openIs(MessageEnds const& ends, Octets open) {
+void AddPathDecider::learnOffers(MessageEnds const& ends, Octets open) {
     Speaker of;
     of.hasOpen = true;
     bool const wellFormed = forEachAddPath(open, [&](Octets value) {
@@ -245,7 +245,7 @@ AddPathDecider::Speaker& AddPathDecider::speaker(MessageEnds const& ends) {
     return speakers_[ends];
 }
 
-void AddPathDecider::observationIs(Speaker& speaker, Family family, bool pathIds) {
+void AddPathDecider::addObservation(Speaker& speaker, Family family, bool pathIds) {
     if (auto const found = findFamily(speaker.observations, family);
         found != speaker.observations.end()) {
         found->pathIds = pathIds;

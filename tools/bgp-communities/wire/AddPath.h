@@ -93,9 +93,9 @@ class AddPathDecider {
     [[nodiscard]] Reading read(Family family, bool pathIds);
     [[nodiscard]] Reading read(Field const& field, bool pathIds);
     [[nodiscard]] std::optional<bool> decideByOpens(MessageEnds const& ends, Family family) const;
-    void openIs(MessageEnds const& ends, Octets open);
+    void learnOffers(MessageEnds const& ends, Octets open);
     Speaker& speaker(MessageEnds const& ends);
-    static void observationIs(Speaker& speaker, Family family, bool pathIds);
+    static void addObservation(Speaker& speaker, Family family, bool pathIds);
     [[nodiscard]] static std::optional<bool> observed(Speaker const& speaker, Family family);
 
     AddPath const mode_;

@@ -71,7 +71,7 @@ RouteAttributes::RouteAttributes(AttributeOctets const& octets) {
         readMpReach(*attribute);
     }
     if (found.truncated) {
-        faultIs(*found.truncated, "truncated attribute", true);
+        addFault(*found.truncated, "truncated attribute", true);
     }
 }
 
@@ -82,7 +82,7 @@ void RouteAttributes::readAsPath(Found const& found, AsWidth width) {
     }
     AsPath path = {attribute->value, width, {}};
     if (auto const fault = faultOf(path); !fault.empty()) {
-        faultIs(*attribute, fault);
+        addFault(*attribute, fault);
         return;
     }
     if (width == AsWidth::two) {
@@ -98,7 +98,7 @@ Octets RouteAttributes::as4PathOf(Found const& found) {
         return {};
     }
     if (auto const fault = faultOf({as4Path->value, AsWidth::four, {}}); !fault.empty()) {
-        faultIs(*as4Path, fault);
+        addFault(*as4Path, fault);
         return {};
     }
     // If the AS of AGGREGATOR is not AS_TRANS, a router without AS4_PATH support has changed the
@@ -111,9 +111,9 @@ Octets RouteAttributes::as4PathOf(Found const& found) {
 
 void RouteAttributes::readOrigin(PathAttribute const& attribute) {
     if (attribute.value.size() != 1) {
-        faultIs(attribute, "ORIGIN length is not 1");
+        addFault(attribute, "ORIGIN length is not 1");
     } else if (attribute.value[0] > static_cast<std::uint8_t>(Origin::incomplete)) {
-        faultIs(attribute, "unknown ORIGIN");
+        addFault(attribute, "unknown ORIGIN");
     } else {
         origin_ = static_cast<Origin>(attribute.value[0]);
     }
@@ -123,7 +123,7 @@ void RouteAttributes::readNextHop(PathAttribute const& attribute) {
     // Some collectors write an IPv6 address here for IPv6 routes.
     nextHop_ = ipAddress(attribute.value);
     if (nextHop_.size == 0) {
-        faultIs(attribute, "NEXT_HOP is not an address");
+        addFault(attribute, "NEXT_HOP is not an address");
     }
 }
 
@@ -139,7 +139,7 @@ void RouteAttributes::readMpReach(PathAttribute const& attribute) {
     Octets const field = in.octets(in.u8());
     mpNextHop_ = mpAddress(field);
     if (!in.ok()) {
-        faultIs(attribute, "truncated MP_REACH_NLRI");
+        addFault(attribute, "truncated MP_REACH_NLRI");
     }
 }
 
@@ -148,12 +148,12 @@ void RouteAttributes::readNumber(PathAttribute const& attribute,
     if (attribute.value.size() == 4) {
         number = OctetReader(attribute.value).u32();
     } else {
-        faultIs(attribute, attribute.type == AttributeType::med ? "MULTI_EXIT_DISC length is not 4"
+        addFault(attribute, attribute.type == AttributeType::med ? "MULTI_EXIT_DISC length is not 4"
                                                                 : "LOCAL_PREF length is not 4");
     }
 }
 
-void RouteAttributes::faultIs(PathAttribute const& attribute, std::string_view reason,
+void RouteAttributes::addFault(PathAttribute const& attribute, std::string_view reason,
                               bool truncated) {
     faults_[faultCount_++] = {attribute.type, truncated, attribute.value, reason};
 }

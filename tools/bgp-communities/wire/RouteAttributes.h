@@ -84,7 +84,7 @@ class RouteAttributes {
     void readNextHop(PathAttribute const& attribute);
     void readMpReach(PathAttribute const& attribute);
     void readNumber(PathAttribute const& attribute, std::optional<std::uint32_t>& number);
-    void faultIs(PathAttribute const& attribute, std::string_view reason, bool truncated = false);
+    void addFault(PathAttribute const& attribute, std::string_view reason, bool truncated = false);
 
     std::optional<AsPath> asPath_;
     std::optional<Origin> origin_;
