@@ -12,9 +12,9 @@
 
 namespace BgpCommunities::Test {
 
-/** Builds octets of a dump, as std::string for easy concatenation. */
+/// Builds octets of a dump, as std::string for easy concatenation.
 
-/** Decodes hexadecimal digits; ignores other characters. */
+/// Decodes hexadecimal digits; ignores other characters.
 inline std::string hex(std::string_view digits) {
     std::string out;
     int high = -1;
@@ -49,7 +49,7 @@ inline std::string record(unsigned int type, unsigned int subtype, std::string c
     return u32(1700000000) + u16(type) + u16(subtype) + u32(body.size()) + body;
 }
 
-/** With a two-octet length. */
+/// With a two-octet length.
 inline std::string attribute(unsigned int type, std::string const& value) {
     return u8(0xd0) + u8(type) + u16(value.size()) + value;
 }
@@ -64,15 +64,15 @@ inline std::string update(std::string const& attributes, std::string const& anno
                           announced);
 }
 
-/** The peer in BGP4MP records with four-octet AS numbers: 192.0.2.1 AS65536. */
+/// The peer in BGP4MP records with four-octet AS numbers: 192.0.2.1 AS65536.
 inline std::string const peer4 = hex("00010000 0000fbff 0000 0001 c0000201 c00002fe");
 
-/** A BGP4MP record of this peer with a BGP message. */
+/// A BGP4MP record of this peer with a BGP message.
 inline std::string as4Record(std::string const& octets) {
     return record(16, 4, peer4 + octets);
 }
 
-/** A temporary file with `content`, removed by the destructor. */
+/// A temporary file with `content`, removed by the destructor.
 class TemporaryFile {
   public:
     explicit TemporaryFile(std::string_view content, std::string const& suffix = ".mrt")

@@ -33,8 +33,8 @@ void Descriptor::close() {
 
 namespace {
 
-/** Resets signals, because the parent may ignore or block some: a shell makes background processes
-   ignore SIGINT. */
+/// Resets signals, because the parent may ignore or block some: a shell makes background processes
+/// ignore SIGINT.
 class UsersSignals {
   public:
     UsersSignals() {

@@ -9,12 +9,12 @@
 
 namespace BgpCommunities::Test {
 
-/** Runs the program with arguments and files; returns its output and exit status. */
+/// Runs the program with arguments and files; returns its output and exit status.
 
 using Arguments = std::vector<std::string>;
 using Lines = std::vector<std::string>;
 
-/** A descriptor that is closed by the destructor and in every started program. */
+/// A descriptor that is closed by the destructor and in every started program.
 class Descriptor {
   public:
     explicit Descriptor(int fd);
@@ -32,10 +32,10 @@ class Descriptor {
     int fd_;
 };
 
-/** Starts the program with these standard descriptors. */
+/// Starts the program with these standard descriptors.
 pid_t start(Arguments const& arguments, int in, int out, int err);
 
-/** Waits for the program; returns its exit status, or -1 if a signal ended it. */
+/// Waits for the program; returns its exit status, or -1 if a signal ended it.
 int finish(pid_t pid);
 
 struct Result {
@@ -44,18 +44,17 @@ struct Result {
     std::string err;
 };
 
-/** Runs the program with this file, or a file with `input`, as standard input. */
+/// Runs the program with this file, or a file with `input`, as standard input.
 Result runWithFile(Arguments const& arguments, std::string const& path);
 Result run(Arguments const& arguments, std::string const& input = "");
 
 std::string contentOf(std::string const& path);
 Lines linesOf(std::string const& text);
-/** Returns the columns of a line separated by tabs. */
+/// Returns the columns of a line separated by tabs.
 Lines fieldsOf(std::string const& line);
-/** Returns the number of a key in the object after the key `object`, or in the outer object if
-   "". */
+/// Returns the number of a key in the object after the key `object`, or in the outer object if "".
 std::string number(std::string const& json, std::string const& object, std::string const& key);
-/** Returns the path of a sample dump. */
+/// Returns the path of a sample dump.
 std::string sample(std::string const& name);
 
 } // namespace BgpCommunities::Test

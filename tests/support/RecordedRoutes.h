@@ -44,7 +44,7 @@ inline std::string text(Peer const& peer) {
     return out;
 }
 
-/** " TYPE#REPETITION/OCTETS" for each attribute. */
+/// " TYPE#REPETITION/OCTETS" for each attribute.
 inline std::string text(std::span<CommunityAttribute const> communities) {
     std::string out;
     for (CommunityAttribute const& attribute : communities) {
@@ -54,7 +54,7 @@ inline std::string text(std::span<CommunityAttribute const> communities) {
     return out;
 }
 
-/** Records every call in one line; problems as "record@offset: reason". */
+/// Records every call in one line; problems as "record@offset: reason".
 class Recorder : public RouteHandler {
   public:
     void handleUpdate(Update const& update) override {

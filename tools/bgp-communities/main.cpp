@@ -59,7 +59,7 @@ Command const& find(std::string_view name) {
     return **found;
 }
 
-/** `help` and `help COMMAND`. */
+/// `help` and `help COMMAND`.
 void writeHelp(std::span<char const* const> arguments, Output& output) {
     if (arguments.size() > 1) {
         throw UsageError("help takes one COMMAND");
@@ -67,7 +67,7 @@ void writeHelp(std::span<char const* const> arguments, Output& output) {
     output.text() += arguments.empty() ? help() : std::string(find(arguments[0]).help);
 }
 
-/** Returns the command line that prints the relevant help. */
+/// Returns the command line that prints the relevant help.
 std::string helpFor(std::span<char const* const> arguments) {
     std::string const program = "bgp-communities ";
     auto const commands = allCommands();

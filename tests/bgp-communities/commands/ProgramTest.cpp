@@ -25,9 +25,8 @@ std::string const targetToo = "0102c000020100c8";
 std::string const bandwidth = "4004fbf04cee6b28";
 std::string const bandwidthToo = "4004fbf04d6e6b28";
 
-/** Removes the text up to the next quote after `head`, and returns the part after `head`; "?" if
-   missing.
- */
+/// Removes the text up to the next quote after `head`, and returns the part after `head`; "?" if
+/// missing.
 std::string quoted(std::string& text, std::string const& head) {
     std::size_t const start = text.find(head);
     std::size_t const end =
@@ -40,7 +39,7 @@ std::string quoted(std::string& text, std::string const& head) {
     return value;
 }
 
-/** One line of decode --json as "OCTETS:", then " MEMBER" for each, or " ! REASON". */
+/// One line of decode --json as "OCTETS:", then " MEMBER" for each, or " ! REASON".
 std::string essence(std::string json) {
     std::string const head = R"({"attribute":16,"octets":")";
     if (!json.starts_with(head)) {
@@ -166,7 +165,7 @@ TEST(ProgramTest, DecodePrintsEveryValue) {
     }
 }
 
-/** The registered name of a type octet. */
+/// The registered name of a type octet.
 std::string typeName(unsigned int octet) {
     static std::map<unsigned int, std::string> const names = {
         {0x00, "TransTwoOctetAs"},     {0x01, "TransIpv4Address"},

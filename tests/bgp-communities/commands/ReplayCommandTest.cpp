@@ -11,16 +11,16 @@ namespace {
 
 using namespace Test;
 
-/** Builds dumps record by record; every record has the same time. */
+/// Builds dumps record by record; every record has the same time.
 
 constexpr unsigned int as4 = 4, stateChangeAs4 = 5, as4Local = 7, as4AddPath = 9;
 
-/** The peers 192.0.2.1 and 192.0.2.2, of one AS. */
+/// The peers 192.0.2.1 and 192.0.2.2, of one AS.
 std::string peer(unsigned int last) {
     return hex("0000fbf0 0000fbff 0000 0001 c00002") + u8(last) + hex("c00002fe");
 }
 
-/** Route targets 64500:NUMBER. */
+/// Route targets 64500:NUMBER.
 std::string targets(std::initializer_list<unsigned int> numbers) {
     std::string value;
     for (unsigned int const number : numbers) {
@@ -34,14 +34,14 @@ std::string const prefixB = hex("16 c63364"); // 198.51.100.0/22
 std::string const ip6Head = hex("0002 01");
 std::string const vpnHead = hex("0001 80");
 
-/** 198.51.100.0/24 after a label and the distinguisher 0:64500:NUMBER. */
+/// 198.51.100.0/24 after a label and the distinguisher 0:64500:NUMBER.
 std::string vpnPrefix(std::string const& label, unsigned int number) {
     return hex("70") + hex(label) + hex("0000 fbf4") + u32(number) + hex("c63364");
 }
 
 std::string const evpnHead = hex("0019 46");
 
-/** An inclusive multicast route (RFC 7432, section 7.3). */
+/// An inclusive multicast route (RFC 7432, section 7.3).
 std::string evpnRoute(unsigned int tag) {
     return hex("03 11 0000 fbf4 00000001") + u32(tag) + hex("20 cb007104");
 }
@@ -62,13 +62,13 @@ std::string stateChange(unsigned int peerLast, unsigned int before, unsigned int
     return record(16, stateChangeAs4, peer(peerLast) + u16(before) + u16(after));
 }
 
-/** A state change of a peer of AS 64496. */
+/// A state change of a peer of AS 64496.
 std::string withoutAddress(unsigned int before, unsigned int after) {
     return record(16, stateChangeAs4,
                   hex("0000fbf0 0000fbff 0000 0001 00000000 c00002fe") + u16(before) + u16(after));
 }
 
-/** A row of the counts; -1 if it is missing. */
+/// A row of the counts; -1 if it is missing.
 long count(std::string const& out, std::string const& words) {
     for (std::string const& line : linesOf(out)) {
         if (line.starts_with(words + "  ")) {
@@ -185,7 +185,7 @@ std::vector<Row> rows() {
     };
 }
 
-/** The lines of --targets without "record" and the time, which is checked. */
+/// The lines of --targets without "record" and the time, which is checked.
 Lines changes(std::string const& out) {
     Lines lines;
     for (std::string line : linesOf(out)) {

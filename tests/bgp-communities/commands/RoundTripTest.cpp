@@ -11,7 +11,7 @@ namespace {
 
 using namespace Test;
 
-/** The number of attributes compared by `roundtrip --json`; -1 if one differs. */
+/// The number of attributes compared by `roundtrip --json`; -1 if one differs.
 long comparedAndEqual(Result const& result) {
     std::string const head = R"({"compared":)";
     bool const equal = result.out.ends_with("\"differing\":0}\n");

@@ -23,7 +23,7 @@ namespace {
 
 using namespace Test;
 
-/** A name for a store, which the destructor removes. */
+/// A name for a store, which the destructor removes.
 class StoreName {
   public:
     explicit StoreName(std::string name)
@@ -48,7 +48,7 @@ std::string unique(std::string const& head) {
     return head + "bgp-communities-store-" + std::to_string(::getpid());
 }
 
-/** The numbers of lists and of attributes that carried them, by kind. */
+/// The numbers of lists and of attributes that carried them, by kind.
 struct Sum {
     std::uint64_t lists = 0;
     std::uint64_t uses = 0;

@@ -20,7 +20,7 @@ namespace {
 using namespace std::string_literals;
 using namespace Test;
 
-/** Octets that hardly compress, so that truncation has an effect. */
+/// Octets that hardly compress, so that truncation has an effect.
 std::string noise(std::size_t size) {
     std::string out;
     for (std::uint32_t state = 1; out.size() < size;) {
@@ -146,8 +146,8 @@ TEST(InputStreamTest, ReportsDamageAndTrailingDataAtTheEnd) {
     }
 }
 
-/** Octets whose bzip2 blocks contain a block magic where no block begins, in the bitmap of used
-   octets (16 bits for each 16 of them). */
+/// Octets whose bzip2 blocks contain a block magic where no block begins, in the bitmap of used
+/// octets (16 bits for each 16 of them).
 std::string octetsWithMagicInside(std::size_t size) {
     std::string used;
     for (unsigned at = 0; at < 48; ++at) {

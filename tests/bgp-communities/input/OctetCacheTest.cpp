@@ -11,7 +11,7 @@
 namespace BgpCommunities {
 namespace {
 
-/** A value that adds its size to the total of all values. */
+/// A value that adds its size to the total of all values.
 struct Counted {
     Counted() = default;
     Counted(Counted const& other) { *this = other; }

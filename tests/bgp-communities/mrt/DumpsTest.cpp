@@ -65,7 +65,7 @@ TEST(DumpsTest, ReadsTheOtherSamplesWithoutProblems) {
 
 // ---- Real dumps ----
 
-/** The counts of a line of the manifest, by column name. */
+/// The counts of a line of the manifest, by column name.
 std::map<std::string, std::uint64_t> columnsOf(MrtCounts const& counts) {
     std::map<std::string, std::uint64_t> out = {
         {"records", counts.records},

@@ -12,7 +12,7 @@ namespace {
 
 using namespace Test;
 
-/** An OPEN that offers path identifiers for families: AFI (2), SAFI (1) and mode (1) each. */
+/// An OPEN that offers path identifiers for families: AFI (2), SAFI (1) and mode (1) each.
 std::string open(std::string const& families) {
     std::string const capability = hex("45") + u8(families.size()) + families;
     std::string const parameters = hex("0206 0104 0001 0001") +

@@ -23,7 +23,7 @@ RibView viewOf(std::uint8_t flags) {
     return post ? RibView::adjRibInPost : RibView::adjRibInPre;
 }
 
-/** Returns the address in a field of 16 octets; an IPv4 address is in the last 4. */
+/// Returns the address in a field of 16 octets; an IPv4 address is in the last 4.
 IpAddress addressOf(Octets octets, bool isIpv6) {
     return ipAddress(isIpv6 || octets.empty() ? octets : octets.last(4));
 }
@@ -82,7 +82,7 @@ bool readBmpTlv(OctetReader& in, BmpTlv& tlv) {
     return in.ok();
 }
 
-/** local address (16) | local port (2) | remote port (2) | sent OPEN | received OPEN | TLVs */
+/// local address (16) | local port (2) | remote port (2) | sent OPEN | received OPEN | TLVs
 std::string_view readBmpPeerUp(OctetReader& in, BmpPeer const& peer, BmpPeerUp& up) {
     up.local = addressOf(in.octets(16), peer.id.address.size == 16);
     up.localPort = in.u16();

@@ -13,7 +13,7 @@
 
 namespace BgpCommunities {
 
-/** The types of BMP messages (RFC 7854, section 4.1). */
+/// The types of BMP messages (RFC 7854, section 4.1).
 enum class BmpType : std::uint8_t {
     routeMonitoring = 0,
     statistics = 1,
@@ -28,13 +28,13 @@ inline constexpr std::size_t bmpTypes = 7;
 inline constexpr std::uint8_t bmpVersion = 3;
 inline constexpr std::size_t bmpHeaderOctets = 6;
 
-/** A BMP message without its header. `body` is not owned; `type` may be an unassigned number. */
+/// A BMP message without its header. `body` is not owned; `type` may be an unassigned number.
 struct BmpMessage {
     BmpType type = BmpType::initiation;
     Octets body;
 };
 
-/** The table of a router that a message reports (RFC 7854, RFC 8671, RFC 9069). */
+/// The table of a router that a message reports (RFC 7854, RFC 8671, RFC 9069).
 enum class RibView : std::uint8_t {
     adjRibInPre,   // received from the peer, before policy
     adjRibInPost,  // after policy
@@ -45,10 +45,10 @@ enum class RibView : std::uint8_t {
 
 inline constexpr std::size_t ribViews = 5;
 
-/** "adjRibInPre", ... */
+/// "adjRibInPre", ...
 std::string_view nameOf(RibView view);
 
-/** Identifies a peer of a router; can be used as a key. No address for the Loc-RIB. */
+/// Identifies a peer of a router; can be used as a key. No address for the Loc-RIB.
 struct BmpPeerId {
     static constexpr std::uint8_t locRibInstance = 3; // peer type
 
@@ -59,12 +59,10 @@ struct BmpPeerId {
     auto operator<=>(BmpPeerId const&) const = default;
 };
 
-/**
- * The per-peer header.
- *
- *     peer type (1) | flags (1) | distinguisher (8) | address (16) | AS (4) | BGP identifier (4) |
- *         seconds (4) | microseconds (4)                                RFC 7854, section 4.2
- */
+/// The per-peer header.
+///
+///     peer type (1) | flags (1) | distinguisher (8) | address (16) | AS (4) | BGP identifier (4) |
+///         seconds (4) | microseconds (4)                                RFC 7854, section 4.2
 struct BmpPeer {
     BmpPeerId id;
     RibView view = RibView::adjRibInPre;
@@ -74,32 +72,32 @@ struct BmpPeer {
     std::uint32_t seconds = 0; // since 1970, UTC; 0 if unknown
     std::uint32_t microseconds = 0;
 
-    /** The address and the AS of the peer; for the Loc-RIB, the router's BGP identifier as an
-       address. */
+    /// The address and the AS of the peer; for the Loc-RIB, the router's BGP identifier as an
+    /// address.
     [[nodiscard]] Peer peer() const;
 };
 
-/** Parses the per-peer header. Returns an error message, empty on success. */
+/// Parses the per-peer header. Returns an error message, empty on success.
 std::string_view readBmpPeer(OctetReader& in, BmpPeer& peer);
 
-/** A type-length-value of initiation, termination, statistics, mirroring and peer up messages.
-   `value` is not owned. */
+/// A type-length-value of initiation, termination, statistics, mirroring and peer up messages.
+/// `value` is not owned.
 struct BmpTlv {
     std::uint16_t type = 0;
     Octets value;
 };
 
-/** Parses the next TLV: type (2) | length (2) | value. Returns false at the end, or if it is
-   truncated; `in.ok()` is false then. */
+/// Parses the next TLV: type (2) | length (2) | value. Returns false at the end, or if it is
+/// truncated; `in.ok()` is false then.
 bool readBmpTlv(OctetReader& in, BmpTlv& tlv);
 
-/** Types of information in initiation and peer up messages (RFC 7854, section 4.4). */
+/// Types of information in initiation and peer up messages (RFC 7854, section 4.4).
 struct BmpInformation {
     static constexpr std::uint16_t systemDescription = 1;
     static constexpr std::uint16_t systemName = 2;
 };
 
-/** The rest of a peer up message (RFC 7854, section 4.10); not owned. */
+/// The rest of a peer up message (RFC 7854, section 4.10); not owned.
 struct BmpPeerUp {
     IpAddress local;
     std::uint16_t localPort = 0;
@@ -109,13 +107,13 @@ struct BmpPeerUp {
     Octets information;      // TLVs
 };
 
-/** Parses the message after the per-peer header. Returns an error message, empty on success. */
+/// Parses the message after the per-peer header. Returns an error message, empty on success.
 std::string_view readBmpPeerUp(OctetReader& in, BmpPeer const& peer, BmpPeerUp& up);
 
-/** Returns the text for a reason in a peer down message (RFC 7854, section 4.9; RFC 9069). */
+/// Returns the text for a reason in a peer down message (RFC 7854, section 4.9; RFC 9069).
 std::string_view bmpPeerDownReason(std::uint8_t reason);
 
-/** Returns the text for a reason in a termination message (RFC 7854, section 4.5). */
+/// Returns the text for a reason in a termination message (RFC 7854, section 4.5).
 std::string_view bmpTerminationReason(std::uint16_t reason);
 
 } // namespace BgpCommunities

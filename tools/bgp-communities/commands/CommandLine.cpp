@@ -21,7 +21,7 @@ Option const& find(std::span<Option const> known, std::string_view name) {
     throw UsageError("unknown option " + std::string(name));
 }
 
-/** Returns the value after "=". Throws UsageError if the option does not accept it. */
+/// Returns the value after "=". Throws UsageError if the option does not accept it.
 std::string_view valueInside(Option const& option, std::string_view value) {
     if (option.needsValue()) {
         return value;
@@ -37,7 +37,7 @@ std::string_view valueInside(Option const& option, std::string_view value) {
     return value;
 }
 
-/** Whether the first argument is an optional value of the option. */
+/// Whether the first argument is an optional value of the option.
 bool isValue(Option const& option, std::span<char const* const> arguments) {
     auto const& values = option.values;
     return option.takes == Takes::optional && !arguments.empty() &&

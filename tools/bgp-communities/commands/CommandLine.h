@@ -13,13 +13,13 @@ namespace BgpCommunities {
 
 class Output;
 
-/** An invalid command line; `what()` gives the reason for the user. */
+/// An invalid command line; `what()` gives the reason for the user.
 class UsageError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/** The value of an option. */
+/// The value of an option.
 enum class Takes : std::uint8_t {
     nothing,
     optional, // one of `values`; any other argument is not a value
@@ -27,8 +27,8 @@ enum class Takes : std::uint8_t {
     file, // a file name
 };
 
-/** An option of a command: "--json", or "--type" with a value. `values` are used by shell
-   completions. */
+/// An option of a command: "--json", or "--type" with a value. `values` are used by shell
+/// completions.
 struct Option {
     std::string_view name;
     Takes takes = Takes::nothing;
@@ -37,29 +37,26 @@ struct Option {
     [[nodiscard]] bool needsValue() const { return takes == Takes::value || takes == Takes::file; }
 };
 
-/**
- * The parsed arguments of one command: options anywhere, operands in order.
- *
- * `--name value` and `--name=value` are equivalent, "--" ends the options, "-" is an operand. If an
- * option is repeated, `value()` returns the last value. Refers to the arguments of the process.
- * Thread-compatible.
- */
+/// The parsed arguments of one command: options anywhere, operands in order.
+///
+/// `--name value` and `--name=value` are equivalent, "--" ends the options, "-" is an operand. If
+/// an option is repeated, `value()` returns the last value. Refers to the arguments of the process.
+/// Thread-compatible.
 class Arguments {
   public:
-    /** Throws UsageError for an option that is not in `known`, lacks its value, or has an
-       unexpected one. --help is always known. */
+    /// Throws UsageError for an option that is not in `known`, lacks its value, or has an
+    /// unexpected one. --help is always known.
     Arguments(std::span<Option const> known, std::span<char const* const> arguments);
 
     [[nodiscard]] bool has(std::string_view option) const { return value(option).has_value(); }
 
-    /** The last value of an option; an empty string for an option without value. None if not
-       given. */
+    /// The last value of an option; an empty string for an option without value. None if not given.
     [[nodiscard]] std::optional<std::string_view> value(std::string_view option) const;
 
-    /** All values of an option, in order. */
+    /// All values of an option, in order.
     [[nodiscard]] std::vector<std::string_view> values(std::string_view option) const;
 
-    /** The value of an option as a positive number. Throws UsageError if it is not one. */
+    /// The value of an option as a positive number. Throws UsageError if it is not one.
     [[nodiscard]] std::optional<std::uint64_t> count(std::string_view option) const;
 
     [[nodiscard]] std::span<std::string_view const> operands() const { return operands_; }
@@ -78,7 +75,7 @@ inline constexpr std::string_view helpOption = "--help";
 inline constexpr std::string_view verboseOption = "--verbose";
 inline constexpr std::string_view jsonOption = "--json";
 
-/** One command of the program. */
+/// One command of the program.
 struct Command {
     std::string_view name;
     std::string_view summary; // one line, for the list of commands

@@ -24,7 +24,7 @@ extern Command const reportCommand;
 extern Command const typesCommand;
 extern Command const completionsCommand;
 
-/** All commands. */
+/// All commands.
 std::span<Command const* const> allCommands();
 
 } // namespace BgpCommunities

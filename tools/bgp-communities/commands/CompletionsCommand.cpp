@@ -24,7 +24,7 @@ examples:
 
 // ---- Help of options ----------------------------------------------------------------------------
 
-/** The help text of an option: " --top N the N most used values; ...". */
+/// The help text of an option: " --top N the N most used values; ...".
 struct OptionHelp {
     std::string_view value; // "N"
     std::string summary;    // the first phrase of the description: "the N most used values"
@@ -36,7 +36,7 @@ std::string_view taken(std::string_view& text, std::string_view end) {
     return before;
 }
 
-/** Removes blanks, and the brackets of "[=HOW]". */
+/// Removes blanks, and the brackets of "[=HOW]".
 std::string_view trimmed(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(" =["), text.size()));
     return text.substr(0, text.find_last_not_of(" ]") + 1);
@@ -153,8 +153,8 @@ constexpr std::string_view zshTail = R"(esac
 _arguments '(- *)--help[print the help]' $options
 )";
 
-/** Escapes `text` for a word in single quotes, and in it the characters of `special`, which end a
-    part of a specification. */
+/// Escapes `text` for a word in single quotes, and in it the characters of `special`, which end a
+/// part of a specification.
 std::string quoted(std::string_view text, std::string_view special) {
     std::string out;
     for (char const character : text) {
@@ -168,7 +168,7 @@ std::string quoted(std::string_view text, std::string_view special) {
     return out;
 }
 
-/** ":N: ", ":format:(text tsv)", ":FILE:_files" */
+/// ":N: ", ":format:(text tsv)", ":FILE:_files"
 std::string zshValue(std::string_view name, Option const& option) {
     std::string const action = !option.values.empty()        ? "(" + joined(option.values) + ")"
                                : option.takes == Takes::file ? "_files"

@@ -14,30 +14,28 @@ struct sqlite3_stmt;
 
 namespace BgpCommunities {
 
-/** A database cannot be opened, read or written; `what()` is `NAME: REASON`. */
+/// A database cannot be opened, read or written; `what()` is `NAME: REASON`.
 class DatabaseError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/**
- * A connection to an SQLite database. Creates the database if it does not exist.
- *
- * Owns the connection. Uncommitted changes are rolled back by the destructor, or by the next
- * connection if the process is killed. Waits for other writers for at most a minute.
- * Thread-compatible.
- */
+/// A connection to an SQLite database. Creates the database if it does not exist.
+///
+/// Owns the connection. Uncommitted changes are rolled back by the destructor, or by the next
+/// connection if the process is killed. Waits for other writers for at most a minute.
+/// Thread-compatible.
 class Database {
   public:
     explicit Database(std::string const& name);
 
-    /** Executes statements without results. Throws DatabaseError. */
+    /// Executes statements without results. Throws DatabaseError.
     void execute(std::string const& sql);
 
-    /** Returns the number in the first column of the first row. Throws DatabaseError. */
+    /// Returns the number in the first column of the first row. Throws DatabaseError.
     std::int64_t number(std::string const& sql);
 
-    /** The row id of the last insertion. */
+    /// The row id of the last insertion.
     [[nodiscard]] std::int64_t lastId() const;
 
     [[nodiscard]] std::string const& name() const { return name_; }
@@ -55,11 +53,9 @@ class Database {
     std::unique_ptr<sqlite3, Close> connection_;
 };
 
-/**
- * A prepared statement. Bind its parameters in order, then call `run()` or `row()`.
- *
- * Refers to its database, which must outlive it. Thread-compatible.
- */
+/// A prepared statement. Bind its parameters in order, then call `run()` or `row()`.
+///
+/// Refers to its database, which must outlive it. Thread-compatible.
 class Statement {
   public:
     Statement(Database& database, std::string_view sql);
@@ -77,10 +73,10 @@ class Statement {
         return value ? bind(*value) : bindNull();
     }
 
-    /** Executes the statement and resets it for the next parameters. Throws DatabaseError. */
+    /// Executes the statement and resets it for the next parameters. Throws DatabaseError.
     void run();
 
-    /** The first two columns of a row. */
+    /// The first two columns of a row.
     struct Row {
         std::int64_t number = 0;
         std::string text;
@@ -94,7 +90,7 @@ class Statement {
     };
 
     void check(int code);
-    /** Returns true if there is a row. */
+    /// Returns true if there is a row.
     bool step();
     void reset();
 

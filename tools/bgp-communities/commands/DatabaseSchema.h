@@ -4,12 +4,12 @@
 
 namespace BgpCommunities {
 
-/** PRAGMA application_id of the databases that `export` writes: "BGPc". */
+/// PRAGMA application_id of the databases that `export` writes: "BGPc".
 inline constexpr std::string_view databaseApplication = "1111969891";
-/** PRAGMA user_version: incremented when a table or column is removed or changes its meaning. */
+/// PRAGMA user_version: incremented when a table or column is removed or changes its meaning.
 inline constexpr std::string_view databaseVersion = "3";
 
-/** The tables, described in docs/questions.md. */
+/// The tables, described in docs/questions.md.
 inline constexpr std::string_view databaseTables = R"sql(
 CREATE TABLE dumps (
     id INTEGER PRIMARY KEY,
@@ -130,7 +130,7 @@ CREATE VIEW last_routes AS          -- the last row of each route of a peer, unl
     WHERE age = 1 AND event <> 'withdraw';
 )sql";
 
-/** Created after the first dump is inserted, because that is faster. */
+/// Created after the first dump is inserted, because that is faster.
 inline constexpr std::string_view databaseIndexes = R"sql(
 CREATE INDEX IF NOT EXISTS list_members_by_community ON list_members (community);
 CREATE INDEX IF NOT EXISTS communities_by_name ON communities (name);

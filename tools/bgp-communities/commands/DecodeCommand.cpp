@@ -61,7 +61,7 @@ examples:
   cut -f 2 values.tsv | bgp-communities decode --json
 )";
 
-/** Decodes and prints the values of one run. */
+/// Decodes and prints the values of one run.
 class DecodeRun {
   public:
     DecodeRun(Arguments const& arguments, Output& output)
@@ -97,7 +97,7 @@ class DecodeRun {
         std::string_view fault; // why there is no decoder
     };
 
-    /** Returns the decoder for an attribute type given as text. */
+    /// Returns the decoder for an attribute type given as text.
     [[nodiscard]] Choice decoder(std::string_view type) {
         std::uint8_t number = 0;
         auto const [end, error] = std::from_chars(type.data(), type.data() + type.size(), number);
@@ -111,7 +111,7 @@ class DecodeRun {
         return {found->get(), {}};
     }
 
-    /** Checks all values before any is decoded. */
+    /// Checks all values before any is decoded.
     void checkDigits(std::span<std::string_view const> values) {
         for (std::string_view const value : values) {
             if (value == "-") {
@@ -145,7 +145,7 @@ class DecodeRun {
         complain(error.what());
     }
 
-    /** Returns an error message, empty on success. */
+    /// Returns an error message, empty on success.
     std::string_view decodeLine(std::string_view line) {
         Choice choice = default_;
         if (std::size_t const tab = line.find('\t'); tab != std::string_view::npos) {
@@ -160,7 +160,7 @@ class DecodeRun {
         return fault;
     }
 
-    /** Decodes and prints `octets_`. */
+    /// Decodes and prints `octets_`.
     void decode(AttributeDecoder& decoder) {
         std::string const fault = decoder.decode(octets_);
         if (!fault.empty()) {

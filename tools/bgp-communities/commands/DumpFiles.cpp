@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view standardInput[] = {"-"};
 
-/** Adds to `result`, also if it throws InputError. */
+/// Adds to `result`, also if it throws InputError.
 void readDump(std::string const& path, AddPath addPath, DumpHandler& handler, Progress& progress,
               DumpResult& result) {
     auto const begun = Progress::Clock::now();

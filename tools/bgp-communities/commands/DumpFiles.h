@@ -13,7 +13,7 @@
 
 namespace BgpCommunities {
 
-/** The result of reading dumps. */
+/// The result of reading dumps.
 struct DumpResult {
     std::uint64_t files = 0; // opened successfully
     MrtCounts counts;        // of all files
@@ -21,22 +21,20 @@ struct DumpResult {
 };
 
 inline constexpr std::string_view addPathValues[] = {"yes", "no", "auto"};
-/** Option of every command that reads dumps. Its default value is "yes". */
+/// Option of every command that reads dumps. Its default value is "yes".
 inline constexpr Option addPathOption = {"--add-path", Takes::optional, addPathValues};
 
-/** The dumps to read. Refers to the arguments of the process. */
+/// The dumps to read. Refers to the arguments of the process.
 struct DumpInput {
     std::span<std::string_view const> files; // at least one; "-" is standard input
     AddPath addPath = AddPath::automatic;
 
-    /** Takes the files from the operands, or standard input without operands. Throws UsageError if
-       that is a terminal. */
+    /// Takes the files from the operands, or standard input without operands. Throws UsageError if
+    /// that is a terminal.
     explicit DumpInput(Arguments const& arguments);
 };
 
-/**
- * Reads dumps in order. Problems are reported on standard error; reading continues.
- */
+/// Reads dumps in order. Problems are reported on standard error; reading continues.
 DumpResult readDumps(DumpInput const& input, DumpHandler& handler);
 
 } // namespace BgpCommunities

@@ -30,17 +30,15 @@ namespace {
 
 using Batch = std::unique_ptr<RecordBatch>;
 
-/** The next task of a thread: a batch to parse, a dump to split, or none at the end. */
+/// The next task of a thread: a batch to parse, a dump to split, or none at the end.
 struct Task {
     Batch batch;
     std::optional<std::size_t> dump;
 };
 
-/**
- * The state shared by the threads of one run.
- *
- * Owns the batches that no thread is processing. Thread-safe: one mutex guards all members.
- */
+/// The state shared by the threads of one run.
+///
+/// Owns the batches that no thread is processing. Thread-safe: one mutex guards all members.
 class DumpWork {
   public:
     DumpWork(DumpInput const& input, std::size_t jobs, ProblemLog& log)
@@ -55,29 +53,29 @@ class DumpWork {
 
     AddPath addPath() const { return input_.addPath; }
 
-    /** Waits for the next task. The caller of a dump's task must submit all batches of the dump. */
+    /// Waits for the next task. The caller of a dump's task must submit all batches of the dump.
     Task next();
     Batch emptyBatch();
     OctetBudget& budget() { return budget_; }
 
-    /** The number of threads that may decompress one dump. */
+    /// The number of threads that may decompress one dump.
     unsigned decompressors() const {
         return static_cast<unsigned>(jobs_ / std::min(mostReaders_, input_.files.size()));
     }
 
-    /** Adds a batch to the queue. */
+    /// Adds a batch to the queue.
     void submit(Batch batch);
-    /** Returns a batch to parse now if the queue is over its limit; otherwise none. */
+    /// Returns a batch to parse now if the queue is over its limit; otherwise none.
     Batch overdue();
     void handleOpened();
     void handleRead(Batch batch, ProblemLog& problems);
     void show(std::size_t dump, InputStream const& input, Progress::Clock::time_point begun);
-    /** Makes all threads end. Keeps the first exception. */
+    /// Makes all threads end. Keeps the first exception.
     void fail(std::exception_ptr failure);
     bool failed() const;
 
-    /** Returns the number of opened files; rethrows the exception passed to `fail()`. REQUIRES: all
-       threads have ended. */
+    /// Returns the number of opened files; rethrows the exception passed to `fail()`. REQUIRES: all
+    /// threads have ended.
     std::uint64_t opened() const;
 
   private:
@@ -208,18 +206,16 @@ std::uint64_t DumpWork::opened() const {
     return opened_;
 }
 
-/**
- * Splits a dump into batches, in one thread.
- *
- * Owns the input; does not own the work. Thread-compatible.
- */
+/// Splits a dump into batches, in one thread.
+///
+/// Owns the input; does not own the work. Thread-compatible.
 class DumpCutter {
   public:
     DumpCutter(DumpWork& work, std::size_t dump)
       : work_(work)
       , dump_(dump) {}
 
-    /** Returns the next batch. REQUIRES: the last one has not been returned. */
+    /// Returns the next batch. REQUIRES: the last one has not been returned.
     Batch next() {
         Batch batch = work_.emptyBatch();
         batch->begin(dump_, sequence_++);
@@ -231,7 +227,7 @@ class DumpCutter {
         return batch;
     }
 
-    /** The last batch has a large record, whose share of the budget is held until the next call. */
+    /// The last batch has a large record, whose share of the budget is held until the next call.
     [[nodiscard]] bool holdsLarge() const { return records_ && records_->holdsLarge(); }
 
   private:
@@ -261,7 +257,7 @@ class DumpCutter {
     MrtRecord record_; // the current one
 };
 
-/** The work of one thread. Owns its counters; does not own the handler. Thread-compatible. */
+/// The work of one thread. Owns its counters; does not own the handler. Thread-compatible.
 class Worker {
   public:
     Worker(DumpWork& work, DumpHandler& handler)
@@ -319,7 +315,7 @@ class Worker {
     MrtCounts counts_;
 };
 
-/** Runs the first worker in this thread, and each other one in a new thread. */
+/// Runs the first worker in this thread, and each other one in a new thread.
 void runAll(DumpWork& work, std::deque<Worker>& workers) {
     std::vector<std::jthread> threads;
     try {

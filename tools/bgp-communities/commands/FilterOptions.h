@@ -34,7 +34,7 @@ inline constexpr auto kindNames = [] {
     return names;
 }();
 
-/** Returns the filter given by the options. Throws UsageError. */
+/// Returns the filter given by the options. Throws UsageError.
 RouteFilter routeFilter(Arguments const& arguments);
 
 } // namespace BgpCommunities

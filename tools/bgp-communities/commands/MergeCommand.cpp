@@ -33,7 +33,7 @@ examples:
   bgp-communities merge --out shm:/lists monday.store tuesday.store
 )";
 
-/** Adds a store to the sums. Returns false if it cannot be read, after reporting the error. */
+/// Adds a store to the sums. Returns false if it cannot be read, after reporting the error.
 bool addStore(Agent& agent, std::string const& store,
               std::vector<std::unique_ptr<ListUses>>& sums) try {
     auto const lists = storedLists(agent, store);

@@ -9,21 +9,19 @@
 
 namespace BgpCommunities {
 
-/**
- * Sorts the problems of batches, which are parsed in any order, into the order of the dumps.
- *
- * Owns the problems that must wait; does not own the log. Keeps at most as many problems per dump
- * as the log reports: a few of each kind, or all if verbose. Thread-compatible.
- */
+/// Sorts the problems of batches, which are parsed in any order, into the order of the dumps.
+///
+/// Owns the problems that must wait; does not own the log. Keeps at most as many problems per dump
+/// as the log reports: a few of each kind, or all if verbose. Thread-compatible.
 class OrderedProblems {
   public:
     OrderedProblems(std::size_t dumps, ProblemLog& log);
 
-    /** The first dump that is not completely parsed. */
+    /// The first dump that is not completely parsed.
     [[nodiscard]] std::size_t current() const { return current_; }
 
-    /** Takes the problems of a batch. `place` is its position in the dump, from 0; `last` is true
-       for the last batch. */
+    /// Takes the problems of a batch. `place` is its position in the dump, from 0; `last` is true
+    /// for the last batch.
     void handleRead(std::size_t dump, std::uint64_t place, bool last, ProblemLog& problems);
 
   private:

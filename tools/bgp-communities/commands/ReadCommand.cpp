@@ -127,7 +127,7 @@ examples:
   bgp-communities read --format tsv rib.bz2 | cut -f 7,14
 )";
 
-/** Thrown by the handler through the reader when --limit routes have been printed. */
+/// Thrown by the handler through the reader when --limit routes have been printed.
 class LimitReached {};
 
 RouteFormat routeFormat(Arguments const& arguments) {
@@ -143,11 +143,9 @@ RouteFormat routeFormat(Arguments const& arguments) {
                      "\": expected text, json or tsv");
 }
 
-/**
- * A run of `read`: applies the filter to each route and prints it.
- *
- * Owns the tables and the caches; does not own the output. Reactor thread, like its agent.
- */
+/// A run of `read`: applies the filter to each route and prints it.
+///
+/// Owns the tables and the caches; does not own the output. Reactor thread, like its agent.
 class RoutePrinter final : public DumpHandler {
   public:
     RoutePrinter(Arguments const& arguments, Output& output)
@@ -199,7 +197,7 @@ class RoutePrinter final : public DumpHandler {
   private:
     using Event = RouteLine::Event;
 
-    /** Starts routes with these attributes and no lists. */
+    /// Starts routes with these attributes and no lists.
     void begin(RouteAttributes const& attributes) {
         attributes_ = attributes;
         asPath_.clear();
@@ -211,7 +209,7 @@ class RoutePrinter final : public DumpHandler {
         hasList_ = false;
     }
 
-    /** Starts announced routes with their attributes; returns false if the filter rejects them. */
+    /// Starts announced routes with their attributes; returns false if the filter rejects them.
     template <class Source>
     bool beginAnnounced(Source const& source) {
         if (!filter_.admitsAnnounced()) {

@@ -8,7 +8,7 @@
 
 namespace BgpCommunities {
 
-/** The content of a report. */
+/// The content of a report.
 struct ReportContent {
     std::vector<std::string> files; // as given on the command line
     StatsSections sections;         // grouped by peer, AS, family and hour
@@ -17,10 +17,8 @@ struct ReportContent {
     std::size_t top = 0;            // maximum rows of a table
 };
 
-/**
- * Returns a self-contained HTML page: SVG charts, tables, light and dark styles, and an optional
- * script that sorts tables. Untrusted text is escaped.
- */
+/// Returns a self-contained HTML page: SVG charts, tables, light and dark styles, and an optional
+/// script that sorts tables. Untrusted text is escaped.
 std::string reportPage(ReportContent const& content);
 
 } // namespace BgpCommunities

@@ -43,7 +43,7 @@ examples:
   bgp-communities roundtrip --json rib.bz2
 )";
 
-/** Encodes the distinct members of a value in ascending order, independently of the library. */
+/// Encodes the distinct members of a value in ascending order, independently of the library.
 std::string expectedEncoding(CommunityKind kind, Octets value) {
     std::size_t const size = traitsOf(kind).memberOctets;
     std::string_view const octets(reinterpret_cast<char const*>(value.data()), value.size());
@@ -68,7 +68,7 @@ std::string expectedEncoding(CommunityKind kind, Octets value) {
     return wire;
 }
 
-/** Decodes an attribute and serializes its list, if accepted. */
+/// Decodes an attribute and serializes its list, if accepted.
 Routing::Bgp::AttributeVerdict rewrite(Agent const& agent, CommunityAttribute const& attribute,
                                        Mox::String& written) {
     Routing::Bgp::AttributeVerdict verdict{};
@@ -82,11 +82,9 @@ Routing::Bgp::AttributeVerdict rewrite(Agent const& agent, CommunityAttribute co
     return verdict;
 }
 
-/**
- * Compares every attribute in the dumps with its serialized list.
- *
- * Owns the agent; releases each list after its comparison. Thread-compatible.
- */
+/// Compares every attribute in the dumps with its serialized list.
+///
+/// Owns the agent; releases each list after its comparison. Thread-compatible.
 class RoundTrip final : public DumpHandler {
   public:
     using DumpHandler::DumpHandler;

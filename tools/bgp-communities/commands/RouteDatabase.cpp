@@ -18,7 +18,7 @@ std::int64_t microseconds(RecordPosition const& at) {
     return std::int64_t{at.seconds} * 1000000 + at.microseconds;
 }
 
-/** Inserts a dump; `finish()` completes its columns. */
+/// Inserts a dump; `finish()` completes its columns.
 std::int64_t insertDump(Database& database) {
     Statement(database, "INSERT INTO dumps (name, digest, records, routes, malformed)"
                         " VALUES ('', '', 0, 0, 0)")
@@ -123,7 +123,7 @@ void RouteInserter::handleLists(RibEntry const& entry, ListSet const& lists) {
     insert(eventOf(entry, "table", lists), entry.route);
 }
 
-/** Returns the columns of a route with attributes, and reports its malformed attributes. */
+/// Returns the columns of a route with attributes, and reports its malformed attributes.
 template <class Carrier>
 RouteInserter::Event RouteInserter::eventOf(Carrier const& carrier, std::string_view name,
                                             ListSet const& lists) {
@@ -169,7 +169,7 @@ void RouteInserter::insert(Event const& event, Route const& route) {
 
 // ---- Errors -------------------------------------------------------------------------------------
 
-/** Finds the malformed attributes, and those of communities without a list: they were refused. */
+/// Finds the malformed attributes, and those of communities without a list: they were refused.
 template <class Carrier>
 void RouteInserter::findErrors(Carrier const& carrier, Event const& event) {
     reportFaults(carrier.at, event.attributes);

@@ -19,30 +19,28 @@
 
 namespace BgpCommunities {
 
-/** Creates the tables in an empty database. Throws DatabaseError if the database has other tables
-   or another schema version. */
+/// Creates the tables in an empty database. Throws DatabaseError if the database has other tables
+/// or another schema version.
 void prepareRouteDatabase(Database& database);
 
-/**
- * Inserts the routes of one dump into a database.
- *
- * Each distinct AS path, list and community is inserted once and looked up by its octets; those of
- * earlier dumps get the meanings of this dictionary. Database and agent are not owned. Handlers
- * throw DatabaseError. Thread-compatible. REQUIRES: a transaction is open.
- */
+/// Inserts the routes of one dump into a database.
+///
+/// Each distinct AS path, list and community is inserted once and looked up by its octets; those of
+/// earlier dumps get the meanings of this dictionary. Database and agent are not owned. Handlers
+/// throw DatabaseError. Thread-compatible. REQUIRES: a transaction is open.
 class RouteInserter final : public ListCounter {
   public:
-    /** `dictionary` is not owned. */
+    /// `dictionary` is not owned.
     RouteInserter(Database& database, Agent& agent, Dictionary const& dictionary, bool verbose);
 
-    /** Completes the row of the dump after it was read. If the database already has this dump,
-       returns its name; the caller must then roll back. */
+    /// Completes the row of the dump after it was read. If the database already has this dump,
+    /// returns its name; the caller must then roll back.
     std::optional<std::string> finish(std::string_view name, std::uint64_t records, bool malformed);
 
     [[nodiscard]] std::int64_t routes() const { return inserted_; }
 
   private:
-    /** The columns of a route other than the route itself. */
+    /// The columns of a route other than the route itself.
     struct Event {
         RecordPosition const& at;
         Peer const& peer;

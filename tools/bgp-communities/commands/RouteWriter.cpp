@@ -8,7 +8,7 @@ namespace BgpCommunities {
 
 namespace {
 
-/** The events as abbreviated by bgpdump, and in JSON. */
+/// The events as abbreviated by bgpdump, and in JSON.
 constexpr char eventLetters[] = {'A', 'W', 'B'};
 constexpr std::string_view eventNames[] = {"announced", "withdrawn", "table"};
 
@@ -34,14 +34,14 @@ void appendAddress(std::string& out, IpAddress const& address) {
     }
 }
 
-/** "!02ff (truncated AS path segment)" */
+/// "!02ff (truncated AS path segment)"
 void appendFault(std::string& out, AttributeFault const& fault) {
     out += '!';
     appendHex(out, fault.value);
     out.append(" (").append(fault.reason).append(")");
 }
 
-/** Appends the fault of an attribute if its value is malformed; returns whether it is. */
+/// Appends the fault of an attribute if its value is malformed; returns whether it is.
 bool appendFault(std::string& out, RouteAttributes const& attributes, std::uint8_t type) {
     for (AttributeFault const& fault : attributes.faults()) {
         if (fault.type == type && !fault.truncated) {
@@ -52,12 +52,12 @@ bool appendFault(std::string& out, RouteAttributes const& attributes, std::uint8
     return false;
 }
 
-/** Appends "; " between the parts of a column that begins at this offset. */
+/// Appends "; " between the parts of a column that begins at this offset.
 void separate(std::string& out, std::size_t begin) {
     out += out.size() == begin ? "" : "; ";
 }
 
-/** Appends the faults of attributes without a column of text to a column. */
+/// Appends the faults of attributes without a column of text to a column.
 void appendOtherFaults(std::string& out, std::size_t begin, RouteAttributes const& attributes) {
     for (AttributeFault const& fault : attributes.faults()) {
         if (fault.truncated || fault.type > AttributeType::localPref) {
@@ -68,7 +68,7 @@ void appendOtherFaults(std::string& out, std::size_t begin, RouteAttributes cons
     }
 }
 
-/** Appends the notes of the lists, separated by "; ". */
+/// Appends the notes of the lists, separated by "; ".
 void appendNotes(std::string& out, RouteTexts const& lists) {
     std::size_t const begin = out.size();
     for (ListText const* const list : lists) {
@@ -79,14 +79,14 @@ void appendNotes(std::string& out, RouteTexts const& lists) {
     }
 }
 
-/** Writes columns separated by tabs; an empty column becomes "-". */
+/// Writes columns separated by tabs; an empty column becomes "-".
 class Columns {
   public:
     explicit Columns(std::string& out)
       : out_(out)
       , begin_(out.size()) {}
 
-    /** Starts the next column; append its content to the result. */
+    /// Starts the next column; append its content to the result.
     std::string& begin() {
         if (!first_) {
             end();
@@ -99,7 +99,7 @@ class Columns {
 
     std::string& text() { return out_; }
 
-    /** Ends the last column. */
+    /// Ends the last column.
     void end() { out_ += out_.size() == begin_ ? "-" : ""; }
 
   private:
@@ -108,7 +108,7 @@ class Columns {
     bool first_ = true;
 };
 
-/** Appends AS path, origin, next hop, MED and local preference. */
+/// Appends AS path, origin, next hop, MED and local preference.
 void appendTextAttributes(Columns& columns, RouteLine const& line) {
     RouteAttributes const& attributes = line.attributes;
     if (!appendFault(columns.begin(), attributes, AttributeType::asPath)) {
@@ -213,7 +213,7 @@ void RouteWriter::writeTsv(RouteLine const& line) {
     next() += line.sentByUs ? "1" : "";
 }
 
-/** "2 !02ff (truncated AS path segment); 16 !0002 (length 2 is not a multiple of 8)" */
+/// "2 !02ff (truncated AS path segment); 16 !0002 (length 2 is not a multiple of 8)"
 void RouteWriter::appendErrors(RouteLine const& line) {
     std::string& out = output_.text();
     std::size_t const column = out.size();
@@ -236,7 +236,7 @@ void RouteWriter::appendErrors(RouteLine const& line) {
 
 namespace {
 
-/** Writes the members of the JSON object of a route. */
+/// Writes the members of the JSON object of a route.
 class RouteObject {
   public:
     RouteObject(JsonWriter& json, std::string& text)

@@ -12,10 +12,10 @@
 
 namespace BgpCommunities {
 
-/** The lists of a route to print, by CommunityKind; null if none. */
+/// The lists of a route to print, by CommunityKind; null if none.
 using RouteTexts = std::array<ListText const*, communityKinds>;
 
-/** The content of a line of `read`. Members are not owned. */
+/// The content of a line of `read`. Members are not owned.
 struct RouteLine {
     enum class Event : std::uint8_t { announced, withdrawn, table };
 
@@ -31,23 +31,21 @@ struct RouteLine {
     std::string_view peerFields = {}; // more about the peer, as fields of JSON
 };
 
-/**
- * Writes the lines of `read`, one per route, as text, TSV or JSON.
- *
- * Does not own the output. Thread-compatible.
- */
+/// Writes the lines of `read`, one per route, as text, TSV or JSON.
+///
+/// Does not own the output. Thread-compatible.
 class RouteWriter {
   public:
     RouteWriter(RouteFormat format, Output& output)
       : format_(format)
       , output_(output) {}
 
-    /** Sets the file name for the following lines. */
+    /// Sets the file name for the following lines.
     void startFile(std::string_view name);
-    /** The same as fields of JSON. */
+    /// The same as fields of JSON.
     void setSource(std::string_view fields) { source_ = fields; }
 
-    /** Writes the header line of TSV; nothing in other formats. */
+    /// Writes the header line of TSV; nothing in other formats.
     void writeHeader();
     void write(RouteLine const& line);
 

@@ -50,13 +50,12 @@ examples:
   bgp-communities show --json --follow shm:/lists
 )";
 
-/** The lists of one kind in a store. */
+/// The lists of one kind in a store.
 class StoredLists {
   public:
     virtual ~StoredLists() = default;
 
-    /** Rebuilds the lists; returns false if the store has none of this kind. Throws
-       StoreException. */
+    /// Rebuilds the lists; returns false if the store has none of this kind. Throws StoreException.
     virtual bool rebuild(StoreManager& store) = 0;
     virtual void print(Output& output) = 0;
     virtual void printJson(Output& output, std::uint64_t generation) = 0;
@@ -111,10 +110,8 @@ class StoredListsOf final : public StoredLists {
     ListFormatter<Kind> formatter_;
 };
 
-/**
- * All lists of a store, rebuilt in the memory of this process: a consistent snapshot, even if the
- * store is replaced meanwhile. Throws StoreException.
- */
+/// All lists of a store, rebuilt in the memory of this process: a consistent snapshot, even if the
+/// store is replaced meanwhile. Throws StoreException.
 class RebuiltStore {
   public:
     RebuiltStore(std::string const& name, Dictionary const& dictionary)

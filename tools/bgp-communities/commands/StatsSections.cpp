@@ -26,7 +26,7 @@ Counts wholeCounts(DumpResult const& result, std::uint64_t routes) {
     };
 }
 
-/** The octets of communities as sent, and in memory. */
+/// The octets of communities as sent, and in memory.
 struct Sizes {
     std::uint64_t sent = 0;
     std::uint64_t objects = 0;

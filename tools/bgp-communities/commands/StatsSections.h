@@ -13,7 +13,7 @@
 
 namespace BgpCommunities {
 
-/** The options of `stats`. */
+/// The options of `stats`.
 struct StatsOptions {
     static constexpr std::size_t defaultTop = 10;
 
@@ -22,22 +22,20 @@ struct StatsOptions {
     Dictionary dictionary;
 };
 
-/** A row of a grouping. */
+/// A row of a grouping.
 struct StatsGroup {
     GroupCounts group;
     NamedCounts named;
 };
 
-/** The groups of one grouping. */
+/// The groups of one grouping.
 struct StatsGrouping {
     GroupBy by;
     std::uint64_t groups = 0;     // total number
     std::vector<StatsGroup> rows; // the first ones; all hours
 };
 
-/**
- * The results of `stats` and `report`, in the order of their output.
- */
+/// The results of `stats` and `report`, in the order of their output.
 struct StatsSections {
     Counts whole;
     std::vector<NamedCounts> kinds;     // by CommunityKind
@@ -52,7 +50,7 @@ struct StatsSections {
 StatsSections statsSections(DumpResult const& result, RouteTally const& tally,
                             StatsOptions const& options, double seconds);
 
-/** "2024-01-01T12:00:00Z" */
+/// "2024-01-01T12:00:00Z"
 std::string hourText(std::uint32_t hour);
 
 } // namespace BgpCommunities

@@ -20,16 +20,16 @@ constexpr unsigned magicBits = 48;
 constexpr unsigned checksumBits = 32;
 constexpr std::string_view wrongData = "incorrect data check";
 
-/** 900,000 symbols of at most 20 bits, and their tables. */
+/// 900,000 symbols of at most 20 bits, and their tables.
 constexpr std::uint64_t maxBlockBits = std::uint64_t{8} * (5U << 19);
 
-/** How much of a block a thread decodes in advance; most blocks fit. A block of runs can expand to
-   46 MB. */
+/// How much of a block a thread decodes in advance; most blocks fit. A block of runs can expand to
+/// 46 MB.
 constexpr std::size_t firstOctets = 1U << 20;
 
-/** Indexed by the sixth of the last eight octets read: the bit set of shifts (0 to 7 bits before
-   the end of the eighth) at which a magic may end. The sixth octet is inside the magic at every
-   shift. */
+/// Indexed by the sixth of the last eight octets read: the bit set of shifts (0 to 7 bits before
+/// the end of the eighth) at which a magic may end. The sixth octet is inside the magic at every
+/// shift.
 constexpr std::array<std::uint8_t, 256> magicShifts = [] {
     std::array<std::uint8_t, 256> shifts{};
     for (std::uint64_t const magic : {blockMagic, endMagic}) {
@@ -47,11 +47,9 @@ constexpr std::uint64_t lowBits(std::uint64_t value, unsigned count) {
 
 } // namespace
 
-/**
- * One block, decoded as a member of its own, or octet by octet if its end is unknown.
- *
- * Thread-compatible; `state` is guarded by the mutex of the decoder.
- */
+/// One block, decoded as a member of its own, or octet by octet if its end is unknown.
+///
+/// Thread-compatible; `state` is guarded by the mutex of the decoder.
 class Bzip2Blocks::Block {
   public:
     enum class State : std::uint8_t { waiting, running, done };
@@ -66,7 +64,7 @@ class Bzip2Blocks::Block {
     Block(Block const&) = delete;
     Block& operator=(Block const&) = delete;
 
-    /** Decodes the first octets of the block, or none on any error. */
+    /// Decodes the first octets of the block, or none on any error.
     void decode() noexcept {
         try {
             start();
@@ -80,8 +78,8 @@ class Bzip2Blocks::Block {
         }
     }
 
-    /** Feeds one octet of a block whose end is unknown. Returns false when the block is complete or
-       damaged. */
+    /// Feeds one octet of a block whose end is unknown. Returns false when the block is complete or
+    /// damaged.
     bool feed(std::uint8_t octet) {
         if (!open_) {
             open_ = true;
@@ -93,7 +91,7 @@ class Bzip2Blocks::Block {
         return filled_ == 0 && !damaged_;
     }
 
-    /** Reads decoded octets into `out`; returns how many, 0 at the end. */
+    /// Reads decoded octets into `out`; returns how many, 0 at the end.
     std::size_t read(std::span<std::uint8_t> out) {
         if (taken_ < filled_) {
             std::size_t const count = std::min(out.size(), filled_ - taken_);
@@ -104,7 +102,7 @@ class Bzip2Blocks::Block {
         return started_ ? step(out) : 0;
     }
 
-    /** After `read()` returned 0: the block is damaged, or ends before its piece does. */
+    /// After `read()` returned 0: the block is damaged, or ends before its piece does.
     [[nodiscard]] bool damaged() const { return damaged_; }
 
   private:
@@ -198,7 +196,7 @@ void Bzip2Blocks::finishBlock() {
     current_.block.reset();
 }
 
-/** Takes the next piece; returns false after the last one. */
+/// Takes the next piece; returns false after the last one.
 bool Bzip2Blocks::nextPiece() {
     splitMore();
     if (pieces_.empty()) {
@@ -236,7 +234,7 @@ bool Bzip2Blocks::nextPiece() {
     return true;
 }
 
-/** Waits until the block is decoded; decodes it here if no thread has started on it. */
+/// Waits until the block is decoded; decodes it here if no thread has started on it.
 void Bzip2Blocks::await(std::shared_ptr<Block> const& block) {
     if (!block) {
         return;
@@ -251,7 +249,7 @@ void Bzip2Blocks::await(std::shared_ptr<Block> const& block) {
     changed_.wait(lock, [&] { return block->state == Block::State::done; });
 }
 
-/** Decodes a block whose end was not found or was wrong, and resumes splitting at its real end. */
+/// Decodes a block whose end was not found or was wrong, and resumes splitting at its real end.
 std::shared_ptr<Bzip2Blocks::Block> Bzip2Blocks::decodeAgain(Piece const& piece) {
     auto block = std::make_shared<Block>(std::vector<std::uint8_t>());
     for (std::uint8_t const octet :
@@ -280,7 +278,7 @@ std::shared_ptr<Bzip2Blocks::Block> Bzip2Blocks::decodeAgain(Piece const& piece)
     return block;
 }
 
-/** Resumes after a block that ends in the octet before `blockEnd`. */
+/// Resumes after a block that ends in the octet before `blockEnd`.
 void Bzip2Blocks::resumeSplitting(std::uint64_t blockEnd) {
     pieces_.clear();
     {
@@ -329,7 +327,7 @@ void Bzip2Blocks::splitOne() {
     }
 }
 
-/** Starts to split the member at `octet`; ends the splitting if there is no member. */
+/// Starts to split the member at `octet`; ends the splitting if there is no member.
 void Bzip2Blocks::enterMember(std::uint64_t octet) {
     nextBit_ = (octet + 4) * 8;
     bool const whole = ensure((octet + longestMagic) * 8);
@@ -366,7 +364,7 @@ void Bzip2Blocks::pushBlock(std::uint64_t bit, std::optional<std::uint64_t> end)
     changed_.notify_all();
 }
 
-/** Returns the bits as a member of their own, with a header, an end magic and a checksum. */
+/// Returns the bits as a member of their own, with a header, an end magic and a checksum.
 std::vector<std::uint8_t> Bzip2Blocks::makeMember(std::uint64_t begin, std::uint64_t end) const {
     std::vector<std::uint8_t> member;
     member.reserve((end - begin) / 8 + 20);
@@ -395,7 +393,7 @@ std::vector<std::uint8_t> Bzip2Blocks::makeMember(std::uint64_t begin, std::uint
     return member;
 }
 
-/** Finds the first magic at or after `bit`, within the longest possible block. */
+/// Finds the first magic at or after `bit`, within the longest possible block.
 std::optional<std::uint64_t> Bzip2Blocks::findMagic(std::uint64_t bit) {
     std::uint64_t const last = bit + maxBlockBits;
     std::uint64_t window = 0; // the last eight octets
@@ -414,7 +412,7 @@ std::optional<std::uint64_t> Bzip2Blocks::findMagic(std::uint64_t bit) {
     return std::nullopt;
 }
 
-/** Reads the source up to `bit`; returns false if it ends before. */
+/// Reads the source up to `bit`; returns false if it ends before.
 bool Bzip2Blocks::ensure(std::uint64_t bit) {
     while (bitsRead() < bit) {
         Octets const more = source_.peek(1);
@@ -427,7 +425,7 @@ bool Bzip2Blocks::ensure(std::uint64_t bit) {
     return true;
 }
 
-/** Returns `count` bits, at most 57; bits that are not in the buffer are zero. */
+/// Returns `count` bits, at most 57; bits that are not in the buffer are zero.
 std::uint64_t Bzip2Blocks::bits(std::uint64_t bit, unsigned count) const {
     std::uint64_t window = 0;
     std::size_t const first = bit / 8 - rawOffset_;
@@ -448,8 +446,8 @@ void Bzip2Blocks::dropBefore(std::uint64_t bit) {
     rawOffset_ += octets;
 }
 
-/** Starts another thread, up to the limit. If that fails, the other threads or the caller decode
-   the blocks. */
+/// Starts another thread, up to the limit. If that fails, the other threads or the caller decode
+/// the blocks.
 void Bzip2Blocks::startThread() {
     if (threads_.size() < maxThreads_) {
         try {

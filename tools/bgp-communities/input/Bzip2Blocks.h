@@ -16,22 +16,20 @@
 
 namespace BgpCommunities {
 
-/**
- * Decompresses bzip2 in several threads; the blocks of a member are independent.
- *
- *     member: "BZh" level | blocks, not aligned to octets | end magic (48 bits) | checksum (32),
- * pad block:  block magic (48 bits) | checksum (32) | ...
- *
- * A block has no length field; it ends before the next block magic or end magic. The 48 bits of a
- * magic may also occur inside a block. The input is therefore split before each magic, and each
- * piece is decoded as a member of its own. A piece that fails to decode is decoded again in the
- * calling thread, from its first bit and without a known end: libbz2 stops at the real end of the
- * block, and splitting resumes there. Output, order and error reports are the same as with a single
- * decompressor.
- *
- * Owns its threads and starts the first one at the second block. Memory is bounded: a few
- * compressed blocks per thread, and the first decompressed octets of each. Thread-compatible.
- */
+/// Decompresses bzip2 in several threads; the blocks of a member are independent.
+///
+///     member: "BZh" level | blocks, not aligned to octets | end magic (48 bits) | checksum (32),
+/// pad block:  block magic (48 bits) | checksum (32) | ...
+///
+/// A block has no length field; it ends before the next block magic or end magic. The 48 bits of a
+/// magic may also occur inside a block. The input is therefore split before each magic, and each
+/// piece is decoded as a member of its own. A piece that fails to decode is decoded again in the
+/// calling thread, from its first bit and without a known end: libbz2 stops at the real end of the
+/// block, and splitting resumes there. Output, order and error reports are the same as with a
+/// single decompressor.
+///
+/// Owns its threads and starts the first one at the second block. Memory is bounded: a few
+/// compressed blocks per thread, and the first decompressed octets of each. Thread-compatible.
 class Bzip2Blocks final : public MemberDecoder {
   public:
     Bzip2Blocks(InputSource& source, unsigned threads);
@@ -42,7 +40,7 @@ class Bzip2Blocks final : public MemberDecoder {
   private:
     class Block;
 
-    /** A piece of the input. */
+    /// A piece of the input.
     struct Piece {
         enum class Kind : std::uint8_t { block, memberEnd, truncated, damaged, trailing };
 

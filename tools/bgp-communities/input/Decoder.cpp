@@ -45,7 +45,7 @@ bool MemberDecoder::enterMember() {
     return true;
 }
 
-/** Consumes zeros up to the next non-zero octet; returns how many. */
+/// Consumes zeros up to the next non-zero octet; returns how many.
 std::uint64_t MemberDecoder::skipZeros() {
     for (std::uint64_t skipped = 0;;) {
         Octets const in = source_.peek(1);
@@ -84,7 +84,7 @@ void MemberDecoder::reportTrailing(std::uint64_t more) {
 
 namespace {
 
-/** Whether `head` and `magic` are equal up to the length of the shorter one. */
+/// Whether `head` and `magic` are equal up to the length of the shorter one.
 bool sharePrefix(Octets head, Octets magic) {
     std::size_t const count = std::min(head.size(), magic.size());
     return std::equal(head.begin(), head.begin() + static_cast<std::ptrdiff_t>(count),
@@ -120,14 +120,14 @@ bool startsSkippableZstd(Octets head) {
     return !head.empty() && head[0] >> 4 == 5 && sharePrefix(head.subspan(1), skippableMagic);
 }
 
-/** Whether a file starts with a skippable frame, as written by pzstd. An MRT timestamp from August
-    2012 on has the same magic. The next octet differs: the low octet of the frame size, or the high
-    octet of the record type, which is 0. */
+/// Whether a file starts with a skippable frame, as written by pzstd. An MRT timestamp from August
+/// 2012 on has the same magic. The next octet differs: the low octet of the frame size, or the high
+/// octet of the record type, which is 0.
 bool startsZstdBySkipping(Octets head) {
     return startsSkippableZstd(head) && (head.size() <= 4 || head[4] != 0);
 }
 
-/** zlib and libbz2 count in `unsigned int`, so at most 1 GB is passed at a time. */
+/// zlib and libbz2 count in `unsigned int`, so at most 1 GB is passed at a time.
 unsigned int chunkOf(std::size_t size) {
     return static_cast<unsigned int>(std::min<std::size_t>(size, 1U << 30));
 }
@@ -304,7 +304,7 @@ class ZstdDecoder final : public MemberDecoder {
     ZSTD_DStream* stream_;
 };
 
-/** A compression format. */
+/// A compression format.
 struct Format {
     std::size_t minOctets; // of a head that identifies the format
     bool (*starts)(Octets head);

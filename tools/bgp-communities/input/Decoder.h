@@ -12,8 +12,8 @@
 
 namespace BgpCommunities {
 
-/** Decodes the octets of a file. This base class is for plain files and passes them through. Does
-   not own the source. Thread-compatible. */
+/// Decodes the octets of a file. This base class is for plain files and passes them through. Does
+/// not own the source. Thread-compatible.
 class Decoder {
   public:
     explicit Decoder(InputSource& source)
@@ -23,10 +23,10 @@ class Decoder {
     Decoder(Decoder const&) = delete;
     Decoder& operator=(Decoder const&) = delete;
 
-    /** See InputStream::read(). */
+    /// See InputStream::read().
     virtual std::size_t read(std::span<std::uint8_t> out) { return source_.read(out); }
 
-    /** See InputStream::damage(). */
+    /// See InputStream::damage().
     [[nodiscard]] std::string const& damage() const { return damage_; }
 
   protected:
@@ -34,12 +34,10 @@ class Decoder {
     std::string damage_;
 };
 
-/**
- * Decodes a file of one or more compressed members.
- *
- * Iterates over the members and reports truncation, damage and trailing data. Derived classes
- * recognise, start and decompress a member of their format.
- */
+/// Decodes a file of one or more compressed members.
+///
+/// Iterates over the members and reports truncation, damage and trailing data. Derived classes
+/// recognise, start and decompress a member of their format.
 class MemberDecoder : public Decoder {
   public:
     MemberDecoder(InputSource& source, std::string_view format)
@@ -59,16 +57,16 @@ class MemberDecoder : public Decoder {
     [[nodiscard]] virtual bool startsMember(Octets head) const = 0;
     virtual void startMember() = 0;
 
-    /** Whether members may be followed by zeros as padding. */
+    /// Whether members may be followed by zeros as padding.
     [[nodiscard]] virtual bool mayBePadded() const { return false; }
 
-    /** Decompresses from `in` into `out`. Must consume or produce octets unless `in` is empty. */
+    /// Decompresses from `in` into `out`. Must consume or produce octets unless `in` is empty.
     virtual Step decompress(Octets in, std::span<std::uint8_t> out) = 0;
 
     // These report an input that does not end properly: they set `damage_`.
     void reportDamage(std::uint64_t offset, std::string_view fault);
     void reportTruncation();
-    /** Consumes the rest of the source; `more` octets before it are trailing data as well. */
+    /// Consumes the rest of the source; `more` octets before it are trailing data as well.
     void reportTrailing(std::uint64_t more = 0);
 
     [[nodiscard]] bool ended() const { return ended_; }
@@ -76,7 +74,7 @@ class MemberDecoder : public Decoder {
     void end() { ended_ = true; }
 
   private:
-    /** Returns false at the end of the file or at data that are not a member. */
+    /// Returns false at the end of the file or at data that are not a member.
     bool enterMember();
     std::uint64_t skipZeros();
 
@@ -85,14 +83,13 @@ class MemberDecoder : public Decoder {
     bool ended_ = false;
 };
 
-/** How many octets are needed to recognise any format. */
+/// How many octets are needed to recognise any format.
 inline constexpr std::size_t longestMagic = 10;
 
-/** Whether `head`, of at most `longestMagic` octets, may be the start of a bzip2 member. */
+/// Whether `head`, of at most `longestMagic` octets, may be the start of a bzip2 member.
 bool startsBzip2(Octets head);
 
-/** Returns a decoder for the format that the source starts with, using at most `threads`
-   threads. */
+/// Returns a decoder for the format that the source starts with, using at most `threads` threads.
 std::unique_ptr<Decoder> decoderFor(InputSource& source, unsigned threads);
 
 } // namespace BgpCommunities

@@ -9,11 +9,11 @@
 
 namespace BgpCommunities {
 
-/** Decodes hexadecimal digits of either case into `octets`. Returns an error message, empty on
-   success; on error, the content of `octets` is unspecified. */
+/// Decodes hexadecimal digits of either case into `octets`. Returns an error message, empty on
+/// success; on error, the content of `octets` is unspecified.
 std::string_view readHex(std::string_view digits, std::vector<std::uint8_t>& octets);
 
-/** Appends two lower-case digits for each octet. */
+/// Appends two lower-case digits for each octet.
 void appendHex(std::string& out, Octets octets);
 
 } // namespace BgpCommunities

@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::size_t tarBlockOctets = 512;
 
-/** Whether a block is a tar header: "ustar" at offset 257, and at 148 the octal sum of all octets,
-   with the sum field itself counted as blanks. */
+/// Whether a block is a tar header: "ustar" at offset 257, and at 148 the octal sum of all octets,
+/// with the sum field itself counted as blanks.
 bool isTarHeader(std::string_view block) {
     std::string_view const sumField = block.substr(148, 8);
     std::string_view digits =
@@ -27,8 +27,8 @@ bool isTarHeader(std::string_view block) {
     return block.substr(257, 5) == "ustar" && sum == stored;
 }
 
-/** "PK" 3 4, then the version of the format, little-endian. The first four octets may also be an
-   MRT timestamp of September 2012, but no record type looks like such a version. */
+/// "PK" 3 4, then the version of the format, little-endian. The first four octets may also be an
+/// MRT timestamp of September 2012, but no record type looks like such a version.
 bool isZipHeader(std::string_view head) {
     return head.size() >= 6 && head.starts_with("PK\x03\x04") && head[4] != 0 && head[5] == 0;
 }

@@ -42,7 +42,7 @@ bool LineReader::next() {
     return true;
 }
 
-/** Appends more input to the buffer; returns false at the end of the input. */
+/// Appends more input to the buffer; returns false at the end of the input.
 bool LineReader::fill() {
     buffer_.erase(0, begin_);
     end_ -= begin_;

@@ -8,31 +8,29 @@
 
 namespace BgpCommunities {
 
-/**
- * Reads an input line by line.
- *
- * Owns its buffer, which grows with the longest line up to `maxLineOctets`; does not own the input.
- * Thread-compatible.
- */
+/// Reads an input line by line.
+///
+/// Owns its buffer, which grows with the longest line up to `maxLineOctets`; does not own the
+/// input. Thread-compatible.
 class LineReader {
   public:
-    /** Far longer than any path attribute in hexadecimal. */
+    /// Far longer than any path attribute in hexadecimal.
     static constexpr std::size_t maxLineOctets = std::size_t{1} << 20;
 
     explicit LineReader(InputStream& input)
       : input_(input) {}
 
-    /** Reads the next line, without its "\n" or "\r\n"; returns false at the end of the input. The
-       line is invalidated by the next call. Throws InputError and whatever the function set by
-       InputStream::setBeforeWait() throws. */
+    /// Reads the next line, without its "\n" or "\r\n"; returns false at the end of the input. The
+    /// line is invalidated by the next call. Throws InputError and whatever the function set by
+    /// InputStream::setBeforeWait() throws.
     bool next();
 
     [[nodiscard]] std::string_view line() const { return line_; }
 
-    /** The number of this line, from 1. */
+    /// The number of this line, from 1.
     [[nodiscard]] std::uint64_t number() const { return number_; }
 
-    /** The line is longer than `maxLineOctets`; `line()` is only the start of it. */
+    /// The line is longer than `maxLineOctets`; `line()` is only the start of it.
     [[nodiscard]] bool isTooLong() const { return tooLong_; }
 
   private:

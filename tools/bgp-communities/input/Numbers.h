@@ -6,7 +6,7 @@
 
 namespace BgpCommunities {
 
-/** Appends a number in `base`, with lower-case digits. */
+/// Appends a number in `base`, with lower-case digits.
 template <std::integral Number>
 void appendNumber(std::string& out, Number value, int base = 10) {
     char digits[20]; // longest 64-bit number in base 10, with sign

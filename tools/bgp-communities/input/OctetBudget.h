@@ -6,18 +6,16 @@
 
 namespace BgpCommunities {
 
-/**
- * Limits the memory for large records, in octets, over all threads of a command.
- *
- * Thread-safe. A thread that holds a share must not wait for another, so all shares are returned.
- */
+/// Limits the memory for large records, in octets, over all threads of a command.
+///
+/// Thread-safe. A thread that holds a share must not wait for another, so all shares are returned.
 class OctetBudget {
   public:
     explicit OctetBudget(std::size_t octets)
       : left_(octets) {}
 
-    /** Waits until `octets` are available and takes them. REQUIRES: `octets` is at most the whole
-       budget, and the caller holds no share. */
+    /// Waits until `octets` are available and takes them. REQUIRES: `octets` is at most the whole
+    /// budget, and the caller holds no share.
     void take(std::size_t octets) {
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [&] { return octets <= left_; });

@@ -11,21 +11,19 @@
 
 namespace BgpCommunities {
 
-/**
- * Caches values computed from octets, keyed by the octets.
- *
- * Owns copies of keys and values; `Value::octets()` returns the memory that a value holds. A hit
- * allocates nothing. Memory is bounded: each key maps to one slot and evicts what is there, large
- * values are not cached, and the cache is cleared when it is full. Thread-compatible.
- */
+/// Caches values computed from octets, keyed by the octets.
+///
+/// Owns copies of keys and values; `Value::octets()` returns the memory that a value holds. A hit
+/// allocates nothing. Memory is bounded: each key maps to one slot and evicts what is there, large
+/// values are not cached, and the cache is cleared when it is full. Thread-compatible.
 template <class Value>
 class OctetCache {
   public:
     OctetCache()
       : slots_(slotCount) {}
 
-    /** Returns the cached value. On a miss, calls `make(Value&)` with a reused value, and caches
-       it. Invalidated by the next call. */
+    /// Returns the cached value. On a miss, calls `make(Value&)` with a reused value, and caches
+    /// it. Invalidated by the next call.
     template <class Make>
     Value const& find(Octets octets, Make const& make) {
         std::string_view const key(reinterpret_cast<char const*>(octets.data()), octets.size());

@@ -9,25 +9,23 @@ namespace BgpCommunities {
 
 using Octets = std::span<const std::uint8_t>;
 
-/** The octets of a string, such as a serialized attribute. */
+/// The octets of a string, such as a serialized attribute.
 inline Octets octetsOf(std::string_view text) {
     return {reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
 }
 
-/**
- * A cursor over untrusted octets; the only code of the program that accesses them directly.
- *
- * Owns nothing: the octets must outlive the reader and all spans that it returns.
- * Thread-compatible. Never reads out of bounds. A read past the end returns zero (or an empty
- * span), consumes the rest and makes `ok()` false permanently, so a caller may read several fields
- * and check `ok()` once. Integers are big-endian (RFC 4271, RFC 6396).
- */
+/// A cursor over untrusted octets; the only code of the program that accesses them directly.
+///
+/// Owns nothing: the octets must outlive the reader and all spans that it returns.
+/// Thread-compatible. Never reads out of bounds. A read past the end returns zero (or an empty
+/// span), consumes the rest and makes `ok()` false permanently, so a caller may read several fields
+/// and check `ok()` once. Integers are big-endian (RFC 4271, RFC 6396).
 class OctetReader {
   public:
     explicit OctetReader(Octets octets)
       : left_(octets) {}
 
-    /** No read has gone past the end. */
+    /// No read has gone past the end.
     [[nodiscard]] bool ok() const { return ok_; }
 
     [[nodiscard]] std::size_t left() const { return left_.size(); }
@@ -51,8 +49,8 @@ class OctetReader {
                                 std::uint32_t{in[2]} << 8 | std::uint32_t{in[3]};
     }
 
-    /** Takes the next `count` octets. If fewer are left, returns an empty span and makes `ok()`
-       false. */
+    /// Takes the next `count` octets. If fewer are left, returns an empty span and makes `ok()`
+    /// false.
     Octets octets(std::size_t count) {
         if (count > left_.size()) {
             ok_ = false;
@@ -64,7 +62,7 @@ class OctetReader {
         return taken;
     }
 
-    /** Takes all octets that are left. */
+    /// Takes all octets that are left.
     Octets rest() { return octets(left_.size()); }
 
   private:

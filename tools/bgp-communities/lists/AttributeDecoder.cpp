@@ -44,14 +44,14 @@ bool listMatches(List const& list, Routing::RouteMap::PosixRegex const& regex) {
     return list.matchCommunitiesRegex(&regex);
 }
 
-/** The library does not match these lists itself, but provides the text. */
+/// The library does not match these lists itself, but provides the text.
 bool listMatches(ExtCommIp6List const& list, Routing::RouteMap::PosixRegex const& regex) {
     return regex.execute(list.commsStringForm()) == 0;
 }
 
 // ---- One kind -----------------------------------------------------------------------------------
 
-/** The decoder of one kind. */
+/// The decoder of one kind.
 template <class Kind>
 class ListDecoder final : public AttributeDecoder {
   public:

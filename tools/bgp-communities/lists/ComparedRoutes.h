@@ -12,7 +12,7 @@
 
 namespace BgpCommunities {
 
-/** Identifies a route of a peer, as text. */
+/// Identifies a route of a peer, as text.
 struct RouteName {
     std::string family;
     std::string prefix;
@@ -21,21 +21,19 @@ struct RouteName {
     auto operator<=>(RouteName const&) const = default;
 };
 
-/** The lists of a route before and after; nullopt where the route does not exist. */
+/// The lists of a route before and after; nullopt where the route does not exist.
 using RouteSides = std::array<std::optional<ListSet>, 2>;
 
-/** The routes of two sets of dumps, by peer and name. */
+/// The routes of two sets of dumps, by peer and name.
 using ComparedRoutes = std::map<std::string, std::map<RouteName, RouteSides>>;
 
-/**
- * Applies dumps to one side of a table of compared routes, and counts their lists.
- *
- * In each message, withdrawals are applied before announcements. Table entries count as
- * announcements. Announcements with malformed attributes are treated as withdrawals (RFC 7606);
- * messages sent by the collector are ignored. The routes of a peer are removed when it enters or
- * leaves the state Established. The table is not owned and refers to lists that this counter keeps.
- * Thread-compatible.
- */
+/// Applies dumps to one side of a table of compared routes, and counts their lists.
+///
+/// In each message, withdrawals are applied before announcements. Table entries count as
+/// announcements. Announcements with malformed attributes are treated as withdrawals (RFC 7606);
+/// messages sent by the collector are ignored. The routes of a peer are removed when it enters or
+/// leaves the state Established. The table is not owned and refers to lists that this counter
+/// keeps. Thread-compatible.
 class ComparedSide final : public ListCounter {
   public:
     ComparedSide(Agent& agent, bool verbose, ComparedRoutes& routes, std::size_t side)

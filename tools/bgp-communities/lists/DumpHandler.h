@@ -8,11 +8,9 @@
 
 namespace BgpCommunities {
 
-/**
- * Base of the handlers of a command: logs the problems of its dumps.
- *
- * Owns the log. Thread-compatible.
- */
+/// Base of the handlers of a command: logs the problems of its dumps.
+///
+/// Owns the log. Thread-compatible.
 class DumpHandler : public RouteHandler {
   public:
     explicit DumpHandler(bool verbose)
@@ -20,12 +18,12 @@ class DumpHandler : public RouteHandler {
 
     void handleProblem(Problem const& problem) final { log_.report(problem); }
 
-    /** Called before a file is read. REQUIRES: `name` is valid until the next call. */
+    /// Called before a file is read. REQUIRES: `name` is valid until the next call.
     virtual void startFile(std::string const& name) { file_ = name; }
 
     [[nodiscard]] ProblemLog& log() { return log_; }
 
-    /** Called before each read that may block; flushes output. */
+    /// Called before each read that may block; flushes output.
     virtual void beforeWait() {}
 
   protected:
@@ -33,7 +31,7 @@ class DumpHandler : public RouteHandler {
         log_.reportRefused(file_, at, reason);
     }
 
-    /** Reports the malformed values of path attributes. The reader reports truncated attributes. */
+    /// Reports the malformed values of path attributes. The reader reports truncated attributes.
     void reportFaults(RecordPosition const& at, RouteAttributes const& attributes) {
         for (AttributeFault const& fault : attributes.faults()) {
             if (!fault.truncated) {

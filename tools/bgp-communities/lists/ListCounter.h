@@ -13,15 +13,14 @@
 
 namespace BgpCommunities {
 
-/**
- * Counts the lists in dumps, the refused attributes and the routes.
- *
- * Owns its counts and a reference to each list; does not own the agent. Thread-compatible: each
- * thread uses its own counter with a common agent. Derived classes receive the lists of each route.
- */
+/// Counts the lists in dumps, the refused attributes and the routes.
+///
+/// Owns its counts and a reference to each list; does not own the agent. Thread-compatible: each
+/// thread uses its own counter with a common agent. Derived classes receive the lists of each
+/// route.
 class ListCounter : public DumpHandler {
   public:
-    /** Attributes of one kind that the library refused. */
+    /// Attributes of one kind that the library refused.
     struct Refused {
         std::uint64_t attributes = 0;
         std::uint64_t members = 0;
@@ -33,10 +32,10 @@ class ListCounter : public DumpHandler {
     void handleUpdate(Update const& update) final;
     void handleRibEntry(RibEntry const& entry) final;
 
-    /** Adds the counts of another counter. */
+    /// Adds the counts of another counter.
     void add(ListCounter const& other);
 
-    /** The number of table entries and of announced and withdrawn routes. */
+    /// The number of table entries and of announced and withdrawn routes.
     [[nodiscard]] std::uint64_t routes() const { return routes_; }
 
     [[nodiscard]] Refused const& refused(CommunityKind kind) const {
@@ -47,11 +46,11 @@ class ListCounter : public DumpHandler {
         return *lists_[static_cast<std::size_t>(kind)];
     }
 
-    /** By CommunityKind. */
+    /// By CommunityKind.
     [[nodiscard]] std::span<std::unique_ptr<ListUses> const> lists() const { return lists_; }
 
   protected:
-    /** If `passesLists`, `handleLists()` is called for each message and entry. */
+    /// If `passesLists`, `handleLists()` is called for each message and entry.
     ListCounter(Agent& agent, bool verbose, bool passesLists)
       : DumpHandler(verbose)
       , passesLists_(passesLists)
@@ -63,7 +62,7 @@ class ListCounter : public DumpHandler {
     virtual void handleLists(RibEntry const& /*entry*/, ListSet const& /*lists*/) {}
 
   private:
-    /** The counter of a value; nulls if it was refused. */
+    /// The counter of a value; nulls if it was refused.
     struct CachedCount {
         ListUses::Counted counted;
         Routing::Bgp::AttributeVerdict verdict = Routing::Bgp::AttributeVerdict::accepted;

@@ -23,7 +23,7 @@ struct StandardLists {
     static constexpr std::string_view name = "lists of communities";
     using List = Routing::Bgp::CommList;
     static constexpr auto decode = &Routing::Bgp::CommunityTables::commList;
-    /** The path attribute, with its header. */
+    /// The path attribute, with its header.
     static Mox::String wire(List const& list) { return list.serialize(); }
     static auto tables(Routing::Bgp::CommunityTables const& all) {
         return std::array{all.commListDedupTable()->dedupTable()};
@@ -70,10 +70,10 @@ struct LargeLists {
     }
 };
 
-/** A type list of kinds, and loops over it. */
+/// A type list of kinds, and loops over it.
 template <class... Kinds>
 struct KindTable {
-    /** One counted pointer to a list of each kind. */
+    /// One counted pointer to a list of each kind.
     using Lists = std::tuple<typename Kinds::List::PtrConst...>;
 
     static constexpr bool isComplete() {
@@ -93,17 +93,17 @@ struct KindTable {
     }
 };
 
-/** All kinds, in the order of CommunityKind. */
+/// All kinds, in the order of CommunityKind.
 using ListKinds = KindTable<StandardLists, ExtendedLists, Ip6Lists, LargeLists>;
 static_assert(ListKinds::isComplete());
 
-/** Calls `visit(row)` for the row of each kind, in order. */
+/// Calls `visit(row)` for the row of each kind, in order.
 template <class Visit>
 void forEachKind(Visit const& visit) {
     ListKinds::forEach(visit);
 }
 
-/** Calls `visit(row)` for the row of `kind`. */
+/// Calls `visit(row)` for the row of `kind`.
 template <class Visit>
 void withKind(CommunityKind kind, Visit const& visit) {
     ListKinds::with(kind, visit);

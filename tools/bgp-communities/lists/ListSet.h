@@ -9,10 +9,10 @@
 
 namespace BgpCommunities {
 
-/** Identifies an interned list; equal lists have equal ids. Not owned. */
+/// Identifies an interned list; equal lists have equal ids. Not owned.
 using ListId = void const*;
 
-/** The lists of a route, by CommunityKind; null if the route has none of a kind. */
+/// The lists of a route, by CommunityKind; null if the route has none of a kind.
 using ListSet = std::array<ListId, communityKinds>;
 
 struct ListSetHash {

@@ -34,8 +34,8 @@ void ListTextCache::appendText(std::string& out, Octets value, std::string_view 
     }
 }
 
-/** For text, appends the names that the library's text does not show, and all meanings; for TSV,
-   where members are names, only meanings. */
+/// For text, appends the names that the library's text does not show, and all meanings; for TSV,
+/// where members are names, only meanings.
 void ListTextCache::appendNotes(std::string& out, Octets value) const {
     CommunityKind const kind = decoder_->kind();
     std::size_t const size = traitsOf(kind).memberOctets;
@@ -57,7 +57,7 @@ void ListTextCache::appendNotes(std::string& out, Octets value) const {
     }
 }
 
-/** Doubles backslashes in TSV, because programs that load it interpret them as escapes. */
+/// Doubles backslashes in TSV, because programs that load it interpret them as escapes.
 void ListTextCache::appendMeaning(std::string& out, std::string_view meaning) const {
     for (char const character : masked(meaning)) {
         out.append(character == '\\' && format_ == RouteFormat::tsv ? 2 : 1, character);

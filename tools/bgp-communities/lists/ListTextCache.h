@@ -11,10 +11,10 @@
 
 namespace BgpCommunities {
 
-/** How routes are printed. */
+/// How routes are printed.
 enum class RouteFormat : std::uint8_t { text, json, tsv };
 
-/** A formatted attribute. */
+/// A formatted attribute.
 struct ListText {
     std::string text;  // for printing; octets and fault if malformed or refused
     std::string notes; // names and meanings of members
@@ -24,13 +24,11 @@ struct ListText {
     [[nodiscard]] std::size_t octets() const { return text.size() + notes.size() + fault.size(); }
 };
 
-/**
- * Formats the attributes of one kind and applies the filter to them. Caches the results, because
- * most routes carry an attribute of an earlier one.
- *
- * Owns its decoder; does not own filter and dictionary. The cache is bounded (OctetCache).
- * Thread-compatible.
- */
+/// Formats the attributes of one kind and applies the filter to them. Caches the results, because
+/// most routes carry an attribute of an earlier one.
+///
+/// Owns its decoder; does not own filter and dictionary. The cache is bounded (OctetCache).
+/// Thread-compatible.
 class ListTextCache {
   public:
     ListTextCache(std::unique_ptr<AttributeDecoder> decoder, RouteFilter const& filter,
@@ -41,7 +39,7 @@ class ListTextCache {
       , format_(format)
       , detail_(detail) {}
 
-    /** Returns the text of an attribute value, malformed or not. Invalidated by the next call. */
+    /// Returns the text of an attribute value, malformed or not. Invalidated by the next call.
     ListText const& find(Octets value) {
         return cache_.find(value, [&](ListText& result) { make(value, result); });
     }

@@ -6,7 +6,7 @@ namespace BgpCommunities {
 
 namespace {
 
-/** Types of RFC 4360 and RFC 5668, without the non-transitive bit. */
+/// Types of RFC 4360 and RFC 5668, without the non-transitive bit.
 constexpr std::uint8_t nonTransitive = 0x40;
 constexpr std::uint8_t twoOctetAs = 0x00;
 constexpr std::uint8_t ipv4Address = 0x01;

@@ -7,7 +7,7 @@ namespace BgpCommunities {
 
 namespace {
 
-/** Whether one of the choices fits, or there are no choices. */
+/// Whether one of the choices fits, or there are no choices.
 template <class Choice, class Fits>
 bool anyFits(std::vector<Choice> const& choices, Fits const& fits) {
     return choices.empty() || std::any_of(choices.begin(), choices.end(), fits);

@@ -15,30 +15,28 @@
 
 namespace BgpCommunities {
 
-/**
- * Selects routes, and kinds of lists within a route.
- *
- * A route must match every criterion that is set. Peers, origins, families and prefixes match if
- * any of several values does; conditions and AS path expressions must all match. A
- * default-constructed filter selects everything. Thread-compatible.
- */
+/// Selects routes, and kinds of lists within a route.
+///
+/// A route must match every criterion that is set. Peers, origins, families and prefixes match if
+/// any of several values does; conditions and AS path expressions must all match. A
+/// default-constructed filter selects everything. Thread-compatible.
 class RouteFilter {
   public:
     using Condition = std::function<bool(AttributeDecoder&)>;
-    /** A bit set: which conditions are met. */
+    /// A bit set: which conditions are met.
     using Conditions = std::uint64_t;
-    /** A condition on the text of an AS path. */
+    /// A condition on the text of an AS path.
     using PathCondition = std::function<bool(std::string const&)>;
 
     static constexpr std::size_t maxConditions = 64;
 
-    /** A peer by its address, its AS or both. */
+    /// A peer by its address, its AS or both.
     struct PeerChoice {
         IpAddress address; // no address: any
         std::optional<std::uint32_t> as;
     };
 
-    /** A family, or all families with this AFI. */
+    /// A family, or all families with this AFI.
     struct FamilyChoice {
         std::uint16_t afi = 0;
         std::optional<std::uint8_t> safi;
@@ -53,11 +51,11 @@ class RouteFilter {
 
     enum class Direction : std::uint8_t { any, announced, withdrawn };
 
-    /** Restricts the selection to the added kinds; routes without a list of such a kind are not
-       selected. */
+    /// Restricts the selection to the added kinds; routes without a list of such a kind are not
+    /// selected.
     void addKind(CommunityKind kind);
 
-    /** REQUIRES: `conditions() < maxConditions`. */
+    /// REQUIRES: `conditions() < maxConditions`.
     void addCondition(Condition condition);
 
     void addPathCondition(PathCondition condition) {
@@ -72,22 +70,22 @@ class RouteFilter {
 
     void addPrefix(PrefixChoice const& prefix) { prefixes_.push_back(prefix); }
 
-    /** Selects times at or after `time`. */
+    /// Selects times at or after `time`.
     void setSince(Microseconds time) { since_ = time; }
 
-    /** Selects times before `time`. */
+    /// Selects times before `time`.
     void setUntil(Microseconds time) { until_ = time; }
 
     void setDirection(Direction direction) { direction_ = direction; }
 
     [[nodiscard]] std::size_t conditions() const { return conditions_.size(); }
 
-    /** Whether lists of this kind are selected. */
+    /// Whether lists of this kind are selected.
     [[nodiscard]] bool admits(CommunityKind kind) const {
         return !needsList_ || kinds_[static_cast<std::size_t>(kind)];
     }
 
-    /** The conditions met by the last decoded list. */
+    /// The conditions met by the last decoded list.
     [[nodiscard]] Conditions conditionsMetBy(AttributeDecoder& list) const;
 
     // A route is selected if all of the following admit it.
@@ -96,18 +94,18 @@ class RouteFilter {
 
     [[nodiscard]] bool admitsAnnounced() const { return direction_ != Direction::withdrawn; }
 
-    /** Withdrawn routes have no attributes, so any criterion on attributes excludes them. */
+    /// Withdrawn routes have no attributes, so any criterion on attributes excludes them.
     [[nodiscard]] bool admitsWithdrawn() const {
         return direction_ != Direction::announced && !needsList_ && allMet_ == 0 &&
                originAses_.empty() && pathConditions_.empty();
     }
 
-    /** `asPath` is the text of the AS path. */
+    /// `asPath` is the text of the AS path.
     [[nodiscard]] bool admits(RouteAttributes const& attributes, std::string const& asPath) const;
 
     [[nodiscard]] bool admits(Route const& route) const;
 
-    /** `met` are the conditions met by the lists of a route. */
+    /// `met` are the conditions met by the lists of a route.
     [[nodiscard]] bool admits(Conditions met, bool hasList) const {
         return (hasList || !needsList_) && met == allMet_;
     }

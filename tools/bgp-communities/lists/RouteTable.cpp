@@ -13,7 +13,7 @@ namespace {
 constexpr std::uint8_t formPrefix = 0x01;
 constexpr std::uint8_t formPathId = 0x02;
 
-/** The leading fields of a key. */
+/// The leading fields of a key.
 class KeyHead {
   public:
     explicit KeyHead(Route const& route) {
@@ -46,7 +46,7 @@ Octets distinguisherOf(Route const& route) {
     return hasOne ? Octets(route.distinguisher) : Octets();
 }
 
-/** The octets of the prefix, or of the opaque route. */
+/// The octets of the prefix, or of the opaque route.
 Octets bodyOf(Route const& route) {
     return route.isPrefix ? Octets(route.address.octets).first((route.length + 7U) / 8)
                           : route.opaque;

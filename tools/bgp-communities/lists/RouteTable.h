@@ -17,17 +17,15 @@
 
 namespace BgpCommunities {
 
-/**
- * Identifies a route of a peer: family, path identifier, route distinguisher and prefix, or the
- * octets of an opaque route. Labels are not part of the key.
- *
- *     AFI (2) | SAFI (1) | form (1) | path identifier (4), optional |
- *         length in bits (1) | distinguisher (8) if SAFI 128 | octets of the prefix
- *
- * For an opaque route, all its octets follow the form.
- *
- * Owns its octets, inline for all but the longest prefixes. Immutable.
- */
+/// Identifies a route of a peer: family, path identifier, route distinguisher and prefix, or the
+/// octets of an opaque route. Labels are not part of the key.
+///
+///     AFI (2) | SAFI (1) | form (1) | path identifier (4), optional |
+///         length in bits (1) | distinguisher (8) if SAFI 128 | octets of the prefix
+///
+/// For an opaque route, all its octets follow the form.
+///
+/// Owns its octets, inline for all but the longest prefixes. Immutable.
 class RouteKey {
   public:
     explicit RouteKey(Route const& route);
@@ -44,26 +42,24 @@ class RouteKey {
     std::array<std::uint8_t, 20> short_{};
 };
 
-/**
- * The routes that one peer has announced and not withdrawn.
- *
- * Owns the routes and a reference to each of their lists. Thread-compatible; removing a route
- * releases its lists.
- */
+/// The routes that one peer has announced and not withdrawn.
+///
+/// Owns the routes and a reference to each of their lists. Thread-compatible; removing a route
+/// releases its lists.
 class PeerRoutes {
   public:
-    /** Adds the route, or replaces its lists; returns true if it existed. */
+    /// Adds the route, or replaces its lists; returns true if it existed.
     bool announce(Route const& route, RouteLists const& lists);
 
-    /** Removes the route; returns true if it existed. */
+    /// Removes the route; returns true if it existed.
     bool withdraw(Route const& route) { return routes_.erase(RouteKey(route)) != 0; }
 
-    /** Removes all routes in the order of their keys. */
+    /// Removes all routes in the order of their keys.
     void dropInOrder();
 
     [[nodiscard]] std::size_t size() const { return routes_.size(); }
 
-    /** Calls `take(lists)` for each route, in any order. */
+    /// Calls `take(lists)` for each route, in any order.
     template <class Take>
     void forEach(Take const& take) const {
         for (auto const& [key, lists] : routes_) {
@@ -82,21 +78,19 @@ class PeerRoutes {
     std::unordered_map<RouteKey, RouteLists, KeyHash> routes_;
 };
 
-/**
- * The routes of the peers in dumps.
- *
- * Owns the routes of each peer. Reactor thread, like the intern tables of the lists. The routes of
- * a peer are dropped in a fixed order, so that two runs notify observers alike.
- */
+/// The routes of the peers in dumps.
+///
+/// Owns the routes of each peer. Reactor thread, like the intern tables of the lists. The routes of
+/// a peer are dropped in a fixed order, so that two runs notify observers alike.
 class RouteTable {
   public:
-    /** Adds the route, or replaces its lists; returns true if it existed. */
+    /// Adds the route, or replaces its lists; returns true if it existed.
     bool announce(Peer const& peer, Route const& route, RouteLists const& lists);
-    /** Removes the route; returns true if it existed. */
+    /// Removes the route; returns true if it existed.
     bool withdraw(Peer const& peer, Route const& route);
-    /** Removes all routes of the peer. */
+    /// Removes all routes of the peer.
     void drop(Peer const& peer);
-    /** The peers of this AS that have routes. */
+    /// The peers of this AS that have routes.
     [[nodiscard]] std::vector<Peer> peersOf(std::uint32_t as) const;
     void dropAll();
 

@@ -33,13 +33,13 @@ RouteGroup groupOf(GroupBy by, RecordPosition const& at, Peer const& peer, Famil
     return group;
 }
 
-/** Caches the members of lists. */
+/// Caches the members of lists.
 class Members {
   public:
     explicit Members(ListCounter const& counter)
       : counter_(counter) {}
 
-    /** Returns the members of a list; empty for null. */
+    /// Returns the members of a list; empty for null.
     std::vector<ListMember> const& of(std::size_t kind, ListId list) {
         auto const [found, isNew] = members_.try_emplace(list);
         if (isNew && list != nullptr) {
@@ -53,7 +53,7 @@ class Members {
     std::unordered_map<ListId, std::vector<ListMember>> members_;
 };
 
-/** Values by octets. Values of different kinds differ in size. */
+/// Values by octets. Values of different kinds differ in size.
 using Values = std::unordered_set<std::string_view>;
 
 bool before(GroupCounts const& a, GroupCounts const& b) {

@@ -15,7 +15,7 @@
 
 namespace BgpCommunities {
 
-/** What routes are grouped by. */
+/// What routes are grouped by.
 enum class GroupBy : std::uint8_t {
     peer,
     as, // the administrator of a community of the route
@@ -23,10 +23,10 @@ enum class GroupBy : std::uint8_t {
     hour, // of the record, UTC
 };
 
-/** The names on the command line and in JSON, by GroupBy. */
+/// The names on the command line and in JSON, by GroupBy.
 inline constexpr std::array<std::string_view, 4> groupByKeys = {"peer", "as", "family", "hour"};
 
-/** Identifies a group by the member that routes are grouped by; the other members are zero. */
+/// Identifies a group by the member that routes are grouped by; the other members are zero.
 struct RouteGroup {
     Peer peer;
     std::uint32_t as = 0;
@@ -36,7 +36,7 @@ struct RouteGroup {
     bool operator==(RouteGroup const&) const = default;
 };
 
-/** The counts of one group, without messages sent to the peer. */
+/// The counts of one group, without messages sent to the peer.
 struct GroupCounts {
     RouteGroup group;
     std::uint64_t routes = 0;                          // table entries and announced routes
@@ -46,31 +46,29 @@ struct GroupCounts {
     std::uint64_t values = 0;                          // distinct communities of these routes
 };
 
-/** A route target, and how many routes with it a peer sent. */
+/// A route target, and how many routes with it a peer sent.
 struct TargetUse {
     std::string target; // name as written by appendMemberName()
     Peer peer;
     std::uint64_t routes = 0;
 };
 
-/**
- * A ListCounter that also counts routes by group.
- *
- * Memory grows with the distinct sets of lists in each group, not with routes. Thread-compatible.
- */
+/// A ListCounter that also counts routes by group.
+///
+/// Memory grows with the distinct sets of lists in each group, not with routes. Thread-compatible.
 class RouteTally final : public ListCounter {
   public:
     RouteTally(Agent& agent, bool verbose, std::span<GroupBy const> groupings);
 
-    /** Adds the counts of `other`, which has the same groupings and agent. */
+    /// Adds the counts of `other`, which has the same groupings and agent.
     void add(RouteTally const& other);
 
-    /** Groups in descending order of routes; hours in chronological order. REQUIRES: `by` is one of
-       the groupings. */
+    /// Groups in descending order of routes; hours in chronological order. REQUIRES: `by` is one of
+    /// the groupings.
     [[nodiscard]] std::vector<GroupCounts> groups(GroupBy by) const;
 
-    /** Route targets in descending order of routes. REQUIRES: GroupBy::peer is one of the
-       groupings. */
+    /// Route targets in descending order of routes. REQUIRES: GroupBy::peer is one of the
+    /// groupings.
     [[nodiscard]] std::vector<TargetUse> targets() const;
 
   private:

@@ -9,11 +9,9 @@
 
 namespace BgpCommunities {
 
-/**
- * Rebuilds the lists of one kind, a row of ListKinds.h, from a store and passes each with its uses
- * to `take(list, uses)`, in the order of the store. Returns false if the store has no lists of this
- * kind. Throws StoreException.
- */
+/// Rebuilds the lists of one kind, a row of ListKinds.h, from a store and passes each with its uses
+/// to `take(list, uses)`, in the order of the store. Returns false if the store has no lists of
+/// this kind. Throws StoreException.
 template <class Kind, class Take>
 bool readStoredLists(MoxStash::StoreManager& store, Take take) {
     void const* const root = store.root(traitsOf(Kind::kind).key);
@@ -39,8 +37,8 @@ bool readStoredLists(MoxStash::StoreManager& store, Take take) {
     return true;
 }
 
-/** Returns `read()`, which reads a store. Retries, a limited number of times, if the store is
-   replaced meanwhile. */
+/// Returns `read()`, which reads a store. Retries, a limited number of times, if the store is
+/// replaced meanwhile.
 template <class Read>
 auto readCurrent(Read read) {
     for (int attempt = 1;; ++attempt) {

@@ -33,7 +33,7 @@ Bgp4mpForm const& bgp4mpForm(std::uint16_t subtype) {
     return subtype < bgp4mpForms.size() ? bgp4mpForms[subtype] : none;
 }
 
-/** peer AS | local AS | interface (2) | AFI (2) | peer address | local address */
+/// peer AS | local AS | interface (2) | AFI (2) | peer address | local address
 std::string_view readEnds(OctetReader& in, bool as4, Bgp4mpEnds& ends) {
     ends.peer.as = as4 ? in.u32() : in.u16();
     in.octets((as4 ? 4 : 2) + 2);

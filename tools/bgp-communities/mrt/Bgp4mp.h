@@ -9,7 +9,7 @@
 
 namespace BgpCommunities {
 
-/** The layout of the body of a BGP4MP subtype (RFC 6396, section 4.4; RFC 8050, section 3). */
+/// The layout of the body of a BGP4MP subtype (RFC 6396, section 4.4; RFC 8050, section 3).
 struct Bgp4mpForm {
     enum class Content : std::uint8_t { unsupported, stateChange, message };
 
@@ -19,25 +19,23 @@ struct Bgp4mpForm {
     bool pathIds = false;
 };
 
-/** `holds` is `unsupported` for deprecated and unassigned subtypes. */
+/// `holds` is `unsupported` for deprecated and unassigned subtypes.
 Bgp4mpForm const& bgp4mpForm(std::uint16_t subtype);
 
-/** The two ends of the BGP session of a record. */
+/// The two ends of the BGP session of a record.
 struct Bgp4mpEnds {
     Peer peer;
     IpAddress local; // the collector's address
 
-    /** Sender and receiver of a message of this form. */
+    /// Sender and receiver of a message of this form.
     [[nodiscard]] MessageEnds of(Bgp4mpForm const& form) const {
         return form.local ? MessageEnds{local, peer.address} : MessageEnds{peer.address, local};
     }
 };
 
-/**
- * Parses the fields before the states or the message.
- *
- * Returns an error message, empty on success.
- */
+/// Parses the fields before the states or the message.
+///
+/// Returns an error message, empty on success.
 std::string_view readEnds(OctetReader& in, bool as4, Bgp4mpEnds& ends);
 
 } // namespace BgpCommunities

@@ -7,15 +7,13 @@
 
 namespace BgpCommunities {
 
-/**
- * Parses BGP4MP and BGP4MP_ET records: state changes and BGP messages.
- *
- * Owns the memory for the routes and attributes of one message and reuses it for the next.
- * Thread-compatible.
- */
+/// Parses BGP4MP and BGP4MP_ET records: state changes and BGP messages.
+///
+/// Owns the memory for the routes and attributes of one message and reuses it for the next.
+/// Thread-compatible.
 class Bgp4mpReader {
   public:
-    /** Parses one record of a supported subtype. `body` starts after the microseconds. */
+    /// Parses one record of a supported subtype. `body` starts after the microseconds.
     void read(RecordContext const& record, std::uint16_t subtype, Octets body, PathIds pathIds);
 
   private:

@@ -7,7 +7,7 @@
 
 namespace BgpCommunities {
 
-/** Counters for one kind of community attribute. */
+/// Counters for one kind of community attribute.
 struct CommunityCounts {
     std::uint64_t attributes = 0; // whose length is a non-zero multiple of the member's size
     std::uint64_t empty = 0;      // whose length is zero
@@ -20,7 +20,7 @@ struct CommunityCounts {
     bool operator==(CommunityCounts const&) const = default;
 };
 
-/** Counters for one or several dumps. */
+/// Counters for one or several dumps.
 struct MrtCounts {
     std::uint64_t records = 0;              // whole MRT records of any type
     std::uint64_t updates = 0;              // BGP UPDATE messages in BGP4MP and BGP4MP_ET

@@ -13,11 +13,9 @@
 
 namespace BgpCommunities {
 
-/**
- * One MRT record with everything needed to parse it on its own, in any thread.
- *
- * Shares the peer index table. Does not own its octets. Thread-compatible.
- */
+/// One MRT record with everything needed to parse it on its own, in any thread.
+///
+/// Shares the peer index table. Does not own its octets. Thread-compatible.
 struct MrtRecord {
     RecordHeader header;
     bool hasBody = false;                   // of a supported type, and not too long
@@ -27,20 +25,18 @@ struct MrtRecord {
     PathIds pathIds;                        // of a BGP4MP message
 };
 
-/**
- * Reads the records of one MRT dump in order, with the context that later records need: the peer
- * index table and the use of path identifiers.
- *
- * Owns its buffer and shares the peer index table with the records; the input is not owned and must
- * outlive it. Thread-compatible. Memory is reused and bounded by the longest record read, not by
- * length fields; the memory for a large record is released at the next one.
- */
+/// Reads the records of one MRT dump in order, with the context that later records need: the peer
+/// index table and the use of path identifiers.
+///
+/// Owns its buffer and shares the peer index table with the records; the input is not owned and
+/// must outlive it. Thread-compatible. Memory is reused and bounded by the longest record read, not
+/// by length fields; the memory for a large record is released at the next one.
 class MrtRecords {
   public:
-    /** Longer bodies are charged to the budget. */
+    /// Longer bodies are charged to the budget.
     static constexpr std::uint32_t largeOctets = 256 * 1024;
 
-    /** `budget` is shared with readers in other threads; not owned, may be null. */
+    /// `budget` is shared with readers in other threads; not owned, may be null.
     MrtRecords(InputStream& input, AddPath addPath, OctetBudget* budget = nullptr)
       : input_(input)
       , stream_(input)
@@ -52,15 +48,14 @@ class MrtRecords {
     MrtRecords(MrtRecords const&) = delete;
     MrtRecords& operator=(MrtRecords const&) = delete;
 
-    /** Reads the next record; its body is invalidated by the next call. Returns false if no whole
-       record is left. Waits for the budget if the record is large. Throws InputError. */
+    /// Reads the next record; its body is invalidated by the next call. Returns false if no whole
+    /// record is left. Waits for the budget if the record is large. Throws InputError.
     bool next(MrtRecord& record);
 
-    /** The last record is large: its share of the budget is held until the next call.
-     */
+    /// The last record is large: its share of the budget is held until the next call.
     [[nodiscard]] bool holdsLarge() const { return share_ != 0; }
 
-    /** How the dump ended. REQUIRES: `next()` returned false. */
+    /// How the dump ended. REQUIRES: `next()` returned false.
     [[nodiscard]] DumpEnd end() const;
 
   private:

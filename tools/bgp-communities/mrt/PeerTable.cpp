@@ -9,8 +9,8 @@ constexpr std::uint8_t peerHasAs4 = 0x02;
 
 } // namespace
 
-/** collector (4) | length (2) | view name | peer count (2) | peers, each:
-    type (1) | BGP identifier (4) | address (4, 16) | AS (2, 4)       RFC 6396, section 4.3.1 */
+/// collector (4) | length (2) | view name | peer count (2) | peers, each:
+/// type (1) | BGP identifier (4) | address (4, 16) | AS (2, 4)       RFC 6396, section 4.3.1
 PeerTable readPeerTable(Octets body) {
     OctetReader in(body);
     PeerTable table;

@@ -9,11 +9,9 @@
 
 namespace BgpCommunities {
 
-/**
- * A peer index table (RFC 6396, section 4.3.1), which the following RIB entries refer to.
- *
- * Shared by all records that refer to it. Immutable once shared.
- */
+/// A peer index table (RFC 6396, section 4.3.1), which the following RIB entries refer to.
+///
+/// Shared by all records that refer to it. Immutable once shared.
 struct PeerTable {
     std::vector<Peer> peers;     // by index, as many as could be parsed
     std::uint16_t peerCount = 0; // peer count of the record
@@ -21,7 +19,7 @@ struct PeerTable {
     std::size_t octetsLeft = 0;  // of the record, after them
 };
 
-/** Parses the body of a PEER_INDEX_TABLE record. */
+/// Parses the body of a PEER_INDEX_TABLE record.
 PeerTable readPeerTable(Octets body);
 
 } // namespace BgpCommunities

@@ -9,11 +9,9 @@
 
 namespace BgpCommunities {
 
-/**
- * The position of the current record, and the counters and the handler that receive its content.
- *
- * Does not own counters and handler. Thread-compatible.
- */
+/// The position of the current record, and the counters and the handler that receive its content.
+///
+/// Does not own counters and handler. Thread-compatible.
 class RecordContext {
   public:
     RecordContext(std::string const& file, MrtCounts& counts, RouteHandler& handler)
@@ -29,15 +27,15 @@ class RecordContext {
 
     [[nodiscard]] RouteHandler& handler() const { return handler_; }
 
-    /** Reports a problem to the handler. */
+    /// Reports a problem to the handler.
     void report(ProblemKind kind, std::string reason) const;
-    /** Counts and reports a broken record. */
+    /// Counts and reports a broken record.
     void reportBrokenRecord(std::string reason) const;
-    /** Reports a broken record if octets are left after its content. */
+    /// Reports a broken record if octets are left after its content.
     void checkEnd(std::size_t octetsLeft) const;
-    /** Counts the communities of an area; counts and reports its faults. */
+    /// Counts the communities of an area; counts and reports its faults.
     void account(AttributeArea const& area) const;
-    /** Counts and reports a truncated or damaged end of the dump. */
+    /// Counts and reports a truncated or damaged end of the dump.
     void accountEnd(DumpEnd const& end);
 
   private:

@@ -74,7 +74,7 @@ bool isBgp4mp(RecordHeader const& header) {
     return header.type == MrtType::bgp4mp || header.type == MrtType::bgp4mpEt;
 }
 
-/** BGP4MP_ET: microseconds (4) before the rest, RFC 6396, section 3. */
+/// BGP4MP_ET: microseconds (4) before the rest, RFC 6396, section 3.
 Octets bgp4mpBody(RecordHeader const& header, Octets body) {
     OctetReader in(body);
     if (header.type == MrtType::bgp4mpEt) {

@@ -17,7 +17,7 @@ inline constexpr std::uint16_t bgp4mp = 16;
 inline constexpr std::uint16_t bgp4mpEt = 17;
 } // namespace MrtType
 
-/** The layout of a TABLE_DUMP_V2 subtype (RFC 6396, section 4.3; RFC 8050, section 4). */
+/// The layout of a TABLE_DUMP_V2 subtype (RFC 6396, section 4.3; RFC 8050, section 4).
 struct RibForm {
     bool isSupported = false;
     bool pathIds = false;
@@ -25,29 +25,29 @@ struct RibForm {
     Family family;               // for the other forms
 };
 
-/** Returns a form with `isSupported` false for unsupported and unassigned subtypes. */
+/// Returns a form with `isSupported` false for unsupported and unassigned subtypes.
 RibForm const& ribForm(std::uint16_t subtype);
 
-/** Whether records of this type and subtype are supported. */
+/// Whether records of this type and subtype are supported.
 bool isSupported(RecordHeader const& header);
 
-/** The longest body that is read for this type, in octets: the sum of its fields at their longest,
-   or `maxRibOctets` for a RIB record, whose entries could add up to 4 GB. */
+/// The longest body that is read for this type, in octets: the sum of its fields at their longest,
+/// or `maxRibOctets` for a RIB record, whose entries could add up to 4 GB.
 std::uint32_t maxBodyOctets(RecordHeader const& header);
 
-/** 65,535 entries of 256 octets each. */
+/// 65,535 entries of 256 octets each.
 inline constexpr std::uint32_t maxRibOctets = 16U << 20;
 
-/** Whether the record is a peer index table. */
+/// Whether the record is a peer index table.
 bool holdsPeers(RecordHeader const& header);
 
-/** Whether the entries refer to peers by index. */
+/// Whether the entries refer to peers by index.
 bool needsPeers(RecordHeader const& header);
 
-/** Whether the type is BGP4MP or BGP4MP_ET. */
+/// Whether the type is BGP4MP or BGP4MP_ET.
 bool isBgp4mp(RecordHeader const& header);
 
-/** Returns the body without the microseconds of BGP4MP_ET. */
+/// Returns the body without the microseconds of BGP4MP_ET.
 Octets bgp4mpBody(RecordHeader const& header, Octets body);
 
 } // namespace BgpCommunities

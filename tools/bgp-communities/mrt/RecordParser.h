@@ -7,16 +7,14 @@
 
 namespace BgpCommunities {
 
-/**
- * Parses single MRT records: routing tables and BGP messages.
- *
- * Keeps no state between records, only memory for reuse: records may be parsed in any order, by
- * several parsers. Thread-compatible.
- */
+/// Parses single MRT records: routing tables and BGP messages.
+///
+/// Keeps no state between records, only memory for reuse: records may be parsed in any order, by
+/// several parsers. Thread-compatible.
 class RecordParser {
   public:
-    /** Counts the record and passes its content to the handler of the context. Malformed parts are
-       counted and reported; the rest is parsed. */
+    /// Counts the record and passes its content to the handler of the context. Malformed parts are
+    /// counted and reported; the rest is parsed.
     void read(RecordContext& context, MrtRecord const& record);
 
   private:

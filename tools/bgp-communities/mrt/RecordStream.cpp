@@ -44,7 +44,7 @@ bool RecordStream::skip(std::uint32_t length) {
     return true;
 }
 
-/** Reads until the buffer has `count` octets; returns false if the input ends first. */
+/// Reads until the buffer has `count` octets; returns false if the input ends first.
 bool RecordStream::ensure(std::size_t count) {
     if (end_ - begin_ >= count) {
         return true;
@@ -66,7 +66,7 @@ bool RecordStream::ensure(std::size_t count) {
     return true;
 }
 
-/** Doubles the buffer, but to no more than `count` octets need. */
+/// Doubles the buffer, but to no more than `count` octets need.
 void RecordStream::grow(std::size_t count) {
     std::size_t const needed = (count / stepOctets + 1) * stepOctets;
     std::size_t const size = std::min(std::max(2 * buffer_.size(), stepOctets), needed);

@@ -9,7 +9,7 @@
 
 namespace BgpCommunities {
 
-/** The common header of an MRT record (RFC 6396, section 2), and its position. */
+/// The common header of an MRT record (RFC 6396, section 2), and its position.
 struct RecordHeader {
     std::uint64_t number = 0; // from 1
     std::uint64_t offset = 0; // of the header in the decompressed stream
@@ -19,7 +19,7 @@ struct RecordHeader {
     std::uint32_t length = 0; // of the body; untrusted
 };
 
-/** How a dump ends. */
+/// How a dump ends.
 struct DumpEnd {
     std::uint64_t number = 0;     // of the record that would be next
     std::uint64_t offset = 0;     // of its first octet
@@ -27,35 +27,33 @@ struct DumpEnd {
     std::string damage;           // see InputStream::damage()
 };
 
-/**
- * Splits an input into MRT records, in a buffer that is reused.
- *
- *     timestamp (4) | type (2) | subtype (2) | length (4) | body        RFC 6396, section 2
- *
- * Owns its buffer; the input is not owned and must outlive it. Thread-compatible. The buffer grows
- * with the octets that arrive, never with a length field; `releaseSpare()` releases what a long
- * record needed.
- */
+/// Splits an input into MRT records, in a buffer that is reused.
+///
+///     timestamp (4) | type (2) | subtype (2) | length (4) | body        RFC 6396, section 2
+///
+/// Owns its buffer; the input is not owned and must outlive it. Thread-compatible. The buffer grows
+/// with the octets that arrive, never with a length field; `releaseSpare()` releases what a long
+/// record needed.
 class RecordStream {
   public:
     explicit RecordStream(InputStream& input)
       : input_(input) {}
 
-    /** Reads the header of the next record; returns false if the input ends first. */
+    /// Reads the header of the next record; returns false if the input ends first.
     bool header(RecordHeader& header);
-    /** Reads the body of that record; returns false if the input ends first. Invalidated by the
-       next call. */
+    /// Reads the body of that record; returns false if the input ends first. Invalidated by the
+    /// next call.
     bool body(std::uint32_t length, Octets& body);
-    /** Skips the body of that record; returns false if the input ends first. */
+    /// Skips the body of that record; returns false if the input ends first.
     bool skip(std::uint32_t length);
 
-    /** Releases memory that only a long record needed. Invalidates the last body. */
+    /// Releases memory that only a long record needed. Invalidates the last body.
     void releaseSpare();
 
-    /** The offset of the current record in the decompressed stream. */
+    /// The offset of the current record in the decompressed stream.
     [[nodiscard]] std::uint64_t recordOffset() const { return recordOffset_; }
 
-    /** After a call returned false: how many octets follow the last whole record. */
+    /// After a call returned false: how many octets follow the last whole record.
     [[nodiscard]] std::uint64_t octetsLeft() const {
         return position_ + (end_ - begin_) - recordOffset_;
     }

@@ -7,7 +7,7 @@ namespace BgpCommunities {
 
 namespace {
 
-/** BGP4MP_MESSAGE and its variants. */
+/// BGP4MP_MESSAGE and its variants.
 std::uint16_t messageSubtype(RecordedSession const& session) {
     bool const as4 = session.asWidth == AsWidth::four;
     if (session.pathIds) {
@@ -25,8 +25,8 @@ void appendAs(std::string& out, std::uint32_t as, AsWidth width) {
     }
 }
 
-/** seconds (4) | type (2) | subtype (2) | length (4) | microseconds (4) | peer AS | local AS |
-    interface (2) | AFI (2) | peer address | local address | the rest */
+/// seconds (4) | type (2) | subtype (2) | length (4) | microseconds (4) | peer AS | local AS |
+/// interface (2) | AFI (2) | peer address | local address | the rest
 void appendRecord(std::string& out, std::uint64_t time, std::uint16_t subtype,
                   RecordedSession const& session, Octets rest) {
     std::string body;

@@ -10,7 +10,7 @@ namespace BgpCommunities {
 
 inline constexpr std::size_t mrtHeaderOctets = 12;
 
-/** The session of a BGP4MP_ET record to write. */
+/// The session of a BGP4MP_ET record to write.
 struct RecordedSession {
     Peer peer;
     IpAddress local; // of the family of the peer's address; written as zeros if none
@@ -22,7 +22,7 @@ struct RecordedSession {
 // These append an MRT record with its header (RFC 6396, section 4.4). `time` is in microseconds
 // since 1970, UTC.
 
-/** REQUIRES: `message` is a whole BGP message. */
+/// REQUIRES: `message` is a whole BGP message.
 void appendMessageRecord(std::string& out, std::uint64_t time, RecordedSession const& session,
                          Octets message);
 void appendStateRecord(std::string& out, std::uint64_t time, RecordedSession const& session,

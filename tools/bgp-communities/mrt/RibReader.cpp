@@ -6,8 +6,8 @@
 
 namespace BgpCommunities {
 
-/** view (2) | sequence (2) | prefix (4, 16) | length in bits (1) | status (1) | originated (4) |
-    peer address (4, 16) | peer AS (2) | length (2) | attributes        RFC 6396, section 4.2 */
+/// view (2) | sequence (2) | prefix (4, 16) | length in bits (1) | status (1) | originated (4) |
+/// peer address (4, 16) | peer AS (2) | length (2) | attributes        RFC 6396, section 4.2
 void RibReader::readTableDump(RecordContext const& context, MrtRecord const& record) {
     std::uint16_t const subtype = record.header.subtype;
     std::size_t const addressOctets = subtype == afiIpv4 ? 4 : 16;
@@ -44,8 +44,8 @@ void RibReader::readTableDumpV2(RecordContext const& context, MrtRecord const& r
     }
 }
 
-/** sequence (4) | prefix, or AFI (2) | SAFI (1) | NLRI | entry count (2) | entries
-                                                   RFC 6396, sections 4.3.2 and 4.3.3 */
+/// sequence (4) | prefix, or AFI (2) | SAFI (1) | NLRI | entry count (2) | entries
+///                                                 RFC 6396, sections 4.3.2 and 4.3.3
 void RibReader::readRib(RecordContext const& context, MrtRecord const& record) {
     if (record.firstWithoutPeers) {
         context.reportBrokenRecord("no peer index table before the record");
@@ -70,8 +70,8 @@ void RibReader::readRib(RecordContext const& context, MrtRecord const& record) {
     readEntries(context, in, form.pathIds, record.peers.get());
 }
 
-/** peer index (2) | originated (4) | path identifier (4), optional | length (2) | attributes
-                                         RFC 6396, section 4.3.4, and RFC 8050, section 4 */
+/// peer index (2) | originated (4) | path identifier (4), optional | length (2) | attributes
+///                                       RFC 6396, section 4.3.4, and RFC 8050, section 4
 void RibReader::readEntries(RecordContext const& context, OctetReader& in, bool pathIds,
                             PeerTable const* peers) {
     std::uint16_t const count = in.u16();

@@ -8,14 +8,12 @@
 
 namespace BgpCommunities {
 
-/**
- * Parses TABLE_DUMP and TABLE_DUMP_V2 records: the route of each peer for each prefix.
- *
- * Owns the memory for the attributes of one entry and reuses it for the next. Thread-compatible.
- */
+/// Parses TABLE_DUMP and TABLE_DUMP_V2 records: the route of each peer for each prefix.
+///
+/// Owns the memory for the attributes of one entry and reuses it for the next. Thread-compatible.
 class RibReader {
   public:
-    /** Parse one record of a supported subtype. */
+    /// Parse one record of a supported subtype.
     void readTableDump(RecordContext const& context, MrtRecord const& record);
     void readTableDumpV2(RecordContext const& context, MrtRecord const& record);
 

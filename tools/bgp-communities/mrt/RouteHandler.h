@@ -12,23 +12,21 @@
 
 namespace BgpCommunities {
 
-/** A position in a dump, and the time recorded there. */
+/// A position in a dump, and the time recorded there.
 struct RecordPosition {
     std::uint64_t number = 0;       // of the MRT record, from 1
     std::uint64_t offset = 0;       // of its first octet in the decompressed stream
     std::uint32_t seconds = 0;      // since 1970, UTC
     std::uint32_t microseconds = 0; // BGP4MP_ET only
 
-    /** Microseconds since 1970, UTC. */
+    /// Microseconds since 1970, UTC.
     [[nodiscard]] std::uint64_t time() const {
         return std::uint64_t{seconds} * 1000000 + microseconds;
     }
 };
 
-/**
- * One BGP UPDATE message. Its spans point into the reader's memory and are valid until the handler
- * returns.
- */
+/// One BGP UPDATE message. Its spans point into the reader's memory and are valid until the handler
+/// returns.
 struct Update {
     RecordPosition at;
     Peer peer;                     // the collector's neighbour
@@ -41,8 +39,8 @@ struct Update {
     Octets body;                                     // the message without its header
 };
 
-/** Whether the routes are treated as withdrawn (RFC 7606, section 2): the attributes are truncated,
-    or the first community attribute of some type is malformed. */
+/// Whether the routes are treated as withdrawn (RFC 7606, section 2): the attributes are truncated,
+/// or the first community attribute of some type is malformed.
 template <class Carrier>
 bool treatsAsWithdrawn(Carrier const& carrier) {
     return carrier.brokenAttributes ||
@@ -53,7 +51,7 @@ bool treatsAsWithdrawn(Carrier const& carrier) {
                        });
 }
 
-/** The route of one peer for one prefix in a table dump. Spans as in Update. */
+/// The route of one peer for one prefix in a table dump. Spans as in Update.
 struct RibEntry {
     RecordPosition at;
     Peer peer; // no address if unknown
@@ -64,8 +62,8 @@ struct RibEntry {
     Route route;
 };
 
-/** A change of the state of a peer, from 1 (Idle) to 6 (Established) as in RFC 4271. When a peer
-   leaves state 6, its routes are withdrawn. */
+/// A change of the state of a peer, from 1 (Idle) to 6 (Established) as in RFC 4271. When a peer
+/// leaves state 6, its routes are withdrawn.
 struct StateChange {
     static constexpr std::uint16_t established = 6;
 
@@ -86,7 +84,7 @@ enum class ProblemKind : std::uint8_t {
     damagedInput,        // compressed data are damaged, truncated or have trailing data
 };
 
-/** A problem in the input, and its position. */
+/// A problem in the input, and its position.
 struct Problem {
     ProblemKind kind;
     std::string const& file;
@@ -94,11 +92,9 @@ struct Problem {
     std::string reason; // one line, without file and position
 };
 
-/**
- * Receives the content of a dump. MrtReader calls it in the order of the dump, in the thread that
- * reads. The arguments are valid until the call returns. Exceptions propagate through the reader.
- * Problems of an UPDATE or a RIB entry are reported before it is delivered.
- */
+/// Receives the content of a dump. MrtReader calls it in the order of the dump, in the thread that
+/// reads. The arguments are valid until the call returns. Exceptions propagate through the reader.
+/// Problems of an UPDATE or a RIB entry are reported before it is delivered.
 class RouteHandler {
   public:
     virtual ~RouteHandler() = default;

@@ -67,7 +67,7 @@ void writeFields(JsonWriter& json, ExtCommOriginValidationState const& extComm) 
     json.key("state").string(name.empty() ? "unknown" : name);
 }
 
-/** Writes the fields of a community of class `Class`; returns false for other classes. */
+/// Writes the fields of a community of class `Class`; returns false for other classes.
 template <class Class>
 bool writeFieldsOf(JsonWriter& json, ExtComm const& extComm) {
     auto const* const object = dynamic_cast<Class const*>(&extComm);
@@ -77,7 +77,7 @@ bool writeFieldsOf(JsonWriter& json, ExtComm const& extComm) {
     return object != nullptr;
 }
 
-/** The first match is used, so a class comes before its base. */
+/// The first match is used, so a class comes before its base.
 constexpr auto fieldWriters = std::to_array<bool (*)(JsonWriter&, ExtComm const&)>({
     writeFieldsOf<ExtCommLinkBandwidth>,
     writeFieldsOf<ExtCommAsNumber>,
@@ -102,7 +102,7 @@ void writeFields(JsonWriter& json, ExtCommIp6 const& extCommIp6) {
     json.key("local").number(extCommIp6.getContent().localAdmin());
 }
 
-/** Whether `text` is one of the texts for policy. */
+/// Whether `text` is one of the texts for policy.
 template <class Comm>
 bool hasForm(Comm const& comm, std::string_view text) {
     using Format = typename Comm::StrepFormat;
@@ -114,7 +114,7 @@ bool hasForm(Comm const& comm, std::string_view text) {
     return false;
 }
 
-/** Writes the text for policy for every combination of flags. */
+/// Writes the text for policy for every combination of flags.
 template <class Comm>
 void writeForms(JsonWriter& json, Comm const& comm) {
     using Format = typename Comm::StrepFormat;

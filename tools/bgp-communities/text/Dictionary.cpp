@@ -27,7 +27,7 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(begin, text.find_last_not_of(blanks) + 1 - begin);
 }
 
-/** Takes the text before the next colon, and the colon. */
+/// Takes the text before the next colon, and the colon.
 std::string_view takeField(std::string_view& text) {
     std::size_t const colon = std::min(text.find(':'), text.size());
     std::string_view const field = text.substr(0, colon);
@@ -35,7 +35,7 @@ std::string_view takeField(std::string_view& text) {
     return field;
 }
 
-/** Whether the digits match: 'x' matches one digit, a run of 'n' one or more. */
+/// Whether the digits match: 'x' matches one digit, a run of 'n' one or more.
 bool matches(std::string_view pattern, std::string_view digits) {
     while (!pattern.empty() && pattern[0] != 'n') {
         if (digits.empty() || (pattern[0] != 'x' && pattern[0] != digits[0])) {
@@ -98,7 +98,7 @@ void Dictionary::addEntry(Key const& key, Entry entry) {
     entries.insert(place, std::move(entry));
 }
 
-/** Returns why the line is skipped; empty on success. */
+/// Returns why the line is skipped; empty on success.
 std::string_view Dictionary::readLine(std::string_view line) {
     std::size_t const comma = line.find(',');
     if (comma == std::string_view::npos) {

@@ -4,7 +4,7 @@
 
 namespace BgpCommunities {
 
-/** The exit status of the program, from best to worst. */
+/// The exit status of the program, from best to worst.
 enum class ExitStatus : int {
     allRead = 0,
     malformed = 1,  // some input was malformed; reported, the rest was read

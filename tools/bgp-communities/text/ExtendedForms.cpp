@@ -84,7 +84,7 @@ constexpr auto ip6Types = std::to_array<Ip6Form>({
     {0x0012, "segmented-next-hop"},
 });
 
-/** Appends fields separated by colons, then flags separated by commas. */
+/// Appends fields separated by colons, then flags separated by commas.
 class Fields {
   public:
     explicit Fields(std::string& out)
@@ -109,7 +109,7 @@ class Fields {
         return *this;
     }
 
-    /** Appends `scale` times an IEEE 754 number. */
+    /// Appends `scale` times an IEEE 754 number.
     Fields& real(std::uint32_t bits, double scale, std::string_view unit) {
         next();
         double const value = static_cast<double>(std::bit_cast<float>(bits)) * scale;
@@ -194,8 +194,7 @@ void appendValidationState(Fields& fields, std::uint8_t state) {
     }
 }
 
-/** Appends the fields of layouts that are just a sequence of them; returns false for other
-   layouts. */
+/// Appends the fields of layouts that are just a sequence of them; returns false for other layouts.
 bool appendPlainFields(Fields& fields, Layout layout, OctetReader& in) {
     switch (layout) {
     case Layout::as2:
@@ -235,7 +234,7 @@ std::uint32_t takeLabel(OctetReader& in) {
     return (high << 8 | in.u8()) >> 4;
 }
 
-/** Appends the fields of the EVPN layouts. */
+/// Appends the fields of the EVPN layouts.
 void appendEvpnFields(Fields& fields, Layout layout, OctetReader& in) {
     if (layout == Layout::mac) {
         appendMac(fields, in.rest());

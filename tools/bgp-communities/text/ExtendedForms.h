@@ -9,7 +9,7 @@
 
 namespace BgpCommunities {
 
-/** The layout of the six octets after type and subtype of an extended community. */
+/// The layout of the six octets after type and subtype of an extended community.
 enum class ExtendedLayout : std::uint8_t {
     as2,             // AS (2) | number (4)
     ip4,             // IPv4 address (4) | number (2)
@@ -35,7 +35,7 @@ enum class ExtendedLayout : std::uint8_t {
     nothing,         // not printed
 };
 
-/** A named extended community. */
+/// A named extended community.
 struct ExtendedForm {
     std::uint8_t type;
     std::uint8_t subtype;
@@ -43,14 +43,14 @@ struct ExtendedForm {
     ExtendedLayout layout;
 };
 
-/** All named extended communities. A name may have several rows, one for each type of
-   administrator. */
+/// All named extended communities. A name may have several rows, one for each type of
+/// administrator.
 std::span<ExtendedForm const> extendedForms();
 
-/** Returns the row of a community of 8 octets; null if it has no name. */
+/// Returns the row of a community of 8 octets; null if it has no name.
 ExtendedForm const* extendedForm(Octets community);
 
-/** A named IPv6-address-specific extended community (RFC 5701). */
+/// A named IPv6-address-specific extended community (RFC 5701).
 struct Ip6Form {
     std::uint16_t type; // and subtype
     std::string_view name;
@@ -58,14 +58,12 @@ struct Ip6Form {
 
 std::span<Ip6Form const> ip6Forms();
 
-/** Returns the name for type and subtype; empty if unknown. */
+/// Returns the name for type and subtype; empty if unknown.
 std::string_view ip6TypeName(std::uint16_t type);
 
-/**
- * Appends the name and the fields of a community of 8 octets as one word: "rt:64496:300",
- * "mac-mobility:7,sticky", "link-bandwidth:64496:1000000000bps". Without a name, appends type,
- * subtype and octets: "0x4305:00000000002a".
- */
+/// Appends the name and the fields of a community of 8 octets as one word: "rt:64496:300",
+/// "mac-mobility:7,sticky", "link-bandwidth:64496:1000000000bps". Without a name, appends type,
+/// subtype and octets: "0x4305:00000000002a".
 void appendExtendedName(std::string& out, Octets community);
 
 } // namespace BgpCommunities

@@ -18,7 +18,7 @@ consteval std::array<bool, 256> plainOctets() {
     return plain;
 }
 
-/** By octet: whether it needs no escape in a string. */
+/// By octet: whether it needs no escape in a string.
 constexpr std::array<bool, 256> isPlain = plainOctets();
 
 } // namespace
@@ -41,8 +41,8 @@ JsonWriter& JsonWriter::string(std::string_view text) {
     return *this;
 }
 
-/** Writes the first character of `text`, or its first octet if it is not UTF-8. Returns the number
-   of octets consumed. */
+/// Writes the first character of `text`, or its first octet if it is not UTF-8. Returns the number
+/// of octets consumed.
 std::size_t JsonWriter::character(std::string_view text) {
     auto const [codePoint, octets] = utf8Character(text);
     if (octets == 0) {

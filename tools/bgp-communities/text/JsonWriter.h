@@ -11,15 +11,13 @@
 
 namespace BgpCommunities {
 
-/**
- * Writes JSON (RFC 8259) on one line, without blanks.
- *
- *     json.beginObject().key("attribute").number(16).key("octets").octets(value).endObject();
- *
- * Appends to a string, which is not owned. Calls must follow the JSON grammar; this is not checked.
- * The output is valid UTF-8 without terminal control characters, whatever the strings contain.
- * Thread-compatible.
- */
+/// Writes JSON (RFC 8259) on one line, without blanks.
+///
+///     json.beginObject().key("attribute").number(16).key("octets").octets(value).endObject();
+///
+/// Appends to a string, which is not owned. Calls must follow the JSON grammar; this is not
+/// checked. The output is valid UTF-8 without terminal control characters, whatever the strings
+/// contain. Thread-compatible.
 class JsonWriter {
   public:
     explicit JsonWriter(std::string& out)
@@ -33,7 +31,7 @@ class JsonWriter {
 
     JsonWriter& endArray() { return end(']'); }
 
-    /** Writes the name of the next member of an object. REQUIRES: `name` needs no escapes. */
+    /// Writes the name of the next member of an object. REQUIRES: `name` needs no escapes.
     JsonWriter& key(std::string_view name) {
         out_ += first_ ? "\"" : ",\"";
         out_ += name;
@@ -42,13 +40,13 @@ class JsonWriter {
         return *this;
     }
 
-    /** Escapes octets that are not valid UTF-8 and terminal control characters as \uXXXX. */
+    /// Escapes octets that are not valid UTF-8 and terminal control characters as \uXXXX.
     JsonWriter& string(std::string_view text);
 
-    /** Writes a string of two lower-case hexadecimal digits per octet. */
+    /// Writes a string of two lower-case hexadecimal digits per octet.
     JsonWriter& octets(Octets octets);
 
-    /** Writes a value that is JSON already. */
+    /// Writes a value that is JSON already.
     JsonWriter& raw(std::string_view json) {
         separate();
         out_ += json;
@@ -67,8 +65,7 @@ class JsonWriter {
         return *this;
     }
 
-    /** Writes the shortest digits that read back as the same number; null for infinities and
-       NaN. */
+    /// Writes the shortest digits that read back as the same number; null for infinities and NaN.
     JsonWriter& real(double value) {
         if (!std::isfinite(value)) {
             return null();

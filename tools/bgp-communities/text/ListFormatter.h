@@ -9,24 +9,22 @@
 
 namespace BgpCommunities {
 
-/**
- * Formats lists of one kind, a row of ListKinds.h. Lists may be interned or rebuilt from a store.
- *
- * Owns its buffers and reuses them. Thread-compatible.
- */
+/// Formats lists of one kind, a row of ListKinds.h. Lists may be interned or rebuilt from a store.
+///
+/// Owns its buffers and reuses them. Thread-compatible.
 template <class Kind>
 class ListFormatter {
   public:
     using List = typename Kind::List;
 
-    /** `dictionary` is not owned and may be null. */
+    /// `dictionary` is not owned and may be null.
     explicit ListFormatter(Dictionary const* dictionary = nullptr)
       : members_(dictionary) {}
 
     [[nodiscard]] CommunityFormatter& members() { return members_; }
 
-    /** Writes the keys that describe the list, from "text" on. "wire" is null if the list does not
-       fit in a path attribute. */
+    /// Writes the keys that describe the list, from "text" on. "wire" is null if the list does not
+    /// fit in a path attribute.
     void writeJson(JsonWriter& json, List const& list, Detail detail) {
         json.key("text").string(list.toStrep());
         if (detail != Detail::lean) {

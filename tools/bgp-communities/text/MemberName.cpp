@@ -21,7 +21,7 @@ void appendStandard(std::string& out, Octets member) {
     appendNumber(out, in.u16());
 }
 
-/** type (1) | subtype (1) | address (16) | number (2)                   RFC 5701, section 2 */
+/// type (1) | subtype (1) | address (16) | number (2)                   RFC 5701, section 2
 void appendIp6(std::string& out, Octets member) {
     OctetReader in(member);
     std::uint16_t const type = in.u16();

@@ -13,7 +13,7 @@ namespace BgpCommunities {
 
 namespace {
 
-/** Returns false and sets `errno` on error. */
+/// Returns false and sets `errno` on error.
 bool writeAll(int fd, std::string_view content) {
     while (!content.empty()) {
         ssize_t const written = ::write(fd, content.data(), content.size());

@@ -78,7 +78,7 @@ ExitStatus ProblemLog::status() const {
     return any ? ExitStatus::malformed : ExitStatus::allRead;
 }
 
-/** Whether a problem is reported that comes after `before` others of its kind. */
+/// Whether a problem is reported that comes after `before` others of its kind.
 bool ProblemLog::isReported(std::size_t kind, std::uint64_t before) const {
     return verbose_ || kind == unreadableKind || before < maxReported;
 }

@@ -11,37 +11,35 @@
 
 namespace BgpCommunities {
 
-/**
- * Reports the problems of one run on standard error: the first few of each kind, or all.
- *
- * Thread-compatible.
- */
+/// Reports the problems of one run on standard error: the first few of each kind, or all.
+///
+/// Thread-compatible.
 class ProblemLog {
   public:
     explicit ProblemLog(bool verbose)
       : verbose_(verbose) {}
 
-    /** Whether all problems are reported. */
+    /// Whether all problems are reported.
     [[nodiscard]] bool verbose() const { return verbose_; }
 
-    /** Whether messages are kept until another log takes them, instead of printed. */
+    /// Whether messages are kept until another log takes them, instead of printed.
     void setDeferred(bool defer) { defer_ = defer; }
 
     void report(Problem const& problem);
 
-    /** Reports a well-formed attribute that the library refuses. */
+    /// Reports a well-formed attribute that the library refuses.
     void reportRefused(std::string_view file, RecordPosition const& at, std::string_view reason);
 
-    /** Reports a path attribute, other than of communities, with a malformed value. */
+    /// Reports a path attribute, other than of communities, with a malformed value.
     void reportMalformed(std::string_view file, RecordPosition const& at, std::string_view reason);
 
-    /** Reports a file that cannot be read, or not to its end. Never suppressed. */
+    /// Reports a file that cannot be read, or not to its end. Never suppressed.
     void reportUnreadable(std::string const& reason);
 
-    /** Moves the messages and counts of another log to this one, as if reported here now. */
+    /// Moves the messages and counts of another log to this one, as if reported here now.
     void take(ProblemLog& other);
 
-    /** Reports how many problems were suppressed. */
+    /// Reports how many problems were suppressed.
     void summarise() const;
 
     [[nodiscard]] ExitStatus status() const;

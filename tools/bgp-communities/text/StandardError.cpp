@@ -21,17 +21,17 @@ namespace {
 
 constexpr std::string_view clearLine = "\r\x1b[K";
 
-/** There may be a progress line. Read by a signal handler. */
+/// There may be a progress line. Read by a signal handler.
 std::atomic<bool> lineShown{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-/** Writes a line in one call, so that lines of several processes do not mix. */
+/// Writes a line in one call, so that lines of several processes do not mix.
 void write(std::string_view text) {
     // An error of standard error itself cannot be reported.
     [[maybe_unused]] auto const written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 
-/** Installed with SA_RESETHAND: raising the signal again has its default effect. */
+/// Installed with SA_RESETHAND: raising the signal again has its default effect.
 extern "C" void handleInterrupt(int signal) {
     if (lineShown) {
         write(clearLine);
@@ -39,7 +39,7 @@ extern "C" void handleInterrupt(int signal) {
     ::raise(signal);
 }
 
-/** "1.5 MB" */
+/// "1.5 MB"
 std::string octetsText(double octets) {
     constexpr std::array<char const*, 5> units = {"B", "kB", "MB", "GB", "TB"};
     std::size_t unit = 0;
@@ -52,7 +52,7 @@ std::string octetsText(double octets) {
     return text.data();
 }
 
-/** "1:02:03", or "2:03" */
+/// "1:02:03", or "2:03"
 std::string timeText(double seconds) {
     constexpr double longest = 999 * 3600;
     auto const whole = static_cast<unsigned int>(std::ceil(std::min(seconds, longest)));
@@ -66,7 +66,7 @@ std::string timeText(double seconds) {
     return text.data();
 }
 
-/** Returns the end of the masked name, in at most `columns` octets. */
+/// Returns the end of the masked name, in at most `columns` octets.
 std::string shortName(std::string_view name, std::size_t columns) {
     constexpr std::string_view gap = "...";
     std::string text = masked(name);
@@ -80,7 +80,7 @@ std::string shortName(std::string_view name, std::size_t columns) {
     return text.replace(0, from, gap);
 }
 
-/** The progress of reading one file. */
+/// The progress of reading one file.
 struct ReadingProgress {
     std::string_view name;
     std::uint64_t octets = 0; // of the file itself
@@ -88,7 +88,7 @@ struct ReadingProgress {
     double seconds = 0;       // since reading started
 };
 
-/** The text after the name. */
+/// The text after the name.
 std::string measures(ReadingProgress const& progress) {
     auto const octets = static_cast<double>(progress.octets);
     auto const size = static_cast<double>(progress.size);
@@ -107,8 +107,8 @@ std::string measures(ReadingProgress const& progress) {
     return text;
 }
 
-/** Returns the progress as one line of at most `columns` octets. Shortens the start of the name
-   first, then truncates the line. */
+/// Returns the progress as one line of at most `columns` octets. Shortens the start of the name
+/// first, then truncates the line.
 std::string progressText(ReadingProgress const& progress, std::size_t columns) {
     std::string text = measures(progress);
     std::size_t const left = columns - std::min(columns, text.size());

@@ -7,20 +7,18 @@ namespace BgpCommunities {
 
 class InputStream;
 
-/** Writes one line, "bgp-communities: MESSAGE", to standard error. */
+/// Writes one line, "bgp-communities: MESSAGE", to standard error.
 void complain(std::string_view message);
 
-/** Makes SIGINT and SIGTERM erase the progress line before they end the process. A signal that was
-   ignored when the process started stays ignored. */
+/// Makes SIGINT and SIGTERM erase the progress line before they end the process. A signal that was
+/// ignored when the process started stays ignored.
 void installInterrupts();
 
-/**
- * Shows progress in the last line of the terminal. Does nothing if standard error is not a
- * terminal.
- *
- * Writes a few times a second at most, and nothing in the first second. The destructor erases the
- * line. At most one object may exist at a time. Thread-compatible.
- */
+/// Shows progress in the last line of the terminal. Does nothing if standard error is not a
+/// terminal.
+///
+/// Writes a few times a second at most, and nothing in the first second. The destructor erases the
+/// line. At most one object may exist at a time. Thread-compatible.
 class Progress {
   public:
     using Clock = std::chrono::steady_clock;
@@ -30,7 +28,7 @@ class Progress {
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;
 
-    /** Whether standard error is a terminal; constant. */
+    /// Whether standard error is a terminal; constant.
     [[nodiscard]] bool active() const { return active_; }
 
     void show(InputStream const& input, Clock::time_point begun);

@@ -18,7 +18,7 @@ void appendPadded(std::string& out, std::uint64_t value, std::size_t digits) {
     out.append(digits - std::min(digits, text.size()), '0').append(text);
 }
 
-/** Parses a text from its start. */
+/// Parses a text from its start.
 class Scanner {
   public:
     explicit Scanner(std::string_view text)
@@ -26,7 +26,7 @@ class Scanner {
 
     [[nodiscard]] bool empty() const { return left_.empty(); }
 
-    /** Takes exactly `count` digits. */
+    /// Takes exactly `count` digits.
     std::optional<unsigned int> digits(std::size_t count) {
         unsigned int value = 0;
         std::string_view const text = left_.substr(0, count);
@@ -38,7 +38,7 @@ class Scanner {
         return value;
     }
 
-    /** Takes one of these characters; returns 0 if the next one is another. */
+    /// Takes one of these characters; returns 0 if the next one is another.
     char any(std::string_view characters) {
         if (left_.empty() || characters.find(left_[0]) == std::string_view::npos) {
             return 0;
@@ -48,7 +48,7 @@ class Scanner {
         return taken;
     }
 
-    /** Takes the digits of a fraction of a second; ignores those after the sixth. */
+    /// Takes the digits of a fraction of a second; ignores those after the sixth.
     std::optional<Microseconds> fraction() {
         Microseconds value = 0;
         std::size_t count = 0;
@@ -66,7 +66,7 @@ class Scanner {
     std::string_view left_;
 };
 
-/** Parses a date; returns seconds since 1970, or none if there is no such day. */
+/// Parses a date; returns seconds since 1970, or none if there is no such day.
 std::optional<std::int64_t> readDate(Scanner& in) {
     auto const year = in.digits(4);
     bool const first = in.any("-") != 0;
@@ -84,7 +84,7 @@ std::optional<std::int64_t> readDate(Scanner& in) {
     return std::chrono::sys_seconds(std::chrono::sys_days(date)).time_since_epoch().count();
 }
 
-/** Parses "12:00" or "12:00:00"; returns seconds. A leap second counts as the next second. */
+/// Parses "12:00" or "12:00:00"; returns seconds. A leap second counts as the next second.
 std::optional<std::int64_t> readClock(Scanner& in) {
     auto const hour = in.digits(2);
     bool const colon = in.any(":") != 0;
@@ -96,7 +96,7 @@ std::optional<std::int64_t> readClock(Scanner& in) {
     return std::int64_t{*hour} * 3600 + *minute * 60 + *second;
 }
 
-/** Parses "Z", "+01:00" or nothing; returns seconds. */
+/// Parses "Z", "+01:00" or nothing; returns seconds.
 std::optional<std::int64_t> readOffset(Scanner& in) {
     if (in.empty() || in.any("Zz") != 0) {
         return 0;

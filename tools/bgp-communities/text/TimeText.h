@@ -6,19 +6,16 @@
 
 namespace BgpCommunities {
 
-/** A point in time: microseconds since 1970, UTC, without leap seconds. */
+/// A point in time: microseconds since 1970, UTC, without leap seconds.
 using Microseconds = std::uint64_t;
 
-/** Appends "2015-09-22T12:00:00Z", or "2015-09-22T12:00:00.000042Z" with microseconds (RFC
-   3339). */
+/// Appends "2015-09-22T12:00:00Z", or "2015-09-22T12:00:00.000042Z" with microseconds (RFC 3339).
 void appendTime(std::string& out, Microseconds time);
 
-/**
- * Parses the format of appendTime() with any offset from UTC; a date, or a date and a time without
- * an offset, in UTC; or seconds since 1970, optionally with a fraction.
- *
- * Returns an error message, empty on success.
- */
+/// Parses the format of appendTime() with any offset from UTC; a date, or a date and a time without
+/// an offset, in UTC; or seconds since 1970, optionally with a fraction.
+///
+/// Returns an error message, empty on success.
 std::string_view readTime(std::string_view text, Microseconds& time);
 
 } // namespace BgpCommunities

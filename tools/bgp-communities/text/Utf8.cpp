@@ -10,8 +10,8 @@ unsigned char octetAt(std::string_view text, std::size_t at) {
     return static_cast<unsigned char>(text[at]);
 }
 
-/** First octets of well-formed sequences, with the length and the range of the second octet
-   (Unicode, table 3-7). All further octets are 80 to bf. */
+/// First octets of well-formed sequences, with the length and the range of the second octet
+/// (Unicode, table 3-7). All further octets are 80 to bf.
 struct Utf8Lead {
     unsigned char first, last;
     std::size_t length;
@@ -33,7 +33,7 @@ constexpr Range terminalControls[] = {
     {0x200e, 0x200f}, {0x2028, 0x202e}, {0x2066, 0x2069},
 };
 
-/** Decodes a sequence described by `row` at the start of `text`; 0 octets if malformed. */
+/// Decodes a sequence described by `row` at the start of `text`; 0 octets if malformed.
 Utf8Character sequence(std::string_view text, Utf8Lead const& row) {
     unsigned char const second = octetAt(text, 1);
     bool valid = second >= row.secondLow && second <= row.secondHigh;

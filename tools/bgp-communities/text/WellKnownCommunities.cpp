@@ -11,7 +11,7 @@ struct WellKnown {
     std::string_view name;
 };
 
-/** Sorted. If a community has several names, the first one is printed. */
+/// Sorted. If a community has several names, the first one is printed.
 constexpr WellKnown wellKnown[] = {
     {0xffff0000, "graceful-shutdown"}, // RFC 8326
     {0xffff0000, "gshut"},

@@ -24,7 +24,7 @@ std::uint32_t takeNumber(OctetReader& in, AsWidth width) {
     return width == AsWidth::four ? in.u32() : in.u16();
 }
 
-/** Returns the length of a path; none if it is malformed. */
+/// Returns the length of a path; none if it is malformed.
 std::optional<std::size_t> lengthOf(Octets value, AsWidth width) {
     AsPathReader in(value, width);
     std::size_t length = 0;
@@ -34,7 +34,7 @@ std::optional<std::size_t> lengthOf(Octets value, AsWidth width) {
     return in.fault().empty() ? std::optional(length) : std::nullopt;
 }
 
-/** How much of AS_PATH precedes AS4_PATH. */
+/// How much of AS_PATH precedes AS4_PATH.
 struct Merge {
     static constexpr std::size_t all = std::numeric_limits<std::size_t>::max();
 
@@ -42,8 +42,8 @@ struct Merge {
     bool merged = false;
 };
 
-/** An AS4_PATH that is malformed, or longer than the AS_PATH, is ignored (RFC 6793, sections 4.2.3
-    and 6). */
+/// An AS4_PATH that is malformed, or longer than the AS_PATH, is ignored (RFC 6793, sections 4.2.3
+/// and 6).
 Merge mergeOf(AsPath const& path) {
     if (path.as4Path.empty()) {
         return {};
@@ -56,13 +56,13 @@ Merge mergeOf(AsPath const& path) {
     return {*length - *as4Length, true};
 }
 
-/** Appends segments, separated by spaces. */
+/// Appends segments, separated by spaces.
 class PathText {
   public:
     explicit PathText(std::string& out)
       : out_(out) {}
 
-    /** Appends the first `count` numbers of a segment. Adjacent sequences read as one. */
+    /// Appends the first `count` numbers of a segment. Adjacent sequences read as one.
     void append(AsPathSegment const& segment, std::size_t count) {
         struct Brackets {
             std::string_view open, separator, close;
@@ -86,8 +86,8 @@ class PathText {
     bool first_ = true;
 };
 
-/** Appends the first part of a path, of length `leading`, with the confederation segments before
-   and next to it. */
+/// Appends the first part of a path, of length `leading`, with the confederation segments before
+/// and next to it.
 void appendLeading(PathText& text, AsPath const& path, std::size_t leading) {
     AsPathReader in(path.value, path.width);
     for (AsPathSegment segment; in.next(segment);) {

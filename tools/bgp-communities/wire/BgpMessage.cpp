@@ -17,7 +17,7 @@ void appendBgpHeader(std::string& out, std::uint8_t type, std::size_t bodyOctets
     appendU8(out, type);
 }
 
-/** marker (16) | message length (2) | type (1) | body RFC 4271, section 4.1 */
+/// marker (16) | message length (2) | type (1) | body RFC 4271, section 4.1
 bool readMessage(OctetReader& in, BgpMessage& message) {
     std::size_t const left = in.left();
     in.octets(markerOctets);

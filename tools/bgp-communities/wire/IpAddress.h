@@ -10,12 +10,10 @@
 
 namespace BgpCommunities {
 
-/**
- * An IPv4 or IPv6 address, or no address.
- *
- * Octets are in network order; those beyond `size` are zero, so addresses can be compared octet by
- * octet.
- */
+/// An IPv4 or IPv6 address, or no address.
+///
+/// Octets are in network order; those beyond `size` are zero, so addresses can be compared octet by
+/// octet.
 struct IpAddress {
     std::array<std::uint8_t, 16> octets{};
     std::uint8_t size = 0; // 0 (no address), 4 or 16
@@ -23,13 +21,13 @@ struct IpAddress {
     auto operator<=>(IpAddress const&) const = default;
 };
 
-/** Returns the address in `octets`; no address unless there are 4 or 16 of them. */
+/// Returns the address in `octets`; no address unless there are 4 or 16 of them.
 IpAddress ipAddress(Octets octets);
 
-/** Parses an address; returns no address if `text` is not one. */
+/// Parses an address; returns no address if `text` is not one.
 IpAddress readIpAddress(std::string_view text);
 
-/** A BGP peer, as recorded in a dump. */
+/// A BGP peer, as recorded in a dump.
 struct Peer {
     IpAddress address;
     std::uint32_t as = 0;
@@ -37,9 +35,9 @@ struct Peer {
     bool operator==(Peer const&) const = default;
 };
 
-/** Appends "192.0.2.1" or "2001:db8::1" (RFC 5952); "-" for no address. */
+/// Appends "192.0.2.1" or "2001:db8::1" (RFC 5952); "-" for no address.
 void appendText(std::string& out, IpAddress const& address);
-/** Appends "192.0.2.1 AS64496"; "-" for an unknown peer. */
+/// Appends "192.0.2.1 AS64496"; "-" for an unknown peer.
 void appendText(std::string& out, Peer const& peer);
 
 } // namespace BgpCommunities

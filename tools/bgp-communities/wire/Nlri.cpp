@@ -63,11 +63,9 @@ std::size_t octetsOfBits(unsigned int bits) {
     return (bits + 7) / 8;
 }
 
-/**
- * Takes the label stack before a prefix: up to the bottom-of-stack bit (RFC 8277, section 2.3), or
- * one field with any content if the route is withdrawn (section 2.4). Returns an empty span if the
- * bottom is missing.
- */
+/// Takes the label stack before a prefix: up to the bottom-of-stack bit (RFC 8277, section 2.3), or
+/// one field with any content if the route is withdrawn (section 2.4). Returns an empty span if the
+/// bottom is missing.
 Octets takeLabels(OctetReader& in, bool withdrawn) {
     OctetReader look = in;
     std::size_t size = 0;
@@ -79,7 +77,7 @@ Octets takeLabels(OctetReader& in, bool withdrawn) {
     return bottom ? in.octets(size) : Octets();
 }
 
-/** Returns the address with all but the first `bits` bits cleared. */
+/// Returns the address with all but the first `bits` bits cleared.
 IpAddress firstBits(IpAddress address, unsigned int bits) {
     if (unsigned int const partial = bits % 8; partial != 0) {
         address.octets[bits / 8] &= static_cast<std::uint8_t>(0xff00U >> partial);
@@ -88,7 +86,7 @@ IpAddress firstBits(IpAddress address, unsigned int bits) {
     return address;
 }
 
-/** Sets the prefix of `route` to the first `bits` bits of `octets`. */
+/// Sets the prefix of `route` to the first `bits` bits of `octets`.
 std::string_view setPrefix(Route& route, Octets octets, unsigned int bits) {
     std::uint8_t const addressOctets = route.family.afi == afiIpv4 ? 4 : 16;
     if (bits > addressOctets * 8U) {
@@ -129,7 +127,7 @@ std::string_view takePrefixRoute(OctetReader& in, Layout layout, bool withdrawn,
     return setPrefix(route, field.rest(), bits);
 }
 
-/** The length of the next route, including its length field. */
+/// The length of the next route, including its length field.
 std::size_t pieceOctets(OctetReader in, Layout layout) {
     std::size_t const before = in.left();
     std::size_t size = 0;
@@ -169,8 +167,7 @@ void takePathId(OctetReader& in, bool pathIds, Route& route) {
 
 } // namespace
 
-/** RFC 4364, section 4.2: type (2), then administrator and assigned number, depending on the type.
- */
+/// RFC 4364, section 4.2: type (2), then administrator and assigned number, depending on the type.
 void appendDistinguisher(std::string& out, Octets octets) {
     OctetReader in(octets);
     switch (in.u16()) {
@@ -195,7 +192,7 @@ void appendDistinguisher(std::string& out, Octets octets) {
     }
 }
 
-/** AFI (2) | SAFI (1) | length (1) | next hop | reserved (1) | NLRI     RFC 4760, section 3 */
+/// AFI (2) | SAFI (1) | length (1) | next hop | reserved (1) | NLRI     RFC 4760, section 3
 bool splitMpReach(Octets value, MpNlri& mp) {
     OctetReader in(value);
     mp.family = {in.u16(), in.u8()};
@@ -205,7 +202,7 @@ bool splitMpReach(Octets value, MpNlri& mp) {
     return in.ok();
 }
 
-/** AFI (2) | SAFI (1) | NLRI                                            RFC 4760, section 4 */
+/// AFI (2) | SAFI (1) | NLRI                                            RFC 4760, section 4
 bool splitMpUnreach(Octets value, MpNlri& mp) {
     OctetReader in(value);
     mp.family = {in.u16(), in.u8()};
@@ -215,7 +212,7 @@ bool splitMpUnreach(Octets value, MpNlri& mp) {
 
 namespace {
 
-/** As readRoute(). REQUIRES: `route` is as constructed. */
+/// As readRoute(). REQUIRES: `route` is as constructed.
 std::string_view readNewRoute(OctetReader& in, NlriForm const& form, Route& route) {
     route.family = form.family;
     route.inMessage = form.inMessage;

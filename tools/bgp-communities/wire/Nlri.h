@@ -11,7 +11,7 @@
 
 namespace BgpCommunities {
 
-/** An address family and its subsequent one (RFC 4760), by their registered numbers. */
+/// An address family and its subsequent one (RFC 4760), by their registered numbers.
 struct Family {
     std::uint16_t afi = 0;
     std::uint8_t safi = 0;
@@ -28,13 +28,11 @@ inline constexpr std::uint8_t safiVpn = 128;
 
 inline constexpr Family ipv4Unicast = {afiIpv4, safiUnicast};
 
-/**
- * One route of an NLRI field: a prefix, or opaque octets if the family is not parsed.
- *
- * Owns nothing: its spans point into the record and are valid until the handler returns. `address`
- * is zero beyond the first `length` bits, so two routes are the same if family, path identifier,
- * distinguisher, length and address are equal. Octets are in network order, lengths in bits.
- */
+/// One route of an NLRI field: a prefix, or opaque octets if the family is not parsed.
+///
+/// Owns nothing: its spans point into the record and are valid until the handler returns. `address`
+/// is zero beyond the first `length` bits, so two routes are the same if family, path identifier,
+/// distinguisher, length and address are equal. Octets are in network order, lengths in bits.
 struct Route {
     Family family;
     bool isPrefix = false;
@@ -49,17 +47,17 @@ struct Route {
     Octets opaque; // if not isPrefix: the whole NLRI
 };
 
-/** The parsed value of MP_REACH_NLRI or MP_UNREACH_NLRI (RFC 4760). */
+/// The parsed value of MP_REACH_NLRI or MP_UNREACH_NLRI (RFC 4760).
 struct MpNlri {
     Family family;
     Octets nlri;
 };
 
-/** Returns false if the value is too short. */
+/// Returns false if the value is too short.
 bool splitMpReach(Octets value, MpNlri& mp);
 bool splitMpUnreach(Octets value, MpNlri& mp);
 
-/** How to parse an NLRI field; its octets do not encode this. */
+/// How to parse an NLRI field; its octets do not encode this.
 struct NlriForm {
     Family family;
     bool pathIds = false;
@@ -67,62 +65,53 @@ struct NlriForm {
     bool inMessage = false; // as in Route
 };
 
-/**
- * Parses an NLRI field and appends its routes. For families other than IPv4 and IPv6 unicast,
- * multicast, labelled and VPN, appends one opaque route.
- *
- * Returns an error message, empty on success. Routes before the error are appended.
- */
+/// Parses an NLRI field and appends its routes. For families other than IPv4 and IPv6 unicast,
+/// multicast, labelled and VPN, appends one opaque route.
+///
+/// Returns an error message, empty on success. Routes before the error are appended.
 std::string_view readRoutes(Octets nlri, NlriForm const& form, std::vector<Route>& routes);
 
-/**
- * Parses the next route of an NLRI field. If the routes of the family cannot be delimited, takes
- * all octets.
- *
- * Returns an error message, empty on success.
- */
+/// Parses the next route of an NLRI field. If the routes of the family cannot be delimited, takes
+/// all octets.
+///
+/// Returns an error message, empty on success.
 std::string_view readRoute(OctetReader& in, NlriForm const& form, Route& route);
 
-/**
- * Sets `route` to the first `length` bits of an address (4 or 16 octets) in a unicast or multicast
- * family.
- *
- * Returns an error message, empty on success.
- */
+/// Sets `route` to the first `length` bits of an address (4 or 16 octets) in a unicast or multicast
+/// family.
+///
+/// Returns an error message, empty on success.
 std::string_view makePrefix(Family family, Octets address, std::uint8_t length, Route& route);
 
-/** An IPv4 or IPv6 prefix. The address is zero beyond the first `length` bits. */
+/// An IPv4 or IPv6 prefix. The address is zero beyond the first `length` bits.
 struct Prefix {
     IpAddress address;
     std::uint8_t length = 0;
 };
 
-/**
- * Reads "192.0.2.0/24" or "2001:db8::/32".
- *
- * Returns an error message, empty on success.
- */
+/// Reads "192.0.2.0/24" or "2001:db8::/32".
+///
+/// Returns an error message, empty on success.
 std::string_view readPrefix(std::string_view text, Prefix& prefix);
 
-/** Whether the prefix of `route` is `prefix` or inside it, regardless of labels and
-   distinguisher. */
+/// Whether the prefix of `route` is `prefix` or inside it, regardless of labels and distinguisher.
 bool contains(Prefix const& prefix, Route const& route);
-/** Whether the address is inside the prefix. */
+/// Whether the address is inside the prefix.
 bool contains(Prefix const& prefix, IpAddress const& address);
-/** Whether `prefix`, possibly a single address, is inside the prefix of `route`. */
+/// Whether `prefix`, possibly a single address, is inside the prefix of `route`.
 bool covers(Route const& route, Prefix const& prefix);
 
-/** Whether `readRoute` can delimit the routes of this family. */
+/// Whether `readRoute` can delimit the routes of this family.
 bool hasKnownPieces(Family family);
-/** Whether the routes of this family are prefixes, which `readRoutes` parses. */
+/// Whether the routes of this family are prefixes, which `readRoutes` parses.
 bool hasPrefixes(Family family);
 
-/** Appends "192.0.2.0/24", "2001:db8::/32", "64496:1:192.0.2.0/24" (with its route distinguisher),
-   or "25/70:" and hexadecimal digits. Labels and path identifier are omitted. */
+/// Appends "192.0.2.0/24", "2001:db8::/32", "64496:1:192.0.2.0/24" (with its route distinguisher),
+/// or "25/70:" and hexadecimal digits. Labels and path identifier are omitted.
 void appendText(std::string& out, Route const& route);
-/** Appends a route distinguisher of 8 octets (RFC 4364): "64496:1", "192.0.2.1:7". */
+/// Appends a route distinguisher of 8 octets (RFC 4364): "64496:1", "192.0.2.1:7".
 void appendDistinguisher(std::string& out, Octets octets);
-/** Appends "IPv4 unicast", "IPv6 VPN", ..., or AFI and SAFI as "25/70". */
+/// Appends "IPv4 unicast", "IPv6 VPN", ..., or AFI and SAFI as "25/70".
 void appendText(std::string& out, Family family);
 
 } // namespace BgpCommunities

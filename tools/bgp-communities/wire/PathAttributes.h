@@ -13,7 +13,7 @@
 
 namespace BgpCommunities {
 
-/** The four path attributes that carry communities, in the order of their type numbers. */
+/// The four path attributes that carry communities, in the order of their type numbers.
 enum class CommunityKind : std::uint8_t {
     standard,    // RFC 1997
     extended,    // RFC 4360
@@ -23,7 +23,7 @@ enum class CommunityKind : std::uint8_t {
 
 inline constexpr std::size_t communityKinds = 4;
 
-/** The properties of a kind. */
+/// The properties of a kind.
 struct CommunityKindTraits {
     std::uint8_t attributeType;
     std::size_t memberOctets;
@@ -42,7 +42,7 @@ constexpr CommunityKindTraits const& traitsOf(CommunityKind kind) {
     return communityKindTraits[static_cast<std::size_t>(kind)];
 }
 
-/** The kind of communities in attributes of this type, if any. */
+/// The kind of communities in attributes of this type, if any.
 constexpr std::optional<CommunityKind> communityKind(std::uint8_t type) {
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
         if (communityKindTraits[kind].attributeType == type) {
@@ -52,9 +52,7 @@ constexpr std::optional<CommunityKind> communityKind(std::uint8_t type) {
     return std::nullopt;
 }
 
-/**
- * A path attribute that carries communities. `value` points into the input and is not owned.
- */
+/// A path attribute that carries communities. `value` points into the input and is not owned.
 struct CommunityAttribute {
     enum class Form : std::uint8_t {
         wellFormed, // a non-zero multiple of the member's size
@@ -77,31 +75,29 @@ struct CommunityAttribute {
     [[nodiscard]] std::size_t members() const { return value.size() / traitsOf(kind).memberOctets; }
 };
 
-/** One path attribute (RFC 4271, section 4.3); `value` as in CommunityAttribute. */
+/// One path attribute (RFC 4271, section 4.3); `value` as in CommunityAttribute.
 struct PathAttribute {
     std::uint8_t flags = 0;
     std::uint8_t type = 0;
     Octets value;
 };
 
-/**
- * Iterates over the path attributes of one UPDATE or RIB entry.
- *
- *     flags (1) | type (1) | length (1, or 2 if flags & 0x10) | value      RFC 4271, section 4.3
- *
- * Stops at the end of the area, or at a truncated attribute, which `fault()` then reports. Owns
- * nothing. Thread-compatible.
- */
+/// Iterates over the path attributes of one UPDATE or RIB entry.
+///
+///     flags (1) | type (1) | length (1, or 2 if flags & 0x10) | value      RFC 4271, section 4.3
+///
+/// Stops at the end of the area, or at a truncated attribute, which `fault()` then reports. Owns
+/// nothing. Thread-compatible.
 class PathAttributeReader {
   public:
     explicit PathAttributeReader(Octets area)
       : in_(area) {}
 
-    /** Reads the next attribute; returns false at the end or on a fault. On a fault `attribute` has
-        what is left of it; its type is 0 if that is missing. */
+    /// Reads the next attribute; returns false at the end or on a fault. On a fault `attribute` has
+    /// what is left of it; its type is 0 if that is missing.
     bool next(PathAttribute& attribute);
 
-    /** After `next()` returned false: the fault; empty at the end of the area. */
+    /// After `next()` returned false: the fault; empty at the end of the area.
     [[nodiscard]] std::string const& fault() const { return fault_; }
 
   private:
@@ -109,12 +105,10 @@ class PathAttributeReader {
     std::string fault_;
 };
 
-/**
- * The communities and the multiprotocol routes (RFC 4760) of one attribute area.
- *
- * Reused for every area; memory is bounded by the largest one. Points into the input.
- * Thread-compatible.
- */
+/// The communities and the multiprotocol routes (RFC 4760) of one attribute area.
+///
+/// Reused for every area; memory is bounded by the largest one. Points into the input.
+/// Thread-compatible.
 struct AttributeArea {
     static constexpr std::uint8_t mpReachType = 14;
     static constexpr std::uint8_t mpUnreachType = 15;

@@ -62,7 +62,7 @@ void appendNlri(std::string& out, Route const& route, bool pathIds) {
     appendOctets(out, Octets(route.address.octets).first((route.length + 7U) / 8));
 }
 
-/** Returns the next hop field of MP_REACH_NLRI, which is whole or shortened to this field. */
+/// Returns the next hop field of MP_REACH_NLRI, which is whole or shortened to this field.
 Octets nextHopOf(Octets value) {
     OctetReader shortened(value);
     Octets const nextHop = shortened.octets(shortened.u8());
@@ -74,7 +74,7 @@ Octets nextHopOf(Octets value) {
     return whole.octets(whole.u8());
 }
 
-/** flags: optional, extended length */
+/// flags: optional, extended length
 void appendMultiprotocol(std::string& out, std::uint8_t type, std::string const& value) {
     appendU8(out, 0x90);
     appendU8(out, type);
