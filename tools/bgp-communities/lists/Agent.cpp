@@ -47,15 +47,15 @@ std::size_t Agent::tableOctets(CommunityKind kind) const {
 }
 
 bool tablesAreEmpty(Agent const& agent) {
-    bool nothing = true;
-    for (Agent::TableSize const& held : agent.tableSizes()) {
-        if (held.count != 0) {
-            nothing = false;
-            complain("all routes are dropped, and there is left of " + std::string(held.what) +
-                     ": " + std::to_string(held.count));
+    bool empty = true;
+    for (Agent::TableSize const& table : agent.tableSizes()) {
+        if (table.count != 0) {
+            empty = false;
+            complain(std::to_string(table.count) + " " + std::string(table.what) +
+                     " left after all routes were dropped");
         }
     }
-    return nothing;
+    return empty;
 }
 
 } // namespace BgpCommunities
