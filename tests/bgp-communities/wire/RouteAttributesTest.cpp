@@ -37,6 +37,7 @@ TEST(RouteAttributesTest, MergesAndPrintsAsPaths) {
 
     auto const two = AsWidth::two, four = AsWidth::four;
     std::string const transit = hex("0203 fbf0 5ba0 5ba0");
+    std::string const as4Aggregator = attribute(18, hex("00010001 c0000201"));
     for (Row const& row : std::vector<Row>{
              {"empty", four, "", "", " | -"},
              {"four octets", four, hex("0202 0000fbf0 00010000"), "", "64496 65536 | 65536"},
@@ -57,10 +58,15 @@ TEST(RouteAttributesTest, MergesAndPrintsAsPaths) {
              {"AS4_PATH is malformed", two, transit, attribute(17, hex("0202 00010000")),
               "truncated AS path segment: 64496 23456 23456 | 23456"},
              {"AS4_PATH is outdated", two, transit,
-              attribute(17, hex("0201 00010001")) + attribute(7, hex("fbf0 c0000201")),
+              attribute(17, hex("0201 00010001")) + attribute(7, hex("fbf0 c0000201")) +
+                  as4Aggregator,
               "64496 23456 23456 | 23456"},
              {"AS4_PATH is up to date", two, transit,
-              attribute(17, hex("0201 00010001")) + attribute(7, hex("5ba0 c0000201")),
+              attribute(17, hex("0201 00010001")) + attribute(7, hex("5ba0 c0000201")) +
+                  as4Aggregator,
+              "64496 23456 65537 | 65537"},
+             {"aggregated by an AS of two octets", two, transit,
+              attribute(17, hex("0201 00010001")) + attribute(7, hex("fbf0 c0000201")),
               "64496 23456 65537 | 65537"},
              {"AS4_PATH is ignored with four-octet numbers", four, hex("0201 0000fbf0"),
               attribute(17, hex("0201 00010001")), "64496 | 64496"},

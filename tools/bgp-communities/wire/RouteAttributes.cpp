@@ -31,7 +31,7 @@ IpAddress mpAddress(Octets field) {
 
 /** The first attribute of each type that is parsed; type 0 if missing. */
 struct RouteAttributes::Found {
-    std::array<PathAttribute, AttributeType::as4Path + 1> byType;
+    std::array<PathAttribute, AttributeType::as4Aggregator + 1> byType;
     std::optional<PathAttribute> truncated;
 
     explicit Found(Octets area) {
@@ -101,10 +101,11 @@ Octets RouteAttributes::as4PathOf(Found const& found) {
         addFault(*as4Path, fault);
         return {};
     }
-    // If the AS of AGGREGATOR is not AS_TRANS, a router without AS4_PATH support has changed the
-    // path, and AS4_PATH is outdated (RFC 6793, section 4.2.3).
+    // If there is an AS4_AGGREGATOR but the AS of AGGREGATOR is not AS_TRANS, a router without AS4_PATH
+    // support has aggregated the route again, and AS4_PATH is outdated (RFC 6793, section 4.2.3).
     auto const* const aggregator = found.find(AttributeType::aggregator);
-    bool const outdated = aggregator != nullptr && aggregator->value.size() == 6 &&
+    bool const outdated = found.find(AttributeType::as4Aggregator) != nullptr &&
+                          aggregator != nullptr && aggregator->value.size() == 6 &&
                           OctetReader(aggregator->value).u16() != asTrans;
     return outdated ? Octets() : as4Path->value;
 }

@@ -23,6 +23,7 @@ struct AttributeType {
     static constexpr std::uint8_t localPref = 5;
     static constexpr std::uint8_t aggregator = 7;
     static constexpr std::uint8_t as4Path = 17;
+    static constexpr std::uint8_t as4Aggregator = 18;
 };
 
 /** The unparsed path attributes of one UPDATE or RIB entry. `area` points into the record and is
