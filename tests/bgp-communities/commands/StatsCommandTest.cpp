@@ -419,7 +419,7 @@ void expectProgressOnly(std::string const& shown, char const* form) {
     ::regfree(&line);
 }
 
-TEST(StatsCommandTest, TruncatesLinesToTheTerminal) {
+TEST(StatsCommandTest, FitsTheTerminal) {
     Terminal terminal;
     Descriptor const null("/dev/null", O_RDWR);
     pid_t const pid =
@@ -431,6 +431,11 @@ TEST(StatsCommandTest, TruncatesLinesToTheTerminal) {
         longest = std::max(longest, line.size() - (line.ends_with('\r') ? 1 : 0));
     }
     EXPECT_EQ(longest, Terminal::columns);
+    std::string const shown = terminal.shown();
+    EXPECT_NE(shown.find("\nroutes by peer        large  distinct\r"), std::string::npos)
+        << "columns that do not fit follow: " << shown;
+    EXPECT_NE(shown.find("sent           3,444"), std::string::npos) << "grouped digits: " << shown;
+    EXPECT_NE(shown.find("  rt:64496:100  "), std::string::npos) << "names: " << shown;
 }
 
 TEST(StatsCommandTest, ShowsAndErasesProgress) {

@@ -5,10 +5,13 @@
 #include <string>
 #include <string_view>
 
+#include <unistd.h>
+
 #include "DumpFiles.h"
 #include "TargetLog.h"
 #include "lists/Agent.h"
 #include "lists/RouteTable.h"
+#include "text/Counts.h"
 #include "text/Output.h"
 #include "text/StandardError.h"
 #include "text/TextTable.h"
@@ -226,6 +229,7 @@ void writeCounts(std::string& out, Replay const& replay) {
     };
 
     ReplayCounts const& counts = replay.counts();
+    TerminalWidth const width = terminalColumns(STDOUT_FILENO);
     TextTable table;
     for (Row const& row : std::initializer_list<Row>{
              {"UPDATEs applied", counts.updates},
@@ -242,12 +246,12 @@ void writeCounts(std::string& out, Replay const& replay) {
              {"routes, maximum", counts.greatest},
              {"routes at the end", replay.routes()},
          }) {
-        table.addRow({std::string(row.words), std::to_string(row.count)});
+        table.addRow({std::string(row.words), numberText(row.count, width)});
     }
     for (Agent::TableSize const& size : replay.agent().tableSizes()) {
-        table.addRow({"distinct " + std::string(size.what), std::to_string(size.count)});
+        table.addRow({"distinct " + std::string(size.what), numberText(size.count, width)});
     }
-    table.appendTo(out);
+    table.appendTo(out, width);
 }
 
 ExitStatus replay(Arguments const& arguments, Output& output) {

@@ -40,7 +40,7 @@ section { margin: 1rem 0; padding: 1rem; background: var(--card); border: 1px so
 .cards span { color: var(--faint); }
 .bars { display: grid; grid-template-columns: minmax(0, 2fr) minmax(0, 3fr) auto;
   gap: .3rem .75rem; align-items: center; }
-.bars span { overflow: hidden; text-overflow: ellipsis; white-space: nowrap; }
+.bars span { overflow-wrap: anywhere; line-height: 1.25; }
 .bars b { font-weight: normal; text-align: right; font-variant-numeric: tabular-nums; }
 @media (max-width: 40rem) { .bars { grid-template-columns: 1fr auto; row-gap: 0; }
   .bars span { grid-column: 1 / -1; margin-top: .4rem; } }
@@ -54,8 +54,10 @@ details { margin-top: 1rem; } summary { cursor: pointer; color: var(--faint); }
 .scroll { overflow-x: auto; }
 table { width: 100%; border-collapse: collapse; font-size: .9rem; }
 th, td { padding: .25rem .5rem; border-bottom: 1px solid var(--line); text-align: left; }
-td { overflow-wrap: anywhere; min-width: 4rem; }
-.number { text-align: right; font-variant-numeric: tabular-nums; overflow-wrap: normal; }
+td { overflow-wrap: anywhere; min-width: 7rem; }
+td:first-child { min-width: 11rem; }
+.number { text-align: right; font-variant-numeric: tabular-nums; overflow-wrap: normal;
+  min-width: 0; }
 th button { all: unset; cursor: pointer; }
 th button:focus-visible { outline: 2px solid var(--bar); }
 </style>
@@ -72,7 +74,7 @@ for (const head of document.querySelectorAll("th")) {
   const isNumber = head.classList.contains("number");
   const value = row => {
     const text = row.cells[head.cellIndex].textContent;
-    return isNumber ? Number(text) : text;
+    return isNumber ? Number(text.replaceAll(",", "")) : text;
   };
   button.addEventListener("click", () => {
     const down = head.ariaSort ? head.ariaSort === "ascending" : isNumber;
@@ -106,19 +108,6 @@ std::string escaped(std::string_view text) {
             break;
         default:
             out += character;
-        }
-    }
-    return out;
-}
-
-/** "12,345" */
-std::string grouped(std::uint64_t number) {
-    std::string const digits = std::to_string(number);
-    std::string out;
-    for (std::size_t left = digits.size(); left != 0; --left) {
-        out += digits[digits.size() - left];
-        if (left % 3 == 1 && left != 1) {
-            out += ',';
         }
     }
     return out;
@@ -237,7 +226,7 @@ void addCounts(Table& table, std::vector<std::string> texts, Counts const& count
         if (isFirst) {
             table.heads.emplace_back(count.words);
         }
-        texts.push_back(std::to_string(count.value));
+        texts.push_back(grouped(count.value));
     }
     table.rows.push_back(std::move(texts));
 }
@@ -300,7 +289,7 @@ std::vector<std::string> usedRow(CommunityKind kind, UsageCount const& used, boo
         row.push_back(used.meaning);
     }
     row.insert(row.end(), {used.text, std::string(traitsOf(kind).key),
-                           hex.substr(1, hex.size() - 2), std::to_string(used.uses)});
+                           hex.substr(1, hex.size() - 2), grouped(used.uses)});
     return row;
 }
 
@@ -339,6 +328,7 @@ void appendGrouping(std::string& out, ReportContent const& content, GroupBy by,
         addCounts(table, {row.named.words}, row.named.counts);
     }
     if (by == GroupBy::hour) {
+        out += "<div class=\"ends\"><span>" + grouped(largest(bars)) + "</span></div>\n";
         appendSeries(out, bars, title);
         out += "<div class=\"ends\"><span class=\"key\">routes with communities</span>"
                "<span class=\"key key2\">all routes</span></div>\n";
@@ -360,8 +350,8 @@ void appendLengths(std::string& out, ReportContent const& content) {
             bars.push_back({named.words + ", " + range.name, range.count.attributes});
         }
         for (auto const& [members, count] : lengths) {
-            table.rows.push_back({named.key, std::to_string(members), std::to_string(count.lists),
-                                  std::to_string(count.attributes)});
+            table.rows.push_back(
+                {named.key, grouped(members), grouped(count.lists), grouped(count.attributes)});
         }
     }
     appendBars(out, bars);
@@ -382,7 +372,7 @@ void appendTargets(std::string& out, ReportContent const& content) {
         if (bars.size() < content.top) {
             bars.push_back({use.target + ", " + peer, use.routes});
         }
-        table.rows.push_back({use.target, peer, std::to_string(use.routes)});
+        table.rows.push_back({use.target, peer, grouped(use.routes)});
     }
     appendBars(out, bars);
     appendTable(out, table);

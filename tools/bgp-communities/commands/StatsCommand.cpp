@@ -90,7 +90,8 @@ For each group of --by, without messages that were sent to a peer (local subtype
   distinct         distinct communities of these routes; by AS, of this AS
 Groups are in descending order of routes; hours are in chronological order, all those with routes.
 
-On a terminal, lines are truncated to its width.
+On a terminal, wide tables are split and long lines truncated to fit its width, and digits are
+grouped. Communities are printed by name, as `read --community` takes them.
 
 examples:
   bgp-communities stats updates.*.gz
@@ -133,7 +134,7 @@ void print(StatsSections const& sections, bool json, Output& output) {
     }
     auto const columns = terminalColumns(STDOUT_FILENO);
     std::string text;
-    writeStatsText(text, sections, columns.value_or(defaultColumns));
+    writeStatsText(text, sections, columns);
     if (columns) {
         appendFitted(output.text(), text, *columns);
     } else {

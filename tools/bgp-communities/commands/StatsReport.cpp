@@ -8,6 +8,8 @@
 
 #include "lists/ListUses.h"
 #include "text/JsonWriter.h"
+#include "text/MemberName.h"
+#include "text/Terminal.h"
 #include "text/Utf8.h"
 
 namespace BgpCommunities {
@@ -62,21 +64,47 @@ void writeGrouping(JsonWriter& json, StatsGrouping const& grouping) {
 
 // ---- Text ---------------------------------------------------------------------------------------
 
-void appendRight(std::string& out, std::uint64_t number, std::size_t columns) {
-    std::string const digits = std::to_string(number);
-    out.append(columns - std::min(columns, digits.size()), ' ').append(digits);
+void appendRight(std::string& out, std::string_view text, std::size_t columns) {
+    out.append(columns - std::min(columns, text.size()), ' ').append(text);
 }
 
-void appendUsed(std::string& out, std::string_view head, std::vector<UsageCount> const& mostUsed) {
-    if (mostUsed.empty()) {
+/** Appends the most used lists, with the names of their members. */
+void appendUsedLists(std::string& out, CommunityKind kind, std::string_view words,
+                     std::vector<UsageCount> const& lists, TerminalWidth width) {
+    if (lists.empty()) {
         return;
     }
-    out.append("\nmost used ").append(head).append("\n");
-    for (UsageCount const& used : mostUsed) {
-        appendRight(out, used.uses, 12);
-        out.append("  ").append(used.text);
-        if (!used.meaning.empty()) {
-            out.append("  ").append(masked(used.meaning));
+    out.append("\nmost used lists of ").append(words).append(" communities\n");
+    for (UsageCount const& used : lists) {
+        appendRight(out, numberText(used.uses, width), 12);
+        appendMemberNames(out += "  ", kind, octetsOf(used.octets));
+        out += '\n';
+    }
+}
+
+/** Appends the most used values: their names, their meanings, and the library's texts if other than
+    the names. */
+void appendUsedValues(std::string& out, CommunityKind kind, std::string_view words,
+                      std::vector<UsageCount> const& values, TerminalWidth width) {
+    if (values.empty()) {
+        return;
+    }
+    std::vector<std::string> names;
+    std::size_t longest = 0;
+    for (UsageCount const& used : values) {
+        appendMemberName(names.emplace_back(), kind, octetsOf(used.octets));
+        longest = std::max(longest, names.back().size());
+    }
+    out.append("\nmost used ").append(words).append(" communities\n");
+    for (std::size_t row = 0; row < values.size(); ++row) {
+        UsageCount const& used = values[row];
+        std::string const meaning = masked(used.meaning);
+        std::string_view const text = used.text == names[row] ? std::string_view() : used.text;
+        appendRight(out, numberText(used.uses, width), 12);
+        out.append("  ").append(names[row]);
+        if (!meaning.empty() || !text.empty()) {
+            out.append(longest - names[row].size() + 2, ' ').append(meaning);
+            out.append(meaning.empty() || text.empty() ? "" : "  ").append(text);
         }
         out += '\n';
     }
@@ -85,7 +113,7 @@ void appendUsed(std::string& out, std::string_view head, std::vector<UsageCount>
 /** Appends a line for each range: members, distinct lists, attributes, and a bar for the
    attributes. */
 void appendLengths(std::string& out, std::string_view kind,
-                   std::map<std::size_t, LengthCount> const& lengths, std::size_t columns) {
+                   std::map<std::size_t, LengthCount> const& lengths, TerminalWidth terminal) {
     constexpr std::size_t numbers = 9 + 10 + 12 + 2;
     auto const ranges = lengthRanges(lengths);
     if (ranges.empty()) {
@@ -97,11 +125,12 @@ void appendLengths(std::string& out, std::string_view kind,
     }
     out.append("\nlengths of lists of ").append(kind).append(" communities\n");
     out.append("  members     lists  attributes\n");
+    std::size_t const columns = terminal.value_or(defaultColumns);
     double const width = static_cast<double>(columns - std::min(columns - 1, numbers));
     for (LengthRange const& range : ranges) {
-        out.append(9 - std::min<std::size_t>(9, range.name.size()), ' ').append(range.name);
-        appendRight(out, range.count.lists, 10);
-        appendRight(out, range.count.attributes, 12);
+        appendRight(out, range.name, 9);
+        appendRight(out, numberText(range.count.lists, terminal), 10);
+        appendRight(out, numberText(range.count.attributes, terminal), 12);
         double const share =
             static_cast<double>(range.count.attributes) / static_cast<double>(most);
         auto const bar = static_cast<std::size_t>(std::lround(share * width));
@@ -109,7 +138,7 @@ void appendLengths(std::string& out, std::string_view kind,
     }
 }
 
-void appendGrouping(std::string& out, StatsGrouping const& grouping) {
+void appendGrouping(std::string& out, StatsGrouping const& grouping, TerminalWidth width) {
     std::vector<NamedCounts> rows;
     for (StatsGroup const& row : grouping.rows) {
         rows.push_back(row.named);
@@ -118,9 +147,10 @@ void appendGrouping(std::string& out, StatsGrouping const& grouping) {
     appendRows(out,
                std::string("routes by ") +
                    std::string(groupByKeys[static_cast<std::size_t>(grouping.by)]),
-               rows);
+               rows, width);
     if (grouping.groups > rows.size()) {
-        out.append("and ").append(std::to_string(grouping.groups - rows.size())).append(" more\n");
+        out.append("and ").append(numberText(grouping.groups - rows.size(), width));
+        out += " more\n";
     }
 }
 
@@ -180,27 +210,30 @@ void writeStatsJson(std::string& out, StatsSections const& sections) {
     json.endObject();
 }
 
-void writeStatsText(std::string& out, StatsSections const& sections, std::size_t columns) {
-    appendCounts(out, sections.whole);
+void writeStatsText(std::string& out, StatsSections const& sections, TerminalWidth width) {
+    appendCounts(out, sections.whole, width);
     out += '\n';
-    appendColumns(out, "communities", sections.kinds);
+    appendColumns(out, "communities", sections.kinds, width);
     out += '\n';
-    appendColumns(out, "octets", sections.interning);
-    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
-        std::string const& words = sections.kinds[kind].words;
-        InternedKind const& interned = sections.interned[kind];
-        appendUsed(out, words + " communities", interned.mostUsedValues);
-        appendUsed(out, "lists of " + words + " communities", interned.mostUsedLists);
-        appendLengths(out, words, interned.lengths, columns);
+    appendColumns(out, "octets", sections.interning, width);
+    for (std::size_t number = 0; number < communityKinds; ++number) {
+        auto const kind = static_cast<CommunityKind>(number);
+        std::string const& words = sections.kinds[number].words;
+        InternedKind const& interned = sections.interned[number];
+        appendUsedValues(out, kind, words, interned.mostUsedValues, width);
+        appendUsedLists(out, kind, words, interned.mostUsedLists, width);
+        appendLengths(out, words, interned.lengths, width);
     }
     for (StatsGrouping const& grouping : sections.groupings) {
-        appendGrouping(out, grouping);
+        appendGrouping(out, grouping, width);
     }
-    char line[160];
-    std::snprintf(line, sizeof line, "\n%.2f seconds, %.0f records and %.0f routes a second\n",
-                  sections.seconds, rate(sections.records, sections.seconds),
-                  rate(sections.routes, sections.seconds));
-    out += line;
+    auto const perSecond = [&](std::uint64_t count) {
+        return numberText(static_cast<std::uint64_t>(rate(count, sections.seconds)), width);
+    };
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "\n%.2f", sections.seconds);
+    out.append(seconds).append(" seconds, ").append(perSecond(sections.records));
+    out.append(" records and ").append(perSecond(sections.routes)).append(" routes a second\n");
 }
 
 } // namespace BgpCommunities

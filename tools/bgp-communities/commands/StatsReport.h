@@ -11,8 +11,8 @@ namespace BgpCommunities {
 
 /** Appends one JSON object. */
 void writeStatsJson(std::string& out, StatsSections const& sections);
-/** Appends tables and bars as text. Bars fit in `columns`; other lines may be longer. */
-void writeStatsText(std::string& out, StatsSections const& sections, std::size_t columns);
+/** Appends tables and bars as text. Tables and bars fit in `width`; other lines may be longer. */
+void writeStatsText(std::string& out, StatsSections const& sections, TerminalWidth width);
 
 /** The lists in a range of lengths. */
 struct LengthRange {

@@ -23,15 +23,32 @@ void writeCounts(JsonWriter& json, std::span<NamedCounts const> rows) {
     json.endObject();
 }
 
-void appendCounts(std::string& out, Counts const& counts) {
-    TextTable table;
-    for (Count const& count : counts) {
-        table.addRow({std::string(count.words), std::to_string(count.value)});
+std::string grouped(std::uint64_t number) {
+    std::string const digits = std::to_string(number);
+    std::string out;
+    for (std::size_t left = digits.size(); left != 0; --left) {
+        out += digits[digits.size() - left];
+        if (left % 3 == 1 && left != 1) {
+            out += ',';
+        }
     }
-    table.appendTo(out);
+    return out;
 }
 
-void appendRows(std::string& out, std::string_view head, std::span<NamedCounts const> rows) {
+std::string numberText(std::uint64_t number, TerminalWidth width) {
+    return width ? grouped(number) : std::to_string(number);
+}
+
+void appendCounts(std::string& out, Counts const& counts, TerminalWidth width) {
+    TextTable table;
+    for (Count const& count : counts) {
+        table.addRow({std::string(count.words), numberText(count.value, width)});
+    }
+    table.appendTo(out, width);
+}
+
+void appendRows(std::string& out, std::string_view head, std::span<NamedCounts const> rows,
+                TerminalWidth width) {
     std::vector<std::string> heads = {std::string(head)};
     std::vector<std::size_t> shown;
     for (std::size_t column = 0; !rows.empty() && column < rows[0].counts.size(); ++column) {
@@ -46,14 +63,15 @@ void appendRows(std::string& out, std::string_view head, std::span<NamedCounts c
     for (NamedCounts const& row : rows) {
         std::vector<std::string> cells = {row.words};
         for (std::size_t const column : shown) {
-            cells.push_back(std::to_string(row.counts[column].value));
+            cells.push_back(numberText(row.counts[column].value, width));
         }
         table.addRow(std::move(cells));
     }
-    table.appendTo(out);
+    table.appendTo(out, width);
 }
 
-void appendColumns(std::string& out, std::string_view head, std::span<NamedCounts const> columns) {
+void appendColumns(std::string& out, std::string_view head, std::span<NamedCounts const> columns,
+                   TerminalWidth width) {
     std::vector<std::string> heads = {std::string(head)};
     for (NamedCounts const& column : columns) {
         heads.push_back(column.words);
@@ -63,11 +81,11 @@ void appendColumns(std::string& out, std::string_view head, std::span<NamedCount
     for (std::size_t line = 0; !columns.empty() && line < columns[0].counts.size(); ++line) {
         std::vector<std::string> cells = {std::string(columns[0].counts[line].words)};
         for (NamedCounts const& column : columns) {
-            cells.push_back(std::to_string(column.counts[line].value));
+            cells.push_back(numberText(column.counts[line].value, width));
         }
         table.addRow(std::move(cells));
     }
-    table.appendTo(out);
+    table.appendTo(out, width);
 }
 
 } // namespace BgpCommunities

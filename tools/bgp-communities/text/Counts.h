@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "JsonWriter.h"
+#include "Terminal.h"
 
 namespace BgpCommunities {
 
@@ -31,11 +33,19 @@ void writeCounts(JsonWriter& json, Counts const& counts);
 /** Writes an object with a key for each row. */
 void writeCounts(JsonWriter& json, std::span<NamedCounts const> rows);
 
+/** "12,345" */
+std::string grouped(std::uint64_t number);
+
+/** Returns "12,345" for a terminal, "12345" for programs. */
+std::string numberText(std::uint64_t number, TerminalWidth width);
+
 /** Appends a line for each count. */
-void appendCounts(std::string& out, Counts const& counts);
+void appendCounts(std::string& out, Counts const& counts, TerminalWidth width = std::nullopt);
 /** Appends a table with a column for each count; counts that are zero in all rows are omitted. */
-void appendRows(std::string& out, std::string_view head, std::span<NamedCounts const> rows);
+void appendRows(std::string& out, std::string_view head, std::span<NamedCounts const> rows,
+                TerminalWidth width);
 /** Appends a table with a line for each count, and a column for each of the `columns`. */
-void appendColumns(std::string& out, std::string_view head, std::span<NamedCounts const> columns);
+void appendColumns(std::string& out, std::string_view head, std::span<NamedCounts const> columns,
+                   TerminalWidth width);
 
 } // namespace BgpCommunities

@@ -22,10 +22,10 @@ std::size_t octetsOfFirst(std::string_view line, std::size_t characters) {
 
 } // namespace
 
-std::optional<std::size_t> terminalColumns(int fd) {
+TerminalWidth terminalColumns(int fd) {
     winsize size = {};
     bool const known = ::ioctl(fd, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
-    return known ? std::optional<std::size_t>(size.ws_col) : std::nullopt;
+    return known ? TerminalWidth(size.ws_col) : std::nullopt;
 }
 
 void appendFitted(std::string& out, std::string_view text, std::size_t columns) {

@@ -7,8 +7,12 @@
 
 namespace BgpCommunities {
 
+/** The width of the terminal that a text is for, none for other programs. On a terminal, tables are
+    split to fit and digits are grouped. */
+using TerminalWidth = std::optional<std::size_t>;
+
 /** Returns the width of terminal `fd`; none if it is not a terminal or its width is unknown. */
-std::optional<std::size_t> terminalColumns(int fd);
+TerminalWidth terminalColumns(int fd);
 
 inline constexpr std::size_t defaultColumns = 80;
 
