@@ -33,14 +33,15 @@ TEST(DiffCommandTest, PrintsChangedRoutesListsAndValues) {
         // attribute withdraws the route.
         record(16, 7, peer4 + update(attribute(8, hex("fbf00001")), prefix(8))) +
         announce(7, "fbf00001") + announce(7, "fbf0"));
+    TemporaryFile const words("64496:4,learned in Europe\n", ".txt");
     std::string const route = "~route\t192.0.2.1 AS65536\tIPv4 unicast\t10.";
     std::string const lists = "+list\tstandard\t1\t64496:1 64496:4\n"
                               "-list\tstandard\t1\t64496:3\n"
                               "+list\tstandard\t1\t64496:9\n"
                               "-value\tstandard\t1\t64496:3\n"
-                              "+value\tstandard\t1\t64496:4\n"
+                              "+value\tstandard\t1\t64496:4\tlearned in Europe\n"
                               "+value\tstandard\t1\t64496:9\n";
-    Result const result = run({"diff", before.path(), after.path()});
+    Result const result = run({"diff", "--dictionary", words.path(), before.path(), after.path()});
     EXPECT_EQ(result.status, 1) << result.err;
     EXPECT_EQ(result.out, route + "3.0.0/16\t-\tstandard\t64496:3\t64496:1 64496:4\n" + route +
                               "5.0.0/16\t-\tstandard\t-\t64496:1\n" + lists +
@@ -61,7 +62,7 @@ TEST(DiffCommandTest, PrintsChangedRoutesListsAndValues) {
     // A store has the same lists and values as its dump, and no routes.
     std::string const store = after.path() + ".store";
     ASSERT_EQ(run({"stash", "--out", store, after.path()}).status, 1);
-    Result const stored = run({"diff", before.path(), store});
+    Result const stored = run({"diff", "--dictionary", words.path(), before.path(), store});
     EXPECT_TRUE(stored.out.starts_with(lists)) << stored.out;
     Result const equal = run({"diff", after.path(), store});
     EXPECT_TRUE(equal.out.starts_with("\ndistinct lists only before        0\n")) << equal.out;

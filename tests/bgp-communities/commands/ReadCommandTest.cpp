@@ -338,7 +338,7 @@ TEST(ReadCommandTest, FiltersSelectRoutes) {
         {{"--covers", "2001:db8::1"}, "ipv6"},
         {{"--family", "ipv4"}, "1 2 3 4 5 6 7 vpn"},
         {{"--family", "IPv4 unicast", "--prefix", "10.6.0.0/15"}, "6 7"},
-        {{"--family=1/128", "--family", "ipv6-unicast"}, "vpn ipv6"},
+        {{"--family=VPNv4", "--family", "2/1"}, "vpn ipv6"},
         {{"--community", "100:*"}, "2 6"},
         {{"--community", "NO_EXPORT"}, "2 6"},
         {{"--community", "target:65000:*", "--kind", "extended"}, "3 6 7"},

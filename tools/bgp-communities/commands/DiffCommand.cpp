@@ -11,27 +11,35 @@
 #include <utility>
 #include <vector>
 
+#include <unistd.h>
+
+#include "DictionaryOption.h"
 #include "DumpFiles.h"
 #include "ListStore.h"
 #include "lists/Agent.h"
 #include "lists/ComparedRoutes.h"
+#include "text/CommunityFormatter.h"
 #include "text/Counts.h"
 #include "text/JsonWriter.h"
+#include "text/MemberName.h"
 #include "text/StandardError.h"
 
 namespace BgpCommunities {
 
 namespace {
 
-constexpr Option diffOptions[] = {{jsonOption}, addPathOption, {verboseOption}};
+constexpr Option diffOptions[] = {{jsonOption}, dictionaryOption, addPathOption, {verboseOption}};
 
 constexpr std::string_view diffHelp =
-    R"(usage: bgp-communities diff [--json] [--add-path[=HOW]] [--verbose] BEFORE AFTER
+    R"(usage: bgp-communities diff [OPTION...] BEFORE AFTER
 
 Compares the communities of two inputs: MRT dumps, or stores written by `bgp-communities stash` or
 `merge`.
 
   --json            one JSON object per line
+  --dictionary FILE|DIR
+                    operators' descriptions of their communities, printed with values; lines
+                    ASN:PATTERN,DESCRIPTION, see the man page
   --add-path[=HOW]  whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
                     for each message and family; no; or yes, also without HOW
   --verbose         report all problems on standard error, not only the first few of each kind
@@ -42,7 +50,8 @@ Prints a line for each difference, with tabs between the columns, then the total
           route of both dumps whose lists of this kind differ
   -list   kind, attributes that carried it, text: a distinct list only in BEFORE
   +list   the same, only in AFTER
-  -value  kind, attributes that carried it, text: a community only in BEFORE
+  -value  kind, attributes that carried it, text, name if other than the text, and description: a
+          community only in BEFORE
   +value  the same, only in AFTER
 
 Routes are compared as of the end of each dump: UPDATEs and state changes are applied to a table in
@@ -125,11 +134,15 @@ void addSide(ListUses const& uses, std::size_t side, ComparedItems& lists, Compa
 
 // ---- Output -------------------------------------------------------------------------------------
 
+constexpr std::string_view listItem = "list", valueItem = "value";
+
 /** Writes and counts the differences. */
 class DiffWriter {
   public:
-    DiffWriter(bool json, Output& output)
+    /** `dictionary` and `output` are not owned. */
+    DiffWriter(bool json, Dictionary const& dictionary, Output& output)
       : json_(json)
+      , dictionary_(dictionary)
       , output_(output) {}
 
     void writeRoutes(ComparedRoutes const& routes, Side const& before, Side const& after);
@@ -144,7 +157,10 @@ class DiffWriter {
     void writeItem(std::string_view what, std::size_t kind, std::string const& octets,
                    Compared const& item);
 
+    void writeNotes(JsonWriter& json, CommunityKind kind, Octets member);
+
     bool const json_;
+    Dictionary const& dictionary_;
     Output& output_;
     Counts totals_;
 };
@@ -226,7 +242,11 @@ void DiffWriter::writeItem(std::string_view what, std::size_t kind, std::string 
         json.beginObject().key("change").string(what);
         json.key("kind").string(communityKindTraits[kind].key);
         json.key("new").boolean(isNew).key("uses").number(uses);
-        json.key("octets").octets(octetsOf(octets)).key("text").string(item.text).endObject();
+        json.key("octets").octets(octetsOf(octets)).key("text").string(item.text);
+        if (what == valueItem) {
+            writeNotes(json, static_cast<CommunityKind>(kind), octetsOf(octets));
+        }
+        json.endObject();
     } else {
         output_.text()
             .append(isNew ? "+" : "-")
@@ -237,8 +257,21 @@ void DiffWriter::writeItem(std::string_view what, std::size_t kind, std::string 
             .append(std::to_string(uses))
             .append("\t")
             .append(item.text);
+        if (what == valueItem) {
+            CommunityFormatter(&dictionary_)
+                .appendNotes(output_.text(), static_cast<CommunityKind>(kind), octetsOf(octets));
+        }
     }
     output_.endLine();
+}
+
+void DiffWriter::writeNotes(JsonWriter& json, CommunityKind kind, Octets member) {
+    std::string name;
+    appendMemberName(name, kind, member);
+    json.key("name").string(name);
+    if (auto const meaning = dictionary_.meaning(kind, member); !meaning.empty()) {
+        json.key("meaning").string(meaning);
+    }
 }
 
 void DiffWriter::writeTotals() {
@@ -250,7 +283,7 @@ void DiffWriter::writeTotals() {
         output_.endLine();
     } else {
         output_.text() += '\n';
-        appendCounts(output_.text(), totals_);
+        appendCounts(output_.text(), totals_, terminalColumns(STDOUT_FILENO));
     }
 }
 
@@ -261,9 +294,9 @@ void compareLists(DiffWriter& writer, std::span<Side const> sides) {
             addSide(sides[side].lists(kind), side, lists[kind], values[kind]);
         }
     }
-    writer.writeItems("list", lists, {"listsGone", "distinct lists only before"},
+    writer.writeItems(listItem, lists, {"listsGone", "distinct lists only before"},
                       {"listsNew", "distinct lists only after"});
-    writer.writeItems("value", values, {"valuesGone", "distinct communities only before"},
+    writer.writeItems(valueItem, values, {"valuesGone", "distinct communities only before"},
                       {"valuesNew", "distinct communities only after"});
 }
 
@@ -274,6 +307,7 @@ ExitStatus diff(Arguments const& arguments, Output& output) {
     if (arguments.operands()[0] == "-" && arguments.operands()[1] == "-") {
         throw UsageError("only one input can be standard input");
     }
+    Dictionary const meanings = dictionary(arguments);
     Agent agent;
     ComparedRoutes routes;
     std::array<Side, 2> const sides = {readSide(agent, arguments, 0, routes),
@@ -283,7 +317,7 @@ ExitStatus diff(Arguments const& arguments, Output& output) {
         complain("not compared: some input could not be read");
         return status;
     }
-    DiffWriter writer(arguments.has(jsonOption), output);
+    DiffWriter writer(arguments.has(jsonOption), meanings, output);
     if (sides[0].counter && sides[1].counter) {
         writer.writeRoutes(routes, sides[0], sides[1]);
     }

@@ -121,19 +121,22 @@ ExitStatus exportRoutes(Arguments const& arguments, Output& output) {
     }
     std::error_code error;
     bool const isNew = !std::filesystem::exists(std::string(*name), error);
-    auto const files = input.files;
+    auto files = input.files; // that are not added yet
     Dictionary const meanings = dictionary(arguments);
     bool const verbose = arguments.has(verboseOption);
     ExitStatus status = ExitStatus::allRead;
     try {
         Database database{std::string(*name)};
         database.execute("PRAGMA cache_size = -65536"); // 64 MB
-        for (std::string_view const& file : files) {
-            input.files = {&file, 1};
+        for (; !files.empty(); files = files.subspan(1)) {
+            input.files = files.first(1);
             status = worse(status, addDump(database, input, meanings, verbose, output));
         }
     } catch (DatabaseError const& fault) {
-        complain(std::string(fault.what()) + "; the dump was not added");
+        complain(fault.what());
+        for (std::string_view const file : files) {
+            complain(std::string(file) + ": not added to " + std::string(*name));
+        }
         status = ExitStatus::unreadable;
     }
     if (isNew) {

@@ -78,7 +78,7 @@ std::optional<Number> named(std::span<std::pair<std::string_view, Number> const>
     return found != names.end() ? std::optional(found->second) : readNumber<Number>(text);
 }
 
-/** "ipv6", "IPv6 unicast", "ipv4-vpn", "l2vpn-evpn", "25/70". */
+/** "ipv6", "IPv6 unicast", "ipv4-vpn", "vpnv4", "l2vpn-evpn", "evpn", "25/70". */
 RouteFilter::FamilyChoice family(std::string_view text) {
     static constexpr std::pair<std::string_view, std::uint16_t> families[] = {
         {"ipv4", afiIpv4}, {"ipv6", afiIpv6}, {"l2vpn", 25}, {"bgp-ls", 16388}};
@@ -92,7 +92,15 @@ RouteFilter::FamilyChoice family(std::string_view text) {
         {"evpn", std::uint8_t{70}},
         {"rtc", std::uint8_t{132}},
         {"flowspec", std::uint8_t{133}}};
-    std::string const name = normalizedName(text);
+    static constexpr std::pair<std::string_view, std::string_view> synonyms[] = {
+        {"evpn", "l2vpn-evpn"},
+        {"vpls", "l2vpn-vpls"},
+        {"vpnv4", "ipv4-vpn"},
+        {"vpnv6", "ipv6-vpn"}};
+    std::string name = normalizedName(text);
+    for (auto const& [typed, full] : synonyms) {
+        name = name == typed ? full : name;
+    }
     std::size_t const end = name.starts_with("bgp-ls") ? 6 : name.find_first_of(" -/");
     auto const afi = named<std::uint16_t>(families, std::string_view(name).substr(0, end));
     std::optional<std::uint8_t> safi;

@@ -53,6 +53,8 @@ class CommunityFormatter {
     void appendNotes(std::string& out, CommunityKind kind, Member const& member) {
         appendNotes(out, kind, octets(member));
     }
+    /** The same, for a member as on the wire. */
+    void appendNotes(std::string& out, CommunityKind kind, Octets member);
 
     /** Whether `printed` is one of the library's texts for an extended community. */
     bool prints(ExtComm::PtrConst const& extComm, std::string_view printed);
@@ -77,7 +79,6 @@ class CommunityFormatter {
 
     /** Uses the octets of the last `octets()` call. */
     void writeMeaning(JsonWriter& json, CommunityKind kind);
-    void appendNotes(std::string& out, CommunityKind kind, Octets member);
 
     template <class Comm>
     void writeExtended(JsonWriter& json, CommunityKind kind, Mox::PtrConst<Comm> const& comm,

@@ -148,8 +148,10 @@ class CommunityPattern::Builder {
         return pattern_.alternatives_.size() != before;
     }
 
-    /** "A:B:C". */
+    /** "A:B:C" or "large:A:B:C". */
     bool triple(std::string_view text) {
+        constexpr std::string_view prefix = "large:";
+        text.remove_prefix(text.starts_with(prefix) ? prefix.size() : 0);
         std::size_t const first = text.find(':'), last = text.rfind(':');
         if (first == last) {
             return false;
@@ -235,7 +237,7 @@ class CommunityPattern::Builder {
         }
     }
 
-    /** Matches communities of this form whose name contains these fields. */
+    /** Matches communities of this form whose name has these fields; "*" at the end matches the rest. */
     bool matchName(Type const& type, ExtendedForm const& form, std::string_view fields) {
         pattern_.name_ = std::string(form.name) + ":" + normalizedName(fields);
         beginExtended(type);
@@ -341,7 +343,9 @@ bool CommunityPattern::covers(CommunityKind kind, Octets member) const {
     }
     std::string name;
     appendMemberName(name, kind, member);
-    return name == name_;
+    std::string_view const wanted = name_;
+    return wanted.ends_with('*') ? name.starts_with(wanted.substr(0, wanted.size() - 1))
+                                 : name == wanted;
 }
 
 } // namespace BgpCommunities
