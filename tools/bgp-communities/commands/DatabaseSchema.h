@@ -6,7 +6,8 @@ namespace BgpCommunities {
 
 /// PRAGMA application_id of the databases that `export` writes: "BGPc".
 inline constexpr std::string_view databaseApplication = "1111969891";
-/// PRAGMA user_version: incremented when a table or column is removed or changes its meaning.
+/// PRAGMA user_version: incremented when a table or column is added, removed or changes its
+/// meaning.
 inline constexpr std::string_view databaseVersion = "3";
 
 /// The tables, described in docs/questions.md.
@@ -116,7 +117,8 @@ CREATE VIEW full_routes AS          -- with texts instead of references
            peers.asn AS peer_as, family, prefix, path_id, path AS as_path, origin_as, length,
            origin, next_hop, med, local_pref, s.text AS standard, e.text AS extended,
            i.text AS ipv6, l.text AS large,
-           (SELECT group_concat(attribute || ' !' || lower(hex(octets)) || ' (' || reason || ')', '; ')
+           (SELECT group_concat(attribute || ' !' || lower(hex(octets)) || ' (' || reason || ')',
+                                '; ')
             FROM route_errors JOIN errors ON errors.id = error
             WHERE route = routes.id) AS errors
     FROM routes JOIN dumps ON dumps.id = dump JOIN peers ON peers.id = peer
