@@ -14,7 +14,7 @@ std::string prefix(unsigned int number) {
     return hex("100a") + u8(number);
 }
 
-/** Announces 10.N.0.0/16 with these standard communities. */
+/// Announces 10.N.0.0/16 with these standard communities.
 std::string announce(unsigned int number, std::string const& communities) {
     std::string const value = hex(communities);
     return as4Record(update(value.empty() ? "" : attribute(8, value), prefix(number)));

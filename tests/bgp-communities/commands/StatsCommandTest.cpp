@@ -35,7 +35,7 @@ std::string attribute(unsigned int type, std::string const& value) {
     return hex("d0") + u8(type) + u16(hex(value).size()) + hex(value);
 }
 
-/** An UPDATE with these attributes that announces 192.0.2.0/24. */
+/// An UPDATE with these attributes that announces 192.0.2.0/24.
 std::string update(std::string const& attributes, unsigned int subtype = 4) {
     std::string const body = u16(0) + u16(attributes.size()) + attributes + hex("18c00002");
     return record(16, subtype,
@@ -51,7 +51,7 @@ std::string repeated(std::string const& piece, int times) {
     return out;
 }
 
-/** Removes values that depend on the time and, with jobs, on the split of the tables. */
+/// Removes values that depend on the time and, with jobs, on the split of the tables.
 std::string steady(std::string out) {
     for (std::string const key :
          {"seconds", "recordsPerSecond", "routesPerSecond", "heldOctets", "tableOctets"}) {
@@ -234,7 +234,7 @@ TEST(StatsCommandTest, ResultsDoNotDependOnTheNumberOfJobs) {
 
 // ---- Memory ----
 
-/** Records of maximum length, in a file of a thousandth of their size. */
+/// Records of maximum length, in a file of a thousandth of their size.
 std::string hostileDump() {
     std::string const rib = record(13, 2, std::string(16U << 20, '\0'));
     return gzip(rib + record(13, 1, std::string(1700000, '\0')) + rib);
@@ -293,7 +293,7 @@ void expectCounts(std::string const& json, std::map<std::string, std::string> co
     }
 }
 
-/** How often the list of a rank occurs; "none" if missing. */
+/// How often the list of a rank occurs; "none" if missing.
 std::string usesOfRank(std::string const& json, char const* kind, std::size_t rank) {
     std::size_t at = json.find(R"("mostUsed":{)");
     at = json.find(std::string("\"") + kind + "\":{", at);
@@ -354,7 +354,7 @@ TEST(StatsCommandTest, CountsRealDumpsLikeIndependentDecoders) {
 
 using Clock = std::chrono::steady_clock;
 
-/** A narrow terminal; its other end is the standard error of the program. */
+/// A narrow terminal; its other end is the standard error of the program.
 class Terminal {
   public:
     static constexpr unsigned short columns = 64;
@@ -370,7 +370,7 @@ class Terminal {
 
     [[nodiscard]] int fd() const { return theirs_->fd(); }
 
-    /** Reads until this text is shown; returns false after a minute. */
+    /// Reads until this text is shown; returns false after a minute.
     bool shows(std::string const& text) {
         auto const end = Clock::now() + std::chrono::minutes(1);
         while (shown_.find(text) == std::string::npos && Clock::now() < end) {
@@ -379,7 +379,7 @@ class Terminal {
         return shown_.find(text) != std::string::npos;
     }
 
-    /** Everything shown so far. */
+    /// Everything shown so far.
     std::string const& shown() {
         while (readOn(0)) {
         }
@@ -404,8 +404,8 @@ class Terminal {
 
 std::string const clear = "\r\x1b[K";
 
-/** Whether the text has only progress lines that fit and match a regular expression, and the last
-   one is erased. */
+/// Whether the text has only progress lines that fit and match a regular expression, and the last
+/// one is erased.
 void expectProgressOnly(std::string const& shown, char const* form) {
     regex_t line;
     ASSERT_EQ(::regcomp(&line, form, REG_EXTENDED | REG_NOSUB), 0);

@@ -27,7 +27,7 @@ std::string nameOf(CommunityKind kind, std::string const& octets) {
     return name;
 }
 
-/** "covers", "does not", or the error of the pattern. */
+/// "covers", "does not", or the error of the pattern.
 std::string verdict(std::string_view typed, CommunityKind kind, std::string const& octets) {
     CommunityPattern pattern;
     if (auto const fault = pattern.read(typed); !fault.empty()) {
@@ -85,7 +85,7 @@ TEST(CommunityNamesTest, MemberNamesRoundTrip) {
     }
 }
 
-/** Arbitrary octets must not produce a name of two words or exceed a table. */
+/// Arbitrary octets must not produce a name of two words or exceed a table.
 TEST(CommunityNamesTest, NamesAnyOctets) {
     for (ExtendedForm const& form : extendedForms()) {
         for (unsigned int const fill : {0x00U, 0x7fU, 0x80U, 0xffU}) {

@@ -69,7 +69,7 @@ examples:
 
 // ---- The two sides ------------------------------------------------------------------------------
 
-/** One of the two inputs, with its lists and their uses. */
+/// One of the two inputs, with its lists and their uses.
 struct Side {
     std::unique_ptr<ListCounter> counter;          // for a dump
     std::vector<std::unique_ptr<ListUses>> stored; // for a store
@@ -108,13 +108,13 @@ Side readSide(Agent& agent, Arguments const& arguments, std::size_t number,
 
 // ---- Lists and values ---------------------------------------------------------------------------
 
-/** A list or value, with its uses on both sides. */
+/// A list or value, with its uses on both sides.
 struct Compared {
     std::string text;
     std::array<std::uint64_t, 2> uses{};
 };
 
-/** By octets. */
+/// By octets.
 using ComparedItems = std::map<std::string, Compared>;
 
 void addSide(ListUses const& uses, std::size_t side, ComparedItems& lists, ComparedItems& values) {
@@ -136,17 +136,17 @@ void addSide(ListUses const& uses, std::size_t side, ComparedItems& lists, Compa
 
 constexpr std::string_view listItem = "list", valueItem = "value";
 
-/** Writes and counts the differences. */
+/// Writes and counts the differences.
 class DiffWriter {
   public:
-    /** `dictionary` and `output` are not owned. */
+    /// `dictionary` and `output` are not owned.
     DiffWriter(bool json, Dictionary const& dictionary, Output& output)
       : json_(json)
       , dictionary_(dictionary)
       , output_(output) {}
 
     void writeRoutes(ComparedRoutes const& routes, Side const& before, Side const& after);
-    /** Writes the items of only one side, by kind. `gone` and `added` are the totals. */
+    /// Writes the items of only one side, by kind. `gone` and `added` are the totals.
     void writeItems(std::string_view what, std::span<ComparedItems const> kinds, Count gone,
                     Count added);
     void writeTotals();

@@ -49,7 +49,7 @@ examples:
   sqlite3 routes.db 'SELECT name, routes FROM community_uses ORDER BY routes DESC LIMIT 10'
 )";
 
-/** A transaction; the destructor rolls it back unless it was committed. */
+/// A transaction; the destructor rolls it back unless it was committed.
 class Transaction {
   public:
     explicit Transaction(Database& database)
@@ -79,7 +79,7 @@ class Transaction {
     bool isOpen_ = true;
 };
 
-/** Adds one dump; on error the database is unchanged. Throws DatabaseError. */
+/// Adds one dump; on error the database is unchanged. Throws DatabaseError.
 ExitStatus addDump(Database& database, DumpInput const& input, Dictionary const& dictionary,
                    bool verbose, Output& output) {
     std::string const name(input.files[0]);
@@ -104,7 +104,7 @@ ExitStatus addDump(Database& database, DumpInput const& input, Dictionary const&
     return result.status;
 }
 
-/** Removes a database that is still empty. */
+/// Removes a database that is still empty.
 void removeIfEmpty(std::string const& name) {
     std::error_code error;
     if (std::filesystem::is_regular_file(name, error) &&

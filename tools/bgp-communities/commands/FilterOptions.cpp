@@ -48,13 +48,13 @@ std::optional<Number> readNumber(std::string_view text) {
     return error == std::errc() && read == end ? std::optional(number) : std::nullopt;
 }
 
-/** "64496" or "AS64496". */
+/// "64496" or "AS64496".
 std::optional<std::uint32_t> readAs(std::string_view text) {
     bool const named = normalizedName(text.substr(0, 2)) == "as";
     return readNumber<std::uint32_t>(named ? text.substr(2) : text);
 }
 
-/** Parses "192.0.2.1", "AS64496", or both, as printed by `read`. */
+/// Parses "192.0.2.1", "AS64496", or both, as printed by `read`.
 RouteFilter::PeerChoice peer(std::string_view text) {
     RouteFilter::PeerChoice choice;
     std::size_t const space = text.find(' ');
@@ -69,7 +69,7 @@ RouteFilter::PeerChoice peer(std::string_view text) {
     return choice;
 }
 
-/** Returns the number for a name, or the parsed number. */
+/// Returns the number for a name, or the parsed number.
 template <class Number>
 std::optional<Number> named(std::span<std::pair<std::string_view, Number> const> names,
                             std::string_view text) {
@@ -78,7 +78,7 @@ std::optional<Number> named(std::span<std::pair<std::string_view, Number> const>
     return found != names.end() ? std::optional(found->second) : readNumber<Number>(text);
 }
 
-/** "ipv6", "IPv6 unicast", "ipv4-vpn", "vpnv4", "l2vpn-evpn", "evpn", "25/70". */
+/// "ipv6", "IPv6 unicast", "ipv4-vpn", "vpnv4", "l2vpn-evpn", "evpn", "25/70".
 RouteFilter::FamilyChoice family(std::string_view text) {
     static constexpr std::pair<std::string_view, std::uint16_t> families[] = {
         {"ipv4", afiIpv4}, {"ipv6", afiIpv6}, {"l2vpn", 25}, {"bgp-ls", 16388}};
@@ -125,8 +125,8 @@ Microseconds time(std::string_view option, std::string_view text) {
     return time;
 }
 
-/** The length of the bracket expression (POSIX, XBD 9.3.5) at the start of `text`: "[]_]",
-   "[^[:digit:]_]"; the whole text if it is not terminated. */
+/// The length of the bracket expression (POSIX, XBD 9.3.5) at the start of `text`: "[]_]",
+/// "[^[:digit:]_]"; the whole text if it is not terminated.
 std::size_t bracketLength(std::string_view text) {
     std::size_t at = text.substr(1, 1) == "^" ? 2 : 1;
     at += text.substr(std::min(at, text.size()), 1) == "]" ? 1 : 0; // a member, not the end
@@ -144,9 +144,9 @@ std::size_t bracketLength(std::string_view text) {
     return std::min(at + 1, text.size());
 }
 
-/** Translates an expression for AS paths. As in router configurations, "_" matches the start, the
-    end or a delimiter of the AS path, except in a bracket expression and after a backslash. Its
-    group would change the numbers of back-references, which are refused. */
+/// Translates an expression for AS paths. As in router configurations, "_" matches the start, the
+/// end or a delimiter of the AS path, except in a bracket expression and after a backslash. Its
+/// group would change the numbers of back-references, which are refused.
 std::string pathPattern(std::string_view const whole) {
     std::string_view typed = whole;
     std::string pattern;

@@ -62,7 +62,7 @@ examples:
   bgp-communities replay --targets updates.20240101.0000.gz | grep '^[+-] target 64500:7'
 )";
 
-/** Counts of the changes to the table of routes. */
+/// Counts of the changes to the table of routes.
 struct ReplayCounts {
     std::uint64_t updates = 0;
     std::uint64_t ribEntries = 0;
@@ -78,18 +78,16 @@ struct ReplayCounts {
     std::size_t greatest = 0;    // maximum number of routes
 };
 
-/** Whether the record has the address of the peer: not all octets are zero. */
+/// Whether the record has the address of the peer: not all octets are zero.
 bool hasAddress(Peer const& peer) {
     auto const& octets = peer.address.octets;
     return std::any_of(octets.begin(), octets.end(), [](auto octet) { return octet != 0; });
 }
 
-/**
- * Applies the records of dumps to a table of routes.
- *
- * Owns the agent, the table and an optional log of route targets; does not own the output. Reactor
- * thread, like its table.
- */
+/// Applies the records of dumps to a table of routes.
+///
+/// Owns the agent, the table and an optional log of route targets; does not own the output. Reactor
+/// thread, like its table.
 class Replay final : public DumpHandler {
   public:
     Replay(Arguments const& arguments, Output& output)
@@ -155,7 +153,7 @@ class Replay final : public DumpHandler {
     [[nodiscard]] Agent const& agent() const { return agent_; }
 
   private:
-    /** Announces the routes of an UPDATE or a RIB entry. */
+    /// Announces the routes of an UPDATE or a RIB entry.
     template <class Source>
     void apply(Source const& source, std::span<Route const> routes) {
         if (routes.empty()) {
@@ -175,8 +173,8 @@ class Replay final : public DumpHandler {
         counts_.greatest = std::max(counts_.greatest, table_.routes());
     }
 
-    /** Some routers record 0.0.0.0 for a peer whose connection is closed. Its AS may still identify
-       it. */
+    /// Some routers record 0.0.0.0 for a peer whose connection is closed. Its AS may still identify
+    /// it.
     void endOfUnknown(StateChange const& change) {
         auto const peers = table_.peersOf(change.peer.as);
         if (peers.size() == 1) {

@@ -65,7 +65,7 @@ th button:focus-visible { outline: 2px solid var(--bar); }
 <body>
 )html";
 
-/** Sorts a table by the clicked column; numbers in descending order first. */
+/// Sorts a table by the clicked column; numbers in descending order first.
 constexpr std::string_view pageTail = R"html(<script>
 for (const head of document.querySelectorAll("th")) {
   const button = document.createElement("button");
@@ -122,7 +122,7 @@ struct Bar {
     std::uint32_t hour = 0; // in a series, since 1970
 };
 
-/** Returns `value` as a percentage of `most`, for SVG. */
+/// Returns `value` as a percentage of `most`, for SVG.
 std::string percent(std::uint64_t value, std::uint64_t most) {
     char text[32];
     double const share = most == 0 ? 0 : static_cast<double>(value) / static_cast<double>(most);
@@ -136,7 +136,7 @@ std::uint64_t largest(std::span<Bar const> bars) {
     return most == bars.end() ? 0 : most->value;
 }
 
-/** Appends a horizontal bar for each. */
+/// Appends a horizontal bar for each.
 void appendBars(std::string& out, std::span<Bar const> bars) {
     std::uint64_t const most = largest(bars);
     out += "<div class=\"bars\">\n";
@@ -150,7 +150,7 @@ void appendBars(std::string& out, std::span<Bar const> bars) {
     out += "</div>\n";
 }
 
-/** Appends a column for each, at its hour: the value, and its part over it. */
+/// Appends a column for each, at its hour: the value, and its part over it.
 void appendSeries(std::string& out, std::span<Bar const> bars, std::string_view title) {
     std::uint64_t const most = largest(bars);
     constexpr std::uint32_t fewest = 24;   // minimum number of hours in the width
@@ -189,7 +189,7 @@ void appendSeries(std::string& out, std::span<Bar const> bars, std::string_view 
 
 // ---- Tables -------------------------------------------------------------------------------------
 
-/** A table with columns of text, then columns of numbers. */
+/// A table with columns of text, then columns of numbers.
 struct Table {
     std::string id;
     std::vector<std::string> heads;
@@ -219,7 +219,7 @@ void appendTable(std::string& out, Table const& table) {
     out += "</tbody></table></div></details>\n";
 }
 
-/** Adds a row with the counts as columns, and their labels as heads. */
+/// Adds a row with the counts as columns, and their labels as heads.
 void addCounts(Table& table, std::vector<std::string> texts, Counts const& counts) {
     bool const isFirst = table.rows.empty();
     for (Count const& count : counts) {
@@ -279,7 +279,7 @@ void appendHead(std::string& out, ReportContent const& content) {
     out += sectionEnd;
 }
 
-/** A row of the most used communities: its name, and what it means if `hasMeanings`. */
+/// A row of the most used communities: its name, and what it means if `hasMeanings`.
 std::vector<std::string> usedRow(CommunityKind kind, UsageCount const& used, bool hasMeanings) {
     std::string hex;
     JsonWriter(hex).octets(octetsOf(used.octets));

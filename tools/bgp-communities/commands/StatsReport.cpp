@@ -16,7 +16,7 @@ namespace BgpCommunities {
 
 namespace {
 
-/** Returns the count per second. */
+/// Returns the count per second.
 double rate(std::uint64_t count, double seconds) {
     return seconds > 0 ? static_cast<double>(count) / seconds : 0;
 }
@@ -68,7 +68,7 @@ void appendRight(std::string& out, std::string_view text, std::size_t columns) {
     out.append(columns - std::min(columns, text.size()), ' ').append(text);
 }
 
-/** Appends the most used lists, with the names of their members. */
+/// Appends the most used lists, with the names of their members.
 void appendUsedLists(std::string& out, CommunityKind kind, std::string_view words,
                      std::vector<UsageCount> const& lists, TerminalWidth width) {
     if (lists.empty()) {
@@ -82,8 +82,8 @@ void appendUsedLists(std::string& out, CommunityKind kind, std::string_view word
     }
 }
 
-/** Appends the most used values: their names, their meanings, and the library's texts if other than
-    the names. */
+/// Appends the most used values: their names, their meanings, and the library's texts if other than
+/// the names.
 void appendUsedValues(std::string& out, CommunityKind kind, std::string_view words,
                       std::vector<UsageCount> const& values, TerminalWidth width) {
     if (values.empty()) {
@@ -110,8 +110,8 @@ void appendUsedValues(std::string& out, CommunityKind kind, std::string_view wor
     }
 }
 
-/** Appends a line for each range: members, distinct lists, attributes, and a bar for the
-   attributes. */
+/// Appends a line for each range: members, distinct lists, attributes, and a bar for the
+/// attributes.
 void appendLengths(std::string& out, std::string_view kind,
                    std::map<std::size_t, LengthCount> const& lengths, TerminalWidth terminal) {
     constexpr std::size_t numbers = 9 + 10 + 12 + 2;

@@ -19,7 +19,7 @@ constexpr std::string_view examples =
     "expected a value such as 64496:300, 64496:*, 64496:1:2, rt:64496:300, soo:192.0.2.1:7, "
     "color:100 or 0x0002fbf00000012c, or a name such as no-export";
 
-/** A number, or any number ("*"). */
+/// A number, or any number ("*").
 struct Number {
     std::optional<std::uint32_t> value;
 
@@ -41,7 +41,7 @@ std::optional<Number> readNumber(std::string_view text) {
     return value ? std::optional(Number{value}) : std::nullopt;
 }
 
-/** Parses an AS number: "65536", "1.0" (RFC 5396), or "65536L" for a four-octet one. */
+/// Parses an AS number: "65536", "1.0" (RFC 5396), or "65536L" for a four-octet one.
 std::optional<Number> readAs(std::string_view text) {
     if (text.ends_with('L')) {
         text.remove_suffix(1);
@@ -57,7 +57,7 @@ std::optional<Number> readAs(std::string_view text) {
     return Number{*high << 16 | *low};
 }
 
-/** Returns the normalized name before the first colon, with synonyms replaced. */
+/// Returns the normalized name before the first colon, with synonyms replaced.
 std::string formName(std::string_view text) {
     struct Synonym {
         std::string_view typed, name;
@@ -79,8 +79,8 @@ std::string formName(std::string_view text) {
     return found == std::end(synonyms) ? name : std::string(found->name);
 }
 
-/** Whether the text may be one of the library's for extended communities, which differ from the
-   program's names. */
+/// Whether the text may be one of the library's for extended communities, which differ from the
+/// program's names.
 bool mayBePrinted(std::string_view text) {
     constexpr std::string_view beginnings[] = {
         "<",          "Color:CO(",          "lbw ",           "TunnelEncap:",
@@ -99,7 +99,7 @@ bool mayBePrinted(std::string_view text) {
 
 } // namespace
 
-/** Adds alternatives to a pattern. Each function returns whether the text has its form. */
+/// Adds alternatives to a pattern. Each function returns whether the text has its form.
 class CommunityPattern::Builder {
   public:
     explicit Builder(CommunityPattern& pattern)
@@ -127,7 +127,7 @@ class CommunityPattern::Builder {
         return false;
     }
 
-    /** "A:B". */
+    /// "A:B".
     bool pair(std::string_view text) {
         std::size_t const colon = text.find(':');
         if (colon == std::string_view::npos) {
@@ -148,7 +148,7 @@ class CommunityPattern::Builder {
         return pattern_.alternatives_.size() != before;
     }
 
-    /** "A:B:C" or "large:A:B:C". */
+    /// "A:B:C" or "large:A:B:C".
     bool triple(std::string_view text) {
         constexpr std::string_view prefix = "large:";
         text.remove_prefix(text.starts_with(prefix) ? prefix.size() : 0);
@@ -169,7 +169,7 @@ class CommunityPattern::Builder {
         return true;
     }
 
-    /** "ADDRESS:NUMBER", of one type and subtype or of any. */
+    /// "ADDRESS:NUMBER", of one type and subtype or of any.
     bool ip6(Number type, std::string_view text) {
         std::size_t const colon = std::min(text.rfind(':'), text.size());
         IpAddress const address = readIpAddress(text.substr(0, colon));
@@ -186,7 +186,7 @@ class CommunityPattern::Builder {
         return true;
     }
 
-    /** "NAME", "NAME:*" or "NAME:FIELDS". */
+    /// "NAME", "NAME:*" or "NAME:FIELDS".
     bool named(std::string_view text) {
         std::string const name = formName(text);
         std::size_t const colon = std::min(text.find(':'), text.size());
@@ -237,7 +237,8 @@ class CommunityPattern::Builder {
         }
     }
 
-    /** Matches communities of this form whose name has these fields; "*" at the end matches the rest. */
+    /// Matches communities of this form whose name has these fields; "*" at the end matches the
+    /// rest.
     bool matchName(Type const& type, ExtendedForm const& form, std::string_view fields) {
         pattern_.name_ = std::string(form.name) + ":" + normalizedName(fields);
         beginExtended(type);
@@ -251,7 +252,7 @@ class CommunityPattern::Builder {
         return true;
     }
 
-    /** "ADMINISTRATOR:NUMBER"; the administrator may be "*". */
+    /// "ADMINISTRATOR:NUMBER"; the administrator may be "*".
     bool administered(Type const& type, ExtendedLayout layout, std::string_view fields) {
         std::size_t const colon = std::min(fields.find(':'), fields.size());
         std::string_view const first = fields.substr(0, colon);
@@ -286,7 +287,7 @@ class CommunityPattern::Builder {
         at_ = 0;
     }
 
-    /** Appends octets to the alternative. */
+    /// Appends octets to the alternative.
     void put(std::size_t octets, Number const& number) {
         Alternative& alternative = pattern_.alternatives_.back();
         for (std::size_t left = octets; left-- > 0; ++at_) {

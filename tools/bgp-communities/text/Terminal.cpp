@@ -10,8 +10,8 @@ namespace BgpCommunities {
 
 namespace {
 
-/** The number of octets in the first `characters` characters of the line, or in all if there are
-   fewer. */
+/// The number of octets in the first `characters` characters of the line, or in all if there are
+/// fewer.
 std::size_t octetsOfFirst(std::string_view line, std::size_t characters) {
     std::size_t octets = 0;
     for (; characters > 0 && octets < line.size(); --characters) {

@@ -35,7 +35,7 @@ void TextTable::appendTo(std::string& out, TerminalWidth width) const {
     } while (end < all.size());
 }
 
-/** Appends the first column, and those from `begin` to before `end`. */
+/// Appends the first column, and those from `begin` to before `end`.
 void TextTable::appendColumns(std::string& out, Widths const& widths, std::size_t begin,
                               std::size_t end) const {
     for (auto const& row : rows_) {

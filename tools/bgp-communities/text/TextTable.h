@@ -8,16 +8,14 @@
 
 namespace BgpCommunities {
 
-/**
- * A table of text with aligned columns: the first one to the left, all others to the right.
- * Thread-compatible.
- */
+/// A table of text with aligned columns: the first one to the left, all others to the right.
+/// Thread-compatible.
 class TextTable {
   public:
     void addRow(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
 
-    /** Appends the table. Columns that do not fit follow below, in further tables with the same first
-        column. */
+    /// Appends the table. Columns that do not fit follow below, in further tables with the same
+    /// first column.
     void appendTo(std::string& out, TerminalWidth width = std::nullopt) const;
 
   private:

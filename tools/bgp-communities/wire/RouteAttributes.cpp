@@ -4,11 +4,11 @@ namespace BgpCommunities {
 
 namespace {
 
-/** Replaces a four-octet AS number in a two-octet field (RFC 6793). */
+/// Replaces a four-octet AS number in a two-octet field (RFC 6793).
 constexpr std::uint32_t asTrans = 23456;
 
-/** Returns the address in the next hop field of MP_REACH_NLRI, which has one address, or two (RFC
-   2545), each after a route distinguisher in VPN families (RFC 4364, RFC 4659). */
+/// Returns the address in the next hop field of MP_REACH_NLRI, which has one address, or two (RFC
+/// 2545), each after a route distinguisher in VPN families (RFC 4364, RFC 4659).
 IpAddress mpAddress(Octets field) {
     constexpr std::size_t distinguisherOctets = 8;
     switch (field.size()) {
@@ -29,7 +29,7 @@ IpAddress mpAddress(Octets field) {
 
 } // namespace
 
-/** The first attribute of each type that is parsed; type 0 if missing. */
+/// The first attribute of each type that is parsed; type 0 if missing.
 struct RouteAttributes::Found {
     std::array<PathAttribute, AttributeType::as4Aggregator + 1> byType;
     std::optional<PathAttribute> truncated;
@@ -91,7 +91,7 @@ void RouteAttributes::readAsPath(Found const& found, AsWidth width) {
     asPath_ = path;
 }
 
-/** Returns the value of AS4_PATH; empty if it is missing, malformed or outdated. */
+/// Returns the value of AS4_PATH; empty if it is missing, malformed or outdated.
 Octets RouteAttributes::as4PathOf(Found const& found) {
     auto const* const as4Path = found.find(AttributeType::as4Path);
     if (as4Path == nullptr) {
@@ -128,8 +128,8 @@ void RouteAttributes::readNextHop(PathAttribute const& attribute) {
     }
 }
 
-/** AFI (2) | SAFI (1) | length (1) | next hop | ..., or only length and next hop in a RIB entry
-                                     RFC 4760, section 3; RFC 6396, section 4.3.4 */
+/// AFI (2) | SAFI (1) | length (1) | next hop | ..., or only length and next hop in a RIB entry
+///                                   RFC 4760, section 3; RFC 6396, section 4.3.4
 void RouteAttributes::readMpReach(PathAttribute const& attribute) {
     OctetReader in(attribute.value);
     bool const isShort =

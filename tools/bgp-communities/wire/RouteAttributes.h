@@ -14,7 +14,7 @@
 
 namespace BgpCommunities {
 
-/** Type numbers of the path attributes that RouteAttributes reads. */
+/// Type numbers of the path attributes that RouteAttributes reads.
 struct AttributeType {
     static constexpr std::uint8_t origin = 1;
     static constexpr std::uint8_t asPath = 2;
@@ -26,14 +26,14 @@ struct AttributeType {
     static constexpr std::uint8_t as4Aggregator = 18;
 };
 
-/** The unparsed path attributes of one UPDATE or RIB entry. `area` points into the record and is
-   not owned. */
+/// The unparsed path attributes of one UPDATE or RIB entry. `area` points into the record and is
+/// not owned.
 struct AttributeOctets {
     Octets area;                     // all attributes, with headers
     AsWidth asWidth = AsWidth::four; // of AS_PATH and AGGREGATOR
 };
 
-/** A malformed path attribute. `value` is not owned. */
+/// A malformed path attribute. `value` is not owned.
 struct AttributeFault {
     std::uint8_t type = 0;   // 0 if truncated before the type
     bool truncated = false;  // runs past the end of the attributes
@@ -41,13 +41,11 @@ struct AttributeFault {
     std::string_view reason; // a string literal
 };
 
-/**
- * The parsed AS_PATH, ORIGIN, next hop, MED and LOCAL_PREF of a route.
- *
- * Constructed from AttributeOctets on demand. Owns and allocates nothing: its spans point into the
- * record. Thread-compatible. The first of duplicate attributes is used (RFC 7606). A malformed
- * attribute is absent and listed in `faults()`, and so is a truncated attribute of any type.
- */
+/// The parsed AS_PATH, ORIGIN, next hop, MED and LOCAL_PREF of a route.
+///
+/// Constructed from AttributeOctets on demand. Owns and allocates nothing: its spans point into the
+/// record. Thread-compatible. The first of duplicate attributes is used (RFC 7606). A malformed
+/// attribute is absent and listed in `faults()`, and so is a truncated attribute of any type.
 class RouteAttributes {
   public:
     enum class Origin : std::uint8_t { igp = 0, egp = 1, incomplete = 2 };
@@ -55,7 +53,7 @@ class RouteAttributes {
     RouteAttributes() = default;
     explicit RouteAttributes(AttributeOctets const& octets);
 
-    /** Absent without an AS_PATH attribute. A path without segments is present but empty. */
+    /// Absent without an AS_PATH attribute. A path without segments is present but empty.
     [[nodiscard]] std::optional<AsPath> const& asPath() const { return asPath_; }
 
     [[nodiscard]] std::optional<Origin> origin() const { return origin_; }
@@ -64,12 +62,10 @@ class RouteAttributes {
 
     [[nodiscard]] std::optional<std::uint32_t> localPref() const { return localPref_; }
 
-    /**
-     * The next hop of a route: from NEXT_HOP for a route in the UPDATE itself, otherwise from
-     * MP_REACH_NLRI if that has the family of the route; no address if missing or of unknown
-     * length. The global address if MP_REACH_NLRI also has a link-local one, without the route
-     * distinguisher of VPN families.
-     */
+    /// The next hop of a route: from NEXT_HOP for a route in the UPDATE itself, otherwise from
+    /// MP_REACH_NLRI if that has the family of the route; no address if missing or of unknown
+    /// length. The global address if MP_REACH_NLRI also has a link-local one, without the route
+    /// distinguisher of VPN families.
     [[nodiscard]] IpAddress nextHop(Route const& route) const;
 
     [[nodiscard]] std::span<AttributeFault const> faults() const {
@@ -98,7 +94,7 @@ class RouteAttributes {
     std::size_t faultCount_ = 0;
 };
 
-/** "IGP", "EGP" or "INCOMPLETE". */
+/// "IGP", "EGP" or "INCOMPLETE".
 std::string_view nameOf(RouteAttributes::Origin origin);
 
 } // namespace BgpCommunities
