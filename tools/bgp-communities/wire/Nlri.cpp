@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 
 #include "input/Hex.h"
 #include "input/Numbers.h"
@@ -321,31 +322,36 @@ void appendText(std::string& out, Route const& route) {
 }
 
 void appendText(std::string& out, Family family) {
-    std::string_view safi;
-    switch (family.safi) {
-    case safiUnicast:
-        safi = " unicast";
-        break;
-    case safiMulticast:
-        safi = " multicast";
-        break;
-    case safiLabelled:
-        safi = " labelled";
-        break;
-    case safiVpn:
-        safi = " VPN";
-        break;
-    default:
-        break;
-    }
-    if (safi.empty() || (family.afi != afiIpv4 && family.afi != afiIpv6)) {
-        appendNumber(out, family.afi);
-        out += '/';
-        appendNumber(out, family.safi);
+    struct Named {
+        Family family;
+        std::string_view name;
+    };
+    static constexpr Named known[] = {
+        {{afiIpv4, safiUnicast}, "IPv4 unicast"},
+        {{afiIpv6, safiUnicast}, "IPv6 unicast"},
+        {{afiIpv4, safiMulticast}, "IPv4 multicast"},
+        {{afiIpv6, safiMulticast}, "IPv6 multicast"},
+        {{afiIpv4, safiLabelled}, "IPv4 labelled"},
+        {{afiIpv6, safiLabelled}, "IPv6 labelled"},
+        {{afiIpv4, safiVpn}, "IPv4 VPN"},
+        {{afiIpv6, safiVpn}, "IPv6 VPN"},
+        {{25, 70}, "L2VPN EVPN"},     // RFC 7432
+        {{25, 65}, "L2VPN VPLS"},     // RFC 4761
+        {{afiIpv4, 132}, "IPv4 RTC"}, // route target constraint, RFC 4684
+        {{afiIpv6, 132}, "IPv6 RTC"},
+        {{afiIpv4, 133}, "IPv4 FlowSpec"}, // RFC 8955
+        {{afiIpv6, 133}, "IPv6 FlowSpec"}, // RFC 8956
+        {{16388, 71}, "BGP-LS"},           // RFC 9552
+    };
+    auto const* const found = std::find_if(
+        std::begin(known), std::end(known), [&](Named const& one) { return one.family == family; });
+    if (found != std::end(known)) {
+        out += found->name;
         return;
     }
-    out += family.afi == afiIpv4 ? "IPv4" : "IPv6";
-    out += safi;
+    appendNumber(out, family.afi);
+    out += '/';
+    appendNumber(out, family.safi);
 }
 
 } // namespace BgpCommunities

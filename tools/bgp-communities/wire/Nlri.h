@@ -111,7 +111,7 @@ bool hasPrefixes(Family family);
 void appendText(std::string& out, Route const& route);
 /// Appends a route distinguisher of 8 octets (RFC 4364): "64496:1", "192.0.2.1:7".
 void appendDistinguisher(std::string& out, Octets octets);
-/// Appends "IPv4 unicast", "IPv6 VPN", ..., or AFI and SAFI as "25/70".
+/// Appends "IPv4 unicast", "L2VPN EVPN", ..., or AFI and SAFI as "1/241".
 void appendText(std::string& out, Family family);
 
 } // namespace BgpCommunities
