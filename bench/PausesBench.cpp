@@ -5,9 +5,17 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdlib>
+#include <limits>
+#include <new>
+#include <stdexcept>
 #include <string>
-#include <time.h>
 #include <vector>
+
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
 
 namespace Bench {
 
@@ -22,30 +30,74 @@ double threadTime() {
     return static_cast<double>(now.tv_sec) * 1e6 + static_cast<double>(now.tv_nsec) / 1e3;
 }
 
-/// The longest of `count` operations, in microseconds.
-template <class Operation>
-double longest(std::size_t count, Operation const& operation) {
-    double result = 0;
-    double before = threadTime();
-    for (std::size_t i = 0; i < count; ++i) {
-        operation(i);
-        double const after = threadTime();
-        result = std::max(result, after - before);
-        before = after;
+/// Microseconds that each operation of a series took: the least of several runs, so that only
+/// pauses that recur at the same operation count. On a shared machine any single run has others, of
+/// up to milliseconds. Shared with child processes.
+class Durations {
+  public:
+    explicit Durations(std::size_t count)
+      : count_(count)
+      , shared_(::mmap(nullptr, count * sizeof(float), PROT_READ | PROT_WRITE,
+                       MAP_SHARED | MAP_ANONYMOUS | MAP_POPULATE, -1, 0)) {
+        if (shared_ == MAP_FAILED) {
+            throw std::bad_alloc();
+        }
+        std::fill_n(begin(), count_, std::numeric_limits<float>::infinity());
     }
-    return result;
+    ~Durations() { ::munmap(shared_, count_ * sizeof(float)); }
+    Durations(Durations const&) = delete;
+    Durations& operator=(Durations const&) = delete;
+
+    template <class Operation>
+    void run(Operation const& operation) {
+        double before = threadTime();
+        for (std::size_t i = 0; i < count_; ++i) {
+            operation(i);
+            double const after = threadTime();
+            begin()[i] = std::min(begin()[i], static_cast<float>(after - before));
+            before = after;
+        }
+    }
+
+    [[nodiscard]] double longest() const { return *std::max_element(begin(), begin() + count_); }
+
+  private:
+    [[nodiscard]] float* begin() const { return static_cast<float*>(shared_); }
+
+    std::size_t const count_;
+    void* const shared_;
+};
+
+/// Calls a function in a child process, which has the heap of this one.
+template <class Function>
+void runInChild(Function const& function) {
+    pid_t const child = ::fork();
+    if (child == 0) {
+        function();
+        std::_Exit(0);
+    }
+    int status = -1;
+    if (child < 0 || ::waitpid(child, &status, 0) != child || status != 0) {
+        throw std::runtime_error("a child process failed");
+    }
 }
 
 /// Interns `count` objects, each created by `make(world, i)`, then releases them in another order.
 template <class Make>
 Figures pauses(bool threadSafe, std::size_t count, Make const& make) {
-    World const world(threadSafe);
-    std::vector<decltype(make(world, 0))> held(count);
-    auto const insertion = longest(count, [&](std::size_t i) { held[i] = make(world, i); });
-    constexpr std::size_t prime = 2'654'435'761;
-    auto const release = longest(count, [&](std::size_t i) { held[i * prime % count] = nullptr; });
-    return {
-        {"longest", std::max(insertion, release)}, {"insertion", insertion}, {"release", release}};
+    Durations insertion(count), release(count);
+    for (int runs = 0; runs < 4; ++runs) {
+        runInChild([&] {
+            World const world(threadSafe);
+            std::vector<decltype(make(world, 0))> held(count);
+            insertion.run([&](std::size_t i) { held[i] = make(world, i); });
+            constexpr std::size_t prime = 2'654'435'761;
+            release.run([&](std::size_t i) { held[i * prime % count] = nullptr; });
+        });
+    }
+    return {{"longest", std::max(insertion.longest(), release.longest())},
+            {"insertion", insertion.longest()},
+            {"release", release.longest()}};
 }
 
 auto makeValue(Kind kind) {
