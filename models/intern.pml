@@ -3,8 +3,12 @@
  *
  * Checks the order of the steps of Kel::DedupTableCore on the word of Mox::CountWord under every
  * interleaving. Each plain load, compare-and-swap, lock and unlock is one step; a compare-and-swap
- * compares with a value loaded some steps before. Steps are named as in the code. README.md lists
- * what is not modelled.
+ * compares with a value loaded some steps before. README.md lists what is not
+ * modelled.
+ *
+ * A step that the code marks with MOX_SCHEDULING_POINT has its name here in a comment. Not modelled,
+ * because the table has one slot for each content:
+ * steps: putTag clearSlot moveBucketTo replaceBy findInPrevious
  *
  * A configuration is a set of these macros:
  *
@@ -124,8 +128,8 @@ byte notifying = NONE;    /* the thread that is calling it */
 #define TABLE_IS_HELD
 #endif
 
-#define beginChange() changing = 1; unchanged = 0
-#define endChange() atomic { changing = 0; unchanged = 0 }
+#define beginChange() changing = 1; unchanged = 0 /* step: beginChange */
+#define endChange() atomic { changing = 0; unchanged = 0 } /* step: endChange */
 
 #define touch(o) assert(life[o] == ALIVE)
 
@@ -183,12 +187,12 @@ inline Locks(owns, mayNotify) {
     :: mayNotify ->
        atomic { assert(coreAlive); hadNotifiee = hasNotifiee_ };
        if
-       :: hadNotifiee -> lockNotificationMutex(); owns = 1
+       :: hadNotifiee -> lockNotificationMutex(); owns = 1 /* step: lockNotificationMutex */
        :: else
        fi
     :: else
     fi;
-    lockShard()
+    lockShard() /* step: lockShardToRelease */
 }
 
 inline needsNotificationMutex(owns, lacks) {
@@ -199,9 +203,9 @@ inline needsNotificationMutex(owns, lacks) {
 
 inline lockNotification(owns) {
     unlockShard();
-    lockNotificationMutex();
+    lockNotificationMutex(); /* step: lockNotification */
     owns = 1;
-    lockShard()
+    lockShard() /* step: lockShardAgain */
 }
 
 /* The destructor, after unlockShard. */
@@ -223,7 +227,7 @@ inline retain(o) {
 }
 
 /* CountWord::change: replaces the word by a function of the one loaded before, or loads it again. */
-#define CHANGE(o, before, after)                                                                   \
+#define CHANGE(o, before, after) /* step: change */                                                \
     atomic { touch(o); before = word[o] };                                                         \
     do                                                                                             \
     :: atomic { touch(o);                                                                          \
@@ -237,7 +241,7 @@ inline releaseAboveFloor(o, done) {
     done = 0;
     atomic { touch(o); before = word[o] };
     do
-    :: countOf(before) - 1 > floorOf(before) ->
+    :: countOf(before) - 1 > floorOf(before) -> /* step: releaseAboveFloor */
        atomic {
            touch(o);
            if
@@ -251,7 +255,7 @@ inline releaseAboveFloor(o, done) {
 
 /* DedupTableCore::release. */
 inline releaseCore() {
-    atomic {
+    atomic { /* step: releaseCore */
         assert(coreAlive && holders != 0);
         holders--;
         if
@@ -380,15 +384,15 @@ inline notifieeIs(on) {
        hasNotifiee_ = 0;
 #endif
        notifieeActive_ = on;
-       forgetAnnouncements();
+       forgetAnnouncements(); /* step: notifieeIs */
        if
-       :: !on -> handleNotificationStop()
+       :: !on -> handleNotificationStop() /* step: handleNotificationStop */
        :: else
        fi;
 #ifdef FAULT_FILTER_OF_ARGUMENT
        hasNotifiee_ = on
 #else
-       hasNotifiee_ = notifieeActive_
+       hasNotifiee_ = notifieeActive_ /* step: storeFilter */
 #endif
     fi;
     unlockNotificationMutex()
@@ -407,7 +411,7 @@ inline leaveBehindOne(c) {
            wasDetaching = (stateOf(word[abandoned]) == BEING_DETACHED)
        };
 #ifndef FAULT_CORE_NOT_HELD
-       CHANGE(abandoned, before, leftBehind(before));
+       CHANGE(abandoned, before, leftBehind(before)); /* step: leaveBehind */
 #else
        CHANGE(abandoned, before, leftTable(before));
 #endif
@@ -435,7 +439,7 @@ inline abandon() {
     leaveBehindOne(1);
 #endif
     unlockShard();
-    releaseOne(0);
+    releaseOne(0); /* step: releaseAbandoned */
 #if CONTENTS == 2
     releaseOne(1);
 #endif
@@ -626,7 +630,7 @@ inline probe(found) {
     if
     :: found == NONE
     :: else ->
-       before = word[found];
+       before = word[found]; /* step: probe */
 #ifdef FAULT_PROBE_IN_TWO_STEPS
        if
        :: isSettledHere(before) -> word[found] = word[found] + 1
@@ -637,7 +641,7 @@ inline probe(found) {
 #ifdef FAULT_PROBE_UNSETTLED
        :: stateOf(before) != NEVER_INTERNED ->
 #else
-       :: isSettledHere(before) ->
+       :: isSettledHere(before) -> /* step: retainIfSettledIn */
 #endif
           atomic {
               if
@@ -659,7 +663,7 @@ inline probe(found) {
 #if CONTENTS == 2 && !defined(FAULT_PROBE_WITHOUT_COMPARISON)
           /* The cell has been reused for another content. */
           if
-          :: contentOf(found) != want -> release(found); found = NONE
+          :: contentOf(found) != want -> release(found); found = NONE /* step: compareProbed */
           :: else
           fi
 #endif
@@ -697,14 +701,14 @@ inline find(found) {
 #endif
     atomic {
         if
-        :: missed && unchangedSince -> assert(entry[want] == NONE)
+        :: missed && unchangedSince -> assert(entry[want] == NONE) /* step: unchangedSince */
         :: else -> missed = 0
         fi
     };
     if
     :: found != NONE || missed
     :: else ->
-       Locks(owns, FOR_SHARD);
+       Locks(owns, FOR_SHARD); /* step: lockShard */
        take(owns, found);
        atomic { missed = (found == NONE); unchanged = unchanged | (1 << _pid) };
        unlockShard();
@@ -759,7 +763,7 @@ inline dedup(o, found) {
        atomic { assert(coreAlive && entry[want] == NONE); beginChange() };
        entry[want] = o;
        endChange();
-       threw = 0;
+       threw = 0; /* step: entered */
        if
        :: !announce -> retain(o); unlockShard()
        :: else ->
@@ -768,9 +772,9 @@ inline dedup(o, found) {
           retain(o);
 #endif
           unlockShard();
-          handleInsert(o, threw);
+          handleInsert(o, threw); /* step: handleInsert */
           if
-          :: !threw -> CHANGE(o, before, announcedInsertion(before))
+          :: !threw -> CHANGE(o, before, announcedInsertion(before)) /* step: insertionAnnounced */
           :: else ->
              lockShard();
              atomic { touch(o); before = word[o] };
@@ -848,22 +852,22 @@ inline releaseHandle(o, done) {
        if
        :: (before & ANNOUNCED) != 0 && announces(owns) ->
           unlockShard();
-          handleRemove(o);
-          lockShard()
+          handleRemove(o); /* step: handleRemove */
+          lockShard() /* step: lockShardToLeave */
        :: else
        fi;
        atomic { touch(o); before = word[o] };
        if
        :: stateOf(before) == BEING_DETACHED ->
           leave(o);
-          CHANGE(o, before, leftTable(before))
+          CHANGE(o, before, leftTable(before)) /* step: leaveTable */
        :: else
        fi
     :: else
     fi;
     unlockShard();
     unlockOwned(owns);
-    done = (outcome == RELEASED)
+    done = (outcome == RELEASED) /* step: releaseOrdinary */
 }
 
 /* PtrInterface::release and releaseSlowly. */
@@ -874,7 +878,7 @@ inline release(o) {
        :: done -> break
        :: else
        fi;
-       atomic { touch(o); before = word[o] };
+       atomic { touch(o); before = word[o] }; /* step: releaseSlowly */
        if
        :: countOf(before) == 1 && floorOf(before) == 0 -> destroy(o); break
        :: else
@@ -882,7 +886,7 @@ inline release(o) {
        atomic { touch(o); before = word[o] };
        if
        :: floorOf(before) != 0 ->
-          releaseHandle(o, done);
+          releaseHandle(o, done); /* step: releaseToFloor */
           if
           :: done -> break
           :: else

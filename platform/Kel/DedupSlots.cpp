@@ -1,6 +1,7 @@
 #include <Kel/DedupSlots.h>
 
 #include <Mox/Assert.h>
+#include <Mox/SchedulingPoint.h>
 
 #include <algorithm>
 #include <cstring>
@@ -101,6 +102,7 @@ void SlotArray::moveBucketTo(SlotArray& other, std::size_t index) noexcept {
             auto const placeOfHandle = place(index, i).load(std::memory_order_relaxed);
             // Insert before erasing, so that a look-up in both arrays rarely misses the entry.
             other.put(*handle, placeOfHandle, buckets()[index].tag(i));
+            MOX_SCHEDULING_POINT(moveBucketTo);
             remove(index, i, placeOfHandle);
         }
     }
@@ -165,6 +167,7 @@ SlotArray* DedupSlots::arrayOf(std::size_t buckets) {
 void DedupSlots::replaceBy(SlotArray* array) noexcept {
     next_ = 0;
     previous_.store(current(), std::memory_order_release);
+    MOX_SCHEDULING_POINT(replaceBy);
     current_.store(SlotArray::Reference(*array), std::memory_order_release);
 }
 

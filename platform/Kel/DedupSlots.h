@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Mox/SchedulingPoint.h>
 #include <Mox/Types.h>
 
 #include <atomic>
@@ -94,11 +95,13 @@ class alignas(64) SlotBucket {
     /// Puts an object into an empty slot.
     void put(unsigned index, DedupHandle& handle, U8 tag) noexcept {
         word(1 + index).store(reinterpret_cast<U64>(&handle), std::memory_order_release);
+        MOX_SCHEDULING_POINT(putTag);
         controlIs(control() | U64{tag} << (8 * index));
     }
 
     void clear(unsigned index) noexcept {
         controlIs(control() & ~(U64{0xff} << (8 * index)));
+        MOX_SCHEDULING_POINT(clearSlot);
         word(1 + index).store(0, std::memory_order_release);
     }
 
@@ -319,6 +322,7 @@ class DedupSlots {
                 return handle;
             }
         }
+        MOX_SCHEDULING_POINT(findInPrevious);
         if (auto const* const array = previous_.load(std::memory_order_acquire); array != nullptr) {
             return array->find(placement, accept);
         }
@@ -333,6 +337,7 @@ class DedupSlots {
     /// of find() acquire, so this load comes after them; and the count of a change is visible
     /// before its stores to slots.
     bool unchangedSince(U64 changes) const noexcept {
+        MOX_SCHEDULING_POINT(unchangedSince);
         return changes % 2 == 0 && changes_.load(std::memory_order_relaxed) == changes;
     }
 
@@ -365,8 +370,12 @@ class DedupSlots {
         explicit Change(DedupSlots& slots) noexcept
           : slots_(slots) {
             count(std::memory_order_relaxed); // before the stores to slots, which release
+            MOX_SCHEDULING_POINT(beginChange);
         }
-        ~Change() { count(std::memory_order_release); }
+        ~Change() {
+            MOX_SCHEDULING_POINT(endChange);
+            count(std::memory_order_release);
+        }
         Change(Change const&) = delete;
         Change& operator=(Change const&) = delete;
 

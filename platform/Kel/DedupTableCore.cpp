@@ -2,6 +2,7 @@
 
 #include <Kel/DedupHashTable.h>
 #include <Mox/Assert.h>
+#include <Mox/SchedulingPoint.h>
 
 #include <array>
 #include <cstddef>
@@ -71,6 +72,7 @@ class DedupTableCore::Locks {
       : core_(core) {
         if (core.threadSafe_) {
             notification_ = std::unique_lock(notificationMutex(), std::defer_lock);
+            MOX_SCHEDULING_POINT(lockShard);
             shard_ = std::unique_lock(shard.mutex);
         }
     }
@@ -82,8 +84,10 @@ class DedupTableCore::Locks {
         if (core.threadSafe_) {
             notification_ = std::unique_lock(notificationMutex(), std::defer_lock);
             if (concernsNotifiee(handle)) {
+                MOX_SCHEDULING_POINT(lockNotificationMutex);
                 notification_.lock();
             }
+            MOX_SCHEDULING_POINT(lockShardToRelease);
             shard_ = std::unique_lock(shard.mutex);
         }
     }
@@ -107,7 +111,9 @@ class DedupTableCore::Locks {
     /// return, announcements in progress in other threads are complete.
     void lockNotification() {
         shard_.unlock();
+        MOX_SCHEDULING_POINT(lockNotification);
         notification_.lock();
+        MOX_SCHEDULING_POINT(lockShardAgain);
         shard_.lock();
     }
 
@@ -238,6 +244,7 @@ DedupHandle::PtrConst DedupTableCore::dedup(DedupHandle::Ptr object, DedupMiss c
     }
     bool const announce = locks.announces(*object);
     enter(shard, *object, placement, announce);
+    MOX_SCHEDULING_POINT(entered);
     return announce ? announceInsertion(locks, shard, object) : std::move(object);
 }
 
@@ -269,6 +276,7 @@ DedupHandle::PtrConst DedupTableCore::announceInsertion(Locks& locks, Shard& sha
     auto const notifiee = notifiee_;
     locks.unlockShard();
     try {
+        MOX_SCHEDULING_POINT(handleInsert);
         notifiee->handleInsert(object);
     } catch (...) {
         locks.lockShard();
@@ -280,6 +288,7 @@ DedupHandle::PtrConst DedupTableCore::announceInsertion(Locks& locks, Shard& sha
         locks.unlockShard();
         throw;
     }
+    MOX_SCHEDULING_POINT(insertionAnnounced);
     object->countWord().insertionAnnounced();
     return object;
 }
@@ -304,16 +313,20 @@ void DedupTableCore::releaseHandle(DedupHandle& handle) noexcept {
             if (word.isAnnounced() && locks.announces(handle)) {
                 auto const notifiee = notifiee_;
                 locks.unlockShard();
+                MOX_SCHEDULING_POINT(handleRemove);
                 notifiee->handleRemove(&handle);
+                MOX_SCHEDULING_POINT(lockShardToLeave);
                 locks.lockShard();
             }
             // Check again: the notifiee may have destroyed the table.
             if (word.state() == Mox::CountWord::State::beingDetached) {
                 leave(shard, handle);
+                MOX_SCHEDULING_POINT(leaveTable);
                 word.leaveTable();
             }
         }
     }
+    MOX_SCHEDULING_POINT(releaseOrdinary);
     // Now an ordinary reference: the table's, or the caller's if the table was destroyed during
     // this release. The core may be destroyed with the object.
     handle.release();
@@ -330,15 +343,18 @@ void DedupTableCore::notifieeIs(Mox::Ptr<DedupHashTableLifeTimeNotifiee> const& 
         return;
     }
     before = std::exchange(notifiee_, notifiee);
+    MOX_SCHEDULING_POINT(notifieeIs);
     notifieeActive_ = notifiee && notifiee->hasNotificationActive();
     // A notifiee is notified of a removal only if it was notified of the insertion.
     forgetAnnouncements();
+    MOX_SCHEDULING_POINT(handleNotificationStop);
     if (before) {
         before->handleNotificationStop(table);
     }
     // Not earlier: until the previous notifiee is stopped, objects announced to it must not be
     // removed without the notification mutex. It may also have registered another notifiee
     // meanwhile.
+    MOX_SCHEDULING_POINT(storeFilter);
     filter_.store(notifieeActive_ ? notifiee_->filter() : nullptr, std::memory_order_release);
 }
 
@@ -374,6 +390,7 @@ void DedupTableCore::abandon() noexcept {
     forEachShard([this](Shard& shard) {
         shard.slots.forEach([this](DedupHandle& handle) {
             holders_.fetch_add(1, std::memory_order_relaxed);
+            MOX_SCHEDULING_POINT(leaveBehind);
             // An object that is being detached is released further up in this thread; detaching in
             // other threads is complete.
             bool const detaching = handle.dedupState() == dedupHandleStateBeingDetached();
@@ -384,6 +401,7 @@ void DedupTableCore::abandon() noexcept {
         });
     });
     // The slots are not used any more: no object refers to this table.
+    MOX_SCHEDULING_POINT(releaseAbandoned);
     for (std::size_t index = 0; index < shardCount_; ++index) {
         shards_[index].slots.forEach([](DedupHandle& handle) { handle.release(); });
     }
@@ -391,6 +409,7 @@ void DedupTableCore::abandon() noexcept {
 }
 
 void DedupTableCore::release() noexcept {
+    MOX_SCHEDULING_POINT(releaseCore);
     if (holders_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         delete this;
     }

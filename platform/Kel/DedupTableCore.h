@@ -5,6 +5,7 @@
 #include <Mox/CountWord.h>
 #include <Mox/Export.h>
 #include <Mox/Ptr.h>
+#include <Mox/SchedulingPoint.h>
 #include <Mox/Types.h>
 
 #include <atomic>
@@ -180,9 +181,11 @@ class VOBGP_EXPORT DedupTableCore {
     template <class Match>
     static Probe probe(DedupHandle& candidate, Match const& matches,
                        Mox::CountWord::SettledIn settled) {
+        MOX_SCHEDULING_POINT(probe);
         if (!HandleMemory::countWordOf(&candidate).retainIfSettledIn(settled)) [[unlikely]] {
             return Probe::unsettled;
         }
+        MOX_SCHEDULING_POINT(compareProbed);
         if (!matches(candidate)) [[unlikely]] {
             releaseOther(candidate);
             return Probe::another;

@@ -2,6 +2,7 @@
 
 #include <Mox/Assert.h>
 #include <Mox/Export.h>
+#include <Mox/SchedulingPoint.h>
 #include <Mox/Types.h>
 
 #include <atomic>
@@ -122,6 +123,7 @@ class CountWord {
             if ((before & (tableMask | stateMask | pendingBit)) != settled.bits) {
                 return false;
             }
+            MOX_SCHEDULING_POINT(retainIfSettledIn);
         } while (!ref().compare_exchange_weak(before, before + 1, std::memory_order_acquire,
                                               std::memory_order_relaxed));
         return true;
@@ -154,6 +156,7 @@ class CountWord {
             return true;
         }
         while (hasSeveralUsers(before)) {
+            MOX_SCHEDULING_POINT(releaseAboveFloor);
             if (ref().compare_exchange_weak(before, before - 1, std::memory_order_release,
                                             std::memory_order_relaxed)) {
                 return true;
@@ -313,9 +316,10 @@ class CountWord {
             store(step(before));
             return;
         }
-        while (!ref().compare_exchange_weak(before, step(before), std::memory_order_acq_rel,
-                                            std::memory_order_relaxed)) {
-        }
+        do {
+            MOX_SCHEDULING_POINT(change);
+        } while (!ref().compare_exchange_weak(before, step(before), std::memory_order_acq_rel,
+                                              std::memory_order_relaxed));
     }
 
     mutable U64 word_;

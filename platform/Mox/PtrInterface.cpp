@@ -1,6 +1,7 @@
 #include <Mox/PtrInterface.h>
 
 #include <Mox/Assert.h>
+#include <Mox/SchedulingPoint.h>
 
 namespace Mox {
 
@@ -48,6 +49,7 @@ void PtrInterface::releaseToFloor() const noexcept {
 
 void PtrInterface::releaseSlowly() const noexcept {
     do {
+        MOX_SCHEDULING_POINT(releaseSlowly);
         if (word_.isSoleReference()) {
             if (ScopedHold::takesOver(*this)) {
                 return;
@@ -61,6 +63,7 @@ void PtrInterface::releaseSlowly() const noexcept {
             return;
         }
         if (word_.floor() != 0) {
+            MOX_SCHEDULING_POINT(releaseToFloor);
             releaseToFloor();
             return;
         }
