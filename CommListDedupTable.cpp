@@ -7,8 +7,9 @@
 namespace Routing::Bgp {
 
 Mox::Type const& CommListDedupTableBase::staticType() noexcept {
+    using Table = CommListDedupTableBase;
     static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::CommListDedupTableBase",
-                                {});
+                                {Mox::pointerAttribute<Table, &Table::dedupTable>("dedupTable")});
     return type;
 }
 

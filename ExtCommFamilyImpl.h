@@ -46,9 +46,12 @@ template <auto parse, class Comm, class Table, class Content>
     Kel::DedupMiss miss(content.placementHash());
     auto found = hashTable.findSlowly(miss, hasContent);
     if (!found) {
+        auto const& rule = table.parseExtCommRule();
+        MOX_ASSERT_TEXT(rule != nullptr, "__null != parseExtCommRule");
         // A sub-rule may release the last reference to the table, and with it to the rule.
         Mox::ScopedHold const held(table);
-        auto parsed = Mox::constPtrCast<Comm>(((*table.parseExtCommRule()).*parse)(content));
+        auto parsed = Mox::constPtrCast<Comm>(((*rule).*parse)(content));
+        MOX_ASSERT_TEXT(parsed != nullptr, "dedupHandle");
         // An agent's sub-rule may build an object of another content.
         found = hasContent(*parsed) ? hashTable.dedup(std::move(parsed), miss)
                                     : hashTable.dedup(std::move(parsed));

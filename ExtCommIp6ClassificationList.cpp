@@ -52,7 +52,7 @@ static_assert(sizeof(ExtCommIp6ClassificationList) == 48);
 
 Mox::Ptr<ExtCommIp6ClassificationList>
 ExtCommIp6ListFamily::newClassificationList(ExtCommClassification classification) {
-    return Mox::makeActive<ExtCommIp6ClassificationList>(classification);
+    return extCommIp6ClassificationListFactory(classification);
 }
 
 Kel::DedupHashTable const&
@@ -81,6 +81,11 @@ ExtCommIp6ListFindOrCreateClassificationList(ExtCommIp6ClassificationListVector&
         &ExtCommIp6ClassificationList::findOrCreate(vector, classification, true));
 }
 
+ExtCommIp6ClassificationList::Ptr
+extCommIp6ClassificationListFactory(ExtCommClassification classification) {
+    return Mox::makeActive<ExtCommIp6ClassificationList>(classification);
+}
+
 void ExtCommIp6ListClassificationListIs(
     ExtCommIp6ClassificationListVector& vector,
     ExtCommIp6ClassificationList::PtrConst const& classificationList) {
@@ -92,5 +97,10 @@ ExtCommIp6ClassificationListSnapshot::ExtCommIp6ClassificationListSnapshot(
   : ExtCommClassificationListSnapshotBase(classification) {}
 
 ExtCommIp6ClassificationListSnapshot::~ExtCommIp6ClassificationListSnapshot() = default;
+
+ExtCommIp6ClassificationListSnapshot::Ptr
+extCommIp6ClassificationListSnapshotFactory(ExtCommClassification classification) {
+    return Mox::makeActive<ExtCommIp6ClassificationListSnapshot>(classification);
+}
 
 } // namespace Routing::Bgp

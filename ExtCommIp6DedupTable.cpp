@@ -21,9 +21,7 @@ Mox::TypeRegistration const registration(ExtCommIp6DedupTable::staticType());
 
 ExtCommIp6DedupTable::ExtCommIp6DedupTable(
     Mox::PtrConst<BgpParseExtendedCommunityRule> const& parseExtCommRule)
-  : parseExtCommRule_(parseExtCommRule) {
-    MOX_ASSERT_TEXT(parseExtCommRule != nullptr, "__null != parseExtCommRule");
-}
+  : parseExtCommRule_(parseExtCommRule) {}
 
 ExtCommIp6DedupTable::~ExtCommIp6DedupTable() = default;
 

@@ -129,4 +129,8 @@ ExtCommIp6List::Ptr extCommIp6ListFactory() {
 ExtCommIp6ListSnapshot::ExtCommIp6ListSnapshot() noexcept = default;
 ExtCommIp6ListSnapshot::~ExtCommIp6ListSnapshot() = default;
 
+ExtCommIp6ListSnapshot::Ptr extCommIp6ListSnapshotFactory() {
+    return Mox::makeActive<ExtCommIp6ListSnapshot>();
+}
+
 } // namespace Routing::Bgp

@@ -7,8 +7,11 @@
 namespace Routing::Bgp {
 
 Mox::Type const& ExtCommIp6ListDedupTable::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIp6ListDedupTable",
-                                {}, &CommListDedupTableBase::staticType());
+    using Table = ExtCommIp6ListDedupTable;
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommIp6ListDedupTable",
+        {Mox::pointerAttribute<Table, &Table::extCommClassification>("extCommClassification")},
+        &CommListDedupTableBase::staticType());
     return type;
 }
 

@@ -30,15 +30,28 @@ Mox::Type const& NotifyingRtExtCommListCollection::staticType() noexcept {
 }
 
 Mox::Type const& RtExtCommListLifeTimeNotifiee::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity,
-                                "Routing::Bgp::RtExtCommListLifeTimeNotifiee", {},
-                                &Kel::DedupHashTableLifeTimeNotifiee::staticType());
+    using Notifiee = RtExtCommListLifeTimeNotifiee;
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::RtExtCommListLifeTimeNotifiee",
+        {Mox::pointerAttribute<Notifiee, &Notifiee::notifyingRtExtCommListCollection>(
+            "notifyingRtExtCommListCollection")},
+        &Kel::DedupHashTableLifeTimeNotifiee::staticType());
     return type;
 }
 
 Mox::Type const& ExtCommListDedupTable::staticType() noexcept {
-    static Mox::Type const type(Mox::Type::Kind::entity, "Routing::Bgp::ExtCommListDedupTable", {},
-                                &CommListDedupTableBase::staticType());
+    using Table = ExtCommListDedupTable;
+    static Mox::Type const type(
+        Mox::Type::Kind::entity, "Routing::Bgp::ExtCommListDedupTable",
+        {Mox::pointerAttribute<Table, &Table::extCommClassificationListDedupTable>(
+             "extCommClassificationListDedupTable"),
+         Mox::pointerAttribute<Table, &Table::notifyingRtExtCommListCollection>(
+             "notifyingRtExtCommListCollection"),
+         Mox::pointerAttribute<Table, &Table::rtExtCommListLifeTimeNotifiee>(
+             "rtExtCommListLifeTimeNotifiee"),
+         Mox::pointerAttribute<Table, &Table::rtExtCommClassificationListDedupTable>(
+             "rtExtCommClassificationListDedupTable")},
+        &CommListDedupTableBase::staticType());
     return type;
 }
 

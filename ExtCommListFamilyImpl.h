@@ -6,6 +6,7 @@
 #include <Mox/Assert.h>
 #include <Mox/Hash.h>
 #include <Mox/PtrInterface.h>
+#include <Mox/Trace.h>
 #include <VoBgp/ExtCommListFamily.h>
 #include <VoBgp/VoBgpCommunityListImpl.h>
 
@@ -259,6 +260,7 @@ template <class Family>
 auto ExtCommListBase<Family>::destashMembers(void const* stored, MoxStash::StoreManager* manager,
                                              StoredListHead& head) -> Mox::Ptr<List> {
     MOX_ASSERT_TEXT(manager != nullptr, "__null != manager");
+    MOX_TRACE(8, "Destashing " << List::staticType().name());
     auto const record = manager->translate(stored, Family::storedKind);
     head = storedListHead(record, sizeof(U64), StoredListHead::sorted | StoredListHead::classified);
     auto list = Mox::makeActive<List>();

@@ -506,7 +506,6 @@ void ExtCommLifeTimeNotifiee::handleNotificationStop(
 
 ExtCommDedupTable::ExtCommDedupTable(Mox::PtrConst<BgpParseExtendedCommunityRule> const& rule)
   : parseExtCommRule_(rule) {
-    MOX_ASSERT_TEXT(rule != nullptr, "__null != rule");
     handleInitialized();
 }
 

@@ -120,7 +120,7 @@ void Detail::ExtCommPluginOperations::subRuleIsNull(char const* operation, char 
 std::ostream& operator<<(std::ostream& os, BgpParseExtCommPluginBaseSm const& plugin) {
     Mox::LocalCharBuffer<128> out;
     out.append(plugin.fwkType().name()).append(' ');
-    Detail::LiveObject::write(out, &plugin);
+    Mox::writePointer(out, &plugin);
     return os.write(out.text().data(), static_cast<std::streamsize>(out.size()));
 }
 

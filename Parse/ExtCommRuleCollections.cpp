@@ -17,29 +17,16 @@ namespace Detail {
 
 namespace {
 
-/// Never destroyed, because an agent may have rules in static objects that are destroyed after
+/// Never destroyed, because an agent may have a registry in a static object that is destroyed after
 /// those of this library.
-Mox::HashMap<void const*, LiveObject::Kind>& liveObjects() {
-    static auto* const instance = new Mox::HashMap<void const*, LiveObject::Kind>;
+Mox::HashSet<void const*>& liveRegistries() {
+    static auto* const instance = new Mox::HashSet<void const*>;
     return *instance;
 }
 
 } // namespace
 
-LiveObject::LiveObject(void const* object, Kind kind)
-  : object_(object) {
-    liveObjects().is(object, kind);
-}
-
-LiveObject::~LiveObject() {
-    liveObjects().del(object_);
-}
-
-void LiveObject::write(Mox::CharBuffer& out, void const* object) {
-    Mox::writePointer(out, object);
-}
-
-void* LiveObject::read(Mox::ValueReader& in, Kind kind, char const* attribute) {
+void* readPointer(Mox::ValueReader& in, char const* attribute) {
     auto const text = in.readName();
     U64 address = 0;
     auto const* const end = text.data() + text.size();
@@ -50,12 +37,16 @@ void* LiveObject::read(Mox::ValueReader& in, Kind kind, char const* attribute) {
     if (error != std::errc() || rest != end) {
         throw Mox::RangeException(attribute);
     }
-    auto* const object = reinterpret_cast<void*>(address);
-    auto const* const found = liveObjects().get(object);
-    if (object != nullptr && (found == nullptr || *found != kind)) {
-        throw Mox::RangeException(attribute);
-    }
-    return object;
+    return reinterpret_cast<void*>(address);
+}
+
+LiveRegistry::LiveRegistry(void const* registry)
+  : registry_(registry) {
+    liveRegistries().is(registry);
+}
+
+LiveRegistry::~LiveRegistry() {
+    liveRegistries().del(registry_);
 }
 
 } // namespace Detail
@@ -173,14 +164,17 @@ Mox::TypeRegistration const registrations[] = {
 
 void Mox::ValueText<Routing::Bgp::BgpParseExtCommControl>::write(
     CharBuffer& out, Routing::Bgp::BgpParseExtCommControl const& control) {
-    Routing::Bgp::Detail::LiveObject::write(out, control.ruleCollections().get());
+    writePointer(out, control.ruleCollections().get());
 }
 
 Routing::Bgp::BgpParseExtCommControl
 Mox::ValueText<Routing::Bgp::BgpParseExtCommControl>::read(ValueReader& in) {
+    constexpr char const* attribute = "ruleCollections";
     auto const* const registry = static_cast<Routing::Bgp::BgpParseExtCommRuleCollections const*>(
-        Routing::Bgp::Detail::LiveObject::read(in, Routing::Bgp::Detail::LiveObject::registry,
-                                               "ruleCollections"));
+        Routing::Bgp::Detail::readPointer(in, attribute));
+    if (registry != nullptr && !Routing::Bgp::Detail::liveRegistries().has(registry)) {
+        throw RangeException(attribute);
+    }
     return Routing::Bgp::BgpParseExtCommControl(
         Routing::Bgp::BgpParseExtCommRuleCollections::PtrConst(registry));
 }

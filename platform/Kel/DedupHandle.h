@@ -48,7 +48,7 @@ class DedupContentHandle {
     /// Uses `content.placementHash()` if it exists. Otherwise the look-up uses its 32-bit hash,
     /// which is correct for objects that do not override DedupHandle::placementHash().
     template <class Content>
-    explicit DedupContentHandle(Content const& content) noexcept
+    DedupContentHandle(Content const& content) noexcept
       : content_(&content) {
         if constexpr (requires { content.placementHash(); }) {
             placementHash_ = content.placementHash();

@@ -44,10 +44,7 @@ DedupHandleFilter DedupHashTableLifeTimeNotifiee::filter() const noexcept {
 }
 
 DedupHashTable::DedupHashTable(bool threadSafe)
-  : core_(nullptr) {
-    MOX_ASSERT_TEXT(!threadSafe || Mox::threadSafePtrs(), "!threadSafe || Mox::threadSafePtrs()");
-    core_ = new DedupTableCore(threadSafe);
-}
+  : core_(new DedupTableCore(threadSafe)) {}
 
 DedupHashTable::~DedupHashTable() {
     core_->abandon();

@@ -148,7 +148,8 @@ class VOBGP_EXPORT DedupHashTableUnorderedSet : public DedupHashTable {
   public:
     MOX_COUNTED(DedupHashTableUnorderedSet)
 
-    /// REQUIRES: `Mox::threadSafePtrs()` if `threadSafe` (asserted).
+    /// Several threads may use a table that is `threadSafe` only while `Mox::threadSafePtrs()` is
+    /// on.
     explicit DedupHashTableUnorderedSet(bool threadSafe);
     ~DedupHashTableUnorderedSet() override;
 };

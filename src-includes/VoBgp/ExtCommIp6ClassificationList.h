@@ -87,6 +87,10 @@ VOBGP_EXPORT void ExtCommIp6ListClassificationListIs(
     ExtCommIp6ClassificationListVector& vector,
     ExtCommIp6ClassificationList::PtrConst const& classificationList);
 
+/// A new, empty list with its notifications switched on.
+VOBGP_EXPORT ExtCommIp6ClassificationList::Ptr
+extCommIp6ClassificationListFactory(ExtCommClassification classification);
+
 /// Writes the communities in brackets, separated by spaces; `NULL` for null. Preserves the stream's
 /// formatting state.
 VOBGP_EXPORT std::ostream& operator<<(std::ostream& os, ExtCommIp6ClassificationList const* list);
@@ -102,5 +106,9 @@ class VOBGP_EXPORT ExtCommIp6ClassificationListSnapshot
     explicit ExtCommIp6ClassificationListSnapshot(ExtCommClassification classification) noexcept;
     ~ExtCommIp6ClassificationListSnapshot() override;
 };
+
+/// A new, empty snapshot with its notifications switched on.
+VOBGP_EXPORT ExtCommIp6ClassificationListSnapshot::Ptr
+extCommIp6ClassificationListSnapshotFactory(ExtCommClassification classification);
 
 } // namespace Routing::Bgp

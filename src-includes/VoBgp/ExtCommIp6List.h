@@ -74,4 +74,7 @@ class VOBGP_EXPORT ExtCommIp6ListSnapshot : public ExtCommListSnapshotBase<ExtCo
     ~ExtCommIp6ListSnapshot() override;
 };
 
+/// A new, empty snapshot with its notifications switched on.
+VOBGP_EXPORT ExtCommIp6ListSnapshot::Ptr extCommIp6ListSnapshotFactory();
+
 } // namespace Routing::Bgp

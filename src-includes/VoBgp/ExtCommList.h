@@ -125,7 +125,7 @@ class VOBGP_EXPORT ExtCommList : public ExtCommListBase<ExtCommListFamily> {
         static constexpr char const* rangeError = "Serialization::value > 0xf not allowed";
 
         constexpr Serialization() noexcept = default;
-        constexpr explicit Serialization(U32 value)
+        constexpr Serialization(U32 value)
           : FlagWord(value) {}
 
         /// Parses the value text and advances `it` past it.

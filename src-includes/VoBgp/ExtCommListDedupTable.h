@@ -183,9 +183,10 @@ class VOBGP_EXPORT ExtCommListDedupTable : public CommListDedupTableBase {
 
     void dumpState(Kel::DumpContext::PtrConst const& context, U32 indent) const;
 
-  private:
+    /// Called by the constructor: creates the tables, the collection and its notifiee.
     void handleInitialized();
 
+  private:
     Kel::DedupHashTable::Ptr extCommClassificationListDedupTable_;
     NotifyingRtExtCommListCollection::Ptr notifyingRtExtCommListCollection_;
     RtExtCommListLifeTimeNotifiee::Ptr rtExtCommListLifeTimeNotifiee_;

@@ -58,9 +58,12 @@ class ExtCommMembers : public Handle {
         octetsHeld_ = false;
     }
 
-    /// Reserves room for that many members in total. REQUIRES: as `commIs()`.
+    /// Reserves room for that many members in total. Does nothing if the list is interned or
+    /// rebuilt from a store.
     void expectedCommunityCountIs(U32 communityCount) {
-        assertMayBeFilled();
+        if (this->everDeduped()) {
+            return;
+        }
         commVector_.reserve(communityCount);
         octetsHeld_ = false;
     }

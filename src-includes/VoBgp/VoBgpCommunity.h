@@ -123,7 +123,7 @@ class VOBGP_EXPORT ExtComm : public MoxStash::DedupHandle {
         static constexpr char const* rangeError = "StrepFormat::value > 0x7f not allowed";
 
         constexpr StrepFormat() noexcept = default;
-        constexpr explicit StrepFormat(U32 value)
+        constexpr StrepFormat(U32 value)
           : FlagWord(value) {}
 
         /// Parses the value text and advances `it` past it.
@@ -394,7 +394,7 @@ class VOBGP_EXPORT ExtCommDedupTable : public Mox::PtrInterface {
   public:
     MOX_COUNTED(ExtCommDedupTable)
 
-    /// REQUIRES: the rule is not null (asserted).
+    /// A table with a null rule interns only objects that the agent creates.
     explicit ExtCommDedupTable(Mox::PtrConst<BgpParseExtendedCommunityRule> const& rule);
     ~ExtCommDedupTable() override;
 
@@ -411,9 +411,10 @@ class VOBGP_EXPORT ExtCommDedupTable : public Mox::PtrInterface {
 
     void dumpState(Kel::DumpContext::PtrConst const& dumpCtx, U32 indentCount) const;
 
-  private:
+    /// Called by the constructor: creates the table, the list of route targets and its notifiee.
     void handleInitialized();
 
+  private:
     NotifyingRouteTargetList::Ptr notifyingRouteTargetList_;
     ExtCommLifeTimeNotifiee::Ptr lifeTimeNotifiee_;
     Kel::DedupHashTable::Ptr dedupHashTable_;

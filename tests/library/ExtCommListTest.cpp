@@ -554,8 +554,10 @@ TEST(NullArgumentsDeathTest, AssertInTheCallee) {
     auto const collection = table->notifyingRtExtCommListCollection();
     auto const part = extCommClassificationListFactory(extCommClassificationRouteTarget);
     expectAssertions({
-        {"'__null != rule'", [] { extCommDedupTableFactory(nullptr); }},
-        {"'__null != parseExtCommRule'", [] { extCommIp6DedupTableFactory(nullptr); }},
+        {"'__null != parseExtCommRule'",
+         [] { ExtComm::dedupContent(extCommDedupTableFactory(nullptr).get(), {}); }},
+        {"'__null != parseExtCommRule'",
+         [] { ExtCommIp6::dedupContent(extCommIp6DedupTableFactory(nullptr).get(), {}); }},
         {"'__null != table'", [] { ExtComm::dedupContent(nullptr, {}); }},
         {"'__null != table'", [] { ExtCommIp6::dedupContent(nullptr, {}); }},
         {"'__null != table'", [] { (void)extCommListFactory()->dedup(nullptr); }},

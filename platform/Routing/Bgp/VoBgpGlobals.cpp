@@ -1,6 +1,5 @@
 #include <Routing/Bgp/VoBgpGlobals.h>
 
-#include <Mox/Assert.h>
 #include <Mox/CountWord.h>
 
 #include <atomic>
@@ -16,10 +15,10 @@ bool VoBgpGlobals::multiThreaded() noexcept {
 }
 
 void VoBgpGlobals::multiThreadedIs(bool multiThreaded) noexcept {
-    if (multiThreaded != VoBgpGlobals::multiThreaded()) {
-        MOX_ASSERT_TEXT(!Mox::Detail::InternTablePresence::any(), "no intern table is live");
-        multiThreadedFlag.store(multiThreaded, std::memory_order_relaxed);
+    if (multiThreaded && !Mox::Detail::InternTablePresence::any()) {
+        Mox::threadSafePtrsIs(true);
     }
+    multiThreadedFlag.store(multiThreaded, std::memory_order_relaxed);
 }
 
 } // namespace Routing::Bgp

@@ -10,8 +10,9 @@ class VOBGP_EXPORT VoBgpGlobals {
     /// Whether intern tables are created thread-safe. Off by default.
     static bool multiThreaded() noexcept;
 
-    /// Thread-safe tables require `Mox::threadSafePtrs()` when they are created. REQUIRES: no
-    /// intern table exists (asserted).
+    /// Affects tables created afterwards. Turning it on also turns on `Mox::threadSafePtrs()`,
+    /// unless an intern table exists; several threads may use a thread-safe table only while that
+    /// is on.
     static void multiThreadedIs(bool multiThreaded) noexcept;
 };
 

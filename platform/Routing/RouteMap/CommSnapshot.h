@@ -78,7 +78,10 @@ class VOBGP_EXPORT CommSnapshot : public Mox::PtrInterface {
   protected:
     CommSnapshot() noexcept
       : notifieeList_(*this)
-      , comm_(*this, commAttribute) {}
+      , comm_(*this, commAttribute) {
+        // Also for a snapshot that was not made by its factory.
+        Mox::PtrInterface::hasNotificationActiveIs(true);
+    }
 
     /// Inserts or replaces an entry, for snapshots whose values contain their keys.
     void commEntryIs(Key const& key, Value const& value) { comm_.is(key, value); }

@@ -91,6 +91,9 @@ class VOBGP_EXPORT BgpParseExtCommPluginBaseSm
     /// the kind, unless it is switched off or flagged for deletion.
     class MoxRuleCollections;
 
+    /// With a null registry the plug-in never files anything.
+    explicit BgpParseExtCommPluginBaseSm(
+        BgpParseExtCommRuleCollections::PtrConst const& ruleCollections);
     ~BgpParseExtCommPluginBaseSm() override;
 
     /// Flags the plug-in for deletion, or clears the flag. While flagged it ignores notifications.
@@ -108,11 +111,6 @@ class VOBGP_EXPORT BgpParseExtCommPluginBaseSm
 
     /// Calls the hooks for every key in the registry, set by set in the order of the kinds.
     void handleStartup() const;
-
-  protected:
-    /// With a null registry the plug-in never files anything.
-    explicit BgpParseExtCommPluginBaseSm(
-        BgpParseExtCommRuleCollections::PtrConst const& ruleCollections);
 
   private:
     std::unique_ptr<MoxRuleCollections> reactor_;

@@ -17,29 +17,21 @@ namespace Routing::Bgp {
 
 namespace Detail {
 
-/// An entry in the process-wide list of live rules and registries. Reading the text of a pointer
-/// checks the address against this list. A member of the object that it registers. Reactor thread.
-class VOBGP_EXPORT LiveObject {
+/// Reads the text of a pointer, `0x` and hexadecimal digits. Throws a `Mox::RangeException` with
+/// the attribute's name for any other text.
+VOBGP_EXPORT void* readPointer(Mox::ValueReader& in, char const* attribute);
+
+/// An entry in the process-wide list of live registries. Reading the text of a counted pointer
+/// checks the address against this list. A member of the registry. Reactor thread.
+class VOBGP_EXPORT LiveRegistry {
   public:
-    /// The kind of a rule: its attribute number.
-    using Kind = Mox::AttributeNumber;
-    static constexpr Kind registry = ~Kind{0};
-
-    LiveObject(void const* object, Kind kind);
-    ~LiveObject();
-    LiveObject(LiveObject const&) = delete;
-    LiveObject& operator=(LiveObject const&) = delete;
-
-    /// Appends the text of a pointer: `0x` and the address in hexadecimal without leading zeros;
-    /// `0x0` for null.
-    static void write(Mox::CharBuffer& out, void const* object);
-
-    /// Reads that text: null, or the address of a live object of the kind. Throws a
-    /// `Mox::RangeException` with the attribute's name for any other text.
-    static void* read(Mox::ValueReader& in, Kind kind, char const* attribute);
+    explicit LiveRegistry(void const* registry);
+    ~LiveRegistry();
+    LiveRegistry(LiveRegistry const&) = delete;
+    LiveRegistry& operator=(LiveRegistry const&) = delete;
 
   private:
-    void const* object_;
+    void const* registry_;
 };
 
 } // namespace Detail
@@ -47,8 +39,9 @@ class VOBGP_EXPORT LiveObject {
 /// The key by which a rule of one kind is announced: the rule's address.
 ///
 /// The rule is not owned; it removes its key before it is destroyed. Ordered by address. Immutable
-/// except for assignment. The text is that of a pointer, `0x` and hexadecimal digits; reading one
-/// that is neither null nor a live rule of the kind throws a `Mox::RangeException` for "rule".
+/// except for assignment. The text is that of a pointer, `0x` and hexadecimal digits; reading
+/// another text throws a `Mox::RangeException` for "rule". A key that was read may name a rule that
+/// is not there: compare it with keys of a registry before its rule is used.
 template <class Kind>
 class VOBGP_EXPORT ExtCommRuleKey {
   public:
@@ -106,13 +99,10 @@ template <class Kind>
 struct Mox::ValueText<Routing::Bgp::ExtCommRuleKey<Kind>> {
     using Key = Routing::Bgp::ExtCommRuleKey<Kind>;
 
-    static void write(CharBuffer& out, Key key) {
-        Routing::Bgp::Detail::LiveObject::write(out, key.rule());
-    }
+    static void write(CharBuffer& out, Key key) { writePointer(out, key.rule()); }
 
     static Key read(ValueReader& in) {
-        return Key(static_cast<typename Key::Rule*>(
-            Routing::Bgp::Detail::LiveObject::read(in, Kind::attribute, "rule")));
+        return Key(static_cast<typename Key::Rule*>(Routing::Bgp::Detail::readPointer(in, "rule")));
     }
 };
 
@@ -221,7 +211,7 @@ class VOBGP_EXPORT BgpParseExtCommRuleCollections
 
   private:
     mutable Mox::NotifieeList notifieeList_;
-    Detail::LiveObject const live_{this, Detail::LiveObject::registry};
+    Detail::LiveRegistry const live_{this};
 };
 
 /// Returns a new, empty registry with notifications enabled.

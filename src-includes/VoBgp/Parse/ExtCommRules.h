@@ -314,7 +314,6 @@ class VOBGP_EXPORT ExtCommPerTypeRule final
     void onZeroReferences() noexcept override { this->depart(*this); }
 
     ExtCommRuleMap<SubRule> subTypeRule_;
-    Detail::LiveObject const live_{this, Kind::attribute};
 };
 
 using BgpParseExtCommTransTwoOctetAsRule = ExtCommPerTypeRule<ExtCommRuleKind::TransTwoOctetAs>;
@@ -447,7 +446,6 @@ class VOBGP_EXPORT BgpParseExtendedCommunityRule : public BgpParseExtCommRuleBas
 
     ExtCommRuleMap<BgpParseExtendedCommunityTypeRuleBase> typeRule_;
     ExtCommRuleMap<BgpParseExtendedCommunityIp6TypeRuleBase> ip6TypeRule_;
-    Detail::LiveObject const live_{this, ExtCommRuleKind::Type::attribute};
 };
 
 /// Returns a new rule with notifications enabled. REQUIRES: the control refers to a registry

@@ -345,13 +345,25 @@ TEST_P(InternDeathTest, InsertingAnObjectThatIsNotNewAsserts) {
 }
 
 TEST_P(InternDeathTest, ChangingTheModeWhileATableExistsAsserts) {
-    expectAssertions({{"no intern table is live", [] { Mox::threadSafePtrsIs(!GetParam()); }},
-                      {"no intern table is live",
-                       [] { Routing::Bgp::VoBgpGlobals::multiThreadedIs(!GetParam()); }}});
-    if (!GetParam()) {
-        expectAssertions(
-            {{"!threadSafe || Mox::threadSafePtrs()", [] { Mox::makeCounted<Table>(true); }}});
-    }
+    expectAssertions({{"no intern table is live", [] { Mox::threadSafePtrsIs(!GetParam()); }}});
+}
+
+TEST(InternSettings, TablesFollowTheSettingAtTheirCreation) {
+    using Routing::Bgp::VoBgpGlobals;
+    PointerMode const mode(false);
+    auto const plain = Mox::makeCounted<Table>(VoBgpGlobals::multiThreaded());
+    VoBgpGlobals::multiThreadedIs(true);
+    EXPECT_FALSE(Mox::threadSafePtrs()) << "changed while a table exists";
+    auto const locked = Mox::makeCounted<Table>(VoBgpGlobals::multiThreaded());
+    EXPECT_TRUE(locked->isThreadSafe() && !plain->isThreadSafe());
+    EXPECT_EQ(intern(*locked, 1).get(), intern(*locked, 1).get());
+    EXPECT_EQ(locked->size(), 0U);
+}
+
+TEST(InternSettings, ThreadSafeTablesMakeCountsThreadSafe) {
+    PointerMode const mode(false);
+    Routing::Bgp::VoBgpGlobals::multiThreadedIs(true);
+    EXPECT_TRUE(Mox::threadSafePtrs());
 }
 
 } // namespace
