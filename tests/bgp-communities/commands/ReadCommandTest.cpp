@@ -27,12 +27,12 @@ std::string const ip6Text = "[ <extCommIp6PktTypeTransIpv6Address extCommIp6PktS
                             "addr=2001:db8::1 localAdmin=100> ]";
 std::string const largeText = "65536:1:2";
 
-/** The prefix 10.NUMBER.0.0/16. */
+/// The prefix 10.NUMBER.0.0/16.
 std::string route(unsigned int number, std::string const& attributes) {
     return as4Record(update(attributes, hex("10 0a") + u8(number)));
 }
 
-/** MP_REACH_NLRI. */
+/// MP_REACH_NLRI.
 std::string reach(unsigned int afi, unsigned int safi, std::string const& nlri) {
     return attribute(14, u16(afi) + u8(safi) + u8(4) + hex("c0000201 00") + nlri);
 }
@@ -52,7 +52,7 @@ std::vector<std::string> column(Result const& result, std::size_t number) {
 
 // ---- JSON ----
 
-/** The attributes in a line, as input for `decode`. */
+/// The attributes in a line, as input for `decode`.
 Lines attributesIn(std::string const& line) {
     static std::string const head = R"({"attribute":)", middle = R"(,"octets":")";
     Lines out;
@@ -66,7 +66,7 @@ Lines attributesIn(std::string const& line) {
     return out;
 }
 
-/** Each line ends with the output of `decode --json` for its attributes, by kind. */
+/// Each line ends with the output of `decode --json` for its attributes, by kind.
 void expectAsDecoded(std::string const& dump) {
     static std::map<std::string, std::string> const kinds = {
         {"8", "standard"}, {"16", "extended"}, {"25", "ipv6"}, {"32", "large"}};
