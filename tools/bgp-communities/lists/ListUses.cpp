@@ -61,20 +61,32 @@ std::size_t arrayOctets(List const& list) {
     }
 }
 
-/**
- * Returns the `most` most used entries of a map, in order. Ties are ordered by `octets(key)`.
- */
+/** An entry of a map of uses, and the octets that order it among entries with equal uses. */
+template <class Entry>
+struct RankedEntry {
+    Entry const* entry;
+    std::string octets;
+};
+
+/** Returns the `most` most used entries of a map, in order. Ties are ordered by `octets(key)`,
+   which is called once per entry: following the pointers to its members is most of the cost. */
 template <class Uses, class OctetsOfKey>
 auto ranked(Uses const& uses, std::size_t most, OctetsOfKey octets) {
-    std::vector<typename Uses::value_type const*> entries;
+    std::vector<RankedEntry<typename Uses::value_type>> entries;
+    entries.reserve(uses.size());
     for (auto const& entry : uses) {
-        entries.push_back(&entry);
+        entries.push_back({&entry, octets(entry.first)});
     }
-    auto const end = entries.begin() + static_cast<std::ptrdiff_t>(std::min(most, entries.size()));
-    std::partial_sort(entries.begin(), end, entries.end(), [&](auto const* a, auto const* b) {
-        return a->second != b->second ? a->second > b->second : octets(a->first) < octets(b->first);
-    });
-    entries.erase(end, entries.end());
+    auto const precedes = [](auto const& a, auto const& b) {
+        return a.entry->second != b.entry->second ? a.entry->second > b.entry->second
+                                                  : a.octets < b.octets;
+    };
+    if (most < entries.size()) {
+        auto const end = entries.begin() + static_cast<std::ptrdiff_t>(most);
+        std::nth_element(entries.begin(), end, entries.end(), precedes);
+        entries.erase(end, entries.end());
+    }
+    std::sort(entries.begin(), entries.end(), precedes);
     return entries;
 }
 
@@ -83,8 +95,8 @@ template <class Uses, class OctetsOfKey, class TextOfKey>
 std::vector<UsageCount> mostUsed(Uses const& uses, std::size_t most, OctetsOfKey octets,
                                  TextOfKey text) {
     std::vector<UsageCount> shown;
-    for (auto const* const entry : ranked(uses, most, octets)) {
-        shown.push_back({entry->second, octets(entry->first), text(entry->first)});
+    for (auto& each : ranked(uses, most, octets)) {
+        shown.push_back({each.entry->second, std::move(each.octets), text(each.entry->first)});
     }
     return shown;
 }
@@ -176,8 +188,8 @@ class ListUsesOf final : public ListUses {
 
     void const* stash(MoxStash::StoreWriter& writer) const override {
         std::vector<MoxStash::StoredEntry> entries;
-        for (auto const* const entry : ranked(uses_, uses_.size(), octetsOfList)) {
-            entries.push_back({entry->first->stash(writer), entry->second});
+        for (auto const& each : ranked(uses_, uses_.size(), octetsOfList)) {
+            entries.push_back({each.entry->first->stash(writer), each.entry->second});
         }
         return writer.tableIs(entries);
     }
