@@ -14,10 +14,10 @@ namespace {
 
 constexpr std::size_t maxClients = 16;
 constexpr std::size_t maxRequestOctets = 8192;
-constexpr std::chrono::seconds clientTime{5};
+constexpr std::chrono::seconds clientTimeout{5};
 
-/** The whole answer to a whole request. */
-std::string answer(std::string_view request, std::function<std::string()> const& text) {
+/** Returns the response to a complete request. */
+std::string response(std::string_view request, std::function<std::string()> const& text) {
     std::string_view const target = request.substr(0, request.find(" HTTP/"));
     bool const isKnown = target == "GET /metrics" || target == "GET /";
     std::string const body = isKnown ? text() : "unknown path: GET /metrics\n";
@@ -32,13 +32,14 @@ bool wouldBlock(ssize_t result) {
 
 } // namespace
 
-void MetricsServer::appendPolled(std::vector<pollfd>& polled) const {
+void MetricsServer::appendPolled(std::vector<pollfd>& polled, Deadline& deadline) const {
     if (clients_.size() < maxClients) {
-        polled.push_back({listener_.get(), POLLIN, 0});
+        acceptor_.appendPolled(polled, deadline);
     }
     for (Client const& client : clients_) {
-        polled.push_back(
-            {client.socket.get(), static_cast<short>(client.answer.empty() ? POLLIN : POLLOUT), 0});
+        short const event = client.response.empty() ? POLLIN : POLLOUT;
+        polled.push_back({client.socket.get(), event, 0});
+        deadline.include(client.deadline);
     }
 }
 
@@ -52,34 +53,33 @@ void MetricsServer::serve(std::function<std::string()> const& text) {
 void MetricsServer::accept() {
     while (clients_.size() < maxClients) {
         SocketAddress from;
-        FileDescriptor socket = acceptFrom(listener_, from);
+        FileDescriptor socket = acceptor_.accept(from);
         if (!socket.isOpen()) {
             return;
         }
-        clients_.push_back({std::move(socket), Clock::now() + clientTime, {}, {}});
+        clients_.push_back({std::move(socket), Clock::now() + clientTimeout, {}, {}});
     }
 }
 
 bool MetricsServer::serve(Client& client, std::function<std::string()> const& text) {
-    if (client.answer.empty()) {
+    if (client.response.empty()) {
         if (receive(client) || client.request.size() > maxRequestOctets) {
             return true;
         }
         if (client.request.find("\r\n\r\n") == std::string::npos) {
             return false;
         }
-        client.answer = answer(client.request, text);
+        client.response = response(client.request, text);
     }
     ssize_t const sent =
-        ::send(client.socket.get(), client.answer.data(), client.answer.size(), MSG_NOSIGNAL);
+        ::send(client.socket.get(), client.response.data(), client.response.size(), MSG_NOSIGNAL);
     if (sent < 0) {
         return !wouldBlock(sent);
     }
-    client.answer.erase(0, static_cast<std::size_t>(sent));
-    return client.answer.empty();
+    client.response.erase(0, static_cast<std::size_t>(sent));
+    return client.response.empty();
 }
 
-/** True if the client has gone. */
 bool MetricsServer::receive(Client& client) {
     std::array<char, 2048> octets{};
     ssize_t const got = ::recv(client.socket.get(), octets.data(), octets.size(), 0);

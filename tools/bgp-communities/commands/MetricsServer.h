@@ -1,52 +1,54 @@
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include <poll.h>
 
+#include "Acceptor.h"
+#include "Deadline.h"
 #include "bmp/TcpSocket.h"
 
 namespace BgpCommunities {
 
 /**
- * Serves one text over HTTP, to a few clients at a time, without ever waiting for one.
+ * Serves a text over HTTP to a few clients at a time; never blocks.
  *
- * Owns the listener and the connections, each of which ends after its answer, or after a few
+ * Owns the listener and the connections. A connection is closed after the response or a few
  * seconds. Used by one thread.
  */
 class MetricsServer {
   public:
     /** Throws std::system_error. */
     explicit MetricsServer(SocketAddress const& address)
-      : listener_(listenOn(address)) {}
+      : acceptor_(address) {}
 
-    [[nodiscard]] SocketAddress address() const { return localAddress(listener_); }
+    [[nodiscard]] SocketAddress address() const { return acceptor_.address(); }
 
-    /** Appends what to wait for before serve() is called again; also call it every second. */
-    void appendPolled(std::vector<pollfd>& polled) const;
+    /** Appends the descriptors to poll, and adds the deadline, before the next call of serve(). */
+    void appendPolled(std::vector<pollfd>& polled, Deadline& deadline) const;
 
-    /** Answers requests that have arrived with `text()`. */
+    /** Answers complete requests with `text()`; closes overdue connections. */
     void serve(std::function<std::string()> const& text);
 
   private:
-    using Clock = std::chrono::steady_clock;
+    using Clock = Deadline::Clock;
 
     struct Client {
         FileDescriptor socket;
         Clock::time_point deadline;
         std::string request;
-        std::string answer; // the part that has not been sent
+        std::string response; // the part that has not been sent
     };
 
     void accept();
-    /** True if the client is done. */
+    /** Returns true if the connection can be closed. */
     static bool serve(Client& client, std::function<std::string()> const& text);
+    /** Returns true if the client has closed the connection. */
     static bool receive(Client& client);
 
-    FileDescriptor listener_;
+    Acceptor acceptor_;
     std::vector<Client> clients_;
 };
 

@@ -13,8 +13,6 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include <MoxStash/StoreException.h>
-
 #include "input/InputSource.h"
 #include "text/StandardError.h"
 
@@ -22,13 +20,13 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint64_t namedRefusals = 10;
+constexpr std::uint64_t reportedRefusals = 10;
 
 constexpr std::string_view messageTypeNames[bmpTypes + 1] = {
     "routeMonitoring", "statistics",  "peerDown",       "peerUp",
     "initiation",      "termination", "routeMirroring", "unknown"};
 
-/** A number that all workers add up to. */
+/** A number that is summed over all workers. */
 struct Metric {
     std::string_view name;
     std::string_view help;
@@ -37,20 +35,19 @@ struct Metric {
 };
 
 constexpr Metric workerMetrics[] = {
-    {"received_octets_total", "Octets of BMP sessions.", &StationCounts::octets},
+    {"received_octets_total", "Octets received in BMP sessions.", &StationCounts::octets},
     {"announced_total", "Routes announced.", &StationCounts::announced},
     {"withdrawn_total", "Routes withdrawn by UPDATEs.", &StationCounts::withdrawn},
-    {"treated_as_withdrawn_total", "Announced routes with malformed attributes (RFC 7606).",
+    {"treated_as_withdrawn_total", "Routes withdrawn for malformed attributes (RFC 7606).",
      &StationCounts::treatedAsWithdrawn},
-    {"problems_total", "Messages and attributes that are malformed or refused.",
-     &StationCounts::problems},
-    {"sessions_ended_total", "Sessions that have ended.", &StationCounts::ended},
-    {"sessions", "Sessions now.", &StationCounts::sessions, true},
+    {"problems_total", "Malformed or refused messages and attributes.", &StationCounts::problems},
+    {"sessions_ended_total", "Ended sessions.", &StationCounts::ended},
+    {"sessions", "Open sessions.", &StationCounts::sessions, true},
     {"peers", "Peers that are up.", &StationCounts::peers, true},
-    {"routes", "Routes in the table.", &StationCounts::routes, true},
+    {"routes", "Routes held.", &StationCounts::routes, true},
 };
 
-/** The text of metrics, whose names all begin alike. */
+/** Builds the text of metrics, with a common prefix of their names. */
 class MetricsText {
   public:
     void begin(std::string_view name, std::string_view type, std::string_view help) {
@@ -90,7 +87,7 @@ FileDescriptor signalDescriptor() {
 Station::Station(StationOptions const& options, Output& output)
   : options_(options)
   , output_(output)
-  , listener_(listenOn(options.address))
+  , acceptor_(options.address)
   , signals_(signalDescriptor())
   , wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!signals_.isOpen() || !wake_.isOpen()) {
@@ -105,52 +102,60 @@ Station::Station(StationOptions const& options, Output& output)
     if (options_.metrics) {
         metrics_.emplace(*options_.metrics);
     }
-    auto const wake = [this] {
-        std::uint64_t const one = 1;
-        [[maybe_unused]] auto const written = ::write(wake_.get(), &one, sizeof one);
-    };
-    StationWorker::Shares const shares = {agent_, targets_ ? &*targets_ : nullptr,
-                                          recorder_ ? &*recorder_ : nullptr, options_.limits,
-                                          options_.printsRoutes};
+    StationWorker::Context const context = {agent_, targets_ ? &*targets_ : nullptr,
+                                            recorder_ ? &*recorder_ : nullptr, options_.limits,
+                                            options_.printsRoutes};
     for (std::size_t number = 0; number < options_.threads; ++number) {
-        workers_.push_back(std::make_unique<StationWorker>(shares, wake));
+        workers_.push_back(std::make_unique<StationWorker>(context, [this] { wake(); }));
     }
     reloadDictionary();
-    nextPublication_ = Clock::now() + options_.every;
+    if (!options_.store.empty()) {
+        publisher_.emplace(options_.store, options_.every, agent_, workers_, [this] { wake(); });
+    }
 }
 
 Station::~Station() {
+    publisher_.reset(); // while the workers can still answer it
     workers_.clear();
 }
 
+bool Station::isFinished() const {
+    return finishing_ && (!publisher_ || publisher_->isFinished());
+}
+
 ExitStatus Station::run() {
-    while (!finishing_ || publishing_ || listener_.isOpen()) {
+    while (!isFinished()) {
         wait();
         takeSignals();
         for (auto const& worker : workers_) {
             worker->rethrowFailure();
         }
         acceptSessions();
-        publishIfDue();
         if (metrics_) {
             metrics_->serve([this] { return metricsText(); });
+        }
+        if (targets_) { // the publisher may have released the last reference to a list
+            targets_->flushTo(output_);
         }
     }
     return finish();
 }
 
-/** Until there is something to do. */
+/** Interrupts wait(). Called by any thread. */
+void Station::wake() {
+    std::uint64_t const one = 1;
+    [[maybe_unused]] auto const written = ::write(wake_.get(), &one, sizeof one);
+}
+
+/** Waits for an event or a deadline. */
 void Station::wait() {
-    auto const now = Clock::now();
-    bool const accepts = now >= acceptAgain_;
-    std::vector<pollfd> polled = {{accepts ? listener_.get() : -1, POLLIN, 0},
-                                  {signals_.get(), POLLIN, 0},
-                                  {wake_.get(), POLLIN, 0}};
+    Deadline deadline;
+    std::vector<pollfd> polled = {{signals_.get(), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
+    acceptor_.appendPolled(polled, deadline);
     if (metrics_) {
-        metrics_->appendPolled(polled);
+        metrics_->appendPolled(polled, deadline);
     }
-    bool const hasTimer = !accepts || !options_.store.empty() || metrics_.has_value();
-    ::poll(polled.data(), polled.size(), hasTimer ? 200 : -1);
+    ::poll(polled.data(), polled.size(), deadline.timeout());
     std::uint64_t wakes = 0;
     [[maybe_unused]] auto const got = ::read(wake_.get(), &wakes, sizeof wakes);
 }
@@ -160,21 +165,23 @@ void Station::takeSignals() {
     while (::read(signals_.get(), &signal, sizeof signal) == sizeof signal) {
         if (signal.ssi_signo == SIGHUP) {
             reloadDictionary();
-        } else {
-            finishing_ = true;
-            listener_.close();
+        } else if (!std::exchange(finishing_, true)) {
+            acceptor_.close();
+            if (publisher_) {
+                publisher_->finish();
+            }
         }
     }
 }
 
 void Station::reloadDictionary() {
     try {
-        auto const read = std::make_shared<Dictionary const>(options_.readDictionary());
+        auto const dictionary = std::make_shared<Dictionary const>(options_.readDictionary());
         for (auto const& worker : workers_) {
-            worker->dictionaryIs(read);
+            worker->dictionaryIs(dictionary);
         }
     } catch (InputError const& error) {
-        complain(std::string(error.what()) + ": the dictionary stays as it was");
+        complain(std::string(error.what()) + ": the dictionary is unchanged");
     }
 }
 
@@ -194,7 +201,7 @@ std::size_t Station::sessions() const {
 }
 
 void Station::refuse(SocketAddress const& router, std::string_view reason) {
-    if (++refused_ <= namedRefusals) {
+    if (++refused_ <= reportedRefusals) {
         std::string text;
         appendText(text, router);
         complain(text.append(": refused: ").append(reason));
@@ -202,15 +209,9 @@ void Station::refuse(SocketAddress const& router, std::string_view reason) {
 }
 
 void Station::acceptSessions() {
-    while (listener_.isOpen() && Clock::now() >= acceptAgain_) {
-        SocketAddress router;
-        FileDescriptor connection = acceptFrom(listener_, router);
-        if (!connection.isOpen()) {
-            bool const exhausted =
-                errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
-            acceptAgain_ = exhausted ? Clock::now() + std::chrono::seconds(1) : acceptAgain_;
-            return;
-        }
+    SocketAddress router;
+    for (FileDescriptor connection = acceptor_.accept(router); connection.isOpen();
+         connection = acceptor_.accept(router)) {
         if (!isAllowed(router.address)) {
             refuse(router, "address is not allowed");
         } else if (sessions() >= options_.maxSessions) {
@@ -220,81 +221,12 @@ void Station::acceptSessions() {
             auto const least = std::min_element(
                 workers_.begin(), workers_.end(),
                 [](auto const& a, auto const& b) { return a->sessions() < b->sessions(); });
-            (*least)->sessionIs(std::move(connection), router);
+            (*least)->add(std::move(connection), router);
         }
     }
 }
 
-std::uint64_t Station::sum(WorkerNumber StationCounts::*number) const {
-    std::uint64_t sum = 0;
-    for (auto const& worker : workers_) {
-        sum += (worker->counts().*number).get();
-    }
-    return sum;
-}
-
-void Station::publishIfDue() {
-    if (options_.store.empty()) {
-        return;
-    }
-    if (publishing_) {
-        std::unique_lock lock(gathering_);
-        if (uncounted_ == 0) {
-            lock.unlock();
-            endPublication();
-        }
-    }
-    bool const changed = !published_ || sum(&StationCounts::changes) != changesPublished_;
-    bool const isDue = finishing_ ? !lastBegun_ : Clock::now() >= nextPublication_;
-    if (!publishing_ && changed && isDue) {
-        beginPublication();
-    }
-}
-
-void Station::beginPublication() {
-    publishing_ = true;
-    lastBegun_ = finishing_;
-    begun_ = Clock::now();
-    changesGathered_ = sum(&StationCounts::changes);
-    gathered_ = std::make_unique<StationUses>(agent_);
-    uncounted_ = workers_.size();
-    for (auto const& worker : workers_) {
-        worker->countUses([this](StationUses const& uses) {
-            std::lock_guard const lock(gathering_);
-            gathered_->add(uses);
-            --uncounted_;
-        });
-    }
-}
-
-void Station::endPublication() {
-    try {
-        gathered_->publish(options_.store, {{"sessions", sum(&StationCounts::sessions)},
-                                            {"peers", sum(&StationCounts::peers)},
-                                            {"routes", sum(&StationCounts::routes)},
-                                            {"announcements", sum(&StationCounts::announced)},
-                                            {"withdrawals", sum(&StationCounts::withdrawn)},
-                                            {"problems", sum(&StationCounts::problems)},
-                                            {"octets", sum(&StationCounts::octets)}});
-        status_ = ExitStatus::allRead;
-    } catch (MoxStash::StoreException const& error) {
-        complain(error.what());
-        status_ = ExitStatus::unreadable;
-    }
-    published_ = true;
-    ++publications_;
-    longestPublication_ =
-        std::max(longestPublication_, std::chrono::duration<double>(Clock::now() - begun_));
-    publishing_ = false;
-    changesPublished_ = changesGathered_;
-    nextPublication_ = Clock::now() + options_.every;
-    gathered_.reset();
-    if (targets_) {
-        targets_->flushTo(output_);
-    }
-}
-
-/** In the text format of Prometheus. */
+/** Returns all metrics in the text format of Prometheus. */
 std::string Station::metricsText() const {
     MetricsText text;
     std::array<std::uint64_t, bmpTypes + 1> messages{};
@@ -309,18 +241,21 @@ std::string Station::metricsText() const {
     }
     for (Metric const& metric : workerMetrics) {
         text.begin(metric.name, metric.isGauge ? "gauge" : "counter", metric.help);
-        text.row(sum(metric.number));
+        text.row(sum(workers_, metric.number));
     }
-    text.begin("refused_total", "counter", "Connections that were refused.");
+    text.begin("refused_total", "counter", "Refused connections.");
     text.row(refused_);
-    text.begin("distinct", "gauge", "Distinct interned objects in use, by what they are.");
+    text.begin("distinct", "gauge", "Distinct interned objects in use, by type.");
     for (Agent::TableSize const& held : agent_.tableSizes()) {
         text.row("of", held.what, held.count);
     }
-    text.begin("publications_total", "counter", "Stores that were published.");
-    text.row(publications_);
-    text.begin("longest_publication_seconds", "gauge", "The longest time that a store took.");
-    text.row(longestPublication_.count());
+    if (publisher_) {
+        text.begin("publications_total", "counter", "Attempts to publish the store.");
+        text.row(publisher_->publications());
+        text.begin("longest_publication_seconds", "gauge",
+                   "The longest time to build and publish a store.");
+        text.row(publisher_->longest().count());
+    }
     return text.take();
 }
 
@@ -329,7 +264,8 @@ ExitStatus Station::finish() {
     if (targets_) {
         targets_->writeTo(output_);
     }
-    return tablesAreEmpty(agent_) ? status_ : ExitStatus::unreadable;
+    bool const isPublished = !publisher_ || !publisher_->failed();
+    return isPublished && tablesAreEmpty(agent_) ? ExitStatus::allRead : ExitStatus::unreadable;
 }
 
 } // namespace BgpCommunities

@@ -1,17 +1,17 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "Acceptor.h"
 #include "MetricsServer.h"
+#include "StationPublisher.h"
 #include "StationRecorder.h"
-#include "StationStore.h"
 #include "StationWorker.h"
 #include "TargetLog.h"
 #include "bmp/TcpSocket.h"
@@ -20,16 +20,16 @@
 
 namespace BgpCommunities {
 
-/** How a station runs; a plain value. */
+/** The configuration of a station; a plain value. */
 struct StationOptions {
     SocketAddress address;
     std::size_t threads = 1;
     std::size_t maxSessions = 1024;
-    std::vector<Prefix> allowed; // empty: every address
+    std::vector<Prefix> allowed; // addresses that may connect; empty: all
     SessionLimits limits;
-    std::string store; // empty: none is published
-    std::chrono::seconds every{10};
-    std::optional<SocketAddress> metrics; // where they are served
+    std::string store;                    // empty: no store is published
+    std::chrono::seconds every{10};       // between publications
+    std::optional<SocketAddress> metrics; // where they are served, if at all
     RecordOptions record;
     bool printsRoutes = false;
     bool printsTargets = false;
@@ -37,43 +37,39 @@ struct StationOptions {
 };
 
 /**
- * A BMP station: accepts sessions, hands each to a worker, publishes the store.
+ * A BMP station: accepts sessions, assigns each to a worker, serves metrics and takes signals.
  *
- * Owns the tables, the listener and the workers. REQUIRES: the process is in thread-safe mode, and
- * SIGTERM, SIGINT and SIGHUP are blocked in all threads: run() takes them. Used by one thread.
+ * Owns the intern tables, the listener, the workers and the publisher. REQUIRES: the process is in
+ * thread-safe mode, and SIGTERM, SIGINT and SIGHUP are blocked in all threads; run() receives them.
+ * Used by one thread.
  */
 class Station {
   public:
-    /** Listens. Throws std::system_error. */
+    /** Starts to listen. Throws std::system_error. */
     Station(StationOptions const& options, Output& output);
     ~Station();
     Station(Station const&) = delete;
     Station& operator=(Station const&) = delete;
 
-    /** The address that it listens on, with its port. */
-    [[nodiscard]] SocketAddress address() const { return localAddress(listener_); }
+    /** The address and port on which it listens. */
+    [[nodiscard]] SocketAddress address() const { return acceptor_.address(); }
 
-    /** Where it serves its metrics. REQUIRES: it does. */
+    /** The address at which it serves metrics. REQUIRES: the options have one. */
     [[nodiscard]] SocketAddress metricsAddress() const { return metrics_->address(); }
 
-    /** Runs until SIGTERM or SIGINT, then publishes once more. Throws what a worker could not
-        handle. */
+    /** Runs until SIGTERM or SIGINT, then publishes once more. Rethrows what ended a worker. */
     ExitStatus run();
 
   private:
-    using Clock = std::chrono::steady_clock;
-
+    void wake();
     void wait();
+    [[nodiscard]] bool isFinished() const;
     void takeSignals();
     void acceptSessions();
     [[nodiscard]] bool isAllowed(IpAddress const& address) const;
     void refuse(SocketAddress const& router, std::string_view reason);
     void reloadDictionary();
-    [[nodiscard]] std::uint64_t sum(WorkerNumber StationCounts::*number) const;
     [[nodiscard]] std::size_t sessions() const;
-    void publishIfDue();
-    void beginPublication();
-    void endPublication();
     [[nodiscard]] std::string metricsText() const;
     ExitStatus finish();
 
@@ -83,30 +79,13 @@ class Station {
     std::optional<TargetLog> targets_;
     std::optional<StationRecorder> recorder_;
     std::optional<MetricsServer> metrics_;
-    FileDescriptor listener_;
+    Acceptor acceptor_;
     FileDescriptor signals_;
-    FileDescriptor wake_;
-    std::vector<std::unique_ptr<StationWorker>> workers_;
+    FileDescriptor wake_; // an event that other threads signal
+    StationWorkers workers_;
+    std::optional<StationPublisher> publisher_;
     std::uint64_t refused_ = 0;
-    Clock::time_point acceptAgain_; // after the system had no descriptor left
     bool finishing_ = false;
-    ExitStatus status_ = ExitStatus::allRead;
-
-    // The publication that is being made.
-    bool publishing_ = false;
-    bool lastBegun_ = false; // that of the end
-    std::mutex gathering_;      // of the next two
-    std::size_t uncounted_ = 0; // workers whose lists are missing
-    std::unique_ptr<StationUses> gathered_;
-    std::uint64_t changesGathered_ = 0;
-    Clock::time_point begun_;
-
-    // The last one.
-    bool published_ = false;
-    std::uint64_t changesPublished_ = 0;
-    Clock::time_point nextPublication_;
-    std::uint64_t publications_ = 0;
-    std::chrono::duration<double> longestPublication_{0};
 };
 
 } // namespace BgpCommunities

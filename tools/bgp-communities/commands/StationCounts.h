@@ -8,7 +8,7 @@
 
 namespace BgpCommunities {
 
-/** A number that one thread changes and any thread reads. */
+/** A number that one thread may change and any thread may read. */
 class WorkerNumber {
   public:
     void add(std::uint64_t more) { set(get() + more); }
@@ -22,8 +22,8 @@ class WorkerNumber {
     std::atomic<std::uint64_t> number_{0};
 };
 
-/** What one worker of a station has received, and what it holds. Changed by the worker, read by any
-    thread; each number is correct by itself. */
+/** Counters and gauges of one worker of a station. Changed by the worker, read by any thread; the
+    numbers are not read as one consistent set. */
 struct alignas(64) StationCounts {
     static constexpr std::size_t unknownType = bmpTypes;
 
@@ -32,11 +32,11 @@ struct alignas(64) StationCounts {
     WorkerNumber announced;
     WorkerNumber withdrawn;
     WorkerNumber treatedAsWithdrawn;
-    WorkerNumber problems; // messages or attributes that are malformed or refused
+    WorkerNumber problems; // malformed or refused messages and attributes
     WorkerNumber ended;    // sessions
-    WorkerNumber changes;  // of the table, in any way
+    WorkerNumber changes;  // of the routes held
 
-    // Now.
+    // Gauges.
     WorkerNumber sessions;
     WorkerNumber peers;
     WorkerNumber routes;

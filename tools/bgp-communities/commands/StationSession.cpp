@@ -10,9 +10,9 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint64_t namedProblems = 3;
+constexpr std::uint64_t reportedProblems = 3;
 
-/** The session whose message the thread is reading. */
+/** The message that the thread is reading. */
 struct Cause {
     std::string const* router = nullptr;
     Microseconds time = 0;
@@ -20,7 +20,7 @@ struct Cause {
 
 thread_local Cause cause;
 
-/** What decides whether routes are treated as withdrawn. */
+/** The arguments of treatsAsWithdrawn(). */
 struct Carrier {
     bool brokenAttributes;
     std::span<CommunityAttribute const> communities;
@@ -40,57 +40,56 @@ std::string textOf(SocketAddress const& address) {
 
 } // namespace
 
-StationSession::StationSession(SessionShares const& shares, SessionLimits const& limits,
+StationSession::StationSession(SessionContext const& context, SessionLimits const& limits,
                                SocketAddress const& router)
-  : shares_(shares)
+  : context_(context)
   , limits_(limits)
   , address_(textOf(router))
   , stream_(limits.messageOctets) {
-    shares_.counts.sessions.add(1);
-    say("connected");
+    context_.counts.sessions.add(1);
+    report("connected");
 }
 
 StationSession::~StationSession() {
-    shares_.counts.changes.add(routes_.routes() != 0 ? 1 : 0);
+    context_.counts.changes.add(routes_.routes() != 0 ? 1 : 0);
     cause = {&address_, now()};
     routes_.dropAll();
     cause = {};
-    shares_.counts.routes.subtract(routesCounted_);
-    shares_.counts.peers.subtract(peersCounted_);
-    shares_.counts.sessions.subtract(1);
-    shares_.counts.ended.add(1);
+    context_.counts.routes.subtract(routesCounted_);
+    context_.counts.peers.subtract(peersCounted_);
+    context_.counts.sessions.subtract(1);
+    context_.counts.ended.add(1);
 }
 
-void StationSession::sayEnd() {
-    say("session ended: " + endReason_ + "; " + std::to_string(routes_.routes()) +
-        " routes withdrawn");
-    if (problems_ > namedProblems && !limits_.verbose) {
-        say(std::to_string(problems_ - namedProblems) + " more problems");
+void StationSession::reportEnd() {
+    report("session ended: " + endReason_ + "; " + std::to_string(routes_.routes()) +
+           " routes withdrawn");
+    if (problems_ > reportedProblems && !limits_.verbose) {
+        report(std::to_string(problems_ - reportedProblems) + " more problems");
     }
-    if (shares_.printer != nullptr) {
-        shares_.printer->routerIs(address_, name_);
-        shares_.printer->printRouterDown(at_, now(), endReason_);
+    if (context_.printer != nullptr) {
+        context_.printer->routerIs(address_, name_);
+        context_.printer->printRouterDown(at_, now(), endReason_);
     }
     record_.end(now());
     saveRecord();
 }
 
 void StationSession::appendCause(std::string& out) {
-    if (cause.router != nullptr) {
-        out.append(*cause.router).append("\t");
-        appendTime(out, cause.time);
-    }
+    bool const isMessage = cause.router != nullptr;
+    out.append(isMessage ? std::string_view(*cause.router) : "publication").append("\t");
+    appendTime(out, isMessage ? cause.time : now());
 }
 
 bool StationSession::add(Octets octets) {
-    shares_.counts.octets.add(octets.size());
-    if (shares_.printer != nullptr) {
-        shares_.printer->routerIs(address_, name_);
+    context_.counts.octets.add(octets.size());
+    if (context_.printer != nullptr) {
+        context_.printer->routerIs(address_, name_);
     }
     bool const continues = stream_.pendingOctets() != 0;
     std::uint64_t const before = at_.number;
     if (!stream_.add(octets, [this](BmpMessage const& message) { read(message); })) {
-        endIs(stream_.fault());
+        endReasonIs(stream_.fault());
     }
     if (!continues || at_.number != before) {
         waitingSince_ = Clock::now();
@@ -102,19 +101,22 @@ bool StationSession::add(Octets octets) {
 
 void StationSession::read(BmpMessage const& message) {
     if (!endReason_.empty()) {
-        return; // what is left of the octets at hand
+        return; // the rest of the received octets
     }
     ++at_.number;
     reader_.read(message);
     cause = {};
 }
 
-bool StationSession::isOverdue(Clock::time_point now) const {
-    bool const waits = at_.number == 0 || stream_.pendingOctets() != 0;
-    return waits && now - waitingSince_ > limits_.timeout;
+Deadline StationSession::deadline() const {
+    Deadline deadline;
+    if (at_.number == 0 || stream_.pendingOctets() != 0) {
+        deadline.include(waitingSince_ + limits_.timeout);
+    }
+    return deadline;
 }
 
-void StationSession::endIs(std::string_view reason) {
+void StationSession::endReasonIs(std::string_view reason) {
     if (endReason_.empty()) {
         endReason_ = reason;
     }
@@ -122,51 +124,51 @@ void StationSession::endIs(std::string_view reason) {
 
 void StationSession::handleMessage(BmpType type) {
     auto const number = std::min(static_cast<std::size_t>(type), StationCounts::unknownType);
-    shares_.counts.messages[number].add(1);
+    context_.counts.messages[number].add(1);
 }
 
 void StationSession::handleSystem(BmpSystem const& system) {
     bool const isFirst = at_.number == 1;
-    constexpr std::size_t longestText = 255; // is enough, and may be said often
+    constexpr std::size_t longestText = 255; // the name is repeated in every message
     name_ = system.name.substr(0, longestText);
     if (isFirst) {
-        say(system.description.substr(0, longestText));
+        report(system.description.substr(0, longestText));
     }
-    if (shares_.printer != nullptr) {
-        shares_.printer->routerIs(address_, name_);
-        shares_.printer->printRouterUp(at_, now(), system.description);
+    if (context_.printer != nullptr) {
+        context_.printer->routerIs(address_, name_);
+        context_.printer->printRouterUp(at_, now(), system.description);
     }
 }
 
 void StationSession::handleTermination(std::string_view reason) {
-    endIs("terminated by the router" + (reason.empty() ? "" : ": " + std::string(reason)));
+    endReasonIs("terminated by the router" + (reason.empty() ? "" : ": " + std::string(reason)));
 }
 
 void StationSession::handlePeerUp(BmpPeer const& peer, BmpPeerUp const& up) {
-    timeIs(peer);
-    if (shares_.recorder != nullptr) {
+    messageTimeIs(peer);
+    if (context_.recorder != nullptr) {
         record_.peerUp(peer, up, at_.time());
     }
-    // What is there is of a session whose end was not reported.
-    shares_.counts.changes.add(routes_.dropView(peer) != 0 ? 1 : 0);
-    if (shares_.printer != nullptr) {
-        shares_.printer->printPeerUp(at_, peer);
+    // Routes of an earlier session whose end was not reported.
+    context_.counts.changes.add(routes_.dropView(peer) != 0 ? 1 : 0);
+    if (context_.printer != nullptr) {
+        context_.printer->printPeerUp(at_, peer);
     }
 }
 
 void StationSession::handlePeerDown(BmpPeer const& peer, std::string_view reason) {
-    timeIs(peer);
+    messageTimeIs(peer);
     record_.peerDown(peer, at_.time());
     std::size_t const dropped = routes_.dropPeer(peer.id);
-    shares_.counts.changes.add(dropped != 0 ? 1 : 0);
-    if (shares_.printer != nullptr) {
-        shares_.printer->printPeerDown(at_, peer, reason, dropped);
+    context_.counts.changes.add(dropped != 0 ? 1 : 0);
+    if (context_.printer != nullptr) {
+        context_.printer->printPeerDown(at_, peer, reason, dropped);
     }
 }
 
 void StationSession::handleUpdate(BmpPeer const& peer, BmpUpdate const& update) {
-    timeIs(peer);
-    if (shares_.recorder != nullptr) {
+    messageTimeIs(peer);
+    if (context_.recorder != nullptr) {
         record_.update(peer, update, at_.time());
     }
     withdraw(peer, update.content.withdrawn());
@@ -175,34 +177,34 @@ void StationSession::handleUpdate(BmpPeer const& peer, BmpUpdate const& update) 
     }
     if (auto const family = update.content.endOfRib()) {
         routes_.endOfRib(peer, *family);
-        if (shares_.printer != nullptr) {
-            shares_.printer->printEndOfRib(at_, peer, *family);
+        if (context_.printer != nullptr) {
+            context_.printer->printEndOfRib(at_, peer, *family);
         }
     }
     if (routes_.routes() > limits_.routes) {
-        endIs("more than " + std::to_string(limits_.routes) + " routes");
+        endReasonIs("more than " + std::to_string(limits_.routes) + " routes");
     }
 }
 
-/** Malformed attributes withdraw the routes (RFC 7606). */
+/** Announces the routes, or withdraws them if an attribute is malformed (RFC 7606). */
 void StationSession::announce(BmpPeer const& peer, BmpUpdate const& update) {
     auto const& routes = update.content.announced();
     AttributeArea const& area = update.content.attributes();
     if (treatsAsWithdrawn(Carrier{!area.fault.empty(), area.communities})) {
-        shares_.counts.treatedAsWithdrawn.add(routes.size());
+        context_.counts.treatedAsWithdrawn.add(routes.size());
         handleProblem(area.fault.empty() ? "malformed attribute of communities: routes withdrawn"
                                          : area.fault + ": routes withdrawn");
         withdraw(peer, routes);
         return;
     }
     RouteLists const lists =
-        internLists(shares_.agent, area.communities,
+        internLists(context_.agent, area.communities,
                     [this](std::string const& reason) { handleProblem(reason); });
     routes_.announce(peer, routes, lists);
-    shares_.counts.announced.add(routes.size());
-    shares_.counts.changes.add(1);
-    if (shares_.printer != nullptr) {
-        shares_.printer->printAnnounced(at_, peer, update);
+    context_.counts.announced.add(routes.size());
+    context_.counts.changes.add(1);
+    if (context_.printer != nullptr) {
+        context_.printer->printAnnounced(at_, peer, update);
     }
 }
 
@@ -210,21 +212,21 @@ void StationSession::withdraw(BmpPeer const& peer, std::vector<Route> const& rou
     if (routes.empty()) {
         return;
     }
-    shares_.counts.changes.add(routes_.withdraw(peer, routes) != 0 ? 1 : 0);
-    shares_.counts.withdrawn.add(routes.size());
-    if (shares_.printer != nullptr) {
-        shares_.printer->printWithdrawn(at_, peer, routes);
+    context_.counts.changes.add(routes_.withdraw(peer, routes) != 0 ? 1 : 0);
+    context_.counts.withdrawn.add(routes.size());
+    if (context_.printer != nullptr) {
+        context_.printer->printWithdrawn(at_, peer, routes);
     }
 }
 
 void StationSession::handleProblem(std::string const& reason) {
-    shares_.counts.problems.add(1);
-    if (++problems_ <= namedProblems || limits_.verbose) {
-        say("message " + std::to_string(at_.number) + ": " + reason);
+    context_.counts.problems.add(1);
+    if (++problems_ <= reportedProblems || limits_.verbose) {
+        report("message " + std::to_string(at_.number) + ": " + reason);
     }
 }
 
-void StationSession::timeIs(BmpPeer const& peer) {
+void StationSession::messageTimeIs(BmpPeer const& peer) {
     Microseconds time = Microseconds{peer.seconds} * 1000000 + peer.microseconds;
     time = time == 0 ? now() : time;
     at_.seconds = static_cast<std::uint32_t>(time / 1000000);
@@ -233,7 +235,7 @@ void StationSession::timeIs(BmpPeer const& peer) {
 }
 
 void StationSession::updateGauges() {
-    StationCounts& counts = shares_.counts;
+    StationCounts& counts = context_.counts;
     counts.routes.add(routes_.routes() - routesCounted_);
     counts.peers.add(reader_.peers() - peersCounted_);
     routesCounted_ = routes_.routes();
@@ -241,17 +243,17 @@ void StationSession::updateGauges() {
 }
 
 void StationSession::saveRecord() {
-    if (shares_.recorder != nullptr) {
+    if (context_.recorder != nullptr) {
         if (std::string const records = record_.take(); !records.empty()) {
-            shares_.recorder->add(records);
+            context_.recorder->add(records);
         }
     }
 }
 
-void StationSession::say(std::string_view what) const {
+void StationSession::report(std::string_view event) const {
     std::string text = address_;
     text += name_.empty() ? "" : " (" + name_ + ")";
-    complain(text.append(": ").append(what));
+    complain(text.append(": ").append(event));
 }
 
 } // namespace BgpCommunities

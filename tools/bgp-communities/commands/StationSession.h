@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Deadline.h"
 #include "StationCounts.h"
 #include "StationPrinter.h"
 #include "StationRecorder.h"
@@ -19,16 +20,16 @@
 
 namespace BgpCommunities {
 
-/** What one session may take; a plain value. */
+/** The limits of one session; a plain value. */
 struct SessionLimits {
     std::size_t messageOctets = 256 * 1024;
     std::size_t routes = 20'000'000;
     std::chrono::seconds timeout{30}; // for the first message, and for the rest of any message
-    bool verbose = false;             // names all problems, not only the first few
+    bool verbose = false;             // report all problems, not only the first few
 };
 
 /** What the sessions of one worker share. Not owned. */
-struct SessionShares {
+struct SessionContext {
     Agent const& agent;
     StationCounts& counts;
     StationPrinter* printer;   // null if routes are not printed
@@ -36,40 +37,43 @@ struct SessionShares {
 };
 
 /**
- * One BMP session of a router: its octets, its routes, and what is said about both.
+ * One BMP session of a router: parses its octets, holds its routes, prints and records them, and
+ * reports its events on standard error.
  *
- * Owns the routes, which are withdrawn when it is destroyed. Used by one worker only. Functions
- * that print throw what Output throws.
+ * Owns the routes, which are withdrawn by the destructor. Used by one worker only. Functions that
+ * print throw what Output throws.
  */
 class StationSession final : private BmpHandler {
   public:
-    using Clock = std::chrono::steady_clock;
+    using Clock = Deadline::Clock;
 
-    StationSession(SessionShares const& shares, SessionLimits const& limits,
+    StationSession(SessionContext const& context, SessionLimits const& limits,
                    SocketAddress const& router);
     ~StationSession() override;
     StationSession(StationSession const&) = delete;
     StationSession& operator=(StationSession const&) = delete;
 
-    /** Reads what arrived; false if the session has to end: `endReason()` says why. */
+    /** Reads received octets. Returns false if the session must end. */
     bool add(Octets octets);
 
-    /** The router has been silent for too long. */
-    [[nodiscard]] bool isOverdue(Clock::time_point now) const;
+    /** When the session must end unless more octets arrive. None while the router is between two
+        messages. */
+    [[nodiscard]] Deadline deadline() const;
 
-    /** The session has to end; the first reason counts. */
-    void endIs(std::string_view reason);
+    /** Sets the reason why the session ends, unless it has one. */
+    void endReasonIs(std::string_view reason);
 
-    /** Says that the session ends, and why. Call it once, before the session is destroyed. */
-    void sayEnd();
+    /** Reports and records that the session ends. Call once, before the destructor. */
+    void reportEnd();
 
     [[nodiscard]] RouterRoutes const& routes() const { return routes_; }
 
-    /** The name that the router gives itself, or its address and port. */
+    /** The router's name, or its address and port if it has not sent one. */
     [[nodiscard]] std::string const& label() const { return name_.empty() ? address_ : name_; }
 
-    /** Appends the session and the message that the calling thread is reading: why route targets
-        come and go. */
+    /** Appends the cause of the current change of route targets: the router and the time of the
+        message that the calling thread is reading; "publication" and the time in a thread that
+        releases the lists of a published store. */
     static void appendCause(std::string& out);
 
   private:
@@ -84,24 +88,24 @@ class StationSession final : private BmpHandler {
     void read(BmpMessage const& message);
     void announce(BmpPeer const& peer, BmpUpdate const& update);
     void withdraw(BmpPeer const& peer, std::vector<Route> const& routes);
-    void timeIs(BmpPeer const& peer);
+    void messageTimeIs(BmpPeer const& peer);
     void updateGauges();
     void saveRecord();
-    void say(std::string_view what) const;
+    void report(std::string_view event) const;
 
-    SessionShares const shares_;
+    SessionContext const context_;
     SessionLimits const& limits_;
     std::string const address_; // of the router, with its port
-    std::string name_;          // that it gives itself
+    std::string name_;          // from its initiation message
     BmpStream stream_;
     BmpReader reader_{*this};
     RouterRoutes routes_;
-    SessionRecord record_; // if there is a recorder
-    RecordPosition at_;    // the message at hand
+    SessionRecord record_; // unused without a recorder
+    RecordPosition at_;    // of the current message
     std::string endReason_;
     std::uint64_t problems_ = 0;
-    Clock::time_point waitingSince_ = Clock::now(); // for the rest of a message, or the first one
-    std::size_t routesCounted_ = 0;                 // in the gauges
+    Clock::time_point waitingSince_ = Clock::now(); // for the first message, or the rest of one
+    std::size_t routesCounted_ = 0;                 // this session's share of the gauges
     std::size_t peersCounted_ = 0;
 };
 

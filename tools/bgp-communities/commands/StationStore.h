@@ -16,11 +16,10 @@
 namespace BgpCommunities {
 
 /**
- * The lists of a station with the number of routes that carry each: in all, and by router, peer and
- * view.
+ * Counts the routes of a station that carry each list: in total, and by router, peer and view.
  *
  * Holds a reference to each list; the agent is not owned. Thread-compatible: each worker counts its
- * sessions in one of its own.
+ * own sessions.
  */
 class StationUses {
   public:
@@ -31,8 +30,8 @@ class StationUses {
     void add(std::string const& router, RouterRoutes const& routes);
     void add(StationUses const& other);
 
-    /** Publishes all of it as `store`, with numbers, each under its name. Returns the generation.
-        Throws StoreException. */
+    /** Publishes the counts, and numbers by name, as `store`. Returns the generation. Throws
+        StoreException. */
     std::uint64_t
     publish(std::string const& store,
             std::vector<std::pair<std::string_view, std::uint64_t>> const& numbers) const;

@@ -19,7 +19,6 @@ namespace BgpCommunities {
 namespace {
 
 constexpr std::size_t readOctets = 256 * 1024;
-constexpr std::chrono::seconds sweepInterval{1};
 
 void watch(FileDescriptor const& epoll, FileDescriptor const& watched, void* tag) {
     epoll_event event{};
@@ -32,37 +31,40 @@ void watch(FileDescriptor const& epoll, FileDescriptor const& watched, void* tag
 
 } // namespace
 
-StationWorker::StationWorker(Shares const& shares, std::function<void()> wake)
-  : shares_(shares)
+StationWorker::StationWorker(Context const& context, std::function<void()> wake)
+  : context_(context)
   , wake_(std::move(wake))
   , epoll_(::epoll_create1(EPOLL_CLOEXEC))
-  , mailSignal_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+  , taskEvent_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
   , buffer_(readOctets) {
-    if (!epoll_.isOpen() || !mailSignal_.isOpen()) {
+    if (!epoll_.isOpen() || !taskEvent_.isOpen()) {
         throw std::system_error(errno, std::generic_category(), "epoll");
     }
-    watch(epoll_, mailSignal_, nullptr);
-    if (shares_.printsRoutes) {
-        printer_.emplace(shares_.agent, output_);
+    watch(epoll_, taskEvent_, nullptr);
+    if (context_.printsRoutes) {
+        printer_.emplace(context_.agent, output_);
     }
     thread_ = std::thread([this] { run(); });
 }
 
 StationWorker::~StationWorker() {
-    stop("the station stops");
+    post([this] { stop(); });
     thread_.join();
 }
 
 void StationWorker::post(std::function<void()> task) {
     {
         std::lock_guard const lock(mutex_);
+        if (failed_) {
+            return;
+        }
         tasks_.push_back(std::move(task));
     }
     std::uint64_t const one = 1;
-    [[maybe_unused]] auto const written = ::write(mailSignal_.get(), &one, sizeof one);
+    [[maybe_unused]] auto const written = ::write(taskEvent_.get(), &one, sizeof one);
 }
 
-void StationWorker::sessionIs(FileDescriptor connection, SocketAddress const& router) {
+void StationWorker::add(FileDescriptor connection, SocketAddress const& router) {
     ++sessions_;
     auto shared = std::make_shared<FileDescriptor>(std::move(connection));
     post([this, shared, router] { adopt(std::move(*shared), router); });
@@ -76,24 +78,27 @@ void StationWorker::dictionaryIs(std::shared_ptr<Dictionary const> const& dictio
     });
 }
 
-void StationWorker::countUses(std::function<void(StationUses)> take) {
-    post([this, take = std::move(take)] {
-        StationUses uses(shares_.agent);
-        for (auto const& [key, connection] : connections_) {
-            uses.add(connection->session.label(), connection->session.routes());
+std::future<StationUses> StationWorker::countUses() {
+    auto const counted = std::make_shared<std::promise<StationUses>>();
+    post([this, counted] {
+        try {
+            StationUses uses(context_.agent);
+            for (auto const& [key, connection] : connections_) {
+                uses.add(connection->session.label(), connection->session.routes());
+            }
+            counted->set_value(std::move(uses));
+        } catch (...) {
+            counted->set_exception(std::current_exception());
         }
-        take(std::move(uses));
-        wake_();
     });
+    return counted->get_future();
 }
 
-void StationWorker::stop(std::string_view reason) {
-    post([this, reason = std::string(reason)] {
-        stopping_ = true;
-        while (!connections_.empty()) {
-            end(*connections_.begin()->second, reason);
-        }
-    });
+void StationWorker::stop() {
+    stopping_ = true;
+    while (!connections_.empty()) {
+        end(*connections_.begin()->second, "the station stops");
+    }
 }
 
 void StationWorker::rethrowFailure() {
@@ -108,9 +113,12 @@ void StationWorker::run() noexcept {
         runLoop();
     } catch (...) {
         connections_.clear();
+        Tasks dropped; // destroyed without the lock
         {
             std::lock_guard const lock(mutex_);
+            failed_ = true;
             failure_ = std::current_exception();
+            dropped.swap(tasks_);
         }
         wake_();
     }
@@ -119,25 +127,24 @@ void StationWorker::run() noexcept {
 void StationWorker::runLoop() {
     std::array<epoll_event, 64> events{};
     while (!stopping_) {
-        int const wait = connections_.empty() ? -1 : 1000;
-        int const count =
-            ::epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), wait);
-        auto const happened = static_cast<std::size_t>(std::max(count, 0)); // -1: interrupted
-        for (epoll_event const& event : std::span(events).first(happened)) {
+        int const count = ::epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()),
+                                       deadline_.timeout());
+        auto const ready = static_cast<std::size_t>(std::max(count, 0)); // -1: interrupted
+        for (epoll_event const& event : std::span(events).first(ready)) {
             if (event.data.ptr != nullptr) {
                 receive(*static_cast<Connection*>(event.data.ptr));
             }
         }
         endOverdue();
-        runTasks(); // after the events, whose connections they may end
+        runTasks(); // after the events, because a task may end their connections
         flush();
     }
 }
 
 void StationWorker::runTasks() {
-    std::uint64_t signals = 0;
-    [[maybe_unused]] auto const got = ::read(mailSignal_.get(), &signals, sizeof signals);
-    std::vector<std::function<void()>> tasks;
+    std::uint64_t posted = 0;
+    [[maybe_unused]] auto const got = ::read(taskEvent_.get(), &posted, sizeof posted);
+    Tasks tasks;
     {
         std::lock_guard const lock(mutex_);
         tasks.swap(tasks_);
@@ -148,11 +155,12 @@ void StationWorker::runTasks() {
 }
 
 void StationWorker::adopt(FileDescriptor connection, SocketAddress const& router) {
-    SessionShares const shares = {shares_.agent, counts_, printer_ ? &*printer_ : nullptr,
-                                  shares_.recorder};
+    SessionContext const context = {context_.agent, counts_, printer_ ? &*printer_ : nullptr,
+                                    context_.recorder};
     std::unique_ptr<Connection> owned(
-        new Connection{std::move(connection), {shares, shares_.limits, router}});
+        new Connection{std::move(connection), {context, context_.limits, router}});
     watch(epoll_, owned->socket, owned.get());
+    deadline_.include(owned->session.deadline());
     auto* const key = owned.get();
     connections_.emplace(key, std::move(owned));
 }
@@ -169,6 +177,7 @@ bool StationWorker::receive(Connection& connection) {
     }
     try {
         if (connection.session.add(Octets(buffer_).first(static_cast<std::size_t>(got)))) {
+            deadline_.include(connection.session.deadline());
             return true;
         }
         end(connection, "");
@@ -179,22 +188,24 @@ bool StationWorker::receive(Connection& connection) {
 }
 
 void StationWorker::end(Connection& connection, std::string_view reason) {
-    connection.session.endIs(reason);
-    connection.session.sayEnd();
+    connection.session.endReasonIs(reason);
+    connection.session.reportEnd();
     connections_.erase(&connection);
     --sessions_;
 }
 
 void StationWorker::endOverdue() {
-    auto const now = StationSession::Clock::now();
-    if (now - lastSweep_ < sweepInterval) {
+    auto const now = Deadline::Clock::now();
+    if (!deadline_.hasPassed(now)) {
         return;
     }
-    lastSweep_ = now;
+    deadline_ = {};
     std::vector<Connection*> overdue;
     for (auto const& [key, connection] : connections_) {
-        if (connection->session.isOverdue(now)) {
+        if (Deadline const deadline = connection->session.deadline(); deadline.hasPassed(now)) {
             overdue.push_back(key);
+        } else {
+            deadline_.include(deadline);
         }
     }
     for (Connection* const connection : overdue) {
@@ -202,10 +213,10 @@ void StationWorker::endOverdue() {
     }
 }
 
-/** Octets that arrived while this thread was busy or suspended count: epoll_wait() returns only some
-    of many ready connections. */
+/** Octets that arrived while this thread was busy or suspended count: epoll_wait() returns only
+   some of many ready connections. */
 void StationWorker::endIfStillOverdue(Connection& connection) {
-    if (receive(connection) && connection.session.isOverdue(StationSession::Clock::now())) {
+    if (receive(connection) && connection.session.deadline().hasPassed(Deadline::Clock::now())) {
         end(connection, "timed out: no whole message has arrived");
     }
 }
@@ -214,8 +225,8 @@ void StationWorker::flush() {
     if (!output_.text().empty()) {
         output_.flush();
     }
-    if (shares_.targets != nullptr) {
-        shares_.targets->flushTo(output_);
+    if (context_.targets != nullptr) {
+        context_.targets->flushTo(output_);
     }
 }
 

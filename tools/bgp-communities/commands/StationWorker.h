@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <exception>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -12,6 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Deadline.h"
 #include "StationPrinter.h"
 #include "StationSession.h"
 #include "StationStore.h"
@@ -21,16 +23,15 @@
 namespace BgpCommunities {
 
 /**
- * A thread that reads BMP sessions: each session is read by one worker from its first octet to its
- * last.
+ * A thread that reads BMP sessions. One worker reads a session from its first octet to its last.
  *
- * Owns the thread, and the sessions with their connections and routes. What it shares with other
- * workers is the agent and the log of route targets, not owned. Its public functions are
+ * Owns the thread and its sessions, with their connections and routes. Public functions are
  * thread-safe.
  */
 class StationWorker {
   public:
-    struct Shares {
+    /** What all workers share. Not owned. */
+    struct Context {
         Agent& agent;
         TargetLog* targets;        // null if route targets are not printed
         StationRecorder* recorder; // null if nothing is recorded
@@ -38,29 +39,27 @@ class StationWorker {
         bool printsRoutes;
     };
 
-    /** `wake` is called by the worker when it has failed, or has counted its lists. */
-    StationWorker(Shares const& shares, std::function<void()> wake);
-    /** Stops the thread; the sessions end. */
+    /** `wake` is called by the thread if it fails. */
+    StationWorker(Context const& context, std::function<void()> wake);
+    /** Ends all sessions and the thread. */
     ~StationWorker();
     StationWorker(StationWorker const&) = delete;
     StationWorker& operator=(StationWorker const&) = delete;
 
-    /** Takes over a connection. */
-    void sessionIs(FileDescriptor connection, SocketAddress const& router);
+    /** Takes over a connection from a router. */
+    void add(FileDescriptor connection, SocketAddress const& router);
 
-    /** Sessions that it has been given and that have not ended. */
+    /** The number of sessions that were added and have not ended. */
     [[nodiscard]] std::size_t sessions() const { return sessions_.load(); }
 
-    /** Meanings from now on. */
+    /** Replaces the dictionary. */
     void dictionaryIs(std::shared_ptr<Dictionary const> const& dictionary);
 
-    /** Counts the lists of all its routes and passes them to `take`, in its thread. */
-    void countUses(std::function<void(StationUses)> take);
+    /** Counts the lists of all routes, in the thread. The future holds a std::future_error if the
+        thread ends first. */
+    [[nodiscard]] std::future<StationUses> countUses();
 
-    /** Ends all sessions, for this reason, and then the thread. */
-    void stop(std::string_view reason);
-
-    /** After it called `wake`: rethrows what ended its thread, if anything. */
+    /** Rethrows the exception that ended the thread, if any. */
     void rethrowFailure();
 
     [[nodiscard]] StationCounts const& counts() const { return counts_; }
@@ -71,36 +70,40 @@ class StationWorker {
         StationSession session;
     };
 
+    using Tasks = std::vector<std::function<void()>>;
+
     void post(std::function<void()> task);
     void run() noexcept;
     void runLoop();
     void runTasks();
+    void stop();
     void adopt(FileDescriptor connection, SocketAddress const& router);
-    /** Reads what has arrived. Returns false if the session has ended. */
+    /** Reads the octets that have arrived. Returns false if the session has ended. */
     bool receive(Connection& connection);
     void end(Connection& connection, std::string_view reason);
     void endOverdue();
     void endIfStillOverdue(Connection& connection);
     void flush();
 
-    Shares const shares_;
+    Context const context_;
     std::function<void()> const wake_;
     StationCounts counts_;
     Output output_;
     std::optional<StationPrinter> printer_;
     FileDescriptor epoll_;
-    FileDescriptor mailSignal_; // readable when there are tasks
+    FileDescriptor taskEvent_; // readable if there are tasks
     std::unordered_map<Connection*, std::unique_ptr<Connection>> connections_;
     std::vector<std::uint8_t> buffer_;
-    StationSession::Clock::time_point lastSweep_;
+    Deadline deadline_; // no later than that of any session
     bool stopping_ = false;
 
     std::atomic<std::size_t> sessions_{0};
-    std::mutex mutex_; // of what follows
-    std::vector<std::function<void()>> tasks_;
+    std::mutex mutex_; // guards the members below
+    Tasks tasks_;
+    bool failed_ = false; // no more tasks are accepted
     std::exception_ptr failure_;
 
-    std::thread thread_; // last: all else is there when it runs
+    std::thread thread_; // the last member: starts when the others are constructed
 };
 
 } // namespace BgpCommunities
