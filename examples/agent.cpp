@@ -1,5 +1,5 @@
-// An agent from end to end: the octets of a BMP session (RFC 7854) in, route targets observed, the
-// attribute back to the wire. It reads IPv4 unicast routes without path identifiers.
+// A complete agent: parses the octets of a BMP session (RFC 7854), observes route targets, and
+// writes the attribute for the wire. Supports IPv4 unicast routes without path identifiers.
 #include <VoBgp/CommunityTables.h>
 
 #include <fstream>
@@ -15,7 +15,7 @@ using namespace Routing::Bgp;
 namespace {
 
 //! [octets]
-/// Takes octets apart; what is missing reads as zero, or empty, and makes `ok()` false.
+/// Parses octets. Reading past the end returns zero or an empty string and makes `ok()` false.
 class Reader {
   public:
     explicit Reader(std::string_view octets)
@@ -45,7 +45,7 @@ class Reader {
 //! [octets]
 
 //! [observer]
-/// Prints a line when a route target comes into use, and when its last route has gone.
+/// Prints a line when a route target comes into use, and when its last route is withdrawn.
 class TargetPrinter final : public NotifyingRouteTargetList::Notifiee {
   public:
     explicit TargetPrinter(CommunityTables const& tables)
@@ -58,7 +58,7 @@ class TargetPrinter final : public NotifyingRouteTargetList::Notifiee {
 //! [observer]
 
 //! [routes]
-/// The routes of all peers; each holds its list, and so its route targets in use.
+/// The routes of all peers. Each refers to its list, which keeps its route targets in use.
 class Routes {
   public:
     explicit Routes(CommunityTables const& tables)
@@ -71,7 +71,7 @@ class Routes {
         Reader attributes(in.take(in.number(2)));
         Reader announced(in.rest());
         if (!in.ok()) {
-            return; // malformed: an agent says so
+            return; // malformed: a real agent reports it
         }
         while (!withdrawn.empty()) {
             routes_.erase(key(peer, withdrawn));
@@ -92,7 +92,7 @@ class Routes {
     std::size_t size() const { return routes_.size(); }
 
   private:
-    /// The peer, then the length in bits and the octets of the next prefix.
+    /// Returns the peer, the length in bits and the octets of the next prefix.
     static std::string key(std::string_view peer, Reader& prefixes) {
         auto const bits = prefixes.number(1);
         auto const prefix = prefixes.take((bits + 7) / 8);
@@ -113,7 +113,7 @@ class Routes {
         return {};
     }
 
-    /// What the agent would send to other peers.
+    /// Prints the attribute that the agent would send to other peers.
     static void resend(ExtCommList const& list) {
         auto const attribute = list.serialize(ExtCommList::Serialization(0xe));
         std::string hex;
@@ -139,7 +139,7 @@ bool readSession(Reader session, Routes& routes) {
         auto const type = session.number(1);
         Reader body(session.take(length - 6));
         if (version != 3 || length < 6 || !session.ok()) {
-            return false; // nobody knows where the next message begins
+            return false; // the start of the next message is unknown
         }
         auto const header = body.take(type <= 3 ? peerHeaderOctets : 0);
         auto const peer = header.substr(header.empty() ? 0 : 2, 24); // distinguisher and address
@@ -163,7 +163,7 @@ int main(int count, char** arguments) {
     Routes routes(tables);
     bool const whole = readSession(Reader(octets), routes);
     std::cout << routes.size() << " routes, " << tables.routeTargets()->rts()
-              << " route targets in use at the end" << (whole ? "" : " of what is BMP") << '\n';
+              << " route targets in use at the end" << (whole ? "" : " of the valid part") << '\n';
     return whole ? 0 : 1;
 }
 //! [session]

@@ -14,7 +14,7 @@ namespace {
 
 using namespace Test;
 
-/** What a session holds, a line for each call but those for every message. */
+/** Records the calls of a reader, one line each, except handleMessage(). */
 class Trace final : public BmpHandler {
   public:
     void handleSystem(BmpSystem const& system) override {
@@ -106,8 +106,8 @@ TEST(BmpReaderTest, ReadsEveryTypeAndView) {
     EXPECT_EQ(whole.fault, "");
 }
 
-/** Cut at every octet, there is what came before, and no fault. */
-TEST(BmpReaderTest, ReadsWhatHasArrived) {
+/** A session truncated at any octet yields its complete messages, and no fault. */
+TEST(BmpReaderTest, ReadsCompleteMessages) {
     std::string const octets = contentOf(sample("session.bmp"));
     for (std::size_t size = 0; size < octets.size(); ++size) {
         Read const part = read(octets.substr(0, size));
@@ -117,8 +117,8 @@ TEST(BmpReaderTest, ReadsWhatHasArrived) {
     }
 }
 
-/** Every body, cut at every octet, is reported and does not disturb the next message. */
-TEST(BmpReaderTest, ReportsTruncatedBodiesAndGoesOn) {
+/** A body truncated at any octet is reported, and the next message is read. */
+TEST(BmpReaderTest, ReportsTruncatedBodiesAndContinues) {
     struct Row {
         unsigned int type;
         std::string body;
@@ -142,7 +142,7 @@ TEST(BmpReaderTest, ReportsTruncatedBodiesAndGoesOn) {
     }
 }
 
-TEST(BmpReaderTest, NamesFaults) {
+TEST(BmpReaderTest, ReportsFaults) {
     struct Row {
         char const* name;
         std::string octets;
@@ -158,7 +158,7 @@ TEST(BmpReaderTest, NamesFaults) {
     std::string const up = "adjRibInPre 192.0.2.1 AS64496 up, to 192.0.2.254";
     for (Row const& row : std::vector<Row>{
              {"another version", system + "\x04", {"system a"}, "unknown BMP version 4"},
-             {"too short for itself", system + "\x03" + u32(5), {"system a"}, ""},
+             {"incomplete header", system + "\x03" + u32(5), {"system a"}, ""},
              {"too short",
               system + "\x03" + u32(5) + u8(4),
               {"system a"},
@@ -196,8 +196,9 @@ TEST(BmpReaderTest, NamesFaults) {
              {"routes, no longer up",
               bmp(3, bmpPeerUp()) + bmp(2, bmpPeer() + u8(4)) +
                   bmp(0, bmpPeer() + update("", prefixNear)),
-              {up, "adjRibInPre 192.0.2.1 AS64496 down: the peer closed the session without a "
-                   "notification",
+              {up,
+               "adjRibInPre 192.0.2.1 AS64496 down: the peer closed the session without a "
+               "notification",
                problem + "0: routes of a peer that is not up"},
               ""},
              {"two UPDATEs",
@@ -214,8 +215,9 @@ TEST(BmpReaderTest, NamesFaults) {
               ""},
              {"down, without its NOTIFICATION",
               bmp(3, bmpPeerUp()) + bmp(2, bmpPeer() + u8(3)),
-              {up, "adjRibInPre 192.0.2.1 AS64496 down: the peer closed the session with a "
-                   "notification",
+              {up,
+               "adjRibInPre 192.0.2.1 AS64496 down: the peer closed the session with a "
+               "notification",
                problem + "2: peer down message without a NOTIFICATION"},
               ""},
          }) {

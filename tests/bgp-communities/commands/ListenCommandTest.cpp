@@ -22,7 +22,7 @@ namespace {
 
 using namespace Test;
 
-/** Calls `holds()` until it is true, for a minute at most. */
+/** Calls `holds()` until it returns true, for at most a minute. */
 template <class Holds>
 bool eventually(Holds const& holds) {
     for (int tries = 0; tries < 3000; ++tries) {
@@ -34,7 +34,7 @@ bool eventually(Holds const& holds) {
     return false;
 }
 
-/** The program while it runs; killed if the test does not wait for its end. */
+/** A running program. The destructor kills it unless the test waited for its end. */
 class Running {
   public:
     explicit Running(Arguments const& arguments) {
@@ -58,7 +58,7 @@ class Running {
     [[nodiscard]] std::string out() const { return contentOf(out_.path()); }
     [[nodiscard]] std::string err() const { return contentOf(err_.path()); }
 
-    /** Standard error says so, as often as that. */
+    /** Waits until standard error contains the text at least that many times. */
     [[nodiscard]] bool says(std::string const& text, int times = 1) const {
         return eventually([&] {
             std::string const all = err();
@@ -75,23 +75,23 @@ class Running {
     pid_t pid_ = -1;
 };
 
-/** A station on a free port of loopback. */
+/** A station on a free port of the loopback address. */
 class Listening : public Running {
   public:
     explicit Listening(Arguments options)
       : Running(withAddress(std::move(options))) {
-        address = addressBehind("listening for BMP on ");
+        address = addressAfter("listening for BMP on ");
     }
 
-    /** An address that standard error names. */
-    [[nodiscard]] std::string addressBehind(std::string const& head) const {
+    /** Returns the address after `head` on standard error. */
+    [[nodiscard]] std::string addressAfter(std::string const& head) const {
         EXPECT_TRUE(says(head) && eventually([&] { return err().back() == '\n'; }));
         std::string const text = err();
         auto const at = text.find(head) + head.size();
         return text.substr(at, text.find('\n', at) - at);
     }
 
-    /** A router that has sent these octets. */
+    /** Connects as a router and sends the octets. */
     [[nodiscard]] FileDescriptor router(std::string const& octets) const {
         return connection(address, octets);
     }
@@ -116,7 +116,7 @@ class Listening : public Running {
 
 std::string const terminated = "session ended: terminated by the router";
 
-/** The lines about routes without what is about the file or the session. */
+/** Returns the lines of routes, without the fields of the file or the session. */
 Lines routesOf(std::string const& json) {
     Lines routes;
     for (std::string line : linesOf(json)) {
@@ -136,8 +136,8 @@ Lines routesOf(std::string const& json) {
     return routes;
 }
 
-/** What a router reports of a dump is what the dump holds, as printed and as recorded. */
-TEST(ListenCommandTest, PrintsAndRecordsWhatReadPrints) {
+/** The routes of a sent dump, as printed and as recorded, are those of the dump. */
+TEST(ListenCommandTest, PrintsAndRecordsRoutesAsRead) {
     StoreFolder const folder;
     for (char const* const name :
          {"updates.mrt.gz", "targets.mrt", "add-path-marked.mrt", "add-path-unmarked.mrt"}) {
@@ -154,7 +154,7 @@ TEST(ListenCommandTest, PrintsAndRecordsWhatReadPrints) {
     }
 }
 
-TEST(ListenCommandTest, PublishesWhatRoutesCarry) {
+TEST(ListenCommandTest, PublishesTheListsOfRoutes) {
     StoreFolder const folder;
     std::string const store = folder.store(false), stashed = folder.path() + "/stashed";
     ASSERT_EQ(run({"stash", "--out", stashed, sample("rib.mrt.gz")}).status, 0);
@@ -187,11 +187,18 @@ TEST(ListenCommandTest, PublishesWhatRoutesCarry) {
     EXPECT_TRUE(holds(bmp(2, bmpPeer() + u8(4)), {})) << "the peer is down";
     EXPECT_TRUE(holds(bmp(3, bmpPeerUp()) + bmp(0, bmpPeer() + carrying(9)), {"\tstandard\t0:9"}));
     station.end(SIGKILL);
-    EXPECT_EQ(lists(store), std::set<std::string>{"\tstandard\t0:9"}) << "the last whole store";
+    std::set<std::string> const last = {"\tstandard\t0:9"};
+    EXPECT_EQ(lists(store), last) << "the last whole store";
+    Listening restarted({"--store", store, "--every", "1"});
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    EXPECT_EQ(lists(store), last) << "until the first route changes";
+    auto const again =
+        restarted.router(bmp(4, "") + bmp(3, bmpPeerUp()) + bmp(0, bmpPeer() + carrying(7)));
+    EXPECT_TRUE(eventually([&] { return lists(store).contains("\tstandard\t0:7"); }));
 }
 
-/** Bad sessions end for a reason that is named; a good one notices nothing. */
-TEST(ListenCommandTest, EndsBadSessionsAndNoOther) {
+/** Each bad session ends and its reason is reported; a good one continues. */
+TEST(ListenCommandTest, EndsOnlyBadSessions) {
     struct Row {
         char const* name;
         Arguments options;
@@ -203,7 +210,7 @@ TEST(ListenCommandTest, EndsBadSessionsAndNoOther) {
     std::string const one = bmp(0, bmpPeer() + update("", prefixNear));
     for (Row const& row : std::vector<Row>{
              {"not BMP", {}, "GET / HTTP/1.0\r\n\r\n", "ended: unknown BMP version 71"},
-             {"lies about its length",
+             {"wrong length",
               {},
               routes + "\x03" + u32(2) + u8(0),
               "ended: BMP message length 2 is less than its header"},
@@ -260,8 +267,8 @@ TEST(ListenCommandTest, ReadsBeforeItTimesOut) {
     EXPECT_EQ(station.end(SIGTERM), 0);
 }
 
-/** Sessions of several workers come and go in the middle of what they send. */
-TEST(ListenCommandTest, KeepsNothingOfSessionsThatFlap) {
+/** Sessions of several workers start, and end in the middle of messages. */
+TEST(ListenCommandTest, KeepsNothingOfFlappingSessions) {
     StoreFolder const folder;
     Listening station(
         {"--threads", "4", "--targets", "--store", folder.store(true), "--every", "1"});
@@ -282,7 +289,7 @@ TEST(ListenCommandTest, KeepsNothingOfSessionsThatFlap) {
     }
     EXPECT_EQ(sent.status, 0) << sent.err;
     EXPECT_TRUE(station.says("session ended", 161));
-    EXPECT_EQ(station.end(SIGTERM), 0) << station.err(); // 3 if anything is left
+    EXPECT_EQ(station.end(SIGTERM), 0) << station.err(); // 3 if a list is still interned
     std::set<std::string> inUse;
     for (std::string const& line : linesOf(station.out())) {
         std::string const what = line.substr(2, line.find('\t') - 2);
@@ -291,12 +298,12 @@ TEST(ListenCommandTest, KeepsNothingOfSessionsThatFlap) {
     EXPECT_TRUE(inUse.empty());
 }
 
-TEST(ListenCommandTest, ServesMetricsAndBeginsNewRecordings) {
+TEST(ListenCommandTest, ServesMetricsAndRotatesRecordings) {
     StoreFolder const folder;
     std::string const recorded = folder.path() + "/recorded";
-    std::ofstream(recorded) << "of yesterday";
+    std::ofstream(recorded) << "old";
     Listening station({"--metrics", ":0", "--record", recorded, "--record-octets", "20000"});
-    std::string const metrics = station.addressBehind("serving metrics on ");
+    std::string const metrics = station.addressAfter("serving metrics on ");
     Running sender({"send", "--hold", "--bmp", station.address, sample("rib.mrt.gz")});
     std::string text;
     EXPECT_TRUE(eventually([&] {
@@ -319,10 +326,10 @@ TEST(ListenCommandTest, ServesMetricsAndBeginsNewRecordings) {
         ++files;
     }
     EXPECT_EQ(routes, 402U);
-    EXPECT_GE(files, 4U); // one is of yesterday
+    EXPECT_GE(files, 4U); // including the old one
 }
 
-TEST(ListenCommandTest, ReadsTheDictionaryAgain) {
+TEST(ListenCommandTest, ReloadsTheDictionary) {
     TemporaryFile const dictionary("64496:100,before\n", ".txt");
     Listening station({"--json", "--dictionary", dictionary.path()});
     std::string const route =

@@ -8,8 +8,8 @@ std::string_view textOf(Octets octets) {
     return {reinterpret_cast<char const*>(octets.data()), octets.size()};
 }
 
-/** Returns sender and receiver of the messages of a view. The Loc-RIB has none: any two different
-   addresses. */
+/** Returns sender and receiver of the messages of a view. The Loc-RIB has neither: returns two
+   different addresses. */
 MessageEnds endsOf(BmpPeer const& peer, IpAddress const& local) {
     switch (peer.view) {
     case RibView::adjRibInPre:
@@ -37,20 +37,21 @@ std::string_view readTlvs(OctetReader& in) {
     return readTlvs(in, [](BmpTlv const&) {});
 }
 
-/** The peer is the router, which has no session with itself: GoBGP 3 reports its Loc-RIB, and FRR 8
-    its own routes as those of 0.0.0.0, without a peer up message. */
+/** Whether the peer is the router itself. GoBGP 3 reports its Loc-RIB, and FRR 8 its own routes as
+    those of peer 0.0.0.0, without a peer up message. */
 bool isRouterItself(BmpPeer const& peer) {
     return peer.view == RibView::locRib || peer.id.address.octets == IpAddress{}.octets;
 }
 
-/** What is wrong after the reason of a peer down message (RFC 7854, section 4.9). */
+/** Checks the data after the reason of a peer down message (RFC 7854, section 4.9). Returns an
+   error message, empty on success. */
 std::string_view peerDownFault(std::uint8_t reason, OctetReader in) {
     constexpr std::uint8_t routerNotified = 1, routerClosed = 2, peerNotified = 3;
     constexpr std::uint8_t notification = 3; // RFC 4271, section 4.1
     if (reason == routerNotified || reason == peerNotified) {
         BgpMessage message;
-        bool const isNotification = readMessage(in, message) && message.whole &&
-                                    message.type == notification;
+        bool const isNotification =
+            readMessage(in, message) && message.whole && message.type == notification;
         return isNotification ? std::string_view() : "peer down message without a NOTIFICATION";
     }
     return reason == routerClosed && in.left() < 2 ? "peer down message without an event code"
@@ -177,14 +178,13 @@ std::string_view BmpReader::readUpdate(OctetReader& in, BmpPeer const& peer) {
     if (!isKnown && (!isRouterItself(peer) || peers_.size() == maxPeers)) {
         return notUp;
     }
-    // What the router says of path identifiers is in the OPENs. Those of the Loc-RIB have no second
-    // speaker: a family that they offer has path identifiers.
+    // The OPENs decide whether there are path identifiers. For the Loc-RIB, where both are from the
+    // router, one that advertises them for a family is enough.
     PeerSession& session = peers_[peer.id];
     bool const hasOffer = session.isUp && peer.view == RibView::locRib;
-    PathIds const pathIds =
-        session.addPath.decide(endsOf(peer, session.local), message, hasOffer);
+    PathIds const pathIds = session.addPath.decide(endsOf(peer, session.local), message, hasOffer);
     if (!content_.read(message.body, pathIds)) {
-        return "UPDATE is too short for its own length fields";
+        return "UPDATE too short for its own length fields";
     }
     handler_.handleUpdate(peer, {content_,
                                  {content_.attributeOctets(), peer.asWidth},

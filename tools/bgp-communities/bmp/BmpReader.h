@@ -82,7 +82,7 @@ class BmpReader {
     struct PeerSession {
         AddPathDecider addPath{AddPath::automatic};
         IpAddress local;
-        bool isUp = false; // a peer up message came
+        bool isUp = false; // a peer up message was received
     };
 
     std::string_view readOf(BmpMessage const& message);

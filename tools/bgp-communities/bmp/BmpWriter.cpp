@@ -18,7 +18,7 @@ void appendTlv(std::string& out, std::uint16_t type, std::string_view value) {
     out += value;
 }
 
-/** 16 octets; an IPv4 address is in the last 4. */
+/** Appends 16 octets; an IPv4 address is in the last 4. */
 void appendAddress(std::string& out, IpAddress const& address) {
     out.append(16U - address.size, '\0');
     appendOctets(out, Octets(address.octets).first(address.size));
@@ -27,10 +27,10 @@ void appendAddress(std::string& out, IpAddress const& address) {
 constexpr std::size_t peerHeaderOctets = 42;
 
 void appendPeer(std::string& out, BmpPeer const& peer) {
-    bool const out_ = peer.view == RibView::adjRibOutPre || peer.view == RibView::adjRibOutPost;
-    bool const post = peer.view == RibView::adjRibInPost || peer.view == RibView::adjRibOutPost;
-    unsigned const flags = (peer.id.address.size == 16 ? 0x80U : 0U) | (post ? 0x40U : 0U) |
-                           (peer.asWidth == AsWidth::two ? 0x20U : 0U) | (out_ ? 0x10U : 0U);
+    bool const isOut = peer.view == RibView::adjRibOutPre || peer.view == RibView::adjRibOutPost;
+    bool const isPost = peer.view == RibView::adjRibInPost || peer.view == RibView::adjRibOutPost;
+    unsigned const flags = (peer.id.address.size == 16 ? 0x80U : 0U) | (isPost ? 0x40U : 0U) |
+                           (peer.asWidth == AsWidth::two ? 0x20U : 0U) | (isOut ? 0x10U : 0U);
     appendU8(out, peer.id.type);
     appendU8(out, static_cast<std::uint8_t>(flags));
     appendOctets(out, peer.id.distinguisher);

@@ -11,14 +11,14 @@
 
 namespace BgpCommunities {
 
-// Appends what a router sends in a BMP session (RFC 7854). Thread-compatible, as the text.
+// Each function appends one message of a BMP session (RFC 7854), as a router sends it.
 
 void appendBmpInitiation(std::string& out, std::string_view name, std::string_view description);
 
-/** `reason`: 0 is administratively closed. */
+/** Reason 0 is "administratively closed". */
 void appendBmpTermination(std::string& out, std::uint16_t reason);
 
-/** `opens`: the whole messages that the router sent and received. */
+/** `opens` is the OPEN that the router sent, then the one it received, each with its header. */
 void appendBmpPeerUp(std::string& out, BmpPeer const& peer, BmpPeerUp const& up,
                      std::string_view opens);
 

@@ -9,7 +9,7 @@
 
 namespace BgpCommunities {
 
-/** A descriptor of the system, or none; closed with its owner. Thread-compatible. */
+/** Owns a file descriptor, or none; the destructor closes it. Thread-compatible. */
 class FileDescriptor {
   public:
     explicit FileDescriptor(int fd = -1)
@@ -31,36 +31,37 @@ class FileDescriptor {
     int fd_;
 };
 
-/** One end of a TCP connection; a plain value. */
+/** An IP address and a TCP port; a plain value. */
 struct SocketAddress {
     IpAddress address;
     std::uint16_t port = 0;
 };
 
 /**
- * Reads "192.0.2.1:1790" or "[2001:db8::1]:1790"; of ":1790" and "1790" the address is 127.0.0.1.
+ * Parses "192.0.2.1:1790" or "[2001:db8::1]:1790"; the address of ":1790" and "1790" is 127.0.0.1.
  *
- * Returns what is wrong, or nothing.
+ * Returns an error message, empty on success.
  */
 std::string_view readSocketAddress(std::string_view text, SocketAddress& address);
 
-/** Appends what readSocketAddress() reads. */
+/** Appends the format of readSocketAddress(). */
 void appendText(std::string& out, SocketAddress const& address);
 
-// These throw std::system_error. All descriptors are closed in programs that are started.
+// Descriptors are created close-on-exec. The first three functions throw std::system_error.
 
-/** Accepts connections without blocking; port 0 is any free one. */
+/** Returns a non-blocking socket that listens; port 0 selects any free port. */
 FileDescriptor listenOn(SocketAddress const& address);
-/** Connects, and then blocks. */
+/** Returns a connected, blocking socket. */
 FileDescriptor connectTo(SocketAddress const& address);
-/** The local end. */
+/** Returns the local address of a socket. */
 SocketAddress localAddress(FileDescriptor const& socket);
 
-/** The next connection, which does not block; none, with errno set, if there is none. IPv4 peers of
-    an IPv6 socket have IPv4 addresses. */
+/** Accepts a pending connection as a non-blocking socket. Not open, with errno set, if no
+   connection is pending or accept() fails. `peer` is an IPv4 address for an IPv4 peer of an IPv6
+   socket. */
 FileDescriptor acceptFrom(FileDescriptor const& listener, SocketAddress& peer);
 
-/** Ends the connection within two minutes after its other end has gone without a word. */
+/** Enables TCP keepalive: the connection fails two minutes after its peer becomes unreachable. */
 void detectDeadPeer(FileDescriptor const& socket);
 
 } // namespace BgpCommunities

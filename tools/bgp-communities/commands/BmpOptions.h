@@ -7,13 +7,13 @@
 
 namespace BgpCommunities {
 
-/** Of commands that speak BMP. */
+/** Option of commands that use BMP. */
 inline constexpr std::string_view bmpOption = "--bmp";
 
-/** The address that is the value of an option. Throws UsageError if it is malformed. */
+/** Parses the address in the value of an option. Throws UsageError if it is malformed. */
 SocketAddress addressIn(std::string_view option, std::string_view text);
 
-/** The address in --bmp. Throws UsageError if it is missing or malformed. */
+/** Returns the address in --bmp. Throws UsageError if it is missing or malformed. */
 SocketAddress bmpAddress(Arguments const& arguments);
 
 } // namespace BgpCommunities

@@ -56,60 +56,61 @@ constexpr Option listenOptions[] = {{bmpOption, Takes::value},
 constexpr std::string_view listenHelp =
     R"(usage: bgp-communities listen --bmp ADDRESS:PORT [OPTION...]
 
-Receives the routes of routers over BMP (RFC 7854, with Adj-RIB-Out, RFC 8671, and Loc-RIB,
-RFC 9069) and holds them in a table with their lists of communities, until SIGTERM or SIGINT. Says on
-standard error where it listens, and when sessions begin and end.
+Receives routes over BMP (RFC 7854), including Adj-RIB-Out (RFC 8671) and Loc-RIB (RFC 9069), and holds
+them with their interned lists of communities until SIGTERM or SIGINT. Reports its address, and the
+start and end of each session, on standard error.
 
   --bmp ADDRESS:PORT
-                     where to listen; an IPv6 address in brackets; :PORT is that of 127.0.0.1, and
-                     port 0 any free one
-  --threads N        read sessions in N threads, 1 to 64; 1 if not given. Each session is read by one
+                     the address to listen on; an IPv6 address in brackets. Without ADDRESS,
+                     127.0.0.1; port 0 is any free port
+  --threads N        read sessions in N threads, from 1 (the default) to 64
 
 output:
-  --json             a JSON object a line for each route that is announced or withdrawn, as
-                     `read --json` prints it, with router (address and port), name, view
-                     (adjRibInPre, adjRibInPost, adjRibOutPre, adjRibOutPost, locRib) and instance
-                     (a route distinguisher) in place of file; and for events, of type routerUp,
-                     routerDown, peerUp, peerDown and endOfRib. A peer or router that is down has
-                     withdrawn its routes
-  --targets          a line whenever a route target, or the set of route targets of a list, comes into
-                     use or goes out of it: "+" or "-" and what it is, the router and the time;
-                     between these a tab
-  --store STORE      publish the lists, each with how many routes carry it: a file or, as shm:/NAME,
-                     a POSIX shared-memory segment, for show --follow, diff and merge
-  --every SECONDS    publish so often, if anything has changed; 10 if not given
+  --json             print a JSON object per line: each announced or withdrawn route in the format of
+                     `read --json`, with router (address and port), name, view (adjRibInPre,
+                     adjRibInPost, adjRibOutPre, adjRibOutPost, locRib) and instance (a route
+                     distinguisher) instead of file; and events of type routerUp, routerDown, peerUp,
+                     peerDown and endOfRib. routerDown and peerDown withdraw all routes of the router
+                     or peer
+  --targets          print a line when a route target, or the set of route targets of a list, comes
+                     into use (+) or goes out of use (-): the sign, the target, the router and the
+                     time, separated by tabs. The router is "publication" if the last reference was
+                     that of a store being published
+  --store STORE      publish the lists, with the number of routes that carry each: in a file, or as
+                     shm:/NAME in a POSIX shared-memory segment, for show --follow, diff and merge. An
+                     existing store stays until the first route changes
+  --every SECONDS    publish at this interval if routes have changed; default 10
   --dictionary FILE|DIR
-                     with --json, what operators say that their communities mean; read again on
-                     SIGHUP
+                     with --json, print the operators' meanings of communities; read again on SIGHUP
   --metrics ADDRESS:PORT
-                     serve counters over HTTP, as Prometheus reads them: messages, routes, distinct
-                     lists and values, octets, problems, sessions, the time of publications
-  --record FILE      write the messages as MRT (BGP4MP_ET) for read and replay, those of all routers
-                     and views into one file; a FILE that is there is renamed FILE.TIME
-  --record-octets N  begin a new file before this one is longer
-  --record-seconds N begin a new file when this one is older
-  --verbose          name all problems of a session on standard error, not only the first few
+                     serve metrics over HTTP in the format of Prometheus: messages, routes, distinct
+                     lists and values, octets, problems, sessions, duration of publications
+  --record FILE      write all messages as MRT (BGP4MP_ET), for read and replay. One file holds all
+                     routers and views; an existing FILE is renamed to FILE.TIME
+  --record-octets N  start a new file before this one exceeds N octets
+  --record-seconds N start a new file when this one is N seconds old
+  --verbose          report all problems of a session on standard error, not only the first few
 
 limits:
-  --allow PREFIX     accept sessions from these addresses only; may be given more than once
-  --timeout SECONDS  end a session whose first message, or the rest of a message, does not arrive in
-                     this time; 30 if not given. A router between messages may be silent
-  --max-sessions N   refuse more sessions; 1024 if not given
-  --max-routes N     end a session with more routes; 20000000 if not given
-  --max-message N    end a session with a longer message, in octets; 262144 if not given
+  --allow PREFIX     accept sessions only from these addresses; can be repeated
+  --timeout SECONDS  end a session if its first message, or the rest of a message, does not arrive in
+                     this time; default 30. A router may be silent between messages
+  --max-sessions N   refuse further sessions; default 1024
+  --max-routes N     end a session that has more routes; default 20000000
+  --max-message N    end a session that sends a longer message, in octets; default 262144
 
-A malformed UPDATE withdraws its routes (RFC 7606), is named on standard error and does not end the
-session. A message that is not BMP version 3, or lies about its length, ends it: where the next one
-begins is not known. When a session ends, its routes are withdrawn.
+A malformed UPDATE withdraws its routes (RFC 7606) and is reported; the session continues. A message
+that is not BMP version 3, or whose length is wrong, ends the session, because the start of the next
+message is unknown. The end of a session withdraws its routes.
 
-With SIGTERM or SIGINT the store is published once more. The exit status is 3 if it could not be.
+On SIGTERM or SIGINT the store is published once more. The exit status is 3 if that failed.
 
 examples:
   bgp-communities listen --bmp 192.0.2.1:1790 --allow 192.0.2.0/24 --json
   bgp-communities listen --bmp :1790 --threads 2 --store shm:/lists --every 5
 )";
 
-/** The value of an option, from 1 to `most`, or `otherwise`. */
+/** Returns the value of an option, from 1 to `most`, or `otherwise` if it is missing. */
 template <class Number>
 Number numberOf(Arguments const& arguments, std::string_view option, Number otherwise,
                 std::uint64_t most) {
@@ -154,7 +155,7 @@ StationOptions optionsOf(Arguments const& arguments) {
     return options;
 }
 
-/** A session takes a descriptor, and the default limit is for programs that use few. */
+/** Raises the limit of descriptors: each session needs one. */
 void allowManyDescriptors() {
     rlimit limit{};
     if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
@@ -180,7 +181,7 @@ ExitStatus listen(Arguments const& arguments, Output& output) {
     if (options.printsRoutes && options.printsTargets) {
         throw UsageError("--json and --targets exclude each other");
     }
-    dictionary(arguments); // one that cannot be read is an error at the start
+    dictionary(arguments); // an unreadable dictionary is an error at startup
     Mox::threadSafePtrsIs(true);
     Routing::Bgp::VoBgpGlobals::multiThreadedIs(true);
     blockSignals();
@@ -200,6 +201,6 @@ ExitStatus listen(Arguments const& arguments, Output& output) {
 } // namespace
 
 Command const listenCommand = {
-    "listen", "receive routes over BMP, as a station", listenHelp, listenOptions, listen, {}};
+    "listen", "receive routes from routers over BMP", listenHelp, listenOptions, listen, {}};
 
 } // namespace BgpCommunities

@@ -7,8 +7,8 @@
 #include <cstring>
 #include <map>
 #include <optional>
-#include <span>
 #include <set>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -44,26 +44,27 @@ constexpr Option sendOptions[] = {{bmpOption, Takes::value},
 constexpr std::string_view sendHelp =
     R"(usage: bgp-communities send --bmp ADDRESS:PORT [OPTION...] FILE...
 
-Plays MRT dumps (RFC 6396, RFC 8050) at a BMP station as a router would (RFC 7854): initiation, a
-peer up message for each peer, the UPDATEs as they are, an UPDATE for each entry of a table dump,
-End-of-RIB, peer down where a peer leaves the state Established, termination. Prints how much it sent.
-A FILE may be compressed (gzip, bzip2, xz, zstd). All are read twice, so none may be a pipe.
+Sends MRT dumps (RFC 6396, RFC 8050) to a BMP station as a router would (RFC 7854): initiation, peer up
+for each peer, the UPDATEs, an UPDATE for each entry of a table dump, End-of-RIB, peer down when a peer
+leaves the state Established, termination. Prints how much it sent. A FILE may be compressed (gzip,
+bzip2, xz, zstd). Each FILE is read twice and must not be a pipe.
 
   --bmp ADDRESS:PORT
-                     the station; an IPv6 address in brackets; :PORT is that of 127.0.0.1
-  --rate N           send at most N UPDATEs a second
-  --repeat N         play the dumps N times
-  --hold             stay connected after the last message until the station closes the connection,
-                     or a signal; no termination is sent
-  --add-path[=HOW]   whether UPDATEs carry path identifiers (RFC 7911): auto (the default), decided
-                     for each message and family; no; or yes, which HOW may be left out for
-  --verbose          name all that is malformed on standard error, not only the first few of each
+                     the station; an IPv6 address in brackets; without ADDRESS, 127.0.0.1
+  --rate N           send at most N UPDATEs per second
+  --repeat N         send the dumps N times
+  --hold             after the last message, keep the connection open until the station closes it or a
+                     signal ends the program; send no termination
+  --add-path[=HOW]   whether UPDATEs carry path identifiers (RFC 7911): auto (the default) decides for
+                     each message and family; no; yes (the default HOW)
+  --verbose          report all malformed records on standard error, not only the first few of each
                      kind
 
-The OPENs in peer up messages are made up: they offer the families of the peer's routes, with path
-identifiers if any of its routes of the family have one. An entry of a table dump without one then
-has 0; UPDATEs without are not sent. What was sent to a peer (the local forms of messages) is
-reported as Adj-RIB-Out after policy (RFC 8671). Routes of unknown peers are not sent.
+The OPENs in peer up messages are generated: they advertise the families of the peer's routes, with
+path identifiers if any route of the family has one. In such a family, an entry of a table dump without
+path identifier is sent with 0, and UPDATEs without path identifiers are not sent. Messages that were
+sent to a peer (MRT subtypes with LOCAL) are reported as Adj-RIB-Out after policy (RFC 8671). Routes
+without a known peer are not sent.
 
 examples:
   bgp-communities send --bmp :1790 rib.bz2 updates.*.gz
@@ -79,12 +80,12 @@ struct PeerOrder {
 
 using Offers = std::map<Peer, std::vector<FamilyOffer>, PeerOrder>;
 
-/** Finds the families of each peer, and which have path identifiers. */
+/** Collects the families of each peer, and whether their routes have path identifiers. */
 class OfferScan final : public DumpHandler {
   public:
     OfferScan()
       : DumpHandler(false) {
-        log().setDeferred(true); // the second reading reports the same
+        log().setDeferred(true); // the second reading reports the same problems
     }
 
     void handleUpdate(Update const& update) override {
@@ -101,7 +102,7 @@ class OfferScan final : public DumpHandler {
 
   private:
     void add(Peer const& peer, Route const& route) {
-        constexpr std::size_t maxFamilies = 16; // fit an OPEN
+        constexpr std::size_t maxFamilies = 16; // fit in an OPEN
         auto& families = offers_[peer];
         auto const known =
             std::find_if(families.begin(), families.end(),
@@ -116,7 +117,8 @@ class OfferScan final : public DumpHandler {
     Offers offers_;
 };
 
-/** Octets on their way to a station. Throws std::runtime_error if it has gone. */
+/** A connection to a station with a send buffer. Functions throw std::runtime_error if the station
+    has closed it. */
 class StationConnection {
   public:
     explicit StationConnection(SocketAddress const& address)
@@ -146,7 +148,7 @@ class StationConnection {
         }
     }
 
-    /** Until the station closes the connection. */
+    /** Blocks until the station closes the connection. */
     void waitForEnd() {
         std::array<char, 512> ignored{};
         ssize_t got = 0;
@@ -164,9 +166,10 @@ class StationConnection {
     std::uint64_t octets_ = 0;
 };
 
-/** At most so many steps a second. */
+/** Limits the rate of steps. */
 class Pace {
   public:
+    /** `rate` is in steps per second; no limit if missing. */
     explicit Pace(std::optional<std::uint64_t> rate)
       : interval_(rate ? 1'000'000'000 / std::max<std::uint64_t>(*rate, 1) : 0) {}
 
@@ -185,13 +188,13 @@ class Pace {
 };
 
 struct SendCounts {
-    std::uint64_t peers = 0; // that came up
+    std::uint64_t peers = 0; // peer up messages
     std::uint64_t updates = 0;
     std::uint64_t entries = 0; // of table dumps
     std::uint64_t notSent = 0;
 };
 
-/** Sends what the dumps hold. Owns what it knows of peers; the rest is not owned. */
+/** Sends the content of dumps. Offers and connection are not owned. */
 class Sender final : public DumpHandler {
   public:
     Sender(Offers const& offers, StationConnection& station, Pace pace, bool verbose)
@@ -202,8 +205,8 @@ class Sender final : public DumpHandler {
 
     void handleUpdate(Update const& update) override {
         endTable();
-        bool const isWhole =
-            agrees(update.peer, update.announced) && agrees(update.peer, update.withdrawn);
+        bool const isWhole = matchesOffer(update.peer, update.announced) &&
+                             matchesOffer(update.peer, update.withdrawn);
         if (!isWhole || update.peer.address.size == 0) {
             ++counts_.notSent;
             return;
@@ -211,7 +214,7 @@ class Sender final : public DumpHandler {
         BmpPeer peer = peerAt(update.peer, update.at);
         peer.asWidth = update.attributes.asWidth;
         peer.view = update.sentByUs ? RibView::adjRibOutPost : RibView::adjRibInPre;
-        upIs(peer);
+        sendPeerUp(peer);
         appendBmpRoutes(station_.text(), peer, update.body);
         ++counts_.updates;
         step();
@@ -227,7 +230,7 @@ class Sender final : public DumpHandler {
         }
         BmpPeer peer = peerAt(entry.peer, entry.at);
         peer.asWidth = entry.attributes.asWidth;
-        upIs(peer);
+        sendPeerUp(peer);
         appendBmpRoutes(station_.text(), peer, octetsOf(body));
         table_.insert_or_assign(entry.peer, peer);
         ++counts_.entries;
@@ -238,15 +241,15 @@ class Sender final : public DumpHandler {
         endTable();
         BmpPeer const peer = peerAt(change.peer, change.at);
         if (change.newState == StateChange::established && offers_.contains(change.peer)) {
-            upIs(peer);
+            sendPeerUp(peer);
         } else if (change.oldState == StateChange::established && up_.erase(change.peer) != 0) {
-            constexpr std::uint8_t closedByPeer = 4; // without a notification
+            constexpr std::uint8_t closedByPeer = 4; // without a NOTIFICATION
             appendBmpPeerDown(station_.text(), peer, closedByPeer);
             step();
         }
     }
 
-    /** All table dumps so far are whole: End-of-RIB for all families of their peers. */
+    /** Ends the current table dump: sends End-of-RIB for all families of its peers. */
     void endTable() {
         for (auto const& [of, peer] : std::exchange(table_, {})) {
             for (FamilyOffer const& offer : offers_.at(of)) {
@@ -277,14 +280,15 @@ class Sender final : public DumpHandler {
         });
     }
 
-    /** The routes have path identifiers as the peer's OPEN offers. */
-    [[nodiscard]] bool agrees(Peer const& peer, std::span<Route const> routes) const {
+    /** Whether all routes have path identifiers, or none, as the peer's OPEN advertises. */
+    [[nodiscard]] bool matchesOffer(Peer const& peer, std::span<Route const> routes) const {
         return std::all_of(routes.begin(), routes.end(), [&](Route const& route) {
             return !route.isPrefix || route.hasPathId == offered(peer, route.family);
         });
     }
 
-    void upIs(BmpPeer const& peer) {
+    /** Sends a peer up message unless the peer is up. */
+    void sendPeerUp(BmpPeer const& peer) {
         Peer const of = peer.peer();
         if (!up_.insert(of).second) {
             return;
@@ -317,8 +321,8 @@ class Sender final : public DumpHandler {
     Offers const& offers_;
     StationConnection& station_;
     Pace pace_;
-    std::set<Peer, PeerOrder> up_;
-    std::map<Peer, BmpPeer, PeerOrder> table_; // peers of the table dump at hand
+    std::set<Peer, PeerOrder> up_;             // peers that are up
+    std::map<Peer, BmpPeer, PeerOrder> table_; // peers of the current table dump
     SendCounts counts_;
 };
 
@@ -327,8 +331,8 @@ void print(SendCounts const& counts, StationConnection const& station, double se
     output.text() += "sent " + std::to_string(station.octets()) + " octets in " +
                      std::to_string(seconds) + " s: " + std::to_string(counts.peers) +
                      " peers up, " + std::to_string(counts.updates) + " UPDATEs, " +
-                     std::to_string(counts.entries) + " entries of table dumps; not sent " +
-                     std::to_string(counts.notSent);
+                     std::to_string(counts.entries) + " entries of table dumps; " +
+                     std::to_string(counts.notSent) + " not sent";
     output.endLine();
     output.flush();
 }
@@ -337,7 +341,7 @@ ExitStatus send(Arguments const& arguments, Output& output) {
     DumpInput const input(arguments);
     for (std::string_view const file : input.files) {
         if (file == "-") {
-            throw UsageError("send reads each FILE twice: none may be standard input");
+            throw UsageError("send reads each FILE twice and cannot read standard input");
         }
     }
     Pace const pace(arguments.count(rateOption));
@@ -370,7 +374,7 @@ ExitStatus send(Arguments const& arguments, Output& output) {
 
 } // namespace
 
-Command const sendCommand = {"send", "play MRT dumps at a BMP station, as a router", sendHelp,
+Command const sendCommand = {"send", "send MRT dumps to a BMP station as a router would", sendHelp,
                              sendOptions, send};
 
 } // namespace BgpCommunities

@@ -15,11 +15,11 @@ StationPrinter::StationPrinter(Agent& agent, Output& output)
 }
 
 void StationPrinter::dictionaryIs(std::shared_ptr<Dictionary const> dictionary) {
-    memories_.clear();
+    caches_.clear();
     dictionary_ = std::move(dictionary);
     for (auto& decoder : attributeDecoders(agent_, dictionary_.get())) {
-        memories_.emplace_back(std::move(decoder), filter_, *dictionary_, RouteFormat::json,
-                               Detail::lean);
+        caches_.emplace_back(std::move(decoder), filter_, *dictionary_, RouteFormat::json,
+                             Detail::lean);
     }
 }
 
@@ -56,7 +56,7 @@ void StationPrinter::printAnnounced(RecordPosition const& at, BmpPeer const& pee
     for (CommunityAttribute const& attribute : update.content.attributes().communities) {
         if (attribute.repetition == 0) {
             auto const kind = static_cast<std::size_t>(attribute.kind);
-            lists[kind] = &memories_[kind].find(attribute.value);
+            lists[kind] = &caches_[kind].find(attribute.value);
         }
     }
     peerIs(peer);

@@ -13,19 +13,19 @@
 namespace BgpCommunities {
 
 /**
- * Prints what routers report as JSON: each route as `read --json` prints it, and a line for what
- * happens to routers, peers and families.
+ * Prints routes as JSON, in the format of `read --json`, and a line for each event of a router,
+ * peer or family.
  *
- * Owns what it remembers of lists; agent and output are not owned. Used by one worker.
+ * Owns its cache of list texts; agent and output are not owned. Used by one worker.
  */
 class StationPrinter {
   public:
     StationPrinter(Agent& agent, Output& output);
 
-    /** Meanings from now on. */
+    /** Replaces the dictionary. */
     void dictionaryIs(std::shared_ptr<Dictionary const> dictionary);
 
-    /** The router that the next lines are about; its name may be empty. */
+    /** Sets the router of the next lines. `name` may be empty. */
     void routerIs(std::string_view address, std::string_view name);
 
     void printAnnounced(RecordPosition const& at, BmpPeer const& peer, BmpUpdate const& update);
@@ -48,10 +48,10 @@ class StationPrinter {
     Output& output_;
     RouteFilter const filter_; // selects everything
     std::shared_ptr<Dictionary const> dictionary_;
-    std::vector<ListTextCache> memories_; // by CommunityKind
+    std::vector<ListTextCache> caches_; // by CommunityKind
     RouteWriter writer_;
-    std::string router_;     // fields of JSON
-    std::string peerFields_; // likewise
+    std::string router_;     // JSON fields of the router
+    std::string peerFields_; // JSON fields of the peer
     std::string asPath_;
     std::string text_;
 };

@@ -28,7 +28,7 @@ std::string nowText() {
     return text;
 }
 
-/** The message with its header. */
+/** Returns the message with its header. */
 std::string wholeOf(BgpMessage const& message) {
     std::string whole;
     appendBgpHeader(whole, message.type, message.body.size());
@@ -72,8 +72,8 @@ void StationRecorder::fail(std::string const& what) {
     }
 }
 
-/** The octets of the whole records at the beginning that together have at most `most`; those of the
-    first one in any case. */
+/** Returns the size of the first whole records that fit in `most` octets; at least that of the
+   first record. */
 std::size_t StationRecorder::fitting(std::string_view records, std::uint64_t most) {
     std::size_t fitting = 0;
     while (fitting < records.size()) {

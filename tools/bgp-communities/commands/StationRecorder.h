@@ -15,23 +15,23 @@
 
 namespace BgpCommunities {
 
-/** Where a recording goes, and when a new file is begun; a plain value. */
+/** The file of a recording, and its limits; a plain value. */
 struct RecordOptions {
     std::string path;                                             // empty: nothing is recorded
-    std::uint64_t octets = ~std::uint64_t{0};                     // of a file
-    std::chrono::seconds age = std::chrono::hours(24 * 365 * 10); // of a file
+    std::uint64_t octets = ~std::uint64_t{0};                     // at most, of each file
+    std::chrono::seconds age = std::chrono::hours(24 * 365 * 10); // at most, of each file
 };
 
 /**
- * The file that a station records into. A file that is full, or was there before, is renamed
- * PATH.TIME, when it was begun or found.
+ * Writes the recording of a station. A full or already existing file is renamed to PATH.TIME, the
+ * time at which it was created or found, and a new one is started.
  *
- * Owns the file. Thread-safe. What cannot be written is named on standard error, once for each
- * file, and lost.
+ * Owns the file. Thread-safe. Records that cannot be written are lost, which is reported on
+ * standard error once per file.
  */
 class StationRecorder {
   public:
-    /** Begins a file. Throws std::system_error. */
+    /** Creates the first file. Throws std::system_error. */
     explicit StationRecorder(RecordOptions options);
 
     /** Appends whole records. */
@@ -47,29 +47,29 @@ class StationRecorder {
     void fail(std::string const& what);
 
     RecordOptions const options_;
-    std::mutex mutex_; // of what follows
+    std::mutex mutex_; // guards the members below
     FileDescriptor file_;
-    std::string suffix_; // of the name that the file gets in the end
+    std::string suffix_; // of the final name of the file
     std::uint64_t octets_ = 0;
     Clock::time_point begun_;
     bool failed_ = false;
 };
 
 /**
- * What one session of a station adds to a recording: MRT records (BGP4MP_ET) that say the same.
+ * Converts the messages of one BMP session to MRT records (BGP4MP_ET).
  *
- * All routers and views go into one file: a peer is known by its address and AS. Adj-RIB-Out
- * becomes what was sent to the peer. Used by one thread.
+ * One file holds all routers and views, so it identifies a peer by address and AS only. Messages of
+ * the Adj-RIB-Out are recorded as sent to the peer. Used by one thread.
  */
 class SessionRecord {
   public:
     void peerUp(BmpPeer const& peer, BmpPeerUp const& up, Microseconds time);
     void update(BmpPeer const& peer, BmpUpdate const& update, Microseconds time);
     void peerDown(BmpPeer const& peer, Microseconds time);
-    /** All peers are down. */
+    /** Records that all peers are down. */
     void end(Microseconds time);
 
-    /** Takes the records so far. */
+    /** Returns and removes the records. */
     std::string take() { return std::exchange(records_, {}); }
 
   private:

@@ -19,23 +19,23 @@ namespace BgpCommunities {
  *     + target 64500:7<TAB>record 12<TAB>2023-11-14T22:13:20Z
  *     + targets [ 64500:7 64500:8 ]<TAB>record 12<TAB>2023-11-14T22:13:20Z
  *
- * Observes the agent's tables for as long as it lives, and owns the lines that have not been
- * written: a release may be what it is notified of, which must not fail because an output does.
- * Created and destroyed by the reactor thread while no other thread interns; otherwise thread-safe
- * if the tables are.
+ * Observes the agent's tables during its lifetime. Buffers the lines, because a release notifies it
+ * and must not fail if the output does. REQUIRES: no other thread interns while it is constructed
+ * or destroyed. Otherwise thread-safe if the tables are.
  */
 class TargetLog {
   public:
-    /** Appends what caused the change that the calling thread is making. */
+    /** Appends the cause of the change that the calling thread makes. */
     using AppendCause = std::function<void(std::string&)>;
 
     TargetLog(Agent const& agent, AppendCause appendCause);
 
-    /** Writes the lines in the order of the changes. The caller must not be an observer. Throws
-       what Output throws. */
+    /** Writes the buffered lines in the order of the changes. Must not be called by an observer.
+       Throws what Output throws. */
     void writeTo(Output& output);
 
-    /** The same, and flushes the output: the lines of several threads stay in that order. */
+    /** As writeTo(), and flushes the output, so that lines written by several threads keep their
+       order. */
     void flushTo(Output& output);
 
   private:
@@ -62,10 +62,10 @@ class TargetLog {
     void line(bool came, std::string_view what);
 
     AppendCause const appendCause_;
-    std::mutex writing_; // held while lines are written, never by an observer
-    std::mutex mutex_;   // of `lines_`: nobody waits for anything while it is held
-    std::string lines_;  // without the end of the last one
-    Targets targets_;    // the last members: they observe when all else is there
+    std::mutex writing_; // held while lines are written; never locked by an observer
+    std::mutex mutex_;   // guards `lines_`; its holder never blocks
+    std::string lines_;  // without the final newline
+    Targets targets_;    // the last members: observe when the others are constructed
     Lists lists_;
 };
 
