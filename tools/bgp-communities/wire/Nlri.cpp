@@ -65,15 +65,17 @@ std::size_t octetsOfBits(unsigned int bits) {
 }
 
 /// Takes the label stack before a prefix: up to the bottom-of-stack bit (RFC 8277, section 2.3), or
-/// one field with any content if the route is withdrawn (section 2.4). Returns an empty span if the
-/// bottom is missing.
+/// one field with any content if the route is withdrawn (section 2.4). A zero label also ends the
+/// stack: FRR 8 reports VPN routes with one over BMP. Returns an empty span if the bottom is
+/// missing.
 Octets takeLabels(OctetReader& in, bool withdrawn) {
     OctetReader look = in;
     std::size_t size = 0;
     bool bottom = false;
     for (; !bottom && look.left() >= 3; size += 3) {
         Octets const label = look.octets(3);
-        bottom = withdrawn || (label[2] & 1) != 0;
+        bool const isZero = (label[0] | label[1] | label[2]) == 0;
+        bottom = withdrawn || isZero || (label[2] & 1) != 0;
     }
     return bottom ? in.octets(size) : Octets();
 }
