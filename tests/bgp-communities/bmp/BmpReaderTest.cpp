@@ -14,7 +14,7 @@ namespace {
 
 using namespace Test;
 
-/** Records the calls of a reader, one line each, except handleMessage(). */
+/// Records the calls of a reader, one line each, except handleMessage().
 class Trace final : public BmpHandler {
   public:
     void handleSystem(BmpSystem const& system) override {
@@ -106,7 +106,7 @@ TEST(BmpReaderTest, ReadsEveryTypeAndView) {
     EXPECT_EQ(whole.fault, "");
 }
 
-/** A session truncated at any octet yields its complete messages, and no fault. */
+/// A session truncated at any octet yields its complete messages, and no fault.
 TEST(BmpReaderTest, ReadsCompleteMessages) {
     std::string const octets = contentOf(sample("session.bmp"));
     for (std::size_t size = 0; size < octets.size(); ++size) {
@@ -117,7 +117,7 @@ TEST(BmpReaderTest, ReadsCompleteMessages) {
     }
 }
 
-/** A body truncated at any octet is reported, and the next message is read. */
+/// A body truncated at any octet is reported, and the next message is read.
 TEST(BmpReaderTest, ReportsTruncatedBodiesAndContinues) {
     struct Row {
         unsigned int type;

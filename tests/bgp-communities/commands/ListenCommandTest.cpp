@@ -22,7 +22,7 @@ namespace {
 
 using namespace Test;
 
-/** Calls `holds()` until it returns true, for at most a minute. */
+/// Calls `holds()` until it returns true, for at most a minute.
 template <class Holds>
 bool eventually(Holds const& holds) {
     for (int tries = 0; tries < 3000; ++tries) {
@@ -34,7 +34,7 @@ bool eventually(Holds const& holds) {
     return false;
 }
 
-/** A running program. The destructor kills it unless the test waited for its end. */
+/// A running program. The destructor kills it unless the test waited for its end.
 class Running {
   public:
     explicit Running(Arguments const& arguments) {
@@ -58,7 +58,7 @@ class Running {
     [[nodiscard]] std::string out() const { return contentOf(out_.path()); }
     [[nodiscard]] std::string err() const { return contentOf(err_.path()); }
 
-    /** Waits until standard error contains the text at least that many times. */
+    /// Waits until standard error contains the text at least that many times.
     [[nodiscard]] bool says(std::string const& text, int times = 1) const {
         return eventually([&] {
             std::string const all = err();
@@ -75,7 +75,7 @@ class Running {
     pid_t pid_ = -1;
 };
 
-/** A station on a free port of the loopback address. */
+/// A station on a free port of the loopback address.
 class Listening : public Running {
   public:
     explicit Listening(Arguments options)
@@ -83,7 +83,7 @@ class Listening : public Running {
         address = addressAfter("listening for BMP on ");
     }
 
-    /** Returns the address after `head` on standard error. */
+    /// Returns the address after `head` on standard error.
     [[nodiscard]] std::string addressAfter(std::string const& head) const {
         EXPECT_TRUE(says(head) && eventually([&] { return err().back() == '\n'; }));
         std::string const text = err();
@@ -91,7 +91,7 @@ class Listening : public Running {
         return text.substr(at, text.find('\n', at) - at);
     }
 
-    /** Connects as a router and sends the octets. */
+    /// Connects as a router and sends the octets.
     [[nodiscard]] FileDescriptor router(std::string const& octets) const {
         return connection(address, octets);
     }
@@ -116,7 +116,7 @@ class Listening : public Running {
 
 std::string const terminated = "session ended: terminated by the router";
 
-/** Returns the lines of routes, without the fields of the file or the session. */
+/// Returns the lines of routes, without the fields of the file or the session.
 Lines routesOf(std::string const& json) {
     Lines routes;
     for (std::string line : linesOf(json)) {
@@ -136,7 +136,7 @@ Lines routesOf(std::string const& json) {
     return routes;
 }
 
-/** The routes of a sent dump, as printed and as recorded, are those of the dump. */
+/// The routes of a sent dump, as printed and as recorded, are those of the dump.
 TEST(ListenCommandTest, PrintsAndRecordsRoutesAsRead) {
     StoreFolder const folder;
     for (char const* const name :
@@ -197,7 +197,7 @@ TEST(ListenCommandTest, PublishesTheListsOfRoutes) {
     EXPECT_TRUE(eventually([&] { return lists(store).contains("\tstandard\t0:7"); }));
 }
 
-/** Each bad session ends and its reason is reported; a good one continues. */
+/// Each bad session ends and its reason is reported; a good one continues.
 TEST(ListenCommandTest, EndsOnlyBadSessions) {
     struct Row {
         char const* name;
@@ -248,7 +248,7 @@ TEST(ListenCommandTest, EndsOnlyBadSessions) {
     }
 }
 
-/** Octets that arrived in time count, even if the station was too busy to read them. */
+/// Octets that arrived in time count, even if the station was too busy to read them.
 TEST(ListenCommandTest, ReadsBeforeItTimesOut) {
     Listening station({"--timeout", "3"});
     std::vector<FileDescriptor> routers(100); // more than are read at a time
@@ -267,7 +267,7 @@ TEST(ListenCommandTest, ReadsBeforeItTimesOut) {
     EXPECT_EQ(station.end(SIGTERM), 0);
 }
 
-/** Sessions of several workers start, and end in the middle of messages. */
+/// Sessions of several workers start, and end in the middle of messages.
 TEST(ListenCommandTest, KeepsNothingOfFlappingSessions) {
     StoreFolder const folder;
     Listening station(

@@ -8,8 +8,8 @@ std::string_view textOf(Octets octets) {
     return {reinterpret_cast<char const*>(octets.data()), octets.size()};
 }
 
-/** Returns sender and receiver of the messages of a view. The Loc-RIB has neither: returns two
-   different addresses. */
+/// Returns sender and receiver of the messages of a view. The Loc-RIB has neither: returns two
+/// different addresses.
 MessageEnds endsOf(BmpPeer const& peer, IpAddress const& local) {
     switch (peer.view) {
     case RibView::adjRibInPre:
@@ -24,7 +24,7 @@ MessageEnds endsOf(BmpPeer const& peer, IpAddress const& local) {
     return {IpAddress{}, ipAddress(std::array<std::uint8_t, 4>{})};
 }
 
-/** Parses all TLVs and passes them to `take(tlv)`. */
+/// Parses all TLVs and passes them to `take(tlv)`.
 template <class Take>
 std::string_view readTlvs(OctetReader& in, Take const& take) {
     for (BmpTlv tlv; readBmpTlv(in, tlv);) {
@@ -37,14 +37,14 @@ std::string_view readTlvs(OctetReader& in) {
     return readTlvs(in, [](BmpTlv const&) {});
 }
 
-/** Whether the peer is the router itself. GoBGP 3 reports its Loc-RIB, and FRR 8 its own routes as
-    those of peer 0.0.0.0, without a peer up message. */
+/// Whether the peer is the router itself. GoBGP 3 reports its Loc-RIB, and FRR 8 its own routes as
+/// those of peer 0.0.0.0, without a peer up message.
 bool isRouterItself(BmpPeer const& peer) {
     return peer.view == RibView::locRib || peer.id.address.octets == IpAddress{}.octets;
 }
 
-/** Checks the data after the reason of a peer down message (RFC 7854, section 4.9). Returns an
-   error message, empty on success. */
+/// Checks the data after the reason of a peer down message (RFC 7854, section 4.9). Returns an
+/// error message, empty on success.
 std::string_view peerDownFault(std::uint8_t reason, OctetReader in) {
     constexpr std::uint8_t routerNotified = 1, routerClosed = 2, peerNotified = 3;
     constexpr std::uint8_t notification = 3; // RFC 4271, section 4.1

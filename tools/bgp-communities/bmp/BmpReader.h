@@ -13,7 +13,7 @@
 
 namespace BgpCommunities {
 
-/** A BGP UPDATE in a route monitoring message. Not owned: valid until the handler returns. */
+/// A BGP UPDATE in a route monitoring message. Not owned: valid until the handler returns.
 struct BmpUpdate {
     UpdateContent const& content;
     AttributeOctets attributes;
@@ -21,52 +21,48 @@ struct BmpUpdate {
     PathIds pathIds;
 };
 
-/** A router's description of itself in an initiation message. Not owned; untrusted octets. */
+/// A router's description of itself in an initiation message. Not owned; untrusted octets.
 struct BmpSystem {
     std::string_view name;
     std::string_view description;
 };
 
-/**
- * Receives the messages of one BMP session from a BmpReader, in order, in the thread that reads.
- * Arguments are valid until the call returns. Exceptions propagate through the reader.
- */
+/// Receives the messages of one BMP session from a BmpReader, in order, in the thread that reads.
+/// Arguments are valid until the call returns. Exceptions propagate through the reader.
 class BmpHandler {
   public:
     virtual ~BmpHandler() = default;
 
-    /** Called first for every message, even a malformed one. */
+    /// Called first for every message, even a malformed one.
     virtual void handleMessage(BmpType /*type*/) {}
 
     virtual void handleSystem(BmpSystem const& /*system*/) {}
 
-    /** `reason` is empty if missing. */
+    /// `reason` is empty if missing.
     virtual void handleTermination(std::string_view /*reason*/) {}
 
     virtual void handlePeerUp(BmpPeer const& /*peer*/, BmpPeerUp const& /*up*/) {}
 
-    /** All routes of the peer are withdrawn, in every view. */
+    /// All routes of the peer are withdrawn, in every view.
     virtual void handlePeerDown(BmpPeer const& /*peer*/, std::string_view /*reason*/) {}
 
     virtual void handleUpdate(BmpPeer const& /*peer*/, BmpUpdate const& /*update*/) {}
 
-    /** Called for a message that is malformed or inconsistent with earlier ones. `reason` is one
-       line. */
+    /// Called for a message that is malformed or inconsistent with earlier ones. `reason` is one
+    /// line.
     virtual void handleProblem(std::string const& reason) = 0;
 };
 
-/**
- * Reads the messages of one BMP session (RFC 7854), with Adj-RIB-Out (RFC 8671) and Loc-RIB
- * (RFC 9069).
- *
- * Remembers the peers that are up, and from their OPENs which families carry path identifiers. A
- * malformed message is reported and skipped, as are routes of a peer that is not up (RFC 7854,
- * section 3.3), except those of the router itself, which are reported and read. The session
- * continues. The handler is not owned. Thread-compatible.
- */
+/// Reads the messages of one BMP session (RFC 7854), with Adj-RIB-Out (RFC 8671) and Loc-RIB
+/// (RFC 9069).
+///
+/// Remembers the peers that are up, and from their OPENs which families carry path identifiers. A
+/// malformed message is reported and skipped, as are routes of a peer that is not up (RFC 7854,
+/// section 3.3), except those of the router itself, which are reported and read. The session
+/// continues. The handler is not owned. Thread-compatible.
 class BmpReader {
   public:
-    /** Messages of more peers are skipped. */
+    /// Messages of more peers are skipped.
     static constexpr std::size_t maxPeers = 65536;
 
     explicit BmpReader(BmpHandler& handler)
@@ -74,11 +70,11 @@ class BmpReader {
 
     void read(BmpMessage const& message);
 
-    /** The peers that are up; the router itself may be one of them. */
+    /// The peers that are up; the router itself may be one of them.
     [[nodiscard]] std::size_t peers() const { return peers_.size(); }
 
   private:
-    /** A peer that is up, or the router itself. */
+    /// A peer that is up, or the router itself.
     struct PeerSession {
         AddPathDecider addPath{AddPath::automatic};
         IpAddress local;

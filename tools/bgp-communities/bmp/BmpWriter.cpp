@@ -18,7 +18,7 @@ void appendTlv(std::string& out, std::uint16_t type, std::string_view value) {
     out += value;
 }
 
-/** Appends 16 octets; an IPv4 address is in the last 4. */
+/// Appends 16 octets; an IPv4 address is in the last 4.
 void appendAddress(std::string& out, IpAddress const& address) {
     out.append(16U - address.size, '\0');
     appendOctets(out, Octets(address.octets).first(address.size));

@@ -15,16 +15,16 @@ namespace BgpCommunities {
 
 void appendBmpInitiation(std::string& out, std::string_view name, std::string_view description);
 
-/** Reason 0 is "administratively closed". */
+/// Reason 0 is "administratively closed".
 void appendBmpTermination(std::string& out, std::uint16_t reason);
 
-/** `opens` is the OPEN that the router sent, then the one it received, each with its header. */
+/// `opens` is the OPEN that the router sent, then the one it received, each with its header.
 void appendBmpPeerUp(std::string& out, BmpPeer const& peer, BmpPeerUp const& up,
                      std::string_view opens);
 
 void appendBmpPeerDown(std::string& out, BmpPeer const& peer, std::uint8_t reason);
 
-/** `update` is the body of an UPDATE. REQUIRES: it fits a BGP message (65,535 octets). */
+/// `update` is the body of an UPDATE. REQUIRES: it fits a BGP message (65,535 octets).
 void appendBmpRoutes(std::string& out, BmpPeer const& peer, Octets update);
 
 } // namespace BgpCommunities

@@ -17,7 +17,7 @@ namespace BgpCommunities {
 
 namespace {
 
-/** An address in the form of the socket API. */
+/// An address in the form of the socket API.
 struct SystemAddress {
     sockaddr_storage storage{};
     socklen_t size = sizeof storage;
@@ -72,7 +72,7 @@ FileDescriptor tcpSocket(SocketAddress const& address, int flags) {
     return FileDescriptor(::socket(family, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
 }
 
-void socketOptionIs(FileDescriptor const& socket, int level, int option, int value) {
+void setSocketOption(FileDescriptor const& socket, int level, int option, int value) {
     ::setsockopt(socket.get(), level, option, &value, sizeof value);
 }
 
@@ -110,7 +110,7 @@ void appendText(std::string& out, SocketAddress const& address) {
 
 FileDescriptor listenOn(SocketAddress const& address) {
     FileDescriptor socket = tcpSocket(address, SOCK_NONBLOCK);
-    socketOptionIs(socket, SOL_SOCKET, SO_REUSEADDR, 1);
+    setSocketOption(socket, SOL_SOCKET, SO_REUSEADDR, 1);
     SystemAddress to = systemAddress(address);
     if (!socket.isOpen() || ::bind(socket.get(), to.pointer(), to.size) != 0 ||
         ::listen(socket.get(), SOMAXCONN) != 0) {
@@ -125,7 +125,7 @@ FileDescriptor connectTo(SocketAddress const& address) {
     if (!socket.isOpen() || ::connect(socket.get(), to.pointer(), to.size) != 0) {
         fail("cannot connect to ", address);
     }
-    socketOptionIs(socket, IPPROTO_TCP, TCP_NODELAY, 1);
+    setSocketOption(socket, IPPROTO_TCP, TCP_NODELAY, 1);
     return socket;
 }
 
@@ -148,10 +148,10 @@ FileDescriptor acceptFrom(FileDescriptor const& listener, SocketAddress& peer) {
 }
 
 void detectDeadPeer(FileDescriptor const& socket) {
-    socketOptionIs(socket, SOL_SOCKET, SO_KEEPALIVE, 1);
-    socketOptionIs(socket, IPPROTO_TCP, TCP_KEEPIDLE, 60);
-    socketOptionIs(socket, IPPROTO_TCP, TCP_KEEPINTVL, 15);
-    socketOptionIs(socket, IPPROTO_TCP, TCP_KEEPCNT, 4);
+    setSocketOption(socket, SOL_SOCKET, SO_KEEPALIVE, 1);
+    setSocketOption(socket, IPPROTO_TCP, TCP_KEEPIDLE, 60);
+    setSocketOption(socket, IPPROTO_TCP, TCP_KEEPINTVL, 15);
+    setSocketOption(socket, IPPROTO_TCP, TCP_KEEPCNT, 4);
 }
 
 } // namespace BgpCommunities

@@ -9,7 +9,7 @@
 
 namespace BgpCommunities {
 
-/** Owns a file descriptor, or none; the destructor closes it. Thread-compatible. */
+/// Owns a file descriptor, or none; the destructor closes it. Thread-compatible.
 class FileDescriptor {
   public:
     explicit FileDescriptor(int fd = -1)
@@ -31,37 +31,35 @@ class FileDescriptor {
     int fd_;
 };
 
-/** An IP address and a TCP port; a plain value. */
+/// An IP address and a TCP port; a plain value.
 struct SocketAddress {
     IpAddress address;
     std::uint16_t port = 0;
 };
 
-/**
- * Parses "192.0.2.1:1790" or "[2001:db8::1]:1790"; the address of ":1790" and "1790" is 127.0.0.1.
- *
- * Returns an error message, empty on success.
- */
+/// Parses "192.0.2.1:1790" or "[2001:db8::1]:1790"; the address of ":1790" and "1790" is 127.0.0.1.
+///
+/// Returns an error message, empty on success.
 std::string_view readSocketAddress(std::string_view text, SocketAddress& address);
 
-/** Appends the format of readSocketAddress(). */
+/// Appends the format of readSocketAddress().
 void appendText(std::string& out, SocketAddress const& address);
 
 // Descriptors are created close-on-exec. The first three functions throw std::system_error.
 
-/** Returns a non-blocking socket that listens; port 0 selects any free port. */
+/// Returns a non-blocking socket that listens; port 0 selects any free port.
 FileDescriptor listenOn(SocketAddress const& address);
-/** Returns a connected, blocking socket. */
+/// Returns a connected, blocking socket.
 FileDescriptor connectTo(SocketAddress const& address);
-/** Returns the local address of a socket. */
+/// Returns the local address of a socket.
 SocketAddress localAddress(FileDescriptor const& socket);
 
-/** Accepts a pending connection as a non-blocking socket. Not open, with errno set, if no
-   connection is pending or accept() fails. `peer` is an IPv4 address for an IPv4 peer of an IPv6
-   socket. */
+/// Accepts a pending connection as a non-blocking socket. Not open, with errno set, if no
+/// connection is pending or accept() fails. `peer` is an IPv4 address for an IPv4 peer of an IPv6
+/// socket.
 FileDescriptor acceptFrom(FileDescriptor const& listener, SocketAddress& peer);
 
-/** Enables TCP keepalive: the connection fails two minutes after its peer becomes unreachable. */
+/// Enables TCP keepalive: the connection fails two minutes after its peer becomes unreachable.
 void detectDeadPeer(FileDescriptor const& socket);
 
 } // namespace BgpCommunities

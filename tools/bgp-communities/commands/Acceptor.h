@@ -9,28 +9,26 @@
 
 namespace BgpCommunities {
 
-/**
- * Listens on an address and accepts connections in an event loop.
- *
- * Pauses for a second when the system is out of descriptors or memory, because poll() would
- * otherwise return at once. Owns the listening socket. Thread-compatible.
- */
+/// Listens on an address and accepts connections in an event loop.
+///
+/// Pauses for a second when the system is out of descriptors or memory, because poll() would
+/// otherwise return at once. Owns the listening socket. Thread-compatible.
 class Acceptor {
   public:
-    /** Starts to listen. Throws std::system_error. */
+    /// Starts to listen. Throws std::system_error.
     explicit Acceptor(SocketAddress const& address)
       : socket_(listenOn(address)) {}
 
     [[nodiscard]] SocketAddress address() const { return localAddress(socket_); }
 
-    /** Appends the descriptor to poll, or includes the end of the pause. */
+    /// Appends the descriptor to poll, or includes the end of the pause.
     void appendPolled(std::vector<pollfd>& polled, Deadline& deadline) const;
 
-    /** Accepts a pending connection, see acceptFrom(). Not open if none is pending, during a pause,
-        and after close(). */
+    /// Accepts a pending connection, see acceptFrom(). Not open if none is pending, during a pause,
+    /// and after close().
     FileDescriptor accept(SocketAddress& peer);
 
-    /** Stops listening. */
+    /// Stops listening.
     void close() { socket_.close(); }
 
   private:

@@ -7,12 +7,12 @@
 
 namespace BgpCommunities {
 
-/** The earliest of several points in time, if there are any; a plain value. */
+/// The earliest of several points in time, if there are any; a plain value.
 class Deadline {
   public:
     using Clock = std::chrono::steady_clock;
 
-    /** Makes the deadline no later than `time`. */
+    /// Makes the deadline no later than `time`.
     void include(Clock::time_point time) { time_ = time_ ? std::min(*time_, time) : time; }
     void include(Deadline const& other) {
         if (other.time_) {
@@ -23,8 +23,8 @@ class Deadline {
     [[nodiscard]] bool isSet() const { return time_.has_value(); }
     [[nodiscard]] bool hasPassed(Clock::time_point now) const { return time_ && now >= *time_; }
 
-    /** The time left in milliseconds, rounded up, as poll() and epoll_wait() take it; -1, which is
-        no limit, without a deadline. */
+    /// The time left in milliseconds, rounded up, as poll() and epoll_wait() take it; -1, which is
+    /// no limit, without a deadline.
     [[nodiscard]] int timeout() const {
         using std::chrono::milliseconds;
         if (!time_) {

@@ -110,7 +110,7 @@ examples:
   bgp-communities listen --bmp :1790 --threads 2 --store shm:/lists --every 5
 )";
 
-/** Returns the value of an option, from 1 to `most`, or `otherwise` if it is missing. */
+/// Returns the value of an option, from 1 to `most`, or `otherwise` if it is missing.
 template <class Number>
 Number numberOf(Arguments const& arguments, std::string_view option, Number otherwise,
                 std::uint64_t most) {
@@ -155,7 +155,7 @@ StationOptions optionsOf(Arguments const& arguments) {
     return options;
 }
 
-/** Raises the limit of descriptors: each session needs one. */
+/// Raises the limit of descriptors: each session needs one.
 void allowManyDescriptors() {
     rlimit limit{};
     if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {

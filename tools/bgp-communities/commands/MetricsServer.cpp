@@ -16,7 +16,7 @@ constexpr std::size_t maxClients = 16;
 constexpr std::size_t maxRequestOctets = 8192;
 constexpr std::chrono::seconds clientTimeout{5};
 
-/** Returns the response to a complete request. */
+/// Returns the response to a complete request.
 std::string response(std::string_view request, std::function<std::string()> const& text) {
     std::string_view const target = request.substr(0, request.find(" HTTP/"));
     bool const isKnown = target == "GET /metrics" || target == "GET /";

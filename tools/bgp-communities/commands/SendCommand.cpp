@@ -71,7 +71,7 @@ examples:
   bgp-communities send --bmp 192.0.2.1:1790 --rate 1000 --hold updates.20240101.0000.gz
 )";
 
-/** Peers by address and AS. */
+/// Peers by address and AS.
 struct PeerOrder {
     bool operator()(Peer const& a, Peer const& b) const {
         return std::tie(a.address, a.as) < std::tie(b.address, b.as);
@@ -80,7 +80,7 @@ struct PeerOrder {
 
 using Offers = std::map<Peer, std::vector<FamilyOffer>, PeerOrder>;
 
-/** Collects the families of each peer, and whether their routes have path identifiers. */
+/// Collects the families of each peer, and whether their routes have path identifiers.
 class OfferScan final : public DumpHandler {
   public:
     OfferScan()
@@ -117,8 +117,8 @@ class OfferScan final : public DumpHandler {
     Offers offers_;
 };
 
-/** A connection to a station with a send buffer. Functions throw std::runtime_error if the station
-    has closed it. */
+/// A connection to a station with a send buffer. Functions throw std::runtime_error if the station
+/// has closed it.
 class StationConnection {
   public:
     explicit StationConnection(SocketAddress const& address)
@@ -148,7 +148,7 @@ class StationConnection {
         }
     }
 
-    /** Blocks until the station closes the connection. */
+    /// Blocks until the station closes the connection.
     void waitForEnd() {
         std::array<char, 512> ignored{};
         ssize_t got = 0;
@@ -166,10 +166,10 @@ class StationConnection {
     std::uint64_t octets_ = 0;
 };
 
-/** Limits the rate of steps. */
+/// Limits the rate of steps.
 class Pace {
   public:
-    /** `rate` is in steps per second; no limit if missing. */
+    /// `rate` is in steps per second; no limit if missing.
     explicit Pace(std::optional<std::uint64_t> rate)
       : interval_(rate ? 1'000'000'000 / std::max<std::uint64_t>(*rate, 1) : 0) {}
 
@@ -194,7 +194,7 @@ struct SendCounts {
     std::uint64_t notSent = 0;
 };
 
-/** Sends the content of dumps. Offers and connection are not owned. */
+/// Sends the content of dumps. Offers and connection are not owned.
 class Sender final : public DumpHandler {
   public:
     Sender(Offers const& offers, StationConnection& station, Pace pace, bool verbose)
@@ -249,7 +249,7 @@ class Sender final : public DumpHandler {
         }
     }
 
-    /** Ends the current table dump: sends End-of-RIB for all families of its peers. */
+    /// Ends the current table dump: sends End-of-RIB for all families of its peers.
     void endTable() {
         for (auto const& [of, peer] : std::exchange(table_, {})) {
             for (FamilyOffer const& offer : offers_.at(of)) {
@@ -280,14 +280,14 @@ class Sender final : public DumpHandler {
         });
     }
 
-    /** Whether all routes have path identifiers, or none, as the peer's OPEN advertises. */
+    /// Whether all routes have path identifiers, or none, as the peer's OPEN advertises.
     [[nodiscard]] bool matchesOffer(Peer const& peer, std::span<Route const> routes) const {
         return std::all_of(routes.begin(), routes.end(), [&](Route const& route) {
             return !route.isPrefix || route.hasPathId == offered(peer, route.family);
         });
     }
 
-    /** Sends a peer up message unless the peer is up. */
+    /// Sends a peer up message unless the peer is up.
     void sendPeerUp(BmpPeer const& peer) {
         Peer const of = peer.peer();
         if (!up_.insert(of).second) {

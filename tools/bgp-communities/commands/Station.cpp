@@ -26,7 +26,7 @@ constexpr std::string_view messageTypeNames[bmpTypes + 1] = {
     "routeMonitoring", "statistics",  "peerDown",       "peerUp",
     "initiation",      "termination", "routeMirroring", "unknown"};
 
-/** A number that is summed over all workers. */
+/// A number that is summed over all workers.
 struct Metric {
     std::string_view name;
     std::string_view help;
@@ -47,7 +47,7 @@ constexpr Metric workerMetrics[] = {
     {"routes", "Routes held.", &StationCounts::routes, true},
 };
 
-/** Builds the text of metrics, with a common prefix of their names. */
+/// Builds the text of metrics, with a common prefix of their names.
 class MetricsText {
   public:
     void begin(std::string_view name, std::string_view type, std::string_view help) {
@@ -141,13 +141,13 @@ ExitStatus Station::run() {
     return finish();
 }
 
-/** Interrupts wait(). Called by any thread. */
+/// Interrupts wait(). Called by any thread.
 void Station::wake() {
     std::uint64_t const one = 1;
     [[maybe_unused]] auto const written = ::write(wake_.get(), &one, sizeof one);
 }
 
-/** Waits for an event or a deadline. */
+/// Waits for an event or a deadline.
 void Station::wait() {
     Deadline deadline;
     std::vector<pollfd> polled = {{signals_.get(), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
@@ -178,7 +178,7 @@ void Station::reloadDictionary() {
     try {
         auto const dictionary = std::make_shared<Dictionary const>(options_.readDictionary());
         for (auto const& worker : workers_) {
-            worker->dictionaryIs(dictionary);
+            worker->setDictionary(dictionary);
         }
     } catch (InputError const& error) {
         complain(std::string(error.what()) + ": the dictionary is unchanged");
@@ -226,7 +226,7 @@ void Station::acceptSessions() {
     }
 }
 
-/** Returns all metrics in the text format of Prometheus. */
+/// Returns all metrics in the text format of Prometheus.
 std::string Station::metricsText() const {
     MetricsText text;
     std::array<std::uint64_t, bmpTypes + 1> messages{};

@@ -20,7 +20,7 @@
 
 namespace BgpCommunities {
 
-/** The configuration of a station; a plain value. */
+/// The configuration of a station; a plain value.
 struct StationOptions {
     SocketAddress address;
     std::size_t threads = 1;
@@ -36,28 +36,26 @@ struct StationOptions {
     std::function<Dictionary()> readDictionary;
 };
 
-/**
- * A BMP station: accepts sessions, assigns each to a worker, serves metrics and takes signals.
- *
- * Owns the intern tables, the listener, the workers and the publisher. REQUIRES: the process is in
- * thread-safe mode, and SIGTERM, SIGINT and SIGHUP are blocked in all threads; run() receives them.
- * Used by one thread.
- */
+/// A BMP station: accepts sessions, assigns each to a worker, serves metrics and takes signals.
+///
+/// Owns the intern tables, the listener, the workers and the publisher. REQUIRES: the process is in
+/// thread-safe mode, and SIGTERM, SIGINT and SIGHUP are blocked in all threads; run() receives
+/// them. Used by one thread.
 class Station {
   public:
-    /** Starts to listen. Throws std::system_error. */
+    /// Starts to listen. Throws std::system_error.
     Station(StationOptions const& options, Output& output);
     ~Station();
     Station(Station const&) = delete;
     Station& operator=(Station const&) = delete;
 
-    /** The address and port on which it listens. */
+    /// The address and port on which it listens.
     [[nodiscard]] SocketAddress address() const { return acceptor_.address(); }
 
-    /** The address at which it serves metrics. REQUIRES: the options have one. */
+    /// The address at which it serves metrics. REQUIRES: the options have one.
     [[nodiscard]] SocketAddress metricsAddress() const { return metrics_->address(); }
 
-    /** Runs until SIGTERM or SIGINT, then publishes once more. Rethrows what ended a worker. */
+    /// Runs until SIGTERM or SIGINT, then publishes once more. Rethrows what ended a worker.
     ExitStatus run();
 
   private:

@@ -8,7 +8,7 @@
 
 namespace BgpCommunities {
 
-/** A number that one thread may change and any thread may read. */
+/// A number that one thread may change and any thread may read.
 class WorkerNumber {
   public:
     void add(std::uint64_t more) { set(get() + more); }
@@ -22,8 +22,8 @@ class WorkerNumber {
     std::atomic<std::uint64_t> number_{0};
 };
 
-/** Counters and gauges of one worker of a station. Changed by the worker, read by any thread; the
-    numbers are not read as one consistent set. */
+/// Counters and gauges of one worker of a station. Changed by the worker, read by any thread; the
+/// numbers are not read as one consistent set.
 struct alignas(64) StationCounts {
     static constexpr std::size_t unknownType = bmpTypes;
 

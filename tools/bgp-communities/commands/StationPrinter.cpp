@@ -11,10 +11,10 @@ StationPrinter::StationPrinter(Agent& agent, Output& output)
   : agent_(agent)
   , output_(output)
   , writer_(RouteFormat::json, output) {
-    dictionaryIs(std::make_shared<Dictionary>());
+    setDictionary(std::make_shared<Dictionary>());
 }
 
-void StationPrinter::dictionaryIs(std::shared_ptr<Dictionary const> dictionary) {
+void StationPrinter::setDictionary(std::shared_ptr<Dictionary const> dictionary) {
     caches_.clear();
     dictionary_ = std::move(dictionary);
     for (auto& decoder : attributeDecoders(agent_, dictionary_.get())) {
@@ -23,7 +23,7 @@ void StationPrinter::dictionaryIs(std::shared_ptr<Dictionary const> dictionary) 
     }
 }
 
-void StationPrinter::routerIs(std::string_view address, std::string_view name) {
+void StationPrinter::setRouter(std::string_view address, std::string_view name) {
     router_.clear();
     JsonWriter json(router_);
     json.key("router").string(address);
@@ -33,7 +33,7 @@ void StationPrinter::routerIs(std::string_view address, std::string_view name) {
     writer_.setSource(router_);
 }
 
-void StationPrinter::peerIs(BmpPeer const& peer) {
+void StationPrinter::setPeer(BmpPeer const& peer) {
     peerFields_.clear();
     JsonWriter json(peerFields_);
     json.key("view").string(nameOf(peer.view));
@@ -59,7 +59,7 @@ void StationPrinter::printAnnounced(RecordPosition const& at, BmpPeer const& pee
             lists[kind] = &caches_[kind].find(attribute.value);
         }
     }
-    peerIs(peer);
+    setPeer(peer);
     Peer const shown = peer.peer();
     for (Route const& route : update.content.announced()) {
         RouteLine line = {
@@ -71,7 +71,7 @@ void StationPrinter::printAnnounced(RecordPosition const& at, BmpPeer const& pee
 
 void StationPrinter::printWithdrawn(RecordPosition const& at, BmpPeer const& peer,
                                     std::vector<Route> const& routes) {
-    peerIs(peer);
+    setPeer(peer);
     Peer const shown = peer.peer();
     RouteAttributes const attributes;
     RouteTexts const lists{};
@@ -100,7 +100,7 @@ JsonWriter StationPrinter::beginPeerEvent(RecordPosition const& at, BmpPeer cons
     appendText(text_, shown.address);
     json.key("peer").beginObject().key("address").string(text_);
     json.key("as").number(shown.as).endObject();
-    peerIs(peer);
+    setPeer(peer);
     json.raw(peerFields_);
     return json;
 }

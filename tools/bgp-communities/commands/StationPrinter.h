@@ -12,21 +12,19 @@
 
 namespace BgpCommunities {
 
-/**
- * Prints routes as JSON, in the format of `read --json`, and a line for each event of a router,
- * peer or family.
- *
- * Owns its cache of list texts; agent and output are not owned. Used by one worker.
- */
+/// Prints routes as JSON, in the format of `read --json`, and a line for each event of a router,
+/// peer or family.
+///
+/// Owns its cache of list texts; agent and output are not owned. Used by one worker.
 class StationPrinter {
   public:
     StationPrinter(Agent& agent, Output& output);
 
-    /** Replaces the dictionary. */
-    void dictionaryIs(std::shared_ptr<Dictionary const> dictionary);
+    /// Replaces the dictionary.
+    void setDictionary(std::shared_ptr<Dictionary const> dictionary);
 
-    /** Sets the router of the next lines. `name` may be empty. */
-    void routerIs(std::string_view address, std::string_view name);
+    /// Sets the router of the next lines. `name` may be empty.
+    void setRouter(std::string_view address, std::string_view name);
 
     void printAnnounced(RecordPosition const& at, BmpPeer const& peer, BmpUpdate const& update);
     void printWithdrawn(RecordPosition const& at, BmpPeer const& peer,
@@ -42,7 +40,7 @@ class StationPrinter {
     JsonWriter beginEvent(RecordPosition const& at, Microseconds time, std::string_view type);
     JsonWriter beginPeerEvent(RecordPosition const& at, BmpPeer const& peer, std::string_view type);
     void endEvent(JsonWriter& json);
-    void peerIs(BmpPeer const& peer);
+    void setPeer(BmpPeer const& peer);
 
     Agent& agent_;
     Output& output_;

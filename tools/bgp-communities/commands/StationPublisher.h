@@ -16,36 +16,34 @@
 
 namespace BgpCommunities {
 
-/** The workers of a station. */
+/// The workers of a station.
 using StationWorkers = std::vector<std::unique_ptr<StationWorker>>;
 
-/** The sum of one number over all workers. */
+/// The sum of one number over all workers.
 std::uint64_t sum(StationWorkers const& workers, WorkerNumber StationCounts::*number);
 
-/**
- * Publishes the store of a station once in every interval in which the routes have changed.
- *
- * Owns a thread, in which stores are built and written: a large store does not delay the station.
- * An existing store is not touched before the first change. Agent and workers are not owned and
- * must outlive the publisher. Thread-safe.
- */
+/// Publishes the store of a station once in every interval in which the routes have changed.
+///
+/// Owns a thread, in which stores are built and written: a large store does not delay the station.
+/// An existing store is not touched before the first change. Agent and workers are not owned and
+/// must outlive the publisher. Thread-safe.
 class StationPublisher {
   public:
-    /** `wake` is called by the thread after each publication and at its end. */
+    /// `wake` is called by the thread after each publication and at its end.
     StationPublisher(std::string store, std::chrono::seconds interval, Agent& agent,
                      StationWorkers const& workers, std::function<void()> wake);
-    /** Waits for a publication in progress. */
+    /// Waits for a publication in progress.
     ~StationPublisher();
     StationPublisher(StationPublisher const&) = delete;
     StationPublisher& operator=(StationPublisher const&) = delete;
 
-    /** Starts the last publication, if anything has changed, and returns; see isFinished(). */
+    /// Starts the last publication, if anything has changed, and returns; see isFinished().
     void finish();
 
-    /** Whether the last publication is over. */
+    /// Whether the last publication is over.
     [[nodiscard]] bool isFinished() const { return finished_.load(); }
 
-    /** Whether the most recent publication failed; the reason is on standard error. */
+    /// Whether the most recent publication failed; the reason is on standard error.
     [[nodiscard]] bool failed() const { return failed_.load(); }
 
     [[nodiscard]] std::uint64_t publications() const { return publications_.load(); }
@@ -57,7 +55,7 @@ class StationPublisher {
     void run();
     [[nodiscard]] Next waitForInterval();
     void publishIfChanged();
-    /** Reports a failure; returns false then. */
+    /// Reports a failure; returns false then.
     bool publish();
     [[nodiscard]] StationUses countUses() const;
     void end(Next next);

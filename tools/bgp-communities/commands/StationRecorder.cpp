@@ -28,7 +28,7 @@ std::string nowText() {
     return text;
 }
 
-/** Returns the message with its header. */
+/// Returns the message with its header.
 std::string wholeOf(BgpMessage const& message) {
     std::string whole;
     appendBgpHeader(whole, message.type, message.body.size());
@@ -72,8 +72,8 @@ void StationRecorder::fail(std::string const& what) {
     }
 }
 
-/** Returns the size of the first whole records that fit in `most` octets; at least that of the
-   first record. */
+/// Returns the size of the first whole records that fit in `most` octets; at least that of the
+/// first record.
 std::size_t StationRecorder::fitting(std::string_view records, std::uint64_t most) {
     std::size_t fitting = 0;
     while (fitting < records.size()) {

@@ -15,26 +15,24 @@
 
 namespace BgpCommunities {
 
-/** The file of a recording, and its limits; a plain value. */
+/// The file of a recording, and its limits; a plain value.
 struct RecordOptions {
     std::string path;                                             // empty: nothing is recorded
     std::uint64_t octets = ~std::uint64_t{0};                     // at most, of each file
     std::chrono::seconds age = std::chrono::hours(24 * 365 * 10); // at most, of each file
 };
 
-/**
- * Writes the recording of a station. A full or already existing file is renamed to PATH.TIME, the
- * time at which it was created or found, and a new one is started.
- *
- * Owns the file. Thread-safe. Records that cannot be written are lost, which is reported on
- * standard error once per file.
- */
+/// Writes the recording of a station. A full or already existing file is renamed to PATH.TIME, the
+/// time at which it was created or found, and a new one is started.
+///
+/// Owns the file. Thread-safe. Records that cannot be written are lost, which is reported on
+/// standard error once per file.
 class StationRecorder {
   public:
-    /** Creates the first file. Throws std::system_error. */
+    /// Creates the first file. Throws std::system_error.
     explicit StationRecorder(RecordOptions options);
 
-    /** Appends whole records. */
+    /// Appends whole records.
     void add(std::string_view records);
 
   private:
@@ -55,21 +53,19 @@ class StationRecorder {
     bool failed_ = false;
 };
 
-/**
- * Converts the messages of one BMP session to MRT records (BGP4MP_ET).
- *
- * One file holds all routers and views, so it identifies a peer by address and AS only. Messages of
- * the Adj-RIB-Out are recorded as sent to the peer. Used by one thread.
- */
+/// Converts the messages of one BMP session to MRT records (BGP4MP_ET).
+///
+/// One file holds all routers and views, so it identifies a peer by address and AS only. Messages
+/// of the Adj-RIB-Out are recorded as sent to the peer. Used by one thread.
 class SessionRecord {
   public:
     void peerUp(BmpPeer const& peer, BmpPeerUp const& up, Microseconds time);
     void update(BmpPeer const& peer, BmpUpdate const& update, Microseconds time);
     void peerDown(BmpPeer const& peer, Microseconds time);
-    /** Records that all peers are down. */
+    /// Records that all peers are down.
     void end(Microseconds time);
 
-    /** Returns and removes the records. */
+    /// Returns and removes the records.
     std::string take() { return std::exchange(records_, {}); }
 
   private:

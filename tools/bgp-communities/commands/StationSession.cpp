@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint64_t reportedProblems = 3;
 
-/** The message that the thread is reading. */
+/// The message that the thread is reading.
 struct Cause {
     std::string const* router = nullptr;
     Microseconds time = 0;
@@ -20,7 +20,7 @@ struct Cause {
 
 thread_local Cause cause;
 
-/** The arguments of treatsAsWithdrawn(). */
+/// The arguments of treatsAsWithdrawn().
 struct Carrier {
     bool brokenAttributes;
     std::span<CommunityAttribute const> communities;
@@ -68,7 +68,7 @@ void StationSession::reportEnd() {
         report(std::to_string(problems_ - reportedProblems) + " more problems");
     }
     if (context_.printer != nullptr) {
-        context_.printer->routerIs(address_, name_);
+        context_.printer->setRouter(address_, name_);
         context_.printer->printRouterDown(at_, now(), endReason_);
     }
     record_.end(now());
@@ -84,12 +84,12 @@ void StationSession::appendCause(std::string& out) {
 bool StationSession::add(Octets octets) {
     context_.counts.octets.add(octets.size());
     if (context_.printer != nullptr) {
-        context_.printer->routerIs(address_, name_);
+        context_.printer->setRouter(address_, name_);
     }
     bool const continues = stream_.pendingOctets() != 0;
     std::uint64_t const before = at_.number;
     if (!stream_.add(octets, [this](BmpMessage const& message) { read(message); })) {
-        endReasonIs(stream_.fault());
+        setEndReason(stream_.fault());
     }
     if (!continues || at_.number != before) {
         waitingSince_ = Clock::now();
@@ -116,7 +116,7 @@ Deadline StationSession::deadline() const {
     return deadline;
 }
 
-void StationSession::endReasonIs(std::string_view reason) {
+void StationSession::setEndReason(std::string_view reason) {
     if (endReason_.empty()) {
         endReason_ = reason;
     }
@@ -135,17 +135,17 @@ void StationSession::handleSystem(BmpSystem const& system) {
         report(system.description.substr(0, longestText));
     }
     if (context_.printer != nullptr) {
-        context_.printer->routerIs(address_, name_);
+        context_.printer->setRouter(address_, name_);
         context_.printer->printRouterUp(at_, now(), system.description);
     }
 }
 
 void StationSession::handleTermination(std::string_view reason) {
-    endReasonIs("terminated by the router" + (reason.empty() ? "" : ": " + std::string(reason)));
+    setEndReason("terminated by the router" + (reason.empty() ? "" : ": " + std::string(reason)));
 }
 
 void StationSession::handlePeerUp(BmpPeer const& peer, BmpPeerUp const& up) {
-    messageTimeIs(peer);
+    setMessageTime(peer);
     if (context_.recorder != nullptr) {
         record_.peerUp(peer, up, at_.time());
     }
@@ -157,7 +157,7 @@ void StationSession::handlePeerUp(BmpPeer const& peer, BmpPeerUp const& up) {
 }
 
 void StationSession::handlePeerDown(BmpPeer const& peer, std::string_view reason) {
-    messageTimeIs(peer);
+    setMessageTime(peer);
     record_.peerDown(peer, at_.time());
     std::size_t const dropped = routes_.dropPeer(peer.id);
     context_.counts.changes.add(dropped != 0 ? 1 : 0);
@@ -167,7 +167,7 @@ void StationSession::handlePeerDown(BmpPeer const& peer, std::string_view reason
 }
 
 void StationSession::handleUpdate(BmpPeer const& peer, BmpUpdate const& update) {
-    messageTimeIs(peer);
+    setMessageTime(peer);
     if (context_.recorder != nullptr) {
         record_.update(peer, update, at_.time());
     }
@@ -182,11 +182,11 @@ void StationSession::handleUpdate(BmpPeer const& peer, BmpUpdate const& update) 
         }
     }
     if (routes_.routes() > limits_.routes) {
-        endReasonIs("more than " + std::to_string(limits_.routes) + " routes");
+        setEndReason("more than " + std::to_string(limits_.routes) + " routes");
     }
 }
 
-/** Announces the routes, or withdraws them if an attribute is malformed (RFC 7606). */
+/// Announces the routes, or withdraws them if an attribute is malformed (RFC 7606).
 void StationSession::announce(BmpPeer const& peer, BmpUpdate const& update) {
     auto const& routes = update.content.announced();
     AttributeArea const& area = update.content.attributes();
@@ -226,7 +226,7 @@ void StationSession::handleProblem(std::string const& reason) {
     }
 }
 
-void StationSession::messageTimeIs(BmpPeer const& peer) {
+void StationSession::setMessageTime(BmpPeer const& peer) {
     Microseconds time = Microseconds{peer.seconds} * 1000000 + peer.microseconds;
     time = time == 0 ? now() : time;
     at_.seconds = static_cast<std::uint32_t>(time / 1000000);

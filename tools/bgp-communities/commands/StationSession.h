@@ -20,7 +20,7 @@
 
 namespace BgpCommunities {
 
-/** The limits of one session; a plain value. */
+/// The limits of one session; a plain value.
 struct SessionLimits {
     std::size_t messageOctets = 256 * 1024;
     std::size_t routes = 20'000'000;
@@ -28,7 +28,7 @@ struct SessionLimits {
     bool verbose = false;             // report all problems, not only the first few
 };
 
-/** What the sessions of one worker share. Not owned. */
+/// What the sessions of one worker share. Not owned.
 struct SessionContext {
     Agent const& agent;
     StationCounts& counts;
@@ -36,13 +36,11 @@ struct SessionContext {
     StationRecorder* recorder; // null if nothing is recorded
 };
 
-/**
- * One BMP session of a router: parses its octets, holds its routes, prints and records them, and
- * reports its events on standard error.
- *
- * Owns the routes, which are withdrawn by the destructor. Used by one worker only. Functions that
- * print throw what Output throws.
- */
+/// One BMP session of a router: parses its octets, holds its routes, prints and records them, and
+/// reports its events on standard error.
+///
+/// Owns the routes, which are withdrawn by the destructor. Used by one worker only. Functions that
+/// print throw what Output throws.
 class StationSession final : private BmpHandler {
   public:
     using Clock = Deadline::Clock;
@@ -53,27 +51,27 @@ class StationSession final : private BmpHandler {
     StationSession(StationSession const&) = delete;
     StationSession& operator=(StationSession const&) = delete;
 
-    /** Reads received octets. Returns false if the session must end. */
+    /// Reads received octets. Returns false if the session must end.
     bool add(Octets octets);
 
-    /** When the session must end unless more octets arrive. None while the router is between two
-        messages. */
+    /// When the session must end unless more octets arrive. None while the router is between two
+    /// messages.
     [[nodiscard]] Deadline deadline() const;
 
-    /** Sets the reason why the session ends, unless it has one. */
-    void endReasonIs(std::string_view reason);
+    /// Sets the reason why the session ends, unless it has one.
+    void setEndReason(std::string_view reason);
 
-    /** Reports and records that the session ends. Call once, before the destructor. */
+    /// Reports and records that the session ends. Call once, before the destructor.
     void reportEnd();
 
     [[nodiscard]] RouterRoutes const& routes() const { return routes_; }
 
-    /** The router's name, or its address and port if it has not sent one. */
+    /// The router's name, or its address and port if it has not sent one.
     [[nodiscard]] std::string const& label() const { return name_.empty() ? address_ : name_; }
 
-    /** Appends the cause of the current change of route targets: the router and the time of the
-        message that the calling thread is reading; "publication" and the time in a thread that
-        releases the lists of a published store. */
+    /// Appends the cause of the current change of route targets: the router and the time of the
+    /// message that the calling thread is reading; "publication" and the time in a thread that
+    /// releases the lists of a published store.
     static void appendCause(std::string& out);
 
   private:
@@ -88,7 +86,7 @@ class StationSession final : private BmpHandler {
     void read(BmpMessage const& message);
     void announce(BmpPeer const& peer, BmpUpdate const& update);
     void withdraw(BmpPeer const& peer, std::vector<Route> const& routes);
-    void messageTimeIs(BmpPeer const& peer);
+    void setMessageTime(BmpPeer const& peer);
     void updateGauges();
     void saveRecord();
     void report(std::string_view event) const;

@@ -11,8 +11,8 @@ namespace BgpCommunities {
 
 namespace {
 
-/** Returns "ROUTER/192.0.2.1 AS64496/adjRibInPre", with the instance after the peer if it has
-    one. */
+/// Returns "ROUTER/192.0.2.1 AS64496/adjRibInPre", with the instance after the peer if it has
+/// one.
 std::string viewName(std::string const& router, RouterRoutes::Key const& key, Peer const& peer) {
     std::string name = router + "/";
     appendText(name, peer);

@@ -15,12 +15,10 @@
 
 namespace BgpCommunities {
 
-/**
- * Counts the routes of a station that carry each list: in total, and by router, peer and view.
- *
- * Holds a reference to each list; the agent is not owned. Thread-compatible: each worker counts its
- * own sessions.
- */
+/// Counts the routes of a station that carry each list: in total, and by router, peer and view.
+///
+/// Holds a reference to each list; the agent is not owned. Thread-compatible: each worker counts
+/// its own sessions.
 class StationUses {
   public:
     explicit StationUses(Agent& agent)
@@ -30,8 +28,8 @@ class StationUses {
     void add(std::string const& router, RouterRoutes const& routes);
     void add(StationUses const& other);
 
-    /** Publishes the counts, and numbers by name, as `store`. Returns the generation. Throws
-        StoreException. */
+    /// Publishes the counts, and numbers by name, as `store`. Returns the generation. Throws
+    /// StoreException.
     std::uint64_t
     publish(std::string const& store,
             std::vector<std::pair<std::string_view, std::uint64_t>> const& numbers) const;

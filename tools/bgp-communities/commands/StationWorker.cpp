@@ -70,10 +70,10 @@ void StationWorker::add(FileDescriptor connection, SocketAddress const& router) 
     post([this, shared, router] { adopt(std::move(*shared), router); });
 }
 
-void StationWorker::dictionaryIs(std::shared_ptr<Dictionary const> const& dictionary) {
+void StationWorker::setDictionary(std::shared_ptr<Dictionary const> const& dictionary) {
     post([this, dictionary] {
         if (printer_) {
-            printer_->dictionaryIs(dictionary);
+            printer_->setDictionary(dictionary);
         }
     });
 }
@@ -188,7 +188,7 @@ bool StationWorker::receive(Connection& connection) {
 }
 
 void StationWorker::end(Connection& connection, std::string_view reason) {
-    connection.session.endReasonIs(reason);
+    connection.session.setEndReason(reason);
     connection.session.reportEnd();
     connections_.erase(&connection);
     --sessions_;
@@ -213,8 +213,8 @@ void StationWorker::endOverdue() {
     }
 }
 
-/** Octets that arrived while this thread was busy or suspended count: epoll_wait() returns only
-   some of many ready connections. */
+/// Octets that arrived while this thread was busy or suspended count: epoll_wait() returns only
+/// some of many ready connections.
 void StationWorker::endIfStillOverdue(Connection& connection) {
     if (receive(connection) && connection.session.deadline().hasPassed(Deadline::Clock::now())) {
         end(connection, "timed out: no whole message has arrived");

@@ -22,15 +22,13 @@
 
 namespace BgpCommunities {
 
-/**
- * A thread that reads BMP sessions. One worker reads a session from its first octet to its last.
- *
- * Owns the thread and its sessions, with their connections and routes. Public functions are
- * thread-safe.
- */
+/// A thread that reads BMP sessions. One worker reads a session from its first octet to its last.
+///
+/// Owns the thread and its sessions, with their connections and routes. Public functions are
+/// thread-safe.
 class StationWorker {
   public:
-    /** What all workers share. Not owned. */
+    /// What all workers share. Not owned.
     struct Context {
         Agent& agent;
         TargetLog* targets;        // null if route targets are not printed
@@ -39,27 +37,27 @@ class StationWorker {
         bool printsRoutes;
     };
 
-    /** `wake` is called by the thread if it fails. */
+    /// `wake` is called by the thread if it fails.
     StationWorker(Context const& context, std::function<void()> wake);
-    /** Ends all sessions and the thread. */
+    /// Ends all sessions and the thread.
     ~StationWorker();
     StationWorker(StationWorker const&) = delete;
     StationWorker& operator=(StationWorker const&) = delete;
 
-    /** Takes over a connection from a router. */
+    /// Takes over a connection from a router.
     void add(FileDescriptor connection, SocketAddress const& router);
 
-    /** The number of sessions that were added and have not ended. */
+    /// The number of sessions that were added and have not ended.
     [[nodiscard]] std::size_t sessions() const { return sessions_.load(); }
 
-    /** Replaces the dictionary. */
-    void dictionaryIs(std::shared_ptr<Dictionary const> const& dictionary);
+    /// Replaces the dictionary.
+    void setDictionary(std::shared_ptr<Dictionary const> const& dictionary);
 
-    /** Counts the lists of all routes, in the thread. The future holds a std::future_error if the
-        thread ends first. */
+    /// Counts the lists of all routes, in the thread. The future holds a std::future_error if the
+    /// thread ends first.
     [[nodiscard]] std::future<StationUses> countUses();
 
-    /** Rethrows the exception that ended the thread, if any. */
+    /// Rethrows the exception that ended the thread, if any.
     void rethrowFailure();
 
     [[nodiscard]] StationCounts const& counts() const { return counts_; }
@@ -78,7 +76,7 @@ class StationWorker {
     void runTasks();
     void stop();
     void adopt(FileDescriptor connection, SocketAddress const& router);
-    /** Reads the octets that have arrived. Returns false if the session has ended. */
+    /// Reads the octets that have arrived. Returns false if the session has ended.
     bool receive(Connection& connection);
     void end(Connection& connection, std::string_view reason);
     void endOverdue();

@@ -13,29 +13,27 @@
 
 namespace BgpCommunities {
 
-/**
- * Writes a line whenever a route target, or a list of them, comes into use or goes out of use.
- *
- *     + target 64500:7<TAB>record 12<TAB>2023-11-14T22:13:20Z
- *     + targets [ 64500:7 64500:8 ]<TAB>record 12<TAB>2023-11-14T22:13:20Z
- *
- * Observes the agent's tables during its lifetime. Buffers the lines, because a release notifies it
- * and must not fail if the output does. REQUIRES: no other thread interns while it is constructed
- * or destroyed. Otherwise thread-safe if the tables are.
- */
+/// Writes a line whenever a route target, or a list of them, comes into use or goes out of use.
+///
+///     + target 64500:7<TAB>record 12<TAB>2023-11-14T22:13:20Z
+///     + targets [ 64500:7 64500:8 ]<TAB>record 12<TAB>2023-11-14T22:13:20Z
+///
+/// Observes the agent's tables during its lifetime. Buffers the lines, because a release notifies
+/// it and must not fail if the output does. REQUIRES: no other thread interns while it is
+/// constructed or destroyed. Otherwise thread-safe if the tables are.
 class TargetLog {
   public:
-    /** Appends the cause of the change that the calling thread makes. */
+    /// Appends the cause of the change that the calling thread makes.
     using AppendCause = std::function<void(std::string&)>;
 
     TargetLog(Agent const& agent, AppendCause appendCause);
 
-    /** Writes the buffered lines in the order of the changes. Must not be called by an observer.
-       Throws what Output throws. */
+    /// Writes the buffered lines in the order of the changes. Must not be called by an observer.
+    /// Throws what Output throws.
     void writeTo(Output& output);
 
-    /** As writeTo(), and flushes the output, so that lines written by several threads keep their
-       order. */
+    /// As writeTo(), and flushes the output, so that lines written by several threads keep their
+    /// order.
     void flushTo(Output& output);
 
   private:

@@ -22,7 +22,7 @@ using namespace Routing::Bgp;
 
 namespace {
 
-/** Hashes members of lists: untrusted values, or pointers to interned objects. */
+/// Hashes members of lists: untrusted values, or pointers to interned objects.
 struct MemberHash {
     std::size_t operator()(U32 value) const { return Mox::hashWord(value); }
 
@@ -51,7 +51,7 @@ auto membersOf(List const& list) {
     return std::span(list.begin(), list.end());
 }
 
-/** The memory of the member array in octets. Arrays of plain values have no spare capacity. */
+/// The memory of the member array in octets. Arrays of plain values have no spare capacity.
 template <class List>
 std::size_t arrayOctets(List const& list) {
     if constexpr (requires { list.commVector().capacity(); }) {
@@ -61,15 +61,15 @@ std::size_t arrayOctets(List const& list) {
     }
 }
 
-/** An entry of a map of uses, and the octets that order it among entries with equal uses. */
+/// An entry of a map of uses, and the octets that order it among entries with equal uses.
 template <class Entry>
 struct RankedEntry {
     Entry const* entry;
     std::string octets;
 };
 
-/** Returns the `most` most used entries of a map, in order. Ties are ordered by `octets(key)`,
-   which is called once per entry: following the pointers to its members is most of the cost. */
+/// Returns the `most` most used entries of a map, in order. Ties are ordered by `octets(key)`,
+/// which is called once per entry: following the pointers to its members is most of the cost.
 template <class Uses, class OctetsOfKey>
 auto ranked(Uses const& uses, std::size_t most, OctetsOfKey octets) {
     std::vector<RankedEntry<typename Uses::value_type>> entries;
@@ -90,7 +90,7 @@ auto ranked(Uses const& uses, std::size_t most, OctetsOfKey octets) {
     return entries;
 }
 
-/** Returns the most used keys of a map with their texts. */
+/// Returns the most used keys of a map with their texts.
 template <class Uses, class OctetsOfKey, class TextOfKey>
 std::vector<UsageCount> mostUsed(Uses const& uses, std::size_t most, OctetsOfKey octets,
                                  TextOfKey text) {
@@ -233,7 +233,7 @@ class ListUsesOf final : public ListUses {
         return octets;
     }
 
-    /** The memory of the classification lists of a list that are not in `shared` yet. */
+    /// The memory of the classification lists of a list that are not in `shared` yet.
     static std::size_t classOctets(List const& list, std::unordered_set<void const*>& shared) {
         std::size_t octets = 0;
         for (U32 number = 0; number < extCommClassificationOneBeyondLast; ++number) {
@@ -246,7 +246,7 @@ class ListUsesOf final : public ListUses {
         return octets;
     }
 
-    /** Plain values need no memory besides the arrays of the lists. */
+    /// Plain values need no memory besides the arrays of the lists.
     static std::size_t valueOctets(std::size_t values) {
         if constexpr (requires(Member const& member) { member.get(); }) {
             return values * sizeof *std::declval<Member>();
