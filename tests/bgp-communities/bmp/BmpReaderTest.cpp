@@ -213,6 +213,16 @@ TEST(BmpReaderTest, ReportsFaults) {
               {"locRib 192.0.2.1 AS64496 up, to 0.0.0.0",
                "locRib 192.0.2.1 AS64496 +12.0.0.0/8#134875147"},
               ""},
+             {"path identifiers negotiated, in one view only",
+              bmp(3, bmpPeer() + std::string(20, '\0') + addPathOpen + addPathOpen) +
+                  bmp(0, bmpPeer() + update("", hex("00000001 00"))) +
+                  bmp(0, bmpPeer(1, 0x40) + update("", hex("19 cb007100"))) +
+                  bmp(0, bmpPeer() + update("", hex("00000002 18 cb0071"))),
+              {"adjRibInPre 192.0.2.1 AS64496 up, to 0.0.0.0",
+               "adjRibInPre 192.0.2.1 AS64496 +0.0.0.0/0#1",
+               "adjRibInPost 192.0.2.1 AS64496 +203.0.113.0/25",
+               "adjRibInPre 192.0.2.1 AS64496 +203.0.113.0/24#2"},
+              ""},
              {"down, without its NOTIFICATION",
               bmp(3, bmpPeerUp()) + bmp(2, bmpPeer() + u8(3)),
               {up,

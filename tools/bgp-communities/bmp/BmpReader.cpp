@@ -140,14 +140,14 @@ std::string_view BmpReader::readPeerUp(OctetReader& in, BmpPeer const& peer) {
         return "too many peers";
     }
     PeerSession& session = peers_[peer.id];
-    session.addPath.endSession(endsOf(peer, session.local));
+    session = {};
     session.local = up.local;
     session.isUp = true;
     if (peer.view == RibView::locRib) { // both OPENs are from the router
-        session.addPath.decide(endsOf(peer, up.local), up.sentOpen, false);
+        session.opens.decide(endsOf(peer, up.local), up.sentOpen, false);
     } else {
-        session.addPath.decide({peer.id.address, up.local}, up.receivedOpen, false);
-        session.addPath.decide({up.local, peer.id.address}, up.sentOpen, false);
+        session.opens.decide({peer.id.address, up.local}, up.receivedOpen, false);
+        session.opens.decide({up.local, peer.id.address}, up.sentOpen, false);
     }
     handler_.handlePeerUp(peer, up);
     OctetReader information(up.information);
@@ -182,7 +182,8 @@ std::string_view BmpReader::readUpdate(OctetReader& in, BmpPeer const& peer) {
     // router, one that advertises them for a family is enough.
     PeerSession& session = peers_[peer.id];
     bool const hasOffer = session.isUp && peer.view == RibView::locRib;
-    PathIds const pathIds = session.addPath.decide(endsOf(peer, session.local), message, hasOffer);
+    AddPathDecider& addPath = session.views.try_emplace(peer.view, session.opens).first->second;
+    PathIds const pathIds = addPath.decide(endsOf(peer, session.local), message, hasOffer);
     if (!content_.read(message.body, pathIds)) {
         return "UPDATE too short for its own length fields";
     }

@@ -56,10 +56,10 @@ class BmpHandler {
 /// Reads the messages of one BMP session (RFC 7854), with Adj-RIB-Out (RFC 8671) and Loc-RIB
 /// (RFC 9069).
 ///
-/// Remembers the peers that are up, and from their OPENs which families carry path identifiers. A
-/// malformed message is reported and skipped, as are routes of a peer that is not up (RFC 7854,
-/// section 3.3), except those of the router itself, which are reported and read. The session
-/// continues. The handler is not owned. Thread-compatible.
+/// Remembers the peers that are up, and from their OPENs and UPDATEs which families of a view carry
+/// path identifiers. A malformed message is reported and skipped, as are routes of a peer that is
+/// not up (RFC 7854, section 3.3), except those of the router itself, which are reported and read.
+/// The session continues. The handler is not owned. Thread-compatible.
 class BmpReader {
   public:
     /// Messages of more peers are skipped.
@@ -76,7 +76,8 @@ class BmpReader {
   private:
     /// A peer that is up, or the router itself.
     struct PeerSession {
-        AddPathDecider addPath{AddPath::automatic};
+        AddPathDecider opens{AddPath::automatic, Opens::evidence}; // has seen only the OPENs
+        std::map<RibView, AddPathDecider> views;                   // copies, see their UPDATEs
         IpAddress local;
         bool isUp = false; // a peer up message was received
     };

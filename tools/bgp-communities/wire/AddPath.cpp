@@ -24,11 +24,11 @@ auto findFamily(Entries& entries, Family family) {
                         [&](auto const& entry) { return entry.family == family; });
 }
 
-/** Calls `take` with the value of every ADD-PATH capability of an OPEN; false if the OPEN is
-    malformed.
-
-    version (1) | AS (2) | hold time (2) | identifier (4) | length (1) | parameters, each:
-    type (1) | length (1, or 2 with RFC 9072) | capabilities, each: code (1) | length (1) | value */
+/// Calls `take` with the value of every ADD-PATH capability of an OPEN; false if the OPEN is
+/// malformed.
+///
+/// version (1) | AS (2) | hold time (2) | identifier (4) | length (1) | parameters, each:
+/// type (1) | length (1, or 2 with RFC 9072) | capabilities, each: code (1) | length (1) | value
 template <class Take>
 bool forEachAddPath(Octets open, Take const& take) {
     OctetReader in(open);
@@ -58,7 +58,7 @@ bool forEachAddPath(Octets open, Take const& take) {
     return parameters.ok() && in.ok();
 }
 
-/** Whether the prefix is plausible: a default route, or unicast addresses that are in use. */
+/// Whether the prefix is plausible: a default route, or unicast addresses that are in use.
 bool isLikely(Route const& route) {
     auto const& octets = route.address.octets;
     bool const knownDistinguisher =
@@ -75,6 +75,11 @@ bool isLikely(Route const& route) {
     // 2000::/3, fc00::/7, and 64:ff9b::/32 (RFC 6052).
     return octets[0] >> 5 == 1 || octets[0] >> 1 == 0xfc >> 1 ||
            (octets[0] == 0 && octets[1] == 0x64 && octets[2] == 0xff);
+}
+
+/// Whether a default route with a large path identifier may be a longer prefix that ends in a zero.
+bool mayBeLongerPrefix(Route const& route) {
+    return route.length == 0 && route.hasPathId && route.pathId >> 24 != 0;
 }
 
 } // namespace
@@ -111,7 +116,7 @@ PathIds AddPathDecider::decideUpdate(MessageEnds const& ends, Octets update, boo
     return decision;
 }
 
-/** Sets `fields_` to the fields of the UPDATE that contain prefixes. */
+/// Sets `fields_` to the fields of the UPDATE that contain prefixes.
 void AddPathDecider::splitFields(Octets update, PathIds& decision) {
     fields_.clear();
     UpdateAreas areas;
@@ -144,12 +149,13 @@ void AddPathDecider::splitFields(Octets update, PathIds& decision) {
 }
 
 bool AddPathDecider::decideFamily(MessageEnds const& ends, Family family, bool recorded) {
-    if (auto const byOpens = decideByOpens(ends, family)) {
+    auto const byOpens = decideByOpens(ends, family);
+    if (byOpens && (!*byOpens || opens_ == Opens::binding)) {
         return *byOpens;
     }
     auto const known = speakers_.find(ends);
     auto const before = known == speakers_.end() ? std::nullopt : observed(known->second, family);
-    bool const expected = before.value_or(recorded);
+    bool const expected = before.value_or(byOpens.value_or(recorded));
     Reading const asExpected = read(family, expected);
     if (before && asExpected != Reading::impossible) {
         return expected;
@@ -164,7 +170,7 @@ bool AddPathDecider::decideFamily(MessageEnds const& ends, Family family, bool r
     return pathIds;
 }
 
-/** Returns the least plausible reading of the family's fields. */
+/// Returns the least plausible reading of the family's fields.
 AddPathDecider::Reading AddPathDecider::read(Family family, bool pathIds) {
     Reading worst = Reading::plausible;
     for (Field const& field : fields_) {
@@ -186,7 +192,8 @@ AddPathDecider::Reading AddPathDecider::read(Field const& field, bool pathIds) {
             return Reading::impossible;
         }
         pieces_.push_back(field.nlri.last(before).first(before - in.left()));
-        reading = isLikely(route) ? reading : Reading::doubtful;
+        bool const isSuspect = opens_ == Opens::evidence && mayBeLongerPrefix(route);
+        reading = isLikely(route) && !isSuspect ? reading : Reading::doubtful;
     }
     auto const less = [](Octets a, Octets b) { return std::ranges::lexicographical_compare(a, b); };
     std::sort(pieces_.begin(), pieces_.end(), less);
@@ -213,8 +220,8 @@ std::optional<bool> AddPathDecider::decideByOpens(MessageEnds const& ends, Famil
     return sender && receiver ? std::optional(true) : std::nullopt;
 }
 
-/** Capability value: entries of AFI (2) | SAFI (1) | mode (1): 1 receive, 2 send, 3 both. RFC 7911,
-   section 4 */
+/// Capability value: entries of AFI (2) | SAFI (1) | mode (1): 1 receive, 2 send, 3 both. RFC 7911,
+/// section 4
 void AddPathDecider::learnOffers(MessageEnds const& ends, Octets open) {
     Speaker of;
     of.hasOpen = true;
