@@ -250,7 +250,7 @@ TEST(ListenCommandTest, EndsOnlyBadSessions) {
 
 /// Octets that arrived in time count, even if the station was too busy to read them.
 TEST(ListenCommandTest, ReadsBeforeItTimesOut) {
-    Listening station({"--timeout", "3"});
+    Listening station({"--timeout", "8"});
     std::vector<FileDescriptor> routers(100); // more than are read at a time
     for (FileDescriptor& router : routers) {
         router = station.router("");
@@ -261,7 +261,7 @@ TEST(ListenCommandTest, ReadsBeforeItTimesOut) {
     for (FileDescriptor const& router : routers) {
         ::send(router.get(), octets.data(), octets.size(), MSG_NOSIGNAL);
     }
-    std::this_thread::sleep_for(std::chrono::seconds(4));
+    std::this_thread::sleep_for(std::chrono::seconds(9));
     station.signal(SIGCONT);
     EXPECT_TRUE(station.says("(in time): ", 100));
     EXPECT_EQ(station.end(SIGTERM), 0);
