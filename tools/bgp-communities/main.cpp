@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <csignal>
 #include <exception>
+#include <new>
 #include <span>
 #include <string>
 #include <string_view>
@@ -114,6 +115,9 @@ ExitStatus guarded(std::span<char const* const> arguments) try {
     return ExitStatus::usage;
 } catch (BrokenPipe const&) {
     return ExitStatus::allRead;
+} catch (std::bad_alloc const&) {
+    complainOfMemory();
+    return ExitStatus::unreadable;
 } catch (std::exception const& error) {
     complain(error.what());
     return ExitStatus::unreadable;

@@ -125,6 +125,13 @@ void complain(std::string_view message) {
     write(line);
 }
 
+void complainOfMemory() noexcept {
+    if (lineShown) {
+        write(clearLine);
+    }
+    write("bgp-communities: not enough memory\n");
+}
+
 void installInterrupts() {
     for (int const signal : {SIGINT, SIGTERM}) {
         struct sigaction action = {};

@@ -10,6 +10,9 @@ class InputStream;
 /// Writes one line, "bgp-communities: MESSAGE", to standard error.
 void complain(std::string_view message);
 
+/// Writes "bgp-communities: not enough memory" to standard error. Allocates nothing.
+void complainOfMemory() noexcept;
+
 /// Makes SIGINT and SIGTERM erase the progress line before they end the process. A signal that was
 /// ignored when the process started stays ignored.
 void installInterrupts();
