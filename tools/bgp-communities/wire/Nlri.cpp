@@ -65,17 +65,17 @@ std::size_t octetsOfBits(unsigned int bits) {
 }
 
 /// Takes the label stack before a prefix: up to the bottom-of-stack bit (RFC 8277, section 2.3), or
-/// one field with any content if the route is withdrawn (section 2.4). A zero label also ends the
-/// stack: FRR 8 reports VPN routes with one over BMP. Returns an empty span if the bottom is
+/// one field with any content if the route is withdrawn (section 2.4). A zero label of a VPN route
+/// also ends the stack: FRR 8 reports such routes over BMP. Returns an empty span if the bottom is
 /// missing.
-Octets takeLabels(OctetReader& in, bool withdrawn) {
+Octets takeLabels(OctetReader& in, Layout layout, bool withdrawn) {
     OctetReader look = in;
     std::size_t size = 0;
     bool bottom = false;
     for (; !bottom && look.left() >= 3; size += 3) {
         Octets const label = look.octets(3);
         bool const isZero = (label[0] | label[1] | label[2]) == 0;
-        bottom = withdrawn || isZero || (label[2] & 1) != 0;
+        bottom = withdrawn || (label[2] & 1) != 0 || (isZero && layout == Layout::vpn);
     }
     return bottom ? in.octets(size) : Octets();
 }
@@ -112,7 +112,7 @@ std::string_view takePrefixRoute(OctetReader& in, Layout layout, bool withdrawn,
         return "truncated prefix in NLRI";
     }
     if (layout != Layout::prefix) {
-        route.labels = takeLabels(field, withdrawn);
+        route.labels = takeLabels(field, layout, withdrawn);
         unsigned int const used = static_cast<unsigned int>(route.labels.size()) * 8;
         if (used == 0 || used > bits) {
             return "labelled prefix too short for its labels";
