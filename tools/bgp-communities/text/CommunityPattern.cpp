@@ -240,7 +240,11 @@ class CommunityPattern::Builder {
     /// Matches communities of this form whose name has these fields; "*" at the end matches the
     /// rest.
     bool matchName(Type const& type, ExtendedForm const& form, std::string_view fields) {
-        pattern_.name_ = std::string(form.name) + ":" + normalizedName(fields);
+        std::string const normalized = normalizedName(fields);
+        if (!mayBeginFields(form.layout, normalized)) {
+            return false;
+        }
+        pattern_.name_ = std::string(form.name) + ":" + normalized;
         beginExtended(type);
         return true;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 
@@ -140,6 +141,8 @@ class Fields {
     bool first_ = true;
 };
 
+constexpr std::uint16_t highestTunnelType = 19; // that has a name
+
 std::string_view tunnelName(std::uint16_t type) {
     switch (type) {
     case 1:
@@ -162,7 +165,7 @@ std::string_view tunnelName(std::uint16_t type) {
         return "mpls-in-udp";
     case 15:
         return "sr-policy";
-    case 19:
+    case highestTunnelType:
         return "geneve";
     default:
         return {};
@@ -185,10 +188,11 @@ void appendColor(Fields& fields, OctetReader& in) {
     fields.flag(co != 0, bits[co]);
 }
 
+constexpr std::string_view validationStates[] = {"valid", "not-found", "invalid"};
+
 void appendValidationState(Fields& fields, std::uint8_t state) {
-    constexpr std::string_view states[] = {"valid", "not-found", "invalid"};
-    if (state < std::size(states)) {
-        fields.text(states[state]);
+    if (state < std::size(validationStates)) {
+        fields.text(validationStates[state]);
     } else {
         fields.number(state);
     }
@@ -303,6 +307,38 @@ void appendFields(std::string& out, Layout layout, Octets value) {
 
 std::span<ExtendedForm const> extendedForms() {
     return forms;
+}
+
+bool mayBeginFields(Layout layout, std::string_view fields) {
+    std::string_view const word = fields.substr(0, fields.find_first_of(",*"));
+    bool const isWhole = word.size() == fields.size() || fields[word.size()] == ',';
+    auto const isWord = [=](std::string_view known) {
+        return isWhole ? known == word : known.starts_with(word);
+    };
+    auto const isNumber = std::isdigit(static_cast<unsigned char>(fields.front())) != 0;
+    switch (layout) {
+    case Layout::encapsulation:
+        for (std::uint16_t type = 0; type <= highestTunnelType; ++type) {
+            if (isWord(tunnelName(type)) && !tunnelName(type).empty()) {
+                return true;
+            }
+        }
+        return isNumber;
+    case Layout::validationState:
+        return isNumber ||
+               std::any_of(std::begin(validationStates), std::end(validationStates), isWord);
+    case Layout::trafficAction:
+        return isWord("sample") || isWord("terminal");
+    case Layout::copyFlag:
+        return isWord("copy");
+    case Layout::mac:
+    case Layout::octets:
+        return std::isxdigit(static_cast<unsigned char>(fields.front())) != 0;
+    case Layout::nothing:
+        return false;
+    default:
+        return isNumber;
+    }
 }
 
 std::span<Ip6Form const> ip6Forms() {

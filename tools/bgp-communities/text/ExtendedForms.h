@@ -58,6 +58,10 @@ struct Ip6Form {
 
 std::span<Ip6Form const> ip6Forms();
 
+/// Whether the fields that appendExtendedName() appends for this layout may begin so: with a digit,
+/// or with a word, whole or up to a "*". REQUIRES: the fields are not empty.
+bool mayBeginFields(ExtendedLayout layout, std::string_view fields);
+
 /// Returns the name for type and subtype; empty if unknown.
 std::string_view ip6TypeName(std::uint16_t type);
 
