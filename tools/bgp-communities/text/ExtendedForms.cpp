@@ -7,6 +7,8 @@
 #include <charconv>
 #include <cmath>
 
+#include <Routing/Bgp/Rpki.h>
+
 #include "input/Hex.h"
 #include "input/Numbers.h"
 #include "wire/IpAddress.h"
@@ -188,11 +190,13 @@ void appendColor(Fields& fields, OctetReader& in) {
     fields.flag(co != 0, bits[co]);
 }
 
-constexpr std::string_view validationStates[] = {"valid", "not-found", "invalid"};
+std::string_view validationStateName(std::uint16_t state) {
+    return nameOf(static_cast<Routing::Bgp::Rpki::OriginValidationState>(state));
+}
 
 void appendValidationState(Fields& fields, std::uint8_t state) {
-    if (state < std::size(validationStates)) {
-        fields.text(validationStates[state]);
+    if (auto const name = validationStateName(state); !name.empty()) {
+        fields.text(name);
     } else {
         fields.number(state);
     }
@@ -315,18 +319,20 @@ bool mayBeginFields(Layout layout, std::string_view fields) {
     auto const isWord = [=](std::string_view known) {
         return isWhole ? known == word : known.starts_with(word);
     };
+    auto const isNamed = [&](auto const& nameOfNumber, std::uint16_t highest) {
+        bool found = false;
+        for (std::uint16_t number = 0; number <= highest && !found; ++number) {
+            std::string_view const name = nameOfNumber(number);
+            found = !name.empty() && isWord(name);
+        }
+        return found;
+    };
     auto const isNumber = std::isdigit(static_cast<unsigned char>(fields.front())) != 0;
     switch (layout) {
     case Layout::encapsulation:
-        for (std::uint16_t type = 0; type <= highestTunnelType; ++type) {
-            if (isWord(tunnelName(type)) && !tunnelName(type).empty()) {
-                return true;
-            }
-        }
-        return isNumber;
+        return isNumber || isNamed(tunnelName, highestTunnelType);
     case Layout::validationState:
-        return isNumber ||
-               std::any_of(std::begin(validationStates), std::end(validationStates), isWord);
+        return isNumber || isNamed(validationStateName, 2);
     case Layout::trafficAction:
         return isWord("sample") || isWord("terminal");
     case Layout::copyFlag:
