@@ -18,9 +18,10 @@ class DedupHashTable;
 ///
 /// Owned by the table it is registered with, and by its creator. Called synchronously; in
 /// thread-safe mode under a process-wide recursive mutex. An observer may intern and release
-/// objects, but must not take a lock that another thread holds while it interns or releases. For
-/// each content, insertions and removals alternate strictly. An observer whose notification switch
-/// is off when it is registered is never notified.
+/// objects, but must not take a lock that another thread holds while it interns, looks up or
+/// releases. It may release references to the table, but not those with which a look-up in progress
+/// was called. For each content, insertions and removals alternate strictly. An observer whose
+/// notification switch is off when it is registered is never notified.
 class VOBGP_EXPORT DedupHashTableLifeTimeNotifiee : public Mox::PtrInterface {
   public:
     MOX_COUNTED(DedupHashTableLifeTimeNotifiee)
@@ -57,6 +58,9 @@ class VOBGP_EXPORT DedupHashTable : public Mox::PtrInterface {
     MOX_COUNTED(DedupHashTable)
 
     ~DedupHashTable() override;
+
+    // A look-up in a thread-safe table may hold another object for a moment. If all its other
+    // references are released meanwhile, the look-up releases the last one and notifies.
 
     /// Returns the object with this content, or null. Constructs no object. `hash` is what `hash()`
     /// of such an object returns.

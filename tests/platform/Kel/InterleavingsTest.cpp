@@ -144,8 +144,8 @@ class Values {
             announced->insert(handle.get());
             U64 const value = valueOf(handle.get());
             if (events_.observerLooksUp && value != valuesOfOneShard().back() && ownTable) {
-                EXPECT_EQ(lookup(**ownTable, value).get(), handle.get());
-                internOrNull(**ownTable, valuesOfOneShard().back()); // notifies again, twice
+                EXPECT_EQ(lookupOrNull(value).get(), handle.get());
+                internOrNull(valuesOfOneShard().back()); // notifies again, twice
             }
             if (events_.observerThrows && self.inserts % 4 == 0) {
                 announced->erase(handle.get());
@@ -185,8 +185,7 @@ class Values {
             case 1:
             case 2:
             case 3:
-                slot = table ? found(*table, valuesOfOneShard()[random() % events_.values], choice)
-                             : nullptr;
+                slot = found(valuesOfOneShard()[random() % events_.values], choice);
                 break;
             case 4:
                 slot = held[random() % held.size()];
@@ -201,10 +200,10 @@ class Values {
             default:
                 slot = nullptr;
             }
-            check(held, table.get());
+            check(held);
             if (events_.tableDies && random() % 64 == 0) {
-                table = nullptr;
                 ownTable = nullptr;
+                table = nullptr;
             }
             if (events_.observersChange && table && random() % 16 == 0) {
                 table->lifeTimeNotifieeIs(random() % 2 == 0 ? newObserver() : nullptr);
@@ -213,32 +212,46 @@ class Values {
         ownTable = nullptr;
     }
 
-    Word::PtrConst found(Table const& table, U64 value, U64 choice) const {
-        auto const word = choice == 0 ? lookup(table, value) : internOrNull(table, value);
+    Word::PtrConst found(U64 value, U64 choice) const {
+        auto const word = choice == 0 ? lookupOrNull(value) : internOrNull(value);
         EXPECT_TRUE(!word || word->value() == value);
         return word;
     }
 
-    /// Null if the observer refuses the value.
-    Word::PtrConst internOrNull(Table const& table, U64 value) const {
+    /// Null also without a table. Holds the table: a look-up may notify of a removal, and the
+    /// observer may then drop the thread's reference.
+    static Word::PtrConst lookupOrNull(U64 value) {
+        auto const table = ownTable == nullptr ? nullptr : *ownTable;
+        return table ? lookup(*table, value) : nullptr;
+    }
+
+    /// Null if the observer refuses the value, or without a table.
+    Word::PtrConst internOrNull(U64 value) const {
         Kel::DedupMiss miss(Mox::keyedHash(Word::hashOf(value)));
-        auto word = table.find(
-            miss, [value](DedupHandle const& candidate) { return valueOf(&candidate) == value; });
-        try {
-            word = word ? word : table.dedup(Mox::makeCounted<Word>(value), miss);
-        } catch (std::runtime_error const&) {
-            EXPECT_TRUE(events_.observerThrows);
+        DedupHandle::PtrConst word;
+        if (auto const table = ownTable == nullptr ? nullptr : *ownTable) {
+            word = table->find(miss, [value](DedupHandle const& candidate) {
+                return valueOf(&candidate) == value;
+            });
+        }
+        if (!word && ownTable != nullptr) {
+            try {
+                // The observer may drop the last reference to the table.
+                word = (*ownTable)->dedup(Mox::makeCounted<Word>(value), miss);
+            } catch (std::runtime_error const&) {
+                EXPECT_TRUE(events_.observerThrows);
+            }
         }
         return Mox::staticPtrCast<Word const>(std::move(word));
     }
 
     /// While the table exists, equal values are one object, which is found and was announced.
-    void check(std::vector<Word::PtrConst> const& held, Table const* table) const {
+    void check(std::vector<Word::PtrConst> const& held) const {
         for (auto const& one : held) {
-            if (one && table != nullptr) {
+            if (one && ownTable != nullptr) {
                 EXPECT_TRUE(one->isDeduped());
-                EXPECT_EQ(lookup(*table, one->value()), one);
                 EXPECT_TRUE(!isAlwaysObserved() || one->word().isAnnounced());
+                EXPECT_EQ(lookupOrNull(one->value()), one);
             }
         }
     }
