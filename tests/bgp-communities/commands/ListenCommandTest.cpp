@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <gtest/gtest.h>
@@ -54,6 +55,12 @@ class Running {
     }
     int finish() { return Test::finish(std::exchange(pid_, -1)); }
     void signal(int number) const { ::kill(pid_, number); }
+
+    /// From now on the program cannot make a file longer.
+    void limitFiles(rlim_t octets) const {
+        rlimit const limit = {octets, octets};
+        EXPECT_EQ(::prlimit(pid_, RLIMIT_FSIZE, &limit, nullptr), 0);
+    }
 
     [[nodiscard]] std::string out() const { return contentOf(out_.path()); }
     [[nodiscard]] std::string err() const { return contentOf(err_.path()); }
@@ -327,6 +334,20 @@ TEST(ListenCommandTest, ServesMetricsAndRotatesRecordings) {
     }
     EXPECT_EQ(routes, 402U);
     EXPECT_GE(files, 4U); // including the old one
+}
+
+TEST(ListenCommandTest, KeepsWholeRecordsWhenTheDiskIsFull) {
+    StoreFolder const folder;
+    std::string const recorded = folder.path() + "/recorded";
+    Listening station({"--record", recorded});
+    station.limitFiles(20001);
+    EXPECT_EQ(run({"send", "--bmp", station.address, sample("rib.mrt.gz")}).status, 0);
+    EXPECT_TRUE(station.says(recorded + ": File too large: records are lost"));
+    EXPECT_TRUE(station.says("session ended"));
+    EXPECT_EQ(station.end(SIGTERM), 3);
+    Result const read = run({"read", recorded});
+    EXPECT_EQ(read.status, 0) << read.err;
+    EXPECT_NE(read.out, "");
 }
 
 TEST(ListenCommandTest, ReloadsTheDictionary) {

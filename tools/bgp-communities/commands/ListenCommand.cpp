@@ -103,7 +103,8 @@ A malformed UPDATE withdraws its routes (RFC 7606) and is reported; the session 
 that is not BMP version 3, or whose length is wrong, ends the session, because the start of the next
 message is unknown. The end of a session withdraws its routes.
 
-On SIGTERM or SIGINT the store is published once more. The exit status is 3 if that failed.
+On SIGTERM or SIGINT the store is published once more. The exit status is 3 if that failed, or if
+records of --record were lost.
 
 examples:
   bgp-communities listen --bmp 192.0.2.1:1790 --allow 192.0.2.0/24 --json

@@ -264,8 +264,9 @@ ExitStatus Station::finish() {
     if (targets_) {
         targets_->writeTo(output_);
     }
-    bool const isPublished = !publisher_ || !publisher_->failed();
-    return isPublished && tablesAreEmpty(agent_) ? ExitStatus::allRead : ExitStatus::unreadable;
+    bool const isWritten =
+        !(publisher_ && publisher_->failed()) && !(recorder_ && recorder_->hasLostRecords());
+    return isWritten && tablesAreEmpty(agent_) ? ExitStatus::allRead : ExitStatus::unreadable;
 }
 
 } // namespace BgpCommunities

@@ -54,7 +54,7 @@ void StationRecorder::begin() {
     suffix_ = nowText();
     begun_ = Clock::now();
     octets_ = 0;
-    failed_ = false;
+    isReported_ = false;
     file_ = FileDescriptor(
         ::open(options_.path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
 }
@@ -66,9 +66,13 @@ void StationRecorder::setAside() const {
     }
 }
 
-void StationRecorder::fail(std::string const& what) {
-    if (!std::exchange(failed_, true)) {
-        complain(options_.path + ": " + what + ": records are lost");
+/// Cuts off what was written of a record.
+void StationRecorder::lose(int error) {
+    [[maybe_unused]] int const cut = ::ftruncate(file_.get(), static_cast<off_t>(octets_));
+    ::lseek(file_.get(), 0, SEEK_END);
+    lost_ = true;
+    if (!std::exchange(isReported_, true)) {
+        complain(options_.path + ": " + std::strerror(error) + ": records are lost");
     }
 }
 
@@ -97,6 +101,9 @@ void StationRecorder::add(std::string_view records) {
             file_.close();
             setAside();
             begin();
+            if (!file_.isOpen()) {
+                lose(errno);
+            }
             continue;
         }
         write(records.substr(0, octets));
@@ -105,15 +112,20 @@ void StationRecorder::add(std::string_view records) {
 }
 
 void StationRecorder::write(std::string_view records) {
-    octets_ += records.size();
-    while (!records.empty()) {
-        ssize_t const written = ::write(file_.get(), records.data(), records.size());
-        if (written < 0 && errno != EINTR) {
-            fail(std::strerror(errno));
+    std::size_t written = 0;
+    while (written < records.size()) {
+        ssize_t const octets =
+            ::write(file_.get(), records.data() + written, records.size() - written);
+        if (octets < 0 && errno != EINTR) {
+            int const error = errno;
+            std::size_t const whole = fitting(records, written);
+            octets_ += whole <= written ? whole : 0;
+            lose(error);
             return;
         }
-        records.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+        written += static_cast<std::size_t>(std::max<ssize_t>(octets, 0));
     }
+    octets_ += records.size();
 }
 
 void SessionRecord::peerUp(BmpPeer const& peer, BmpPeerUp const& up, Microseconds time) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -25,8 +26,8 @@ struct RecordOptions {
 /// Writes the recording of a station. A full or already existing file is renamed to PATH.TIME, the
 /// time at which it was created or found, and a new one is started.
 ///
-/// Owns the file. Thread-safe. Records that cannot be written are lost, which is reported on
-/// standard error once per file.
+/// Owns the file, which always ends with a whole record. Thread-safe. Records that cannot be
+/// written are lost, which is reported on standard error once per file.
 class StationRecorder {
   public:
     /// Creates the first file. Throws std::system_error.
@@ -35,6 +36,9 @@ class StationRecorder {
     /// Appends whole records.
     void add(std::string_view records);
 
+    /// Whether records were lost.
+    bool hasLostRecords() const { return lost_; }
+
   private:
     using Clock = std::chrono::steady_clock;
 
@@ -42,7 +46,7 @@ class StationRecorder {
     void write(std::string_view records);
     void begin();
     void setAside() const;
-    void fail(std::string const& what);
+    void lose(int error);
 
     RecordOptions const options_;
     std::mutex mutex_; // guards the members below
@@ -50,7 +54,8 @@ class StationRecorder {
     std::string suffix_; // of the final name of the file
     std::uint64_t octets_ = 0;
     Clock::time_point begun_;
-    bool failed_ = false;
+    bool isReported_ = false; // that records of this file are lost
+    std::atomic<bool> lost_{false};
 };
 
 /// Converts the messages of one BMP session to MRT records (BGP4MP_ET).
