@@ -71,8 +71,9 @@ function(vobgp_library target name)
   # Calls between a library's own functions are direct and may be inlined: no other library is
   # meant to replace them.
   target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+  # The libraries are never unloaded: threads that end and signals that arrive later call them.
   target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed
-    -Wl,-Bsymbolic-functions)
+    -Wl,-Bsymbolic-functions -Wl,-z,nodelete)
   if(VOBGP_SANITIZE)
     # The program provides the symbols of the sanitizers.
     target_link_options(${target} PRIVATE -Wl,--undefined-version -Wl,-z,undefs)

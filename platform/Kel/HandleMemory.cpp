@@ -7,9 +7,12 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <utility>
+
+#include <pthread.h>
 
 #if defined(__SANITIZE_ADDRESS__)
 #define KEL_ADDRESS_SANITIZER
@@ -193,19 +196,33 @@ class Magazines {
 // initial-exec needs static TLS; one word is available even to a library loaded by dlopen().
 [[gnu::tls_model("initial-exec")]] constinit thread_local Magazines* mine = nullptr;
 
+constinit thread_local bool ended = false;
+
+void returnCells(void* magazines) {
+    ended = true;
+    mine = nullptr;
+    delete static_cast<Magazines*>(magazines);
+}
+
+/// Has the cells of the calling thread returned when it ends. Returns false if there is no memory.
+/// A `thread_local` object with a destructor cannot fail: then the C library ends the process. The
+/// key is never deleted, as the library is never unloaded.
+bool returnAtThreadEnd(Magazines* magazines) noexcept {
+    static pthread_key_t key;
+    static bool const created = pthread_key_create(&key, returnCells) == 0;
+    return created && pthread_setspecific(key, magazines) == 0;
+}
+
 /// Makes the calling thread's cells. Null if the thread is ending, or if there is no memory for
 /// them.
 [[gnu::noinline]] Magazines* makeOwnMagazines() noexcept {
-    constinit thread_local bool ended = false;
-    struct ThreadEnd {
-        ~ThreadEnd() {
-            delete std::exchange(mine, nullptr);
-            ended = true;
-        }
-    };
-    thread_local ThreadEnd const end;
-    static_cast<void>(end);
-    mine = ended ? nullptr : new (std::nothrow) Magazines;
+    if (ended) {
+        return nullptr;
+    }
+    std::unique_ptr<Magazines> magazines(new (std::nothrow) Magazines);
+    if (magazines && returnAtThreadEnd(magazines.get())) {
+        mine = magazines.release();
+    }
     return mine;
 }
 
