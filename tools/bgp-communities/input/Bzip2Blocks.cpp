@@ -64,7 +64,7 @@ class Bzip2Blocks::Block {
     Block(Block const&) = delete;
     Block& operator=(Block const&) = delete;
 
-    /// Decodes the first octets of the block, or none on any error.
+    /// Decodes the first octets of the block, or none on any error, also lack of memory.
     void decode() noexcept {
         try {
             start();
@@ -143,6 +143,9 @@ class Bzip2Blocks::Block {
         stream_.next_out = reinterpret_cast<char*>(out.data());
         stream_.avail_out = static_cast<unsigned int>(out.size());
         int const result = BZ2_bzDecompress(&stream_);
+        if (result == BZ_MEM_ERROR) {
+            throw std::bad_alloc();
+        }
         std::size_t const got = out.size() - stream_.avail_out;
         if (result == BZ_STREAM_END) {
             stop();

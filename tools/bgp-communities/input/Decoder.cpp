@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 
 #include <bzlib.h>
 #include <lzma.h>
 #include <zlib.h>
 #include <zstd.h>
+#include <zstd_errors.h>
 
 #include "Bzip2Blocks.h"
 
@@ -132,14 +134,20 @@ unsigned int chunkOf(std::size_t size) {
     return static_cast<unsigned int>(std::min<std::size_t>(size, 1U << 30));
 }
 
+/// Throws `std::bad_alloc` if a decompressor lacked memory, also when it cannot be initialized,
+/// which has no other reason here. The data are not damaged then.
+void requireMemory(bool given) {
+    if (!given) {
+        throw std::bad_alloc();
+    }
+}
+
 class GzipDecoder final : public MemberDecoder {
   public:
     explicit GzipDecoder(InputSource& source)
       : MemberDecoder(source, "gzip") {
         constexpr int gzipWithLargestWindow = 16 + MAX_WBITS;
-        if (inflateInit2(&stream_, gzipWithLargestWindow) != Z_OK) {
-            throw InputError(source.name() + ": cannot initialize gzip decompression");
-        }
+        requireMemory(inflateInit2(&stream_, gzipWithLargestWindow) == Z_OK);
     }
 
     ~GzipDecoder() override { inflateEnd(&stream_); }
@@ -162,6 +170,7 @@ class GzipDecoder final : public MemberDecoder {
         unsigned int const inBefore = stream_.avail_in;
         unsigned int const outBefore = stream_.avail_out;
         int const result = inflate(&stream_, Z_NO_FLUSH);
+        requireMemory(result != Z_MEM_ERROR);
         Step step = {inBefore - stream_.avail_in, outBefore - stream_.avail_out,
                      result == Z_STREAM_END, ""};
         if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) {
@@ -188,9 +197,7 @@ class Bzip2Decoder final : public MemberDecoder {
 
     void startMember() override {
         stop();
-        if (BZ2_bzDecompressInit(&stream_, 0, 0) != BZ_OK) {
-            throw InputError(source_.name() + ": cannot initialize bzip2 decompression");
-        }
+        requireMemory(BZ2_bzDecompressInit(&stream_, 0, 0) == BZ_OK);
         started_ = true;
     }
 
@@ -203,10 +210,11 @@ class Bzip2Decoder final : public MemberDecoder {
         unsigned int const inBefore = stream_.avail_in;
         unsigned int const outBefore = stream_.avail_out;
         int const result = BZ2_bzDecompress(&stream_);
+        requireMemory(result != BZ_MEM_ERROR);
         Step step = {inBefore - stream_.avail_in, outBefore - stream_.avail_out,
                      result == BZ_STREAM_END, ""};
         if (result != BZ_OK && result != BZ_STREAM_END) {
-            step.fault = result == BZ_MEM_ERROR ? "not enough memory" : "incorrect data check";
+            step.fault = "incorrect data check";
         }
         return step;
     }
@@ -241,9 +249,7 @@ class XzDecoder final : public MemberDecoder {
     void startMember() override {
         // `xz -9` needs 65 MB to decompress.
         constexpr std::uint64_t memoryLimit = std::uint64_t{128} << 20;
-        if (lzma_stream_decoder(&stream_, memoryLimit, 0) != LZMA_OK) {
-            throw InputError(source_.name() + ": cannot initialize xz decompression");
-        }
+        requireMemory(lzma_stream_decoder(&stream_, memoryLimit, 0) == LZMA_OK);
     }
 
     Step decompress(Octets in, std::span<std::uint8_t> out) override {
@@ -252,12 +258,11 @@ class XzDecoder final : public MemberDecoder {
         stream_.next_out = out.data();
         stream_.avail_out = out.size();
         lzma_ret const result = lzma_code(&stream_, LZMA_RUN);
+        requireMemory(result != LZMA_MEM_ERROR);
         Step step = {in.size() - stream_.avail_in, out.size() - stream_.avail_out,
                      result == LZMA_STREAM_END, ""};
         if (result == LZMA_MEMLIMIT_ERROR) {
             step.fault = "needs more than 128 MB of memory";
-        } else if (result == LZMA_MEM_ERROR) {
-            step.fault = "not enough memory";
         } else if (result != LZMA_OK && result != LZMA_STREAM_END && result != LZMA_BUF_ERROR) {
             step.fault = "incorrect data check";
         }
@@ -274,9 +279,7 @@ class ZstdDecoder final : public MemberDecoder {
       : MemberDecoder(source, "zstd")
       , stream_(ZSTD_createDStream()) {
         // By default the library limits the window, and so the memory, to 128 MB.
-        if (stream_ == nullptr) {
-            throw InputError(source.name() + ": cannot initialize zstd decompression");
-        }
+        requireMemory(stream_ != nullptr);
     }
 
     ~ZstdDecoder() override { ZSTD_freeDStream(stream_); }
@@ -293,6 +296,7 @@ class ZstdDecoder final : public MemberDecoder {
         ZSTD_inBuffer input = {in.data(), in.size(), 0};
         ZSTD_outBuffer output = {out.data(), out.size(), 0};
         std::size_t const result = ZSTD_decompressStream(stream_, &output, &input);
+        requireMemory(ZSTD_getErrorCode(result) != ZSTD_error_memory_allocation);
         Step step = {input.pos, output.pos, result == 0, ""};
         if (ZSTD_isError(result) != 0) {
             step.fault = ZSTD_getErrorName(result);
