@@ -85,8 +85,6 @@ TEST(SerializePathAttribute, ChoosesTheHeaderByLength) {
         {0xc0, 255, octets({0xc0, 8, 255})},
         {0xc0, 256, octets({0xd0, 8, 1, 0})},
         {0xc0, 65535, octets({0xd0, 8, 255, 255})},
-        // Any combination is written.
-        {0x4f, 1, octets({0x4f, 8, 1})},
     };
     // Reused repeatedly, with its buffer grown in between.
     SerializePathAttribute again(BgpPathAttrType::origin, BgpPathAttrFlag::transitive, 1);
@@ -124,11 +122,6 @@ TEST(SerializePathAttributeAutoExtLen, TruncatesTheLengthToSixteenBits) {
     }
     EXPECT_EQ(out.patchHdrAndStringify(BgpPathAttrType::prefixSid, BgpPathAttrFlag::opt),
               octets({0x80, 40, 0}) + std::string(65536, 7));
-}
-
-TEST(SerializePathAttribute, CanForceTheLongHeader) {
-    SerializePathAttribute const out(BgpPathAttrType::community, BgpPathAttrFlag{0xd0}, 0);
-    EXPECT_EQ(out.serializedString(), octets({0xd0, 8, 0, 0}));
 }
 
 TEST(SerializePathAttribute, AssertsItsArguments) {

@@ -8,9 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <map>
 #include <memory>
-#include <random>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -298,42 +296,6 @@ TEST(ParseRules, ARemovedRuleIsDestroyedAndItsTypeParsedAsPlain) {
 
 // ---- Dispatch -----------------------------------------------------------------------------------
 
-TEST(ParseRules, WithoutPlugInsOnlyTheTypeOctetMatters) {
-    BareTree const tree;
-    std::map<unsigned, std::string> layoutOf;
-    for (unsigned const type : {0x00u, 0x02u, 0x40u, 0x42u}) {
-        layoutOf[type] = "AsNumber";
-    }
-    for (unsigned const type : {0x01u, 0x41u}) {
-        layoutOf[type] = "Ipv4Address";
-    }
-    for (unsigned const type : {0x03u, 0x43u, 0x80u, 0x81u, 0x82u}) {
-        layoutOf[type] = "Subtyped";
-    }
-    for (unsigned type = 0; type < 256; ++type) {
-        for (unsigned const subtype : {0x00u, 0x02u, 0x04u, 0x08u, 0xffu}) {
-            ExtCommContent const content(U64{type} << 56 | U64{subtype} << 48 | 1);
-            auto const parsed = tree.rule->parseExtendedCommunity(content);
-            EXPECT_EQ(parsed->fwkType().name(), "Routing::Bgp::ExtComm" + layoutOf[type])
-                << type << ' ' << subtype;
-            EXPECT_EQ(parsed->classification(), extCommClassificationUnSpecified);
-            EXPECT_EQ(parsed->getContent(), content);
-            EXPECT_TRUE(parsed->hasNotificationActive());
-            EXPECT_FALSE(parsed->everDeduped());
-            if (auto const* const as = dynamic_cast<ExtCommAsNumber const*>(parsed.get())) {
-                EXPECT_EQ(as->fourByteAs(), (type & 0xf) == 2);
-            }
-        }
-        ExtCommIp6Content const content(static_cast<U8>(type), 0x02, {}, 1);
-        auto const parsed = tree.rule->parseExtendedCommunityIp6(content);
-        EXPECT_EQ(parsed->fwkType().name(), type == 0x00 || type == 0x40
-                                                ? "Routing::Bgp::ExtCommIp6Subtyped"
-                                                : "Routing::Bgp::ExtCommIp6");
-        EXPECT_EQ(parsed->getContent(), content);
-        EXPECT_TRUE(parsed->hasNotificationActive());
-    }
-}
-
 class Ip6SubRule final : public BgpParseExtCommIp6SubTypeTransRuleBase {
   public:
     explicit Ip6SubRule(BgpParseExtCommControl const& control, std::function<void()> before = {})
@@ -456,20 +418,6 @@ TEST(ParseRules, ParsingAllocatesOnlyTheObject) {
     for (U8 const type : {U8{0x00}, U8{0x40}, U8{0x80}}) {
         ExtCommIp6Content const content(type, 0x02, {}, 1);
         EXPECT_LE(allocations([&] { return rule->parseExtendedCommunityIp6(content); }), 1u);
-    }
-}
-
-TEST(ParseRules, RandomContentsParseAndPrint) {
-    auto const container = bgpParseExtCommContainerSmFactory();
-    std::mt19937_64 random(20'260'501);
-    for (int i = 0; i < 20'000; ++i) {
-        auto const word = random();
-        // Half of them have a known type and subtype, or nearly.
-        ExtCommContent const content(i % 2 == 0 ? word : word & 0xc30f'ffff'ffff'ffff);
-        auto const parsed = container->extCommParser()->parseExtendedCommunity(content);
-        ASSERT_EQ(parsed->getContent(), content);
-        ASSERT_TRUE(parsed->toStrep().str().ends_with('>'));
-        parsed->toStrepForPolicy(ExtComm::StrepFormat(static_cast<U32>(word >> 8) & 0x7f));
     }
 }
 
