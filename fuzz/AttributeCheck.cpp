@@ -1,5 +1,6 @@
 #include "AttributeCheck.h"
 
+#include "input/IntegerTypes.h"
 #include "lists/ListKinds.h"
 #include "text/AttributeVerdict.h"
 #include "text/JsonWriter.h"
@@ -7,7 +8,6 @@
 #include <Mox/Assert.h>
 #include <Mox/Hash.h>
 
-#include <cstdint>
 #include <set>
 #include <string>
 #include <string_view>
@@ -19,7 +19,7 @@ namespace {
 /// Whether the octets are exactly one path attribute.
 Octets valueOf(Mox::String const& wire, CommunityKind kind) {
     std::string_view const text(wire);
-    PathAttributeReader reader({reinterpret_cast<std::uint8_t const*>(text.data()), text.size()});
+    PathAttributeReader reader({reinterpret_cast<U8 const*>(text.data()), text.size()});
     PathAttribute attribute, more;
     MOX_ASSERT(reader.next(attribute) && !reader.next(more) && reader.fault().empty());
     MOX_ASSERT(attribute.type == traitsOf(kind).attributeType);
@@ -37,11 +37,11 @@ void checkList(Agent& agent, Octets value) {
 }
 
 /// The number of distinct members of one type and subtype.
-std::size_t distinctOfType(Octets value, std::uint64_t type) {
-    std::set<std::uint64_t> members;
+std::size_t distinctOfType(Octets value, U64 type) {
+    std::set<U64> members;
     for (OctetReader in(value); !in.empty();) {
-        std::uint64_t const high = in.u32();
-        std::uint64_t const member = high << 32 | in.u32();
+        U64 const high = in.u32();
+        U64 const member = high << 32 | in.u32();
         if (member >> 48 == type) {
             members.insert(member);
         }
@@ -61,8 +61,7 @@ bool isAccepted(CommunityKind kind, Octets value) {
 
 void AttributeCheck::check(CommunityKind kind, Octets value) {
     // Allocates nothing: libFuzzer looks for leaks after each input that does.
-    auto const hash =
-        Mox::keyedHash(std::as_bytes(value)) ^ Mox::hashWord(static_cast<Mox::U64>(kind));
+    auto const hash = Mox::keyedHash(std::as_bytes(value)) ^ Mox::hashWord(static_cast<U64>(kind));
     auto& checked = checked_[hash % checked_.size()];
     if (checked != hash) {
         checkNew(kind, value);

@@ -28,7 +28,7 @@ class AttributeCheck {
     void checkNew(CommunityKind kind, Octets value);
 
     /// Hashes of values, each at the index that its low bits give.
-    std::vector<Mox::U64> checked_ = std::vector<Mox::U64>(std::size_t{1} << 16);
+    std::vector<U64> checked_ = std::vector<U64>(std::size_t{1} << 16);
     Agent agent_;
     std::vector<std::unique_ptr<AttributeDecoder>> const decoders_;
 };

@@ -1,9 +1,9 @@
 /// Fuzzes attribute values: the first octet is the attribute type, the rest is the value.
 #include "AttributeCheck.h"
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size);
 
-int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size) {
     using namespace BgpCommunities;
     static Test::AttributeCheck check;
     if (size == 0) {

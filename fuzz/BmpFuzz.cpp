@@ -89,9 +89,9 @@ std::string read(Octets octets, std::size_t atATime, AttributeCheck* check) {
 } // namespace
 } // namespace BgpCommunities::Test
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size);
 
-int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size) {
     using namespace BgpCommunities;
     static Test::AttributeCheck check;
     Octets const octets(data, size);

@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <set>
 #include <span>
@@ -85,7 +84,7 @@ class Observer final : public NotifyingRouteTargetList::Notifiee {
 /// The operations, as the octets order them.
 class Operations {
   public:
-    explicit Operations(std::span<std::uint8_t const> octets)
+    explicit Operations(std::span<U8 const> octets)
       : octets_(octets) {}
 
     void run() {
@@ -109,8 +108,8 @@ class Operations {
         Numbers numbers;
     };
 
-    std::uint8_t take() {
-        std::uint8_t const octet = octets_.empty() ? std::uint8_t{0} : octets_.front();
+    U8 take() {
+        U8 const octet = octets_.empty() ? U8{0} : octets_.front();
         octets_ = octets_.subspan(std::min<std::size_t>(1, octets_.size()));
         return octet;
     }
@@ -266,10 +265,9 @@ class Operations {
         if (!held.list) {
             return;
         }
-        MOX_ASSERT(std::equal(held.list->begin(), held.list->end(), held.numbers.begin(),
-                              held.numbers.end(), [](auto const& member, U64 number) {
-                                  return member->community() == number;
-                              }));
+        MOX_ASSERT(std::equal(
+            held.list->begin(), held.list->end(), held.numbers.begin(), held.numbers.end(),
+            [](auto const& member, U64 number) { return member->community() == number; }));
         auto const all = ExtCommList::Serialization(ExtCommList::Serialization::all);
         auto const wire = held.list->serialize(all);
         auto const octets = std::as_bytes(std::span(std::string_view(wire)));
@@ -310,7 +308,7 @@ class Operations {
         MOX_ASSERT(observer_->notifier()->rts() == values.size());
     }
 
-    std::span<std::uint8_t const> octets_;
+    std::span<U8 const> octets_;
     std::optional<CommunityTables> tables_{std::in_place};
     std::optional<Observer> observer_{std::in_place, tables_->routeTargets()};
     std::vector<List> lists_ = std::vector<List>(6);
@@ -321,9 +319,9 @@ class Operations {
 } // namespace
 } // namespace Routing::Bgp::Test
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size);
 
-int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size) {
     if (size == 0) {
         return 0;
     }

@@ -45,8 +45,7 @@ void writeSample(std::filesystem::path const& dump, std::filesystem::path const&
     std::string content(octets, '\0');
     std::size_t size = 0;
     while (size < octets) {
-        auto const got =
-            input.read({reinterpret_cast<std::uint8_t*>(&content[size]), octets - size});
+        auto const got = input.read({reinterpret_cast<U8*>(&content[size]), octets - size});
         if (got == 0) {
             break;
         }

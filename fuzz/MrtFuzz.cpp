@@ -56,9 +56,9 @@ class MemoryFile {
 } // namespace
 } // namespace BgpCommunities::Test
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size);
 
-int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size) {
     using namespace BgpCommunities;
     static Test::AttributeCheck check;
     Test::MemoryFile const file(Octets(data, size));

@@ -2,10 +2,11 @@
 /// it, the same on every run.
 ///
 ///     FUZZER CORPUS COPIES
+#include <Mox/Types.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -14,11 +15,12 @@
 #include <string>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size);
 
 namespace {
 
-using Input = std::vector<std::uint8_t>;
+using Mox::U8;
+using Input = std::vector<U8>;
 
 /// Mutates inputs pseudo-randomly. Thread-compatible.
 class Mutator {
@@ -37,7 +39,7 @@ class Mutator {
     }
 
     void changeOnce(Input& input) {
-        constexpr auto odd = std::to_array<std::uint8_t>({0x00, 0x01, 0x7f, 0x80, 0xff});
+        constexpr auto odd = std::to_array<U8>({0x00, 0x01, 0x7f, 0x80, 0xff});
         auto const place = placeIn(input);
         auto const length = std::min<std::ptrdiff_t>(static_cast<std::ptrdiff_t>(1 + below(32)),
                                                      std::ssize(input) - place);
@@ -45,7 +47,7 @@ class Mutator {
         Input const piece(at, at + length);
         switch (below(5)) {
         case 0:
-            *at ^= static_cast<std::uint8_t>(1U << below(8));
+            *at ^= static_cast<U8>(1U << below(8));
             break;
         case 1:
             *at = odd[below(odd.size())];

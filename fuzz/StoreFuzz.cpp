@@ -6,7 +6,6 @@
 #include <MoxStash/StoreException.h>
 #include <MoxStash/StoreFormat.h>
 
-#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -64,9 +63,9 @@ void makeGood(Words& words) {
 } // namespace
 } // namespace Routing::Bgp::Test
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size);
 
-int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size) {
     using namespace Routing::Bgp::Test;
     check(std::as_bytes(std::span(data, size)));
     Words words(size / sizeof(U64));

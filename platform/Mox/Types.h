@@ -8,5 +8,6 @@ using U8 = std::uint8_t;
 using U16 = std::uint16_t;
 using U32 = std::uint32_t;
 using U64 = std::uint64_t;
+using S64 = std::int64_t;
 
 } // namespace Mox

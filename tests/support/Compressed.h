@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,8 @@
 #include <zstd.h>
 
 #include <gtest/gtest.h>
+
+#include "input/IntegerTypes.h"
 
 namespace BgpCommunities::Test {
 
@@ -41,9 +42,9 @@ inline std::string bzip2(std::string plain) {
 inline std::string xz(std::string const& plain) {
     std::string out(lzma_stream_buffer_bound(plain.size()), '\0');
     std::size_t size = 0;
-    EXPECT_EQ(lzma_easy_buffer_encode(
-                  1, LZMA_CHECK_CRC32, nullptr, reinterpret_cast<std::uint8_t const*>(plain.data()),
-                  plain.size(), reinterpret_cast<std::uint8_t*>(out.data()), &size, out.size()),
+    EXPECT_EQ(lzma_easy_buffer_encode(1, LZMA_CHECK_CRC32, nullptr,
+                                      reinterpret_cast<U8 const*>(plain.data()), plain.size(),
+                                      reinterpret_cast<U8*>(out.data()), &size, out.size()),
               LZMA_OK);
     out.resize(size);
     return out;

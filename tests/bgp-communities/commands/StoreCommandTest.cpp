@@ -50,8 +50,8 @@ std::string unique(std::string const& head) {
 
 /// The numbers of lists and of attributes that carried them, by kind.
 struct Sum {
-    std::uint64_t lists = 0;
-    std::uint64_t uses = 0;
+    std::size_t lists = 0;
+    std::size_t uses = 0;
 };
 
 std::map<std::string, Sum> sumsOf(std::string const& shown) {

@@ -23,7 +23,7 @@ using namespace Test;
 /// Octets that hardly compress, so that truncation has an effect.
 std::string noise(std::size_t size) {
     std::string out;
-    for (std::uint32_t state = 1; out.size() < size;) {
+    for (U32 state = 1; out.size() < size;) {
         state = state * 1664525 + 1013904223;
         out += static_cast<char>(state >> 24);
     }
@@ -37,7 +37,7 @@ struct Read {
 
 Read readAll(std::string const& path, std::size_t step = 4096, unsigned threads = 1) {
     InputStream input(path, threads);
-    std::vector<std::uint8_t> buffer(step);
+    std::vector<U8> buffer(step);
     Read all;
     while (std::size_t const got = input.read(buffer)) {
         all.octets.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(got));
@@ -157,7 +157,7 @@ std::string octetsWithMagicInside(std::size_t size) {
     }
     std::string out = noise(size);
     for (char& octet : out) {
-        octet = used[static_cast<std::uint8_t>(octet) % used.size()];
+        octet = used[static_cast<U8>(octet) % used.size()];
     }
     return out;
 }
@@ -200,7 +200,7 @@ TEST(InputStreamTest, RejectsArchives) {
         .replace(148, 8, "        ");
     unsigned int sum = 0;
     for (char const octet : header) {
-        sum += static_cast<std::uint8_t>(octet);
+        sum += static_cast<U8>(octet);
     }
     std::array<char, 8> digits{};
     std::snprintf(digits.data(), digits.size(), "%06o", sum);
@@ -257,7 +257,7 @@ TEST(InputStreamTest, ReportsProgressInOctetsOfTheFile) {
     TemporaryFile const file(packed);
     InputStream input(file.path());
     EXPECT_EQ(input.sourceSize(), packed.size());
-    std::vector<std::uint8_t> buffer(1000);
+    std::vector<U8> buffer(1000);
     ASSERT_GT(input.read(buffer), 0U);
     EXPECT_LT(input.sourceOctets(), packed.size() / 2);
     while (input.read(buffer) != 0) {

@@ -1,11 +1,11 @@
 #include "input/OctetCache.h"
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "input/IntegerTypes.h"
 #include "support/Allocations.h"
 
 namespace BgpCommunities {
@@ -31,7 +31,7 @@ struct Counted {
     [[nodiscard]] std::size_t octets() const { return size_; }
 
     static inline std::size_t held = 0;
-    std::uint32_t number = 0;
+    U32 number = 0;
 
   private:
     std::size_t size_ = 0;
@@ -39,12 +39,12 @@ struct Counted {
 
 TEST(OctetCacheTest, ComputesRepeatedValuesOnceInBoundedMemory) {
     OctetCache<Counted> cache;
-    std::vector<std::uint8_t> key(100);
-    std::uint32_t made = 0;
-    auto const find = [&](std::uint32_t number, std::size_t size) {
-        key[0] = static_cast<std::uint8_t>(number);
-        key[1] = static_cast<std::uint8_t>(number >> 8);
-        key[99] = static_cast<std::uint8_t>(number >> 16);
+    std::vector<U8> key(100);
+    U32 made = 0;
+    auto const find = [&](U32 number, std::size_t size) {
+        key[0] = static_cast<U8>(number);
+        key[1] = static_cast<U8>(number >> 8);
+        key[99] = static_cast<U8>(number >> 16);
         return cache
             .find(key,
                   [&](Counted& value) {
@@ -54,7 +54,7 @@ TEST(OctetCacheTest, ComputesRepeatedValuesOnceInBoundedMemory) {
                   })
             .number;
     };
-    for (std::uint32_t number = 0; number < 200000; ++number) {
+    for (U32 number = 0; number < 200000; ++number) {
         ASSERT_EQ(find(number, number % 7 == 0 ? 2000000 : number % 20000), number);
         ASSERT_LE(Counted::held, 20U << 20);
     }

@@ -66,8 +66,8 @@ TEST(DumpsTest, ReadsTheOtherSamplesWithoutProblems) {
 // ---- Real dumps ----
 
 /// The counts of a line of the manifest, by column name.
-std::map<std::string, std::uint64_t> columnsOf(MrtCounts const& counts) {
-    std::map<std::string, std::uint64_t> out = {
+std::map<std::string, U64> columnsOf(MrtCounts const& counts) {
+    std::map<std::string, U64> out = {
         {"records", counts.records},
         {"updates", counts.updates},
         {"rib_entries", counts.ribEntries},

@@ -1,7 +1,6 @@
 #include "mrt/MrtReader.h"
 #include "mrt/RecordForms.h"
 
-#include <cstdint>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "input/IntegerTypes.h"
 #include "support/RecordedRoutes.h"
 
 namespace BgpCommunities {
@@ -21,7 +21,7 @@ using namespace Test;
 TEST(MalformedRecordsTest, CountsReportsAndSkipsMalformedParts) {
     struct Row {
         char const* name;
-        std::uint64_t MrtCounts::*counter;
+        U64 MrtCounts::*counter;
         std::string record;
         Lines lines;
         std::string reason;
@@ -171,7 +171,7 @@ std::size_t peakKilobytes() {
 TEST(MalformedRecordsTest, AllocatesNothingForLengthsBeyondTheInput) {
     std::size_t const before = peakKilobytes();
     Recorder recorder;
-    for (std::uint32_t const claim : {maxRibOctets, 0xffffffffU}) {
+    for (U32 const claim : {maxRibOctets, 0xffffffffU}) {
         for (std::size_t const octets : {12U, 100000U}) {
             std::string const head = u32(0) + u16(tableDumpV2) + u16(2) + u32(claim);
             EXPECT_EQ(read(head + std::string(octets, 'x'), recorder).truncatedOctets, 12 + octets);
@@ -179,7 +179,7 @@ TEST(MalformedRecordsTest, AllocatesNothingForLengthsBeyondTheInput) {
     }
 
     // A record longer than any valid one is not buffered either.
-    constexpr std::uint32_t size = maxRibOctets + 1;
+    constexpr U32 size = maxRibOctets + 1;
     TemporaryFile const file(u32(0) + u16(tableDumpV2) + u16(2) + u32(size));
     ASSERT_EQ(::truncate(file.path().c_str(), 12 + off_t{size}), 0);
     std::ofstream(file.path(), std::ios::binary | std::ios::app) << as4Record(update(""));
@@ -196,7 +196,7 @@ TEST(MalformedRecordsTest, ReadsRecordsUpToTheLongestOfTheirType) {
     struct Row {
         unsigned int type;
         unsigned int subtype;
-        std::uint32_t longest;
+        U32 longest;
         std::string start;
     };
 
@@ -210,7 +210,7 @@ TEST(MalformedRecordsTest, ReadsRecordsUpToTheLongestOfTheirType) {
               hex("00010000 0000fbff 0000 0002") + std::string(32, '\0') + marker + hex("ffff 04")},
          }) {
         SCOPED_TRACE(row.type);
-        for (std::uint32_t const more : {0U, 1U}) {
+        for (U32 const more : {0U, 1U}) {
             Recorder recorder;
             std::string body = row.start;
             body.resize(row.longest + more);

@@ -20,9 +20,9 @@ using namespace std::string_view_literals;
 TEST(JsonWriterTest, SeparatesValues) {
     std::string out;
     JsonWriter json(out);
-    json.beginObject().key("a").number(std::numeric_limits<std::int64_t>::min());
+    json.beginObject().key("a").number(std::numeric_limits<S64>::min());
     json.key("b").beginArray().boolean(true).beginObject().endObject().beginArray().endArray();
-    json.string("x").endArray().key("c").number(std::numeric_limits<std::uint64_t>::max());
+    json.string("x").endArray().key("c").number(std::numeric_limits<U64>::max());
     json.key("d").beginObject().key("e").boolean(false).endObject().endObject();
     EXPECT_EQ(out, R"({"a":-9223372036854775808,"b":[true,{},[],"x"],"c":18446744073709551615,)"
                    R"("d":{"e":false}})");
@@ -75,7 +75,7 @@ TEST(CommunityFormatterTest, WritesTheFieldsOfEachClass) {
     using namespace Routing::Bgp;
 
     struct Row {
-        std::uint64_t community;
+        U64 community;
         char const* fields;
     };
 

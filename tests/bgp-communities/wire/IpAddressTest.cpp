@@ -17,8 +17,8 @@ TEST(IpAddressTest, PrintsLikeTheSystemAndRoundTrips) {
         address.size = turn % 2 == 0 ? 4 : 16;
         for (unsigned int at = 0; at < address.size; at += 2) {
             auto const group = random() % 3 == 0 ? random() >> random() % 32 : 0;
-            address.octets[at] = static_cast<std::uint8_t>(group >> 8);
-            address.octets[at + 1] = static_cast<std::uint8_t>(group);
+            address.octets[at] = static_cast<U8>(group >> 8);
+            address.octets[at + 1] = static_cast<U8>(group);
         }
         char system[INET6_ADDRSTRLEN] = {};
         inet_ntop(address.size == 4 ? AF_INET : AF_INET6, address.octets.data(), system,

@@ -1,11 +1,11 @@
 #include "wire/Nlri.h"
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "input/IntegerTypes.h"
 #include "support/RecordedRoutes.h"
 
 namespace BgpCommunities {
@@ -57,7 +57,7 @@ TEST(NlriTest, ParsesAndPrintsRoutes) {
     for (Row const& row : rows) {
         SCOPED_TRACE(row.name);
         std::string const octets = hex(row.octets);
-        std::vector<std::uint8_t> const exact(octets.begin(), octets.end());
+        std::vector<U8> const exact(octets.begin(), octets.end());
         std::vector<Route> routes;
         EXPECT_EQ(readRoutes(exact, row.form, routes), row.fault);
         EXPECT_EQ(text(std::span<Route const>(routes)), row.routes);

@@ -10,12 +10,12 @@ constexpr std::string_view viewNames[ribViews] = {"adjRibInPre", "adjRibInPost",
                                                   "adjRibOutPost", "locRib"};
 
 // Flags of the per-peer header; those of the Loc-RIB have other meanings (RFC 9069).
-constexpr std::uint8_t flagIpv6 = 0x80;
-constexpr std::uint8_t flagPostPolicy = 0x40;
-constexpr std::uint8_t flagTwoOctetAs = 0x20;
-constexpr std::uint8_t flagAdjRibOut = 0x10; // RFC 8671
+constexpr U8 flagIpv6 = 0x80;
+constexpr U8 flagPostPolicy = 0x40;
+constexpr U8 flagTwoOctetAs = 0x20;
+constexpr U8 flagAdjRibOut = 0x10; // RFC 8671
 
-RibView viewOf(std::uint8_t flags) {
+RibView viewOf(U8 flags) {
     bool const post = (flags & flagPostPolicy) != 0;
     if ((flags & flagAdjRibOut) != 0) {
         return post ? RibView::adjRibOutPost : RibView::adjRibOutPre;
@@ -38,9 +38,9 @@ Peer BmpPeer::peer() const {
     if (view != RibView::locRib) {
         return {id.address, as};
     }
-    std::array<std::uint8_t, 4> octets{};
+    std::array<U8, 4> octets{};
     for (std::size_t at = 0; at < octets.size(); ++at) {
-        octets[at] = static_cast<std::uint8_t>(bgpId >> (24 - 8 * at));
+        octets[at] = static_cast<U8>(bgpId >> (24 - 8 * at));
     }
     return {ipAddress(octets), as};
 }
@@ -48,7 +48,7 @@ Peer BmpPeer::peer() const {
 std::string_view readBmpPeer(OctetReader& in, BmpPeer& peer) {
     peer.id = {};
     peer.id.type = in.u8();
-    std::uint8_t const flags = in.u8();
+    U8 const flags = in.u8();
     Octets const distinguisher = in.octets(peer.id.distinguisher.size());
     Octets const address = in.octets(16);
     peer.as = in.u32();
@@ -99,7 +99,7 @@ std::string_view readBmpPeerUp(OctetReader& in, BmpPeer const& peer, BmpPeerUp& 
     return {};
 }
 
-std::string_view bmpPeerDownReason(std::uint8_t reason) {
+std::string_view bmpPeerDownReason(U8 reason) {
     constexpr std::string_view reasons[] = {
         "reserved reason",
         "the router closed the session with a notification",
@@ -112,7 +112,7 @@ std::string_view bmpPeerDownReason(std::uint8_t reason) {
     return reason < std::size(reasons) ? reasons[reason] : "unknown reason";
 }
 
-std::string_view bmpTerminationReason(std::uint16_t reason) {
+std::string_view bmpTerminationReason(U16 reason) {
     constexpr std::string_view reasons[] = {
         "administratively closed",
         "unspecified reason",

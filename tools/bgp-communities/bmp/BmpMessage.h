@@ -2,10 +2,10 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 #include "wire/AsPath.h"
 #include "wire/BgpMessage.h"
@@ -14,7 +14,7 @@
 namespace BgpCommunities {
 
 /// The types of BMP messages (RFC 7854, section 4.1).
-enum class BmpType : std::uint8_t {
+enum class BmpType : U8 {
     routeMonitoring = 0,
     statistics = 1,
     peerDown = 2,
@@ -25,7 +25,7 @@ enum class BmpType : std::uint8_t {
 };
 
 inline constexpr std::size_t bmpTypes = 7;
-inline constexpr std::uint8_t bmpVersion = 3;
+inline constexpr U8 bmpVersion = 3;
 inline constexpr std::size_t bmpHeaderOctets = 6;
 
 /// A BMP message without its header. `body` is not owned; `type` may be an unassigned number.
@@ -35,7 +35,7 @@ struct BmpMessage {
 };
 
 /// The table of a router that a message reports (RFC 7854, RFC 8671, RFC 9069).
-enum class RibView : std::uint8_t {
+enum class RibView : U8 {
     adjRibInPre,   // received from the peer, before policy
     adjRibInPost,  // after policy
     adjRibOutPre,  // to be sent to the peer, before policy
@@ -50,10 +50,10 @@ std::string_view nameOf(RibView view);
 
 /// Identifies a peer of a router; can be used as a key. No address for the Loc-RIB.
 struct BmpPeerId {
-    static constexpr std::uint8_t locRibInstance = 3; // peer type
+    static constexpr U8 locRibInstance = 3; // peer type
 
-    std::uint8_t type = 0;
-    std::array<std::uint8_t, 8> distinguisher{}; // of the routing instance; not for type 0
+    U8 type = 0;
+    std::array<U8, 8> distinguisher{}; // of the routing instance; not for type 0
     IpAddress address;
 
     auto operator<=>(BmpPeerId const&) const = default;
@@ -67,10 +67,10 @@ struct BmpPeer {
     BmpPeerId id;
     RibView view = RibView::adjRibInPre;
     AsWidth asWidth = AsWidth::four; // of AS_PATH in the messages
-    std::uint32_t as = 0;
-    std::uint32_t bgpId = 0;
-    std::uint32_t seconds = 0; // since 1970, UTC; 0 if unknown
-    std::uint32_t microseconds = 0;
+    U32 as = 0;
+    U32 bgpId = 0;
+    U32 seconds = 0; // since 1970, UTC; 0 if unknown
+    U32 microseconds = 0;
 
     /// The address and the AS of the peer; for the Loc-RIB, the router's BGP identifier as an
     /// address.
@@ -83,7 +83,7 @@ std::string_view readBmpPeer(OctetReader& in, BmpPeer& peer);
 /// A type-length-value of initiation, termination, statistics, mirroring and peer up messages.
 /// `value` is not owned.
 struct BmpTlv {
-    std::uint16_t type = 0;
+    U16 type = 0;
     Octets value;
 };
 
@@ -93,15 +93,15 @@ bool readBmpTlv(OctetReader& in, BmpTlv& tlv);
 
 /// Types of information in initiation and peer up messages (RFC 7854, section 4.4).
 struct BmpInformation {
-    static constexpr std::uint16_t systemDescription = 1;
-    static constexpr std::uint16_t systemName = 2;
+    static constexpr U16 systemDescription = 1;
+    static constexpr U16 systemName = 2;
 };
 
 /// The rest of a peer up message (RFC 7854, section 4.10); not owned.
 struct BmpPeerUp {
     IpAddress local;
-    std::uint16_t localPort = 0;
-    std::uint16_t remotePort = 0;
+    U16 localPort = 0;
+    U16 remotePort = 0;
     BgpMessage sentOpen;     // by the router
     BgpMessage receivedOpen; // from the peer
     Octets information;      // TLVs
@@ -111,9 +111,9 @@ struct BmpPeerUp {
 std::string_view readBmpPeerUp(OctetReader& in, BmpPeer const& peer, BmpPeerUp& up);
 
 /// Returns the text for a reason in a peer down message (RFC 7854, section 4.9; RFC 9069).
-std::string_view bmpPeerDownReason(std::uint8_t reason);
+std::string_view bmpPeerDownReason(U8 reason);
 
 /// Returns the text for a reason in a termination message (RFC 7854, section 4.5).
-std::string_view bmpTerminationReason(std::uint16_t reason);
+std::string_view bmpTerminationReason(U16 reason);
 
 } // namespace BgpCommunities

@@ -21,7 +21,7 @@ MessageEnds endsOf(BmpPeer const& peer, IpAddress const& local) {
     case RibView::locRib:
         break;
     }
-    return {IpAddress{}, ipAddress(std::array<std::uint8_t, 4>{})};
+    return {IpAddress{}, ipAddress(std::array<U8, 4>{})};
 }
 
 /// Parses all TLVs and passes them to `take(tlv)`.
@@ -45,9 +45,9 @@ bool isRouterItself(BmpPeer const& peer) {
 
 /// Checks the data after the reason of a peer down message (RFC 7854, section 4.9). Returns an
 /// error message, empty on success.
-std::string_view peerDownFault(std::uint8_t reason, OctetReader in) {
-    constexpr std::uint8_t routerNotified = 1, routerClosed = 2, peerNotified = 3;
-    constexpr std::uint8_t notification = 3; // RFC 4271, section 4.1
+std::string_view peerDownFault(U8 reason, OctetReader in) {
+    constexpr U8 routerNotified = 1, routerClosed = 2, peerNotified = 3;
+    constexpr U8 notification = 3; // RFC 4271, section 4.1
     if (reason == routerNotified || reason == peerNotified) {
         BgpMessage message;
         bool const isNotification =
@@ -100,7 +100,7 @@ std::string_view BmpReader::readSystem(OctetReader& in) {
 }
 
 std::string_view BmpReader::readTermination(OctetReader& in) {
-    constexpr std::uint16_t reasonType = 1;
+    constexpr U16 reasonType = 1;
     std::string_view reason;
     auto const fault = readTlvs(in, [&](BmpTlv const& tlv) {
         if (tlv.type == reasonType && tlv.value.size() == 2) {
@@ -155,7 +155,7 @@ std::string_view BmpReader::readPeerUp(OctetReader& in, BmpPeer const& peer) {
 }
 
 std::string_view BmpReader::readPeerDown(OctetReader& in, BmpPeer const& peer) {
-    std::uint8_t const reason = in.u8();
+    U8 const reason = in.u8();
     if (!in.ok()) {
         return "truncated peer down message";
     }

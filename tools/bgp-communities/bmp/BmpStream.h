@@ -1,12 +1,12 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "BmpMessage.h"
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 
 namespace BgpCommunities {
@@ -33,7 +33,7 @@ class BmpStream {
         } else {
             octets = complete(octets);
             if (isWhole(partial_)) {
-                std::vector<std::uint8_t> const whole = std::exchange(partial_, {});
+                std::vector<U8> const whole = std::exchange(partial_, {});
                 take(messageOf(whole));
                 octets = takeAll(octets, take);
             }
@@ -70,7 +70,7 @@ class BmpStream {
     [[nodiscard]] static BmpMessage messageOf(Octets octets);
 
     std::size_t const maxOctets_;
-    std::vector<std::uint8_t> partial_;
+    std::vector<U8> partial_;
     std::string fault_;
 };
 

@@ -9,10 +9,10 @@ namespace {
 void appendHeader(std::string& out, BmpType type, std::size_t bodyOctets) {
     appendU8(out, bmpVersion);
     appendU32(out, bmpHeaderOctets + bodyOctets);
-    appendU8(out, static_cast<std::uint8_t>(type));
+    appendU8(out, static_cast<U8>(type));
 }
 
-void appendTlv(std::string& out, std::uint16_t type, std::string_view value) {
+void appendTlv(std::string& out, U16 type, std::string_view value) {
     appendU16(out, type);
     appendU16(out, value.size());
     out += value;
@@ -32,7 +32,7 @@ void appendPeer(std::string& out, BmpPeer const& peer) {
     unsigned const flags = (peer.id.address.size == 16 ? 0x80U : 0U) | (isPost ? 0x40U : 0U) |
                            (peer.asWidth == AsWidth::two ? 0x20U : 0U) | (isOut ? 0x10U : 0U);
     appendU8(out, peer.id.type);
-    appendU8(out, static_cast<std::uint8_t>(flags));
+    appendU8(out, static_cast<U8>(flags));
     appendOctets(out, peer.id.distinguisher);
     appendAddress(out, peer.id.address);
     appendU32(out, peer.as);
@@ -51,7 +51,7 @@ void appendBmpInitiation(std::string& out, std::string_view name, std::string_vi
     out += body;
 }
 
-void appendBmpTermination(std::string& out, std::uint16_t reason) {
+void appendBmpTermination(std::string& out, U16 reason) {
     appendHeader(out, BmpType::termination, 6);
     appendU16(out, 1);
     appendU16(out, 2);
@@ -68,7 +68,7 @@ void appendBmpPeerUp(std::string& out, BmpPeer const& peer, BmpPeerUp const& up,
     out += opens;
 }
 
-void appendBmpPeerDown(std::string& out, BmpPeer const& peer, std::uint8_t reason) {
+void appendBmpPeerDown(std::string& out, BmpPeer const& peer, U8 reason) {
     appendHeader(out, BmpType::peerDown, peerHeaderOctets + 1);
     appendPeer(out, peer);
     appendU8(out, reason);

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "BmpMessage.h"
+#include "input/IntegerTypes.h"
 #include "wire/BgpMessage.h"
 #include "wire/Nlri.h"
 
@@ -16,13 +16,13 @@ namespace BgpCommunities {
 void appendBmpInitiation(std::string& out, std::string_view name, std::string_view description);
 
 /// Reason 0 is "administratively closed".
-void appendBmpTermination(std::string& out, std::uint16_t reason);
+void appendBmpTermination(std::string& out, U16 reason);
 
 /// `opens` is the OPEN that the router sent, then the one it received, each with its header.
 void appendBmpPeerUp(std::string& out, BmpPeer const& peer, BmpPeerUp const& up,
                      std::string_view opens);
 
-void appendBmpPeerDown(std::string& out, BmpPeer const& peer, std::uint8_t reason);
+void appendBmpPeerDown(std::string& out, BmpPeer const& peer, U8 reason);
 
 /// `update` is the body of an UPDATE. REQUIRES: it fits a BGP message (65,535 octets).
 void appendBmpRoutes(std::string& out, BmpPeer const& peer, Octets update);

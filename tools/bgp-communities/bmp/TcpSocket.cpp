@@ -50,12 +50,11 @@ SocketAddress socketAddress(SystemAddress const& from) {
     if (from.storage.ss_family == AF_INET) {
         sockaddr_in in{};
         std::memcpy(&in, &from.storage, sizeof in);
-        return {ipAddress({reinterpret_cast<std::uint8_t const*>(&in.sin_addr), 4}),
-                ntohs(in.sin_port)};
+        return {ipAddress({reinterpret_cast<U8 const*>(&in.sin_addr), 4}), ntohs(in.sin_port)};
     }
     sockaddr_in6 in{};
     std::memcpy(&in, &from.storage, sizeof in);
-    Octets const octets(reinterpret_cast<std::uint8_t const*>(&in.sin6_addr), 16);
+    Octets const octets(reinterpret_cast<U8 const*>(&in.sin6_addr), 16);
     bool const isMapped = IN6_IS_ADDR_V4MAPPED(&in.sin6_addr);
     return {ipAddress(isMapped ? octets.last(4) : octets), ntohs(in.sin6_port)};
 }

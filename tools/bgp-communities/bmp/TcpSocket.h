@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "input/IntegerTypes.h"
 #include "wire/IpAddress.h"
 
 namespace BgpCommunities {
@@ -34,7 +34,7 @@ class FileDescriptor {
 /// An IP address and a TCP port; a plain value.
 struct SocketAddress {
     IpAddress address;
-    std::uint16_t port = 0;
+    U16 port = 0;
 };
 
 /// Parses "192.0.2.1:1790" or "[2001:db8::1]:1790"; the address of ":1790" and "1790" is 127.0.0.1.

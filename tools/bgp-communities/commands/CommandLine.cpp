@@ -88,12 +88,12 @@ std::vector<std::string_view> Arguments::values(std::string_view option) const {
     return values;
 }
 
-std::optional<std::uint64_t> Arguments::count(std::string_view option) const {
+std::optional<U64> Arguments::count(std::string_view option) const {
     auto const text = value(option);
     if (!text) {
         return std::nullopt;
     }
-    std::uint64_t number = 0;
+    U64 number = 0;
     char const* const end = text->data() + text->size();
     auto const [read, error] = std::from_chars(text->data(), end, number);
     if (error != std::errc() || read != end || number == 0) {

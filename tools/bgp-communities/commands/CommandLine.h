@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <span>
 #include <stdexcept>
 #include <string_view>
 #include <vector>
 
+#include "input/IntegerTypes.h"
 #include "text/ExitStatus.h"
 
 namespace BgpCommunities {
@@ -20,7 +20,7 @@ class UsageError : public std::runtime_error {
 };
 
 /// The value of an option.
-enum class Takes : std::uint8_t {
+enum class Takes : U8 {
     nothing,
     optional, // one of `values`; any other argument is not a value
     value,
@@ -57,7 +57,7 @@ class Arguments {
     [[nodiscard]] std::vector<std::string_view> values(std::string_view option) const;
 
     /// The value of an option as a positive number. Throws UsageError if it is not one.
-    [[nodiscard]] std::optional<std::uint64_t> count(std::string_view option) const;
+    [[nodiscard]] std::optional<U64> count(std::string_view option) const;
 
     [[nodiscard]] std::span<std::string_view const> operands() const { return operands_; }
 

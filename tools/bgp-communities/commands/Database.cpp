@@ -32,12 +32,12 @@ void Database::execute(std::string const& sql) {
     }
 }
 
-std::int64_t Database::number(std::string const& sql) {
+S64 Database::number(std::string const& sql) {
     auto const row = Statement(*this, sql).row();
     return row ? row->number : 0;
 }
 
-std::int64_t Database::lastId() const {
+S64 Database::lastId() const {
     return ::sqlite3_last_insert_rowid(connection_.get());
 }
 
@@ -61,7 +61,7 @@ void Statement::check(int code) {
     }
 }
 
-Statement& Statement::bind(std::int64_t number) {
+Statement& Statement::bind(S64 number) {
     check(::sqlite3_bind_int64(statement_.get(), ++parameter_, number));
     return *this;
 }

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 
 struct sqlite3;
@@ -33,10 +33,10 @@ class Database {
     void execute(std::string const& sql);
 
     /// Returns the number in the first column of the first row. Throws DatabaseError.
-    std::int64_t number(std::string const& sql);
+    S64 number(std::string const& sql);
 
     /// The row id of the last insertion.
-    [[nodiscard]] std::int64_t lastId() const;
+    [[nodiscard]] S64 lastId() const;
 
     [[nodiscard]] std::string const& name() const { return name_; }
 
@@ -60,7 +60,7 @@ class Statement {
   public:
     Statement(Database& database, std::string_view sql);
 
-    Statement& bind(std::int64_t number);
+    Statement& bind(S64 number);
     Statement& bind(std::string_view text); // copied
     Statement& bindOctets(Octets octets);   // copied
 
@@ -78,7 +78,7 @@ class Statement {
 
     /// The first two columns of a row.
     struct Row {
-        std::int64_t number = 0;
+        S64 number = 0;
         std::string text;
     };
 

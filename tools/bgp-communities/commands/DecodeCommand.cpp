@@ -99,7 +99,7 @@ class DecodeRun {
 
     /// Returns the decoder for an attribute type given as text.
     [[nodiscard]] Choice decoder(std::string_view type) {
-        std::uint8_t number = 0;
+        U8 number = 0;
         auto const [end, error] = std::from_chars(type.data(), type.data() + type.size(), number);
         bool const isNumber = error == std::errc() && end == type.data() + type.size();
         auto const kind = isNumber ? communityKind(number) : std::nullopt;
@@ -201,7 +201,7 @@ class DecodeRun {
     std::vector<std::unique_ptr<AttributeDecoder>> const decoders_ =
         attributeDecoders(agent_, &dictionary_);
     Choice const default_;
-    std::vector<std::uint8_t> octets_; // the current value; reused
+    std::vector<U8> octets_; // the current value; reused
     ExitStatus status_ = ExitStatus::allRead;
 };
 
@@ -211,7 +211,8 @@ ExitStatus decode(Arguments const& arguments, Output& output) {
 
 } // namespace
 
-Command const decodeCommand = {"decode", "print the communities in values of path attributes",
-                               decodeHelp, decodeOptions, decode, {}};
+Command const decodeCommand = {"decode",   "print the communities in values of path attributes",
+                               decodeHelp, decodeOptions,
+                               decode,     {}};
 
 } // namespace BgpCommunities

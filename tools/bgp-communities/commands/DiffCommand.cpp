@@ -111,7 +111,7 @@ Side readSide(Agent& agent, Arguments const& arguments, std::size_t number,
 /// A list or value, with its uses on both sides.
 struct Compared {
     std::string text;
-    std::array<std::uint64_t, 2> uses{};
+    std::array<U64, 2> uses{};
 };
 
 /// By octets.
@@ -166,7 +166,7 @@ class DiffWriter {
 };
 
 void DiffWriter::writeRoutes(ComparedRoutes const& routes, Side const& before, Side const& after) {
-    std::uint64_t same = 0, changed = 0, gone = 0, added = 0;
+    U64 same = 0, changed = 0, gone = 0, added = 0;
     for (auto const& [peer, routesOfPeer] : routes) {
         for (auto const& [name, sides] : routesOfPeer) {
             if (!sides[0] || !sides[1]) {
@@ -236,7 +236,7 @@ void DiffWriter::writeItems(std::string_view what, std::span<ComparedItems const
 void DiffWriter::writeItem(std::string_view what, std::size_t kind, std::string const& octets,
                            Compared const& item) {
     bool const isNew = item.uses[0] == 0;
-    std::uint64_t const uses = item.uses[isNew ? 1 : 0];
+    U64 const uses = item.uses[isNew ? 1 : 0];
     if (json_) {
         JsonWriter json(output_.text());
         json.beginObject().key("change").string(what);

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "CommandLine.h"
+#include "input/IntegerTypes.h"
 #include "lists/DumpHandler.h"
 #include "mrt/MrtCounts.h"
 #include "text/ExitStatus.h"
@@ -15,8 +15,8 @@ namespace BgpCommunities {
 
 /// The result of reading dumps.
 struct DumpResult {
-    std::uint64_t files = 0; // opened successfully
-    MrtCounts counts;        // of all files
+    U64 files = 0;    // opened successfully
+    MrtCounts counts; // of all files
     ExitStatus status = ExitStatus::allRead;
 };
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <condition_variable>
 #include <cstddef>
-#include <cstdint>
 #include <deque>
 #include <exception>
 #include <memory>
@@ -16,6 +15,7 @@
 
 #include "OrderedProblems.h"
 #include "input/InputStream.h"
+#include "input/IntegerTypes.h"
 #include "input/OctetBudget.h"
 #include "mrt/MrtRecords.h"
 #include "mrt/RecordBatch.h"
@@ -76,7 +76,7 @@ class DumpWork {
 
     /// Returns the number of opened files; rethrows the exception passed to `fail()`. REQUIRES: all
     /// threads have ended.
-    std::uint64_t opened() const;
+    U64 opened() const;
 
   private:
     static constexpr std::size_t readyOctetsInAll = 4U << 20;
@@ -102,7 +102,7 @@ class DumpWork {
     std::vector<Batch> spare_;
     std::size_t nextDump_ = 0;
     std::size_t readers_ = 0; // threads that are reading a dump
-    std::uint64_t opened_ = 0;
+    U64 opened_ = 0;
     OctetBudget budget_{largeOctetsInAll};
     OrderedProblems problems_;
     std::exception_ptr failure_;
@@ -199,7 +199,7 @@ bool DumpWork::failed() const {
     return failure_ != nullptr;
 }
 
-std::uint64_t DumpWork::opened() const {
+U64 DumpWork::opened() const {
     if (failure_) {
         std::rethrow_exception(failure_);
     }
@@ -251,7 +251,7 @@ class DumpCutter {
     DumpWork& work_;
     std::size_t const dump_;
     Progress::Clock::time_point const begun_ = Progress::Clock::now();
-    std::uint64_t sequence_ = 0;
+    U64 sequence_ = 0;
     std::optional<InputStream> input_;
     std::optional<MrtRecords> records_;
     MrtRecord record_; // the current one

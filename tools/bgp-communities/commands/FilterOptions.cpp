@@ -49,9 +49,9 @@ std::optional<Number> readNumber(std::string_view text) {
 }
 
 /// "64496" or "AS64496".
-std::optional<std::uint32_t> readAs(std::string_view text) {
+std::optional<U32> readAs(std::string_view text) {
     bool const named = normalizedName(text.substr(0, 2)) == "as";
-    return readNumber<std::uint32_t>(named ? text.substr(2) : text);
+    return readNumber<U32>(named ? text.substr(2) : text);
 }
 
 /// Parses "192.0.2.1", "AS64496", or both, as printed by `read`.
@@ -80,18 +80,14 @@ std::optional<Number> named(std::span<std::pair<std::string_view, Number> const>
 
 /// "ipv6", "IPv6 unicast", "ipv4-vpn", "vpnv4", "l2vpn-evpn", "evpn", "25/70".
 RouteFilter::FamilyChoice family(std::string_view text) {
-    static constexpr std::pair<std::string_view, std::uint16_t> families[] = {
+    static constexpr std::pair<std::string_view, U16> families[] = {
         {"ipv4", afiIpv4}, {"ipv6", afiIpv6}, {"l2vpn", 25}, {"bgp-ls", 16388}};
-    static constexpr std::pair<std::string_view, std::uint8_t> subsequent[] = {
-        {"unicast", safiUnicast},
-        {"multicast", safiMulticast},
-        {"labelled", safiLabelled},
-        {"labeled", safiLabelled},
-        {"vpn", safiVpn},
-        {"vpls", std::uint8_t{65}},
-        {"evpn", std::uint8_t{70}},
-        {"rtc", std::uint8_t{132}},
-        {"flowspec", std::uint8_t{133}}};
+    static constexpr std::pair<std::string_view, U8> subsequent[] = {
+        {"unicast", safiUnicast},   {"multicast", safiMulticast},
+        {"labelled", safiLabelled}, {"labeled", safiLabelled},
+        {"vpn", safiVpn},           {"vpls", U8{65}},
+        {"evpn", U8{70}},           {"rtc", U8{132}},
+        {"flowspec", U8{133}}};
     static constexpr std::pair<std::string_view, std::string_view> synonyms[] = {
         {"evpn", "l2vpn-evpn"},
         {"vpls", "l2vpn-vpls"},
@@ -102,11 +98,11 @@ RouteFilter::FamilyChoice family(std::string_view text) {
         name = name == typed ? full : name;
     }
     std::size_t const end = name.starts_with("bgp-ls") ? 6 : name.find_first_of(" -/");
-    auto const afi = named<std::uint16_t>(families, std::string_view(name).substr(0, end));
-    std::optional<std::uint8_t> safi;
+    auto const afi = named<U16>(families, std::string_view(name).substr(0, end));
+    std::optional<U8> safi;
     bool known = afi.has_value();
     if (end < name.size()) {
-        safi = named<std::uint8_t>(subsequent, std::string_view(name).substr(end + 1));
+        safi = named<U8>(subsequent, std::string_view(name).substr(end + 1));
         known = known && safi;
     }
     if (!known) {
@@ -195,7 +191,7 @@ void addPrefixes(RouteFilter& filter, Arguments const& arguments) {
         for (std::string_view const text : arguments.values(option)) {
             Prefix prefix;
             prefix.address = readIpAddress(text);
-            prefix.length = static_cast<std::uint8_t>(prefix.address.size * 8);
+            prefix.length = static_cast<U8>(prefix.address.size * 8);
             bool const isAddress = relation == Relation::covers && prefix.address.size != 0;
             if (auto const fault = isAddress ? std::string_view() : readPrefix(text, prefix);
                 !fault.empty()) {

@@ -113,8 +113,7 @@ examples:
 
 /// Returns the value of an option, from 1 to `most`, or `otherwise` if it is missing.
 template <class Number>
-Number numberOf(Arguments const& arguments, std::string_view option, Number otherwise,
-                std::uint64_t most) {
+Number numberOf(Arguments const& arguments, std::string_view option, Number otherwise, U64 most) {
     auto const number = arguments.count(option);
     if (number && *number > most) {
         throw UsageError(std::string(option) + ": at most " + std::to_string(most));
@@ -123,7 +122,7 @@ Number numberOf(Arguments const& arguments, std::string_view option, Number othe
 }
 
 StationOptions optionsOf(Arguments const& arguments) {
-    constexpr std::uint64_t any = std::numeric_limits<std::uint32_t>::max();
+    constexpr U64 any = std::numeric_limits<U32>::max();
     StationOptions options;
     options.address = bmpAddress(arguments);
     options.threads = numberOf(arguments, threadsOption, options.threads, 64);
@@ -132,10 +131,9 @@ StationOptions optionsOf(Arguments const& arguments) {
     options.limits.messageOctets =
         numberOf(arguments, maxMessageOption, options.limits.messageOctets, any);
     options.limits.timeout =
-        std::chrono::seconds(numberOf(arguments, timeoutOption, std::uint64_t{30}, 86400));
+        std::chrono::seconds(numberOf(arguments, timeoutOption, U64{30}, 86400));
     options.limits.verbose = arguments.has(verboseOption);
-    options.every =
-        std::chrono::seconds(numberOf(arguments, everyOption, std::uint64_t{10}, 86400));
+    options.every = std::chrono::seconds(numberOf(arguments, everyOption, U64{10}, 86400));
     options.store = arguments.value(storeOption).value_or("");
     if (auto const text = arguments.value(metricsOption)) {
         options.metrics = addressIn(metricsOption, *text);
@@ -143,7 +141,7 @@ StationOptions optionsOf(Arguments const& arguments) {
     options.record.path = arguments.value(recordOption).value_or("");
     options.record.octets = arguments.count(recordOctetsOption).value_or(options.record.octets);
     if (auto const seconds = arguments.count(recordSecondsOption)) {
-        options.record.age = std::chrono::seconds(std::min<std::uint64_t>(*seconds, any));
+        options.record.age = std::chrono::seconds(std::min<U64>(*seconds, any));
     }
     options.printsRoutes = arguments.has(jsonOption);
     options.printsTargets = arguments.has(targetsOption);

@@ -10,8 +10,7 @@ OrderedProblems::OrderedProblems(std::size_t dumps, ProblemLog& log)
     }
 }
 
-void OrderedProblems::handleRead(std::size_t dump, std::uint64_t place, bool last,
-                                 ProblemLog& problems) {
+void OrderedProblems::handleRead(std::size_t dump, U64 place, bool last, ProblemLog& problems) {
     Dump& of = dumps_[dump];
     of.early.try_emplace(place, Piece{heldLog(), last}).first->second.problems.take(problems);
     for (auto piece = of.early.find(of.next); piece != of.early.end();

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <map>
 #include <vector>
 
+#include "input/IntegerTypes.h"
 #include "text/ProblemLog.h"
 
 namespace BgpCommunities {
@@ -22,7 +22,7 @@ class OrderedProblems {
 
     /// Takes the problems of a batch. `place` is its position in the dump, from 0; `last` is true
     /// for the last batch.
-    void handleRead(std::size_t dump, std::uint64_t place, bool last, ProblemLog& problems);
+    void handleRead(std::size_t dump, U64 place, bool last, ProblemLog& problems);
 
   private:
     struct Piece {
@@ -31,9 +31,9 @@ class OrderedProblems {
     };
 
     struct Dump {
-        ProblemLog problems;                  // of the batches before `next`, not reported yet
-        std::map<std::uint64_t, Piece> early; // by place; an earlier batch is missing
-        std::uint64_t next = 0;
+        ProblemLog problems;        // of the batches before `next`, not reported yet
+        std::map<U64, Piece> early; // by place; an earlier batch is missing
+        U64 next = 0;
         bool ended = false;
     };
 

@@ -1,7 +1,6 @@
 #include "Commands.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -13,6 +12,7 @@
 #include "DumpFiles.h"
 #include "FilterOptions.h"
 #include "RouteWriter.h"
+#include "input/IntegerTypes.h"
 #include "lists/Agent.h"
 #include "lists/ListTextCache.h"
 #include "text/Output.h"
@@ -26,28 +26,27 @@ constexpr std::string_view fullOption = "--full";
 constexpr std::string_view formatOption = "--format";
 constexpr std::string_view formatNames[] = {"text", "json", "tsv"}; // by RouteFormat
 
-constexpr Option readOptions[] = {
-    {formatOption, Takes::value, formatNames},
-    {jsonOption},
-    {fullOption},
-    dictionaryOption,
-    {sinceOption, Takes::value},
-    {untilOption, Takes::value},
-    {peerOption, Takes::value},
-    {familyOption, Takes::value, familyNames},
-    {prefixOption, Takes::value},
-    {exactOption, Takes::value},
-    {coversOption, Takes::value},
-    {originAsOption, Takes::value},
-    {asPathOption, Takes::value},
-    {announcedOption},
-    {withdrawnOption},
-    {kindOption, Takes::value, kindNames},
-    {communityOption, Takes::value},
-    {matchOption, Takes::value},
-    {limitOption, Takes::value},
-    addPathOption,
-    {verboseOption}};
+constexpr Option readOptions[] = {{formatOption, Takes::value, formatNames},
+                                  {jsonOption},
+                                  {fullOption},
+                                  dictionaryOption,
+                                  {sinceOption, Takes::value},
+                                  {untilOption, Takes::value},
+                                  {peerOption, Takes::value},
+                                  {familyOption, Takes::value, familyNames},
+                                  {prefixOption, Takes::value},
+                                  {exactOption, Takes::value},
+                                  {coversOption, Takes::value},
+                                  {originAsOption, Takes::value},
+                                  {asPathOption, Takes::value},
+                                  {announcedOption},
+                                  {withdrawnOption},
+                                  {kindOption, Takes::value, kindNames},
+                                  {communityOption, Takes::value},
+                                  {matchOption, Takes::value},
+                                  {limitOption, Takes::value},
+                                  addPathOption,
+                                  {verboseOption}};
 
 constexpr std::string_view readHelp =
     R"(usage: bgp-communities read [OPTION...] FILE...
@@ -258,13 +257,13 @@ class RoutePrinter final : public DumpHandler {
     }
 
     RouteFilter const filter_;
-    std::optional<std::uint64_t> const limit_;
+    std::optional<U64> const limit_;
     Dictionary const dictionary_;
     Output& output_;
     RouteWriter writer_;
     Agent agent_;
     std::vector<ListTextCache> caches_; // by CommunityKind
-    std::uint64_t printed_ = 0;
+    U64 printed_ = 0;
     // Of the current routes.
     RouteAttributes attributes_;
     std::string asPath_;

@@ -64,18 +64,18 @@ examples:
 
 /// Counts of the changes to the table of routes.
 struct ReplayCounts {
-    std::uint64_t updates = 0;
-    std::uint64_t ribEntries = 0;
-    std::uint64_t withoutPeer = 0; // RIB entries whose peer is unknown
-    std::uint64_t sent = 0;        // UPDATEs sent to the peer
-    std::uint64_t announced = 0;
-    std::uint64_t replaced = 0; // of `announced`: the route existed
-    std::uint64_t withdrawn = 0;
-    std::uint64_t missing = 0;   // of `withdrawn`: the route did not exist
-    std::uint64_t malformed = 0; // announcements treated as withdrawals
-    std::uint64_t sessions = 0;  // that ended
-    std::uint64_t unknown = 0;   // of `sessions`: of an unidentified peer, whose routes are kept
-    std::size_t greatest = 0;    // maximum number of routes
+    U64 updates = 0;
+    U64 ribEntries = 0;
+    U64 withoutPeer = 0; // RIB entries whose peer is unknown
+    U64 sent = 0;        // UPDATEs sent to the peer
+    U64 announced = 0;
+    U64 replaced = 0; // of `announced`: the route existed
+    U64 withdrawn = 0;
+    U64 missing = 0;          // of `withdrawn`: the route did not exist
+    U64 malformed = 0;        // announcements treated as withdrawals
+    U64 sessions = 0;         // that ended
+    U64 unknown = 0;          // of `sessions`: of an unidentified peer, whose routes are kept
+    std::size_t greatest = 0; // maximum number of routes
 };
 
 /// Whether the record has the address of the peer: not all octets are zero.
@@ -223,7 +223,7 @@ class Replay final : public DumpHandler {
 void writeCounts(std::string& out, Replay const& replay) {
     struct Row {
         std::string_view words;
-        std::uint64_t count;
+        U64 count;
     };
 
     ReplayCounts const& counts = replay.counts();

@@ -117,20 +117,20 @@ std::string escaped(std::string_view text) {
 
 struct Bar {
     std::string label;
-    std::uint64_t value = 0;
-    std::uint64_t part = 0; // part of `value`, drawn over it
-    std::uint32_t hour = 0; // in a series, since 1970
+    U64 value = 0;
+    U64 part = 0; // part of `value`, drawn over it
+    U32 hour = 0; // in a series, since 1970
 };
 
 /// Returns `value` as a percentage of `most`, for SVG.
-std::string percent(std::uint64_t value, std::uint64_t most) {
+std::string percent(U64 value, U64 most) {
     char text[32];
     double const share = most == 0 ? 0 : static_cast<double>(value) / static_cast<double>(most);
     std::snprintf(text, sizeof text, "%.2f", 100 * share);
     return text;
 }
 
-std::uint64_t largest(std::span<Bar const> bars) {
+U64 largest(std::span<Bar const> bars) {
     auto const most = std::max_element(
         bars.begin(), bars.end(), [](Bar const& a, Bar const& b) { return a.value < b.value; });
     return most == bars.end() ? 0 : most->value;
@@ -138,7 +138,7 @@ std::uint64_t largest(std::span<Bar const> bars) {
 
 /// Appends a horizontal bar for each.
 void appendBars(std::string& out, std::span<Bar const> bars) {
-    std::uint64_t const most = largest(bars);
+    U64 const most = largest(bars);
     out += "<div class=\"bars\">\n";
     for (Bar const& bar : bars) {
         std::string const label = escaped(bar.label);
@@ -152,12 +152,12 @@ void appendBars(std::string& out, std::span<Bar const> bars) {
 
 /// Appends a column for each, at its hour: the value, and its part over it.
 void appendSeries(std::string& out, std::span<Bar const> bars, std::string_view title) {
-    std::uint64_t const most = largest(bars);
-    constexpr std::uint32_t fewest = 24;   // minimum number of hours in the width
-    constexpr std::uint32_t visible = 400; // maximum number of columns
-    std::uint32_t const first = bars.empty() ? 0 : bars.front().hour;
-    std::uint32_t const hours = bars.empty() ? 0 : bars.back().hour - first + 1;
-    std::uint32_t const columnWidth = std::max(hours / visible, 1U);
+    U64 const most = largest(bars);
+    constexpr U32 fewest = 24;   // minimum number of hours in the width
+    constexpr U32 visible = 400; // maximum number of columns
+    U32 const first = bars.empty() ? 0 : bars.front().hour;
+    U32 const hours = bars.empty() ? 0 : bars.back().hour - first + 1;
+    U32 const columnWidth = std::max(hours / visible, 1U);
     std::string const width = std::to_string(std::max(hours + hours / visible, fewest));
     out += "<svg class=\"series\" viewBox=\"0 0 " + width +
            " 100\" preserveAspectRatio=\"none\" role=\"img\"><title>" + escaped(title) +
@@ -165,9 +165,9 @@ void appendSeries(std::string& out, std::span<Bar const> bars, std::string_view 
     for (std::size_t at = 0; at < bars.size(); ++at) {
         Bar const& bar = bars[at];
         bool const isLast = at + 1 == bars.size();
-        std::uint32_t const room = isLast ? columnWidth : bars[at + 1].hour - bar.hour;
+        U32 const room = isLast ? columnWidth : bars[at + 1].hour - bar.hour;
         std::string const barWidth = std::to_string(std::min(columnWidth, room));
-        auto const column = [&](std::string_view style, std::uint64_t value) {
+        auto const column = [&](std::string_view style, U64 value) {
             std::string const height = percent(value, most);
             out.append("<rect class=\"").append(style).append("\" x=\"");
             out.append(std::to_string(bar.hour - first)).append("\" width=\"").append(barWidth);
@@ -244,8 +244,8 @@ StatsGrouping const& groupingOf(ReportContent const& content, GroupBy by) {
     return *std::find_if(all.begin(), all.end(), [&](auto const& one) { return one.by == by; });
 }
 
-std::uint64_t sum(StatsGrouping const& grouping, std::uint64_t GroupCounts::*count) {
-    std::uint64_t sum = 0;
+U64 sum(StatsGrouping const& grouping, U64 GroupCounts::*count) {
+    U64 sum = 0;
     for (StatsGroup const& row : grouping.rows) {
         sum += row.group.*count;
     }
@@ -258,14 +258,14 @@ void appendHead(std::string& out, ReportContent const& content) {
         out += (file == 0 ? "" : ", ") + escaped(content.files[file]);
     }
     StatsGrouping const& hours = groupingOf(content, GroupBy::hour);
-    std::uint64_t lists = 0, values = 0;
+    U64 lists = 0, values = 0;
     for (InternedKind const& interned : content.sections.interned) {
         lists += interned.distinctLists;
         values += interned.distinctValues;
     }
     struct Card {
         char const* name;
-        std::uint64_t value;
+        U64 value;
     };
     out += "</p>\n<section class=\"cards\">\n";
     for (auto const& [name, value] :

@@ -93,11 +93,11 @@ class RoundTrip final : public DumpHandler {
 
     void handleRibEntry(RibEntry const& entry) override { check(entry.at, entry.communities); }
 
-    [[nodiscard]] std::uint64_t compared() const { return compared_; }
+    [[nodiscard]] U64 compared() const { return compared_; }
 
-    [[nodiscard]] std::uint64_t refused() const { return refused_; }
+    [[nodiscard]] U64 refused() const { return refused_; }
 
-    [[nodiscard]] std::uint64_t differing() const { return differing_; }
+    [[nodiscard]] U64 differing() const { return differing_; }
 
   private:
     void check(RecordPosition const& at, std::span<CommunityAttribute const> communities) {
@@ -138,9 +138,9 @@ class RoundTrip final : public DumpHandler {
     }
 
     Agent agent_;
-    std::uint64_t compared_ = 0;
-    std::uint64_t refused_ = 0;
-    std::uint64_t differing_ = 0;
+    U64 compared_ = 0;
+    U64 refused_ = 0;
+    U64 differing_ = 0;
 };
 
 void writeJson(std::string& out, RoundTrip const& result) {

@@ -14,12 +14,12 @@ namespace {
 
 static_assert(communityKinds == 4, "each kind is a column of routes, here and in DatabaseSchema.h");
 
-std::int64_t microseconds(RecordPosition const& at) {
-    return std::int64_t{at.seconds} * 1000000 + at.microseconds;
+S64 microseconds(RecordPosition const& at) {
+    return S64{at.seconds} * 1000000 + at.microseconds;
 }
 
 /// Inserts a dump; `finish()` completes its columns.
-std::int64_t insertDump(Database& database) {
+S64 insertDump(Database& database) {
     Statement(database, "INSERT INTO dumps (name, digest, records, routes, malformed)"
                         " VALUES ('', '', 0, 0, 0)")
         .run();
@@ -72,7 +72,7 @@ RouteInserter::RouteInserter(Database& database, Agent& agent, Dictionary const&
   , decoders_(attributeDecoders(agent))
   , dump_(insertDump(database)) {}
 
-std::optional<std::string> RouteInserter::finish(std::string_view name, std::uint64_t records,
+std::optional<std::string> RouteInserter::finish(std::string_view name, U64 records,
                                                  bool malformed) {
     if (inserted_ == 0) {
         digest(name); // nothing else tells such dumps apart
@@ -89,11 +89,11 @@ std::optional<std::string> RouteInserter::finish(std::string_view name, std::uin
                          " first_time = ?, last_time = ?, malformed = ? WHERE id = ?")
         .bind(name)
         .bind(std::string_view(hex))
-        .bind(static_cast<std::int64_t>(records))
+        .bind(static_cast<S64>(records))
         .bind(inserted_)
         .bind(firstTime_)
         .bind(lastTime_)
-        .bind(std::int64_t{malformed})
+        .bind(S64{malformed})
         .bind(dump_)
         .run();
     database_.execute(std::string(databaseIndexes));
@@ -135,12 +135,12 @@ RouteInserter::Event RouteInserter::eventOf(Carrier const& carrier, std::string_
 }
 
 void RouteInserter::insert(Event const& event, Route const& route) {
-    std::int64_t const time = microseconds(event.at);
+    S64 const time = microseconds(event.at);
     firstTime_ = std::min(firstTime_.value_or(time), time);
     lastTime_ = std::max(lastTime_.value_or(time), time);
     digest(event.name);
     digest(RouteKey(route).octets());
-    insertRoute_.bind(dump_).bind(static_cast<std::int64_t>(event.at.number)).bind(time);
+    insertRoute_.bind(dump_).bind(static_cast<S64>(event.at.number)).bind(time);
     insertRoute_.bind(event.name).bind(peerId(event.peer));
     text_.clear();
     appendText(text_, route.family);
@@ -148,7 +148,7 @@ void RouteInserter::insert(Event const& event, Route const& route) {
     text_.clear();
     appendText(text_, route);
     insertRoute_.bind(std::string_view(text_));
-    insertRoute_.bind(route.hasPathId ? std::optional<std::int64_t>(route.pathId) : std::nullopt);
+    insertRoute_.bind(route.hasPathId ? std::optional<S64>(route.pathId) : std::nullopt);
     bindAttributes(event, route);
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
         if (event.lists[kind] != nullptr) {
@@ -160,8 +160,8 @@ void RouteInserter::insert(Event const& event, Route const& route) {
     insertRoute_.run();
     ++inserted_;
     if (!event.errors.empty()) {
-        std::int64_t const id = database_.lastId();
-        for (std::int64_t const error : event.errors) {
+        S64 const id = database_.lastId();
+        for (S64 const error : event.errors) {
             insertRouteError_.bind(id).bind(error).run();
         }
     }
@@ -186,9 +186,9 @@ void RouteInserter::findErrors(Carrier const& carrier, Event const& event) {
     }
 }
 
-std::int64_t RouteInserter::errorId(std::uint8_t type, Octets value, std::string_view reason) {
+S64 RouteInserter::errorId(U8 type, Octets value, std::string_view reason) {
     auto const bound = [&](Statement& statement) -> Statement& {
-        return statement.bind(std::int64_t{type}).bindOctets(value).bind(reason);
+        return statement.bind(S64{type}).bindOctets(value).bind(reason);
     };
     if (auto const found = bound(findError_).row()) {
         return found->number;
@@ -207,11 +207,11 @@ void RouteInserter::bindAttributes(Event const& event, Route const& route) {
     appendText(text_, nextHop);
     insertRoute_.bind(nextHop.size != 0 ? std::optional(std::string_view(text_)) : std::nullopt);
     for (auto const& number : {attributes.med(), attributes.localPref()}) {
-        insertRoute_.bind(number ? std::optional<std::int64_t>(*number) : std::nullopt);
+        insertRoute_.bind(number ? std::optional<S64>(*number) : std::nullopt);
     }
 }
 
-std::optional<std::int64_t> RouteInserter::asPathId(RouteAttributes const& attributes) {
+std::optional<S64> RouteInserter::asPathId(RouteAttributes const& attributes) {
     if (!attributes.asPath()) {
         return std::nullopt;
     }
@@ -226,13 +226,13 @@ std::optional<std::int64_t> RouteInserter::asPathId(RouteAttributes const& attri
     if (!found) {
         auto const origin = originAs(*attributes.asPath());
         insertAsPath_.bind(path);
-        insertAsPath_.bind(origin ? std::optional<std::int64_t>(*origin) : std::nullopt);
-        insertAsPath_.bind(static_cast<std::int64_t>(lengthOf(*attributes.asPath()))).run();
+        insertAsPath_.bind(origin ? std::optional<S64>(*origin) : std::nullopt);
+        insertAsPath_.bind(static_cast<S64>(lengthOf(*attributes.asPath()))).run();
     }
     return known->second = found ? found->number : database_.lastId();
 }
 
-std::int64_t RouteInserter::peerId(Peer const& peer) {
+S64 RouteInserter::peerId(Peer const& peer) {
     text_.clear();
     appendText(text_, peer);
     auto const [known, isNew] = peers_.try_emplace(text_);
@@ -241,16 +241,16 @@ std::int64_t RouteInserter::peerId(Peer const& peer) {
     }
     std::string address;
     appendText(address, peer.address);
-    auto const found = findPeer_.bind(std::string_view(address)).bind(std::int64_t{peer.as}).row();
+    auto const found = findPeer_.bind(std::string_view(address)).bind(S64{peer.as}).row();
     if (!found) {
-        insertPeer_.bind(std::string_view(address)).bind(std::int64_t{peer.as}).run();
+        insertPeer_.bind(std::string_view(address)).bind(S64{peer.as}).run();
     }
     return known->second = found ? found->number : database_.lastId();
 }
 
 // ---- Lists and communities ----------------------------------------------------------------------
 
-std::int64_t RouteInserter::listId(std::size_t kind, ListId list) {
+S64 RouteInserter::listId(std::size_t kind, ListId list) {
     auto const [known, isNew] = lists_.try_emplace(list);
     if (isNew) {
         known->second = insertList(kind, list);
@@ -258,7 +258,7 @@ std::int64_t RouteInserter::listId(std::size_t kind, ListId list) {
     return known->second;
 }
 
-std::int64_t RouteInserter::insertList(std::size_t kind, ListId list) {
+S64 RouteInserter::insertList(std::size_t kind, ListId list) {
     ListUses const& uses = lists(static_cast<CommunityKind>(kind));
     auto const members = uses.members(list);
     std::string octets;
@@ -276,16 +276,16 @@ std::int64_t RouteInserter::insertList(std::size_t kind, ListId list) {
     insertList_.bind(communityKindTraits[kind].key)
         .bindOctets(octets)
         .bind(std::string_view(uses.text(list)));
-    insertList_.bind(static_cast<std::int64_t>(members.size())).run();
-    std::int64_t const id = database_.lastId();
-    std::int64_t position = 0;
+    insertList_.bind(static_cast<S64>(members.size())).run();
+    S64 const id = database_.lastId();
+    S64 position = 0;
     for (ListMember const& member : members) {
         insertMember_.bind(id).bind(position++).bind(communityId(kind, member)).run();
     }
     return id;
 }
 
-std::int64_t RouteInserter::communityId(std::size_t kind, ListMember const& member) {
+S64 RouteInserter::communityId(std::size_t kind, ListMember const& member) {
     auto const [known, isNew] = communities_.try_emplace(member.octets);
     if (!isNew) {
         return known->second;
@@ -307,8 +307,8 @@ std::int64_t RouteInserter::communityId(std::size_t kind, ListMember const& memb
     appendMemberName(name, static_cast<CommunityKind>(kind), octetsOf(member.octets));
     insertCommunity_.bind(std::string_view(member.text)).bind(std::string_view(name));
     insertCommunity_.bind(meaning);
-    insertCommunity_.bind(as ? std::optional<std::int64_t>(*as) : std::nullopt);
-    insertCommunity_.bind(std::int64_t{isTarget}).run();
+    insertCommunity_.bind(as ? std::optional<S64>(*as) : std::nullopt);
+    insertCommunity_.bind(S64{isTarget}).run();
     return known->second = database_.lastId();
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "Database.h"
+#include "input/IntegerTypes.h"
 #include "lists/AttributeDecoder.h"
 #include "lists/ListCounter.h"
 #include "lists/ListSet.h"
@@ -35,9 +35,9 @@ class RouteInserter final : public ListCounter {
 
     /// Completes the row of the dump after it was read. If the database already has this dump,
     /// returns its name; the caller must then roll back.
-    std::optional<std::string> finish(std::string_view name, std::uint64_t records, bool malformed);
+    std::optional<std::string> finish(std::string_view name, U64 records, bool malformed);
 
-    [[nodiscard]] std::int64_t routes() const { return inserted_; }
+    [[nodiscard]] S64 routes() const { return inserted_; }
 
   private:
     /// The columns of a route other than the route itself.
@@ -47,8 +47,8 @@ class RouteInserter final : public ListCounter {
         std::string_view name;
         ListSet lists = {};
         RouteAttributes attributes = {};
-        std::optional<std::int64_t> asPath = {};
-        std::span<std::int64_t const> errors = {};
+        std::optional<S64> asPath = {};
+        std::span<S64 const> errors = {};
     };
 
     void handleLists(Update const& update, ListSet const& lists) override;
@@ -59,12 +59,12 @@ class RouteInserter final : public ListCounter {
     Event eventOf(Carrier const& carrier, std::string_view name, ListSet const& lists);
     template <class Carrier>
     void findErrors(Carrier const& carrier, Event const& event);
-    std::int64_t errorId(std::uint8_t type, Octets value, std::string_view reason);
-    std::optional<std::int64_t> asPathId(RouteAttributes const& attributes);
-    std::int64_t peerId(Peer const& peer);
-    std::int64_t listId(std::size_t kind, ListId list);
-    std::int64_t insertList(std::size_t kind, ListId list);
-    std::int64_t communityId(std::size_t kind, ListMember const& member);
+    S64 errorId(U8 type, Octets value, std::string_view reason);
+    std::optional<S64> asPathId(RouteAttributes const& attributes);
+    S64 peerId(Peer const& peer);
+    S64 listId(std::size_t kind, ListId list);
+    S64 insertList(std::size_t kind, ListId list);
+    S64 communityId(std::size_t kind, ListMember const& member);
     void digest(std::string_view octets);
     void digest(RecordPosition const& at, Peer const& peer, Octets attributes);
 
@@ -74,16 +74,16 @@ class RouteInserter final : public ListCounter {
         findList_, insertMember_, insertCommunity_, findCommunity_, updateMeaning_, insertError_,
         findError_, insertRouteError_;
     std::vector<std::unique_ptr<AttributeDecoder>> const decoders_; // by CommunityKind
-    std::int64_t const dump_;
-    std::unordered_map<ListId, std::int64_t> lists_;
-    std::unordered_map<std::string, std::int64_t> communities_; // by octets; kinds differ in size
-    std::unordered_map<std::string, std::int64_t> peers_;       // by text
-    std::unordered_map<std::string, std::int64_t> asPaths_;     // by text
-    std::vector<std::int64_t> errors_;                          // of the event at hand
-    std::string text_;                                          // buffer
-    std::int64_t inserted_ = 0;
-    std::optional<std::int64_t> firstTime_, lastTime_; // microseconds since 1970
-    std::uint64_t digest_ = 0xcbf29ce484222325U;       // FNV-1a
+    S64 const dump_;
+    std::unordered_map<ListId, S64> lists_;
+    std::unordered_map<std::string, S64> communities_; // by octets; kinds differ in size
+    std::unordered_map<std::string, S64> peers_;       // by text
+    std::unordered_map<std::string, S64> asPaths_;     // by text
+    std::vector<S64> errors_;                          // of the event at hand
+    std::string text_;                                 // buffer
+    S64 inserted_ = 0;
+    std::optional<S64> firstTime_, lastTime_; // microseconds since 1970
+    U64 digest_ = 0xcbf29ce484222325U;        // FNV-1a
 };
 
 } // namespace BgpCommunities

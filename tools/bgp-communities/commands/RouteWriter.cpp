@@ -18,13 +18,13 @@ constexpr std::string_view tsvHeader =
     "large_communities\tmeanings\terrors\tsent";
 static_assert(communityKinds == 4, "each kind is a column of tsvHeader");
 
-void appendOptional(std::string& out, std::optional<std::uint32_t> number) {
+void appendOptional(std::string& out, std::optional<U32> number) {
     if (number) {
         appendNumber(out, *number);
     }
 }
 
-std::optional<std::uint32_t> pathIdOf(Route const& route) {
+std::optional<U32> pathIdOf(Route const& route) {
     return route.hasPathId ? std::optional(route.pathId) : std::nullopt;
 }
 
@@ -42,7 +42,7 @@ void appendFault(std::string& out, AttributeFault const& fault) {
 }
 
 /// Appends the fault of an attribute if its value is malformed; returns whether it is.
-bool appendFault(std::string& out, RouteAttributes const& attributes, std::uint8_t type) {
+bool appendFault(std::string& out, RouteAttributes const& attributes, U8 type) {
     for (AttributeFault const& fault : attributes.faults()) {
         if (fault.type == type && !fault.truncated) {
             appendFault(out, fault);
@@ -217,7 +217,7 @@ void RouteWriter::writeTsv(RouteLine const& line) {
 void RouteWriter::appendErrors(RouteLine const& line) {
     std::string& out = output_.text();
     std::size_t const column = out.size();
-    auto const begin = [&](std::uint8_t type) {
+    auto const begin = [&](U8 type) {
         separate(out, column);
         appendNumber(out, type);
         out += ' ';
@@ -250,7 +250,7 @@ class RouteObject {
         json_.key(key).string(text_);
     }
 
-    void number(std::string_view key, std::optional<std::uint32_t> number) {
+    void number(std::string_view key, std::optional<U32> number) {
         if (number) {
             json_.key(key).number(*number);
         }

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "input/IntegerTypes.h"
 #include "lists/ListTextCache.h"
 #include "mrt/RouteHandler.h"
 #include "text/Output.h"
@@ -17,7 +17,7 @@ using RouteTexts = std::array<ListText const*, communityKinds>;
 
 /// The content of a line of `read`. Members are not owned.
 struct RouteLine {
-    enum class Event : std::uint8_t { announced, withdrawn, table };
+    enum class Event : U8 { announced, withdrawn, table };
 
     Event event = Event::announced;
     RecordPosition const& at;
@@ -27,7 +27,7 @@ struct RouteLine {
     std::string_view asPath;           // as text
     RouteTexts const& lists;
     bool sentByUs = false;
-    std::uint32_t originated = 0;     // seconds since 1970; of an entry of a table dump
+    U32 originated = 0;               // seconds since 1970; of an entry of a table dump
     std::string_view peerFields = {}; // more about the peer, as fields of JSON
 };
 
@@ -60,7 +60,7 @@ class RouteWriter {
     Output& output_;
     std::string source_; // where the routes are from, as fields of JSON
     std::string text_;   // of a part of the route at hand
-    std::string time_; // the last one
+    std::string time_;   // the last one
     Microseconds timeOf_ = 0;
 };
 

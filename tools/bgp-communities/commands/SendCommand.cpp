@@ -157,21 +157,21 @@ class StationConnection {
         } while (got > 0 || (got < 0 && errno == EINTR));
     }
 
-    [[nodiscard]] std::uint64_t octets() const { return octets_; }
+    [[nodiscard]] U64 octets() const { return octets_; }
 
   private:
     FileDescriptor socket_;
     std::string name_;
     std::string text_;
-    std::uint64_t octets_ = 0;
+    U64 octets_ = 0;
 };
 
 /// Limits the rate of steps.
 class Pace {
   public:
     /// `rate` is in steps per second; no limit if missing.
-    explicit Pace(std::optional<std::uint64_t> rate)
-      : interval_(rate ? 1'000'000'000 / std::max<std::uint64_t>(*rate, 1) : 0) {}
+    explicit Pace(std::optional<U64> rate)
+      : interval_(rate ? 1'000'000'000 / std::max<U64>(*rate, 1) : 0) {}
 
     [[nodiscard]] bool isLimited() const { return interval_.count() != 0; }
 
@@ -188,10 +188,10 @@ class Pace {
 };
 
 struct SendCounts {
-    std::uint64_t peers = 0; // peer up messages
-    std::uint64_t updates = 0;
-    std::uint64_t entries = 0; // of table dumps
-    std::uint64_t notSent = 0;
+    U64 peers = 0; // peer up messages
+    U64 updates = 0;
+    U64 entries = 0; // of table dumps
+    U64 notSent = 0;
 };
 
 /// Sends the content of dumps. Offers and connection are not owned.
@@ -243,7 +243,7 @@ class Sender final : public DumpHandler {
         if (change.newState == StateChange::established && offers_.contains(change.peer)) {
             sendPeerUp(peer);
         } else if (change.oldState == StateChange::established && up_.erase(change.peer) != 0) {
-            constexpr std::uint8_t closedByPeer = 4; // without a NOTIFICATION
+            constexpr U8 closedByPeer = 4; // without a NOTIFICATION
             appendBmpPeerDown(station_.text(), peer, closedByPeer);
             step();
         }
@@ -345,7 +345,7 @@ ExitStatus send(Arguments const& arguments, Output& output) {
         }
     }
     Pace const pace(arguments.count(rateOption));
-    std::uint64_t const repetitions = arguments.count(repeatOption).value_or(1);
+    U64 const repetitions = arguments.count(repeatOption).value_or(1);
     SocketAddress const address = bmpAddress(arguments);
     OfferScan scan;
     readDumps(input, scan);
@@ -354,8 +354,7 @@ ExitStatus send(Arguments const& arguments, Output& output) {
     appendBmpInitiation(station.text(), "bgp-communities", "bgp-communities send");
     Sender sender(scan.offers(), station, pace, arguments.has(verboseOption));
     ExitStatus status = ExitStatus::allRead;
-    for (std::uint64_t times = 0; times < repetitions && status != ExitStatus::unreadable;
-         ++times) {
+    for (U64 times = 0; times < repetitions && status != ExitStatus::unreadable; ++times) {
         status = readDumps(input, sender).status;
         sender.endTable();
     }

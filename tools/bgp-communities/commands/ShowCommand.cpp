@@ -58,7 +58,7 @@ class StoredLists {
     /// Rebuilds the lists; returns false if the store has none of this kind. Throws StoreException.
     virtual bool rebuild(StoreManager& store) = 0;
     virtual void print(Output& output) = 0;
-    virtual void printJson(Output& output, std::uint64_t generation) = 0;
+    virtual void printJson(Output& output, U64 generation) = 0;
 };
 
 template <class Kind>
@@ -68,7 +68,7 @@ class StoredListsOf final : public StoredLists {
       : formatter_(&dictionary) {}
 
     bool rebuild(StoreManager& store) override {
-        return readStoredLists<Kind>(store, [&](auto list, std::uint64_t uses) {
+        return readStoredLists<Kind>(store, [&](auto list, U64 uses) {
             rows_.push_back({std::move(list), uses});
         });
     }
@@ -85,7 +85,7 @@ class StoredListsOf final : public StoredLists {
         }
     }
 
-    void printJson(Output& output, std::uint64_t generation) override {
+    void printJson(Output& output, U64 generation) override {
         for (Row const& row : rows_) {
             JsonWriter json(output.text());
             json.beginObject();
@@ -103,7 +103,7 @@ class StoredListsOf final : public StoredLists {
 
     struct Row {
         typename List::Ptr list;
-        std::uint64_t uses;
+        U64 uses;
     };
 
     std::vector<Row> rows_;

@@ -20,7 +20,7 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint64_t reportedRefusals = 10;
+constexpr U64 reportedRefusals = 10;
 
 constexpr std::string_view messageTypeNames[bmpTypes + 1] = {
     "routeMonitoring", "statistics",  "peerDown",       "peerUp",
@@ -61,7 +61,7 @@ class MetricsText {
         text_.append(name_).append(" ").append(std::to_string(number)).append("\n");
     }
 
-    void row(std::string_view label, std::string_view value, std::uint64_t number) {
+    void row(std::string_view label, std::string_view value, U64 number) {
         text_.append(name_).append("{").append(label).append("=\"").append(value).append("\"} ");
         text_.append(std::to_string(number)).append("\n");
     }
@@ -143,7 +143,7 @@ ExitStatus Station::run() {
 
 /// Interrupts wait(). Called by any thread.
 void Station::wake() {
-    std::uint64_t const one = 1;
+    U64 const one = 1;
     [[maybe_unused]] auto const written = ::write(wake_.get(), &one, sizeof one);
 }
 
@@ -156,7 +156,7 @@ void Station::wait() {
         metrics_->appendPolled(polled, deadline);
     }
     ::poll(polled.data(), polled.size(), deadline.timeout());
-    std::uint64_t wakes = 0;
+    U64 wakes = 0;
     [[maybe_unused]] auto const got = ::read(wake_.get(), &wakes, sizeof wakes);
 }
 
@@ -229,7 +229,7 @@ void Station::acceptSessions() {
 /// Returns all metrics in the text format of Prometheus.
 std::string Station::metricsText() const {
     MetricsText text;
-    std::array<std::uint64_t, bmpTypes + 1> messages{};
+    std::array<U64, bmpTypes + 1> messages{};
     for (auto const& worker : workers_) {
         for (std::size_t type = 0; type < messages.size(); ++type) {
             messages[type] += worker->counts().messages[type].get();

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -15,6 +14,7 @@
 #include "StationWorker.h"
 #include "TargetLog.h"
 #include "bmp/TcpSocket.h"
+#include "input/IntegerTypes.h"
 #include "text/ExitStatus.h"
 #include "wire/Nlri.h"
 
@@ -82,7 +82,7 @@ class Station {
     FileDescriptor wake_; // an event that other threads signal
     StationWorkers workers_;
     std::optional<StationPublisher> publisher_;
-    std::uint64_t refused_ = 0;
+    U64 refused_ = 0;
     bool finishing_ = false;
 };
 

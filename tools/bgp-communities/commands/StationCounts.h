@@ -2,24 +2,24 @@
 
 #include <array>
 #include <atomic>
-#include <cstdint>
 
 #include "bmp/BmpMessage.h"
+#include "input/IntegerTypes.h"
 
 namespace BgpCommunities {
 
 /// A number that one thread may change and any thread may read.
 class WorkerNumber {
   public:
-    void add(std::uint64_t more) { set(get() + more); }
-    void subtract(std::uint64_t less) { set(get() - less); }
+    void add(U64 more) { set(get() + more); }
+    void subtract(U64 less) { set(get() - less); }
 
-    [[nodiscard]] std::uint64_t get() const { return number_.load(std::memory_order_relaxed); }
+    [[nodiscard]] U64 get() const { return number_.load(std::memory_order_relaxed); }
 
   private:
-    void set(std::uint64_t number) { number_.store(number, std::memory_order_relaxed); }
+    void set(U64 number) { number_.store(number, std::memory_order_relaxed); }
 
-    std::atomic<std::uint64_t> number_{0};
+    std::atomic<U64> number_{0};
 };
 
 /// Counters and gauges of one worker of a station. Changed by the worker, read by any thread; the

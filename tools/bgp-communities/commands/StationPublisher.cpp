@@ -11,8 +11,8 @@
 
 namespace BgpCommunities {
 
-std::uint64_t sum(StationWorkers const& workers, WorkerNumber StationCounts::*number) {
-    std::uint64_t sum = 0;
+U64 sum(StationWorkers const& workers, WorkerNumber StationCounts::*number) {
+    U64 sum = 0;
     for (auto const& worker : workers) {
         sum += (worker->counts().*number).get();
     }
@@ -63,7 +63,7 @@ void StationPublisher::run() {
 }
 
 void StationPublisher::publishIfChanged() {
-    std::uint64_t const changes = sum(workers_, &StationCounts::changes);
+    U64 const changes = sum(workers_, &StationCounts::changes);
     if (changes == changesPublished_) {
         return;
     }

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -13,6 +12,7 @@
 
 #include "StationStore.h"
 #include "StationWorker.h"
+#include "input/IntegerTypes.h"
 
 namespace BgpCommunities {
 
@@ -20,7 +20,7 @@ namespace BgpCommunities {
 using StationWorkers = std::vector<std::unique_ptr<StationWorker>>;
 
 /// The sum of one number over all workers.
-std::uint64_t sum(StationWorkers const& workers, WorkerNumber StationCounts::*number);
+U64 sum(StationWorkers const& workers, WorkerNumber StationCounts::*number);
 
 /// Publishes the store of a station once in every interval in which the routes have changed.
 ///
@@ -46,7 +46,7 @@ class StationPublisher {
     /// Whether the most recent publication failed; the reason is on standard error.
     [[nodiscard]] bool failed() const { return failed_.load(); }
 
-    [[nodiscard]] std::uint64_t publications() const { return publications_.load(); }
+    [[nodiscard]] U64 publications() const { return publications_.load(); }
     [[nodiscard]] std::chrono::duration<double> longest() const { return longest_.load(); }
 
   private:
@@ -65,11 +65,11 @@ class StationPublisher {
     Agent& agent_;
     StationWorkers const& workers_;
     std::function<void()> const wake_;
-    std::uint64_t changesPublished_ = 0; // used by the thread only
+    U64 changesPublished_ = 0; // used by the thread only
 
     std::atomic<bool> finished_{false};
     std::atomic<bool> failed_{false};
-    std::atomic<std::uint64_t> publications_{0};
+    std::atomic<U64> publications_{0};
     std::atomic<std::chrono::duration<double>> longest_{};
 
     std::mutex mutex_; // guards `next_`

@@ -17,7 +17,7 @@ namespace BgpCommunities {
 namespace {
 
 // States of RFC 4271.
-constexpr std::uint16_t idle = 1, openConfirm = 5;
+constexpr U16 idle = 1, openConfirm = 5;
 
 std::string nowText() {
     using namespace std::chrono;
@@ -78,7 +78,7 @@ void StationRecorder::lose(int error) {
 
 /// Returns the size of the first whole records that fit in `most` octets; at least that of the
 /// first record.
-std::size_t StationRecorder::fitting(std::string_view records, std::uint64_t most) {
+std::size_t StationRecorder::fitting(std::string_view records, U64 most) {
     std::size_t fitting = 0;
     while (fitting < records.size()) {
         OctetReader header(octetsOf(records.substr(fitting)));
@@ -95,7 +95,7 @@ std::size_t StationRecorder::fitting(std::string_view records, std::uint64_t mos
 void StationRecorder::add(std::string_view records) {
     std::lock_guard const lock(mutex_);
     while (!records.empty()) {
-        std::uint64_t const room = options_.octets - std::min(options_.octets, octets_);
+        U64 const room = options_.octets - std::min(options_.octets, octets_);
         std::size_t const octets = fitting(records, room);
         if (octets_ != 0 && (octets > room || Clock::now() - begun_ > options_.age)) {
             file_.close();

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdint>
 #include <map>
 #include <mutex>
 #include <string>
@@ -11,6 +10,7 @@
 
 #include "bmp/BmpReader.h"
 #include "bmp/TcpSocket.h"
+#include "input/IntegerTypes.h"
 #include "mrt/RecordWriter.h"
 #include "text/TimeText.h"
 
@@ -19,7 +19,7 @@ namespace BgpCommunities {
 /// The file of a recording, and its limits; a plain value.
 struct RecordOptions {
     std::string path;                                             // empty: nothing is recorded
-    std::uint64_t octets = ~std::uint64_t{0};                     // at most, of each file
+    U64 octets = ~U64{0};                                         // at most, of each file
     std::chrono::seconds age = std::chrono::hours(24 * 365 * 10); // at most, of each file
 };
 
@@ -42,7 +42,7 @@ class StationRecorder {
   private:
     using Clock = std::chrono::steady_clock;
 
-    static std::size_t fitting(std::string_view records, std::uint64_t most);
+    static std::size_t fitting(std::string_view records, U64 most);
     void write(std::string_view records);
     void begin();
     void setAside() const;
@@ -52,7 +52,7 @@ class StationRecorder {
     std::mutex mutex_; // guards the members below
     FileDescriptor file_;
     std::string suffix_; // of the final name of the file
-    std::uint64_t octets_ = 0;
+    U64 octets_ = 0;
     Clock::time_point begun_;
     bool isReported_ = false; // that records of this file are lost
     std::atomic<bool> lost_{false};

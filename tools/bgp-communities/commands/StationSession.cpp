@@ -10,7 +10,7 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint64_t reportedProblems = 3;
+constexpr U64 reportedProblems = 3;
 
 /// The message that the thread is reading.
 struct Cause {
@@ -87,7 +87,7 @@ bool StationSession::add(Octets octets) {
         context_.printer->setRouter(address_, name_);
     }
     bool const continues = stream_.pendingOctets() != 0;
-    std::uint64_t const before = at_.number;
+    U64 const before = at_.number;
     if (!stream_.add(octets, [this](BmpMessage const& message) { read(message); })) {
         setEndReason(stream_.fault());
     }
@@ -229,8 +229,8 @@ void StationSession::handleProblem(std::string const& reason) {
 void StationSession::setMessageTime(BmpPeer const& peer) {
     Microseconds time = Microseconds{peer.seconds} * 1000000 + peer.microseconds;
     time = time == 0 ? now() : time;
-    at_.seconds = static_cast<std::uint32_t>(time / 1000000);
-    at_.microseconds = static_cast<std::uint32_t>(time % 1000000);
+    at_.seconds = static_cast<U32>(time / 1000000);
+    at_.microseconds = static_cast<U32>(time % 1000000);
     cause = {&address_, time};
 }
 

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +13,7 @@
 #include "bmp/BmpReader.h"
 #include "bmp/BmpStream.h"
 #include "bmp/TcpSocket.h"
+#include "input/IntegerTypes.h"
 #include "lists/Agent.h"
 #include "lists/RouterRoutes.h"
 #include "text/TimeText.h"
@@ -101,7 +101,7 @@ class StationSession final : private BmpHandler {
     SessionRecord record_; // unused without a recorder
     RecordPosition at_;    // of the current message
     std::string endReason_;
-    std::uint64_t problems_ = 0;
+    U64 problems_ = 0;
     Clock::time_point waitingSince_ = Clock::now(); // for the first message, or the rest of one
     std::size_t routesCounted_ = 0;                 // this session's share of the gauges
     std::size_t peersCounted_ = 0;

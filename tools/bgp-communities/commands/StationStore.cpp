@@ -61,9 +61,8 @@ void StationUses::add(StationUses const& other) {
     }
 }
 
-std::uint64_t
-StationUses::publish(std::string const& store,
-                     std::vector<std::pair<std::string_view, std::uint64_t>> const& numbers) const {
+U64 StationUses::publish(std::string const& store,
+                         std::vector<std::pair<std::string_view, U64>> const& numbers) const {
     MoxStash::StoreWriter writer;
     stashLists(all_, "", writer);
     for (auto const& [view, kinds] : views_) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -9,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "input/IntegerTypes.h"
 #include "lists/Agent.h"
 #include "lists/ListUses.h"
 #include "lists/RouterRoutes.h"
@@ -30,9 +30,8 @@ class StationUses {
 
     /// Publishes the counts, and numbers by name, as `store`. Returns the generation. Throws
     /// StoreException.
-    std::uint64_t
-    publish(std::string const& store,
-            std::vector<std::pair<std::string_view, std::uint64_t>> const& numbers) const;
+    U64 publish(std::string const& store,
+                std::vector<std::pair<std::string_view, U64>> const& numbers) const;
 
   private:
     using Kinds = std::vector<std::unique_ptr<ListUses>>;

@@ -60,7 +60,7 @@ void StationWorker::post(std::function<void()> task) {
         }
         tasks_.push_back(std::move(task));
     }
-    std::uint64_t const one = 1;
+    U64 const one = 1;
     [[maybe_unused]] auto const written = ::write(taskEvent_.get(), &one, sizeof one);
 }
 
@@ -142,7 +142,7 @@ void StationWorker::runLoop() {
 }
 
 void StationWorker::runTasks() {
-    std::uint64_t posted = 0;
+    U64 posted = 0;
     [[maybe_unused]] auto const got = ::read(taskEvent_.get(), &posted, sizeof posted);
     Tasks tasks;
     {

@@ -91,7 +91,7 @@ class StationWorker {
     FileDescriptor epoll_;
     FileDescriptor taskEvent_; // readable if there are tasks
     std::unordered_map<Connection*, std::unique_ptr<Connection>> connections_;
-    std::vector<std::uint8_t> buffer_;
+    std::vector<U8> buffer_;
     Deadline deadline_; // no later than that of any session
     bool stopping_ = false;
 

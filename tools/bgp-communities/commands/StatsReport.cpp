@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <cstdio>
 #include <string_view>
 
+#include "input/IntegerTypes.h"
 #include "lists/ListUses.h"
 #include "text/JsonWriter.h"
 #include "text/MemberName.h"
@@ -17,7 +17,7 @@ namespace BgpCommunities {
 namespace {
 
 /// Returns the count per second.
-double rate(std::uint64_t count, double seconds) {
+double rate(U64 count, double seconds) {
     return seconds > 0 ? static_cast<double>(count) / seconds : 0;
 }
 
@@ -119,7 +119,7 @@ void appendLengths(std::string& out, std::string_view kind,
     if (ranges.empty()) {
         return;
     }
-    std::uint64_t most = 1;
+    U64 most = 1;
     for (LengthRange const& range : ranges) {
         most = std::max(most, range.count.attributes);
     }
@@ -227,8 +227,8 @@ void writeStatsText(std::string& out, StatsSections const& sections, TerminalWid
     for (StatsGrouping const& grouping : sections.groupings) {
         appendGrouping(out, grouping, width);
     }
-    auto const perSecond = [&](std::uint64_t count) {
-        return numberText(static_cast<std::uint64_t>(rate(count, sections.seconds)), width);
+    auto const perSecond = [&](U64 count) {
+        return numberText(static_cast<U64>(rate(count, sections.seconds)), width);
     };
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, "\n%.2f", sections.seconds);

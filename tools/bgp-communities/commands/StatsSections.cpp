@@ -9,7 +9,7 @@ namespace BgpCommunities {
 
 namespace {
 
-Counts wholeCounts(DumpResult const& result, std::uint64_t routes) {
+Counts wholeCounts(DumpResult const& result, U64 routes) {
     MrtCounts const& counts = result.counts;
     return {
         {"files", "files", result.files},
@@ -28,9 +28,9 @@ Counts wholeCounts(DumpResult const& result, std::uint64_t routes) {
 
 /// The octets of communities as sent, and in memory.
 struct Sizes {
-    std::uint64_t sent = 0;
-    std::uint64_t objects = 0;
-    std::uint64_t tables = 0;
+    U64 sent = 0;
+    U64 objects = 0;
+    U64 tables = 0;
 
     Sizes& operator+=(Sizes const& other) {
         sent += other.sent;
@@ -135,7 +135,7 @@ StatsGrouping grouped(RouteTally const& tally, GroupBy by, std::size_t top) {
 
 } // namespace
 
-std::string hourText(std::uint32_t hour) {
+std::string hourText(U32 hour) {
     std::time_t const time = std::time_t{hour} * 3600;
     std::tm parts{};
     ::gmtime_r(&time, &parts);

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "DumpFiles.h"
+#include "input/IntegerTypes.h"
 #include "lists/RouteTally.h"
 #include "text/Counts.h"
 #include "text/Dictionary.h"
@@ -31,7 +31,7 @@ struct StatsGroup {
 /// The groups of one grouping.
 struct StatsGrouping {
     GroupBy by;
-    std::uint64_t groups = 0;     // total number
+    U64 groups = 0;               // total number
     std::vector<StatsGroup> rows; // the first ones; all hours
 };
 
@@ -42,8 +42,8 @@ struct StatsSections {
     std::vector<NamedCounts> interning; // by CommunityKind, then the total
     std::array<InternedKind, communityKinds> interned;
     std::vector<StatsGrouping> groupings;
-    std::uint64_t records = 0;
-    std::uint64_t routes = 0;
+    U64 records = 0;
+    U64 routes = 0;
     double seconds = 0; // time to read the dumps
 };
 
@@ -51,6 +51,6 @@ StatsSections statsSections(DumpResult const& result, RouteTally const& tally,
                             StatsOptions const& options, double seconds);
 
 /// "2024-01-01T12:00:00Z"
-std::string hourText(std::uint32_t hour);
+std::string hourText(U32 hour);
 
 } // namespace BgpCommunities

@@ -14,14 +14,14 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint64_t blockMagic = 0x314159265359;
-constexpr std::uint64_t endMagic = 0x177245385090;
+constexpr U64 blockMagic = 0x314159265359;
+constexpr U64 endMagic = 0x177245385090;
 constexpr unsigned magicBits = 48;
 constexpr unsigned checksumBits = 32;
 constexpr std::string_view wrongData = "incorrect data check";
 
 /// 900,000 symbols of at most 20 bits, and their tables.
-constexpr std::uint64_t maxBlockBits = std::uint64_t{8} * (5U << 19);
+constexpr U64 maxBlockBits = U64{8} * (5U << 19);
 
 /// How much of a block a thread decodes in advance; most blocks fit. A block of runs can expand to
 /// 46 MB.
@@ -30,19 +30,19 @@ constexpr std::size_t firstOctets = 1U << 20;
 /// Indexed by the sixth of the last eight octets read: the bit set of shifts (0 to 7 bits before
 /// the end of the eighth) at which a magic may end. The sixth octet is inside the magic at every
 /// shift.
-constexpr std::array<std::uint8_t, 256> magicShifts = [] {
-    std::array<std::uint8_t, 256> shifts{};
-    for (std::uint64_t const magic : {blockMagic, endMagic}) {
+constexpr std::array<U8, 256> magicShifts = [] {
+    std::array<U8, 256> shifts{};
+    for (U64 const magic : {blockMagic, endMagic}) {
         for (unsigned shift = 0; shift < 8; ++shift) {
             auto& entry = shifts[(magic << shift >> 16) & 0xff];
-            entry = static_cast<std::uint8_t>(entry | 1U << shift);
+            entry = static_cast<U8>(entry | 1U << shift);
         }
     }
     return shifts;
 }();
 
-constexpr std::uint64_t lowBits(std::uint64_t value, unsigned count) {
-    return value & ((std::uint64_t{1} << count) - 1);
+constexpr U64 lowBits(U64 value, unsigned count) {
+    return value & ((U64{1} << count) - 1);
 }
 
 } // namespace
@@ -52,11 +52,11 @@ constexpr std::uint64_t lowBits(std::uint64_t value, unsigned count) {
 /// Thread-compatible; `state` is guarded by the mutex of the decoder.
 class Bzip2Blocks::Block {
   public:
-    enum class State : std::uint8_t { waiting, running, done };
+    enum class State : U8 { waiting, running, done };
 
     State state = State::waiting;
 
-    explicit Block(std::vector<std::uint8_t> member)
+    explicit Block(std::vector<U8> member)
       : in_(std::move(member)) {}
 
     ~Block() { stop(); }
@@ -80,7 +80,7 @@ class Bzip2Blocks::Block {
 
     /// Feeds one octet of a block whose end is unknown. Returns false when the block is complete or
     /// damaged.
-    bool feed(std::uint8_t octet) {
+    bool feed(U8 octet) {
         if (!open_) {
             open_ = true;
             start();
@@ -92,7 +92,7 @@ class Bzip2Blocks::Block {
     }
 
     /// Reads decoded octets into `out`; returns how many, 0 at the end.
-    std::size_t read(std::span<std::uint8_t> out) {
+    std::size_t read(std::span<U8> out) {
         if (taken_ < filled_) {
             std::size_t const count = std::min(out.size(), filled_ - taken_);
             std::copy_n(out_.begin() + static_cast<std::ptrdiff_t>(taken_), count, out.begin());
@@ -124,7 +124,7 @@ class Bzip2Blocks::Block {
         stop();
     }
 
-    void offer(std::vector<std::uint8_t>& in) {
+    void offer(std::vector<U8>& in) {
         stream_.next_in = reinterpret_cast<char*>(in.data());
         stream_.avail_in = static_cast<unsigned int>(in.size());
     }
@@ -139,7 +139,7 @@ class Bzip2Blocks::Block {
         }
     }
 
-    std::size_t step(std::span<std::uint8_t> out) {
+    std::size_t step(std::span<U8> out) {
         stream_.next_out = reinterpret_cast<char*>(out.data());
         stream_.avail_out = static_cast<unsigned int>(out.size());
         int const result = BZ2_bzDecompress(&stream_);
@@ -159,8 +159,8 @@ class Bzip2Blocks::Block {
     bool started_ = false;
     bool open_ = false;
     bool damaged_ = false;
-    std::vector<std::uint8_t> in_;
-    std::vector<std::uint8_t> out_;
+    std::vector<U8> in_;
+    std::vector<U8> out_;
     std::size_t filled_ = 0; // of out_
     std::size_t taken_ = 0;
 };
@@ -177,7 +177,7 @@ Bzip2Blocks::~Bzip2Blocks() {
     changed_.notify_all();
 }
 
-std::size_t Bzip2Blocks::read(std::span<std::uint8_t> out) {
+std::size_t Bzip2Blocks::read(std::span<U8> out) {
     while (!ended()) {
         if (current_.block) {
             if (std::size_t const got = current_.block->read(out)) {
@@ -254,23 +254,22 @@ void Bzip2Blocks::await(std::shared_ptr<Block> const& block) {
 
 /// Decodes a block whose end was not found or was wrong, and resumes splitting at its real end.
 std::shared_ptr<Bzip2Blocks::Block> Bzip2Blocks::decodeAgain(Piece const& piece) {
-    auto block = std::make_shared<Block>(std::vector<std::uint8_t>());
-    for (std::uint8_t const octet :
-         {std::uint8_t{'B'}, std::uint8_t{'Z'}, std::uint8_t{'h'}, piece.level}) {
+    auto block = std::make_shared<Block>(std::vector<U8>());
+    for (U8 const octet : {U8{'B'}, U8{'Z'}, U8{'h'}, piece.level}) {
         block->feed(octet);
     }
-    std::uint64_t bit = piece.bit;
+    U64 bit = piece.bit;
     for (bool more = true; more; bit += 8) {
         if (!ensure(bit + 8)) {
             auto const left = static_cast<unsigned>(bitsRead() - std::min(bit, bitsRead()));
             bool const undecided =
-                left == 0 || block->feed(static_cast<std::uint8_t>(bits(bit, left) << (8 - left)));
+                left == 0 || block->feed(static_cast<U8>(bits(bit, left) << (8 - left)));
             pieces_.clear();
             splitEnded_ = true;
             push(Piece::Kind::truncated, bit);
-            return undecided ? std::make_shared<Block>(std::vector<std::uint8_t>()) : block;
+            return undecided ? std::make_shared<Block>(std::vector<U8>()) : block;
         }
-        more = block->feed(static_cast<std::uint8_t>(bits(bit, 8)));
+        more = block->feed(static_cast<U8>(bits(bit, 8)));
     }
     if (block->damaged()) {
         nextBit_ = bit;
@@ -282,7 +281,7 @@ std::shared_ptr<Bzip2Blocks::Block> Bzip2Blocks::decodeAgain(Piece const& piece)
 }
 
 /// Resumes after a block that ends in the octet before `blockEnd`.
-void Bzip2Blocks::resumeSplitting(std::uint64_t blockEnd) {
+void Bzip2Blocks::resumeSplitting(U64 blockEnd) {
     pieces_.clear();
     {
         std::lock_guard const lock(mutex_);
@@ -313,7 +312,7 @@ void Bzip2Blocks::splitMore() try {
 }
 
 void Bzip2Blocks::splitOne() {
-    std::uint64_t const begin = nextBit_;
+    U64 const begin = nextBit_;
     bool const whole = ensure(begin + magicBits + checksumBits);
     if (bits(begin, magicBits) == blockMagic) {
         auto const end = whole ? findMagic(begin + magicBits + checksumBits) : std::nullopt;
@@ -321,7 +320,7 @@ void Bzip2Blocks::splitOne() {
         nextBit_ = end.value_or(begin);
         splitEnded_ = !end;
     } else if (whole) {
-        auto const checksum = static_cast<std::uint32_t>(bits(begin + magicBits, checksumBits));
+        auto const checksum = static_cast<U32>(bits(begin + magicBits, checksumBits));
         push(Piece::Kind::memberEnd, begin, checksum);
         enterMember((begin + magicBits + checksumBits + 7) / 8);
     } else {
@@ -331,7 +330,7 @@ void Bzip2Blocks::splitOne() {
 }
 
 /// Starts to split the member at `octet`; ends the splitting if there is no member.
-void Bzip2Blocks::enterMember(std::uint64_t octet) {
+void Bzip2Blocks::enterMember(U64 octet) {
     nextBit_ = (octet + 4) * 8;
     bool const whole = ensure((octet + longestMagic) * 8);
     Octets const held = Octets(raw_).subspan(octet - rawOffset_);
@@ -348,12 +347,12 @@ void Bzip2Blocks::enterMember(std::uint64_t octet) {
     }
 }
 
-void Bzip2Blocks::push(Piece::Kind kind, std::uint64_t bit, std::uint32_t checksum) {
+void Bzip2Blocks::push(Piece::Kind kind, U64 bit, U32 checksum) {
     pieces_.push_back({kind, level_, bit, checksum, nullptr});
 }
 
-void Bzip2Blocks::pushBlock(std::uint64_t bit, std::optional<std::uint64_t> end) {
-    push(Piece::Kind::block, bit, static_cast<std::uint32_t>(bits(bit + magicBits, checksumBits)));
+void Bzip2Blocks::pushBlock(U64 bit, std::optional<U64> end) {
+    push(Piece::Kind::block, bit, static_cast<U32>(bits(bit + magicBits, checksumBits)));
     if (!end) {
         return;
     }
@@ -368,24 +367,23 @@ void Bzip2Blocks::pushBlock(std::uint64_t bit, std::optional<std::uint64_t> end)
 }
 
 /// Returns the bits as a member of their own, with a header, an end magic and a checksum.
-std::vector<std::uint8_t> Bzip2Blocks::makeMember(std::uint64_t begin, std::uint64_t end) const {
-    std::vector<std::uint8_t> member;
+std::vector<U8> Bzip2Blocks::makeMember(U64 begin, U64 end) const {
+    std::vector<U8> member;
     member.reserve((end - begin) / 8 + 20);
     member.assign({'B', 'Z', 'h', level_});
     unsigned const shift = begin % 8;
-    std::uint8_t const* at = raw_.data() + (begin / 8 - rawOffset_);
-    for (std::uint64_t octet = (end - begin) / 8; octet != 0; --octet, ++at) {
-        member.push_back(
-            shift == 0 ? *at : static_cast<std::uint8_t>(at[0] << shift | at[1] >> (8 - shift)));
+    U8 const* at = raw_.data() + (begin / 8 - rawOffset_);
+    for (U64 octet = (end - begin) / 8; octet != 0; --octet, ++at) {
+        member.push_back(shift == 0 ? *at : static_cast<U8>(at[0] << shift | at[1] >> (8 - shift)));
     }
     // The last bits of the block, the end magic and the checksum, followed by padding.
     unsigned count = (end - begin) % 8;
-    std::uint64_t pending = bits(end - count, count);
-    auto const append = [&](std::uint64_t value, unsigned more) {
+    U64 pending = bits(end - count, count);
+    auto const append = [&](U64 value, unsigned more) {
         while (more-- != 0) {
             pending = pending << 1 | (value >> more & 1);
             if (++count == 8) {
-                member.push_back(static_cast<std::uint8_t>(pending));
+                member.push_back(static_cast<U8>(pending));
                 count = 0;
             }
         }
@@ -397,15 +395,15 @@ std::vector<std::uint8_t> Bzip2Blocks::makeMember(std::uint64_t begin, std::uint
 }
 
 /// Finds the first magic at or after `bit`, within the longest possible block.
-std::optional<std::uint64_t> Bzip2Blocks::findMagic(std::uint64_t bit) {
-    std::uint64_t const last = bit + maxBlockBits;
-    std::uint64_t window = 0; // the last eight octets
-    for (std::uint64_t octet = bit / 8; octet * 8 < last && ensure(octet * 8 + 8); ++octet) {
+std::optional<U64> Bzip2Blocks::findMagic(U64 bit) {
+    U64 const last = bit + maxBlockBits;
+    U64 window = 0; // the last eight octets
+    for (U64 octet = bit / 8; octet * 8 < last && ensure(octet * 8 + 8); ++octet) {
         window = window << 8 | raw_[octet - rawOffset_];
-        if (std::uint8_t const shifts = magicShifts[window >> 16 & 0xff]; shifts != 0) {
+        if (U8 const shifts = magicShifts[window >> 16 & 0xff]; shifts != 0) {
             for (unsigned shift = 8; shift-- > 0;) {
-                std::uint64_t const value = lowBits(window >> shift, magicBits);
-                std::uint64_t const begin = octet * 8 + 8 - shift - magicBits;
+                U64 const value = lowBits(window >> shift, magicBits);
+                U64 const begin = octet * 8 + 8 - shift - magicBits;
                 if ((value == blockMagic || value == endMagic) && begin >= bit) {
                     return begin;
                 }
@@ -416,7 +414,7 @@ std::optional<std::uint64_t> Bzip2Blocks::findMagic(std::uint64_t bit) {
 }
 
 /// Reads the source up to `bit`; returns false if it ends before.
-bool Bzip2Blocks::ensure(std::uint64_t bit) {
+bool Bzip2Blocks::ensure(U64 bit) {
     while (bitsRead() < bit) {
         Octets const more = source_.peek(1);
         if (more.empty()) {
@@ -429,8 +427,8 @@ bool Bzip2Blocks::ensure(std::uint64_t bit) {
 }
 
 /// Returns `count` bits, at most 57; bits that are not in the buffer are zero.
-std::uint64_t Bzip2Blocks::bits(std::uint64_t bit, unsigned count) const {
-    std::uint64_t window = 0;
+U64 Bzip2Blocks::bits(U64 bit, unsigned count) const {
+    U64 window = 0;
     std::size_t const first = bit / 8 - rawOffset_;
     for (std::size_t at = first; at < first + 8; ++at) {
         window = window << 8 | (at < raw_.size() ? raw_[at] : 0U);
@@ -438,13 +436,13 @@ std::uint64_t Bzip2Blocks::bits(std::uint64_t bit, unsigned count) const {
     return count == 0 ? 0 : window << bit % 8 >> (64 - count);
 }
 
-bool Bzip2Blocks::isMagic(std::uint64_t bit) const {
-    std::uint64_t const value = bits(bit, magicBits);
+bool Bzip2Blocks::isMagic(U64 bit) const {
+    U64 const value = bits(bit, magicBits);
     return value == blockMagic || value == endMagic;
 }
 
-void Bzip2Blocks::dropBefore(std::uint64_t bit) {
-    std::uint64_t const octets = bit / 8 - rawOffset_;
+void Bzip2Blocks::dropBefore(U64 bit) {
+    U64 const octets = bit / 8 - rawOffset_;
     raw_.erase(raw_.begin(), raw_.begin() + static_cast<std::ptrdiff_t>(octets));
     rawOffset_ += octets;
 }

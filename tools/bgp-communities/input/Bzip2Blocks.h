@@ -2,7 +2,6 @@
 
 #include <condition_variable>
 #include <cstddef>
-#include <cstdint>
 #include <deque>
 #include <exception>
 #include <memory>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "Decoder.h"
+#include "IntegerTypes.h"
 
 namespace BgpCommunities {
 
@@ -35,19 +35,19 @@ class Bzip2Blocks final : public MemberDecoder {
     Bzip2Blocks(InputSource& source, unsigned threads);
     ~Bzip2Blocks() override;
 
-    std::size_t read(std::span<std::uint8_t> out) override;
+    std::size_t read(std::span<U8> out) override;
 
   private:
     class Block;
 
     /// A piece of the input.
     struct Piece {
-        enum class Kind : std::uint8_t { block, memberEnd, truncated, damaged, trailing };
+        enum class Kind : U8 { block, memberEnd, truncated, damaged, trailing };
 
         Kind kind = Kind::block;
-        std::uint8_t level = 0;       // of the member, from its header
-        std::uint64_t bit = 0;        // start of the piece in the source
-        std::uint32_t checksum = 0;   // of the block, or of the member
+        U8 level = 0;                 // of the member, from its header
+        U64 bit = 0;                  // start of the piece in the source
+        U32 checksum = 0;             // of the block, or of the member
         std::shared_ptr<Block> block; // null if its end was not found
     };
 
@@ -56,43 +56,42 @@ class Bzip2Blocks final : public MemberDecoder {
 
     void startMember() override {}
 
-    Step decompress(Octets /*in*/, std::span<std::uint8_t> /*out*/) override { return {}; }
+    Step decompress(Octets /*in*/, std::span<U8> /*out*/) override { return {}; }
 
     void splitMore();
     void splitOne();
-    void enterMember(std::uint64_t octet);
-    void push(Piece::Kind kind, std::uint64_t bit, std::uint32_t checksum = 0);
-    void pushBlock(std::uint64_t bit, std::optional<std::uint64_t> end);
-    [[nodiscard]] std::vector<std::uint8_t> makeMember(std::uint64_t begin,
-                                                       std::uint64_t end) const;
-    std::optional<std::uint64_t> findMagic(std::uint64_t bit);
+    void enterMember(U64 octet);
+    void push(Piece::Kind kind, U64 bit, U32 checksum = 0);
+    void pushBlock(U64 bit, std::optional<U64> end);
+    [[nodiscard]] std::vector<U8> makeMember(U64 begin, U64 end) const;
+    std::optional<U64> findMagic(U64 bit);
 
-    [[nodiscard]] std::uint64_t bitsRead() const { return (rawOffset_ + raw_.size()) * 8; }
-    bool ensure(std::uint64_t bit);
-    [[nodiscard]] std::uint64_t bits(std::uint64_t bit, unsigned count) const;
-    [[nodiscard]] bool isMagic(std::uint64_t bit) const;
-    void dropBefore(std::uint64_t bit);
+    [[nodiscard]] U64 bitsRead() const { return (rawOffset_ + raw_.size()) * 8; }
+    bool ensure(U64 bit);
+    [[nodiscard]] U64 bits(U64 bit, unsigned count) const;
+    [[nodiscard]] bool isMagic(U64 bit) const;
+    void dropBefore(U64 bit);
 
     bool nextPiece();
     void finishBlock();
     void await(std::shared_ptr<Block> const& block);
     std::shared_ptr<Block> decodeAgain(Piece const& piece);
-    void resumeSplitting(std::uint64_t blockEnd);
+    void resumeSplitting(U64 blockEnd);
     void startThread();
     void work();
 
     unsigned const maxThreads_;
 
-    std::vector<std::uint8_t> raw_; // from the first unfinished piece on
-    std::uint64_t rawOffset_ = 0;   // of raw_[0] in the source
-    std::uint64_t nextBit_ = 0;     // start of the next piece, at a magic
-    bool splitEnded_ = false;       // no more pieces
-    std::uint8_t level_ = 0;        // of the member that is being split
-    std::exception_ptr failure_;    // of the source; thrown after the last piece
+    std::vector<U8> raw_;        // from the first unfinished piece on
+    U64 rawOffset_ = 0;          // of raw_[0] in the source
+    U64 nextBit_ = 0;            // start of the next piece, at a magic
+    bool splitEnded_ = false;    // no more pieces
+    U8 level_ = 0;               // of the member that is being split
+    std::exception_ptr failure_; // of the source; thrown after the last piece
 
     std::deque<Piece> pieces_; // in order
     Piece current_;            // the block that is being read
-    std::uint32_t memberChecksum_ = 0;
+    U32 memberChecksum_ = 0;
 
     std::mutex mutex_; // guards the members below and the state of each block
     std::condition_variable changed_;

@@ -14,7 +14,7 @@
 
 namespace BgpCommunities {
 
-std::size_t MemberDecoder::read(std::span<std::uint8_t> out) {
+std::size_t MemberDecoder::read(std::span<U8> out) {
     while (!ended_) {
         if (!inMember_ && !enterMember()) {
             break;
@@ -36,7 +36,7 @@ std::size_t MemberDecoder::read(std::span<std::uint8_t> out) {
 }
 
 bool MemberDecoder::enterMember() {
-    std::uint64_t const zeros = mayBePadded() ? skipZeros() : 0;
+    U64 const zeros = mayBePadded() ? skipZeros() : 0;
     if (!startsMember(source_.peek(longestMagic))) {
         bool const atEnd = source_.peek(1).empty();
         reportTrailing(atEnd ? 0 : zeros);
@@ -48,8 +48,8 @@ bool MemberDecoder::enterMember() {
 }
 
 /// Consumes zeros up to the next non-zero octet; returns how many.
-std::uint64_t MemberDecoder::skipZeros() {
-    for (std::uint64_t skipped = 0;;) {
+U64 MemberDecoder::skipZeros() {
+    for (U64 skipped = 0;;) {
         Octets const in = source_.peek(1);
         auto const end = std::find_if(in.begin(), in.end(), [](auto octet) { return octet != 0; });
         auto const count = static_cast<std::size_t>(end - in.begin());
@@ -61,7 +61,7 @@ std::uint64_t MemberDecoder::skipZeros() {
     }
 }
 
-void MemberDecoder::reportDamage(std::uint64_t offset, std::string_view fault) {
+void MemberDecoder::reportDamage(U64 offset, std::string_view fault) {
     damage_ =
         format_ + " data damaged near octet " + std::to_string(offset) + ": " + std::string(fault);
     ended_ = true;
@@ -72,7 +72,7 @@ void MemberDecoder::reportTruncation() {
     ended_ = true;
 }
 
-void MemberDecoder::reportTrailing(std::uint64_t more) {
+void MemberDecoder::reportTrailing(U64 more) {
     for (Octets in = source_.peek(1); !in.empty(); in = source_.peek(1)) {
         more += in.size();
         source_.consume(in.size());
@@ -94,14 +94,14 @@ bool sharePrefix(Octets head, Octets magic) {
 }
 
 // gzip member (RFC 1952): 1f 8b, then the compression method, always deflate.
-constexpr std::array<std::uint8_t, 3> gzipMagic = {0x1f, 0x8b, 0x08};
-constexpr std::array<std::uint8_t, 6> xzMagic = {0xfd, '7', 'z', 'X', 'Z', 0};
-constexpr std::array<std::uint8_t, 4> zstdMagic = {0x28, 0xb5, 0x2f, 0xfd}; // RFC 8878
+constexpr std::array<U8, 3> gzipMagic = {0x1f, 0x8b, 0x08};
+constexpr std::array<U8, 6> xzMagic = {0xfd, '7', 'z', 'X', 'Z', 0};
+constexpr std::array<U8, 4> zstdMagic = {0x28, 0xb5, 0x2f, 0xfd}; // RFC 8878
 // A bzip2 member: "BZh", block size '1' to '9', and the magic of its first block, or of its end if
 // it is empty. "BZh1" alone could also be the timestamp of an MRT record of April 2005.
-constexpr std::array<std::uint8_t, 3> bzip2Magic = {'B', 'Z', 'h'};
-constexpr std::array<std::uint8_t, 6> bzip2Block = {0x31, 0x41, 0x59, 0x26, 0x53, 0x59};
-constexpr std::array<std::uint8_t, 6> bzip2End = {0x17, 0x72, 0x45, 0x38, 0x50, 0x90};
+constexpr std::array<U8, 3> bzip2Magic = {'B', 'Z', 'h'};
+constexpr std::array<U8, 6> bzip2Block = {0x31, 0x41, 0x59, 0x26, 0x53, 0x59};
+constexpr std::array<U8, 6> bzip2End = {0x17, 0x72, 0x45, 0x38, 0x50, 0x90};
 
 bool startsGzip(Octets head) {
     return sharePrefix(head, gzipMagic);
@@ -116,7 +116,7 @@ bool startsZstd(Octets head) {
 }
 
 // Skippable frame (RFC 8878, section 3.1.2): 50 to 5f, then the rest of the magic.
-constexpr std::array<std::uint8_t, 3> skippableMagic = {0x2a, 0x4d, 0x18};
+constexpr std::array<U8, 3> skippableMagic = {0x2a, 0x4d, 0x18};
 
 bool startsSkippableZstd(Octets head) {
     return !head.empty() && head[0] >> 4 == 5 && sharePrefix(head.subspan(1), skippableMagic);
@@ -161,7 +161,7 @@ class GzipDecoder final : public MemberDecoder {
 
     [[nodiscard]] bool mayBePadded() const override { return true; }
 
-    Step decompress(Octets in, std::span<std::uint8_t> out) override {
+    Step decompress(Octets in, std::span<U8> out) override {
         // zlib declares its input without const but does not write to it.
         stream_.next_in = const_cast<Bytef*>(in.data());
         stream_.avail_in = chunkOf(in.size());
@@ -201,7 +201,7 @@ class Bzip2Decoder final : public MemberDecoder {
         started_ = true;
     }
 
-    Step decompress(Octets in, std::span<std::uint8_t> out) override {
+    Step decompress(Octets in, std::span<U8> out) override {
         // libbz2 declares its input as non-const char but does not write to it.
         stream_.next_in = const_cast<char*>(reinterpret_cast<char const*>(in.data()));
         stream_.avail_in = chunkOf(in.size());
@@ -248,11 +248,11 @@ class XzDecoder final : public MemberDecoder {
 
     void startMember() override {
         // `xz -9` needs 65 MB to decompress.
-        constexpr std::uint64_t memoryLimit = std::uint64_t{128} << 20;
+        constexpr U64 memoryLimit = U64{128} << 20;
         requireMemory(lzma_stream_decoder(&stream_, memoryLimit, 0) == LZMA_OK);
     }
 
-    Step decompress(Octets in, std::span<std::uint8_t> out) override {
+    Step decompress(Octets in, std::span<U8> out) override {
         stream_.next_in = in.data();
         stream_.avail_in = in.size();
         stream_.next_out = out.data();
@@ -292,7 +292,7 @@ class ZstdDecoder final : public MemberDecoder {
 
     void startMember() override { ZSTD_initDStream(stream_); }
 
-    Step decompress(Octets in, std::span<std::uint8_t> out) override {
+    Step decompress(Octets in, std::span<U8> out) override {
         ZSTD_inBuffer input = {in.data(), in.size(), 0};
         ZSTD_outBuffer output = {out.data(), out.size(), 0};
         std::size_t const result = ZSTD_decompressStream(stream_, &output, &input);

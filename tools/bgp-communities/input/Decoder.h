@@ -1,13 +1,13 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "InputSource.h"
+#include "IntegerTypes.h"
 #include "OctetReader.h"
 
 namespace BgpCommunities {
@@ -24,7 +24,7 @@ class Decoder {
     Decoder& operator=(Decoder const&) = delete;
 
     /// See InputStream::read().
-    virtual std::size_t read(std::span<std::uint8_t> out) { return source_.read(out); }
+    virtual std::size_t read(std::span<U8> out) { return source_.read(out); }
 
     /// See InputStream::damage().
     [[nodiscard]] std::string const& damage() const { return damage_; }
@@ -44,7 +44,7 @@ class MemberDecoder : public Decoder {
       : Decoder(source)
       , format_(format) {}
 
-    std::size_t read(std::span<std::uint8_t> out) override;
+    std::size_t read(std::span<U8> out) override;
 
   protected:
     struct Step {
@@ -61,13 +61,13 @@ class MemberDecoder : public Decoder {
     [[nodiscard]] virtual bool mayBePadded() const { return false; }
 
     /// Decompresses from `in` into `out`. Must consume or produce octets unless `in` is empty.
-    virtual Step decompress(Octets in, std::span<std::uint8_t> out) = 0;
+    virtual Step decompress(Octets in, std::span<U8> out) = 0;
 
     // These report an input that does not end properly: they set `damage_`.
-    void reportDamage(std::uint64_t offset, std::string_view fault);
+    void reportDamage(U64 offset, std::string_view fault);
     void reportTruncation();
     /// Consumes the rest of the source; `more` octets before it are trailing data as well.
-    void reportTrailing(std::uint64_t more = 0);
+    void reportTrailing(U64 more = 0);
 
     [[nodiscard]] bool ended() const { return ended_; }
 
@@ -76,7 +76,7 @@ class MemberDecoder : public Decoder {
   private:
     /// Returns false at the end of the file or at data that are not a member.
     bool enterMember();
-    std::uint64_t skipZeros();
+    U64 skipZeros();
 
     std::string format_;
     bool inMember_ = false;

@@ -6,27 +6,27 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint8_t noDigit = 0xff;
+constexpr U8 noDigit = 0xff;
 
-consteval std::array<std::uint8_t, 256> digitValues() {
-    std::array<std::uint8_t, 256> values{};
+consteval std::array<U8, 256> digitValues() {
+    std::array<U8, 256> values{};
     values.fill(noDigit);
-    for (std::uint8_t value = 0; value < 16; ++value) {
+    for (U8 value = 0; value < 16; ++value) {
         values[static_cast<unsigned char>("0123456789abcdef"[value])] = value;
         values[static_cast<unsigned char>("0123456789ABCDEF"[value])] = value;
     }
     return values;
 }
 
-constexpr std::array<std::uint8_t, 256> digits = digitValues();
+constexpr std::array<U8, 256> digits = digitValues();
 
-std::uint8_t valueOf(char digit) {
+U8 valueOf(char digit) {
     return digits[static_cast<unsigned char>(digit)];
 }
 
 } // namespace
 
-std::string_view readHex(std::string_view text, std::vector<std::uint8_t>& octets) {
+std::string_view readHex(std::string_view text, std::vector<U8>& octets) {
     for (char const digit : text) {
         if (valueOf(digit) == noDigit) {
             return "not hexadecimal digits";
@@ -37,8 +37,7 @@ std::string_view readHex(std::string_view text, std::vector<std::uint8_t>& octet
     }
     octets.resize(text.size() / 2);
     for (std::size_t at = 0; at < octets.size(); ++at) {
-        octets[at] =
-            static_cast<std::uint8_t>(valueOf(text[2 * at]) << 4 | valueOf(text[2 * at + 1]));
+        octets[at] = static_cast<U8>(valueOf(text[2 * at]) << 4 | valueOf(text[2 * at + 1]));
     }
     return {};
 }
@@ -46,7 +45,7 @@ std::string_view readHex(std::string_view text, std::vector<std::uint8_t>& octet
 void appendHex(std::string& out, Octets octets) {
     std::size_t at = out.size();
     out.resize(at + 2 * octets.size());
-    for (std::uint8_t const octet : octets) {
+    for (U8 const octet : octets) {
         out[at++] = "0123456789abcdef"[octet >> 4];
         out[at++] = "0123456789abcdef"[octet & 0xf];
     }

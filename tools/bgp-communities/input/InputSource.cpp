@@ -21,7 +21,7 @@ InputSource::InputSource(std::string const& path)
     }
     struct stat status = {};
     if (::fstat(fd_, &status) == 0 && S_ISREG(status.st_mode)) {
-        size_ = static_cast<std::uint64_t>(status.st_size);
+        size_ = static_cast<U64>(status.st_size);
         mayWait_ = false;
     }
 }
@@ -47,7 +47,7 @@ Octets InputSource::peek(std::size_t count) {
     return Octets(buffer_).subspan(begin_, end_ - begin_);
 }
 
-std::size_t InputSource::read(std::span<std::uint8_t> out) {
+std::size_t InputSource::read(std::span<U8> out) {
     if (begin_ == end_) {
         return readFile(out);
     }
@@ -57,7 +57,7 @@ std::size_t InputSource::read(std::span<std::uint8_t> out) {
     return count;
 }
 
-std::size_t InputSource::readFile(std::span<std::uint8_t> out) {
+std::size_t InputSource::readFile(std::span<U8> out) {
     if (mayWait_ && beforeWait_) {
         pollfd ready = {fd_, POLLIN, 0};
         if (::poll(&ready, 1, 0) == 0) {
@@ -67,7 +67,7 @@ std::size_t InputSource::readFile(std::span<std::uint8_t> out) {
     for (;;) {
         ssize_t const got = ::read(fd_, out.data(), out.size());
         if (got >= 0) {
-            octets_ += static_cast<std::uint64_t>(got);
+            octets_ += static_cast<U64>(got);
             return static_cast<std::size_t>(got);
         }
         if (errno != EINTR) {

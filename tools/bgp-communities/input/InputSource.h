@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <span>
 #include <stdexcept>
@@ -9,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "IntegerTypes.h"
 #include "OctetReader.h"
 
 namespace BgpCommunities {
@@ -40,35 +40,35 @@ class InputSource {
     void consume(std::size_t count) { begin_ += count; }
 
     /// Reads buffered octets if there are any, otherwise from the file; returns 0 at the end of it.
-    std::size_t read(std::span<std::uint8_t> out);
+    std::size_t read(std::span<U8> out);
 
     /// The path, or "standard input".
     [[nodiscard]] std::string const& name() const { return name_; }
 
     /// The number of octets read from the file.
-    [[nodiscard]] std::uint64_t octets() const { return octets_; }
+    [[nodiscard]] U64 octets() const { return octets_; }
 
-    [[nodiscard]] std::uint64_t consumed() const { return octets_ - (end_ - begin_); }
+    [[nodiscard]] U64 consumed() const { return octets_ - (end_ - begin_); }
 
     /// The size of the file; 0 if unknown, as for a pipe.
-    [[nodiscard]] std::uint64_t size() const { return size_; }
+    [[nodiscard]] U64 size() const { return size_; }
 
     static constexpr std::size_t bufferOctets = 64 * 1024;
 
   private:
-    std::size_t readFile(std::span<std::uint8_t> out);
+    std::size_t readFile(std::span<U8> out);
     [[noreturn]] void fail() const;
 
     std::string name_;
     bool opened_;
     int fd_;
     std::function<void()> beforeWait_;
-    std::vector<std::uint8_t> buffer_;
+    std::vector<U8> buffer_;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
-    std::uint64_t octets_ = 0;
-    std::uint64_t size_ = 0; // 0 if not a regular file
-    bool mayWait_ = true;    // false for a regular file
+    U64 octets_ = 0;
+    U64 size_ = 0;        // 0 if not a regular file
+    bool mayWait_ = true; // false for a regular file
 };
 
 } // namespace BgpCommunities

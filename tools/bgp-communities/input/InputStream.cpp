@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdint>
 #include <string_view>
 
 namespace BgpCommunities {
@@ -22,7 +21,7 @@ bool isTarHeader(std::string_view block) {
     unsigned int sum = 0;
     for (std::size_t at = 0; at < block.size(); ++at) {
         bool const ofSum = at >= 148 && at < 156;
-        sum += ofSum ? ' ' : static_cast<std::uint8_t>(block[at]);
+        sum += ofSum ? ' ' : static_cast<U8>(block[at]);
     }
     return block.substr(257, 5) == "ustar" && sum == stored;
 }
@@ -43,7 +42,7 @@ InputStream::InputStream(std::string const& path, unsigned threads)
   : source_(path)
   , decoder_(decoderFor(source_, threads)) {}
 
-std::size_t InputStream::read(std::span<std::uint8_t> out) {
+std::size_t InputStream::read(std::span<U8> out) {
     std::size_t const got = decoder_->read(out);
     if (mayBeArchive_) {
         lookForArchive(out.first(got));

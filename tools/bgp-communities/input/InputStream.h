@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <span>
@@ -9,6 +8,7 @@
 
 #include "Decoder.h"
 #include "InputSource.h"
+#include "IntegerTypes.h"
 
 namespace BgpCommunities {
 
@@ -36,7 +36,7 @@ class InputStream {
 
     /// Reads at least one octet into `out` and returns how many; 0 only at the end. Throws
     /// InputError if reading fails or the input is a tar archive. REQUIRES: `out` is not empty.
-    std::size_t read(std::span<std::uint8_t> out);
+    std::size_t read(std::span<U8> out);
 
     /// The path, or "standard input".
     [[nodiscard]] std::string const& name() const { return source_.name(); }
@@ -45,10 +45,10 @@ class InputStream {
     [[nodiscard]] std::string const& damage() const { return decoder_->damage(); }
 
     /// How many octets of the file itself, before decompression, have been read.
-    [[nodiscard]] std::uint64_t sourceOctets() const { return source_.octets(); }
+    [[nodiscard]] U64 sourceOctets() const { return source_.octets(); }
 
     /// The size of the file itself; 0 if unknown, as for a pipe.
-    [[nodiscard]] std::uint64_t sourceSize() const { return source_.size(); }
+    [[nodiscard]] U64 sourceSize() const { return source_.size(); }
 
   private:
     void lookForArchive(Octets octets);

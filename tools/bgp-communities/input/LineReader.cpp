@@ -50,8 +50,8 @@ bool LineReader::fill() {
     if (buffer_.size() < end_ + readOctets) {
         buffer_.resize(end_ + readOctets);
     }
-    // Accessing char storage as std::uint8_t, an unsigned char, is allowed.
-    auto* const place = reinterpret_cast<std::uint8_t*>(buffer_.data() + end_);
+    // Accessing char storage as U8, an unsigned char, is allowed.
+    auto* const place = reinterpret_cast<U8*>(buffer_.data() + end_);
     std::size_t const got = input_.read(std::span(place, readOctets));
     end_ += got;
     return got != 0;

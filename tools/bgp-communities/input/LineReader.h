@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "InputStream.h"
+#include "IntegerTypes.h"
 
 namespace BgpCommunities {
 
@@ -28,7 +28,7 @@ class LineReader {
     [[nodiscard]] std::string_view line() const { return line_; }
 
     /// The number of this line, from 1.
-    [[nodiscard]] std::uint64_t number() const { return number_; }
+    [[nodiscard]] U64 number() const { return number_; }
 
     /// The line is longer than `maxLineOctets`; `line()` is only the start of it.
     [[nodiscard]] bool isTooLong() const { return tooLong_; }
@@ -42,7 +42,7 @@ class LineReader {
     std::size_t begin_ = 0; // of the unread part
     std::size_t end_ = 0;   // of the buffered input
     std::string_view line_;
-    std::uint64_t number_ = 0;
+    U64 number_ = 0;
     bool tooLong_ = false;
 };
 

@@ -1,17 +1,18 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <span>
 #include <string_view>
 
+#include "IntegerTypes.h"
+
 namespace BgpCommunities {
 
-using Octets = std::span<const std::uint8_t>;
+using Octets = std::span<const U8>;
 
 /// The octets of a string, such as a serialized attribute.
 inline Octets octetsOf(std::string_view text) {
-    return {reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
+    return {reinterpret_cast<U8 const*>(text.data()), text.size()};
 }
 
 /// A cursor over untrusted octets; the only code of the program that accesses them directly.
@@ -32,21 +33,19 @@ class OctetReader {
 
     [[nodiscard]] bool empty() const { return left_.empty(); }
 
-    std::uint8_t u8() {
+    U8 u8() {
         Octets const in = octets(1);
-        return in.empty() ? std::uint8_t{0} : in[0];
+        return in.empty() ? U8{0} : in[0];
     }
 
-    std::uint16_t u16() {
+    U16 u16() {
         Octets const in = octets(2);
-        return in.empty() ? std::uint16_t{0} : static_cast<std::uint16_t>(in[0] << 8 | in[1]);
+        return in.empty() ? U16{0} : static_cast<U16>(in[0] << 8 | in[1]);
     }
 
-    std::uint32_t u32() {
+    U32 u32() {
         Octets const in = octets(4);
-        return in.empty() ? 0U
-                          : std::uint32_t{in[0]} << 24 | std::uint32_t{in[1]} << 16 |
-                                std::uint32_t{in[2]} << 8 | std::uint32_t{in[3]};
+        return in.empty() ? 0U : U32{in[0]} << 24 | U32{in[1]} << 16 | U32{in[2]} << 8 | U32{in[3]};
     }
 
     /// Takes the next `count` octets. If fewer are left, returns an empty span and makes `ok()`

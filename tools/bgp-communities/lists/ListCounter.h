@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <memory>
 #include <span>
 #include <vector>
@@ -9,6 +8,7 @@
 #include "Agent.h"
 #include "DumpHandler.h"
 #include "ListUses.h"
+#include "input/IntegerTypes.h"
 #include "input/OctetCache.h"
 
 namespace BgpCommunities {
@@ -22,8 +22,8 @@ class ListCounter : public DumpHandler {
   public:
     /// Attributes of one kind that the library refused.
     struct Refused {
-        std::uint64_t attributes = 0;
-        std::uint64_t members = 0;
+        U64 attributes = 0;
+        U64 members = 0;
     };
 
     ListCounter(Agent& agent, bool verbose)
@@ -36,7 +36,7 @@ class ListCounter : public DumpHandler {
     void add(ListCounter const& other);
 
     /// The number of table entries and of announced and withdrawn routes.
-    [[nodiscard]] std::uint64_t routes() const { return routes_; }
+    [[nodiscard]] U64 routes() const { return routes_; }
 
     [[nodiscard]] Refused const& refused(CommunityKind kind) const {
         return refused_[static_cast<std::size_t>(kind)];
@@ -79,7 +79,7 @@ class ListCounter : public DumpHandler {
                       Routing::Bgp::AttributeVerdict verdict);
 
     bool const passesLists_;
-    std::uint64_t routes_ = 0;
+    U64 routes_ = 0;
     std::array<Refused, communityKinds> refused_;
     std::vector<std::unique_ptr<ListUses>> lists_; // by CommunityKind
     // Successive routes in a dump mostly carry the same lists.

@@ -17,7 +17,7 @@ using ListSet = std::array<ListId, communityKinds>;
 
 struct ListSetHash {
     std::size_t operator()(ListSet const& lists) const noexcept {
-        std::uint64_t hash = 0;
+        U64 hash = 0;
         for (ListId const list : lists) {
             hash = Mox::hashWord(hash ^ reinterpret_cast<std::uintptr_t>(list));
         }

@@ -1,18 +1,18 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
 
 #include "AttributeDecoder.h"
 #include "RouteFilter.h"
+#include "input/IntegerTypes.h"
 #include "input/OctetCache.h"
 
 namespace BgpCommunities {
 
 /// How routes are printed.
-enum class RouteFormat : std::uint8_t { text, json, tsv };
+enum class RouteFormat : U8 { text, json, tsv };
 
 /// A formatted attribute.
 struct ListText {

@@ -27,7 +27,7 @@ struct MemberHash {
     std::size_t operator()(U32 value) const { return Mox::hashWord(value); }
 
     std::size_t operator()(Acl::CommunityValue const& value) const {
-        std::uint64_t const high = std::uint64_t{value.globalAdministrator()} << 32;
+        U64 const high = U64{value.globalAdministrator()} << 32;
         return Mox::hashWord(Mox::hashWord(high | value.localData1()) ^ value.localData2());
     }
 
@@ -126,7 +126,7 @@ class ListUsesOf final : public ListUses {
     }
 
     bool addStored(MoxStash::StoreManager& store) override {
-        return readStoredLists<Kind>(store, [&](auto const& list, std::uint64_t uses) {
+        return readStoredLists<Kind>(store, [&](auto const& list, U64 uses) {
             std::string const octets = octetsOfMembers(membersOf(*list));
             AttributeVerdict verdict = AttributeVerdict::accepted;
             Counted const counted = of(octetsOf(octets), verdict);
@@ -140,8 +140,8 @@ class ListUsesOf final : public ListUses {
         });
     }
 
-    [[nodiscard]] std::vector<std::pair<ListId, std::uint64_t>> uses() const override {
-        std::vector<std::pair<ListId, std::uint64_t>> all;
+    [[nodiscard]] std::vector<std::pair<ListId, U64>> uses() const override {
+        std::vector<std::pair<ListId, U64>> all;
         all.reserve(uses_.size());
         for (auto const& [list, uses] : uses_) {
             all.emplace_back(list.get(), uses);
@@ -198,9 +198,9 @@ class ListUsesOf final : public ListUses {
     using List = typename Kind::List;
     using ListPtr = typename List::PtrConst;
     using Member = std::remove_cvref_t<decltype(*std::declval<List const&>().begin())>;
-    using MemberUses = std::unordered_map<Member, std::uint64_t, MemberHash>;
+    using MemberUses = std::unordered_map<Member, U64, MemberHash>;
 
-    static void increase(std::uint64_t& sum, std::uint64_t uses) {
+    static void increase(U64& sum, U64 uses) {
         if (__builtin_add_overflow(sum, uses, &sum)) {
             throw std::overflow_error("more than 2^64 - 1 uses of a list");
         }
@@ -256,7 +256,7 @@ class ListUsesOf final : public ListUses {
     }
 
     Agent& agent_;
-    std::unordered_map<ListPtr, std::uint64_t> uses_;
+    std::unordered_map<ListPtr, U64> uses_;
 };
 
 } // namespace

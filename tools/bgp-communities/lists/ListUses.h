@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -14,12 +13,13 @@
 #include "Agent.h"
 #include "ListSet.h"
 #include "RouteLists.h"
+#include "input/IntegerTypes.h"
 
 namespace BgpCommunities {
 
 /// An interned object, and how many attributes carried it.
 struct UsageCount {
-    std::uint64_t uses = 0;
+    U64 uses = 0;
     std::string octets; // of its members, as on the wire
     std::string text;
     std::string meaning = {}; // of a value, from the dictionary
@@ -27,8 +27,8 @@ struct UsageCount {
 
 /// Counts of the lists of one length.
 struct LengthCount {
-    std::uint64_t lists = 0;
-    std::uint64_t attributes = 0; // with these lists
+    U64 lists = 0;
+    U64 attributes = 0; // with these lists
 };
 
 /// One member of a list.
@@ -39,11 +39,11 @@ struct ListMember {
 
 /// Statistics of the interned objects of one kind.
 struct InternedKind {
-    std::uint64_t membersUnique = 0; // distinct members of each attribute, summed
-    std::uint64_t distinctLists = 0;
-    std::uint64_t distinctValues = 0;
-    std::uint64_t objectOctets = 0; // of lists, values and their arrays
-    std::uint64_t tableOctets = 0;
+    U64 membersUnique = 0; // distinct members of each attribute, summed
+    U64 distinctLists = 0;
+    U64 distinctValues = 0;
+    U64 objectOctets = 0; // of lists, values and their arrays
+    U64 tableOctets = 0;
     std::vector<UsageCount> mostUsedValues; // descending; ties in the order of their octets
     std::vector<UsageCount> mostUsedLists;
     std::map<std::size_t, LengthCount> lengths; // by number of members
@@ -60,7 +60,7 @@ class ListUses {
     /// A list and a stable pointer to its count.
     struct Counted {
         ListId list = nullptr;
-        std::uint64_t* uses = nullptr;
+        U64* uses = nullptr;
     };
 
     /// Interns the list of an attribute value. Sets the verdict; returns nulls if the value is
@@ -79,7 +79,7 @@ class ListUses {
     virtual bool addStored(MoxStash::StoreManager& store) = 0;
 
     /// All lists, in unspecified order.
-    [[nodiscard]] virtual std::vector<std::pair<ListId, std::uint64_t>> uses() const = 0;
+    [[nodiscard]] virtual std::vector<std::pair<ListId, U64>> uses() const = 0;
 
     /// Statistics, with the `most` most used values and lists.
     [[nodiscard]] virtual InternedKind summary(std::size_t most) const = 0;

@@ -7,14 +7,14 @@ namespace BgpCommunities {
 namespace {
 
 /// Types of RFC 4360 and RFC 5668, without the non-transitive bit.
-constexpr std::uint8_t nonTransitive = 0x40;
-constexpr std::uint8_t twoOctetAs = 0x00;
-constexpr std::uint8_t ipv4Address = 0x01;
-constexpr std::uint8_t fourOctetAs = 0x02;
-constexpr std::uint8_t routeTarget = 0x02;
+constexpr U8 nonTransitive = 0x40;
+constexpr U8 twoOctetAs = 0x00;
+constexpr U8 ipv4Address = 0x01;
+constexpr U8 fourOctetAs = 0x02;
+constexpr U8 routeTarget = 0x02;
 
-std::optional<std::uint32_t> extendedAs(OctetReader in) {
-    auto const type = static_cast<std::uint8_t>(in.u8() & ~nonTransitive);
+std::optional<U32> extendedAs(OctetReader in) {
+    auto const type = static_cast<U8>(in.u8() & ~nonTransitive);
     in.u8();
     switch (type) {
     case twoOctetAs:
@@ -28,13 +28,13 @@ std::optional<std::uint32_t> extendedAs(OctetReader in) {
 
 } // namespace
 
-std::optional<std::uint32_t> administratorAs(CommunityKind kind, std::string_view octets) {
+std::optional<U32> administratorAs(CommunityKind kind, std::string_view octets) {
     OctetReader in(octetsOf(octets));
     switch (kind) {
     case CommunityKind::standard: {
-        std::uint16_t const as = in.u16();
+        U16 const as = in.u16();
         bool const reserved = as == 0 || as == 0xffff;
-        return reserved ? std::nullopt : std::optional<std::uint32_t>(as);
+        return reserved ? std::nullopt : std::optional<U32>(as);
     }
     case CommunityKind::extended:
         return extendedAs(in);
@@ -48,7 +48,7 @@ std::optional<std::uint32_t> administratorAs(CommunityKind kind, std::string_vie
 
 bool isRouteTarget(CommunityKind kind, std::string_view octets) {
     OctetReader in(octetsOf(octets));
-    std::uint8_t const type = in.u8();
+    U8 const type = in.u8();
     bool const isTarget = in.u8() == routeTarget;
     switch (kind) {
     case CommunityKind::extended:

@@ -2,12 +2,12 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <optional>
 #include <vector>
 
 #include "AttributeDecoder.h"
+#include "input/IntegerTypes.h"
 #include "mrt/RouteHandler.h"
 #include "text/TimeText.h"
 #include "wire/Nlri.h"
@@ -24,7 +24,7 @@ class RouteFilter {
   public:
     using Condition = std::function<bool(AttributeDecoder&)>;
     /// A bit set: which conditions are met.
-    using Conditions = std::uint64_t;
+    using Conditions = U64;
     /// A condition on the text of an AS path.
     using PathCondition = std::function<bool(std::string const&)>;
 
@@ -33,23 +33,23 @@ class RouteFilter {
     /// A peer by its address, its AS or both.
     struct PeerChoice {
         IpAddress address; // no address: any
-        std::optional<std::uint32_t> as;
+        std::optional<U32> as;
     };
 
     /// A family, or all families with this AFI.
     struct FamilyChoice {
-        std::uint16_t afi = 0;
-        std::optional<std::uint8_t> safi;
+        U16 afi = 0;
+        std::optional<U8> safi;
     };
 
     struct PrefixChoice {
-        enum class Relation : std::uint8_t { within, exact, covers };
+        enum class Relation : U8 { within, exact, covers };
 
         Relation relation = Relation::within;
         Prefix prefix;
     };
 
-    enum class Direction : std::uint8_t { any, announced, withdrawn };
+    enum class Direction : U8 { any, announced, withdrawn };
 
     /// Restricts the selection to the added kinds; routes without a list of such a kind are not
     /// selected.
@@ -62,7 +62,7 @@ class RouteFilter {
         pathConditions_.push_back(std::move(condition));
     }
 
-    void addOriginAs(std::uint32_t as) { originAses_.push_back(as); }
+    void addOriginAs(U32 as) { originAses_.push_back(as); }
 
     void addPeer(PeerChoice const& peer) { peers_.push_back(peer); }
 
@@ -116,7 +116,7 @@ class RouteFilter {
     std::vector<Condition> conditions_;
     Conditions allMet_ = 0;
     std::vector<PathCondition> pathConditions_;
-    std::vector<std::uint32_t> originAses_;
+    std::vector<U32> originAses_;
     std::vector<PeerChoice> peers_;
     std::vector<FamilyChoice> families_;
     std::vector<PrefixChoice> prefixes_;

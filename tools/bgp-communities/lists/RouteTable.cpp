@@ -10,8 +10,8 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint8_t formPrefix = 0x01;
-constexpr std::uint8_t formPathId = 0x02;
+constexpr U8 formPrefix = 0x01;
+constexpr U8 formPathId = 0x02;
 
 /// The leading fields of a key.
 class KeyHead {
@@ -31,13 +31,13 @@ class KeyHead {
     [[nodiscard]] Octets octets() const { return Octets(octets_).first(size_); }
 
   private:
-    void add(std::uint32_t value, std::size_t octets) {
+    void add(U32 value, std::size_t octets) {
         while (octets-- > 0) {
-            octets_[size_++] = static_cast<std::uint8_t>(value >> (8 * octets));
+            octets_[size_++] = static_cast<U8>(value >> (8 * octets));
         }
     }
 
-    std::array<std::uint8_t, 9> octets_{};
+    std::array<U8, 9> octets_{};
     std::size_t size_ = 0;
 };
 
@@ -58,12 +58,12 @@ RouteKey::RouteKey(Route const& route) {
     KeyHead const head(route);
     std::array<Octets, 3> const pieces = {head.octets(), distinguisherOf(route), bodyOf(route)};
     for (Octets const piece : pieces) {
-        size_ += static_cast<std::uint32_t>(piece.size());
+        size_ += static_cast<U32>(piece.size());
     }
     if (size_ > short_.size()) {
-        long_ = std::make_unique<std::uint8_t[]>(size_);
+        long_ = std::make_unique<U8[]>(size_);
     }
-    std::uint8_t* out = long_ ? long_.get() : short_.data();
+    U8* out = long_ ? long_.get() : short_.data();
     for (Octets const piece : pieces) {
         out = std::copy(piece.begin(), piece.end(), out);
     }
@@ -121,7 +121,7 @@ void RouteTable::drop(Peer const& peer) {
     }
 }
 
-std::vector<Peer> RouteTable::peersOf(std::uint32_t as) const {
+std::vector<Peer> RouteTable::peersOf(U32 as) const {
     std::vector<Peer> out;
     for (auto const& [peer, routes] : peers_) {
         if (peer.as == as && routes.size() != 0) {

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <string_view>
@@ -12,6 +11,7 @@
 #include <Mox/Hash.h>
 
 #include "RouteLists.h"
+#include "input/IntegerTypes.h"
 #include "wire/IpAddress.h"
 #include "wire/Nlri.h"
 
@@ -37,9 +37,9 @@ class RouteKey {
     bool operator==(RouteKey const& other) const { return octets() == other.octets(); }
 
   private:
-    std::unique_ptr<std::uint8_t[]> long_; // if `short_` is too small
-    std::uint32_t size_ = 0;
-    std::array<std::uint8_t, 20> short_{};
+    std::unique_ptr<U8[]> long_; // if `short_` is too small
+    U32 size_ = 0;
+    std::array<U8, 20> short_{};
 };
 
 /// The routes that one peer has announced and not withdrawn.
@@ -91,7 +91,7 @@ class RouteTable {
     /// Removes all routes of the peer.
     void drop(Peer const& peer);
     /// The peers of this AS that have routes.
-    [[nodiscard]] std::vector<Peer> peersOf(std::uint32_t as) const;
+    [[nodiscard]] std::vector<Peer> peersOf(U32 as) const;
     void dropAll();
 
     [[nodiscard]] std::size_t routes() const { return routes_; }

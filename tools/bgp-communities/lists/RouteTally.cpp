@@ -67,7 +67,7 @@ bool before(GroupCounts const& a, GroupCounts const& b) {
     return key(a.group) < key(b.group);
 }
 
-void addRoutes(GroupCounts& counts, ListSet const& lists, std::uint64_t routes) {
+void addRoutes(GroupCounts& counts, ListSet const& lists, U64 routes) {
     counts.routes += routes;
     counts.carrying += lists == ListSet{} ? 0 : routes;
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
@@ -87,9 +87,8 @@ RouteTally::RouteTally(Agent& agent, bool verbose, std::span<GroupBy const> grou
 std::size_t RouteTally::GroupHash::operator()(RouteGroup const& group) const noexcept {
     auto const& octets = group.peer.address.octets;
     std::string_view const address(reinterpret_cast<char const*>(octets.data()), octets.size());
-    std::uint64_t const family = std::uint64_t{group.family.afi} << 8 | group.family.safi;
-    return Mox::hashWord(Mox::hashOctets(address) ^ family ^ group.peer.as ^
-                         std::uint64_t{group.hour} << 32);
+    U64 const family = U64{group.family.afi} << 8 | group.family.safi;
+    return Mox::hashWord(Mox::hashOctets(address) ^ family ^ group.peer.as ^ U64{group.hour} << 32);
 }
 
 RouteTally::Carried& RouteTally::Grouping::of(RecordPosition const& at, Peer const& peer,
@@ -171,11 +170,11 @@ std::vector<GroupCounts> RouteTally::groupsByAs() const {
     auto const& groups = grouping(GroupBy::as).groups;
     auto const whole = groups.find({});
     auto const allRoutes = whole == groups.end() ? RoutesByLists() : whole->second.routes;
-    std::unordered_map<std::uint32_t, GroupCounts> byAs;
-    std::unordered_map<std::uint32_t, Values> values;
+    std::unordered_map<U32, GroupCounts> byAs;
+    std::unordered_map<U32, Values> values;
     Members members(*this);
     for (auto const& [lists, routes] : allRoutes) {
-        std::map<std::uint32_t, ListSet> ofAs; // the lists that contain a community of the AS
+        std::map<U32, ListSet> ofAs; // the lists that contain a community of the AS
         for (std::size_t kind = 0; kind < communityKinds; ++kind) {
             for (ListMember const& member : members.of(kind, lists[kind])) {
                 if (auto const as =
@@ -202,7 +201,7 @@ std::vector<TargetUse> RouteTally::targets() const {
     std::vector<TargetUse> all;
     Members members(*this);
     for (auto const& [group, carried] : grouping(GroupBy::peer).groups) {
-        std::map<std::string, std::uint64_t> uses; // by name
+        std::map<std::string, U64> uses; // by name
         for (auto const& [lists, routes] : carried.routes) {
             for (std::size_t kind = 0; kind < communityKinds; ++kind) {
                 for (ListMember const& member : members.of(kind, lists[kind])) {

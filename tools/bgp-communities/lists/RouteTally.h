@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -10,13 +9,14 @@
 
 #include "ListCounter.h"
 #include "ListSet.h"
+#include "input/IntegerTypes.h"
 #include "wire/IpAddress.h"
 #include "wire/Nlri.h"
 
 namespace BgpCommunities {
 
 /// What routes are grouped by.
-enum class GroupBy : std::uint8_t {
+enum class GroupBy : U8 {
     peer,
     as, // the administrator of a community of the route
     family,
@@ -29,9 +29,9 @@ inline constexpr std::array<std::string_view, 4> groupByKeys = {"peer", "as", "f
 /// Identifies a group by the member that routes are grouped by; the other members are zero.
 struct RouteGroup {
     Peer peer;
-    std::uint32_t as = 0;
+    U32 as = 0;
     Family family;
-    std::uint32_t hour = 0; // since 1970
+    U32 hour = 0; // since 1970
 
     bool operator==(RouteGroup const&) const = default;
 };
@@ -39,18 +39,18 @@ struct RouteGroup {
 /// The counts of one group, without messages sent to the peer.
 struct GroupCounts {
     RouteGroup group;
-    std::uint64_t routes = 0;                          // table entries and announced routes
-    std::uint64_t withdrawn = 0;                       // routes
-    std::uint64_t carrying = 0;                        // routes with communities; by AS: of this AS
-    std::array<std::uint64_t, communityKinds> kinds{}; // routes with communities of each kind
-    std::uint64_t values = 0;                          // distinct communities of these routes
+    U64 routes = 0;                          // table entries and announced routes
+    U64 withdrawn = 0;                       // routes
+    U64 carrying = 0;                        // routes with communities; by AS: of this AS
+    std::array<U64, communityKinds> kinds{}; // routes with communities of each kind
+    U64 values = 0;                          // distinct communities of these routes
 };
 
 /// A route target, and how many routes with it a peer sent.
 struct TargetUse {
     std::string target; // name as written by appendMemberName()
     Peer peer;
-    std::uint64_t routes = 0;
+    U64 routes = 0;
 };
 
 /// A ListCounter that also counts routes by group.
@@ -72,10 +72,10 @@ class RouteTally final : public ListCounter {
     [[nodiscard]] std::vector<TargetUse> targets() const;
 
   private:
-    using RoutesByLists = std::unordered_map<ListSet, std::uint64_t, ListSetHash>;
+    using RoutesByLists = std::unordered_map<ListSet, U64, ListSetHash>;
 
     struct Carried {
-        std::uint64_t withdrawn = 0;
+        U64 withdrawn = 0;
         RoutesByLists routes;
     };
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <unordered_set>
 
 #include <MoxStash/StoreManager.h>
 
+#include "input/IntegerTypes.h"
 #include "wire/PathAttributes.h"
 
 namespace BgpCommunities {
@@ -21,7 +21,7 @@ bool readStoredLists(MoxStash::StoreManager& store, Take take) {
     MoxStash::StoredTable const table(store, root);
     // Duplicates could make the lists take far more memory than the store.
     std::unordered_set<void const*> seen;
-    for (std::uint64_t row = 0; row < table.size(); ++row) {
+    for (U64 row = 0; row < table.size(); ++row) {
         auto const [stored, uses] = table[row];
         if (!seen.insert(stored).second) {
             store.validateVersionAnchor();

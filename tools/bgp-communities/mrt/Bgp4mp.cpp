@@ -28,7 +28,7 @@ constexpr std::array<Bgp4mpForm, 12> bgp4mpForms = {{
 
 } // namespace
 
-Bgp4mpForm const& bgp4mpForm(std::uint16_t subtype) {
+Bgp4mpForm const& bgp4mpForm(U16 subtype) {
     static constexpr Bgp4mpForm none;
     return subtype < bgp4mpForms.size() ? bgp4mpForms[subtype] : none;
 }
@@ -37,7 +37,7 @@ Bgp4mpForm const& bgp4mpForm(std::uint16_t subtype) {
 std::string_view readEnds(OctetReader& in, bool as4, Bgp4mpEnds& ends) {
     ends.peer.as = as4 ? in.u32() : in.u16();
     in.octets((as4 ? 4 : 2) + 2);
-    std::uint16_t const afi = in.u16();
+    U16 const afi = in.u16();
     if (in.ok() && afi != afiIpv4 && afi != afiIpv6) {
         return "address family of the peer is neither IPv4 nor IPv6";
     }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
 #include <string_view>
 
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 #include "wire/AddPath.h"
 #include "wire/IpAddress.h"
@@ -11,7 +11,7 @@ namespace BgpCommunities {
 
 /// The layout of the body of a BGP4MP subtype (RFC 6396, section 4.4; RFC 8050, section 3).
 struct Bgp4mpForm {
-    enum class Content : std::uint8_t { unsupported, stateChange, message };
+    enum class Content : U8 { unsupported, stateChange, message };
 
     Content content = Content::unsupported;
     bool as4 = false;
@@ -20,7 +20,7 @@ struct Bgp4mpForm {
 };
 
 /// `holds` is `unsupported` for deprecated and unassigned subtypes.
-Bgp4mpForm const& bgp4mpForm(std::uint16_t subtype);
+Bgp4mpForm const& bgp4mpForm(U16 subtype);
 
 /// The two ends of the BGP session of a record.
 struct Bgp4mpEnds {

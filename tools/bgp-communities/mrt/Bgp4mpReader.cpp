@@ -6,8 +6,7 @@
 
 namespace BgpCommunities {
 
-void Bgp4mpReader::read(RecordContext const& record, std::uint16_t subtype, Octets body,
-                        PathIds pathIds) {
+void Bgp4mpReader::read(RecordContext const& record, U16 subtype, Octets body, PathIds pathIds) {
     Bgp4mpForm const& form = bgp4mpForm(subtype);
     OctetReader in(body);
     Bgp4mpEnds ends;

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <cstdint>
-
 #include "RecordContext.h"
+#include "input/IntegerTypes.h"
 #include "wire/BgpMessage.h"
 
 namespace BgpCommunities {
@@ -14,7 +13,7 @@ namespace BgpCommunities {
 class Bgp4mpReader {
   public:
     /// Parses one record of a supported subtype. `body` starts after the microseconds.
-    void read(RecordContext const& record, std::uint16_t subtype, Octets body, PathIds pathIds);
+    void read(RecordContext const& record, U16 subtype, Octets body, PathIds pathIds);
 
   private:
     void readMessage(RecordContext const& record, OctetReader& in, PathIds pathIds);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdint>
-
 #include "MrtCounts.h"
 #include "MrtRecords.h"
 #include "RecordContext.h"

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
 
 #include "PeerTable.h"
 #include "RecordStream.h"
 #include "input/InputStream.h"
+#include "input/IntegerTypes.h"
 #include "input/OctetBudget.h"
 #include "input/OctetReader.h"
 #include "wire/AddPath.h"
@@ -34,7 +34,7 @@ struct MrtRecord {
 class MrtRecords {
   public:
     /// Longer bodies are charged to the budget.
-    static constexpr std::uint32_t largeOctets = 256 * 1024;
+    static constexpr U32 largeOctets = 256 * 1024;
 
     /// `budget` is shared with readers in other threads; not owned, may be null.
     MrtRecords(InputStream& input, AddPath addPath, OctetBudget* budget = nullptr)
@@ -66,7 +66,7 @@ class MrtRecords {
 
     InputStream& input_;
     RecordStream stream_;
-    std::uint64_t records_ = 0;
+    U64 records_ = 0;
     std::shared_ptr<PeerTable const> peers_;
     bool missedPeers_ = false; // a record came before the table that it needs
     AddPathDecider addPath_;

@@ -4,8 +4,8 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint8_t peerHasIpv6 = 0x01;
-constexpr std::uint8_t peerHasAs4 = 0x02;
+constexpr U8 peerHasIpv6 = 0x01;
+constexpr U8 peerHasAs4 = 0x02;
 
 } // namespace
 
@@ -17,8 +17,8 @@ PeerTable readPeerTable(Octets body) {
     in.octets(4);
     in.octets(in.u16());
     table.peerCount = in.u16();
-    for (std::uint16_t index = 0; in.ok() && index < table.peerCount; ++index) {
-        std::uint8_t const type = in.u8();
+    for (U16 index = 0; in.ok() && index < table.peerCount; ++index) {
+        U8 const type = in.u8();
         in.octets(4);
         Peer peer;
         peer.address = ipAddress(in.octets((type & peerHasIpv6) != 0 ? 16 : 4));

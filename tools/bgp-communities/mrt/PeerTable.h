@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <vector>
 
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 #include "wire/IpAddress.h"
 
@@ -13,10 +13,10 @@ namespace BgpCommunities {
 ///
 /// Shared by all records that refer to it. Immutable once shared.
 struct PeerTable {
-    std::vector<Peer> peers;     // by index, as many as could be parsed
-    std::uint16_t peerCount = 0; // peer count of the record
-    bool whole = false;          // the record contains all of them
-    std::size_t octetsLeft = 0;  // of the record, after them
+    std::vector<Peer> peers;    // by index, as many as could be parsed
+    U16 peerCount = 0;          // peer count of the record
+    bool whole = false;         // the record contains all of them
+    std::size_t octetsLeft = 0; // of the record, after them
 };
 
 /// Parses the body of a PEER_INDEX_TABLE record.

@@ -2,7 +2,7 @@
 
 namespace BgpCommunities {
 
-void RecordBatch::begin(std::size_t dump, std::uint64_t sequence) {
+void RecordBatch::begin(std::size_t dump, U64 sequence) {
     dump_ = dump;
     sequence_ = sequence;
     name_.clear();

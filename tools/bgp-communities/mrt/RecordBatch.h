@@ -1,13 +1,13 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "MrtRecords.h"
 #include "RecordParser.h"
+#include "input/IntegerTypes.h"
 
 namespace BgpCommunities {
 
@@ -18,7 +18,7 @@ class RecordBatch {
   public:
     /// Clears the batch for new records of dump number `dump`; `sequence` is its position in the
     /// dump, from 0.
-    void begin(std::size_t dump, std::uint64_t sequence);
+    void begin(std::size_t dump, U64 sequence);
 
     /// The file name for messages.
     void setName(std::string const& name) { name_ = name; }
@@ -35,7 +35,7 @@ class RecordBatch {
 
     [[nodiscard]] std::size_t dump() const { return dump_; }
 
-    [[nodiscard]] std::uint64_t sequence() const { return sequence_; }
+    [[nodiscard]] U64 sequence() const { return sequence_; }
 
     [[nodiscard]] std::string const& name() const { return name_; }
 
@@ -58,10 +58,10 @@ class RecordBatch {
     static constexpr std::size_t fullOctets = 256 * 1024;
 
     std::size_t dump_ = 0;
-    std::uint64_t sequence_ = 0;
+    U64 sequence_ = 0;
     std::string name_;
-    std::vector<std::uint8_t> octets_; // of the bodies
-    std::vector<MrtRecord> records_;   // only the size of each body is valid
+    std::vector<U8> octets_;         // of the bodies
+    std::vector<MrtRecord> records_; // only the size of each body is valid
     bool last_ = false;
     std::optional<DumpEnd> end_;
     std::string unreadable_;

@@ -8,7 +8,7 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint16_t peerIndexTable = 1; // of TABLE_DUMP_V2
+constexpr U16 peerIndexTable = 1; // of TABLE_DUMP_V2
 
 // RFC 6396, section 4.3; RFC 8050, section 4.
 constexpr std::array<RibForm, 13> ribForms = {{
@@ -29,7 +29,7 @@ constexpr std::array<RibForm, 13> ribForms = {{
 
 } // namespace
 
-RibForm const& ribForm(std::uint16_t subtype) {
+RibForm const& ribForm(U16 subtype) {
     return ribForms[subtype < ribForms.size() ? subtype : 0];
 }
 
@@ -47,12 +47,12 @@ bool isSupported(RecordHeader const& header) {
     }
 }
 
-std::uint32_t maxBodyOctets(RecordHeader const& header) {
-    constexpr std::uint32_t max16 = 0xffff;   // maximum of a two-octet field
-    constexpr std::uint32_t microseconds = 4; // BGP4MP_ET
-    constexpr std::uint32_t ends = 4 + 4 + 2 + 2 + 16 + 16;
-    constexpr std::uint32_t route = 2 + 2 + 16 + 1 + 1 + 4 + 16 + 2 + 2; // TABLE_DUMP
-    constexpr std::uint32_t peer = 1 + 4 + 16 + 4;
+U32 maxBodyOctets(RecordHeader const& header) {
+    constexpr U32 max16 = 0xffff;   // maximum of a two-octet field
+    constexpr U32 microseconds = 4; // BGP4MP_ET
+    constexpr U32 ends = 4 + 4 + 2 + 2 + 16 + 16;
+    constexpr U32 route = 2 + 2 + 16 + 1 + 1 + 4 + 16 + 2 + 2; // TABLE_DUMP
+    constexpr U32 peer = 1 + 4 + 16 + 4;
     if (header.type == MrtType::tableDump) {
         return route + max16;
     }

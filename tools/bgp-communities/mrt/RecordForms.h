@@ -1,8 +1,7 @@
 #pragma once
 
-#include <cstdint>
-
 #include "RecordStream.h"
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 #include "wire/Nlri.h"
 
@@ -11,10 +10,10 @@ namespace BgpCommunities {
 // How the type and subtype of an MRT record determine the layout of its body (RFC 6396, section 4).
 
 namespace MrtType {
-inline constexpr std::uint16_t tableDump = 12;
-inline constexpr std::uint16_t tableDumpV2 = 13;
-inline constexpr std::uint16_t bgp4mp = 16;
-inline constexpr std::uint16_t bgp4mpEt = 17;
+inline constexpr U16 tableDump = 12;
+inline constexpr U16 tableDumpV2 = 13;
+inline constexpr U16 bgp4mp = 16;
+inline constexpr U16 bgp4mpEt = 17;
 } // namespace MrtType
 
 /// The layout of a TABLE_DUMP_V2 subtype (RFC 6396, section 4.3; RFC 8050, section 4).
@@ -26,17 +25,17 @@ struct RibForm {
 };
 
 /// Returns a form with `isSupported` false for unsupported and unassigned subtypes.
-RibForm const& ribForm(std::uint16_t subtype);
+RibForm const& ribForm(U16 subtype);
 
 /// Whether records of this type and subtype are supported.
 bool isSupported(RecordHeader const& header);
 
 /// The longest body that is read for this type, in octets: the sum of its fields at their longest,
 /// or `maxRibOctets` for a RIB record, whose entries could add up to 4 GB.
-std::uint32_t maxBodyOctets(RecordHeader const& header);
+U32 maxBodyOctets(RecordHeader const& header);
 
 /// 65,535 entries of 256 octets each.
-inline constexpr std::uint32_t maxRibOctets = 16U << 20;
+inline constexpr U32 maxRibOctets = 16U << 20;
 
 /// Whether the record is a peer index table.
 bool holdsPeers(RecordHeader const& header);

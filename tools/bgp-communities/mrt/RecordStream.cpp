@@ -26,7 +26,7 @@ bool RecordStream::header(RecordHeader& header) {
     return true;
 }
 
-bool RecordStream::body(std::uint32_t length, Octets& body) {
+bool RecordStream::body(U32 length, Octets& body) {
     if (!ensure(length)) {
         return false;
     }
@@ -34,7 +34,7 @@ bool RecordStream::body(std::uint32_t length, Octets& body) {
     return true;
 }
 
-bool RecordStream::skip(std::uint32_t length) {
+bool RecordStream::skip(U32 length) {
     for (std::size_t left = length; left != 0;) {
         if (!ensure(1)) {
             return false;
@@ -78,7 +78,7 @@ void RecordStream::releaseSpare() {
     std::size_t const left = end_ - begin_;
     std::size_t const size = (left / stepOctets + 1) * stepOctets;
     if (size < buffer_.size()) {
-        std::vector<std::uint8_t> smaller(size);
+        std::vector<U8> smaller(size);
         std::copy_n(buffer_.begin() + static_cast<std::ptrdiff_t>(begin_), left, smaller.begin());
         buffer_.swap(smaller);
         begin_ = 0;

@@ -8,7 +8,7 @@ namespace BgpCommunities {
 namespace {
 
 /// BGP4MP_MESSAGE and its variants.
-std::uint16_t messageSubtype(RecordedSession const& session) {
+U16 messageSubtype(RecordedSession const& session) {
     bool const as4 = session.asWidth == AsWidth::four;
     if (session.pathIds) {
         return session.sentToPeer ? (as4 ? 11 : 10) : (as4 ? 9 : 8);
@@ -16,8 +16,8 @@ std::uint16_t messageSubtype(RecordedSession const& session) {
     return session.sentToPeer ? (as4 ? 7 : 6) : (as4 ? 4 : 1);
 }
 
-void appendAs(std::string& out, std::uint32_t as, AsWidth width) {
-    constexpr std::uint32_t asTrans = 23456; // RFC 6793
+void appendAs(std::string& out, U32 as, AsWidth width) {
+    constexpr U32 asTrans = 23456; // RFC 6793
     if (width == AsWidth::four) {
         appendU32(out, as);
     } else {
@@ -27,8 +27,8 @@ void appendAs(std::string& out, std::uint32_t as, AsWidth width) {
 
 /// seconds (4) | type (2) | subtype (2) | length (4) | microseconds (4) | peer AS | local AS |
 /// interface (2) | AFI (2) | peer address | local address | the rest
-void appendRecord(std::string& out, std::uint64_t time, std::uint16_t subtype,
-                  RecordedSession const& session, Octets rest) {
+void appendRecord(std::string& out, U64 time, U16 subtype, RecordedSession const& session,
+                  Octets rest) {
     std::string body;
     appendU32(body, time % 1000000);
     appendAs(body, session.peer.as, session.asWidth);
@@ -49,13 +49,13 @@ void appendRecord(std::string& out, std::uint64_t time, std::uint16_t subtype,
 
 } // namespace
 
-void appendMessageRecord(std::string& out, std::uint64_t time, RecordedSession const& session,
+void appendMessageRecord(std::string& out, U64 time, RecordedSession const& session,
                          Octets message) {
     appendRecord(out, time, messageSubtype(session), session, message);
 }
 
-void appendStateRecord(std::string& out, std::uint64_t time, RecordedSession const& session,
-                       std::uint16_t oldState, std::uint16_t newState) {
+void appendStateRecord(std::string& out, U64 time, RecordedSession const& session, U16 oldState,
+                       U16 newState) {
     std::string states;
     appendU16(states, oldState);
     appendU16(states, newState);

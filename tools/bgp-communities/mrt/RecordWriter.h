@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include "RouteHandler.h"
+#include "input/IntegerTypes.h"
 #include "wire/IpAddress.h"
 
 namespace BgpCommunities {
@@ -23,9 +23,9 @@ struct RecordedSession {
 // since 1970, UTC.
 
 /// REQUIRES: `message` is a whole BGP message.
-void appendMessageRecord(std::string& out, std::uint64_t time, RecordedSession const& session,
+void appendMessageRecord(std::string& out, U64 time, RecordedSession const& session,
                          Octets message);
-void appendStateRecord(std::string& out, std::uint64_t time, RecordedSession const& session,
-                       std::uint16_t oldState, std::uint16_t newState);
+void appendStateRecord(std::string& out, U64 time, RecordedSession const& session, U16 oldState,
+                       U16 newState);
 
 } // namespace BgpCommunities

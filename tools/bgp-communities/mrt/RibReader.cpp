@@ -9,12 +9,12 @@ namespace BgpCommunities {
 /// view (2) | sequence (2) | prefix (4, 16) | length in bits (1) | status (1) | originated (4) |
 /// peer address (4, 16) | peer AS (2) | length (2) | attributes        RFC 6396, section 4.2
 void RibReader::readTableDump(RecordContext const& context, MrtRecord const& record) {
-    std::uint16_t const subtype = record.header.subtype;
+    U16 const subtype = record.header.subtype;
     std::size_t const addressOctets = subtype == afiIpv4 ? 4 : 16;
     OctetReader in(record.body);
     in.octets(4);
     Octets const prefix = in.octets(addressOctets);
-    std::uint8_t const bits = in.u8();
+    U8 const bits = in.u8();
     in.u8();
     entry_.originated = in.u32();
     entry_.peer.address = ipAddress(in.octets(addressOctets));
@@ -50,7 +50,7 @@ void RibReader::readRib(RecordContext const& context, MrtRecord const& record) {
     if (record.firstWithoutPeers) {
         context.reportBrokenRecord("no peer index table before the record");
     }
-    std::uint16_t const subtype = record.header.subtype;
+    U16 const subtype = record.header.subtype;
     RibForm const& form = ribForm(subtype);
     OctetReader in(record.body);
     in.octets(4);
@@ -74,11 +74,11 @@ void RibReader::readRib(RecordContext const& context, MrtRecord const& record) {
 ///                                       RFC 6396, section 4.3.4, and RFC 8050, section 4
 void RibReader::readEntries(RecordContext const& context, OctetReader& in, bool pathIds,
                             PeerTable const* peers) {
-    std::uint16_t const count = in.u16();
+    U16 const count = in.u16();
     entry_.route.hasPathId = pathIds;
     bool peersKnown = true;
-    for (std::uint16_t index = 0; in.ok() && index < count; ++index) {
-        std::uint16_t const peer = in.u16();
+    for (U16 index = 0; in.ok() && index < count; ++index) {
+        U16 const peer = in.u16();
         entry_.originated = in.u32();
         if (pathIds) {
             entry_.route.pathId = in.u32();
@@ -99,7 +99,7 @@ void RibReader::readEntries(RecordContext const& context, OctetReader& in, bool 
     }
 }
 
-bool RibReader::findPeer(PeerTable const* peers, std::uint16_t index) {
+bool RibReader::findPeer(PeerTable const* peers, U16 index) {
     bool const known = peers != nullptr && index < peers->peers.size();
     entry_.peer = known ? peers->peers[index] : Peer();
     return known;

@@ -21,7 +21,7 @@ class RibReader {
     void readRib(RecordContext const& context, MrtRecord const& record);
     void readEntries(RecordContext const& context, OctetReader& in, bool pathIds,
                      PeerTable const* peers);
-    bool findPeer(PeerTable const* peers, std::uint16_t index);
+    bool findPeer(PeerTable const* peers, U16 index);
     void deliver(RecordContext const& context, AttributeOctets const& attributes);
 
     RibEntry entry_;

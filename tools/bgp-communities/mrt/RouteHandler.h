@@ -1,10 +1,10 @@
 #pragma once
 
 #include <algorithm>
-#include <cstdint>
 #include <span>
 #include <string>
 
+#include "input/IntegerTypes.h"
 #include "wire/IpAddress.h"
 #include "wire/Nlri.h"
 #include "wire/PathAttributes.h"
@@ -14,15 +14,13 @@ namespace BgpCommunities {
 
 /// A position in a dump, and the time recorded there.
 struct RecordPosition {
-    std::uint64_t number = 0;       // of the MRT record, from 1
-    std::uint64_t offset = 0;       // of its first octet in the decompressed stream
-    std::uint32_t seconds = 0;      // since 1970, UTC
-    std::uint32_t microseconds = 0; // BGP4MP_ET only
+    U64 number = 0;       // of the MRT record, from 1
+    U64 offset = 0;       // of its first octet in the decompressed stream
+    U32 seconds = 0;      // since 1970, UTC
+    U32 microseconds = 0; // BGP4MP_ET only
 
     /// Microseconds since 1970, UTC.
-    [[nodiscard]] std::uint64_t time() const {
-        return std::uint64_t{seconds} * 1000000 + microseconds;
-    }
+    [[nodiscard]] U64 time() const { return U64{seconds} * 1000000 + microseconds; }
 };
 
 /// One BGP UPDATE message. Its spans point into the reader's memory and are valid until the handler
@@ -58,22 +56,22 @@ struct RibEntry {
     bool brokenAttributes = false;
     std::span<CommunityAttribute const> communities;
     AttributeOctets attributes;
-    std::uint32_t originated = 0; // when it was received: seconds since 1970, UTC
+    U32 originated = 0; // when it was received: seconds since 1970, UTC
     Route route;
 };
 
 /// A change of the state of a peer, from 1 (Idle) to 6 (Established) as in RFC 4271. When a peer
 /// leaves state 6, its routes are withdrawn.
 struct StateChange {
-    static constexpr std::uint16_t established = 6;
+    static constexpr U16 established = 6;
 
     RecordPosition at;
     Peer peer;
-    std::uint16_t oldState = 0;
-    std::uint16_t newState = 0;
+    U16 oldState = 0;
+    U16 newState = 0;
 };
 
-enum class ProblemKind : std::uint8_t {
+enum class ProblemKind : U8 {
     brokenRecord,        // the record contradicts its length fields
     brokenUpdate,        // too short for its own length fields; not delivered
     brokenAttributeArea, // truncated attribute; those before it are delivered

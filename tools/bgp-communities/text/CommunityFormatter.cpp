@@ -1,7 +1,6 @@
 #include "CommunityFormatter.h"
 
 #include <array>
-#include <cstdint>
 
 #include <Mox/CharBuffer.h>
 #include <Mox/Enumeration.h>
@@ -15,6 +14,7 @@
 #include "MemberName.h"
 #include "Utf8.h"
 #include "WellKnownCommunities.h"
+#include "input/IntegerTypes.h"
 
 namespace BgpCommunities {
 
@@ -131,7 +131,7 @@ void writeForms(JsonWriter& json, Comm const& comm) {
 
 bool isNamedByLibrary(CommunityKind kind, Octets member) {
     if (kind == CommunityKind::standard) {
-        std::uint32_t const value = OctetReader(member).u32();
+        U32 const value = OctetReader(member).u32();
         return wellKnownName(value).empty() || !CommList::wellKnownName(value).empty();
     }
     return kind == CommunityKind::large;

@@ -36,12 +36,12 @@ class CommunityFormatter {
       : dictionary_(dictionary) {}
 
     // The library's text. Invalidated by the next call.
-    std::string_view text(Routing::Bgp::U32 community);
+    std::string_view text(U32 community);
     std::string_view text(ExtComm::PtrConst const& extComm);
     std::string_view text(ExtCommIp6::PtrConst const& extCommIp6);
     std::string_view text(Acl::CommunityValue const& community);
 
-    void writeJson(JsonWriter& json, Routing::Bgp::U32 community, Detail detail);
+    void writeJson(JsonWriter& json, U32 community, Detail detail);
     void writeJson(JsonWriter& json, ExtComm::PtrConst const& extComm, Detail detail);
     void writeJson(JsonWriter& json, ExtCommIp6::PtrConst const& extCommIp6, Detail detail);
     void writeJson(JsonWriter& json, Acl::CommunityValue const& community, Detail detail);
@@ -67,7 +67,7 @@ class CommunityFormatter {
         return octetsOf(octets_);
     }
 
-    static void appendOctets(std::string& out, Routing::Bgp::U32 community);
+    static void appendOctets(std::string& out, U32 community);
     static void appendOctets(std::string& out, ExtComm::PtrConst const& extComm);
     static void appendOctets(std::string& out, ExtCommIp6::PtrConst const& extCommIp6);
     static void appendOctets(std::string& out, Acl::CommunityValue const& community);

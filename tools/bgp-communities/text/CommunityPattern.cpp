@@ -21,13 +21,13 @@ constexpr std::string_view examples =
 
 /// A number, or any number ("*").
 struct Number {
-    std::optional<std::uint32_t> value;
+    std::optional<U32> value;
 
-    [[nodiscard]] bool fits(std::uint32_t maximum) const { return !value || *value <= maximum; }
+    [[nodiscard]] bool fits(U32 maximum) const { return !value || *value <= maximum; }
 };
 
-std::optional<std::uint32_t> readDigits(std::string_view digits) {
-    std::uint32_t value = 0;
+std::optional<U32> readDigits(std::string_view digits) {
+    U32 value = 0;
     char const* const end = digits.data() + digits.size();
     auto const [read, error] = std::from_chars(digits.data(), end, value);
     return error == std::errc() && read == end ? std::optional(value) : std::nullopt;
@@ -111,14 +111,14 @@ class CommunityPattern::Builder {
         if (digits.size() + 2 == text.size()) {
             std::erase(digits, ':');
         }
-        std::vector<std::uint8_t> octets;
+        std::vector<U8> octets;
         if (!readHex(digits, octets).empty()) {
             return false;
         }
         for (std::size_t kind = 0; kind < communityKinds; ++kind) {
             if (communityKindTraits[kind].memberOctets == octets.size()) {
                 begin(static_cast<CommunityKind>(kind));
-                for (std::uint8_t const octet : octets) {
+                for (U8 const octet : octets) {
                     put(1, {octet});
                 }
                 return true;
@@ -141,7 +141,7 @@ class CommunityPattern::Builder {
             put(2, *as);
             put(2, *number);
         }
-        for (std::uint32_t const type : {0x00U, 0x01U, 0x02U, 0x40U, 0x41U, 0x42U}) {
+        for (U32 const type : {0x00U, 0x01U, 0x02U, 0x40U, 0x41U, 0x42U}) {
             auto const layout = static_cast<ExtendedLayout>(type & 0x3f);
             administered({{type}, {}}, layout, text);
         }
@@ -179,7 +179,7 @@ class CommunityPattern::Builder {
         }
         begin(CommunityKind::ip6Extended);
         put(2, type);
-        for (std::uint8_t const octet : address.octets) {
+        for (U8 const octet : address.octets) {
             put(1, {octet});
         }
         put(2, *number);
@@ -261,8 +261,8 @@ class CommunityPattern::Builder {
         std::size_t const colon = std::min(fields.find(':'), fields.size());
         std::string_view const first = fields.substr(0, colon);
         auto const number = readNumber(fields.substr(std::min(colon + 1, fields.size())));
-        std::uint32_t const maximum =
-            layout == ExtendedLayout::as2 ? std::numeric_limits<std::uint32_t>::max() : 0xffff;
+        U32 const maximum =
+            layout == ExtendedLayout::as2 ? std::numeric_limits<U32>::max() : 0xffff;
         std::optional<Number> administrator = readAs(first);
         if (layout == ExtendedLayout::ip4 && first != "*") {
             IpAddress const address = readIpAddress(first);
@@ -270,7 +270,7 @@ class CommunityPattern::Builder {
                                 ? std::optional(Number{OctetReader(address.octets).u32()})
                                 : std::nullopt;
         }
-        std::uint32_t const highest = layout == ExtendedLayout::as2 ? 0xffff : ~0U;
+        U32 const highest = layout == ExtendedLayout::as2 ? 0xffff : ~0U;
         if (!administrator || !administrator->fits(highest) || !number || !number->fits(maximum)) {
             return false;
         }
@@ -295,8 +295,7 @@ class CommunityPattern::Builder {
     void put(std::size_t octets, Number const& number) {
         Alternative& alternative = pattern_.alternatives_.back();
         for (std::size_t left = octets; left-- > 0; ++at_) {
-            alternative.value[at_] =
-                static_cast<std::uint8_t>(number.value.value_or(0) >> 8 * left);
+            alternative.value[at_] = static_cast<U8>(number.value.value_or(0) >> 8 * left);
             alternative.mask[at_] = number.value ? 0xff : 0;
         }
     }
@@ -313,9 +312,9 @@ std::string CommunityPattern::read(std::string_view text) {
     }
     Builder add(*this);
     if (auto const community = wellKnownCommunity(text)) {
-        std::array<std::uint8_t, 4> octets{};
+        std::array<U8, 4> octets{};
         for (std::size_t at = 0; at < octets.size(); ++at) {
-            octets[at] = static_cast<std::uint8_t>(*community >> (24 - 8 * at));
+            octets[at] = static_cast<U8>(*community >> (24 - 8 * at));
         }
         std::string digits;
         appendHex(digits, octets);

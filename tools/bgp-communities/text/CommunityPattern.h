@@ -1,11 +1,11 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 #include "wire/PathAttributes.h"
 
@@ -41,8 +41,8 @@ class CommunityPattern {
     /// Matches members that equal `value` in the bits set in `mask`.
     struct Alternative {
         CommunityKind kind = CommunityKind::standard;
-        std::array<std::uint8_t, maxOctets> value{};
-        std::array<std::uint8_t, maxOctets> mask{};
+        std::array<U8, maxOctets> value{};
+        std::array<U8, maxOctets> mask{};
 
         [[nodiscard]] bool covers(Octets member) const;
     };

@@ -23,7 +23,7 @@ void writeCounts(JsonWriter& json, std::span<NamedCounts const> rows) {
     json.endObject();
 }
 
-std::string grouped(std::uint64_t number) {
+std::string grouped(U64 number) {
     std::string const digits = std::to_string(number);
     std::string out;
     for (std::size_t left = digits.size(); left != 0; --left) {
@@ -35,7 +35,7 @@ std::string grouped(std::uint64_t number) {
     return out;
 }
 
-std::string numberText(std::uint64_t number, TerminalWidth width) {
+std::string numberText(U64 number, TerminalWidth width) {
     return width ? grouped(number) : std::to_string(number);
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include "JsonWriter.h"
 #include "Terminal.h"
+#include "input/IntegerTypes.h"
 
 namespace BgpCommunities {
 
@@ -16,7 +16,7 @@ namespace BgpCommunities {
 struct Count {
     std::string_view key;
     std::string_view words;
-    std::uint64_t value = 0;
+    U64 value = 0;
 };
 
 using Counts = std::vector<Count>;
@@ -34,10 +34,10 @@ void writeCounts(JsonWriter& json, Counts const& counts);
 void writeCounts(JsonWriter& json, std::span<NamedCounts const> rows);
 
 /// "12,345"
-std::string grouped(std::uint64_t number);
+std::string grouped(U64 number);
 
 /// Returns "12,345" for a terminal, "12345" for programs.
-std::string numberText(std::uint64_t number, TerminalWidth width);
+std::string numberText(U64 number, TerminalWidth width);
 
 /// Appends a line for each count.
 void appendCounts(std::string& out, Counts const& counts, TerminalWidth width = std::nullopt);

@@ -14,8 +14,8 @@ namespace BgpCommunities {
 
 namespace {
 
-std::optional<std::uint32_t> readNumber(std::string_view text) {
-    std::uint32_t value = 0;
+std::optional<U32> readNumber(std::string_view text) {
+    U32 value = 0;
     char const* const end = text.data() + text.size();
     auto const [read, error] = std::from_chars(text.data(), end, value);
     return error == std::errc() && read == end ? std::optional(value) : std::nullopt;
@@ -58,7 +58,7 @@ bool matches(std::string_view pattern, std::string_view digits) {
 
 } // namespace
 
-bool Dictionary::Field::covers(std::uint32_t number) const {
+bool Dictionary::Field::covers(U32 number) const {
     if (digits.empty()) {
         return low <= number && number <= high;
     }
@@ -188,7 +188,7 @@ std::string_view Dictionary::meaning(CommunityKind kind, Octets member) const {
     }
     OctetReader in(member);
     Key key = {kind, 0, 0};
-    std::vector<std::uint32_t> fields;
+    std::vector<U32> fields;
     if (kind == CommunityKind::standard) {
         key.as = in.u16();
         fields = {in.u16()};
@@ -196,7 +196,7 @@ std::string_view Dictionary::meaning(CommunityKind kind, Octets member) const {
         key.as = in.u32();
         fields = {in.u32(), in.u32()};
     } else if (kind == CommunityKind::extended) {
-        std::uint8_t const type = in.u8();
+        U8 const type = in.u8();
         key.type = in.u8();
         bool const isAs2 = type == 0;
         key.as = isAs2 ? in.u16() : in.u32();
@@ -210,9 +210,8 @@ std::string_view Dictionary::meaning(CommunityKind kind, Octets member) const {
         return {};
     }
     for (Entry const& entry : found->second) {
-        if (std::equal(
-                entry.fields.begin(), entry.fields.end(), fields.begin(), fields.end(),
-                [](Field const& field, std::uint32_t number) { return field.covers(number); })) {
+        if (std::equal(entry.fields.begin(), entry.fields.end(), fields.begin(), fields.end(),
+                       [](Field const& field, U32 number) { return field.covers(number); })) {
             return entry.description;
         }
     }

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 #include "wire/PathAttributes.h"
 
@@ -44,11 +44,11 @@ class Dictionary {
   private:
     /// A field of a pattern: a range, or digits with wildcards if `digits` is not empty.
     struct Field {
-        std::uint32_t low = 0;
-        std::uint32_t high = 0;
+        U32 low = 0;
+        U32 high = 0;
         std::string digits;
 
-        [[nodiscard]] bool covers(std::uint32_t number) const;
+        [[nodiscard]] bool covers(U32 number) const;
     };
 
     struct Entry {
@@ -58,12 +58,11 @@ class Dictionary {
 
     struct Key {
         CommunityKind kind = CommunityKind::standard;
-        std::uint16_t type = 0; // subtype of an extended one
-        std::uint32_t as = 0;
+        U16 type = 0; // subtype of an extended one
+        U32 as = 0;
 
-        [[nodiscard]] std::uint64_t word() const {
-            return std::uint64_t{static_cast<std::uint8_t>(kind)} << 48 |
-                   std::uint64_t{type} << 32 | as;
+        [[nodiscard]] U64 word() const {
+            return U64{static_cast<U8>(kind)} << 48 | U64{type} << 32 | as;
         }
     };
 
@@ -73,7 +72,7 @@ class Dictionary {
     void readFile(std::string const& path, Complain const& complain);
     void addEntry(Key const& key, Entry entry);
 
-    std::unordered_map<std::uint64_t, std::vector<Entry>> entries_; // by Key
+    std::unordered_map<U64, std::vector<Entry>> entries_; // by Key
 };
 
 } // namespace BgpCommunities

@@ -93,7 +93,7 @@ class Fields {
     explicit Fields(std::string& out)
       : out_(out) {}
 
-    Fields& number(std::uint64_t value, int base = 10) {
+    Fields& number(U64 value, int base = 10) {
         next();
         out_ += base == 16 ? "0x" : "";
         appendNumber(out_, value, base);
@@ -113,7 +113,7 @@ class Fields {
     }
 
     /// Appends `scale` times an IEEE 754 number.
-    Fields& real(std::uint32_t bits, double scale, std::string_view unit) {
+    Fields& real(U32 bits, double scale, std::string_view unit) {
         next();
         double const value = static_cast<double>(std::bit_cast<float>(bits)) * scale;
         char digits[64]; // of 8 times the largest float
@@ -143,9 +143,9 @@ class Fields {
     bool first_ = true;
 };
 
-constexpr std::uint16_t highestTunnelType = 19; // that has a name
+constexpr U16 highestTunnelType = 19; // that has a name
 
-std::string_view tunnelName(std::uint16_t type) {
+std::string_view tunnelName(U16 type) {
     switch (type) {
     case 1:
         return "l2tpv3";
@@ -190,11 +190,11 @@ void appendColor(Fields& fields, OctetReader& in) {
     fields.flag(co != 0, bits[co]);
 }
 
-std::string_view validationStateName(std::uint16_t state) {
+std::string_view validationStateName(U16 state) {
     return nameOf(static_cast<Routing::Bgp::Rpki::OriginValidationState>(state));
 }
 
-void appendValidationState(Fields& fields, std::uint8_t state) {
+void appendValidationState(Fields& fields, U8 state) {
     if (auto const name = validationStateName(state); !name.empty()) {
         fields.text(name);
     } else {
@@ -237,8 +237,8 @@ bool appendPlainFields(Fields& fields, Layout layout, OctetReader& in) {
     }
 }
 
-std::uint32_t takeLabel(OctetReader& in) {
-    std::uint32_t const high = in.u16();
+U32 takeLabel(OctetReader& in) {
+    U32 const high = in.u16();
     return (high << 8 | in.u8()) >> 4;
 }
 
@@ -276,13 +276,13 @@ void appendFields(std::string& out, Layout layout, Octets value) {
         break;
     case Layout::encapsulation: {
         in.u32();
-        std::uint16_t const type = in.u16();
+        U16 const type = in.u16();
         auto const name = tunnelName(type);
         fields.text(name.empty() ? std::to_string(type) : name);
         break;
     }
     case Layout::validationState:
-        appendValidationState(fields, static_cast<std::uint8_t>(last));
+        appendValidationState(fields, static_cast<U8>(last));
         break;
     case Layout::trafficAction:
         fields.flag((last & 2) != 0, "sample").flag((last & 1) != 0, "terminal");
@@ -319,9 +319,9 @@ bool mayBeginFields(Layout layout, std::string_view fields) {
     auto const isWord = [=](std::string_view known) {
         return isWhole ? known == word : known.starts_with(word);
     };
-    auto const isNamed = [&](auto const& nameOfNumber, std::uint16_t highest) {
+    auto const isNamed = [&](auto const& nameOfNumber, U16 highest) {
         bool found = false;
-        for (std::uint16_t number = 0; number <= highest && !found; ++number) {
+        for (U16 number = 0; number <= highest && !found; ++number) {
             std::string_view const name = nameOfNumber(number);
             found = !name.empty() && isWord(name);
         }
@@ -351,7 +351,7 @@ std::span<Ip6Form const> ip6Forms() {
     return ip6Types;
 }
 
-std::string_view ip6TypeName(std::uint16_t type) {
+std::string_view ip6TypeName(U16 type) {
     auto const* const found =
         std::find_if(ip6Types.begin(), ip6Types.end(),
                      [type](Ip6Form const& form) { return form.type == type; });

@@ -1,16 +1,16 @@
 #pragma once
 
-#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
 
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 
 namespace BgpCommunities {
 
 /// The layout of the six octets after type and subtype of an extended community.
-enum class ExtendedLayout : std::uint8_t {
+enum class ExtendedLayout : U8 {
     as2,             // AS (2) | number (4)
     ip4,             // IPv4 address (4) | number (2)
     as4,             // AS (4) | number (2)
@@ -37,8 +37,8 @@ enum class ExtendedLayout : std::uint8_t {
 
 /// A named extended community.
 struct ExtendedForm {
-    std::uint8_t type;
-    std::uint8_t subtype;
+    U8 type;
+    U8 subtype;
     std::string_view name; // in lower case with dashes
     ExtendedLayout layout;
 };
@@ -52,7 +52,7 @@ ExtendedForm const* extendedForm(Octets community);
 
 /// A named IPv6-address-specific extended community (RFC 5701).
 struct Ip6Form {
-    std::uint16_t type; // and subtype
+    U16 type; // and subtype
     std::string_view name;
 };
 
@@ -63,7 +63,7 @@ std::span<Ip6Form const> ip6Forms();
 bool mayBeginFields(ExtendedLayout layout, std::string_view fields);
 
 /// Returns the name for type and subtype; empty if unknown.
-std::string_view ip6TypeName(std::uint16_t type);
+std::string_view ip6TypeName(U16 type);
 
 /// Appends the name and the fields of a community of 8 octets as one word: "rt:64496:300",
 /// "mac-mobility:7,sticky", "link-bandwidth:64496:1000000000bps". Without a name, appends type,

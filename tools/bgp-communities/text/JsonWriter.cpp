@@ -61,8 +61,7 @@ std::size_t JsonWriter::character(std::string_view text) {
 }
 
 void JsonWriter::escape(char32_t codePoint) {
-    std::array<std::uint8_t, 2> const octets = {static_cast<std::uint8_t>(codePoint >> 8),
-                                                static_cast<std::uint8_t>(codePoint)};
+    std::array<U8, 2> const octets = {static_cast<U8>(codePoint >> 8), static_cast<U8>(codePoint)};
     out_ += "\\u";
     appendHex(out_, octets);
 }

@@ -24,7 +24,7 @@ void appendStandard(std::string& out, Octets member) {
 /// type (1) | subtype (1) | address (16) | number (2)                   RFC 5701, section 2
 void appendIp6(std::string& out, Octets member) {
     OctetReader in(member);
-    std::uint16_t const type = in.u16();
+    U16 const type = in.u16();
     auto const name = ip6TypeName(type);
     if (name.empty()) {
         out += "0x";

@@ -79,7 +79,7 @@ ExitStatus ProblemLog::status() const {
 }
 
 /// Whether a problem is reported that comes after `before` others of its kind.
-bool ProblemLog::isReported(std::size_t kind, std::uint64_t before) const {
+bool ProblemLog::isReported(std::size_t kind, U64 before) const {
     return verbose_ || kind == unreadableKind || before < maxReported;
 }
 

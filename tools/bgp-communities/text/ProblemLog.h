@@ -1,12 +1,12 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "ExitStatus.h"
+#include "input/IntegerTypes.h"
 #include "mrt/RouteHandler.h"
 
 namespace BgpCommunities {
@@ -47,7 +47,7 @@ class ProblemLog {
   private:
     static constexpr std::size_t refusedKind = 8; // after those of ProblemKind
     static constexpr std::size_t unreadableKind = 9;
-    static constexpr std::uint64_t maxReported = 3;
+    static constexpr U64 maxReported = 3;
 
     struct Line {
         std::size_t kind;
@@ -55,14 +55,14 @@ class ProblemLog {
     };
 
     static std::string_view plural(std::size_t kind);
-    [[nodiscard]] bool isReported(std::size_t kind, std::uint64_t before) const;
+    [[nodiscard]] bool isReported(std::size_t kind, U64 before) const;
     void say(Line line);
     void report(std::size_t kind, std::string_view file, RecordPosition const& at,
                 std::string_view reason);
 
     bool verbose_;
     bool defer_ = false;
-    std::array<std::uint64_t, unreadableKind + 1> counts_{};
+    std::array<U64, unreadableKind + 1> counts_{};
     std::vector<Line> lines_; // kept messages, in order
 };
 

@@ -83,9 +83,9 @@ std::string shortName(std::string_view name, std::size_t columns) {
 /// The progress of reading one file.
 struct ReadingProgress {
     std::string_view name;
-    std::uint64_t octets = 0; // of the file itself
-    std::uint64_t size = 0;   // of the file; 0 if unknown
-    double seconds = 0;       // since reading started
+    U64 octets = 0;     // of the file itself
+    U64 size = 0;       // of the file; 0 if unknown
+    double seconds = 0; // since reading started
 };
 
 /// The text after the name.

@@ -12,7 +12,7 @@ namespace {
 
 constexpr Microseconds perSecond = 1000000;
 
-void appendPadded(std::string& out, std::uint64_t value, std::size_t digits) {
+void appendPadded(std::string& out, U64 value, std::size_t digits) {
     std::string text;
     appendNumber(text, value);
     out.append(digits - std::min(digits, text.size()), '0').append(text);
@@ -67,7 +67,7 @@ class Scanner {
 };
 
 /// Parses a date; returns seconds since 1970, or none if there is no such day.
-std::optional<std::int64_t> readDate(Scanner& in) {
+std::optional<S64> readDate(Scanner& in) {
     auto const year = in.digits(4);
     bool const first = in.any("-") != 0;
     auto const month = in.digits(2);
@@ -85,7 +85,7 @@ std::optional<std::int64_t> readDate(Scanner& in) {
 }
 
 /// Parses "12:00" or "12:00:00"; returns seconds. A leap second counts as the next second.
-std::optional<std::int64_t> readClock(Scanner& in) {
+std::optional<S64> readClock(Scanner& in) {
     auto const hour = in.digits(2);
     bool const colon = in.any(":") != 0;
     auto const minute = in.digits(2);
@@ -93,11 +93,11 @@ std::optional<std::int64_t> readClock(Scanner& in) {
     if (!hour || !colon || !minute || !second || *hour > 23 || *minute > 59 || *second > 60) {
         return std::nullopt;
     }
-    return std::int64_t{*hour} * 3600 + *minute * 60 + *second;
+    return S64{*hour} * 3600 + *minute * 60 + *second;
 }
 
 /// Parses "Z", "+01:00" or nothing; returns seconds.
-std::optional<std::int64_t> readOffset(Scanner& in) {
+std::optional<S64> readOffset(Scanner& in) {
     if (in.empty() || in.any("Zz") != 0) {
         return 0;
     }
@@ -109,9 +109,9 @@ std::optional<std::int64_t> readOffset(Scanner& in) {
 std::optional<Microseconds> readRfc3339(std::string_view text) {
     Scanner in(text);
     auto const date = readDate(in);
-    std::optional<std::int64_t> clock = 0;
+    std::optional<S64> clock = 0;
     std::optional<Microseconds> fraction = 0;
-    std::optional<std::int64_t> offset = 0;
+    std::optional<S64> offset = 0;
     if (!in.empty()) {
         clock = in.any("Tt ") != 0 ? readClock(in) : std::nullopt;
         fraction = in.any(".") != 0 ? in.fraction() : std::optional(Microseconds{0});
@@ -120,7 +120,7 @@ std::optional<Microseconds> readRfc3339(std::string_view text) {
     if (!date || !clock || !fraction || !offset || !in.empty()) {
         return std::nullopt;
     }
-    std::int64_t const seconds = *date + *clock - *offset;
+    S64 const seconds = *date + *clock - *offset;
     return seconds < 0 ? std::nullopt
                        : std::optional(static_cast<Microseconds>(seconds) * perSecond + *fraction);
 }
@@ -129,21 +129,21 @@ std::optional<Microseconds> readRfc3339(std::string_view text) {
 
 void appendTime(std::string& out, Microseconds time) {
     using namespace std::chrono;
-    seconds const all(static_cast<std::int64_t>(time / perSecond));
+    seconds const all(static_cast<S64>(time / perSecond));
     sys_days const day = floor<days>(sys_seconds(all));
     year_month_day const date(day);
     hh_mm_ss const clock(sys_seconds(all) - day);
-    appendPadded(out, static_cast<std::uint64_t>(static_cast<int>(date.year())), 4);
+    appendPadded(out, static_cast<U64>(static_cast<int>(date.year())), 4);
     out += '-';
     appendPadded(out, static_cast<unsigned int>(date.month()), 2);
     out += '-';
     appendPadded(out, static_cast<unsigned int>(date.day()), 2);
     out += 'T';
-    appendPadded(out, static_cast<std::uint64_t>(clock.hours().count()), 2);
+    appendPadded(out, static_cast<U64>(clock.hours().count()), 2);
     out += ':';
-    appendPadded(out, static_cast<std::uint64_t>(clock.minutes().count()), 2);
+    appendPadded(out, static_cast<U64>(clock.minutes().count()), 2);
     out += ':';
-    appendPadded(out, static_cast<std::uint64_t>(clock.seconds().count()), 2);
+    appendPadded(out, static_cast<U64>(clock.seconds().count()), 2);
     if (time % perSecond != 0) {
         out += '.';
         appendPadded(out, time % perSecond, 6);
@@ -152,7 +152,7 @@ void appendTime(std::string& out, Microseconds time) {
 }
 
 std::string_view readTime(std::string_view text, Microseconds& time) {
-    std::uint32_t seconds = 0;
+    U32 seconds = 0;
     char const* const end = text.data() + text.size();
     auto const [read, error] = std::from_chars(text.data(), end, seconds);
     if (error == std::errc() && (read == end || *read == '.')) {

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
+
+#include "input/IntegerTypes.h"
 
 namespace BgpCommunities {
 
 /// A point in time: microseconds since 1970, UTC, without leap seconds.
-using Microseconds = std::uint64_t;
+using Microseconds = U64;
 
 /// Appends "2015-09-22T12:00:00Z", or "2015-09-22T12:00:00.000042Z" with microseconds (RFC 3339).
 void appendTime(std::string& out, Microseconds time);

@@ -7,7 +7,7 @@ namespace BgpCommunities {
 namespace {
 
 struct WellKnown {
-    std::uint32_t community;
+    U32 community;
     std::string_view name;
 };
 
@@ -35,14 +35,14 @@ constexpr WellKnown wellKnown[] = {
 
 } // namespace
 
-std::string_view wellKnownName(std::uint32_t community) {
+std::string_view wellKnownName(U32 community) {
     auto const* const found =
         std::find_if(std::begin(wellKnown), std::end(wellKnown),
                      [community](WellKnown const& known) { return known.community == community; });
     return found == std::end(wellKnown) ? std::string_view() : found->name;
 }
 
-std::optional<std::uint32_t> wellKnownCommunity(std::string_view name) {
+std::optional<U32> wellKnownCommunity(std::string_view name) {
     std::string const normalized = normalizedName(name);
     auto const* const found =
         std::find_if(std::begin(wellKnown), std::end(wellKnown),

@@ -14,9 +14,9 @@ constexpr std::size_t maxSpeakers = 8192;
 constexpr std::size_t maxFamilies = 64;
 constexpr std::size_t maxPiecesKept = 256; // between messages: there may be a decider for each peer
 
-constexpr std::uint8_t capabilities = 2;       // optional parameter, RFC 5492
-constexpr std::uint8_t addPathCapability = 69; // RFC 7911, section 4
-constexpr std::uint8_t extendedLength = 255;   // RFC 9072
+constexpr U8 capabilities = 2;       // optional parameter, RFC 5492
+constexpr U8 addPathCapability = 69; // RFC 7911, section 4
+constexpr U8 extendedLength = 255;   // RFC 9072
 
 template <class Entries>
 auto findFamily(Entries& entries, Family family) {
@@ -42,10 +42,10 @@ bool forEachAddPath(Octets open, Take const& take) {
     }
     OctetReader parameters(in.octets(length));
     while (parameters.ok() && !parameters.empty()) {
-        std::uint8_t const type = parameters.u8();
+        U8 const type = parameters.u8();
         OctetReader value(parameters.octets(extended ? parameters.u16() : parameters.u8()));
         while (type == capabilities && value.ok() && !value.empty()) {
-            std::uint8_t const code = value.u8();
+            U8 const code = value.u8();
             Octets const octets = value.octets(value.u8());
             if (code == addPathCapability) {
                 take(octets);
@@ -229,7 +229,7 @@ void AddPathDecider::learnOffers(MessageEnds const& ends, Octets open) {
         OctetReader in(value);
         while (in.left() >= 4 && of.offers.size() < maxFamilies) {
             Family const family = {in.u16(), in.u8()};
-            std::uint8_t const mode = in.u8();
+            U8 const mode = in.u8();
             if (mode >= 1 && mode <= 3 && findFamily(of.offers, family) == of.offers.end()) {
                 of.offers.push_back({family, (mode & 2) != 0, (mode & 1) != 0});
             }

@@ -2,7 +2,6 @@
 
 #include <compare>
 #include <cstddef>
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <span>
@@ -11,19 +10,20 @@
 #include "BgpMessage.h"
 #include "IpAddress.h"
 #include "Nlri.h"
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 
 namespace BgpCommunities {
 
 /// Whether the NLRI of UPDATEs carry path identifiers (RFC 7911).
-enum class AddPath : std::uint8_t {
+enum class AddPath : U8 {
     automatic, // decided for each message and family
     yes,
     no,
 };
 
 /// How reliable OPENs are that allow path identifiers. OPENs that rule them out always are.
-enum class Opens : std::uint8_t {
+enum class Opens : U8 {
     binding,
     evidence, // the recorder may omit the path identifiers: BMP of FRR 8 and GoBGP 3
 };
@@ -91,7 +91,7 @@ class AddPathDecider {
         bool* pathIds = nullptr; // set to the decision
     };
 
-    enum class Reading : std::uint8_t { impossible, doubtful, plausible };
+    enum class Reading : U8 { impossible, doubtful, plausible };
 
     PathIds decideUpdate(MessageEnds const& ends, Octets update, bool recorded);
     void splitFields(Octets update, PathIds& decision);

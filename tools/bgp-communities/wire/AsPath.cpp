@@ -20,7 +20,7 @@ bool isSequence(Type type) {
     return type == Type::sequence || type == Type::confedSequence;
 }
 
-std::uint32_t takeNumber(OctetReader& in, AsWidth width) {
+U32 takeNumber(OctetReader& in, AsWidth width) {
     return width == AsWidth::four ? in.u32() : in.u16();
 }
 
@@ -124,7 +124,7 @@ bool AsPathReader::next(AsPathSegment& segment) {
     if (in_.empty()) {
         return false;
     }
-    std::uint8_t const type = in_.u8();
+    U8 const type = in_.u8();
     std::size_t const count = in_.u8();
     if (in_.ok() && (type < 1 || type > 4)) {
         fault_ = "unknown AS path segment type";
@@ -168,10 +168,10 @@ std::size_t lengthOf(AsPath const& path) {
     return lengthOf(path.value, path.width).value_or(0);
 }
 
-std::optional<std::uint32_t> originAs(AsPath const& path) {
+std::optional<U32> originAs(AsPath const& path) {
     bool const merged = mergeOf(path).merged;
     AsPathReader in(merged ? path.as4Path : path.value, merged ? AsWidth::four : path.width);
-    std::optional<std::uint32_t> last;
+    std::optional<U32> last;
     for (AsPathSegment segment; in.next(segment);) {
         if (merged && isOfConfederation(segment.type)) {
             continue;

@@ -1,23 +1,23 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 
 namespace BgpCommunities {
 
 /// Octets per AS number in an AS_PATH. Given by the session or the MRT record type, not by the
 /// attribute.
-enum class AsWidth : std::uint8_t { two = 2, four = 4 };
+enum class AsWidth : U8 { two = 2, four = 4 };
 
 /// One segment of an AS path (RFC 4271, section 4.3; RFC 5065, section 3). `numbers` points into
 /// the attribute and is not owned.
 struct AsPathSegment {
-    enum class Type : std::uint8_t { set = 1, sequence = 2, confedSequence = 3, confedSet = 4 };
+    enum class Type : U8 { set = 1, sequence = 2, confedSequence = 3, confedSet = 4 };
 
     Type type = Type::sequence;
     AsWidth width = AsWidth::four;
@@ -79,6 +79,6 @@ std::size_t lengthOf(AsPath const& path);
 
 /// Returns the AS that originated the route, the last of the path; none if the path is empty or
 /// ends with a set. REQUIRES: the path has no fault.
-std::optional<std::uint32_t> originAs(AsPath const& path);
+std::optional<U32> originAs(AsPath const& path);
 
 } // namespace BgpCommunities

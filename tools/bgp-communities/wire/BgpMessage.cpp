@@ -11,7 +11,7 @@ static_assert(bgpHeaderOctets == markerOctets + 3);
 
 } // namespace
 
-void appendBgpHeader(std::string& out, std::uint8_t type, std::size_t bodyOctets) {
+void appendBgpHeader(std::string& out, U8 type, std::size_t bodyOctets) {
     out.append(markerOctets, '\xff');
     appendU16(out, bgpHeaderOctets + bodyOctets);
     appendU8(out, type);

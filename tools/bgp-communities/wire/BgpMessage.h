@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,16 +8,17 @@
 
 #include "Nlri.h"
 #include "PathAttributes.h"
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 
 namespace BgpCommunities {
 
 /// A BGP message (RFC 4271, section 4.1). `body` points into the input and is not owned.
 struct BgpMessage {
-    static constexpr std::uint8_t open = 1;
-    static constexpr std::uint8_t update = 2;
+    static constexpr U8 open = 1;
+    static constexpr U8 update = 2;
 
-    std::uint8_t type = 0;
+    U8 type = 0;
     std::size_t length = 0; // of the whole message, from its header
     bool whole = false;     // the input has that many octets
     Octets body;            // after the header; empty if not `whole`
@@ -27,7 +27,7 @@ struct BgpMessage {
 inline constexpr std::size_t bgpHeaderOctets = 19;
 
 /// Appends the header of a message whose body has so many octets.
-void appendBgpHeader(std::string& out, std::uint8_t type, std::size_t bodyOctets);
+void appendBgpHeader(std::string& out, U8 type, std::size_t bodyOctets);
 
 /// Reads one message; returns false if the input is too short for a header.
 bool readMessage(OctetReader& in, BgpMessage& message);

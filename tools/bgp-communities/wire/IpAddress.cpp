@@ -17,7 +17,7 @@ IpAddress ipAddress(Octets octets) {
     IpAddress address;
     if (octets.size() == 4 || octets.size() == 16) {
         std::copy(octets.begin(), octets.end(), address.octets.begin());
-        address.size = static_cast<std::uint8_t>(octets.size());
+        address.size = static_cast<U8>(octets.size());
     }
     return address;
 }
@@ -27,7 +27,7 @@ IpAddress readIpAddress(std::string_view text) {
     IpAddress address;
     for (auto const& [size, family] : {std::pair(4, AF_INET), std::pair(16, AF_INET6)}) {
         if (inet_pton(family, terminated.c_str(), address.octets.data()) == 1) {
-            address.size = static_cast<std::uint8_t>(size);
+            address.size = static_cast<U8>(size);
             return address;
         }
     }

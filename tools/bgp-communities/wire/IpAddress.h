@@ -2,10 +2,10 @@
 
 #include <array>
 #include <compare>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 
 namespace BgpCommunities {
@@ -15,8 +15,8 @@ namespace BgpCommunities {
 /// Octets are in network order; those beyond `size` are zero, so addresses can be compared octet by
 /// octet.
 struct IpAddress {
-    std::array<std::uint8_t, 16> octets{};
-    std::uint8_t size = 0; // 0 (no address), 4 or 16
+    std::array<U8, 16> octets{};
+    U8 size = 0; // 0 (no address), 4 or 16
 
     auto operator<=>(IpAddress const&) const = default;
 };
@@ -30,7 +30,7 @@ IpAddress readIpAddress(std::string_view text);
 /// A BGP peer, as recorded in a dump.
 struct Peer {
     IpAddress address;
-    std::uint32_t as = 0;
+    U32 as = 0;
 
     bool operator==(Peer const&) const = default;
 };

@@ -13,7 +13,7 @@ namespace {
 
 // The layout of one route in an NLRI field. Except with `whole`, the octets determine where the
 // route ends.
-enum class Layout : std::uint8_t {
+enum class Layout : U8 {
     prefix,       // length in bits (1), prefix                                   RFC 4271
     labelled,     // length in bits (1), labels (3 each), prefix                  RFC 8277
     vpn,          // length in bits (1), labels (3 each), distinguisher (8), prefix  RFC 4364
@@ -83,7 +83,7 @@ Octets takeLabels(OctetReader& in, Layout layout, bool withdrawn) {
 /// Returns the address with all but the first `bits` bits cleared.
 IpAddress firstBits(IpAddress address, unsigned int bits) {
     if (unsigned int const partial = bits % 8; partial != 0) {
-        address.octets[bits / 8] &= static_cast<std::uint8_t>(0xff00U >> partial);
+        address.octets[bits / 8] &= static_cast<U8>(0xff00U >> partial);
     }
     std::fill(address.octets.begin() + octetsOfBits(bits), address.octets.end(), 0);
     return address;
@@ -91,7 +91,7 @@ IpAddress firstBits(IpAddress address, unsigned int bits) {
 
 /// Sets the prefix of `route` to the first `bits` bits of `octets`.
 std::string_view setPrefix(Route& route, Octets octets, unsigned int bits) {
-    std::uint8_t const addressOctets = route.family.afi == afiIpv4 ? 4 : 16;
+    U8 const addressOctets = route.family.afi == afiIpv4 ? 4 : 16;
     if (bits > addressOctets * 8U) {
         return "prefix length exceeds that of an address";
     }
@@ -100,7 +100,7 @@ std::string_view setPrefix(Route& route, Octets octets, unsigned int bits) {
     IpAddress const sent = route.address;
     route.address = firstBits(sent, bits);
     route.trailingBits = route.address != sent;
-    route.length = static_cast<std::uint8_t>(bits);
+    route.length = static_cast<U8>(bits);
     route.isPrefix = true;
     return {};
 }
@@ -235,7 +235,7 @@ std::string_view readRoute(OctetReader& in, NlriForm const& form, Route& route) 
     return readNewRoute(in, form, route);
 }
 
-std::string_view makePrefix(Family family, Octets address, std::uint8_t length, Route& route) {
+std::string_view makePrefix(Family family, Octets address, U8 length, Route& route) {
     route = {};
     route.family = family;
     return setPrefix(route, address, length);
@@ -345,8 +345,8 @@ void appendText(std::string& out, Family family) {
         {{afiIpv6, 133}, "IPv6 FlowSpec"}, // RFC 8956
         {{16388, 71}, "BGP-LS"},           // RFC 9552
     };
-    auto const* const found = std::find_if(
-        std::begin(known), std::end(known), [&](Named const& one) { return one.family == family; });
+    auto const* const found = std::find_if(std::begin(known), std::end(known),
+                                           [&](Named const& one) { return one.family == family; });
     if (found != std::end(known)) {
         out += found->name;
         return;

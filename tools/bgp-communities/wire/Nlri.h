@@ -1,30 +1,30 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "IpAddress.h"
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 
 namespace BgpCommunities {
 
 /// An address family and its subsequent one (RFC 4760), by their registered numbers.
 struct Family {
-    std::uint16_t afi = 0;
-    std::uint8_t safi = 0;
+    U16 afi = 0;
+    U8 safi = 0;
 
     bool operator==(Family const&) const = default;
 };
 
-inline constexpr std::uint16_t afiIpv4 = 1;
-inline constexpr std::uint16_t afiIpv6 = 2;
-inline constexpr std::uint8_t safiUnicast = 1;
-inline constexpr std::uint8_t safiMulticast = 2;
-inline constexpr std::uint8_t safiLabelled = 4;
-inline constexpr std::uint8_t safiVpn = 128;
+inline constexpr U16 afiIpv4 = 1;
+inline constexpr U16 afiIpv6 = 2;
+inline constexpr U8 safiUnicast = 1;
+inline constexpr U8 safiMulticast = 2;
+inline constexpr U8 safiLabelled = 4;
+inline constexpr U8 safiVpn = 128;
 
 inline constexpr Family ipv4Unicast = {afiIpv4, safiUnicast};
 
@@ -39,12 +39,12 @@ struct Route {
     bool hasPathId = false;    // additional-path form (RFC 7911)
     bool trailingBits = false; // the sender set bits beyond `length`
     bool inMessage = false;    // in the UPDATE itself, not in a multiprotocol attribute (RFC 4760)
-    std::uint8_t length = 0;   // of the prefix, without labels and distinguisher
-    std::uint32_t pathId = 0;  // if hasPathId
+    U8 length = 0;             // of the prefix, without labels and distinguisher
+    U32 pathId = 0;            // if hasPathId
     IpAddress address;         // if isPrefix
-    std::array<std::uint8_t, 8> distinguisher{}; // SAFI 128 (RFC 4364)
-    Octets labels; // SAFI 4 and 128: 3 octets each, as sent (RFC 8277)
-    Octets opaque; // if not isPrefix: the whole NLRI
+    std::array<U8, 8> distinguisher{}; // SAFI 128 (RFC 4364)
+    Octets labels;                     // SAFI 4 and 128: 3 octets each, as sent (RFC 8277)
+    Octets opaque;                     // if not isPrefix: the whole NLRI
 };
 
 /// The parsed value of MP_REACH_NLRI or MP_UNREACH_NLRI (RFC 4760).
@@ -81,12 +81,12 @@ std::string_view readRoute(OctetReader& in, NlriForm const& form, Route& route);
 /// family.
 ///
 /// Returns an error message, empty on success.
-std::string_view makePrefix(Family family, Octets address, std::uint8_t length, Route& route);
+std::string_view makePrefix(Family family, Octets address, U8 length, Route& route);
 
 /// An IPv4 or IPv6 prefix. The address is zero beyond the first `length` bits.
 struct Prefix {
     IpAddress address;
-    std::uint8_t length = 0;
+    U8 length = 0;
 };
 
 /// Reads "192.0.2.0/24" or "2001:db8::/32".

@@ -6,7 +6,7 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint8_t extendedLengthFlag = 0x10;
+constexpr U8 extendedLengthFlag = 0x10;
 
 } // namespace
 
@@ -35,7 +35,7 @@ void AttributeArea::read(Octets area) {
     mpReach.reset();
     mpUnreach.reset();
     repeatedMultiprotocol = false;
-    std::array<std::uint32_t, communityKinds> seen{};
+    std::array<U32, communityKinds> seen{};
     PathAttributeReader in(area);
     for (PathAttribute attribute; in.next(attribute);) {
         if (auto const kind = communityKind(attribute.type)) {

@@ -2,19 +2,19 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 
 namespace BgpCommunities {
 
 /// The four path attributes that carry communities, in the order of their type numbers.
-enum class CommunityKind : std::uint8_t {
+enum class CommunityKind : U8 {
     standard,    // RFC 1997
     extended,    // RFC 4360
     ip6Extended, // RFC 5701
@@ -25,7 +25,7 @@ inline constexpr std::size_t communityKinds = 4;
 
 /// The properties of a kind.
 struct CommunityKindTraits {
-    std::uint8_t attributeType;
+    U8 attributeType;
     std::size_t memberOctets;
     std::string_view key;   // on the command line and in JSON
     std::string_view words; // in texts
@@ -43,7 +43,7 @@ constexpr CommunityKindTraits const& traitsOf(CommunityKind kind) {
 }
 
 /// The kind of communities in attributes of this type, if any.
-constexpr std::optional<CommunityKind> communityKind(std::uint8_t type) {
+constexpr std::optional<CommunityKind> communityKind(U8 type) {
     for (std::size_t kind = 0; kind < communityKinds; ++kind) {
         if (communityKindTraits[kind].attributeType == type) {
             return static_cast<CommunityKind>(kind);
@@ -54,15 +54,15 @@ constexpr std::optional<CommunityKind> communityKind(std::uint8_t type) {
 
 /// A path attribute that carries communities. `value` points into the input and is not owned.
 struct CommunityAttribute {
-    enum class Form : std::uint8_t {
+    enum class Form : U8 {
         wellFormed, // a non-zero multiple of the member's size
         empty,      // no octets
         malformed,  // not a multiple of the member's size
     };
 
     CommunityKind kind = CommunityKind::standard;
-    std::uint32_t repetition = 0; // how many attributes of this type precede it
-    Octets value;                 // without flags, type and length
+    U32 repetition = 0; // how many attributes of this type precede it
+    Octets value;       // without flags, type and length
 
     [[nodiscard]] Form form() const {
         if (value.empty()) {
@@ -77,8 +77,8 @@ struct CommunityAttribute {
 
 /// One path attribute (RFC 4271, section 4.3); `value` as in CommunityAttribute.
 struct PathAttribute {
-    std::uint8_t flags = 0;
-    std::uint8_t type = 0;
+    U8 flags = 0;
+    U8 type = 0;
     Octets value;
 };
 
@@ -110,8 +110,8 @@ class PathAttributeReader {
 /// Reused for every area; memory is bounded by the largest one. Points into the input.
 /// Thread-compatible.
 struct AttributeArea {
-    static constexpr std::uint8_t mpReachType = 14;
-    static constexpr std::uint8_t mpUnreachType = 15;
+    static constexpr U8 mpReachType = 14;
+    static constexpr U8 mpUnreachType = 15;
 
     std::vector<CommunityAttribute> communities; // in the order sent
     std::optional<Octets> mpReach;               // the first of its type

@@ -5,7 +5,7 @@ namespace BgpCommunities {
 namespace {
 
 /// Replaces a four-octet AS number in a two-octet field (RFC 6793).
-constexpr std::uint32_t asTrans = 23456;
+constexpr U32 asTrans = 23456;
 
 /// Returns the address in the next hop field of MP_REACH_NLRI, which has one address, or two (RFC
 /// 2545), each after a route distinguisher in VPN families (RFC 4364, RFC 4659).
@@ -47,7 +47,7 @@ struct RouteAttributes::Found {
         }
     }
 
-    [[nodiscard]] PathAttribute const* find(std::uint8_t type) const {
+    [[nodiscard]] PathAttribute const* find(U8 type) const {
         return byType[type].type == 0 ? nullptr : &byType[type];
     }
 };
@@ -101,8 +101,9 @@ Octets RouteAttributes::as4PathOf(Found const& found) {
         addFault(*as4Path, fault);
         return {};
     }
-    // If there is an AS4_AGGREGATOR but the AS of AGGREGATOR is not AS_TRANS, a router without AS4_PATH
-    // support has aggregated the route again, and AS4_PATH is outdated (RFC 6793, section 4.2.3).
+    // If there is an AS4_AGGREGATOR but the AS of AGGREGATOR is not AS_TRANS, a router without
+    // AS4_PATH support has aggregated the route again, and AS4_PATH is outdated (RFC 6793,
+    // section 4.2.3).
     auto const* const aggregator = found.find(AttributeType::aggregator);
     bool const outdated = found.find(AttributeType::as4Aggregator) != nullptr &&
                           aggregator != nullptr && aggregator->value.size() == 6 &&
@@ -113,7 +114,7 @@ Octets RouteAttributes::as4PathOf(Found const& found) {
 void RouteAttributes::readOrigin(PathAttribute const& attribute) {
     if (attribute.value.size() != 1) {
         addFault(attribute, "ORIGIN length is not 1");
-    } else if (attribute.value[0] > static_cast<std::uint8_t>(Origin::incomplete)) {
+    } else if (attribute.value[0] > static_cast<U8>(Origin::incomplete)) {
         addFault(attribute, "unknown ORIGIN");
     } else {
         origin_ = static_cast<Origin>(attribute.value[0]);
@@ -144,18 +145,17 @@ void RouteAttributes::readMpReach(PathAttribute const& attribute) {
     }
 }
 
-void RouteAttributes::readNumber(PathAttribute const& attribute,
-                                 std::optional<std::uint32_t>& number) {
+void RouteAttributes::readNumber(PathAttribute const& attribute, std::optional<U32>& number) {
     if (attribute.value.size() == 4) {
         number = OctetReader(attribute.value).u32();
     } else {
         addFault(attribute, attribute.type == AttributeType::med ? "MULTI_EXIT_DISC length is not 4"
-                                                                : "LOCAL_PREF length is not 4");
+                                                                 : "LOCAL_PREF length is not 4");
     }
 }
 
 void RouteAttributes::addFault(PathAttribute const& attribute, std::string_view reason,
-                              bool truncated) {
+                               bool truncated) {
     faults_[faultCount_++] = {attribute.type, truncated, attribute.value, reason};
 }
 

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -10,20 +9,21 @@
 #include "IpAddress.h"
 #include "Nlri.h"
 #include "PathAttributes.h"
+#include "input/IntegerTypes.h"
 #include "input/OctetReader.h"
 
 namespace BgpCommunities {
 
 /// Type numbers of the path attributes that RouteAttributes reads.
 struct AttributeType {
-    static constexpr std::uint8_t origin = 1;
-    static constexpr std::uint8_t asPath = 2;
-    static constexpr std::uint8_t nextHop = 3;
-    static constexpr std::uint8_t med = 4;
-    static constexpr std::uint8_t localPref = 5;
-    static constexpr std::uint8_t aggregator = 7;
-    static constexpr std::uint8_t as4Path = 17;
-    static constexpr std::uint8_t as4Aggregator = 18;
+    static constexpr U8 origin = 1;
+    static constexpr U8 asPath = 2;
+    static constexpr U8 nextHop = 3;
+    static constexpr U8 med = 4;
+    static constexpr U8 localPref = 5;
+    static constexpr U8 aggregator = 7;
+    static constexpr U8 as4Path = 17;
+    static constexpr U8 as4Aggregator = 18;
 };
 
 /// The unparsed path attributes of one UPDATE or RIB entry. `area` points into the record and is
@@ -35,7 +35,7 @@ struct AttributeOctets {
 
 /// A malformed path attribute. `value` is not owned.
 struct AttributeFault {
-    std::uint8_t type = 0;   // 0 if truncated before the type
+    U8 type = 0;             // 0 if truncated before the type
     bool truncated = false;  // runs past the end of the attributes
     Octets value;            // without flags, type and length
     std::string_view reason; // a string literal
@@ -48,7 +48,7 @@ struct AttributeFault {
 /// attribute is absent and listed in `faults()`, and so is a truncated attribute of any type.
 class RouteAttributes {
   public:
-    enum class Origin : std::uint8_t { igp = 0, egp = 1, incomplete = 2 };
+    enum class Origin : U8 { igp = 0, egp = 1, incomplete = 2 };
 
     RouteAttributes() = default;
     explicit RouteAttributes(AttributeOctets const& octets);
@@ -58,9 +58,9 @@ class RouteAttributes {
 
     [[nodiscard]] std::optional<Origin> origin() const { return origin_; }
 
-    [[nodiscard]] std::optional<std::uint32_t> med() const { return med_; }
+    [[nodiscard]] std::optional<U32> med() const { return med_; }
 
-    [[nodiscard]] std::optional<std::uint32_t> localPref() const { return localPref_; }
+    [[nodiscard]] std::optional<U32> localPref() const { return localPref_; }
 
     /// The next hop of a route: from NEXT_HOP for a route in the UPDATE itself, otherwise from
     /// MP_REACH_NLRI if that has the family of the route; no address if missing or of unknown
@@ -80,13 +80,13 @@ class RouteAttributes {
     void readOrigin(PathAttribute const& attribute);
     void readNextHop(PathAttribute const& attribute);
     void readMpReach(PathAttribute const& attribute);
-    void readNumber(PathAttribute const& attribute, std::optional<std::uint32_t>& number);
+    void readNumber(PathAttribute const& attribute, std::optional<U32>& number);
     void addFault(PathAttribute const& attribute, std::string_view reason, bool truncated = false);
 
     std::optional<AsPath> asPath_;
     std::optional<Origin> origin_;
-    std::optional<std::uint32_t> med_;
-    std::optional<std::uint32_t> localPref_;
+    std::optional<U32> med_;
+    std::optional<U32> localPref_;
     IpAddress nextHop_;
     IpAddress mpNextHop_;
     std::optional<Family> mpFamily_;       // absent in the short form of MP_REACH_NLRI (RFC 6396)

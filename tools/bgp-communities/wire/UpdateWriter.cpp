@@ -8,13 +8,13 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::uint32_t asTrans = 23456; // RFC 6793
+constexpr U32 asTrans = 23456; // RFC 6793
 
-void appendCapability(std::string& out, std::uint8_t code, std::string const& value) {
+void appendCapability(std::string& out, U8 code, std::string const& value) {
     appendU8(out, 2); // parameter: capabilities
-    appendU8(out, static_cast<std::uint8_t>(2 + value.size()));
+    appendU8(out, static_cast<U8>(2 + value.size()));
     appendU8(out, code);
-    appendU8(out, static_cast<std::uint8_t>(value.size()));
+    appendU8(out, static_cast<U8>(value.size()));
     out += value;
 }
 
@@ -23,7 +23,7 @@ void appendFamily(std::string& out, Family family) {
     appendU8(out, family.safi);
 }
 
-std::string capabilities(std::uint32_t as, std::span<FamilyOffer const> families) {
+std::string capabilities(U32 as, std::span<FamilyOffer const> families) {
     std::string out, value, addPath;
     for (FamilyOffer const& offer : families) {
         value.clear();
@@ -56,7 +56,7 @@ void appendNlri(std::string& out, Route const& route, bool pathIds) {
     Octets const distinguisher =
         route.family.safi == safiVpn ? Octets(route.distinguisher) : Octets();
     std::size_t const front = route.labels.size() + distinguisher.size();
-    appendU8(out, static_cast<std::uint8_t>(8 * front + route.length));
+    appendU8(out, static_cast<U8>(8 * front + route.length));
     appendOctets(out, route.labels);
     appendOctets(out, distinguisher);
     appendOctets(out, Octets(route.address.octets).first((route.length + 7U) / 8));
@@ -75,7 +75,7 @@ Octets nextHopOf(Octets value) {
 }
 
 /// flags: optional, extended length
-void appendMultiprotocol(std::string& out, std::uint8_t type, std::string const& value) {
+void appendMultiprotocol(std::string& out, U8 type, std::string const& value) {
     appendU8(out, 0x90);
     appendU8(out, type);
     appendU16(out, value.size());
@@ -85,27 +85,26 @@ void appendMultiprotocol(std::string& out, std::uint8_t type, std::string const&
 void appendAttribute(std::string& out, PathAttribute const& attribute) {
     bool const isLong = attribute.value.size() > 255;
     unsigned const flags = (attribute.flags & ~0x10U) | (isLong ? 0x10U : 0U);
-    appendU8(out, static_cast<std::uint8_t>(flags));
+    appendU8(out, static_cast<U8>(flags));
     appendU8(out, attribute.type);
     if (isLong) {
         appendU16(out, attribute.value.size());
     } else {
-        appendU8(out, static_cast<std::uint8_t>(attribute.value.size()));
+        appendU8(out, static_cast<U8>(attribute.value.size()));
     }
     appendOctets(out, attribute.value);
 }
 
 } // namespace
 
-void appendOpen(std::string& out, std::uint32_t as, std::uint32_t bgpId,
-                std::span<FamilyOffer const> families) {
+void appendOpen(std::string& out, U32 as, U32 bgpId, std::span<FamilyOffer const> families) {
     std::string const parameters = capabilities(as, families);
     appendBgpHeader(out, BgpMessage::open, 10 + parameters.size());
     appendU8(out, 4);
     appendU16(out, as < 65536 ? as : asTrans);
     appendU16(out, 90); // seconds of hold time
     appendU32(out, bgpId);
-    appendU8(out, static_cast<std::uint8_t>(parameters.size()));
+    appendU8(out, static_cast<U8>(parameters.size()));
     out += parameters;
 }
 
@@ -125,7 +124,7 @@ bool appendUpdate(std::string& out, Route const& route, Octets attributes, bool 
     if (!isPlain) {
         std::string value;
         appendFamily(value, route.family);
-        appendU8(value, static_cast<std::uint8_t>(nextHop.size()));
+        appendU8(value, static_cast<U8>(nextHop.size()));
         appendOctets(value, nextHop);
         appendU8(value, 0);
         appendMultiprotocol(area, AttributeArea::mpReachType, value + nlri);

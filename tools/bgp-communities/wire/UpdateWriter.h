@@ -16,8 +16,7 @@ struct FamilyOffer {
 
 /// Appends an OPEN (RFC 4271, section 4.2) with its header; the families and a four-octet AS number
 /// are its capabilities. REQUIRES: at most 16 families.
-void appendOpen(std::string& out, std::uint32_t as, std::uint32_t bgpId,
-                std::span<FamilyOffer const> families);
+void appendOpen(std::string& out, U32 as, U32 bgpId, std::span<FamilyOffer const> families);
 
 /// Appends the body of an UPDATE that announces the route of an entry of a table dump. The next hop
 /// is that of the entry, whose MP_REACH_NLRI may be shortened (RFC 6396, section 4.3.4). If
