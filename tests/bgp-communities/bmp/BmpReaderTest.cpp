@@ -1,5 +1,6 @@
 #include "bmp/BmpReader.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -119,25 +120,68 @@ TEST(BmpReaderTest, ReadsCompleteMessages) {
 
 /// A body truncated at any octet is reported, and the next message is read.
 TEST(BmpReaderTest, ReportsTruncatedBodiesAndContinues) {
+    /// From `start` on, the body lacks this; nothing if empty.
+    struct Part {
+        std::size_t start;
+        std::string reason;
+    };
+
     struct Row {
         unsigned int type;
         std::string body;
+        std::vector<Part> parts; // after the per-peer header
     };
 
     std::string const peer = bmpPeer();
-    for (Row const& row : {Row{0, peer + update("", prefixNear)},
-                           {1, peer + u32(1) + bmpTlv(0, "x")},
-                           {2, peer + u8(1)},
-                           {3, bmpPeerUp()},
-                           {4, bmpTlv(2, "name")},
-                           {6, peer + bmpTlv(0, "x")}}) {
-        for (std::size_t size = 1; size < row.body.size(); ++size) {
+    std::string const noUpdate = "route monitoring message without a whole UPDATE";
+    std::string const noTlv = "truncated TLV";
+    for (Row const& row : std::vector<Row>{
+             {0, peer + update("", prefixNear), {{42, noUpdate}}},
+             {1, peer + u32(1) + bmpTlv(0, "x"), {{42, noTlv}, {46, ""}, {47, noTlv}}},
+             {2, peer + u8(1), {{42, "truncated peer down message"}}},
+             {3,
+              bmpPeerUp(),
+              {{42, "truncated peer up message"}, {62, "peer up message without both OPENs"}}},
+             {4, bmpTlv(2, "name"), {{0, ""}, {1, noTlv}}},
+             {6, peer + bmpTlv(0, "x"), {{42, ""}, {43, noTlv}}}}) {
+        for (std::size_t size = 0; size < row.body.size(); ++size) {
             Read const part =
                 read(bmp(row.type, row.body.substr(0, size)) + bmp(4, bmpTlv(2, "next")));
+            auto const lacking = std::find_if(row.parts.rbegin(), row.parts.rend(),
+                                              [&](Part const& of) { return size >= of.start; });
+            std::string const reason =
+                lacking == row.parts.rend() ? "truncated per-peer header" : lacking->reason;
+            Lines expected = row.type == 4 ? Lines{"system "} : Lines();
+            if (!reason.empty()) {
+                expected.push_back("! BMP message of type " + std::to_string(row.type) + ": " +
+                                   reason);
+            }
+            expected.push_back("system next");
+            ASSERT_EQ(part.lines, expected) << row.type << ' ' << size;
             ASSERT_EQ(part.fault, "");
-            ASSERT_EQ(part.lines.back(), "system next") << row.type << ' ' << size;
-            bool const hasNoTlv = row.type != 4 && size == peer.size() + (row.type == 1 ? 4 : 0);
-            ASSERT_TRUE(part.lines.size() >= 2 || hasNoTlv) << row.type << ' ' << size;
+        }
+    }
+}
+
+TEST(BmpReaderTest, ReadsEveryPeerTypeUnderEveryFlags) {
+    std::string header = bmpPeer();
+    for (unsigned int type = 0; type < 256; ++type) {
+        for (unsigned int flags = 0; flags < 256; ++flags) {
+            header[0] = static_cast<char>(type);
+            header[1] = static_cast<char>(flags);
+            OctetReader in(octetsOf(header));
+            BmpPeer peer;
+            ASSERT_EQ(readBmpPeer(in, peer), type < 4 ? "" : "unknown peer type") << type;
+            if (type < 4) {
+                bool const isLocRib = type == 3, isPost = (flags & 0x40) != 0;
+                ASSERT_EQ(nameOf(peer.view), isLocRib ? "locRib"
+                                             : (flags & 0x10) != 0
+                                                 ? isPost ? "adjRibOutPost" : "adjRibOutPre"
+                                             : isPost ? "adjRibInPost"
+                                                      : "adjRibInPre");
+                ASSERT_EQ(peer.id.address.size, isLocRib ? 0 : (flags & 0x80) != 0 ? 16 : 4);
+                ASSERT_EQ(peer.asWidth == AsWidth::two, !isLocRib && (flags & 0x20) != 0);
+            }
         }
     }
 }
