@@ -6,9 +6,8 @@
  * compares with a value loaded some steps before. README.md lists what is not
  * modelled.
  *
- * A step that the code marks with MOX_SCHEDULING_POINT has its name here in a comment. Not modelled,
- * because the table has one slot for each content:
- * steps: putTag clearSlot moveBucketTo replaceBy findInPrevious
+ * A step that the code marks with MOX_SCHEDULING_POINT has its name here in a comment. The table has
+ * one slot for each content; slots.pml has the steps of changes and probes of real slots.
  *
  * A configuration is a set of these macros:
  *
