@@ -267,6 +267,7 @@ class CommunityTablesIn : public testing::TestWithParam<bool> {
         auto const tooLong = valueOf<Kind>(random, longest + 1);
         auto const interned = internMembers<Kind>(tables, tooLong);
         EXPECT_EQ(Kind::decode(tables, canonical<Kind>(tooLong)).verdict, Verdict::tooLong);
+        EXPECT_EQ(Kind::decode(tables, randomOctets(random, 65535)).verdict, Verdict::badLength);
     }
 
     template <class Kind>

@@ -219,6 +219,7 @@ TEST_P(ExtCommTable, EqualContentsShareOneObjectRegardlessOfClassification) {
     EXPECT_EQ(intern(make(Layout::plain, content.community())), first);
     EXPECT_EQ(first->classification(), extCommClassificationColor) << "the first one's";
     EXPECT_EQ(ExtComm::fromDedupHandle(first.get()), first.get());
+    EXPECT_FALSE(first->compare(make(Layout::plain, content.community() + 1).get()));
     first = nullptr;
     EXPECT_EQ(table->dedupHashTable()->size(), 0U);
     auto const parsed = ExtComm::dedupContent(table.get(), content);
