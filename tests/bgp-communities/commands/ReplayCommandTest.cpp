@@ -40,10 +40,12 @@ std::string vpnPrefix(std::string const& label, unsigned int number) {
 }
 
 std::string const evpnHead = hex("0019 46");
+std::string const someSegment = "00010203040506070809", noSegment = "00000000000000000000";
 
-/// An inclusive multicast route (RFC 7432, section 7.3).
-std::string evpnRoute(unsigned int tag) {
-    return hex("03 11 0000 fbf4 00000001") + u32(tag) + hex("20 cb007104");
+/// A MAC/IP advertisement (RFC 7432, section 7.2).
+std::string evpnRoute(unsigned int tag, std::string const& segment, std::string const& label) {
+    return hex("02 21 0000 fbf4 00000001") + hex(segment) + u32(tag) + hex("30 00005e005301 00") +
+           hex(label);
 }
 
 std::string reach(std::string const& family, std::string const& nlri) {
@@ -140,10 +142,10 @@ std::vector<Row> rows() {
          {life[0], life[1], "- targets [ 64500:7 ] 4", "- target 64500:7 4"},
          2,
          1},
-        {"a family that is not taken apart",
-         from(1, update(reach(evpnHead, evpnRoute(1)) + targets({7}))) +
-             from(1, update(unreach(evpnHead, evpnRoute(2)))) +
-             from(1, update(unreach(evpnHead, evpnRoute(1)))),
+        {"EVPN: tags count, segments and labels do not",
+         from(1, update(reach(evpnHead, evpnRoute(1, someSegment, "000101")) + targets({7}))) +
+             from(1, update(unreach(evpnHead, evpnRoute(2, someSegment, "000101")))) +
+             from(1, update(unreach(evpnHead, evpnRoute(1, noSegment, "000000")))),
          {life[0], life[1], "- targets [ 64500:7 ] 3", "- target 64500:7 3"},
          1,
          0},

@@ -42,12 +42,13 @@ std::string_view readHex(std::string_view text, std::vector<U8>& octets) {
     return {};
 }
 
-void appendHex(std::string& out, Octets octets) {
-    std::size_t at = out.size();
-    out.resize(at + 2 * octets.size());
+void appendHex(std::string& out, Octets octets, std::string_view separator) {
+    std::string_view before;
     for (U8 const octet : octets) {
-        out[at++] = "0123456789abcdef"[octet >> 4];
-        out[at++] = "0123456789abcdef"[octet & 0xf];
+        out += before;
+        out += "0123456789abcdef"[octet >> 4];
+        out += "0123456789abcdef"[octet & 0xf];
+        before = separator;
     }
 }
 

@@ -13,7 +13,7 @@ namespace BgpCommunities {
 /// success; on error, the content of `octets` is unspecified.
 std::string_view readHex(std::string_view digits, std::vector<U8>& octets);
 
-/// Appends two lower-case digits for each octet.
-void appendHex(std::string& out, Octets octets);
+/// Appends two lower-case digits for each octet, with `separator` between octets.
+void appendHex(std::string& out, Octets octets, std::string_view separator = {});
 
 } // namespace BgpCommunities

@@ -41,22 +41,12 @@ class KeyHead {
     std::size_t size_ = 0;
 };
 
-Octets distinguisherOf(Route const& route) {
-    bool const hasOne = route.isPrefix && route.family.safi == safiVpn;
-    return hasOne ? Octets(route.distinguisher) : Octets();
-}
-
-/// The octets of the prefix, or of the opaque route.
-Octets bodyOf(Route const& route) {
-    return route.isPrefix ? Octets(route.address.octets).first((route.length + 7U) / 8)
-                          : route.opaque;
-}
-
 } // namespace
 
 RouteKey::RouteKey(Route const& route) {
     KeyHead const head(route);
-    std::array<Octets, 3> const pieces = {head.octets(), distinguisherOf(route), bodyOf(route)};
+    auto const [first, second, third] = identityOf(route);
+    std::array<Octets, 4> const pieces = {head.octets(), first, second, third};
     for (Octets const piece : pieces) {
         size_ += static_cast<U32>(piece.size());
     }

@@ -17,13 +17,11 @@
 
 namespace BgpCommunities {
 
-/// Identifies a route of a peer: family, path identifier, route distinguisher and prefix, or the
-/// octets of an opaque route. Labels are not part of the key.
+/// Identifies a route of a peer: family, path identifier, and what identifies a route in its
+/// family. Labels are not part of the key.
 ///
 ///     AFI (2) | SAFI (1) | form (1) | path identifier (4), optional |
-///         length in bits (1) | distinguisher (8) if SAFI 128 | octets of the prefix
-///
-/// For an opaque route, all its octets follow the form.
+///         length in bits (1), if a prefix | identityOf() the route
 ///
 /// Owns its octets, inline for all but the longest prefixes. Immutable.
 class RouteKey {

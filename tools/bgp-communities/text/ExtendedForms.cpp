@@ -176,10 +176,7 @@ std::string_view tunnelName(U16 type) {
 
 void appendMac(Fields& fields, Octets octets) {
     std::string text;
-    for (std::size_t at = 0; at < octets.size(); ++at) {
-        text += at == 0 ? "" : ":";
-        appendHex(text, octets.subspan(at, 1));
-    }
+    appendHex(text, octets, ":");
     fields.text(text);
 }
 

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <iterator>
 
+#include "EvpnRoute.h"
 #include "input/Hex.h"
 #include "input/Numbers.h"
 
@@ -26,6 +27,7 @@ enum class Layout : U8 {
 };
 
 constexpr unsigned int distinguisherBits = 64;
+constexpr Family l2vpnEvpn = {25, 70}; // RFC 7432
 
 Layout layoutOf(Family family) {
     bool const ip = family.afi == afiIpv4 || family.afi == afiIpv6;
@@ -243,14 +245,6 @@ std::string_view makePrefix(Family family, Octets address, U8 length, Route& rou
 
 std::string_view readRoutes(Octets nlri, NlriForm const& form, std::vector<Route>& routes) {
     OctetReader in(nlri);
-    if (!isPrefixLayout(layoutOf(form.family))) {
-        if (!nlri.empty()) {
-            Route& route = routes.emplace_back();
-            route.family = form.family;
-            route.opaque = nlri;
-        }
-        return {};
-    }
     std::string_view fault;
     while (fault.empty() && !in.empty()) {
         fault = readNewRoute(in, form, routes.emplace_back());
@@ -305,7 +299,24 @@ bool hasKnownPieces(Family family) {
     return layoutOf(family) != Layout::whole;
 }
 
+std::array<Octets, 3> identityOf(Route const& route) {
+    if (route.isPrefix) {
+        bool const isVpn = route.family.safi == safiVpn;
+        return {isVpn ? Octets(route.distinguisher) : Octets(),
+                Octets(route.address.octets).first(octetsOfBits(route.length)),
+                {}};
+    }
+    if (EvpnRoute evpn; route.family == l2vpnEvpn && readEvpnRoute(route.opaque, evpn)) {
+        return {route.opaque.first(1), evpn.identity[0], evpn.identity[1]};
+    }
+    return {route.opaque, {}, {}};
+}
+
 void appendText(std::string& out, Route const& route) {
+    if (EvpnRoute evpn; route.family == l2vpnEvpn && readEvpnRoute(route.opaque, evpn)) {
+        appendText(out, evpn);
+        return;
+    }
     if (!route.isPrefix) {
         appendNumber(out, route.family.afi);
         out += '/';
@@ -337,7 +348,7 @@ void appendText(std::string& out, Family family) {
         {{afiIpv6, safiLabelled}, "IPv6 labelled"},
         {{afiIpv4, safiVpn}, "IPv4 VPN"},
         {{afiIpv6, safiVpn}, "IPv6 VPN"},
-        {{25, 70}, "L2VPN EVPN"},     // RFC 7432
+        {l2vpnEvpn, "L2VPN EVPN"},
         {{25, 65}, "L2VPN VPLS"},     // RFC 4761
         {{afiIpv4, 132}, "IPv4 RTC"}, // route target constraint, RFC 4684
         {{afiIpv6, 132}, "IPv6 RTC"},

@@ -65,8 +65,8 @@ struct NlriForm {
     bool inMessage = false; // as in Route
 };
 
-/// Parses an NLRI field and appends its routes. For families other than IPv4 and IPv6 unicast,
-/// multicast, labelled and VPN, appends one opaque route.
+/// Parses an NLRI field and appends its routes. For families whose routes cannot be delimited,
+/// appends one opaque route.
 ///
 /// Returns an error message, empty on success. Routes before the error are appended.
 std::string_view readRoutes(Octets nlri, NlriForm const& form, std::vector<Route>& routes);
@@ -106,8 +106,14 @@ bool hasKnownPieces(Family family);
 /// Whether the routes of this family are prefixes, which `readRoutes` parses.
 bool hasPrefixes(Family family);
 
+/// Returns the octets that identify the route in its family, besides path identifier and length:
+/// two routes without these differences are the same (RFC 4271, RFC 4364, RFC 7432). Some may be
+/// empty.
+std::array<Octets, 3> identityOf(Route const& route);
+
 /// Appends "192.0.2.0/24", "2001:db8::/32", "64496:1:192.0.2.0/24" (with its route distinguisher),
-/// or "25/70:" and hexadecimal digits. Labels and path identifier are omitted.
+/// an EVPN route as in EvpnRoute.h, or "1/132:" and hexadecimal digits. Labels and path identifier
+/// are omitted.
 void appendText(std::string& out, Route const& route);
 /// Appends a route distinguisher of 8 octets (RFC 4364): "64496:1", "192.0.2.1:7".
 void appendDistinguisher(std::string& out, Octets octets);
