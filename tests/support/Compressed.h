@@ -10,8 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include "input/IntegerTypes.h"
-
 namespace BgpCommunities::Test {
 
 inline std::string gzip(std::string const& plain) {
@@ -43,8 +41,9 @@ inline std::string xz(std::string const& plain) {
     std::string out(lzma_stream_buffer_bound(plain.size()), '\0');
     std::size_t size = 0;
     EXPECT_EQ(lzma_easy_buffer_encode(1, LZMA_CHECK_CRC32, nullptr,
-                                      reinterpret_cast<U8 const*>(plain.data()), plain.size(),
-                                      reinterpret_cast<U8*>(out.data()), &size, out.size()),
+                                      reinterpret_cast<unsigned char const*>(plain.data()),
+                                      plain.size(), reinterpret_cast<unsigned char*>(out.data()),
+                                      &size, out.size()),
               LZMA_OK);
     out.resize(size);
     return out;
