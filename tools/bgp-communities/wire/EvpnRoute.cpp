@@ -34,6 +34,22 @@ constexpr Form forms[] = {
     {true, false, true, false, true, true, true},    // 5: IP prefix
 };
 
+/// Takes the length of an address in bits, and the address. Returns false if the length is invalid.
+bool takeAddress(OctetReader& in, bool mayBeMissing, EvpnRoute& route) {
+    route.addressBits = in.u8();
+    route.address = in.octets(route.addressBits / 8);
+    return route.addressBits == 32 || route.addressBits == 128 ||
+           (route.addressBits == 0 && mayBeMissing);
+}
+
+/// The same for a prefix, whose octets are those of a whole address.
+bool takePrefix(OctetReader& in, EvpnRoute& route) {
+    route.addressBits = in.u8();
+    std::size_t const size = in.left() == 2 * 4 + labelSize ? 4 : 16;
+    route.address = in.octets(size);
+    return route.addressBits <= 8 * size;
+}
+
 /// Takes the fields that identify a route, after the distinguisher and a segment that does not.
 /// Returns false if a length is invalid.
 bool takeIdentity(OctetReader& in, Form const& form, EvpnRoute& route) {
@@ -50,14 +66,7 @@ bool takeIdentity(OctetReader& in, Form const& form, EvpnRoute& route) {
         route.mac = in.octets(macSize);
     }
     if (form.address) {
-        route.addressBits = in.u8();
-        std::size_t const size = !form.gateway                    ? route.addressBits / 8U
-                                 : in.left() == 2 * 4 + labelSize ? 4U
-                                                                  : 16U;
-        route.address = in.octets(size);
-        return form.gateway ? route.addressBits <= 8 * size
-                            : route.addressBits == 8 * size &&
-                                  (size == 4 || size == 16 || (form.mac && size == 0));
+        return form.gateway ? takePrefix(in, route) : takeAddress(in, form.mac, route);
     }
     return true;
 }
