@@ -16,12 +16,17 @@
  *   BRIEF     a thread only interns and releases: no look-up before, no second reference
  *   REGISTERED  a lifetime notifiee is registered from the start
  *   REREGISTERS another thread unregisters the notifiee and registers it again, at any time
+ *   REPLACES  another thread registers one or no notifiee instead, twice; with LEAVES, a notifiee may
+ *             register another one during a notification
  *   THROWS    the notifiee's handleInsert may throw
  *   REENTERS  the notifiee looks the content up again from inside handleInsert
  *   LEAVES    the notifiee may unregister itself during a notification
  *   RETURNS   handleNotificationStop may register a notifiee again
  *   REUSES    the memory of a destroyed object is reused for the next one
  *   CONTENTS  2: two contents, in one shard
+ *   COLLIDES  ... with the same tag: a look-up may probe the object of the other one first
+ *   LISTS     another thread lists all objects
+ *   FAILS     an insertion may fail for lack of memory
  *   RESETS    the notifiee's handleInsert may reset the pointer used to intern the object
  *   NOTIFIERS lifetime notifiers are created by the notifiee or, without one, by a holder, and
  *             destroyed by any thread at any time; the value is the maximum per object created by
@@ -42,7 +47,17 @@
 #endif
 #define NONE 255
 
-#if defined(REGISTERED) || defined(REREGISTERS)
+#if defined(REREGISTERS) || defined(REPLACES)
+#define REGISTRAR 1
+#else
+#define REGISTRAR 0
+#endif
+#ifdef LISTS
+#define LISTER 1
+#else
+#define LISTER 0
+#endif
+#if defined(REGISTERED) || REGISTRAR
 #define NOTIFIEE
 #endif
 #if defined(REGISTERED) && !defined(LEAVES)
@@ -106,8 +121,8 @@ byte holders = 1;
 byte entry[CONTENTS] = NONE; /* the slot for each content */
 bit changing;             /* a change of the slots is in progress */
 byte unchanged;           /* threads for which no change has begun or ended since they last looked */
-bit notifieeActive_;             /* there is a notifiee; under the notification mutex only */
-bit hasNotifiee_;             /* the notification mutex is needed; readable without it */
+byte notifiee_;           /* 0: none; under the notification mutex only */
+bit hasNotifiee_;         /* it has a filter that accepts all objects; readable without the mutex */
 byte shardOwner = NONE;
 
 /* The process-wide recursive mutex. */
@@ -115,11 +130,16 @@ byte notificationOwner = NONE;
 byte notificationDepth;
 
 /* References to the table itself. */
-byte tableReferences = THREADS;
+byte tableReferences = THREADS + LISTER;
+
+#define notifieeActive_ (notifiee_ != 0)
+#define REJECTING 3       /* the notifiee whose filter accepts no object; 1 and 2 accept all */
+#define acceptedBy(n) (n != 0 && n != REJECTING)
 
 /* State of the notifiee. */
 byte announcedObject[CONTENTS] = NONE; /* the object whose removal will be announced */
 byte notifying = NONE;    /* the thread that is calling it */
+byte notified;            /* the notifiee that was called last */
 
 #ifdef TABLE_DIES
 #define TABLE_IS_HELD && hasTable
@@ -169,7 +189,7 @@ inline unlockNotificationMutex() {
         assert(notificationOwner == _pid);
         notificationDepth--;
         if
-        :: notificationDepth == 0 -> assert(hasNotifiee_ == notifieeActive_); notificationOwner = NONE
+        :: notificationDepth == 0 -> assert(hasNotifiee_ == acceptedBy(notifiee_)); notificationOwner = NONE
         :: else
         fi
     }
@@ -198,7 +218,7 @@ inline needsNotificationMutex(owns, lacks) {
     lacks = !owns && hasNotifiee_
 }
 
-#define announces(owns) (owns && notifieeActive_)
+#define announces(owns) (owns && notifieeActive_ && hasNotifiee_)
 
 inline lockNotification(owns) {
     unlockShard();
@@ -358,9 +378,9 @@ inline forgetAnnouncements() {
 /* Called in handleNotificationStop, when no other notifiee must be stopped. */
 inline notifieeIsAgain() {
     lockNotificationMutex();
-    notifieeActive_ = 1;
+    notifiee_ = 1;
     forgetAnnouncements();
-    hasNotifiee_ = notifieeActive_;
+    hasNotifiee_ = 1;
     unlockNotificationMutex()
 }
 
@@ -374,24 +394,31 @@ inline handleNotificationStop() {
 #endif
 }
 
-inline notifieeIs(on) {
+inline notifieeIs(other) {
     lockNotificationMutex();
     if
-    :: notifieeActive_ == on
+    :: notifiee_ == other
     :: else ->
 #ifdef FAULT_STOPPED_TOO_LATE
-       hasNotifiee_ = 0;
+       hasNotifiee_ = acceptedBy(other);
 #endif
-       notifieeActive_ = on;
-       forgetAnnouncements(); /* step: notifieeIs */
+       atomic { hadNotifiee = notifieeActive_; notifiee_ = other };
+#ifdef FAULT_ANNOUNCEMENTS_KEPT
        if
-       :: !on -> handleNotificationStop() /* step: handleNotificationStop */
+       :: other == 0 -> forgetAnnouncements()
+       :: else
+       fi;
+#else
+       forgetAnnouncements(); /* step: notifieeIs */
+#endif
+       if
+       :: hadNotifiee -> handleNotificationStop() /* step: handleNotificationStop */
        :: else
        fi;
 #ifdef FAULT_FILTER_OF_ARGUMENT
-       hasNotifiee_ = on
+       hasNotifiee_ = acceptedBy(other)
 #else
-       hasNotifiee_ = notifieeActive_ /* step: storeFilter */
+       hasNotifiee_ = acceptedBy(notifiee_) /* step: storeFilter */
 #endif
     fi;
     unlockNotificationMutex()
@@ -445,11 +472,9 @@ inline abandon() {
     releaseCore()
 }
 
-/* Releases a thread's reference to the table; the last one runs onZeroReferences and the destructor. */
-inline dropTable() {
+/* Releases a reference to the table; the last one runs onZeroReferences and the destructor. */
+inline releaseTable() {
     atomic {
-        assert(hasTable);
-        hasTable = 0;
         tableReferences--;
         lastOfTable = (tableReferences == 0)
     };
@@ -457,6 +482,12 @@ inline dropTable() {
     :: lastOfTable -> notifieeIs(0); abandon()
     :: else
     fi
+}
+
+/* Releases the reference of a thread. */
+inline dropTable() {
+    atomic { assert(hasTable); hasTable = 0 };
+    releaseTable()
 }
 
 /* ---- Lifetime notifiers ----------------------------------------------------------------------- */
@@ -540,11 +571,23 @@ inline startNotification() {
     notifying = _pid
 }
 
+/* A notifiee leaves, or registers another one. */
+inline leaveNotifiee() {
+    if
+    :: notifieeIs(0)
+#ifdef REPLACES
+    :: notifieeIs(2)
+#endif
+    :: true
+    fi
+}
+
 inline handleInsert(o, threw) {
     atomic {
         startNotification();
         assert(announcedObject[contentOf(o)] == NONE);
         announcedObject[contentOf(o)] = o;
+        notified = notifiee_;
         threw = 0
     };
 #ifdef NOTIFIERS
@@ -572,10 +615,7 @@ inline handleInsert(o, threw) {
     fi;
 #endif
 #ifdef LEAVES
-    if
-    :: notifieeIs(0)
-    :: true
-    fi;
+    leaveNotifiee();
 #endif
 #ifdef DIES_INSIDE
     if
@@ -596,7 +636,7 @@ inline handleRemove(o) {
     atomic {
         startNotification();
         touch(o);
-        assert(announcedObject[contentOf(o)] == o);
+        assert(announcedObject[contentOf(o)] == o && notified == notifiee_);
         announcedObject[contentOf(o)] = NONE
     };
 #ifdef NOTIFIERS
@@ -606,10 +646,7 @@ inline handleRemove(o) {
     fi;
 #endif
 #ifdef LEAVES
-    if
-    :: notifieeIs(0)
-    :: true
-    fi;
+    leaveNotifiee();
 #endif
 #ifdef DIES_INSIDE
     if
@@ -621,6 +658,14 @@ inline handleRemove(o) {
 }
 
 /* ---- Interning and releasing ------------------------------------------------------------------ */
+
+inline releaseOther(o) {
+#ifdef FAULT_RELEASED_IN_PASSING
+    atomic { touch(o); word[o] = word[o] - 1 }
+#else
+    release(o)
+#endif
+}
 
 /* DedupTableCore::probe and CountWord::retainIfSettledIn for an object found in a slot, without a
    lock or a reference. Between any two steps the object may be freed and its cell reused; the word
@@ -648,7 +693,7 @@ inline probe(found) {
               :: else -> before = word[found]
               fi
           }
-       :: else -> found = NONE; break
+       :: else -> atomic { found = NONE; unsettled = 1 }; break
        od;
 #endif
        if
@@ -660,9 +705,9 @@ inline probe(found) {
               assert(stateOf(word[found]) == INTERNED && (word[found] & PENDING) == 0)
           };
 #if CONTENTS == 2 && !defined(FAULT_PROBE_WITHOUT_COMPARISON)
-          /* The cell has been reused for another content. */
+          /* The slot is that of another content, or the cell has been reused for one. */
           if
-          :: contentOf(found) != want -> release(found); found = NONE /* step: compareProbed */
+          :: contentOf(found) != want -> releaseOther(found); found = NONE /* step: compareProbed */
           :: else
           fi
 #endif
@@ -686,12 +731,20 @@ inline find(found) {
            -> unchanged = unchanged | (1 << _pid)
         fi
     };
-    missed = 0;
-    if
-    :: found = entry[want] -> missed = (found == NONE)
-    :: changing -> found = NONE; missed = 1 /* being moved */
-    fi;
+    atomic { missed = 0; unsettled = 0 };
+#ifdef COLLIDES
+    found = entry[1 - want];
     probe(found);
+#endif
+    if
+    :: found != NONE
+    :: else ->
+       if
+       :: found = entry[want] -> missed = (found == NONE)
+       :: changing -> found = NONE; missed = 1 /* being moved */
+       fi;
+       probe(found)
+    fi;
     /* DedupSlots::unchangedSince */
 #ifdef FAULT_MISS_UNCHECKED
 #define unchangedSince 1
@@ -700,9 +753,11 @@ inline find(found) {
 #endif
     atomic {
         if
-        :: missed && unchangedSince -> assert(entry[want] == NONE) /* step: unchangedSince */
+        :: missed && !unsettled && unchangedSince ->
+           assert(entry[want] == NONE) /* step: unchangedSince */
         :: else -> missed = 0
-        fi
+        fi;
+        unsettled = 0
     };
     if
     :: found != NONE || missed
@@ -714,6 +769,18 @@ inline find(found) {
        unlockOwned(owns)
     fi;
     assert(found == NONE || contentOf(found) == want)
+}
+
+/* A look-up by a thread. */
+inline lookUp(found) {
+#if defined(DIES_INSIDE) && CONTENTS == 2 && !defined(FAULT_TABLE_NOT_HELD)
+    /* It may notify, and so release the thread's reference to the table. */
+    tableReferences++;
+    find(found);
+    releaseTable()
+#else
+    find(found)
+#endif
 }
 
 /* In dedup, under the lock: a miss of find() holds as long as nothing has changed since. */
@@ -757,7 +824,18 @@ inline dedup(o, found) {
 #endif
        /* enter */
        assert(stateOf(word[o]) == NEVER_INTERNED);
+#ifdef FAULT_ENTERED_TOO_EARLY
        CHANGE(o, before, enteredTable(before, announce));
+#endif
+#ifdef FAILS
+       if
+       :: unlockShard(); goto failed /* makeRoomForOne throws */
+       :: true
+       fi;
+#endif
+#ifndef FAULT_ENTERED_TOO_EARLY
+       CHANGE(o, before, enteredTable(before, announce));
+#endif
        /* Equal content is never represented by two objects. */
        atomic { assert(coreAlive && entry[want] == NONE); beginChange() };
        entry[want] = o;
@@ -801,6 +879,7 @@ inline dedup(o, found) {
        :: else
        fi
     fi;
+failed:
     unlockOwned(owns)
 }
 
@@ -902,7 +981,7 @@ inline release(o) {
     bit announce, threw, didRaise, lowered, wasDetaching, hasTable, lastOfTable;                   \
     byte found = NONE, foundInside = NONE, abandoned = NONE, dropped = NONE, outcome, round, own;  \
     byte want;                                                                                     \
-    bit missed;                                                                                    \
+    bit missed, unsettled;                                                                         \
     short before
 
 byte finished;
@@ -925,12 +1004,15 @@ proctype Interner(byte first) {
 #endif
 #ifndef BRIEF
        if
-       :: find(found)
+       :: lookUp(found)
        :: true
        fi;
 #endif
        if
        :: found != NONE
+#ifdef TABLE_DIES
+       :: found == NONE && !hasTable /* it was released in a notification */
+#endif
        :: else ->
           atomic {
 #ifdef REUSES
@@ -1003,32 +1085,85 @@ proctype Interner(byte first) {
     finished++
 }
 
-#ifdef REREGISTERS
+#if REGISTRAR
 proctype Registrar() {
     LOCALS;
+#ifdef REPLACES
+    select (own : 0 .. REJECTING);
+    notifieeIs(own);
+    select (own : 0 .. REJECTING);
+    notifieeIs(own);
+#else
     notifieeIs(0);
     notifieeIs(1);
+#endif
     finished++
 }
-#define PROCESSES (THREADS + 1)
-#else
-#define PROCESSES THREADS
 #endif
+
+#if LISTER
+/* DedupTableCore::handles, and the release of its result. */
+proctype Lister() {
+    LOCALS;
+    byte listed[CONTENTS] = NONE;
+    hasTable = 1;
+    lockShard();
+    for (round : 0 .. CONTENTS - 1) {
+        found = entry[round];
+        if
+        :: found == NONE
+        :: else ->
+           atomic { touch(found); before = word[found] };
+           if
+#ifdef FAULT_LISTED_UNSETTLED
+           :: true ->
+#else
+           :: isSettled(before) ->
+#endif
+              retain(found);
+              assert((word[found] & PENDING) == 0);
+              listed[round] = found
+           :: else
+           fi
+        fi
+    };
+    unlockShard();
+#ifdef TABLE_DIES
+    dropTable();
+#else
+    hasTable = 0;
+    tableReferences--;
+#endif
+    for (round : 0 .. CONTENTS - 1) {
+        found = listed[round];
+        if
+        :: found != NONE -> release(found)
+        :: else
+        fi
+    };
+    finished++
+}
+#endif
+
+#define PROCESSES (THREADS + REGISTRAR + LISTER)
 
 init {
     LOCALS;
     atomic {
 #ifdef NOTIFIEE
         hasNotifiee_ = 1;
-        notifieeActive_ = 1;
+        notifiee_ = 1;
 #endif
         run Interner(0);
         run Interner(ROUNDS);
 #if THREADS == 3
         run Interner(2 * ROUNDS);
 #endif
-#ifdef REREGISTERS
+#if REGISTRAR
         run Registrar();
+#endif
+#if LISTER
+        run Lister();
 #endif
     };
     finished == PROCESSES;
