@@ -79,6 +79,10 @@ StoreManager::StoreManager(std::string const& name, std::span<std::byte const> o
 StoreManager::~StoreManager() = default;
 
 /// An apparent error is none if the store has been replaced meanwhile.
+///
+/// The current store is of generation `begun` at most. A newer one in its area overwrote it after
+/// findArea(). It may be complete but not current, and if its writer is killed, the next writer uses
+/// its generation again: the anchor would not show that it is overwritten.
 void StoreManager::attach() {
     generation_ = 0;
     mapping_ = std::make_unique<StoreMapping>(name_, *place_);
@@ -86,6 +90,7 @@ void StoreManager::attach() {
     segment_ = place_->isSegment ? words_.data() : nullptr;
     area_ = 0;
     auto const begun = this->begun();
+    std::atomic_thread_fence(std::memory_order_acquire); // before `current`
     try {
         if (mapping_->octets() % Format::wordOctets != 0) {
             refuse(mapping_->octets(), "size is not a multiple of 8 octets");
@@ -94,6 +99,9 @@ void StoreManager::attach() {
             findArea();
         }
         check();
+        if (segment_ != nullptr && generation_ > begun) {
+            refuse(Format::begunWord * Format::wordOctets, "current store has not been begun");
+        }
     } catch (StoreException const&) {
         bool const same = mapping_->octetsNow(*place_) == mapping_->octets() &&
                           begun == this->begun() && area_ == current();

@@ -127,6 +127,16 @@ TEST(StoreSegment, IsStaleOnceTheSecondNextGenerationIsBegun) {
     EXPECT_THROW(manager.validateVersionAnchor(), StaleStoreException);
 }
 
+/// A reader overtaken by two writers may find a complete store that is not current, and never will
+/// be if its writer is killed.
+TEST(StoreSegment, RefusesAGenerationThatWasNotBegunBeforehand) {
+    StoreFolder const folder;
+    auto const store = folder.store(true);
+    publish(store, 1);
+    wordIs(folder.fileOf(store), 8 * Format::begunWord, 0);
+    EXPECT_THROW(StoreManager{store}, StoreException);
+}
+
 /// Stores that just fit before the current one, and stores that are slightly too large.
 TEST(StoreSegment, WritesBesideTheCurrentStore) {
     StoreFolder const folder;
