@@ -40,8 +40,12 @@ TEST(ExtCommCacheTest, KeepsEveryTextUntilItIsRemoved) {
     cache->extCommToAsdotStringDel(5);
     cache->extCommToAsdotStringDel(5);
     EXPECT_EQ(cache->extCommToAsdotStrings(), 999U);
+    EXPECT_TRUE(cache->extCommToStringHas(5));
     cache->extCommToStringDelAll();
     EXPECT_EQ(cache->extCommToStrings(), 0U);
+    EXPECT_FALSE(cache->extCommToStringHas(5));
+    cache->extCommToAsdotStringDelAll();
+    EXPECT_EQ(cache->extCommToAsdotStrings(), 0U);
 }
 
 } // namespace

@@ -150,6 +150,7 @@ TEST(EveryTypeAndSubtype, IsInternedOnceAndSerialized) {
                                    classification == extCommClassificationLinkBandwidth) ||
                                   (selection.has(Selection::originAsValidity) &&
                                    classification == extCommClassificationOriginValidationState);
+            ASSERT_EQ(ExtCommList::serializable(interned, selection), selected);
             ASSERT_EQ(decoded.list->serialize(selection).str(),
                       selected ? "\xc0\x10\x08" + octets : "")
                 << content << " under " << word;

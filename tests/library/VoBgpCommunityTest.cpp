@@ -100,6 +100,38 @@ TEST(ExtCommText, EveryFamilyNamesItsSubtypes) {
               "extCommPktSubtypeNonTransCostCommunity");
 }
 
+TEST(ExtCommText, SubtypesOfAFamilyHaveNamesOrNumbers) {
+    struct {
+        String (ExtComm::*text)() const;
+        U64 named; // type and subtype
+        char const* name;
+    } const rows[] = {
+        {&ExtComm::pktSubtypeTransTwoOctetAsString, 0x0002, "TransTwoOctetAsRouteTarget"},
+        {&ExtComm::pktSubtypeTransIpv4AddressString, 0x0107, "TransIpv4AddressOspfRouteId"},
+        {&ExtComm::pktSubtypeTransFourOctetAsString, 0x0204, "TransFourOctetAsGeneric"},
+        {&ExtComm::pktSubtypeTransOpaqueString, 0x030d, "TransOpaqueDefaultGateway"},
+        {&ExtComm::pktSubtypeEvpnString, 0x0603, "EvpnRouterMac"},
+        {&ExtComm::pktSubtypeFlowspecRedirectNexthopString, 0x0800, "FlowspecRedirectNexthop"},
+        {&ExtComm::pktSubtypeTransGenericString, 0x8006, "TransGenericFlowspecTrafficRate"},
+        {&ExtComm::pktSubtypeTransGenericPart2String, 0x8108,
+         "TransGenericPart2FlowspecRedirectIpv4"},
+        {&ExtComm::pktSubtypeTransGenericPart3String, 0x8208,
+         "TransGenericPart3FlowspecRedirectAs4Byte"},
+        {&ExtComm::pktSubtypeNonTransTwoOctetAsString, 0x4004, "NonTransTwoOctetAsLinkBandwidth"},
+        {&ExtComm::pktSubtypeNonTransIpv4AddressString, 0x4164, nullptr},
+        {&ExtComm::pktSubtypeNonTransFourOctetAsString, 0x4204, "NonTransFourOctetAsGeneric"},
+        {&ExtComm::pktSubtypeNonTransOpaqueString, 0x4364, nullptr},
+    };
+    for (auto const& row : rows) {
+        auto const community = make(Layout::subtyped, row.named << 48);
+        EXPECT_EQ((community.get()->*row.text)(),
+                  row.name == nullptr ? "subtype=100"
+                                      : "extCommPktSubtype" + std::string(row.name));
+        auto const unnamed = make(Layout::subtyped, (row.named | 0xff) << 48);
+        EXPECT_EQ((unnamed.get()->*row.text)(), "subtype=255");
+    }
+}
+
 TEST(ExtCommText, PolicyFormsUnderEveryFlagWord) {
     struct {
         Layout layout;

@@ -3,6 +3,7 @@
 #include <Mox/Type.h>
 #include <VoBgp/Parse/ExtComm.h>
 #include <VoBgp/Parse/ExtCommColor.h>
+#include <VoBgp/Parse/ExtCommDefaultGateway.h>
 #include <VoBgp/Parse/ExtCommLinkBandwidth.h>
 #include <VoBgp/Parse/ExtCommOriginValidationState.h>
 #include <VoBgp/Parse/ExtCommRouteOrigin.h>
@@ -209,6 +210,30 @@ TEST_F(TypedCommunities, AnOriginValidationStateIsBuiltForItsWireForm) {
     }
     EXPECT_EQ(ExtCommOriginValidationState::buildExtCommContent(State::notFound),
               ExtCommContent(0x4300'0000'0000'0001));
+}
+
+TEST_F(TypedCommunities, FactoriesCreateWhatParsingDoes) {
+    ExtCommContent const two(0x0002'fde8'0000'0064), four(0x0203'0001'0000'000a);
+    ExtCommContent const target(0x0102'0a00'0001'0005), origin(0x0103'0a00'0001'0005);
+    ExtCommContent const bandwidth(0x4004'fde8'4974'2400), color(0x030b'8000'0000'0064);
+    ExtCommContent const tunnel(0x030c'0000'0000'0008), gateway(0x030d'0000'0000'0000);
+    ExtCommContent const state(0x4300'0000'0000'0001);
+    for (ExtComm::PtrConst const& made :
+         {ExtComm::PtrConst(extCommRouteTargetAsFactory(two, false)),
+          ExtComm::PtrConst(extCommRouteOriginAsFactory(four, true)),
+          ExtComm::PtrConst(extCommRouteTargetIpv4AddressFactory(target)),
+          ExtComm::PtrConst(extCommRouteOriginIpv4AddressFactory(origin)),
+          ExtComm::PtrConst(extCommLinkBandwidthFactory(bandwidth)),
+          ExtComm::PtrConst(extCommColorFactory(color)),
+          ExtComm::PtrConst(extCommTunnelEncapFactory(tunnel)),
+          ExtComm::PtrConst(extCommDefaultGatewayFactory(gateway)),
+          ExtComm::PtrConst(extCommOriginValidationStateFactory(state))}) {
+        auto const parsed = parse(made->community());
+        EXPECT_EQ(&made->fwkType(), &parsed->fwkType());
+        EXPECT_EQ(made->toStrep(), parsed->toStrep());
+        EXPECT_EQ(made->classification(), parsed->classification());
+        EXPECT_TRUE(made->hasNotificationActive());
+    }
 }
 
 TEST_F(TypedCommunities, TypesAreRegisteredUnderTheirPublicNames) {

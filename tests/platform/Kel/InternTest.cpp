@@ -10,6 +10,8 @@
 #include <thread>
 #include <vector>
 
+#include <pthread.h>
+
 namespace {
 
 using Kel::DedupHandle;
@@ -64,6 +66,27 @@ TEST_P(Intern, TheTableGrowsAndShrinks) {
         // Spare arrays of shards are too small to be released.
         EXPECT_EQ(table->octets() < octets / 4, !table->isThreadSafe()) << table->octets();
     }
+}
+
+/// Objects are created and released by the destructors that a thread runs last.
+TEST_P(Intern, MayBeUsedWhileAThreadEnds) {
+    auto const held = intern(*table, 1); // the key for the memory of threads is older than this one
+    static Table const* used = nullptr;
+    used = table.get();
+    pthread_key_t key{};
+    ASSERT_EQ(pthread_key_create(&key,
+                                 [](void*) {
+                                     EXPECT_EQ(intern(*used, 1)->value(), 1U);
+                                     EXPECT_EQ(intern(*used, 2)->value(), 2U);
+                                 }),
+              0);
+    std::thread([&] {
+        EXPECT_EQ(intern(*table, 3)->value(), 3U);
+        ASSERT_EQ(pthread_setspecific(key, &key), 0);
+    }).join();
+    pthread_key_delete(key);
+    EXPECT_EQ(table->size(), 1U);
+    EXPECT_EQ(Word::alive, 1);
 }
 
 TEST_P(Intern, ObjectsOutliveTheirTable) {
