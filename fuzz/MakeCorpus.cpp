@@ -95,7 +95,8 @@ void writeCorpus(std::filesystem::path const& samples, std::filesystem::path con
     writeSample(samples / "session.bmp", corpus / "BmpFuzz");
     AttributeWriter attributes(corpus / "AttributeFuzz");
     InputStream updates(samples / "updates.mrt.gz");
-    MrtReader(updates, attributes).readAll();
+    for (MrtReader reader(updates, attributes); reader.next();) {
+    }
 }
 
 } // namespace

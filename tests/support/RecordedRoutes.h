@@ -91,7 +91,8 @@ inline MrtCounts read(std::string const& dump, Recorder& recorder,
     TemporaryFile const file(dump);
     InputStream input(file.path());
     MrtReader reader(input, recorder, addPath);
-    reader.readAll();
+    while (reader.next()) {
+    }
     EXPECT_FALSE(reader.next());
     return reader.counts();
 }

@@ -21,7 +21,8 @@ using namespace Test;
 MrtCounts readSample(std::string const& name, Recorder& recorder) {
     InputStream input(std::string(VOBGP_SAMPLES "/") + name);
     MrtReader reader(input, recorder);
-    reader.readAll();
+    while (reader.next()) {
+    }
     return reader.counts();
 }
 
@@ -136,7 +137,8 @@ TEST(DumpsTest, CountsRealDumpsLikeIndependentDecoders) {
             Ignorer ignorer;
             InputStream input(std::string(data) + "/" + row[0]);
             MrtReader reader(input, ignorer);
-            reader.readAll();
+            while (reader.next()) {
+            }
             expectColumns(names, row, reader.counts());
             sum += reader.counts();
         }

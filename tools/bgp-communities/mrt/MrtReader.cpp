@@ -19,9 +19,4 @@ bool MrtReader::next() {
     return true;
 }
 
-void MrtReader::readAll() {
-    while (next()) {
-    }
-}
-
 } // namespace BgpCommunities

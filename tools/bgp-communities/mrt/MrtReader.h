@@ -32,8 +32,6 @@ class MrtReader {
     /// reporting a truncated or damaged end to the handler. Throws InputError and whatever the
     /// handler throws.
     bool next();
-    /// Reads all records.
-    void readAll();
 
     [[nodiscard]] MrtCounts const& counts() const { return counts_; }
 
