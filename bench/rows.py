@@ -112,7 +112,7 @@ def list_rows():
         for members in MEMBERS:
             name = f"listHit/plain/{kind}/{{}}/{members}"
             yield Row(
-                f"{kind} list, already there, published calls, plain, "
+                f"{kind} list, already there, separate calls, plain, "
                 "against flyweight of a vector without lock",
                 f"{members} members",
                 "time",
@@ -258,7 +258,7 @@ def counted():
             for members in MEMBERS:
                 flyweight = f"listHit/plain/{kind}/flyweight/{members}"
                 yield Counted(
-                    f"{kind} list hit, {members} members, published calls, {text}",
+                    f"{kind} list hit, {members} members, separate calls, {text}",
                     f"listHit/{mode}/{kind}/library/{members}",
                     flyweight if mode == "plain" else None,
                     few,
@@ -274,7 +274,7 @@ def counted():
                     some,
                 )
     for kind in ("standard", "extended"):
-        for work, calls in (("listMiss", "published calls"), ("newListFromOctets", "one call")):
+        for work, calls in (("listMiss", "separate calls"), ("newListFromOctets", "one call")):
             yield Counted(
                 f"new {kind} list and its release, 8 members, {calls}, plain",
                 f"{work}/plain/{kind}/library/8",

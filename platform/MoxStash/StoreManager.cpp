@@ -78,7 +78,7 @@ StoreManager::StoreManager(std::string const& name, std::span<std::byte const> o
 
 StoreManager::~StoreManager() = default;
 
-/// An apparent error is none if the store has been replaced meanwhile.
+/// Throws StaleStoreException instead of another error if the store was replaced in the meantime.
 ///
 /// The current store is of generation `begun` at most. A newer one in its area overwrote it after
 /// findArea(). It may be complete but not current, and if its writer is killed, the next writer uses

@@ -101,7 +101,7 @@ TEST_P(StorePlaces, AttachedReadersKeepTheirStoreWhileTheNextIsWritten) {
             EXPECT_THROW(numberIn(manager), StaleStoreException);
             EXPECT_THROW(manager.root("not there"), StaleStoreException);
             EXPECT_THROW(manager.translate(storedAddress(8), kindNumbers), StaleStoreException)
-                << "what looks like damage is none";
+                << "reported as damaged";
         } else {
             EXPECT_EQ(numberIn(manager), 1U);
         }

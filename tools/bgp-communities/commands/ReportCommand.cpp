@@ -18,8 +18,11 @@ namespace BgpCommunities {
 namespace {
 
 constexpr std::string_view topOption = "--top";
-constexpr Option reportOptions[] = {
-    {outOption, Takes::file}, {topOption, Takes::value}, dictionaryOption, addPathOption, {verboseOption}};
+constexpr Option reportOptions[] = {{outOption, Takes::file},
+                                    {topOption, Takes::value},
+                                    dictionaryOption,
+                                    addPathOption,
+                                    {verboseOption}};
 constexpr GroupBy reportGroupings[] = {GroupBy::peer, GroupBy::as, GroupBy::family, GroupBy::hour};
 
 constexpr std::string_view reportHelp =
@@ -53,7 +56,7 @@ ExitStatus report(Arguments const& arguments, Output& output) {
     DumpInput const input(arguments);
     std::string const out = outName(arguments, "FILE.html");
     if (std::find(input.files.begin(), input.files.end(), out) != input.files.end()) {
-        throw UsageError(out + ": is one of the dumps");
+        throw UsageError(out + " is one of the dumps");
     }
     StatsOptions options;
     options.dictionary = dictionary(arguments);

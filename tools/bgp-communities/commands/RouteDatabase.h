@@ -79,7 +79,7 @@ class RouteInserter final : public ListCounter {
     std::unordered_map<std::string, S64> communities_; // by octets; kinds differ in size
     std::unordered_map<std::string, S64> peers_;       // by text
     std::unordered_map<std::string, S64> asPaths_;     // by text
-    std::vector<S64> errors_;                          // of the event at hand
+    std::vector<S64> errors_;                          // of the current event
     std::string text_;                                 // buffer
     S64 inserted_ = 0;
     std::optional<S64> firstTime_, lastTime_; // microseconds since 1970

@@ -59,7 +59,7 @@ class RouteWriter {
     RouteFormat format_;
     Output& output_;
     std::string source_; // where the routes are from, as fields of JSON
-    std::string text_;   // of a part of the route at hand
+    std::string text_;   // of a part of the current route
     std::string time_;   // the last one
     Microseconds timeOf_ = 0;
 };
