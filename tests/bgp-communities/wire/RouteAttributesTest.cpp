@@ -114,6 +114,11 @@ TEST(RouteAttributesTest, FindsTheNextHopOfAFamily) {
               "2001:db8::1"},
              {"after a distinguisher",
               attribute(14, hex("0001 80 0c 0000000000000000 c6336401 00")), vpn, "198.51.100.1"},
+             {"after distinguishers, two addresses",
+              attribute(14, hex("0002 80 30 0000000000000000") + global + hex("0000000000000000") +
+                                linkLocal + u8(0)),
+              {2, 128},
+              "2001:db8::1"},
              {"the short form of a RIB entry", nextHop + attribute(14, hex("10") + global),
               ip6Unicast, "2001:db8::1"},
              {"the short form of an IPv4 route", nextHop + attribute(14, hex("10") + global),
@@ -138,6 +143,7 @@ TEST(RouteAttributesTest, ListsMalformedAttributes) {
     std::string const good = attribute(1, u8(1)) + attribute(4, u32(7)) + attribute(5, u32(100));
     RouteAttributes const read({octetsOf(good + attribute(4, "")), AsWidth::four});
     EXPECT_EQ(nameOf(*read.origin()), "EGP");
+    EXPECT_EQ(nameOf(RouteAttributes::Origin::incomplete), "INCOMPLETE");
     EXPECT_EQ(read.med(), 7U);
     EXPECT_EQ(read.localPref(), 100U);
     EXPECT_TRUE(read.faults().empty()) << "only the first of a type is used";
