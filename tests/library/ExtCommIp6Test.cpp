@@ -111,6 +111,11 @@ TEST(ExtCommIp6Test, Texts) {
         std::ostringstream subtype;
         community->formatSubtype(subtype);
         EXPECT_EQ(subtype.str(), row.subtype);
+        if (row.subtyped && community->pktType() != extCommIp6PktTypeUnknown) {
+            EXPECT_EQ(community->transitive() ? community->pktSubtypeTransIpv6AddressAsString()
+                                              : community->pktSubtypeNonTransIpv6AddressAsString(),
+                      row.subtype);
+        }
         for (U32 flags = 0; flags <= ExtCommIp6::StrepFormat::maximum; ++flags) {
             EXPECT_EQ(community->toStrepForPolicy(ExtCommIp6::StrepFormat(flags)),
                       std::string((flags & 0x0c) == 0x0c ? row.type : "") + row.policy);

@@ -173,6 +173,17 @@ TEST(ExtCommText, PolicyFormsUnderEveryFlagWord) {
     }
 }
 
+TEST(ExtCommText, AsNumbersOfCommunities) {
+    auto const community = ExtCommAsNumber::ExtCommAsNumberIs(
+        extCommClassificationUnSpecified, ExtCommContent(0x020200010000000a), true);
+    EXPECT_EQ(community->formatAsNumber(true, false), "65536L");
+    EXPECT_EQ(community->formatAsNumber(true, true), "1.0");
+    auto const as = Mox::strepToValue<Lumo::AutonomousSystem>("65536");
+    EXPECT_EQ(community->asNumber(), as);
+    EXPECT_EQ(as.display(true), "1.0");
+    EXPECT_EQ(as.display(false), "65536");
+}
+
 TEST(ExtCommText, StreamsKeepTheirState) {
     /// An agent's own type that changes the stream's state.
     class Messy : public ExtComm {

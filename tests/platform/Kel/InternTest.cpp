@@ -93,6 +93,7 @@ TEST_P(Intern, ObjectsOutliveTheirTable) {
     auto const observer = observe();
     auto a = intern(*table, 1);
     auto const b = intern(*table, 2);
+    EXPECT_EQ(table->lifeTimeNotifiee().get(), observer.get());
     table = nullptr;
     EXPECT_EQ(observer->stops, 1);
     EXPECT_EQ(observer->removes, 0);
