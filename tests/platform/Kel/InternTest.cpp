@@ -89,6 +89,23 @@ TEST_P(Intern, MayBeUsedWhileAThreadEnds) {
     EXPECT_EQ(Word::alive, 1);
 }
 
+class Alike : public Word {
+  public:
+    using Word::Word;
+    U64 placementHash() const override { return 1; }
+};
+
+TEST_P(Intern, AnyNumberOfObjectsMayHaveOnePlace) {
+    std::vector<DedupHandle::PtrConst> held;
+    for (U64 value = 0; value < 400; ++value) {
+        held.push_back(table->dedup(Mox::makeCounted<Alike>(value)));
+    }
+    for (; !held.empty(); held.pop_back()) {
+        ASSERT_EQ(table->dedup(Mox::makeCounted<Alike>(held.size() - 1)), held.back());
+    }
+    EXPECT_EQ(table->size(), 0U);
+}
+
 TEST_P(Intern, ObjectsOutliveTheirTable) {
     auto const observer = observe();
     auto a = intern(*table, 1);
@@ -196,13 +213,20 @@ TEST_P(Intern, ObserversAreNotifiedOnlyOfWhatTheirFilterAdmits) {
     table->lifeTimeNotifieeIs(observer);
     auto const held = internAll(*table, 4);
     EXPECT_EQ(observer->present, (std::set<U64>{1, 3}));
+    EXPECT_TRUE(held[1]->word().isSettled()) << "look-ups need no lock any more";
 }
 
 TEST_P(Intern, ObserversAreStoppedExactlyOnce) {
     auto const first = observe();
     auto const held = intern(*table, 1);
     auto const second = observe();
+    table->lifeTimeNotifieeIs(second);
+    EXPECT_EQ(second->stops, 0) << "registered already";
+    Observer::Ptr third;
+    second->onStop = [&] { third = observe(); };
     table->lifeTimeNotifieeIs(nullptr);
+    intern(*table, 3);
+    EXPECT_EQ(third->inserts, 1) << "registered while the second one was stopped";
     EXPECT_EQ(first->inserts, 1);
     EXPECT_EQ(first->stops, 1);
     EXPECT_EQ(second->inserts, 0) << "inserted before registration";
