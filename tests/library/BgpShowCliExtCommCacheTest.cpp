@@ -1,3 +1,5 @@
+#include "support/Allocations.h"
+
 #include <VoBgp/BgpShowCliExtCommCache.h>
 
 #include <gtest/gtest.h>
@@ -16,6 +18,9 @@ TEST(ExtCommCacheTest, FormsAreCachedSeparately) {
     EXPECT_EQ(cache->lookup(value, false), "65536:100");
     EXPECT_EQ(cache->lookup(value, true), "1.0:100");
     EXPECT_TRUE(cache->lookup(value + 1, false).empty());
+    auto const before = allocationsSoFar();
+    auto const shared = cache->lookup(value, true);
+    EXPECT_EQ(allocationsSoFar(), before) << "a hit copies the text";
     cache->extCommToStringDel(value);
     EXPECT_TRUE(cache->lookup(value, false).empty());
     EXPECT_EQ(cache->lookup(value, true), "1.0:100");

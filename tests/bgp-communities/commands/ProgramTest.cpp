@@ -291,6 +291,8 @@ TEST(ProgramTest, FormsListEveryTextAndSelection) {
 TEST(ProgramTest, PrintsTheRegisteredTypes) {
     Result const json = run({"types", "--json"});
     EXPECT_EQ(json.status, 0);
+    // In all names of types, attributes and members: none is missing.
+    EXPECT_EQ(std::count(json.out.begin(), json.out.end(), '"'), 3538);
     for (
         char const* line :
         {R"({"type":"Routing::Bgp::BgpExtCommPktSubtypeNonTransFourOctetAs","kind":)"
