@@ -2,6 +2,7 @@
 
 #include "StoreFormat.h"
 
+#include <Mox/SchedulingPoint.h>
 #include <MoxStash/StoreException.h>
 
 #include <algorithm>
@@ -41,6 +42,7 @@ OpenSegment::~OpenSegment() {
 OwnedDescriptor OpenSegment::openOrCreate(std::string const& store, StorePlace const& place,
                                           ::mode_t mode, bool& isNew) {
     for (;;) {
+        MOX_SCHEDULING_POINT(openSegment);
         auto fd = openPlace(place, O_RDWR);
         isNew = fd.get() == -1 && errno == ENOENT;
         if (isNew) {
@@ -75,6 +77,7 @@ SegmentWriter::SegmentWriter(std::string const& store, StorePlace const& place,
   , segment_(store, place, mode.value_or(defaultMode))
   , octets_(octetsNow()) {
     if (octets_ == 0) {
+        MOX_SCHEDULING_POINT(reserveHeader);
         reserve(0, Format::areaAlignment);
     } else if (octets_ < Format::areaAlignment) {
         throwNotASegment();
@@ -82,6 +85,7 @@ SegmentWriter::SegmentWriter(std::string const& store, StorePlace const& place,
     header_.emplace(store, segment_.fd(), 0, Format::areaAlignment,
                     GuardedMapping::Access::readAndWrite);
     initializeHeader();
+    MOX_SCHEDULING_POINT(findCurrent);
     findCurrent();
 }
 
@@ -96,9 +100,11 @@ void SegmentWriter::publish(std::span<U64 const> words) {
     GuardedMapping const mapping(store_, segment_.fd(), area, words.size_bytes(),
                                  GuardedMapping::Access::readAndWrite);
     reserve(area, words.size_bytes());
+    MOX_SCHEDULING_POINT(beginStore);
     Format::storeWord(header_->words() + Format::begunWord, generation());
     std::atomic_thread_fence(std::memory_order_release);
     for (std::size_t index = 0; index < words.size(); ++index) {
+        MOX_SCHEDULING_POINT(storeWord);
         Format::storeWord(mapping.words() + index, words[index]);
     }
     // Truncation within the last page raises no signal.
@@ -106,6 +112,7 @@ void SegmentWriter::publish(std::span<U64 const> words) {
     if (mode_ && ::fchmod(segment_.fd(), *mode_) == -1) {
         throw StoreException(store_, systemReason("cannot set permissions"));
     }
+    MOX_SCHEDULING_POINT(storeCurrent);
     __atomic_store_n(header_->words() + Format::currentWord, area, __ATOMIC_RELEASE);
     throwIfTruncated(header_->isTruncated());
     segment_.keep();
@@ -146,6 +153,7 @@ void SegmentWriter::initializeHeader() {
         header.layoutVersion = Format::layoutVersion;
         Format::store(header_->words(), header);
         std::atomic_thread_fence(std::memory_order_release);
+        MOX_SCHEDULING_POINT(writeMagic);
         header.magic = Format::segmentMagic;
         Format::store(header_->words(), header);
     }

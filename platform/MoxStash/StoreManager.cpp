@@ -3,6 +3,8 @@
 #include "StoreFormat.h"
 #include "StoreMapping.h"
 
+#include <Mox/SchedulingPoint.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstring>
@@ -85,10 +87,12 @@ StoreManager::~StoreManager() = default;
 /// its generation again: the anchor would not show that it is overwritten.
 void StoreManager::attach() {
     generation_ = 0;
+    MOX_SCHEDULING_POINT(attach);
     mapping_ = std::make_unique<StoreMapping>(name_, *place_);
     words_ = mapping_->words();
     segment_ = place_->isSegment ? words_.data() : nullptr;
     area_ = 0;
+    MOX_SCHEDULING_POINT(loadBegun);
     auto const begun = this->begun();
     std::atomic_thread_fence(std::memory_order_acquire); // before `current`
     try {
@@ -98,11 +102,13 @@ void StoreManager::attach() {
         if (segment_ != nullptr) {
             findArea();
         }
+        MOX_SCHEDULING_POINT(check);
         check();
         if (segment_ != nullptr && generation_ > begun) {
             refuse(Format::begunWord * Format::wordOctets, "current store has not been begun");
         }
     } catch (StoreException const&) {
+        MOX_SCHEDULING_POINT(octetsNow);
         bool const same = mapping_->octetsNow(*place_) == mapping_->octets() &&
                           begun == this->begun() && area_ == current();
         if (!same) {
@@ -120,6 +126,7 @@ void StoreManager::findArea() {
         refuse(0, "too short for a segment header");
     }
     checkOrigin(Format::load<Format::SegmentHeader>(words_.data()), Format::segmentMagic);
+    MOX_SCHEDULING_POINT(loadCurrent);
     area_ = __atomic_load_n(segment_ + Format::currentWord, __ATOMIC_ACQUIRE);
     if (area_ == 0) {
         throw StoreException(name_, "no store has been published yet");
@@ -213,6 +220,7 @@ U64 StoreManager::current() const noexcept {
 /// A published file is not written to any more. The generation in its first and last words is still
 /// checked, in case another program writes to it or truncates it.
 bool StoreManager::isOverwritten() const noexcept {
+    MOX_SCHEDULING_POINT(isOverwritten);
     std::atomic_thread_fence(std::memory_order_acquire);
     return Format::loadWord(&words_.back()) != generation_ ||
            Format::loadWord(&words_[Format::generationWord]) != generation_ ||

@@ -6,6 +6,7 @@
 #include "WriterLock.h"
 
 #include <Mox/Assert.h>
+#include <Mox/SchedulingPoint.h>
 #include <MoxStash/StoreException.h>
 
 #include <array>
@@ -81,6 +82,7 @@ class TemporaryFile {
 
     void write(std::span<std::byte const> octets) {
         while (!octets.empty()) {
+            MOX_SCHEDULING_POINT(writeNew);
             auto const written = ::write(fd_.get(), octets.data(), octets.size());
             if (written >= 0) {
                 octets = octets.subspan(static_cast<std::size_t>(written));
@@ -94,6 +96,7 @@ class TemporaryFile {
     }
 
     void rename() {
+        MOX_SCHEDULING_POINT(renameNew);
         if (std::rename(place_.path.c_str(), store_.c_str()) == -1) {
             fail(store_, "cannot replace");
         }
@@ -116,7 +119,9 @@ class TemporaryFile {
 
     static OwnedDescriptor create(std::string const& store, StorePlace const& place,
                                   ::mode_t mode) {
+        MOX_SCHEDULING_POINT(removeLeftover);
         removeLeftover(store, place);
+        MOX_SCHEDULING_POINT(createNew);
         auto fd = openPlace(place, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
         if (fd.get() == -1) {
             fail(store, "cannot create its .new");
@@ -139,6 +144,7 @@ OwnedDescriptor openFolderOf(std::string const& path) {
 U64 publishFile(StoreWriter const& writer, std::string const& store, StorePlace const& place,
                 std::optional<::mode_t> mode) {
     WriterLock const lock(store, place);
+    MOX_SCHEDULING_POINT(publishedAt);
     auto const old = publishedAt(store, place);
     auto const wanted = mode ? mode : old.mode;
     auto const generation = Format::generationAfter(old.generation);

@@ -1,5 +1,6 @@
 #include "WriterLock.h"
 
+#include <Mox/SchedulingPoint.h>
 #include <MoxStash/StoreException.h>
 
 #include <cerrno>
@@ -39,6 +40,7 @@ bool isOwnSegment(StorePlace const& place) noexcept {
 /// ineffective.
 OwnedDescriptor openAndLock(std::string const& store, StorePlace const& place) {
     for (;;) {
+        MOX_SCHEDULING_POINT(openLock);
         auto fd = openLock(place, O_CREAT);
         struct stat status = {};
         if (fd.get() == -1 || ::fstat(fd.get(), &status) == -1) {
@@ -47,10 +49,12 @@ OwnedDescriptor openAndLock(std::string const& store, StorePlace const& place) {
         if (status.st_nlink != 0 && !isOwnLock(status)) {
             throw StoreException(store, "its .lock is not an empty file owned by this user alone");
         }
+        MOX_SCHEDULING_POINT(lockWriters);
         int result = 0;
         do {
             result = ::flock(fd.get(), LOCK_EX);
         } while (result == -1 && errno == EINTR);
+        MOX_SCHEDULING_POINT(checkLockName);
         if (result == -1 || ::fstat(fd.get(), &status) == -1) {
             throw StoreException(store, systemReason("cannot lock its .lock"));
         }
@@ -69,6 +73,7 @@ WriterLock::WriterLock(std::string const& store, StorePlace const& place)
 
 WriterLock::~WriterLock() {
     if (!isOwnSegment(store_)) {
+        MOX_SCHEDULING_POINT(removeLock);
         removeName(place_);
     }
 }
