@@ -19,6 +19,8 @@ TEST(BgpPathAttrTypeTest, ShowStringsDifferFromNames) {
         {0, "Invalid Path Attribute", "invalidPathAttr"},
         {3, "Nexthop", "nextHop"},
         {6, "Atomic Aggregator", "atomicAggregate"},
+        {9, "Originator ID", "originatorId"},
+        {10, "Cluster List", "clusterList"},
         {25, "IPv6 Address Specific Extended Community", "extCommunityIp6"},
         {255, "Reserved for Development", "reservedForDevelopment"},
         // Not a member.

@@ -111,7 +111,7 @@ TEST(ExtCommContent, PartsFollowTheWireOrder) {
 
 TEST(ExtCommContent, PrintsItsOctetsRegardlessOfStreamFlags) {
     std::ostringstream os;
-    os << ExtCommContent(0x000200640000000a) << ' ' << ExtCommContent();
+    os << std::showbase << ExtCommContent(0x000200640000000a) << ' ' << ExtCommContent();
     EXPECT_EQ(os.str(), "0x000200640000000a 000000000000000000");
     OddStream odd(std::ios_base::uppercase);
     odd << ExtCommContent(0xabcd);
