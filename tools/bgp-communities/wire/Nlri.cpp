@@ -299,6 +299,15 @@ bool hasKnownPieces(Family family) {
     return layoutOf(family) != Layout::whole;
 }
 
+namespace {
+
+/// Returns false if the route is not an EVPN route of a known type.
+bool readEvpn(Route const& route, EvpnRoute& evpn) {
+    return route.family == l2vpnEvpn && readEvpnRoute(route.opaque, evpn);
+}
+
+} // namespace
+
 std::array<Octets, 3> identityOf(Route const& route) {
     if (route.isPrefix) {
         bool const isVpn = route.family.safi == safiVpn;
@@ -306,18 +315,18 @@ std::array<Octets, 3> identityOf(Route const& route) {
                 Octets(route.address.octets).first(octetsOfBits(route.length)),
                 {}};
     }
-    if (EvpnRoute evpn; route.family == l2vpnEvpn && readEvpnRoute(route.opaque, evpn)) {
+    if (EvpnRoute evpn; readEvpn(route, evpn)) {
         return {route.opaque.first(1), evpn.identity[0], evpn.identity[1]};
     }
     return {route.opaque, {}, {}};
 }
 
 void appendText(std::string& out, Route const& route) {
-    if (EvpnRoute evpn; route.family == l2vpnEvpn && readEvpnRoute(route.opaque, evpn)) {
-        appendText(out, evpn);
-        return;
-    }
     if (!route.isPrefix) {
+        if (EvpnRoute evpn; readEvpn(route, evpn)) {
+            appendText(out, evpn);
+            return;
+        }
         appendNumber(out, route.family.afi);
         out += '/';
         appendNumber(out, route.family.safi);

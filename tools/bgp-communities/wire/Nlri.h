@@ -103,12 +103,11 @@ bool covers(Route const& route, Prefix const& prefix);
 
 /// Whether `readRoute` can delimit the routes of this family.
 bool hasKnownPieces(Family family);
-/// Whether the routes of this family are prefixes, which `readRoutes` parses.
+/// Whether the routes of this family are prefixes.
 bool hasPrefixes(Family family);
 
-/// Returns the octets that identify the route in its family, besides path identifier and length:
-/// two routes without these differences are the same (RFC 4271, RFC 4364, RFC 7432). Some may be
-/// empty.
+/// Returns the octets that identify a route within its family, apart from the path identifier and
+/// the length of a prefix (RFC 4271, RFC 4364, RFC 7432). Some may be empty.
 std::array<Octets, 3> identityOf(Route const& route);
 
 /// Appends "192.0.2.0/24", "2001:db8::/32", "64496:1:192.0.2.0/24" (with its route distinguisher),
