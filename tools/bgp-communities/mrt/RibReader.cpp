@@ -6,6 +6,17 @@
 
 namespace BgpCommunities {
 
+namespace {
+
+/// The fault of an area that ends before its last item. `count` is 0 if it ends before the number
+/// of items.
+std::string tooShort(std::string const& area, U16 count, std::string const& items) {
+    return area + " too short for its " + (count == 0 ? "number of" : std::to_string(count)) + " " +
+           items;
+}
+
+} // namespace
+
 /// view (2) | sequence (2) | prefix (4, 16) | length in bits (1) | status (1) | originated (4) |
 /// peer address (4, 16) | peer AS (2) | length (2) | attributes        RFC 6396, section 4.2
 void RibReader::readTableDump(RecordContext const& context, MrtRecord const& record) {
@@ -37,8 +48,7 @@ void RibReader::readTableDumpV2(RecordContext const& context, MrtRecord const& r
     if (!holdsPeers(record.header)) {
         readRib(context, record);
     } else if (!record.peers->whole) {
-        context.reportBrokenRecord("peer index table too short for its " +
-                                   std::to_string(record.peers->peerCount) + " peers");
+        context.reportBrokenRecord(tooShort("peer index table", record.peers->peerCount, "peers"));
     } else {
         context.checkEnd(record.peers->octetsLeft);
     }
@@ -90,8 +100,7 @@ void RibReader::readEntries(RecordContext const& context, OctetReader& in, bool 
         }
     }
     if (!in.ok()) {
-        context.reportBrokenRecord("record too short for its " + std::to_string(count) +
-                                   " entries");
+        context.reportBrokenRecord(tooShort("record", count, "entries"));
     } else if (!peersKnown && peers != nullptr) {
         context.reportBrokenRecord("entry refers to a peer missing from the peer index table");
     } else {
