@@ -350,6 +350,36 @@ TEST(ListenCommandTest, KeepsWholeRecordsWhenTheDiskIsFull) {
     EXPECT_NE(read.out, "");
 }
 
+TEST(ListenCommandTest, RecordsAgainOnceAFileCanBeCreated) {
+    StoreFolder const folder;
+    std::string const moved = folder.path() + "/moved", current = folder.path() + "/current";
+    std::filesystem::create_directory(current);
+    Listening station({"--record", current + "/recorded", "--record-octets", "20000"});
+    std::filesystem::rename(current, moved);
+    Arguments const send = {"send", "--bmp", station.address, sample("rib.mrt.gz")};
+    EXPECT_EQ(run(send).status, 0);
+    EXPECT_TRUE(station.says("/recorded: No such file or directory: records are lost"));
+    std::filesystem::create_directory(current);
+    int sent = 2; // with the last one
+    EXPECT_TRUE(eventually([&] {
+        ++sent;
+        EXPECT_EQ(run(send).status, 0);
+        return std::filesystem::exists(current + "/recorded");
+    }));
+    EXPECT_EQ(run(send).status, 0);
+    EXPECT_TRUE(station.says("session ended", sent));
+    EXPECT_EQ(station.end(SIGTERM), 3);
+    for (std::string const& recorded : {moved, current}) {
+        Arguments read = {"read"};
+        for (auto const& file : std::filesystem::directory_iterator(recorded)) {
+            read.push_back(file.path());
+        }
+        Result const result = run(read);
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_NE(result.out, "");
+    }
+}
+
 TEST(ListenCommandTest, ReloadsTheDictionary) {
     TemporaryFile const dictionary("64496:100,before\n", ".txt");
     Listening station({"--json", "--dictionary", dictionary.path()});

@@ -39,37 +39,51 @@ std::string wholeOf(BgpMessage const& message) {
 } // namespace
 
 StationRecorder::StationRecorder(RecordOptions options)
-  : options_(std::move(options)) {
-    suffix_ = nowText();
-    if (::access(options_.path.c_str(), F_OK) == 0) {
-        setAside();
-    }
+  : options_(std::move(options))
+  , suffix_(nowText()) {
+    setAside();
     begin();
     if (!file_.isOpen()) {
         throw std::system_error(errno, std::generic_category(), options_.path);
     }
 }
 
-void StationRecorder::begin() {
-    suffix_ = nowText();
-    begun_ = Clock::now();
-    octets_ = 0;
-    isReported_ = false;
-    file_ = FileDescriptor(
-        ::open(options_.path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-}
-
+/// Renames the file, if there is one.
 void StationRecorder::setAside() const {
     std::string const to = options_.path + "." + suffix_;
-    if (::rename(options_.path.c_str(), to.c_str()) != 0) {
+    if (::rename(options_.path.c_str(), to.c_str()) != 0 && errno != ENOENT && !isReported_) {
         complain(options_.path + ": cannot rename: " + std::strerror(errno));
     }
 }
 
-/// Cuts off what was written of a record.
+/// Tries to create the file.
+void StationRecorder::begin() {
+    begun_ = Clock::now();
+    octets_ = 0;
+    file_ = FileDescriptor(
+        ::open(options_.path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+    if (file_.isOpen()) {
+        suffix_ = nowText();
+        isReported_ = false;
+    }
+}
+
+/// Replaces the file by a new one. If that fails, tries again only after a second. Returns whether
+/// there is a file.
+bool StationRecorder::beginNext() {
+    if (!file_.isOpen() && Clock::now() - begun_ < std::chrono::seconds(1)) {
+        return false;
+    }
+    file_.close();
+    setAside();
+    begin();
+    if (!file_.isOpen()) {
+        lose(errno);
+    }
+    return file_.isOpen();
+}
+
 void StationRecorder::lose(int error) {
-    [[maybe_unused]] int const cut = ::ftruncate(file_.get(), static_cast<off_t>(octets_));
-    ::lseek(file_.get(), 0, SEEK_END);
     lost_ = true;
     if (!std::exchange(isReported_, true)) {
         complain(options_.path + ": " + std::strerror(error) + ": records are lost");
@@ -97,12 +111,10 @@ void StationRecorder::add(std::string_view records) {
     while (!records.empty()) {
         U64 const room = options_.octets - std::min(options_.octets, octets_);
         std::size_t const octets = fitting(records, room);
-        if (octets_ != 0 && (octets > room || Clock::now() - begun_ > options_.age)) {
-            file_.close();
-            setAside();
-            begin();
-            if (!file_.isOpen()) {
-                lose(errno);
+        bool const isFull = octets_ != 0 && (octets > room || Clock::now() - begun_ > options_.age);
+        if (isFull || !file_.isOpen()) {
+            if (!beginNext()) {
+                return;
             }
             continue;
         }
@@ -120,6 +132,9 @@ void StationRecorder::write(std::string_view records) {
             int const error = errno;
             std::size_t const whole = fitting(records, written);
             octets_ += whole <= written ? whole : 0;
+            // Cut off what was written of a record.
+            [[maybe_unused]] int const cut = ::ftruncate(file_.get(), static_cast<off_t>(octets_));
+            ::lseek(file_.get(), 0, SEEK_END);
             lose(error);
             return;
         }

@@ -27,7 +27,8 @@ struct RecordOptions {
 /// time at which it was created or found, and a new one is started.
 ///
 /// Owns the file, which always ends with a whole record. Thread-safe. Records that cannot be
-/// written are lost, which is reported on standard error once per file.
+/// written are lost, which is reported on standard error once per file. If a file cannot be
+/// created, tries again every second.
 class StationRecorder {
   public:
     /// Creates the first file. Throws std::system_error.
@@ -44,8 +45,9 @@ class StationRecorder {
 
     static std::size_t fitting(std::string_view records, U64 most);
     void write(std::string_view records);
-    void begin();
     void setAside() const;
+    void begin();
+    bool beginNext();
     void lose(int error);
 
     RecordOptions const options_;
@@ -54,7 +56,7 @@ class StationRecorder {
     std::string suffix_; // of the final name of the file
     U64 octets_ = 0;
     Clock::time_point begun_;
-    bool isReported_ = false; // that records of this file are lost
+    bool isReported_ = false; // that records are lost; until the next file
     std::atomic<bool> lost_{false};
 };
 
