@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <system_error>
 
@@ -93,10 +92,12 @@ std::string_view readSocketAddress(std::string_view text, SocketAddress& address
     if (address.address.size == 0 || (address.address.size == 16) != bracketed) {
         return "expected ADDRESS:PORT, an IPv6 address in brackets";
     }
-    auto const [end, error] = std::from_chars(port.data(), port.data() + port.size(), address.port);
-    return error == std::errc() && end == port.data() + port.size()
-               ? std::string_view()
-               : "port is not a number up to 65535";
+    auto const number = readNumber<U16>(port);
+    if (!number) {
+        return "port is not a number up to 65535";
+    }
+    address.port = *number;
+    return {};
 }
 
 void appendText(std::string& out, SocketAddress const& address) {

@@ -1,8 +1,9 @@
 #include "CommandLine.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string>
+
+#include "input/Numbers.h"
 
 namespace BgpCommunities {
 
@@ -93,10 +94,8 @@ std::optional<U64> Arguments::count(std::string_view option) const {
     if (!text) {
         return std::nullopt;
     }
-    U64 number = 0;
-    char const* const end = text->data() + text->size();
-    auto const [read, error] = std::from_chars(text->data(), end, number);
-    if (error != std::errc() || read != end || number == 0) {
+    auto const number = readNumber<U64>(*text);
+    if (!number || *number == 0) {
         throw UsageError("option " + std::string(option) + ": \"" + std::string(*text) +
                          "\" is not a positive number");
     }

@@ -74,6 +74,8 @@ class Arguments {
 inline constexpr std::string_view helpOption = "--help";
 inline constexpr std::string_view verboseOption = "--verbose";
 inline constexpr std::string_view jsonOption = "--json";
+inline constexpr std::string_view targetsOption = "--targets";
+inline constexpr std::string_view topOption = "--top";
 
 /// One command of the program.
 struct Command {

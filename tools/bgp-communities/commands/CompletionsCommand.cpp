@@ -37,7 +37,7 @@ std::string_view taken(std::string_view& text, std::string_view end) {
 }
 
 /// Removes blanks, and the brackets of "[=HOW]".
-std::string_view trimmed(std::string_view text) {
+std::string_view unbracketed(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(" =["), text.size()));
     return text.substr(0, text.find_last_not_of(" ]") + 1);
 }
@@ -47,11 +47,11 @@ OptionHelp helpOf(Command const& command, Option const& option) {
     std::string_view text = command.help;
     taken(text, "\n  " + std::string(option.name));
     std::string_view line = taken(text, "\n");
-    found.value = trimmed(taken(line, "  "));
-    found.summary = trimmed(line);
+    found.value = unbracketed(taken(line, "  "));
+    found.summary = unbracketed(line);
     while (text.starts_with("      ")) {
         found.summary.append(found.summary.empty() ? "" : " ");
-        found.summary += trimmed(taken(text, "\n"));
+        found.summary += unbracketed(taken(text, "\n"));
     }
     for (std::string_view const end : {": ", "; ", ". ", " ("}) {
         found.summary.resize(std::min(found.summary.find(end), found.summary.size()));
@@ -219,11 +219,8 @@ ExitStatus completions(Arguments const& arguments, Output& output) {
 
 } // namespace
 
-Command const completionsCommand = {"completions",
-                                    "print the completion for a shell",
-                                    completionsHelp,
-                                    {},
-                                    completions,
-                                    {{}, Takes::value, shells}};
+Command const completionsCommand = {"completions",   "print the completion for a shell",
+                                    completionsHelp, {},
+                                    completions,     {{}, Takes::value, shells}};
 
 } // namespace BgpCommunities

@@ -1,7 +1,6 @@
 #include "Commands.h"
 
 #include <algorithm>
-#include <charconv>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "input/Hex.h"
 #include "input/InputStream.h"
 #include "input/LineReader.h"
+#include "input/Numbers.h"
 #include "lists/Agent.h"
 #include "lists/AttributeDecoder.h"
 #include "text/JsonWriter.h"
@@ -99,10 +99,8 @@ class DecodeRun {
 
     /// Returns the decoder for an attribute type given as text.
     [[nodiscard]] Choice decoder(std::string_view type) {
-        U8 number = 0;
-        auto const [end, error] = std::from_chars(type.data(), type.data() + type.size(), number);
-        bool const isNumber = error == std::errc() && end == type.data() + type.size();
-        auto const kind = isNumber ? communityKind(number) : std::nullopt;
+        auto const number = readNumber<U8>(type);
+        auto const kind = number ? communityKind(*number) : std::nullopt;
         if (!kind) {
             return {nullptr, "expected attribute type 8, 16, 25 or 32"};
         }

@@ -1,13 +1,13 @@
 #include "FilterOptions.h"
 
 #include <algorithm>
-#include <charconv>
 #include <memory>
 #include <string>
 #include <utility>
 
 #include <Routing/RouteMap/PosixRegex.h>
 
+#include "input/Numbers.h"
 #include "text/CommunityPattern.h"
 #include "text/WellKnownCommunities.h"
 
@@ -38,14 +38,6 @@ CommunityKind kind(std::string_view name) {
         throw wrongValue(kindOption, name, "expected standard, extended, ipv6 or large");
     }
     return static_cast<CommunityKind>(found - communityKindTraits.begin());
-}
-
-template <class Number>
-std::optional<Number> readNumber(std::string_view text) {
-    Number number = 0;
-    char const* const end = text.data() + text.size();
-    auto const [read, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && read == end ? std::optional(number) : std::nullopt;
 }
 
 /// "64496" or "AS64496".

@@ -22,7 +22,6 @@ namespace BgpCommunities {
 namespace {
 
 constexpr std::string_view threadsOption = "--threads";
-constexpr std::string_view targetsOption = "--targets";
 constexpr std::string_view storeOption = "--store";
 constexpr std::string_view everyOption = "--every";
 constexpr std::string_view metricsOption = "--metrics";
@@ -121,7 +120,7 @@ Number numberOf(Arguments const& arguments, std::string_view option, Number othe
     return number ? static_cast<Number>(*number) : otherwise;
 }
 
-StationOptions optionsOf(Arguments const& arguments) {
+StationOptions stationOptionsOf(Arguments const& arguments) {
     constexpr U64 any = std::numeric_limits<U32>::max();
     StationOptions options;
     options.address = bmpAddress(arguments);
@@ -176,7 +175,7 @@ ExitStatus listen(Arguments const& arguments, Output& output) {
     if (!arguments.operands().empty()) {
         throw UsageError("listen takes no FILE");
     }
-    StationOptions const options = optionsOf(arguments);
+    StationOptions const options = stationOptionsOf(arguments);
     if (options.printsRoutes && options.printsTargets) {
         throw UsageError("--json and --targets exclude each other");
     }

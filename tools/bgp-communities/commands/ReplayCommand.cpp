@@ -21,8 +21,6 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::string_view targetsOption = "--targets";
-
 constexpr Option replayOptions[] = {{targetsOption}, addPathOption, {verboseOption}};
 
 constexpr std::string_view replayHelp =

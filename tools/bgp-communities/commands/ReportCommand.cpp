@@ -17,7 +17,6 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr std::string_view topOption = "--top";
 constexpr Option reportOptions[] = {{outOption, Takes::file},
                                     {topOption, Takes::value},
                                     dictionaryOption,

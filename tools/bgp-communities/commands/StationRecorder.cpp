@@ -20,10 +20,8 @@ namespace {
 constexpr U16 idle = 1, openConfirm = 5;
 
 std::string nowText() {
-    using namespace std::chrono;
-    auto const now = duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
     std::string text;
-    appendTime(text, static_cast<Microseconds>(now));
+    appendTime(text, currentTime());
     std::erase_if(text, [](char each) { return each == '-' || each == ':'; });
     return text;
 }

@@ -26,12 +26,6 @@ struct Carrier {
     std::span<CommunityAttribute const> communities;
 };
 
-Microseconds now() {
-    using namespace std::chrono;
-    return static_cast<Microseconds>(
-        duration_cast<microseconds>(system_clock::now().time_since_epoch()).count());
-}
-
 std::string textOf(SocketAddress const& address) {
     std::string text;
     appendText(text, address);
@@ -52,7 +46,7 @@ StationSession::StationSession(SessionContext const& context, SessionLimits cons
 
 StationSession::~StationSession() {
     context_.counts.changes.add(routes_.routes() != 0 ? 1 : 0);
-    cause = {&address_, now()};
+    cause = {&address_, currentTime()};
     routes_.dropAll();
     cause = {};
     context_.counts.routes.subtract(routesCounted_);
@@ -69,16 +63,16 @@ void StationSession::reportEnd() {
     }
     if (context_.printer != nullptr) {
         context_.printer->setRouter(address_, name_);
-        context_.printer->printRouterDown(at_, now(), endReason_);
+        context_.printer->printRouterDown(at_, currentTime(), endReason_);
     }
-    record_.end(now());
+    record_.end(currentTime());
     saveRecord();
 }
 
 void StationSession::appendCause(std::string& out) {
     bool const isMessage = cause.router != nullptr;
     out.append(isMessage ? std::string_view(*cause.router) : "publication").append("\t");
-    appendTime(out, isMessage ? cause.time : now());
+    appendTime(out, isMessage ? cause.time : currentTime());
 }
 
 bool StationSession::add(Octets octets) {
@@ -136,7 +130,7 @@ void StationSession::handleSystem(BmpSystem const& system) {
     }
     if (context_.printer != nullptr) {
         context_.printer->setRouter(address_, name_);
-        context_.printer->printRouterUp(at_, now(), system.description);
+        context_.printer->printRouterUp(at_, currentTime(), system.description);
     }
 }
 
@@ -228,7 +222,7 @@ void StationSession::handleProblem(std::string const& reason) {
 
 void StationSession::setMessageTime(BmpPeer const& peer) {
     Microseconds time = Microseconds{peer.seconds} * 1000000 + peer.microseconds;
-    time = time == 0 ? now() : time;
+    time = time == 0 ? currentTime() : time;
     at_.seconds = static_cast<U32>(time / 1000000);
     at_.microseconds = static_cast<U32>(time % 1000000);
     cause = {&address_, time};

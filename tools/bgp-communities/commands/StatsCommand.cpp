@@ -26,15 +26,11 @@ namespace {
 
 constexpr std::string_view jobsOption = "--jobs";
 constexpr std::size_t maxJobs = 256;
-constexpr std::string_view topOption = "--top";
 constexpr std::string_view byOption = "--by";
-constexpr Option statsOptions[] = {{jsonOption},
-                                   {topOption, Takes::value},
-                                   {byOption, Takes::value, groupByKeys},
-                                   dictionaryOption,
-                                   {jobsOption, Takes::value},
-                                   addPathOption,
-                                   {verboseOption}};
+constexpr Option statsOptions[] = {
+    {jsonOption},     {topOption, Takes::value},  {byOption, Takes::value, groupByKeys},
+    dictionaryOption, {jobsOption, Takes::value}, addPathOption,
+    {verboseOption}};
 
 constexpr std::string_view statsHelp =
     R"(usage: bgp-communities stats [OPTION...] FILE...
@@ -107,7 +103,7 @@ std::size_t jobsOf(Arguments const& arguments) {
     return jobs;
 }
 
-StatsOptions optionsOf(Arguments const& arguments) {
+StatsOptions statsOptionsOf(Arguments const& arguments) {
     StatsOptions options;
     options.dictionary = dictionary(arguments);
     options.top = arguments.count(topOption).value_or(StatsOptions::defaultTop);
@@ -144,7 +140,7 @@ void print(StatsSections const& sections, bool json, Output& output) {
 
 ExitStatus stats(Arguments const& arguments, Output& output) {
     DumpInput const input(arguments);
-    StatsOptions const options = optionsOf(arguments);
+    StatsOptions const options = statsOptionsOf(arguments);
     std::size_t const jobs = jobsOf(arguments);
     bool const verbose = arguments.has(verboseOption);
     if (jobs > 1) { // before there is a table or a second thread

@@ -40,7 +40,7 @@ std::string_view kindName(Mox::Type::Kind kind) {
     return {};
 }
 
-void writeJson(std::string& out, Mox::Type const& type) {
+void writeTypeJson(std::string& out, Mox::Type const& type) {
     JsonWriter json(out);
     json.beginObject();
     json.key("type").string(type.name());
@@ -65,7 +65,7 @@ void writeJson(std::string& out, Mox::Type const& type) {
     json.endArray().endObject();
 }
 
-void writeText(std::string& out, Mox::Type const& type) {
+void writeTypeText(std::string& out, Mox::Type const& type) {
     out.append(type.name()).append(" (").append(kindName(type.kind()));
     if (type.base() != nullptr) {
         out.append(", a ").append(type.base()->name());
@@ -85,7 +85,7 @@ ExitStatus types(Arguments const& arguments, Output& output) {
     }
     bool const json = arguments.has(jsonOption);
     for (auto const* const type : Mox::TypeRegistry::types()) {
-        (json ? writeJson : writeText)(output.text(), *type);
+        (json ? writeTypeJson : writeTypeText)(output.text(), *type);
         output.endLine();
     }
     return ExitStatus::allRead;
@@ -93,7 +93,7 @@ ExitStatus types(Arguments const& arguments, Output& output) {
 
 } // namespace
 
-Command const typesCommand = {"types", "print the types registered by the library", typesHelp,
-                              typesOptions, types, {}};
+Command const typesCommand = {
+    "types", "print the types registered by the library", typesHelp, typesOptions, types, {}};
 
 } // namespace BgpCommunities

@@ -18,10 +18,10 @@ consteval std::array<U8, 256> digitValues() {
     return values;
 }
 
-constexpr std::array<U8, 256> digits = digitValues();
+constexpr std::array<U8, 256> valuesOfDigits = digitValues();
 
 U8 valueOf(char digit) {
-    return digits[static_cast<unsigned char>(digit)];
+    return valuesOfDigits[static_cast<unsigned char>(digit)];
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "RecordForms.h"
 #include "input/OctetWriter.h"
+#include "wire/AsPath.h"
 
 namespace BgpCommunities {
 
@@ -17,7 +18,6 @@ U16 messageSubtype(RecordedSession const& session) {
 }
 
 void appendAs(std::string& out, U32 as, AsWidth width) {
-    constexpr U32 asTrans = 23456; // RFC 6793
     if (width == AsWidth::four) {
         appendU32(out, as);
     } else {

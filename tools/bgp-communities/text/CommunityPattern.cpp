@@ -1,7 +1,6 @@
 #include "CommunityPattern.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 #include <optional>
 
@@ -9,9 +8,17 @@
 #include "MemberName.h"
 #include "WellKnownCommunities.h"
 #include "input/Hex.h"
+#include "input/Numbers.h"
 #include "wire/IpAddress.h"
 
 namespace BgpCommunities {
+
+/// A number, or any number ("*").
+struct NumberOrAny {
+    std::optional<U32> value;
+
+    [[nodiscard]] bool fits(U32 maximum) const { return !value || *value <= maximum; }
+};
 
 namespace {
 
@@ -19,42 +26,29 @@ constexpr std::string_view examples =
     "expected a value such as 64496:300, 64496:*, 64496:1:2, rt:64496:300, soo:192.0.2.1:7, "
     "color:100 or 0x0002fbf00000012c, or a name such as no-export";
 
-/// A number, or any number ("*").
-struct Number {
-    std::optional<U32> value;
-
-    [[nodiscard]] bool fits(U32 maximum) const { return !value || *value <= maximum; }
-};
-
-std::optional<U32> readDigits(std::string_view digits) {
-    U32 value = 0;
-    char const* const end = digits.data() + digits.size();
-    auto const [read, error] = std::from_chars(digits.data(), end, value);
-    return error == std::errc() && read == end ? std::optional(value) : std::nullopt;
-}
-
-std::optional<Number> readNumber(std::string_view text) {
+std::optional<NumberOrAny> readNumberOrAny(std::string_view text) {
     if (text == "*") {
-        return Number();
+        return NumberOrAny();
     }
-    auto const value = readDigits(text);
-    return value ? std::optional(Number{value}) : std::nullopt;
+    auto const value = readNumber<U32>(text);
+    return value ? std::optional(NumberOrAny{value}) : std::nullopt;
 }
 
 /// Parses an AS number: "65536", "1.0" (RFC 5396), or "65536L" for a four-octet one.
-std::optional<Number> readAs(std::string_view text) {
+std::optional<NumberOrAny> readAsOrAny(std::string_view text) {
     if (text.ends_with('L')) {
         text.remove_suffix(1);
     }
     std::size_t const dot = text.find('.');
     if (dot == std::string_view::npos) {
-        return readNumber(text);
+        return readNumberOrAny(text);
     }
-    auto const high = readDigits(text.substr(0, dot)), low = readDigits(text.substr(dot + 1));
+    auto const high = readNumber<U32>(text.substr(0, dot)),
+               low = readNumber<U32>(text.substr(dot + 1));
     if (!high || !low || *high > 0xffff || *low > 0xffff) {
         return std::nullopt;
     }
-    return Number{*high << 16 | *low};
+    return NumberOrAny{*high << 16 | *low};
 }
 
 /// Returns the normalized name before the first colon, with synonyms replaced.
@@ -134,7 +128,7 @@ class CommunityPattern::Builder {
             return false;
         }
         std::string_view const first = text.substr(0, colon), second = text.substr(colon + 1);
-        auto const as = readAs(first), number = readNumber(second);
+        auto const as = readAsOrAny(first), number = readNumberOrAny(second);
         std::size_t const before = pattern_.alternatives_.size();
         if (as && number && as->fits(0xffff) && number->fits(0xffff)) {
             begin(CommunityKind::standard);
@@ -156,9 +150,9 @@ class CommunityPattern::Builder {
         if (first == last) {
             return false;
         }
-        auto const as = readAs(text.substr(0, first));
-        auto const data1 = readNumber(text.substr(first + 1, last - first - 1));
-        auto const data2 = readNumber(text.substr(last + 1));
+        auto const as = readAsOrAny(text.substr(0, first));
+        auto const data1 = readNumberOrAny(text.substr(first + 1, last - first - 1));
+        auto const data2 = readNumberOrAny(text.substr(last + 1));
         if (!as || !data1 || !data2) {
             return false;
         }
@@ -170,10 +164,10 @@ class CommunityPattern::Builder {
     }
 
     /// "ADDRESS:NUMBER", of one type and subtype or of any.
-    bool ip6(Number type, std::string_view text) {
+    bool ip6(NumberOrAny type, std::string_view text) {
         std::size_t const colon = std::min(text.rfind(':'), text.size());
         IpAddress const address = readIpAddress(text.substr(0, colon));
-        auto const number = readNumber(text.substr(std::min(colon + 1, text.size())));
+        auto const number = readNumberOrAny(text.substr(std::min(colon + 1, text.size())));
         if (address.size != 16 || !number || !number->fits(0xffff)) {
             return false;
         }
@@ -205,7 +199,7 @@ class CommunityPattern::Builder {
 
   private:
     struct Type {
-        Number type, subtype;
+        NumberOrAny type, subtype;
     };
 
     static bool isAll(std::string_view fields) { return fields.empty() || fields == "*"; }
@@ -228,10 +222,11 @@ class CommunityPattern::Builder {
         case ExtendedLayout::as4:
             return administered(type, form.layout, fields);
         case ExtendedLayout::color:
-            if (auto const number = readNumber(fields)) {
+            if (auto const number = readNumberOrAny(fields)) {
                 return color(type, *number);
             }
-            return readNumber(fields.substr(0, fields.find(','))) && matchName(type, form, fields);
+            return readNumberOrAny(fields.substr(0, fields.find(','))) &&
+                   matchName(type, form, fields);
         default:
             return matchName(type, form, fields);
         }
@@ -249,7 +244,7 @@ class CommunityPattern::Builder {
         return true;
     }
 
-    bool color(Type const& type, Number number) {
+    bool color(Type const& type, NumberOrAny number) {
         beginExtended(type);
         put(2, {});
         put(4, number);
@@ -260,14 +255,14 @@ class CommunityPattern::Builder {
     bool administered(Type const& type, ExtendedLayout layout, std::string_view fields) {
         std::size_t const colon = std::min(fields.find(':'), fields.size());
         std::string_view const first = fields.substr(0, colon);
-        auto const number = readNumber(fields.substr(std::min(colon + 1, fields.size())));
+        auto const number = readNumberOrAny(fields.substr(std::min(colon + 1, fields.size())));
         U32 const maximum =
             layout == ExtendedLayout::as2 ? std::numeric_limits<U32>::max() : 0xffff;
-        std::optional<Number> administrator = readAs(first);
+        std::optional<NumberOrAny> administrator = readAsOrAny(first);
         if (layout == ExtendedLayout::ip4 && first != "*") {
             IpAddress const address = readIpAddress(first);
             administrator = address.size == 4
-                                ? std::optional(Number{OctetReader(address.octets).u32()})
+                                ? std::optional(NumberOrAny{OctetReader(address.octets).u32()})
                                 : std::nullopt;
         }
         U32 const highest = layout == ExtendedLayout::as2 ? 0xffff : ~0U;
@@ -292,7 +287,7 @@ class CommunityPattern::Builder {
     }
 
     /// Appends octets to the alternative.
-    void put(std::size_t octets, Number const& number) {
+    void put(std::size_t octets, NumberOrAny const& number) {
         Alternative& alternative = pattern_.alternatives_.back();
         for (std::size_t left = octets; left-- > 0; ++at_) {
             alternative.value[at_] = static_cast<U8>(number.value.value_or(0) >> 8 * left);

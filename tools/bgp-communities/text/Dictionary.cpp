@@ -1,7 +1,6 @@
 #include "Dictionary.h"
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -9,17 +8,11 @@
 
 #include "input/InputStream.h"
 #include "input/LineReader.h"
+#include "input/Numbers.h"
 
 namespace BgpCommunities {
 
 namespace {
-
-std::optional<U32> readNumber(std::string_view text) {
-    U32 value = 0;
-    char const* const end = text.data() + text.size();
-    auto const [read, error] = std::from_chars(text.data(), end, value);
-    return error == std::errc() && read == end ? std::optional(value) : std::nullopt;
-}
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t\r";
@@ -70,12 +63,13 @@ bool Dictionary::Field::covers(U32 number) const {
 bool Dictionary::readField(std::string_view text, Field& field) {
     std::size_t const dash = text.find('-');
     if (dash != std::string_view::npos) {
-        auto const low = readNumber(text.substr(0, dash)), high = readNumber(text.substr(dash + 1));
+        auto const low = readNumber<U32>(text.substr(0, dash)),
+                   high = readNumber<U32>(text.substr(dash + 1));
         field.low = low.value_or(1);
         field.high = high.value_or(0);
         return low && high && *low <= *high;
     }
-    if (auto const number = readNumber(text)) {
+    if (auto const number = readNumber<U32>(text)) {
         field.low = field.high = *number;
         return true;
     }
@@ -119,7 +113,7 @@ std::string_view Dictionary::readLine(std::string_view line) {
         key.type = first == "rt" ? 2 : 3;
         takeField(pattern);
     }
-    auto const as = readNumber(takeField(pattern));
+    auto const as = readNumber<U32>(takeField(pattern));
     if (!as) {
         return "no AS number before the first colon";
     }

@@ -127,6 +127,12 @@ std::optional<Microseconds> readRfc3339(std::string_view text) {
 
 } // namespace
 
+Microseconds currentTime() {
+    using namespace std::chrono;
+    return static_cast<Microseconds>(
+        duration_cast<microseconds>(system_clock::now().time_since_epoch()).count());
+}
+
 void appendTime(std::string& out, Microseconds time) {
     using namespace std::chrono;
     seconds const all(static_cast<S64>(time / perSecond));

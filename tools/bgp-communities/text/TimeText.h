@@ -10,6 +10,9 @@ namespace BgpCommunities {
 /// A point in time: microseconds since 1970, UTC, without leap seconds.
 using Microseconds = U64;
 
+/// The current time.
+Microseconds currentTime();
+
 /// Appends "2015-09-22T12:00:00Z", or "2015-09-22T12:00:00.000042Z" with microseconds (RFC 3339).
 void appendTime(std::string& out, Microseconds time);
 

@@ -10,6 +10,9 @@
 
 namespace BgpCommunities {
 
+/// Replaces a four-octet AS number in a two-octet field (RFC 6793).
+inline constexpr U32 asTrans = 23456;
+
 /// Octets per AS number in an AS_PATH. Given by the session or the MRT record type, not by the
 /// attribute.
 enum class AsWidth : U8 { two = 2, four = 4 };

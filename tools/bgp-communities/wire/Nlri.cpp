@@ -1,7 +1,6 @@
 #include "Nlri.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
 
 #include "EvpnRoute.h"
@@ -262,12 +261,11 @@ std::string_view readPrefix(std::string_view text, Prefix& prefix) {
     if (prefix.address.size == 0) {
         return "not an IPv4 or IPv6 prefix";
     }
-    auto const [end, error] =
-        std::from_chars(digits.data(), digits.data() + digits.size(), prefix.length);
-    if (error != std::errc() || end != digits.data() + digits.size() ||
-        prefix.length > prefix.address.size * 8) {
+    auto const length = readNumber<U8>(digits);
+    if (!length || *length > prefix.address.size * 8) {
         return "missing or invalid prefix length";
     }
+    prefix.length = *length;
     if (firstBits(prefix.address, prefix.length) != prefix.address) {
         return "address bits beyond the prefix length are not zero";
     }

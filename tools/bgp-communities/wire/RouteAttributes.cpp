@@ -4,9 +4,6 @@ namespace BgpCommunities {
 
 namespace {
 
-/// Replaces a four-octet AS number in a two-octet field (RFC 6793).
-constexpr U32 asTrans = 23456;
-
 /// Returns the address in the next hop field of MP_REACH_NLRI, which has one address, or two (RFC
 /// 2545), each after a route distinguisher in VPN families (RFC 4364, RFC 4659).
 IpAddress mpAddress(Octets field) {

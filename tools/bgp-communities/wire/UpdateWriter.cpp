@@ -8,8 +8,6 @@ namespace BgpCommunities {
 
 namespace {
 
-constexpr U32 asTrans = 23456; // RFC 6793
-
 void appendCapability(std::string& out, U8 code, std::string const& value) {
     appendU8(out, 2); // parameter: capabilities
     appendU8(out, static_cast<U8>(2 + value.size()));
@@ -23,7 +21,7 @@ void appendFamily(std::string& out, Family family) {
     appendU8(out, family.safi);
 }
 
-std::string capabilities(U32 as, std::span<FamilyOffer const> families) {
+std::string capabilityParameters(U32 as, std::span<FamilyOffer const> families) {
     std::string out, value, addPath;
     for (FamilyOffer const& offer : families) {
         value.clear();
@@ -98,7 +96,7 @@ void appendAttribute(std::string& out, PathAttribute const& attribute) {
 } // namespace
 
 void appendOpen(std::string& out, U32 as, U32 bgpId, std::span<FamilyOffer const> families) {
-    std::string const parameters = capabilities(as, families);
+    std::string const parameters = capabilityParameters(as, families);
     appendBgpHeader(out, BgpMessage::open, 10 + parameters.size());
     appendU8(out, 4);
     appendU16(out, as < 65536 ? as : asTrans);
