@@ -10,7 +10,8 @@ namespace Routing::Bgp {
 namespace {
 
 Mox::EnumerationRegistrations<BgpPathAttrType, BgpPathAttrFlag, AspType, OriginCode,
-                              PrefixSidTlvType, TunnelType, BgpCommunityValue> const enumerations;
+                              PrefixSidTlvType, TunnelType, BgpCommunityValue> const
+    pathAttributeEnumerations;
 
 static_assert(Mox::everyMemberHasARow<BgpCommunityValue, 0xffff0000>() &&
               Mox::everyMemberHasARow<BgpCommunityValue, 0xffffff00, 0x100>());

@@ -16,7 +16,7 @@ Mox::Type const& ExtCommCache::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registration(ExtCommCache::staticType());
+Mox::TypeRegistration const extCommCacheRegistration(ExtCommCache::staticType());
 } // namespace
 
 ExtCommCache::ExtCommCache() = default;

@@ -26,7 +26,7 @@ Mox::Type const& LargeCommListDedupTable::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const commListDedupTableRegistrations[] = {
     Mox::TypeRegistration(CommListDedupTableBase::staticType()),
     Mox::TypeRegistration(CommListDedupTable::staticType()),
     Mox::TypeRegistration(LargeCommListDedupTable::staticType()),

@@ -12,7 +12,7 @@ Mox::Type const& CommListSnapshot::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registration(CommListSnapshot::staticType());
+Mox::TypeRegistration const commListSnapshotRegistration(CommListSnapshot::staticType());
 } // namespace
 
 CommListSnapshot::CommListSnapshot() noexcept = default;

@@ -60,9 +60,10 @@ Mox::Type const& ExtCommIp6Subtyped::staticType() noexcept {
 
 namespace {
 Mox::EnumerationRegistrations<BgpExtCommIp6PktType, BgpExtCommIp6PktSubtypeTransIpv6Address,
-                              BgpExtCommIp6PktSubtypeNonTransIpv6Address> const enumerations;
+                              BgpExtCommIp6PktSubtypeNonTransIpv6Address> const
+    extCommIp6Enumerations;
 
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const extCommIp6Registrations[] = {
     Mox::TypeRegistration(ExtCommIp6Content::staticType()),
     Mox::TypeRegistration(ExtCommIp6::StrepFormat::staticType()),
     Mox::TypeRegistration(ExtCommIp6::staticType()),

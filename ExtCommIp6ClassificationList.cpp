@@ -29,7 +29,7 @@ Mox::Type const& ExtCommIp6ClassificationListSnapshot::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const extCommIp6ClassificationListRegistrations[] = {
     Mox::TypeRegistration(ExtCommIp6ClassificationList::staticType()),
     Mox::TypeRegistration(ExtCommIp6ClassificationListSnapshot::staticType()),
 };

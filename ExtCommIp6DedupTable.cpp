@@ -16,7 +16,7 @@ Mox::Type const& ExtCommIp6DedupTable::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registration(ExtCommIp6DedupTable::staticType());
+Mox::TypeRegistration const extCommIp6DedupTableRegistration(ExtCommIp6DedupTable::staticType());
 } // namespace
 
 ExtCommIp6DedupTable::ExtCommIp6DedupTable(

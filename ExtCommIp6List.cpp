@@ -34,7 +34,7 @@ Mox::Type const& ExtCommIp6ListSnapshot::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const extCommIp6ListRegistrations[] = {
     Mox::TypeRegistration(ExtCommIp6List::staticType()),
     Mox::TypeRegistration(ExtCommIp6ListSnapshot::staticType()),
 };

@@ -16,7 +16,8 @@ Mox::Type const& ExtCommIp6ListDedupTable::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registration(ExtCommIp6ListDedupTable::staticType());
+Mox::TypeRegistration const
+    extCommIp6ListDedupTableRegistration(ExtCommIp6ListDedupTable::staticType());
 } // namespace
 
 ExtCommIp6ListDedupTable::ExtCommIp6ListDedupTable() {

@@ -59,7 +59,7 @@ Mox::Type const& RtExtCommClassificationList::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const extCommListRegistrations[] = {
     Mox::TypeRegistration(ExtCommList::Serialization::staticType()),
     Mox::TypeRegistration(ExtCommList::staticType()),
     Mox::TypeRegistration(ExtCommClassificationList::staticType()),

@@ -56,7 +56,7 @@ Mox::Type const& ExtCommListDedupTable::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const extCommListDedupTableRegistrations[] = {
     Mox::TypeRegistration(RtExtCommListLifeTimeNotifier::staticType()),
     Mox::TypeRegistration(NotifyingRtExtCommListCollection::staticType()),
     Mox::TypeRegistration(RtExtCommListLifeTimeNotifiee::staticType()),

@@ -23,7 +23,7 @@ Mox::Type const& ExtCommClassificationListSnapshot::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const extCommListSnapshotRegistrations[] = {
     Mox::TypeRegistration(ExtCommListSnapshot::staticType()),
     Mox::TypeRegistration(ExtCommClassificationListSnapshot::staticType()),
 };

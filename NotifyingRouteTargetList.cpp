@@ -15,7 +15,8 @@ Mox::Type const& NotifyingRouteTargetList::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registration(NotifyingRouteTargetList::staticType());
+Mox::TypeRegistration const
+    notifyingRouteTargetListRegistration(NotifyingRouteTargetList::staticType());
 } // namespace
 
 void NotifyingRouteTargetList::Notifiee::handleChange(Mox::AttributeNumber /*attribute*/,

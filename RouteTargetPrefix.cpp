@@ -42,7 +42,7 @@ Mox::Type const& RouteTargetPrefix::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registration(RouteTargetPrefix::staticType());
+Mox::TypeRegistration const routeTargetPrefixRegistration(RouteTargetPrefix::staticType());
 } // namespace
 
 // ---- The prefix ---------------------------------------------------------------------------------

@@ -142,7 +142,7 @@ Mox::Type const& ExtCommDedupTable::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const communityRegistrations[] = {
     Mox::TypeRegistration(ExtComm::StrepFormat::staticType()),
     Mox::TypeRegistration(ExtComm::staticType()),
     Mox::TypeRegistration(ExtCommSubtyped::staticType()),

@@ -44,7 +44,7 @@ Mox::Type const& LargeCommList::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const commListRegistrations[] = {
     Mox::TypeRegistration(CommList::staticType()),
     Mox::TypeRegistration(LargeCommList::staticType()),
 };

@@ -48,7 +48,7 @@ Mox::Type const pktSubtypeType(Mox::Type::Kind::value, "Routing::Bgp::BgpExtComm
                                          out, *static_cast<BgpExtCommPktSubtype const*>(object));
                                  }}});
 
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const packetTypeRegistrations[] = {
     Mox::TypeRegistration(ExtCommContent::staticType()),
     Mox::TypeRegistration(pktSubtypeType),
 };
@@ -60,7 +60,7 @@ Mox::EnumerationRegistrations<
     BgpExtCommPktSubtypeTransGenericPart2, BgpExtCommPktSubtypeTransGenericPart3,
     BgpExtCommPktSubtypeNonTransTwoOctetAs, BgpExtCommPktSubtypeNonTransIpv4Address,
     BgpExtCommPktSubtypeNonTransFourOctetAs, BgpExtCommPktSubtypeNonTransOpaque,
-    ExtCommClassification> const enumerations;
+    ExtCommClassification> const packetTypeEnumerations;
 
 } // namespace
 

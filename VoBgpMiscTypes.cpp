@@ -63,7 +63,7 @@ Mox::Type const maybeU63Type(Mox::Type::Kind::value, "Routing::Bgp::BgpMaybeU63"
                                                       *static_cast<BgpMaybeU63 const*>(object));
                                }}});
 
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const miscTypeRegistrations[] = {
     Mox::TypeRegistration(BgpDenseU32Attr::staticType()),
     Mox::TypeRegistration(maybeU63Type),
 };

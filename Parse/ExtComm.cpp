@@ -20,13 +20,13 @@ Mox::Type const& BgpParseExtCommPluginBaseSm::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registration(BgpParseExtCommPluginBaseSm::staticType());
+Mox::TypeRegistration const extCommPluginRegistration(BgpParseExtCommPluginBaseSm::staticType());
 } // namespace
 
-namespace {
+namespace Detail {
 
-/// Forwards the keys of a registry to a plug-in.
-class Reactor : public BgpParseExtCommRuleCollections::Notifiee {
+/// Forwards the keys of a registry to a plug-in. Hidden, so that its chain exports no symbols.
+class [[gnu::visibility("hidden")]] Reactor : public BgpParseExtCommRuleCollections::Notifiee {
   public:
     Reactor(BgpParseExtCommPluginBaseSm const& plugin,
             BgpParseExtCommRuleCollections::PtrConst const& ruleCollections)
@@ -54,10 +54,10 @@ class Reactor : public BgpParseExtCommRuleCollections::Notifiee {
 template <class Kind, class Next>
 using NotifieeOverrideOf = typename Kind::template NotifieeOverride<Next>;
 
-} // namespace
+} // namespace Detail
 
 class BgpParseExtCommPluginBaseSm::MoxRuleCollections final
-  : public ExtCommChain<ExtCommRuleKinds, NotifieeOverrideOf, Reactor> {
+  : public ExtCommChain<ExtCommRuleKinds, Detail::NotifieeOverrideOf, Detail::Reactor> {
   public:
     using ExtCommChain::ExtCommChain;
 };

@@ -21,7 +21,7 @@ Mox::Type const& ExtCommColor::staticType() noexcept {
 }
 
 namespace {
-ExtCommTypedRegistrations<ExtCommColorPlugin, ExtCommColor> const registrations;
+ExtCommTypedRegistrations<ExtCommColorPlugin, ExtCommColor> const extCommColorRegistrations;
 } // namespace
 
 ExtCommSource ExtCommColorPlugin::source() noexcept {

@@ -49,7 +49,7 @@ Mox::Type const metadataType(Mox::Type::Kind::value,
                                        static_cast<Metadata const*>(object)->nextIndex);
                                }}});
 
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const extCommContainerRegistrations[] = {
     Mox::TypeRegistration(BgpParseExtCommContainerSm::staticType()),
     Mox::TypeRegistration(metadataType),
 };

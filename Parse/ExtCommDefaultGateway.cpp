@@ -17,7 +17,8 @@ Mox::Type const& ExtCommDefaultGateway::staticType() noexcept {
 }
 
 namespace {
-ExtCommTypedRegistrations<ExtCommDefaultGatewayPlugin, ExtCommDefaultGateway> const registrations;
+ExtCommTypedRegistrations<ExtCommDefaultGatewayPlugin, ExtCommDefaultGateway> const
+    extCommDefaultGatewayRegistrations;
 } // namespace
 
 ExtCommSource ExtCommDefaultGatewayPlugin::source() noexcept {

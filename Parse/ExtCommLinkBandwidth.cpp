@@ -21,7 +21,8 @@ Mox::Type const& ExtCommLinkBandwidth::staticType() noexcept {
 }
 
 namespace {
-ExtCommTypedRegistrations<ExtCommLinkBandwidthPlugin, ExtCommLinkBandwidth> const registrations;
+ExtCommTypedRegistrations<ExtCommLinkBandwidthPlugin, ExtCommLinkBandwidth> const
+    extCommLinkBandwidthRegistrations;
 } // namespace
 
 ExtCommSource ExtCommLinkBandwidthPlugin::source() noexcept {

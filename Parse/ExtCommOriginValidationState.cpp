@@ -19,7 +19,7 @@ Mox::Type const& ExtCommOriginValidationState::staticType() noexcept {
 
 namespace {
 ExtCommTypedRegistrations<ExtCommOriginValidationStatePlugin, ExtCommOriginValidationState> const
-    registrations;
+    extCommOriginValidationStateRegistrations;
 } // namespace
 
 ExtCommSource ExtCommOriginValidationStatePlugin::source() noexcept {

@@ -15,7 +15,7 @@ template class ExtCommTypedPlugin<ExtCommRouteOriginFamily>;
 
 namespace {
 ExtCommTypedRegistrations<ExtCommRouteOriginFamily, ExtCommRouteOriginAs,
-                          ExtCommRouteOriginIpv4Address> const registrations;
+                          ExtCommRouteOriginIpv4Address> const extCommRouteOriginRegistrations;
 } // namespace
 
 ExtCommSource ExtCommRouteOriginFamily::source() noexcept {

@@ -15,7 +15,7 @@ template class ExtCommTypedPlugin<ExtCommRouteTargetFamily>;
 
 namespace {
 ExtCommTypedRegistrations<ExtCommRouteTargetFamily, ExtCommRouteTargetAs,
-                          ExtCommRouteTargetIpv4Address> const registrations;
+                          ExtCommRouteTargetIpv4Address> const extCommRouteTargetRegistrations;
 } // namespace
 
 ExtCommSource ExtCommRouteTargetFamily::source() noexcept {

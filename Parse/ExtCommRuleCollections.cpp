@@ -153,7 +153,7 @@ struct KeyRegistrations {
 };
 
 ExtCommRuleKinds::Into<KeyRegistrations> const keyRegistrations;
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const extCommRuleCollectionRegistrations[] = {
     Mox::TypeRegistration(BgpParseExtCommRuleCollections::staticType()),
     Mox::TypeRegistration(BgpParseExtCommControl::staticType()),
 };

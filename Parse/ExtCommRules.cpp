@@ -195,7 +195,7 @@ namespace {
     Mox::TypeRegistration(ExtCommRuleKind::Kind::SubRule::staticType()),                           \
         Mox::TypeRegistration(ExtCommRuleKind::Kind::Rule::staticType()),
 
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const extCommRuleRegistrations[] = {
     Mox::TypeRegistration(BgpParseExtCommRuleBase::staticType()),
     Mox::TypeRegistration(BgpParseExtendedCommunityTypeRuleBase::staticType()),
     Mox::TypeRegistration(BgpParseExtendedCommunityIp6TypeRuleBase::staticType()),

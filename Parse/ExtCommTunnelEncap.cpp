@@ -19,7 +19,8 @@ Mox::Type const& ExtCommTunnelEncap::staticType() noexcept {
 }
 
 namespace {
-ExtCommTypedRegistrations<ExtCommTunnelEncapPlugin, ExtCommTunnelEncap> const registrations;
+ExtCommTypedRegistrations<ExtCommTunnelEncapPlugin, ExtCommTunnelEncap> const
+    extCommTunnelEncapRegistrations;
 } // namespace
 
 ExtCommSource ExtCommTunnelEncapPlugin::source() noexcept {

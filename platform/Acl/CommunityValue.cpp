@@ -17,7 +17,7 @@ Mox::Type const& CommunityValue::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registration(CommunityValue::staticType());
+Mox::TypeRegistration const communityValueRegistration(CommunityValue::staticType());
 } // namespace
 
 } // namespace Acl

@@ -11,7 +11,8 @@ Mox::Type const& DedupHandleLifeTimeNotifier::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registration(DedupHandleLifeTimeNotifier::staticType());
+Mox::TypeRegistration const
+    dedupHandleLifeTimeNotifierRegistration(DedupHandleLifeTimeNotifier::staticType());
 } // namespace
 
 DedupHandleLifeTimeNotifier::DedupHandleLifeTimeNotifier(

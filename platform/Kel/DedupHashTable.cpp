@@ -32,7 +32,7 @@ Mox::Type const& DedupHashTableUnorderedSet::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const dedupHashTableRegistrations[] = {
     Mox::TypeRegistration(DedupHashTableLifeTimeNotifiee::staticType()),
     Mox::TypeRegistration(DedupHashTable::staticType()),
     Mox::TypeRegistration(DedupHashTableUnorderedSet::staticType()),

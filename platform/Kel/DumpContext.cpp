@@ -16,7 +16,7 @@ Mox::Type const& StringDumpContext::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registrations[] = {
+Mox::TypeRegistration const dumpContextRegistrations[] = {
     Mox::TypeRegistration(DumpContext::staticType()),
     Mox::TypeRegistration(StringDumpContext::staticType()),
 };

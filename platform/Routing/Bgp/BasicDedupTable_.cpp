@@ -12,7 +12,7 @@ Mox::Type const& BasicDedupTable_::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registration(BasicDedupTable_::staticType());
+Mox::TypeRegistration const basicDedupTableRegistration(BasicDedupTable_::staticType());
 } // namespace
 
 BasicDedupTable_::BasicDedupTable_()

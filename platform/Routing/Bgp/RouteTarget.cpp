@@ -41,7 +41,7 @@ Mox::Type const& RouteTarget::staticType() noexcept {
 }
 
 namespace {
-Mox::TypeRegistration const registration(RouteTarget::staticType());
+Mox::TypeRegistration const routeTargetRegistration(RouteTarget::staticType());
 } // namespace
 
 } // namespace Routing::Bgp
