@@ -16,8 +16,9 @@ namespace Mox {
 
 /// A growable array in sixteen octets, for numerous objects with short arrays.
 ///
-/// Allocates nothing while its capacity is 0. On an exception the array is unchanged. Reallocation
-/// invalidates pointers to elements. Thread-compatible.
+/// Its operations are named like those of `std::vector`. Allocates nothing while its capacity is 0.
+/// On an exception the array is unchanged. Reallocation invalidates pointers to elements.
+/// Thread-compatible.
 template <class T>
 class CompactVector {
     static_assert(std::is_nothrow_move_constructible_v<T> && std::is_nothrow_destructible_v<T>,
@@ -85,7 +86,7 @@ class CompactVector {
         }
     }
 
-    void pushBack(T element) {
+    void push_back(T element) {
         if (size_ == capacity_) [[unlikely]] {
             reallocate(grownFor(1));
         }
@@ -109,7 +110,7 @@ class CompactVector {
     /// Shortens the array, or appends value-initialised elements.
     void resize(std::size_t count) {
         if (count < size_) {
-            eraseFrom(begin() + count);
+            erase(begin() + count, end());
             return;
         }
         reserve(count);
@@ -117,17 +118,16 @@ class CompactVector {
         size_ = static_cast<U32>(count);
     }
 
-    /// Removes the elements from `first` to the end.
-    void eraseFrom(T* first) noexcept {
-        auto const removed = static_cast<std::size_t>(end() - first);
-        size_ -= static_cast<U32>(removed);
-        std::destroy_n(first, removed);
+    /// Removes elements. REQUIRES: `last` is the end.
+    void erase(T* first, T* last) noexcept {
+        size_ = static_cast<U32>(first - begin());
+        std::destroy(first, last);
     }
 
-    void clear() noexcept { eraseFrom(begin()); }
+    void clear() noexcept { erase(begin(), end()); }
 
     /// Reduces the capacity to the size.
-    void shrinkToFit() {
+    void shrink_to_fit() {
         if (capacity_ > size_) {
             reallocate(size_);
         }

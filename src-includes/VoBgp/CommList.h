@@ -51,7 +51,7 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
     /// Appends a value. REQUIRES: the list is not frozen (asserted).
     void commIs(Value const& value) {
         MOX_ASSERT(!commVectorSorted());
-        commVector_.pushBack(value);
+        commVector_.push_back(value);
     }
 
     /// Whether the list contains the value. REQUIRES: the list is frozen (asserted).
@@ -92,7 +92,7 @@ class VOBGP_EXPORT ValueCommList : public MoxStash::DedupHandle {
     void fillSorted(std::span<std::byte const> octets, Load const& load) {
         commVector_.fit(static_cast<U32>(octets.size() / sizeof(Value)), octets.size());
         for (std::size_t at = 0; at < octets.size(); at += sizeof(Value)) {
-            commVector_.pushBack(load(octets.data() + at));
+            commVector_.push_back(load(octets.data() + at));
         }
         std::memcpy(commVector_.tail(), octets.data(), octets.size());
         commVectorSorted_ = true;

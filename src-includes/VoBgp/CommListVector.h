@@ -2,12 +2,12 @@
 
 #include <Kel/DedupHandle.h>
 #include <Mox/Assert.h>
-#include <Mox/CompactVector.h>
-#include <Mox/Ptr.h>
-#include <VoBgp/ExtCommClassificationListVector.h>
+#include <Mox/Types.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -68,9 +68,10 @@ void sortInPlace(Member* first, Member* last, Before const& before) {
 } // namespace Detail
 
 /// Sorts the members by key and removes duplicates, keeping the first of each key. Allocates
-/// nothing. Guaranteed not to throw.
-template <class Member, class KeyOf = std::identity>
-void commVectorUnify(Mox::CompactVector<Member>& members, KeyOf keyOf = {}) {
+/// nothing. Guaranteed not to throw. `Members` is a `Mox::CompactVector` or a `std::vector`.
+template <class Members, class KeyOf = std::identity>
+void commVectorUnify(Members& members, KeyOf keyOf = {}) {
+    using Member = typename Members::value_type;
     if (commVectorAscends(members, keyOf)) {
         // The usual case: most peers send their communities sorted.
         return;
@@ -80,55 +81,56 @@ void commVectorUnify(Mox::CompactVector<Member>& members, KeyOf keyOf = {}) {
         std::sort(members.begin(), members.end(), before);
     } else {
         // Stable, to keep the object that was appended first.
-        Detail::sortInPlace(members.begin(), members.end(), before);
+        auto* const first = std::to_address(members.begin());
+        Detail::sortInPlace(first, first + members.size(), before);
     }
-    auto* const end =
+    auto const end =
         std::unique(members.begin(), members.end(),
                     [&](Member const& a, Member const& b) { return keyOf(a) == keyOf(b); });
-    members.eraseFrom(end);
+    members.erase(end, members.end());
 }
 
 /// Returns the first member of a sorted vector whose key is not less than `key`, or the end.
-template <class Member, class Key, class KeyOf = std::identity>
-Member const* commVectorLowerBound(Mox::CompactVector<Member> const& members, Key const& key,
-                                   KeyOf keyOf = {}) {
-    return std::lower_bound(
-        members.begin(), members.end(), key,
-        [&](Member const& member, Key const& wanted) { return keyOf(member) < wanted; });
+template <class Members, class Key, class KeyOf = std::identity>
+auto commVectorLowerBound(Members const& members, Key const& key, KeyOf keyOf = {}) {
+    return std::lower_bound(members.begin(), members.end(), key,
+                            [&](typename Members::value_type const& member, Key const& wanted) {
+                                return keyOf(member) < wanted;
+                            });
 }
 
 // ---- Vectors of interned communities ------------------------------------------------------------
 
-// Communities of eight octets or of twenty. `extCommKey(comm)`, defined beside each kind of list,
+// Vectors of `Mox::PtrConst` to communities of eight octets or of twenty; `Vector` is a
+// `Mox::CompactVector` or a `std::vector`. `extCommKey(comm)`, defined beside each kind of list,
 // returns the key that its communities are sorted by.
 
 /// Appends a community. REQUIRES: it is interned (asserted). `ExtCommVectorSort()` sorts.
-template <class Comm>
-[[gnu::always_inline]] inline void
-ExtCommVectorAdd(Mox::PtrConst<Comm> comm, Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
+template <class Vector>
+[[gnu::always_inline]] inline void ExtCommVectorAdd(typename Vector::value_type comm,
+                                                    Vector& vector) {
     MOX_ASSERT_TEXT(comm != nullptr, "__null != comm");
     MOX_ASSERT_TEXT(comm->dedupState() != Kel::dedupHandleStateNeverDeduped(),
                     "__null == ( comm ) || ( comm )->dedupState() != "
                     "Kel::dedupHandleStateNeverDeduped()");
-    vector.pushBack(std::move(comm));
+    vector.push_back(std::move(comm));
 }
 
 /// Sorts the communities by their octets, removes duplicates, keeping the first, and frees unused
 /// memory. On `std::bad_alloc` no distinct community is lost, and it may be called again.
-template <class Comm>
-void ExtCommVectorSort(Mox::CompactVector<Mox::PtrConst<Comm>>& vector) {
-    commVectorUnify(vector, [](Mox::PtrConst<Comm> const& comm) { return extCommKey(*comm); });
-    vector.shrinkToFit();
+template <class Vector>
+void ExtCommVectorSort(Vector& vector) {
+    commVectorUnify(vector, [](auto const& comm) { return extCommKey(*comm); });
+    vector.shrink_to_fit();
 }
 
 /// Returns the community with those octets, or null. REQUIRES: the vector is sorted (asserted).
-template <class Comm, class Key>
-Mox::PtrConst<Comm> ExtCommVectorLookup(bool commVectorSorted,
-                                        Mox::CompactVector<Mox::PtrConst<Comm>> const& vector,
-                                        Key const& community) {
+template <class Vector, class Key>
+typename Vector::value_type ExtCommVectorLookup(bool commVectorSorted, Vector const& vector,
+                                                Key const& community) {
     MOX_ASSERT(commVectorSorted);
-    auto const* const found = commVectorLowerBound(
-        vector, community, [](Mox::PtrConst<Comm> const& comm) { return extCommKey(*comm); });
+    auto const found =
+        commVectorLowerBound(vector, community, [](auto const& comm) { return extCommKey(*comm); });
     if (found == vector.end()) {
         return nullptr;
     }
@@ -140,14 +142,19 @@ Mox::PtrConst<Comm> ExtCommVectorLookup(bool commVectorSorted,
     return nullptr;
 }
 
-/// Puts a classification list into the slot of its class, replacing the current one. REQUIRES: it
-/// is not null (asserted).
-template <class ClassificationList>
-void ExtCommListClassificationListIs(
-    ClassificationListVector<ClassificationList>& vector,
-    typename ClassificationListVector<ClassificationList>::ListPtr const& list) {
+/// Puts a classification list into the slot of its class, replacing the current one, and adds null
+/// slots up to it if it is beyond the last. `Vector` is a `ClassificationListVector` or a
+/// `std::vector`. REQUIRES: the list is not null (asserted).
+template <class Vector>
+void ExtCommListClassificationListIs(Vector& vector, typename Vector::value_type const& list) {
     MOX_ASSERT_TEXT(list != nullptr, "__null != list");
-    vector.slotIs(list->classification(), list);
+    auto const slot = static_cast<Mox::U32>(list->classification());
+    if constexpr (requires { vector.slotIs(slot, list); }) {
+        vector.slotIs(slot, list);
+    } else {
+        vector.resize(std::max<std::size_t>(vector.size(), slot + 1));
+        vector[slot] = list;
+    }
 }
 
 } // namespace Routing::Bgp

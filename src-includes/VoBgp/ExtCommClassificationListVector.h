@@ -22,6 +22,7 @@ template <class ClassificationList>
 class ClassificationListVector {
   public:
     using ListPtr = Mox::PtrConst<ClassificationList>;
+    using value_type = ListPtr;
 
     /// More slots than there are classes.
     static constexpr U32 maximumSlots = 16;

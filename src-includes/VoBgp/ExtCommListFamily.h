@@ -135,7 +135,7 @@ class ExtCommMembers : public Handle {
     void fillSorted(std::span<std::byte const> octets, Load const& load) {
         commVector_.fit(static_cast<U32>(octets.size() / Family::memberOctets), octets.size());
         for (std::size_t at = 0; at < octets.size(); at += Family::memberOctets) {
-            commVector_.pushBack(load(octets.data() + at));
+            commVector_.push_back(load(octets.data() + at));
         }
         std::memcpy(commVector_.tail(), octets.data(), octets.size());
         commVectorSorted_ = true;
@@ -146,7 +146,7 @@ class ExtCommMembers : public Handle {
     void fillSorted(std::span<Comm const* const> members) {
         commVector_.fit(static_cast<U32>(members.size()), 0);
         for (auto const* const member : members) {
-            commVector_.pushBack(CommPtr(member));
+            commVector_.push_back(CommPtr(member));
         }
         commVectorSorted_ = true;
     }

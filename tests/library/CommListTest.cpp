@@ -37,15 +37,15 @@ TEST(CompactVector, IsUnchangedIfAllocationFails) {
     Mox::CompactVector<CommList::Ptr> vector;
     vector.reserve(8);
     vector.resize(7);
-    vector.pushBack(object);
+    vector.push_back(object);
     auto const* const place = vector.data();
     {
         FailingAllocations const failing(0);
-        EXPECT_THROW(vector.pushBack(object), std::bad_alloc);
+        EXPECT_THROW(vector.push_back(object), std::bad_alloc);
         EXPECT_THROW(vector.append(vector), std::bad_alloc);
         EXPECT_THROW(vector.resize(9), std::bad_alloc);
         EXPECT_THROW(vector.reserve(9), std::bad_alloc);
-        vector.shrinkToFit(); // full: no effect
+        vector.shrink_to_fit(); // full: no effect
     }
     EXPECT_EQ(vector.data(), place);
     EXPECT_EQ(vector.size(), 8U);

@@ -322,7 +322,7 @@ TEST(CommListVector, SortingKeepsTheFirstOfEqualMembersAndAllocatesNothing) {
         std::map<U32, U32> first;
         for (U32 place = 0; place < size; ++place) {
             auto const key = static_cast<U32>(random() % size);
-            members.pushBack(std::make_unique<Member>(Member{key, place}));
+            members.push_back(std::make_unique<Member>(Member{key, place}));
             first.try_emplace(key, place);
         }
         auto const before = allocationsSoFar();
@@ -457,6 +457,25 @@ TEST_P(ExtCommLists, HitsAllocateOnlyTheListAndItsArrays) {
     auto const before = allocationsSoFar();
     EXPECT_EQ(intern({rt1, rt2, color, color}), list);
     EXPECT_LE(allocationsSoFar() - before, 3U) << "list, members, classification lists";
+}
+
+TEST_P(ExtCommLists, SortVectorsOfAgents) {
+    std::vector<ExtComm::PtrConst> vector;
+    for (auto const value : {soo, rt2, color, rt1, rt2}) {
+        ExtCommVectorAdd(comm(value), vector);
+    }
+    ExtCommVectorSort(vector);
+    EXPECT_EQ(vector, (std::vector{comm(rt1), comm(rt2), comm(soo), comm(color)}));
+    EXPECT_EQ(ExtCommVectorLookup(true, vector, rt2), comm(rt2));
+    EXPECT_EQ(ExtCommVectorLookup(true, vector, bandwidth), nullptr);
+    std::vector<ExtCommClassificationList::PtrConst> lists;
+    auto const list = intern({rt1, soo});
+    auto const origins = list->classificationList(extCommClassificationRouteOrigin);
+    ExtCommListClassificationListIs(lists, origins);
+    EXPECT_EQ(lists.size(), extCommClassificationRouteOrigin + 1U);
+    auto const targets = list->classificationList(extCommClassificationRouteTarget);
+    ExtCommListClassificationListIs(lists, targets);
+    EXPECT_EQ(lists, (std::vector<ExtCommClassificationList::PtrConst>{nullptr, targets, origins}));
 }
 
 TEST_P(ExtCommLists, CanBeAppendedToThemselves) {
