@@ -1,12 +1,14 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -447,6 +449,29 @@ TEST(ProgramTest, ReportsOutputErrors) {
     Descriptor const full("/dev/full", O_WRONLY);
     EXPECT_EQ(finish(start({"decode"}, inFd.fd(), full.fd(), errFd.fd())), 3);
     EXPECT_NE(contentOf(err.path()).find("standard output: "), std::string::npos);
+}
+
+TEST(ProgramTest, ReportsALimitOnTheSizeOfFiles) {
+    std::string input;
+    for (int count = 0; count < 100; ++count) {
+        input += target + "\n";
+    }
+    std::string const store = testing::TempDir() + "limited-store";
+    for (Arguments const& arguments :
+         {Arguments{"decode"}, Arguments{"stash", "--out", store, sample("rib.mrt.gz")}}) {
+        TemporaryFile const in(input), out(""), err("");
+        Descriptor const inFd(in.path(), O_RDONLY), outFd(out.path(), O_WRONLY),
+            errFd(err.path(), O_WRONLY);
+        rlimit before{};
+        ::getrlimit(RLIMIT_FSIZE, &before);
+        rlimit const limit = {500, before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        pid_t const pid = start(arguments, inFd.fd(), outFd.fd(), errFd.fd());
+        ::setrlimit(RLIMIT_FSIZE, &before);
+        EXPECT_EQ(finish(pid), 3);
+        EXPECT_NE(contentOf(err.path()).find(": File too large"), std::string::npos);
+    }
+    EXPECT_FALSE(std::filesystem::exists(store) || std::filesystem::exists(store + ".new"));
 }
 
 } // namespace

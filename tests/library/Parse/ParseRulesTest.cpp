@@ -294,6 +294,27 @@ TEST(ParseRules, ARemovedRuleIsDestroyedAndItsTypeParsedAsPlain) {
     EXPECT_EQ(rule->parseExtendedCommunityIp6({})->fwkType().name(), "Routing::Bgp::ExtCommIp6");
 }
 
+/// Claims one subtype.
+class OwnTypeRule final : public BgpParseExtendedCommunityTypeRuleBase {
+  public:
+    OwnTypeRule(BgpParseExtCommControl const& control, BgpExtCommPktType type)
+      : BgpParseExtendedCommunityTypeRuleBase(control, type) {}
+    ExtComm::PtrConst inhale(ExtCommContent const& content) const override {
+        return content.subtypeOctet() == 0x06 ? color(content) : nullptr;
+    }
+};
+
+TEST(ParseRules, AnAgentsTypeRuleReplacesTheRuleOfThatType) {
+    BareTree const tree;
+    auto const own = Mox::makeActive<OwnTypeRule>(tree.control, extCommPktTypeTransOpaque);
+    tree.rule->typeRuleIs(own);
+    EXPECT_EQ(tree.rule->typeRule(extCommPktTypeTransOpaque), own);
+    EXPECT_EQ(tree.rule->typeRules(), 11u);
+    EXPECT_EQ(classOf(tree, 0x0306'0000'0000'0001), extCommClassificationColor);
+    EXPECT_EQ(classOf(tree, 0x0301'0000'0000'0001), extCommClassificationUnSpecified);
+    EXPECT_EQ(classOf(tree, 0x4306'0000'0000'0001), extCommClassificationUnSpecified);
+}
+
 // ---- Dispatch -----------------------------------------------------------------------------------
 
 class Ip6SubRule final : public BgpParseExtCommIp6SubTypeTransRuleBase {

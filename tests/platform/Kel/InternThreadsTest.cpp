@@ -63,6 +63,7 @@ TEST_F(InternThreads, ChangesByTheNotifieeAreVisibleToOtherThreads) {
     std::map<DedupHandle const*, Mox::Ptr<Notifier>> notifiers;
     auto const observer = observe();
     observer->onInsert = [&](DedupHandle::Ptr const& handle) {
+        std::this_thread::yield();
         notifiers[handle.get()] = Mox::makeActive<Notifier>(handle);
     };
     observer->onRemove = [&](DedupHandle* handle) { notifiers.erase(handle); };

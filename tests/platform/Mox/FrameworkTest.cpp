@@ -346,6 +346,8 @@ TEST(Collections, KeyedHashesOfSequencesSpreadWhateverTheSecret) {
     std::mt19937_64 random(1);
     for (int i = 0; i < 300; ++i) {
         Mox::Detail::HashSecret const secret{random(), random() | 1};
+        EXPECT_NE(Mox::keyedHash(1, secret), Mox::keyedHash(1, {random(), secret.factor}));
+        EXPECT_NE(Mox::keyedHash(1, secret), Mox::keyedHash(1, {secret.word, random() | 1}));
         for (unsigned const shift : {0U, 8U, 16U, 32U, 44U}) {
             std::vector<int> buckets(1U << bucketBits);
             for (U64 number = 0; number < 4 << bucketBits; ++number) {

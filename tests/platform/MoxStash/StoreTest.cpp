@@ -2,6 +2,7 @@
 #include "support/StoreFolder.h"
 
 #include "support/Allocations.h"
+#include "support/Expectations.h"
 
 #include <MoxStash/StoreException.h>
 #include <MoxStash/StoreFormat.h>
@@ -70,6 +71,20 @@ TEST(Store, StoresEqualRecordsOnceAndFindsThemByName) {
     EXPECT_TRUE(manager.isCurrent());
 }
 
+TEST(StoreDeathTest, ContractsAreAsserted) {
+    StoreWriter writer;
+    auto const* const two = writer.recordIs(kindNumbers, std::array<U64, 2>{1, 2});
+    auto const words = writer.image(1);
+    StoreManager const manager("memory", std::as_bytes(std::span(words)));
+    auto const record = manager.translate(two, kindNumbers);
+    std::array<U64, 2> numbers{};
+    expectAssertions({
+        {"word: Assertion", [&] { record.word(2); }},
+        {"copyOctets: Assertion", [&] { record.copy(1, numbers.data(), 2); }},
+        {"rootIs: Assertion", [&] { writer.rootIs("a", storedAddress(1 << 20)); }},
+    });
+}
+
 // ---- Publishing and attaching -------------------------------------------------------------------
 
 INSTANTIATE_TEST_SUITE_P(Place, StorePlaces, testing::Bool(), storePlaceName);
@@ -135,6 +150,31 @@ TEST(StoreSegment, RefusesAGenerationThatWasNotBegunBeforehand) {
     publish(store, 1);
     wordIs(folder.fileOf(store), 8 * Format::begunWord, 0);
     EXPECT_THROW(StoreManager{store}, StoreException);
+}
+
+TEST(StoreSegment, RefusesStoresOutsideOfIt) {
+    StoreFolder const folder;
+    auto const store = folder.store(true);
+    struct {
+        std::size_t offset;
+        U64 value;
+        char const* reason;
+    } const rows[] = {
+        {8 * Format::currentWord, 0, "no store has been published yet"},
+        {8 * Format::currentWord, 4096 + 8, "outside the segment"},
+        {8 * Format::currentWord, U64{1} << 40, "outside the segment"},
+        {4096 + offsetof(Format::StoreHeader, octets), U64{1} << 40, "wrong store size"},
+    };
+    for (auto const& row : rows) {
+        removeStore(store);
+        publish(store, 1);
+        wordIs(folder.fileOf(store), row.offset, row.value);
+        auto const reason = refusalOf([&] { StoreManager const manager(store); }).reason();
+        EXPECT_NE(reason.find(row.reason), std::string::npos) << reason;
+    }
+    fs::resize_file(folder.fileOf(store), 32);
+    EXPECT_EQ(refusalOf([&] { StoreManager const manager(store); }).reason(),
+              "too short for a segment header");
 }
 
 /// Stores that just fit before the current one, and stores that are slightly too large.
@@ -355,6 +395,14 @@ TEST(StoreDamage, IsDetectedInHeaderAndRecordsOnAttaching) {
               "size is not a multiple of 8 octets");
 }
 
+/// Replaces the root of sound() by one with that body.
+void rootIs(Words& words, std::initializer_list<U64> body) {
+    auto at = words.begin() + rootAt / 8;
+    *at++ = (1 + body.size()) << 32 | kindRoot;
+    at = std::copy(body.begin(), body.end(), at);
+    *at = U64{3 - body.size()} << 32 | kindNumbers; // the rest
+}
+
 TEST(StoreDamage, IsDetectedInReferencesOnReading) {
     constexpr auto longName = U64{1} << 63;
     Damage const rows[] = {
@@ -370,6 +418,9 @@ TEST(StoreDamage, IsDetectedInReferencesOnReading) {
          "record kind is 116, expected 1"},
         {"name too long", [](Words& w) { w[rootAt / 8 + 2] = 9; }, rootAt + 16, "name"},
         {"name far too long", [](Words& w) { w[rootAt / 8 + 2] = longName; }, rootAt + 16, "name"},
+        {"no name", [](Words& w) { rootIs(w, {recordAt}); }, rootAt + 8, "no name"},
+        {"name of 2^64 octets", [](Words& w) { rootIs(w, {recordAt, ~U64{0}}); }, rootAt + 16,
+         "name"},
         {"name too short", [](Words& w) { w[rootAt / 8 + 2] = 0; }, rootAt + 16, "name"},
         {"octets behind a name", [](Words& w) { w[rootAt / 8 + 3] |= U64{1} << 63; }, rootAt + 24,
          "not zero"},
@@ -456,7 +507,7 @@ TEST_P(StorePlaces, DetectTruncationUnderAReader) {
 
 /// Several threads attach to stores that are replaced and to files that are truncated.
 TEST(StoreThreads, ReadStoresThatAreReplacedAndTruncated) {
-    StoreFolder const folder;
+    StoreFolder const folder("/dev/shm/"); // in memory, for speed
     std::atomic<int> read = 0, cut = 0;
     auto const work = [&](int thread) {
         auto const own = folder.path() + "/cut-" + std::to_string(thread);
