@@ -34,6 +34,7 @@ inline std::string text(std::span<Route const> routes) {
             out += std::to_string(route.pathId) + "@";
         }
         appendText(out, route);
+        out += route.family.safi == safiMulticast ? "(multicast)" : "";
     }
     return out;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -105,6 +106,18 @@ TEST(BmpReaderTest, ReadsEveryTypeAndView) {
     Read const whole = read(contentOf(sample("session.bmp")));
     EXPECT_EQ(whole.lines, sampleLines);
     EXPECT_EQ(whole.fault, "");
+}
+
+TEST(BmpReaderTest, TakesOnlyAnUpdateOfNothingAsEndOfRib) {
+    std::string const none = attribute(15, hex("0002 01"));
+    for (auto const& [octets, isEnd] :
+         std::vector<std::pair<std::string, bool>>{{update(none), true},
+                                                   {update(attribute(1, u8(0)) + none), false},
+                                                   {update("", hex("18 c0")), false}}) {
+        std::string const session = bmp(3, bmpPeerUp()) + bmp(0, bmpPeer() + octets);
+        std::string const lines = testing::PrintToString(read(session).lines);
+        EXPECT_EQ(lines.find(" end of ") != std::string::npos, isEnd) << lines;
+    }
 }
 
 /// A session truncated at any octet yields its complete messages, and no fault.

@@ -339,6 +339,7 @@ TEST(ReadCommandTest, FiltersSelectRoutes) {
         {{"--covers", "10.8.200.1"}, "vpn"},
         {{"--covers", "10.4.7.0/24"}, "4"},
         {{"--covers", "2001:db8::1"}, "ipv6"},
+        {{"--covers", "a04::1"}, ""}, // begins as 10.4.0.0/16
         {{"--family", "ipv4"}, "1 2 3 4 5 6 7 vpn"},
         {{"--family", "IPv4 unicast", "--prefix", "10.6.0.0/15"}, "6 7"},
         {{"--family=VPNv4", "--family", "2/1"}, "vpn ipv6"},

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "input/IntegerTypes.h"
+#include "support/Allocations.h"
 #include "support/RecordedRoutes.h"
 
 namespace BgpCommunities {
@@ -46,7 +46,7 @@ TEST(MalformedRecordsTest, CountsReportsAndSkipsMalformedParts) {
     auto const with = [&](std::string const& attributes) {
         return as4Record(update(good + attributes, hex("18 c00002")));
     };
-    std::string const twice = attribute(15, hex("000101")) + attribute(15, hex("000101"));
+    std::string const twice = attribute(15, hex("000101")) + attribute(15, hex("000101 18 c63364"));
     std::vector<Row> const rows = {
         {"no microseconds", inRecord, record(bgp4mpEt, 4, "xyz"), none,
          "record too short for its peer"},
@@ -134,14 +134,8 @@ TEST(MalformedRecordsTest, ReadsEntriesWithoutPeersAndReportsThemOnce) {
     EXPECT_EQ(recorder.problems, Lines{"1@0: no peer index table before the record"});
 }
 
-std::size_t peakKilobytes() {
-    rusage usage = {};
-    getrusage(RUSAGE_SELF, &usage);
-    return static_cast<std::size_t>(usage.ru_maxrss);
-}
-
 TEST(MalformedRecordsTest, AllocatesNothingForLengthsBeyondTheInput) {
-    std::size_t const before = peakKilobytes();
+    auto const before = octetsAllocatedSoFar();
     Recorder recorder;
     for (U32 const claim : {maxRibOctets, 0xffffffffU}) {
         for (std::size_t const octets : {12U, 100000U}) {
@@ -162,7 +156,21 @@ TEST(MalformedRecordsTest, AllocatesNothingForLengthsBeyondTheInput) {
     EXPECT_EQ(reader.counts().records, 2U);
     EXPECT_EQ(reader.counts().brokenRecords, 1U);
     EXPECT_EQ(recorder.lines, Lines{"192.0.2.1 AS65536 + -"});
-    EXPECT_LT(peakKilobytes() - before, 8U * 1024);
+    EXPECT_LT(octetsAllocatedSoFar() - before, 8U << 20);
+}
+
+TEST(MalformedRecordsTest, KeepsTheMemoryOfALargeRecordNoLongerThanIt) {
+    std::string const small = as4Record(update(""));
+    std::string const large =
+        record(tableDumpV2, 2, u32(0) + hex("00 0000") + std::string(4 << 20, 'x'));
+    auto const allocatedFor = [](std::string const& dump) {
+        Recorder recorder;
+        auto const before = octetsAllocatedSoFar();
+        read(peers + dump, recorder);
+        return octetsAllocatedSoFar() - before;
+    };
+    EXPECT_GT(allocatedFor(large + small + large), allocatedFor(large + small) + large.size())
+        << "the second one used memory that was still there";
 }
 
 TEST(MalformedRecordsTest, ReadsRecordsUpToTheLongestOfTheirType) {

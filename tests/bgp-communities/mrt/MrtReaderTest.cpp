@@ -88,9 +88,9 @@ TEST(MrtReaderTest, ReadsEveryTableDumpSubtype) {
         {tableDump, 3, "", {}},
         {tableDumpV2, 0, "", {}},
         {tableDumpV2, 2, v4 + entries, both("192.0.2.0/24")},
-        {tableDumpV2, 3, v4 + entries, both("192.0.2.0/24")},
+        {tableDumpV2, 3, v4 + entries, both("192.0.2.0/24(multicast)")},
         {tableDumpV2, 4, v6 + entries, both("2001:db8::/32")},
-        {tableDumpV2, 5, v6 + entries, both("2001:db8::/32")},
+        {tableDumpV2, 5, v6 + entries, both("2001:db8::/32(multicast)")},
         {tableDumpV2, 6, vpn + entries, both("64496:1:192.0.2.0/24")},
         {tableDumpV2, 6, u32(0) + hex("0019 46 03 02 aabb") + entries, both("25/70:0302aabb")},
         {tableDumpV2, 6, u32(0) + hex("0001 84 60 0000fbf0 0002fbf000000064") + entries,
@@ -102,9 +102,9 @@ TEST(MrtReaderTest, ReadsEveryTableDumpSubtype) {
         {tableDumpV2, 6, u32(0) + hex("0001 f0 aabb") + entries, {}},
         {tableDumpV2, 7, "", {}},
         {tableDumpV2, 8, v4 + pathEntries, paths("192.0.2.0/24")},
-        {tableDumpV2, 9, v4 + pathEntries, paths("192.0.2.0/24")},
+        {tableDumpV2, 9, v4 + pathEntries, paths("192.0.2.0/24(multicast)")},
         {tableDumpV2, 10, v6 + pathEntries, paths("2001:db8::/32")},
-        {tableDumpV2, 11, v6 + pathEntries, paths("2001:db8::/32")},
+        {tableDumpV2, 11, v6 + pathEntries, paths("2001:db8::/32(multicast)")},
         {tableDumpV2, 12, vpn + pathEntries, paths("64496:1:192.0.2.0/24")},
         {tableDumpV2, 13, "", {}},
         {48, 0, "", {}}, // IS-IS
@@ -119,6 +119,21 @@ TEST(MrtReaderTest, ReadsEveryTableDumpSubtype) {
         EXPECT_EQ(counts.ribEntries, row.lines.size());
         EXPECT_EQ(counts.skippedRecords, row.lines.empty() ? 1U : 0U);
     }
+}
+
+/// The last record begins in the first 64 KiB of the dump and ends after them.
+TEST(MrtReaderTest, ReadsRecordsOnBothSidesOfABufferEnd) {
+    std::string dump;
+    Lines lines;
+    while (dump.size() <= std::size_t{64} << 10) {
+        std::string const number = std::to_string(lines.size() % 256);
+        dump += as4Record(update("", hex("18 0a00") + u8(lines.size())));
+        lines.push_back("192.0.2.1 AS65536 +10.0." + number + ".0/24 -");
+    }
+    Recorder recorder;
+    EXPECT_EQ(read(dump, recorder).truncatedOctets, 0U);
+    EXPECT_EQ(recorder.lines, lines);
+    EXPECT_EQ(recorder.problems, Lines());
 }
 
 TEST(MrtReaderTest, DeliversRoutesAndCommunitiesOfAnUpdate) {

@@ -1,5 +1,6 @@
 #include "wire/IpAddress.h"
 
+#include <array>
 #include <random>
 #include <string>
 
@@ -35,6 +36,7 @@ TEST(IpAddressTest, PrintsLikeTheSystemAndRoundTrips) {
     appendText(mapped, readIpAddress("::FFFF:c000:201"));
     EXPECT_EQ(mapped, "::ffff:192.0.2.1");
     EXPECT_EQ(readIpAddress("192.0.2").size, 0);
+    EXPECT_EQ(ipAddress(std::array<U8, 5>{}).size, 0);
 }
 
 } // namespace

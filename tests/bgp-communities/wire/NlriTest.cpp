@@ -22,7 +22,7 @@ TEST(NlriTest, ParsesAndPrintsRoutes) {
         char const* fault;
     };
 
-    NlriForm const v4 = {ipv4Unicast}, v4Paths = {ipv4Unicast, true}, v6 = {{2, 2}};
+    NlriForm const v4 = {ipv4Unicast}, v4Paths = {ipv4Unicast, true}, v6 = {{2, 1}};
     NlriForm const label = {{1, 4}}, labelGone = {{1, 4}, false, true};
     NlriForm const vpn4 = {{1, 128}}, vpn6 = {{2, 128}}, evpn = {{25, 70}}, rtc = {{1, 132}};
     char const* const pastEnd = "truncated prefix in NLRI";
@@ -51,6 +51,17 @@ TEST(NlriTest, ParsesAndPrintsRoutes) {
          "f003 aabbcc  02 0101",
          "1/133:f003aabbcc 1/133:020101",
          ""},
+        {"FlowSpec, more octets than there are",
+         {{1, 133}},
+         "f100 aa",
+         "",
+         "truncated route in NLRI"},
+        {"BGP-LS VPN",
+         {{16388, 72}},
+         "0001 0002 aabb  0003 0000",
+         "16388/72:00010002aabb 16388/72:00030000",
+         ""},
+        {"unicast, but not IP", {{25, 1}}, "18 c00002", "25/1:18c00002", ""},
         {"EVPN, a segment", evpn, "01 19 0000fbf000000001 00010203040506070809 00000007 000101",
          "64496:1:[1]:[7]:[00:01:02:03:04:05:06:07:08:09]", ""},
         {"EVPN, MAC", evpn,
@@ -82,15 +93,18 @@ TEST(NlriTest, ParsesAndPrintsRoutes) {
          "25/70:02210000fbf00000000100000000000000000000000000002000005e00530100000101 "
          "25/70:05220000fbf000000001000000000000000000000000000021c0000200cb007101000101",
          ""},
+        {"EVPN, an octet too many", evpn,
+         "0418 0000fbf000000001 00000000000000000000 20 c0000201 00",
+         "25/70:04180000fbf0000000010000000000000000000020c000020100", ""},
         {"truncated EVPN route", evpn, "0100 0302aa", "25/70:0100", "truncated route in NLRI"},
         {"truncated prefix", v4, "18 c00002  18 c000", "192.0.2.0/24", pastEnd},
         {"truncated path identifier", v4Paths, "000000", "", pastEnd},
-        {"IPv4 /33", v4, "21 c000020000", "", tooLong},
+        {"IPv4 /33, and another", v4, "21 c000020000 00", "", tooLong},
         {"IPv6 /129", v6, "81 20010db8 00000000 00000000 00000000 00", "", tooLong},
         {"no room for a label", label, "10 0001", "", noLabels},
         {"labels past the bits", label, "14 000101", "", noLabels},
         {"labels without a bottom", label, "30 000100 c00002", "", noLabels},
-        {"no room for the distinguisher", vpn4, "30 000101 c00002", "", noRd},
+        {"no room for the distinguisher", vpn4, "50 000101 0000fbf0000000", "", noRd},
     };
     for (Row const& row : rows) {
         SCOPED_TRACE(row.name);
@@ -99,6 +113,13 @@ TEST(NlriTest, ParsesAndPrintsRoutes) {
         std::vector<Route> routes;
         EXPECT_EQ(readRoutes(exact, row.form, routes), row.fault);
         EXPECT_EQ(text(std::span<Route const>(routes)), row.routes);
+        OctetReader in(exact);
+        Route same; // for all
+        for (Route const& route : routes) {
+            EXPECT_EQ(readRoute(in, row.form, same), "");
+            EXPECT_EQ(text(std::span(&same, 1)), text(std::span(&route, 1)));
+            EXPECT_EQ(same.trailingBits, row.name == std::string_view("bits beyond the prefix"));
+        }
     }
 }
 

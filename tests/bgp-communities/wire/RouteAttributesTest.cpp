@@ -74,6 +74,9 @@ TEST(RouteAttributesTest, MergesAndPrintsAsPaths) {
               hex("0301 fde9 0102 fbf1 fbf2 0202 5ba0 5ba0"),
               attribute(17, hex("0301 0000fde9 0202 00010000 00010001")),
               "(65001) {64497,64498} 65536 65537 | 65537"},
+             {"a set of AS4_PATH counts as 1", two, hex("0202 5ba0 5ba0"),
+              attribute(17, hex("0201 00010000 0102 00010001 00010002")),
+              "65536 {65537,65538} | -"},
              {"truncated", two, hex("0203 fbf0 5ba0"), "", "truncated AS path segment"},
              {"unknown segment", two, hex("0501 fbf0"), "", "unknown AS path segment type"},
              {"empty segment", two, hex("0200"), "", "empty AS path segment"},
@@ -149,8 +152,8 @@ TEST(RouteAttributesTest, ListsMalformedAttributes) {
     EXPECT_TRUE(read.faults().empty()) << "only the first of a type is used";
 
     std::string const bad = attribute(1, u8(3)) + attribute(2, u8(2)) + attribute(3, u8(0)) +
-                            attribute(4, "") + attribute(5, u16(1)) + attribute(14, u16(1)) +
-                            hex("c0 63 04 0001");
+                            attribute(4, u32(7) + u8(0)) + attribute(5, u16(1)) +
+                            attribute(14, u16(1)) + hex("c0 63 04 0001");
     RouteAttributes const faulty({octetsOf(bad), AsWidth::four});
     EXPECT_FALSE(faulty.origin() || faulty.asPath() || faulty.med() || faulty.localPref());
     EXPECT_EQ(faulty.nextHop(Route()).size, 0);

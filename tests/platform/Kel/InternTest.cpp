@@ -2,10 +2,13 @@
 #include "support/Allocations.h"
 #include "support/Expectations.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <map>
 #include <new>
+#include <set>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -132,6 +135,26 @@ TEST_P(Intern, TablesGetIdsThatAreFree) {
     EXPECT_EQ(lookup(*table, 1), held);
     held = nullptr;
     EXPECT_EQ(table->size(), 0U);
+}
+
+/// 40 octets do not divide the chunks that cells are carved from.
+TEST(HandleMemory, CellsOfAnEndedThreadAreUsedAgainAndDoNotOverlap) {
+    PointerMode const mode(true);
+    static constexpr std::size_t octets = 40;
+    std::set<void*> known;
+    for (int round = 0; round < 3; ++round) {
+        std::thread([&] {
+            std::vector<void*> cells(8192);
+            for (auto& cell : cells) {
+                cell = Kel::HandleMemory::allocate(octets);
+                std::memset(cell, 0xff, octets); // beyond a chunk, malloc() would notice
+                known.insert(cell);
+            }
+            std::for_each(cells.begin(), cells.end(),
+                          [](void* cell) { Kel::HandleMemory::free(cell, octets); });
+        }).join();
+    }
+    EXPECT_LT(known.size(), 8192U + 64);
 }
 
 TEST_P(Intern, DestructorsRunWithoutLocks) {

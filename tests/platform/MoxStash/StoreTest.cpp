@@ -419,8 +419,11 @@ TEST(StoreDamage, IsDetectedInReferencesOnReading) {
         {"name too long", [](Words& w) { w[rootAt / 8 + 2] = 9; }, rootAt + 16, "name"},
         {"name far too long", [](Words& w) { w[rootAt / 8 + 2] = longName; }, rootAt + 16, "name"},
         {"no name", [](Words& w) { rootIs(w, {recordAt}); }, rootAt + 8, "no name"},
-        {"name of 2^64 octets", [](Words& w) { rootIs(w, {recordAt, ~U64{0}}); }, rootAt + 16,
-         "name"},
+        {"name of 2^64 octets",
+         [](Words& w) {
+             rootIs(w, {recordAt, ~U64{0}});
+         },
+         rootAt + 16, "name"},
         {"name too short", [](Words& w) { w[rootAt / 8 + 2] = 0; }, rootAt + 16, "name"},
         {"octets behind a name", [](Words& w) { w[rootAt / 8 + 3] |= U64{1} << 63; }, rootAt + 24,
          "not zero"},
