@@ -199,6 +199,18 @@ TEST(BmpReaderTest, ReadsEveryPeerTypeUnderEveryFlags) {
     }
 }
 
+TEST(BmpReaderTest, RefusesPeersBeyondItsLimit) {
+    Trace trace;
+    BmpReader reader(trace);
+    BmpStream stream(4096);
+    for (std::size_t number = 0; number <= BmpReader::maxPeers; ++number) {
+        std::string const body = bmpPeerUp().replace(6, 4, u32(number)); // the distinguisher
+        stream.add(octetsOf(bmp(3, body)), [&](BmpMessage const& each) { reader.read(each); });
+    }
+    EXPECT_EQ(reader.peers(), BmpReader::maxPeers);
+    EXPECT_EQ(trace.lines.back(), "! BMP message of type 3: too many peers");
+}
+
 TEST(BmpReaderTest, ReportsFaults) {
     struct Row {
         char const* name;
@@ -209,8 +221,11 @@ TEST(BmpReaderTest, ReportsFaults) {
 
     std::string const problem = "! BMP message of type ";
     std::string const locRib = "\x03" + bmpPeer().substr(1);
-    std::string const addPathOpen =
-        message(1, hex("04 fbf0 005a c0000201 08 0206 4504 0001 01 03")); // RFC 7911
+    // 1: receives path identifiers, 2: sends them, 3: both (RFC 7911).
+    auto const openWith = [](unsigned int mode) {
+        return message(1, hex("04 fbf0 005a c0000201 08 0206 4504 0001 01") + u8(mode));
+    };
+    std::string const addPathOpen = openWith(3);
     std::string const system = bmp(4, bmpTlv(2, "a"));
     std::string const up = "adjRibInPre 192.0.2.1 AS64496 up, to 192.0.2.254";
     for (Row const& row : std::vector<Row>{
@@ -224,6 +239,10 @@ TEST(BmpReaderTest, ReportsFaults) {
               "\x03" + u32(4097) + u8(0),
               {},
               "BMP message of 4097 octets, at most 4096 are accepted"},
+             {"of the greatest length",
+              bmp(4, bmpTlv(2, std::string(4086, 'a'))),
+              {"system " + std::string(4086, 'a')},
+              ""},
              {"unknown peer type",
               bmp(0, "\x04" + bmpPeer().substr(1)),
               {problem + "0: unknown peer type"},
@@ -243,6 +262,10 @@ TEST(BmpReaderTest, ReportsFaults) {
              {"down, never up",
               bmp(2, bmpPeer() + u8(3)),
               {problem + "2: peer down for a peer that is not up"},
+              ""},
+             {"down for an unknown reason",
+              bmp(3, bmpPeerUp()) + bmp(2, bmpPeer() + u8(7)),
+              {up, "adjRibInPre 192.0.2.1 AS64496 down: unknown reason"},
               ""},
              {"routes, never up",
               bmp(0, bmpPeer() + update("", prefixNear)),
@@ -283,6 +306,20 @@ TEST(BmpReaderTest, ReportsFaults) {
                "adjRibInPre 192.0.2.1 AS64496 +0.0.0.0/0#1",
                "adjRibInPost 192.0.2.1 AS64496 +203.0.113.0/25",
                "adjRibInPre 192.0.2.1 AS64496 +203.0.113.0/24#2"},
+              ""},
+             {"path identifiers that the peer sends",
+              bmp(3, bmpPeer() + std::string(20, '\0') + openWith(1) + openWith(2)) +
+                  bmp(0, bmpPeer() + update("", hex("00000001 00"))),
+              {"adjRibInPre 192.0.2.1 AS64496 up, to 0.0.0.0",
+               "adjRibInPre 192.0.2.1 AS64496 +0.0.0.0/0#1"},
+              ""},
+             {"path identifiers in the session before",
+              bmp(3, bmpPeer() + std::string(20, '\0') + addPathOpen + addPathOpen) +
+                  bmp(0, bmpPeer() + update("", hex("00000001 00"))) + bmp(3, bmpPeerUp()) +
+                  bmp(0, bmpPeer() + update("", prefixNear)),
+              {"adjRibInPre 192.0.2.1 AS64496 up, to 0.0.0.0",
+               "adjRibInPre 192.0.2.1 AS64496 +0.0.0.0/0#1", up,
+               "adjRibInPre 192.0.2.1 AS64496 +192.0.2.0/24"},
               ""},
              {"down, without its NOTIFICATION",
               bmp(3, bmpPeerUp()) + bmp(2, bmpPeer() + u8(3)),

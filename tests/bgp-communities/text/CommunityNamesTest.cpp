@@ -170,6 +170,7 @@ TEST(CommunityNamesTest, ParsesPatterns) {
                                     "color:red",
                                     "mac-mobility:zzz",
                                     "encap:vxlam",
+                                    "encap:vxla",
                                     "traffic-action:rate",
                                     "default-gateway:1",
                                     "0x123",

@@ -49,6 +49,12 @@ TEST(Store, StoresEqualRecordsOnceAndFindsThemByName) {
     EXPECT_EQ((std::set<void const*>{one, two, other, none}.size()), 4U);
     EXPECT_EQ(writer.octets(), octets);
     EXPECT_EQ(writer.records(), 4U);
+    StoreWriter many;
+    for (U32 number = 0; number < 1000; ++number) {
+        many.recordIs(kindNumbers + 1 + number, std::array<U64, 3>{1, 2, 3});
+        many.recordIs(kindNumbers, std::array<U64, 3>{1, 2, number});
+    }
+    EXPECT_EQ(many.records(), 2000U);
     auto const* const table =
         writer.tableIs(std::array<StoredEntry, 3>{{{one, 7}, {none, 8}, {one, 9}}});
     std::string const longName(1000, 'n');
@@ -312,6 +318,27 @@ TEST(StorePlace, InvalidNamesAreRefused) {
         EXPECT_EQ(refusalOf([&] { publish(store, 1); }).store(), store);
         EXPECT_EQ(refusalOf([&] { StoreManager const manager(store); }).store(), store);
     }
+    ::mkfifo((folder.path() + "/pipe").c_str(), 0666);
+    EXPECT_EQ(refusalOf([&] { StoreManager(folder.path() + "/pipe"); }).reason(),
+              "not a regular file");
+    EXPECT_EQ(refusalOf([&] { StoreManager(folder.path() + "/file"); }).reason(),
+              "too short for a store");
+}
+
+TEST(StoreFile, Generation1FollowsTheLargestAndNone) {
+    StoreFolder const folder;
+    auto const store = folder.store(false);
+    StoreWriter writer;
+    put(writer, 1, 1);
+    auto const words = writer.image(~U64{0});
+    std::ofstream(store, std::ios::binary)
+        .write(reinterpret_cast<char const*>(words.data()), std::ssize(words) * 8);
+    EXPECT_EQ(StoreManager(store).versionAnchor(), ~U64{0});
+    EXPECT_EQ(publish(store, 2), 1U);
+    fs::resize_file(store, 32);
+    EXPECT_EQ(publish(store, 3), 1U) << "after a part of a header";
+    std::ofstream(store, std::ios::binary) << std::string(100, '\0');
+    EXPECT_EQ(publish(store, 4), 1U) << "in place of zeros, which a crash may leave";
 }
 
 // ---- Damage -------------------------------------------------------------------------------------
