@@ -1,5 +1,6 @@
 #include "input/OctetCache.h"
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -64,6 +65,16 @@ TEST(OctetCacheTest, ComputesRepeatedValuesOnceInBoundedMemory) {
     EXPECT_EQ(find(1, 10), 1U);
     EXPECT_EQ(allocationsSoFar(), allocations);
     EXPECT_EQ(made, 1U);
+}
+
+TEST(OctetCacheTest, IsEmptiedOnlyWhenItIsFull) {
+    OctetCache<Counted> cache;
+    for (U32 number = 0; number < 60000; ++number) {
+        std::array<U8, 3> const key = {static_cast<U8>(number), static_cast<U8>(number >> 8),
+                                       static_cast<U8>(number >> 16)};
+        cache.find(key, [](Counted& value) { value.sizeIs(1000); });
+        ASSERT_TRUE(number < 20000 || Counted::held > 3000000) << number;
+    }
 }
 
 } // namespace

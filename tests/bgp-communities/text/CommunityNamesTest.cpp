@@ -213,7 +213,8 @@ TEST(DictionaryTest, ReadsLinesAndReportsMalformedOnes) {
                              "64496:y,another letter\n"
                              "64496,no field\n"
                              "64496:1:2:3,too many\n"
-                             "rt:64496:1:2,too many\n",
+                             "rt:64496:1:2,too many\n"
+                             "64496:nnnnnnnnnnn,more digits than any number has\n",
                              ".txt");
     Dictionary dictionary;
     std::string complaints;
@@ -221,7 +222,7 @@ TEST(DictionaryTest, ReadsLinesAndReportsMalformedOnes) {
         std::size_t const line = reason.find("line ") + 5;
         complaints += reason.substr(line, reason.find(':', line) - line) + " ";
     });
-    EXPECT_EQ(complaints, "10 11 12 13 14 15 16 17 ");
+    EXPECT_EQ(complaints, "10 11 12 13 14 15 16 17 18 ");
 
     struct Row {
         CommunityKind kind;
@@ -238,6 +239,7 @@ TEST(DictionaryTest, ReadsLinesAndReportsMalformedOnes) {
              {standard, "fbf0001f", ""},
              {standard, "fbf0005b", "nine and more"},
              {standard, "fbf00009", ""},
+             {extended, "0102000100000007", ""},
              {large, "0000fbf0 00000001 0000ffff", "not to this AS"},
              {large, "0000fbf0 00000002 0000ffff", ""},
              {extended, "0202000100000007", "VPN blue"},

@@ -39,8 +39,9 @@ TEST(JsonWriterTest, WritesValidStrings) {
         {"a\nb\tc\0d\x7f"sv, R"("a\u000ab\u0009c\u0000d\u007f")"},
         {"Z\xc3\xbcrich \xe2\x82\xac \xf0\x9f\x98\x80",
          "\"Z\xc3\xbcrich \xe2\x82\xac \xf0\x9f\x98\x80\""},
-        {"\xfc\x62"sv, R"("\u00fcb")"},                          // not UTF-8
-        {"\xe2\x82"sv, R"("\u00e2\u0082")"},                     // truncated
+        {"\xfc\x62"sv, R"("\u00fcb")"},      // not UTF-8
+        {"\xe2\x82"sv, R"("\u00e2\u0082")"}, // truncated
+        {"\xc3\xbc"sv.substr(0, 1), R"("\u00c3")"},
         {"\xe2\x82x"sv, R"("\u00e2\u0082x")"},                   // interrupted
         {"\xc0\xaf"sv, R"("\u00c0\u00af")"},                     // overlong
         {"\xed\xa0\x80"sv, R"("\u00ed\u00a0\u0080")"},           // half a surrogate pair

@@ -34,6 +34,7 @@ struct Interposed {
     std::function<void(std::string const&)> onCall; // on every call
     std::function<void(int)> onAllocate;            // after a segment's memory is reserved
     std::function<void()> onOpen;                   // on opening a file or a segment
+    std::function<void(int)> onStat;                // before the status of an open file is read
     int failingSync = -1;                           // the index of the call that fails
     ::ino_t foreignFile = 0;                        // reported as owned by another user
 };
@@ -179,8 +180,15 @@ TEST_P(StorePublisher, ChangesNothingIfAllocationFails) {
 
 TEST_P(FilePublisher, SyncsTheFileBeforeAndTheFolderAfterRenaming) {
     std::vector<std::string> order;
-    calls.onCall = [&](std::string const& call) { order.push_back(call); };
-    publish(store, 1);
+    calls.onCall = [&](std::string const& call) {
+        order.push_back(call);
+        if (call.starts_with("rename")) {
+            EXPECT_EQ(statusOf(aside).st_mode & 0777U, 0600U);
+        }
+    };
+    StoreWriter writer;
+    put(writer, 1, 1);
+    publishStore(writer, store, 0600);
     std::vector<std::string> const wanted = {
         "fsync " + aside + " of " + std::to_string(fs::file_size(file)),
         "rename " + aside + " " + file, "fsync " + folder.path() + " of folder"};
@@ -192,6 +200,27 @@ TEST_P(FilePublisher, SyncsTheFileBeforeAndTheFolderAfterRenaming) {
     EXPECT_EQ(namesIn(folder.path()), std::vector<std::string>{"store"});
     calls.failingSync = 1;
     EXPECT_EQ(publish(store, 3), 2U) << "it was replaced";
+}
+
+TEST_P(SegmentPublisher, CreatesASegmentAgainThatIsRemovedOnceItIsOpen) {
+    publish(store, 1);
+    calls.onStat = [this](int fd) {
+        if (fs::read_symlink("/proc/self/fd/" + std::to_string(fd)) == file) {
+            fs::remove(file);
+            calls.onStat = nullptr;
+        }
+    };
+    EXPECT_EQ(publish(store, 2), 1U);
+    calls.onStat = nullptr;
+    EXPECT_EQ(numberIn(StoreManager(store)), 2U);
+    int const fd = ::open(lock.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(::flock(fd, LOCK_EX), 0);
+    removeStore(store);
+    EXPECT_TRUE(fs::exists(lock)) << "a writer holds it";
+    ::close(fd);
+    publish(store, 3);
+    removeStore(store);
+    EXPECT_FALSE(fs::exists(lock));
 }
 
 TEST_P(SegmentPublisher, DetectsTruncation) {
@@ -349,6 +378,9 @@ VOBGP_EXPORT int open(char const* path, int flags, ...) {
 }
 
 VOBGP_EXPORT int fstat(int fd, struct stat* status) noexcept {
+    if (interposed != nullptr && interposed->onStat) {
+        interposed->onStat(fd);
+    }
     int const result = real<int(int, struct stat*)>("fstat")(fd, status);
     if (result == 0 && interposed != nullptr && interposed->foreignFile == status->st_ino) {
         ++status->st_uid;

@@ -108,6 +108,7 @@ TEST_P(StorePlaces, ReadersAttachToTheNewestStoreOfAnySize) {
         ASSERT_TRUE(manager.isCurrent());
     }
     EXPECT_EQ(namesIn(folder.path()).size(), GetParam() ? 0U : 1U) << "leftover files";
+    EXPECT_EQ(contentOf("/proc/self/maps").find(file), std::string::npos) << "still mapped";
 }
 
 TEST_P(StorePlaces, AttachedReadersKeepTheirStoreWhileTheNextIsWritten) {
@@ -181,6 +182,62 @@ TEST(StoreSegment, RefusesStoresOutsideOfIt) {
     fs::resize_file(folder.fileOf(store), 32);
     EXPECT_EQ(refusalOf([&] { StoreManager const manager(store); }).reason(),
               "too short for a segment header");
+}
+
+/// The leftovers of writers that were killed, or of damage: the generation after the one that was
+/// begun is skipped.
+TEST(StoreSegment, WritersTakeOverWhatIsLeft) {
+    StoreFolder const folder;
+    auto const store = folder.store(true);
+    struct {
+        std::size_t offset;
+        U64 value;
+        U64 next;
+    } const rows[] = {
+        {8 * Format::begunWord, 2, 2},
+        {8 * Format::begunWord, 5, 7},
+        {4096 + offsetof(Format::StoreHeader, octets), U64{1} << 40, 3},
+    };
+    for (auto const& row : rows) {
+        removeStore(store);
+        publish(store, 1);
+        wordIs(folder.fileOf(store), row.offset, row.value);
+        EXPECT_EQ(publish(store, 2), row.next);
+        EXPECT_EQ(numberIn(StoreManager(store)), 2U);
+    }
+    removeStore(store);
+    std::ofstream(folder.fileOf(store), std::ios::binary) << std::string(4096, '\0');
+    wordIs(folder.fileOf(store), 8, 1); // the magic number is written last
+    EXPECT_EQ(publish(store, 3), 1U);
+}
+
+/// A reader must learn that its store is overwritten before it reads a word of the next one.
+TEST(StoreSegment, IsBegunBeforeItIsWritten) {
+    constexpr std::size_t words = 70000, area = Format::areaAlignment / 8;
+    StoreFolder const folder;
+    auto const store = folder.store(true);
+    publish(store, 1, words);
+    int const fd = ::open(folder.fileOf(store).c_str(), O_RDONLY | O_CLOEXEC);
+    auto const* const mapped =
+        static_cast<U64 const*>(::mmap(nullptr, 8 * words, PROT_READ, MAP_SHARED, fd, 0));
+    ASSERT_NE(mapped, MAP_FAILED);
+    std::atomic<bool> stopped = false;
+    std::atomic<int> early = 0;
+    std::thread reader([&] {
+        while (!stopped) {
+            auto const written =
+                __atomic_load_n(mapped + area + Format::generationWord, __ATOMIC_ACQUIRE);
+            early += written > Format::loadWord(mapped + Format::begunWord) ? 1 : 0;
+        }
+    });
+    for (U64 number = 0; number < 60; ++number) {
+        publish(store, number, words);
+    }
+    stopped = true;
+    reader.join();
+    EXPECT_EQ(early, 0);
+    ::munmap(const_cast<U64*>(mapped), 8 * words);
+    ::close(fd);
 }
 
 /// Stores that just fit before the current one, and stores that are slightly too large.
