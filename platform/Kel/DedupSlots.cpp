@@ -72,28 +72,39 @@ void SlotArray::put(DedupHandle& handle, U32 placeOfHandle, U8 tag) noexcept {
     buckets()[bucket].put(empty.first(), handle, tag);
 }
 
-/// Empties the slot of an object with that place.
-void SlotArray::remove(std::size_t bucket, unsigned index, U32 placeOfHandle) noexcept {
-    buckets()[bucket].clear(index);
-    for (auto passed = homeOf(placeOfHandle); passed != bucket; passed = next(passed)) {
-        buckets()[passed].passedOverRemoved();
+bool SlotArray::erase(DedupHandle const& handle, U32 placeOfHandle) noexcept {
+    auto const home = homeOf(placeOfHandle);
+    auto& bucket = buckets()[home];
+    auto const index = bucket.indexOf(handle);
+    if (index != SlotBucket::slots) [[likely]] {
+        bucket.clear(index);
+        return true;
     }
+    return SlotBucket::isPassedOver(bucket.control()) && eraseAfter(home, handle);
 }
 
-bool SlotArray::erase(DedupHandle const& handle, U32 placeOfHandle) noexcept {
-    auto bucket = homeOf(placeOfHandle);
-    for (auto left = bucketCount(); left != 0; --left, bucket = next(bucket)) {
-        for (unsigned i = 0; i < SlotBucket::slots; ++i) {
-            if (buckets()[bucket].slot(i) == &handle) {
-                remove(bucket, i, placeOfHandle);
-                return true;
-            }
+/// Removes an object that is not in its bucket.
+bool SlotArray::eraseAfter(std::size_t home, DedupHandle const& handle) noexcept {
+    auto bucket = next(home);
+    for (auto left = bucketCount() - 1; left != 0; --left, bucket = next(bucket)) {
+        auto const index = buckets()[bucket].indexOf(handle);
+        if (index != SlotBucket::slots) {
+            remove(bucket, index, home);
+            return true;
         }
         if (!SlotBucket::isPassedOver(buckets()[bucket].control())) {
             break;
         }
     }
     return false;
+}
+
+/// Empties the slot of an object whose bucket is `home`.
+void SlotArray::remove(std::size_t bucket, unsigned index, std::size_t home) noexcept {
+    buckets()[bucket].clear(index);
+    for (auto passed = home; passed != bucket; passed = next(passed)) {
+        buckets()[passed].passedOverRemoved();
+    }
 }
 
 void SlotArray::moveBucketTo(SlotArray& other, std::size_t index) noexcept {
@@ -103,7 +114,7 @@ void SlotArray::moveBucketTo(SlotArray& other, std::size_t index) noexcept {
             // Insert before erasing, so that a look-up in both arrays rarely misses the entry.
             other.put(*handle, placeOfHandle, buckets()[index].tag(i));
             MOX_SCHEDULING_POINT(moveBucketTo);
-            remove(index, i, placeOfHandle);
+            remove(index, i, homeOf(placeOfHandle));
         }
     }
 }
@@ -166,32 +177,29 @@ SlotArray* DedupSlots::arrayOf(std::size_t buckets) {
 
 void DedupSlots::replaceBy(SlotArray* array) noexcept {
     next_ = 0;
+    // At two thirds, one entry in twenty is not in its own bucket.
+    fullSize_ = 2 * array->capacity() / 3;
+    emptySize_ = array->bucketCount() == 1 ? 0 : (array->capacity() + 7) / 8;
     previous_.store(current(), std::memory_order_release);
     MOX_SCHEDULING_POINT(replaceBy);
     current_.store(SlotArray::Reference(*array), std::memory_order_release);
 }
 
-void DedupSlots::makeRoomForOne() {
-    // At two thirds, one entry in twenty is not in its own bucket.
-    if (3 * (size_ + 1) <= 2 * capacity()) {
-        return;
-    }
+void DedupSlots::grow() {
     auto* const larger = arrayOf(current() == nullptr ? 1 : 2 * current()->bucketCount());
     Change const change(*this);
-    while (previous_.load(std::memory_order_relaxed) != nullptr) {
-        step();
+    while (isMoving()) {
+        move();
     }
     replaceBy(larger);
 }
 
-void DedupSlots::shrinkIfEmpty() noexcept {
-    auto const buckets = current()->bucketCount();
-    if (buckets == 1 || 8 * size_ >= capacity() ||
-        previous_.load(std::memory_order_relaxed) != nullptr) {
+void DedupSlots::shrink() noexcept {
+    if (isMoving()) {
         return;
     }
     try {
-        replaceBy(arrayOf(buckets / 2));
+        replaceBy(arrayOf(current()->bucketCount() / 2));
     } catch (std::bad_alloc const&) {
         // Releases must not fail: keep the larger array.
     }
@@ -199,11 +207,15 @@ void DedupSlots::shrinkIfEmpty() noexcept {
 
 /// The work of one change: moves some entries or releases some memory.
 void DedupSlots::step() noexcept {
-    auto* const from = previous_.load(std::memory_order_relaxed);
-    if (from == nullptr) {
+    if (isMoving()) {
+        move();
+    } else if (spareMemoryLeft_) {
         releaseSpareMemory();
-        return;
     }
+}
+
+void DedupSlots::move() noexcept {
+    auto* const from = previous_.load(std::memory_order_relaxed);
     auto const end = std::min(next_ + bucketsPerStep, from->bucketCount());
     for (; next_ != end; ++next_) {
         from->moveBucketTo(*current(), next_);
@@ -216,9 +228,6 @@ void DedupSlots::step() noexcept {
 }
 
 void DedupSlots::releaseSpareMemory() noexcept {
-    if (!spareMemoryLeft_) {
-        return;
-    }
     for (auto* spare = spares_; spare != nullptr; spare = spare->nextSpare) {
         if (spare->releaseSomeMemory()) {
             return;

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <bit>
 #include <cstddef>
+#include <utility>
 
 namespace Kel {
 
@@ -77,6 +78,16 @@ class alignas(64) SlotBucket {
 
     U64 control() const noexcept { return word(0).load(std::memory_order_acquire); }
     DedupHandle* slot(unsigned index) const noexcept { return slotAt(sizeof(U64) * (1 + index)); }
+
+    /// The index of the slot with that object, or `slots`. Compares all slots, because a branch for
+    /// each of them could not be predicted.
+    unsigned indexOf(DedupHandle const& handle) const noexcept {
+        return [&]<unsigned... index>(std::integer_sequence<unsigned, index...>) {
+            auto const equal = ((static_cast<unsigned>(slot(index) == &handle) << index) | ...);
+            return static_cast<unsigned>(std::countr_zero(equal | 1U << slots));
+        }
+        (std::make_integer_sequence<unsigned, slots>());
+    }
 
     /// The slot of the first match. REQUIRES: there is a match.
     DedupHandle* firstSlot(Matches matches) const noexcept {
@@ -276,7 +287,8 @@ class alignas(SlotBucket) SlotArray {
         return (bucket + 1) & (bucketCount() - 1);
     }
 
-    void remove(std::size_t bucket, unsigned index, U32 place) noexcept;
+    bool eraseAfter(std::size_t home, DedupHandle const& handle) noexcept;
+    void remove(std::size_t bucket, unsigned index, std::size_t home) noexcept;
 
     unsigned const shift_;
     bool const mapped_;
@@ -343,7 +355,11 @@ class DedupSlots {
 
     /// Ensures that the next insert() needs no memory. Throws `std::bad_alloc`; on error, nothing
     /// is changed.
-    void makeRoomForOne();
+    void makeRoomForOne() {
+        if (size_ >= fullSize_) [[unlikely]] {
+            grow();
+        }
+    }
 
     void insert(Placement placement, DedupHandle& handle) noexcept;
 
@@ -392,8 +408,16 @@ class DedupSlots {
 
     SlotArray* arrayOf(std::size_t buckets);
     void replaceBy(SlotArray* array) noexcept;
-    void shrinkIfEmpty() noexcept;
+    void grow();
+    void shrinkIfEmpty() noexcept {
+        if (size_ < emptySize_) [[unlikely]] {
+            shrink();
+        }
+    }
+    void shrink() noexcept;
+    bool isMoving() const noexcept { return previous_.load(std::memory_order_relaxed) != nullptr; }
     void step() noexcept;
+    void move() noexcept;
     void releaseSpareMemory() noexcept;
 
     /// The array for new entries; null before the first one.
@@ -407,6 +431,10 @@ class DedupSlots {
     /// The next bucket of `previous_` to move.
     std::size_t next_ = 0;
     std::size_t size_ = 0;
+    /// With so many entries, the array is replaced by a larger one.
+    std::size_t fullSize_ = 0;
+    /// With fewer, by a smaller one.
+    std::size_t emptySize_ = 0;
 };
 
 } // namespace Kel
