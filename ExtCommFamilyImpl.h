@@ -112,3 +112,21 @@ std::ostream& stream(std::ostream& os, Comm const* comm) {
 }
 
 } // namespace Routing::Bgp::Detail
+
+/// Defines the operations of Kel::DedupHandle for `Comm`, which is interned by its content.
+#define VOBGP_EXT_COMM_HANDLE(Comm, Content)                                                       \
+    U32 Comm::hash() const {                                                                       \
+        return static_cast<U32>(getContent().hash());                                              \
+    }                                                                                              \
+    U64 Comm::placementHash() const {                                                              \
+        return getContent().placementHash();                                                       \
+    }                                                                                              \
+    bool Comm::compare(Kel::DedupHandle const* other) const {                                      \
+        return Detail::HasContent<Comm, Content>(getContent())(*other);                            \
+    }                                                                                              \
+    bool Comm::compareByContent(Kel::DedupContentHandle const& content) const {                    \
+        return content.as<Content>() == getContent();                                              \
+    }                                                                                              \
+    void Comm::formatHandle(std::ostream& os) const {                                              \
+        os << *this;                                                                               \
+    }

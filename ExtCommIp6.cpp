@@ -99,25 +99,7 @@ static_assert(sizeof(ExtCommIp6) == 48 && sizeof(ExtCommIp6Subtyped) == 48);
 
 ExtCommIp6::~ExtCommIp6() = default;
 
-U32 ExtCommIp6::hash() const {
-    return content_.hash();
-}
-
-U64 ExtCommIp6::placementHash() const {
-    return content_.placementHash();
-}
-
-bool ExtCommIp6::compare(Kel::DedupHandle const* other) const {
-    return static_cast<ExtCommIp6 const*>(other)->content_ == content_;
-}
-
-bool ExtCommIp6::compareByContent(Kel::DedupContentHandle const& content) const {
-    return content.as<ExtCommIp6Content>() == content_;
-}
-
-void ExtCommIp6::formatHandle(std::ostream& os) const {
-    os << *this;
-}
+VOBGP_EXT_COMM_HANDLE(ExtCommIp6, ExtCommIp6Content)
 
 ExtCommIp6::PtrConst ExtCommIp6::dedupContent(ExtCommIp6DedupTable const* table,
                                               ExtCommIp6Content const& content) {

@@ -160,25 +160,7 @@ static_assert(sizeof(ExtComm) == 32 && sizeof(ExtCommAsNumber) == 32);
 
 ExtComm::~ExtComm() = default;
 
-U32 ExtComm::hash() const {
-    return static_cast<U32>(extCommContent_.hash());
-}
-
-U64 ExtComm::placementHash() const {
-    return extCommContent_.placementHash();
-}
-
-bool ExtComm::compare(Kel::DedupHandle const* other) const {
-    return static_cast<ExtComm const*>(other)->extCommContent_ == extCommContent_;
-}
-
-bool ExtComm::compareByContent(Kel::DedupContentHandle const& content) const {
-    return content.as<ExtCommContent>() == extCommContent_;
-}
-
-void ExtComm::formatHandle(std::ostream& os) const {
-    os << *this;
-}
+VOBGP_EXT_COMM_HANDLE(ExtComm, ExtCommContent)
 
 ExtComm::PtrConst ExtComm::dedupContent(ExtCommDedupTable const* table,
                                         ExtCommContent const& content) {
