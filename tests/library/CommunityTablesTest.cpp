@@ -41,7 +41,7 @@ U32 word(std::string const& member, std::size_t at) {
 
 // ---- The kinds: decoding, and interning of the members ------------------------------------------
 
-struct Standard {
+struct StandardKind {
     static constexpr std::size_t octets = 4;
     static constexpr char type = 8;
     static auto decode(CommunityTables const& tables, std::string const& value) {
@@ -53,7 +53,7 @@ struct Standard {
     static String serialize(CommList const& list) { return list.serialize(); }
 };
 
-struct Large {
+struct LargeKind {
     static constexpr std::size_t octets = 12;
     static constexpr char type = 32;
     static auto decode(CommunityTables const& tables, std::string const& value) {
@@ -69,7 +69,7 @@ struct Large {
     static String serialize(LargeCommList const& list) { return list.serialize(); }
 };
 
-struct Extended {
+struct ExtendedKind {
     static constexpr std::size_t octets = 8;
     static constexpr char type = 16;
     static auto decode(CommunityTables const& tables, std::string const& value) {
@@ -92,7 +92,7 @@ struct Extended {
     }
 };
 
-struct Ip6 {
+struct Ip6Kind {
     static constexpr std::size_t octets = 20;
     static constexpr char type = 25;
     static auto decode(CommunityTables const& tables, std::string const& value) {
@@ -148,7 +148,7 @@ Verdict expectedVerdict(std::string const& value) {
                : value.size() > 65535 ? Verdict::tooLong
                                       : Verdict::badLength;
     }
-    if constexpr (std::is_same_v<Kind, Extended>) {
+    if constexpr (std::is_same_v<Kind, ExtendedKind>) {
         std::set<std::string> bandwidths, states;
         for (auto const& member : membersOf<Kind>(value)) {
             if (auto const type = integer(member, 0, 2); type == 0x4004 || type == 0x4300) {
@@ -323,73 +323,73 @@ class CommunityTablesIn : public testing::TestWithParam<bool> {
 INSTANTIATE_TEST_SUITE_P(Mode, CommunityTablesIn, bothPointerModes(), pointerModeName);
 
 TEST_P(CommunityTablesIn, DecodingAgreesWithInterningTheMembers) {
-    compareWithInterningMembers<Standard>();
-    compareWithInterningMembers<Large>();
-    compareWithInterningMembers<Extended>();
-    compareWithInterningMembers<Ip6>();
+    compareWithInterningMembers<StandardKind>();
+    compareWithInterningMembers<LargeKind>();
+    compareWithInterningMembers<ExtendedKind>();
+    compareWithInterningMembers<Ip6Kind>();
 }
 
 TEST_P(CommunityTablesIn, ListsOfEveryLengthSerializeWithEverySelection) {
-    serializeEveryLength<Standard>();
-    serializeEveryLength<Large>();
-    serializeEveryLength<Extended>();
-    serializeEveryLength<Ip6>();
+    serializeEveryLength<StandardKind>();
+    serializeEveryLength<LargeKind>();
+    serializeEveryLength<ExtendedKind>();
+    serializeEveryLength<Ip6Kind>();
     EXPECT_EQ(sizes(tables), Sizes{});
 }
 
 TEST_P(CommunityTablesIn, HitsAllocateNothing) {
-    expectNoAllocations<Standard>();
-    expectNoAllocations<Large>();
-    expectNoAllocations<Extended>();
-    expectNoAllocations<Ip6>();
+    expectNoAllocations<StandardKind>();
+    expectNoAllocations<LargeKind>();
+    expectNoAllocations<ExtendedKind>();
+    expectNoAllocations<Ip6Kind>();
 }
 
 TEST_P(CommunityTablesIn, EveryAllocationMayFail) {
-    everyAllocationMayFail<Standard>();
-    everyAllocationMayFail<Large>();
-    everyAllocationMayFail<Extended>();
-    everyAllocationMayFail<Ip6>();
+    everyAllocationMayFail<StandardKind>();
+    everyAllocationMayFail<LargeKind>();
+    everyAllocationMayFail<ExtendedKind>();
+    everyAllocationMayFail<Ip6Kind>();
 }
 
 TEST_P(CommunityTablesIn, EmptyInternedListsAreNotDecoded) {
-    auto const empty = internMembers<Extended>(tables, "");
-    auto const none = internMembers<Standard>(tables, "");
-    EXPECT_EQ(Extended::decode(tables, "").verdict, Verdict::empty);
-    EXPECT_EQ(Standard::decode(tables, "").verdict, Verdict::empty);
+    auto const empty = internMembers<ExtendedKind>(tables, "");
+    auto const none = internMembers<StandardKind>(tables, "");
+    EXPECT_EQ(ExtendedKind::decode(tables, "").verdict, Verdict::empty);
+    EXPECT_EQ(StandardKind::decode(tables, "").verdict, Verdict::empty);
 }
 
 TEST_P(CommunityTablesIn, ListsOfForeignMembersAreDistinct) {
     CommunityTables const others;
-    auto const value = canonical<Extended>(valueOf<Extended>(random, 5));
+    auto const value = canonical<ExtendedKind>(valueOf<ExtendedKind>(random, 5));
     auto const foreign =
-        filled<Extended>(others, value)->dedup(tables.extCommListDedupTable().get());
-    auto const ours = Extended::decode(tables, value).list;
+        filled<ExtendedKind>(others, value)->dedup(tables.extCommListDedupTable().get());
+    auto const ours = ExtendedKind::decode(tables, value).list;
     EXPECT_NE(ours, foreign);
-    EXPECT_EQ((*ours)[0], Extended::member(tables, value.substr(0, 8)));
-    EXPECT_EQ(Extended::decode(tables, value).list, ours);
-    EXPECT_EQ(internMembers<Extended>(tables, value), ours);
+    EXPECT_EQ((*ours)[0], ExtendedKind::member(tables, value.substr(0, 8)));
+    EXPECT_EQ(ExtendedKind::decode(tables, value).list, ours);
+    EXPECT_EQ(internMembers<ExtendedKind>(tables, value), ours);
     // A list that was interned from its members is found as well.
-    auto const other = canonical<Extended>(valueOf<Extended>(random, 6));
-    auto const first = internMembers<Extended>(tables, other);
-    EXPECT_EQ(Extended::decode(tables, other).list, first);
-    EXPECT_EQ(Extended::decode(tables, other).list, first);
+    auto const other = canonical<ExtendedKind>(valueOf<ExtendedKind>(random, 6));
+    auto const first = internMembers<ExtendedKind>(tables, other);
+    EXPECT_EQ(ExtendedKind::decode(tables, other).list, first);
+    EXPECT_EQ(ExtendedKind::decode(tables, other).list, first);
     // So is a list that was split before.
-    auto const third = canonical<Extended>(valueOf<Extended>(random, 7));
-    auto const split = filled<Extended>(tables, third);
+    auto const third = canonical<ExtendedKind>(valueOf<ExtendedKind>(random, 7));
+    auto const split = filled<ExtendedKind>(tables, third);
     split->createClassificationListVector(true);
     auto const whole = split->dedup(tables.extCommListDedupTable().get());
-    EXPECT_EQ(internMembers<Extended>(tables, third), whole);
-    EXPECT_EQ(Extended::decode(tables, third).list, whole);
+    EXPECT_EQ(internMembers<ExtendedKind>(tables, third), whole);
+    EXPECT_EQ(ExtendedKind::decode(tables, third).list, whole);
 }
 
 TEST_P(CommunityTablesIn, ListsOfAnEarlierClassificationTableAreDistinct) {
-    auto const value = canonical<Ip6>(valueOf<Ip6>(random, 5));
-    auto const earlier = Ip6::decode(tables, value).list;
+    auto const value = canonical<Ip6Kind>(valueOf<Ip6Kind>(random, 5));
+    auto const earlier = Ip6Kind::decode(tables, value).list;
     tables.extCommIp6ListDedupTable()->handleInitialized();
-    auto const now = internMembers<Ip6>(tables, value);
+    auto const now = internMembers<Ip6Kind>(tables, value);
     EXPECT_NE(now, earlier);
-    EXPECT_EQ(Ip6::decode(tables, value).list, now);
-    EXPECT_EQ(internMembers<Ip6>(tables, value), now);
+    EXPECT_EQ(Ip6Kind::decode(tables, value).list, now);
+    EXPECT_EQ(internMembers<Ip6Kind>(tables, value), now);
 }
 
 /// Classifies communities of a transitive opaque subtype by their local administrator.
@@ -440,10 +440,10 @@ TEST_P(CommunityTablesIn, RefusesListsThatCannotBeSerialized) {
     };
     for (auto const& row : rows) {
         for (int again = 0; again < 2; ++again) {
-            auto const decoded = Extended::decode(tables, row.value);
+            auto const decoded = ExtendedKind::decode(tables, row.value);
             EXPECT_EQ(decoded.verdict, row.verdict);
             if (decoded) {
-                Extended::serialize(*decoded.list);
+                ExtendedKind::serialize(*decoded.list);
             }
         }
         EXPECT_EQ(sizes(tables), Sizes{});
@@ -456,7 +456,7 @@ TEST(CommunityTablesThreads, HotListsAreInsertedAndRemovedUntilNoneIsLeft) {
     std::mt19937 random(3);
     std::vector<std::string> values;
     for (std::size_t members = 1; members <= 4; ++members) {
-        values.push_back(valueOf<Ip6>(random, 2 * members)); // of 20, 8 and 4 octets each
+        values.push_back(valueOf<Ip6Kind>(random, 2 * members)); // of 20, 8 and 4 octets each
     }
     std::vector<std::thread> threads;
     for (unsigned seed = 0; seed < 4; ++seed) {
@@ -468,13 +468,14 @@ TEST(CommunityTablesThreads, HotListsAreInsertedAndRemovedUntilNoneIsLeft) {
             for (int i = 0; i < 3000; ++i) {
                 auto const& value = values[own() % values.size()];
                 auto& [standard, extended, ip6, large] = held[own() % held.size()];
-                standard = Standard::decode(tables, value).list;
-                extended = own() % 2 == 0 ? internMembers<Extended>(tables, value)
-                                          : Extended::decode(tables, value).list;
-                ip6 = own() % 3 == 0 ? nullptr : Ip6::decode(tables, value).list;
-                large = Large::decode(tables, value.substr(0, value.size() / 12 * 12)).list;
+                standard = StandardKind::decode(tables, value).list;
+                extended = own() % 2 == 0 ? internMembers<ExtendedKind>(tables, value)
+                                          : ExtendedKind::decode(tables, value).list;
+                ip6 = own() % 3 == 0 ? nullptr : Ip6Kind::decode(tables, value).list;
+                large = LargeKind::decode(tables, value.substr(0, value.size() / 12 * 12)).list;
                 ASSERT_TRUE(standard && extended && large);
-                ASSERT_EQ(Extended::decode(tables, canonical<Extended>(value)).list, extended);
+                ASSERT_EQ(ExtendedKind::decode(tables, canonical<ExtendedKind>(value)).list,
+                          extended);
             }
         });
     }

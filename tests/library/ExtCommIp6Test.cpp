@@ -23,14 +23,14 @@ ExtCommIp6Content content(U8 type, U8 subtype, char const* addr, U16 localAdmin)
     return {type, subtype, Mox::strepToValue<Lumo::Ip6Addr>(addr), localAdmin};
 }
 
-ExtCommIp6Content const routeTarget = content(0x00, 0x02, "2001:db8::1", 100);
+ExtCommIp6Content const ip6Target = content(0x00, 0x02, "2001:db8::1", 100);
 
 // ---- The content --------------------------------------------------------------------------------
 
 TEST(ExtCommIp6ContentTest, HashIsTheMixOfTheOctetsWithTheLocalAdministratorLowOctetFirst) {
     std::pair<ExtCommIp6Content, U32> const cases[] = {
         {{}, 0},
-        {routeTarget, 0x96c28a85},
+        {ip6Target, 0x96c28a85},
         {content(0x00, 0x02, "2001:db8::1", 0x0102), 0x041a4f0a},
         {content(0x00, 0x02, "2001:db8::1", 0x0201), 0xbcd7417d},
         {content(0x40, 0x12, "ff02::fb", 0xffff), 0x74be2845},
@@ -49,7 +49,7 @@ TEST(ExtCommIp6ContentTest, OrdersByTypeSubtypeAddressAndLocalAdministrator) {
 }
 
 TEST(ExtCommIp6ContentTest, TextHoldsTypeAndSubtypeAsRawCharactersAndReadsBack) {
-    EXPECT_EQ(valueToStrep(routeTarget), "type=\0;subtype=\x02;addr=2001:db8::1;localAdmin=100"s);
+    EXPECT_EQ(valueToStrep(ip6Target), "type=\0;subtype=\x02;addr=2001:db8::1;localAdmin=100"s);
     for (unsigned octet = 0; octet < 256; ++octet) {
         auto const type = static_cast<U8>(octet);
         expectReadsBack(content(type, static_cast<U8>(~type), "::ffff:192.0.2.1", type));
@@ -87,9 +87,9 @@ TEST(ExtCommIp6Test, Texts) {
         char const* type;
         char const* policy;
     } const rows[] = {
-        {false, routeTarget, "<extCommIp6PktTypeTransIpv6Address addr=2001:db8::1 localAdmin=100>",
+        {false, ip6Target, "<extCommIp6PktTypeTransIpv6Address addr=2001:db8::1 localAdmin=100>",
          "unspecified", "0002-IP6:", "2001:db8::1:100"},
-        {true, routeTarget,
+        {true, ip6Target,
          "<extCommIp6PktTypeTransIpv6Address extCommIp6PktSubtypeRouteTarget addr=2001:db8::1 "
          "localAdmin=100>",
          "extCommIp6PktSubtypeRouteTarget", "0002-IP6:", "2001:db8::1:100"},
@@ -125,12 +125,12 @@ TEST(ExtCommIp6Test, Texts) {
 
 TEST(ExtCommIp6Test, TextIgnoresAndKeepsStreamFlagsAndLocale) {
     OddStream os(std::ios_base::uppercase);
-    os << object(false, routeTarget).get() << static_cast<ExtCommIp6 const*>(nullptr);
+    os << object(false, ip6Target).get() << static_cast<ExtCommIp6 const*>(nullptr);
     EXPECT_EQ(os.str(), "<extCommIp6PktTypeTransIpv6Address addr=2001:db8::1 localAdmin=100>NULL");
 }
 
 TEST(ExtCommIp6DeathTest, SubtypeNamesOfAnotherTypeAssert) {
-    auto const base = object(false, routeTarget);
+    auto const base = object(false, ip6Target);
     auto const nonTransitive = object(true, content(0x40, 0x02, "::", 0));
     expectAssertions({{"Assertion '!pktSubtype().isUnspecified()' failed",
                        [&] { base->pktSubtypeTransIpv6AddressAsString(); }},
@@ -167,16 +167,16 @@ class ExtCommIp6InternTest : public testing::TestWithParam<bool> {
 INSTANTIATE_TEST_SUITE_P(Modes, ExtCommIp6InternTest, bothPointerModes(), pointerModeName);
 
 TEST_P(ExtCommIp6InternTest, TheFirstObjectIsInternedAndHitsCallNoRule) {
-    auto first = intern(extCommIp6Factory(extCommClassificationRouteTarget, routeTarget));
-    EXPECT_EQ(intern(object(true, routeTarget)), first) << "whatever its class";
-    EXPECT_EQ(ExtCommIp6::dedupContent(table_.get(), routeTarget), first);
+    auto first = intern(extCommIp6Factory(extCommClassificationRouteTarget, ip6Target));
+    EXPECT_EQ(intern(object(true, ip6Target)), first) << "whatever its class";
+    EXPECT_EQ(ExtCommIp6::dedupContent(table_.get(), ip6Target), first);
     EXPECT_EQ(table_->dedupHashTable()->isThreadSafe(), GetParam());
     first = nullptr;
     EXPECT_EQ(table_->dedupHashTable()->size(), 0U);
 }
 
 TEST_P(ExtCommIp6InternTest, ContentsThatDifferInOneFieldAreDifferentObjects) {
-    auto const held = intern(object(false, routeTarget));
+    auto const held = intern(object(false, ip6Target));
     for (auto const& c :
          {content(0x40, 0x02, "2001:db8::1", 100), content(0x00, 0x03, "2001:db8::1", 100),
           content(0x00, 0x02, "2001:db8::2", 100), content(0x00, 0x02, "2001:db8::1", 101)}) {
@@ -189,7 +189,7 @@ TEST_P(ExtCommIp6InternTest, ContentsThatDifferInOneFieldAreDifferentObjects) {
 
 TEST_P(ExtCommIp6InternTest, MissesCallTheRuleAndSetTheSubtypeOfAKnownType) {
     std::pair<ExtCommIp6Content, BgpExtCommPktSubtype> const cases[] = {
-        {routeTarget, BgpExtCommPktSubtype(0x02)},
+        {ip6Target, BgpExtCommPktSubtype(0x02)},
         {content(0x40, 0x02, "2001:db8::1", 100), BgpExtCommPktSubtype(0x02)},
         {content(0x01, 0x02, "2001:db8::1", 100), {}},
     };

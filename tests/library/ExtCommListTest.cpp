@@ -29,15 +29,15 @@ using namespace Routing::Bgp;
 using Mox::U64;
 using Serialization = ExtCommList::Serialization;
 
-constexpr U64 rt1 = 0x0002fde800000001;       // RT:65000:1
-constexpr U64 rt2 = 0x0002fde800000002;       // RT:65000:2
-constexpr U64 rtDotted = 0x0102c0000201000a;  // RT:192.0.2.1:10
-constexpr U64 soo = 0x0003fde800000001;       // SoO:65000:1
-constexpr U64 color = 0x030b000000000064;     // color 100
-constexpr U64 bandwidth = 0x4004fde84b3ebc20; // non-transitive, AS 65000
+constexpr U64 rt1 = 0x0002fde800000001;            // RT:65000:1
+constexpr U64 rt2 = 0x0002fde800000002;            // RT:65000:2
+constexpr U64 rtDotted = 0x0102c0000201000a;       // RT:192.0.2.1:10
+constexpr U64 soo = 0x0003fde800000001;            // SoO:65000:1
+constexpr U64 color100 = 0x030b000000000064;       // color 100
+constexpr U64 bandwidth65000 = 0x4004fde84b3ebc20; // non-transitive, AS 65000
 constexpr U64 noAsBandwidth = 0x400400004b3ebc20;
-constexpr U64 validity = 0x4300000000000002; // non-transitive
-constexpr U64 opaque = 0x4301000000000001;   // non-transitive, cost community
+constexpr U64 validity = 0x4300000000000002;      // non-transitive
+constexpr U64 costCommunity = 0x4301000000000001; // non-transitive, cost community
 
 /// Lists of communities parsed by an agent's own rule.
 class ExtCommLists : public testing::TestWithParam<bool> {
@@ -90,7 +90,7 @@ TEST_P(ExtCommLists, InternEqualSetsAndShareClassificationLists) {
     auto const list = intern({soo, rt2, rt1, rt2});
     EXPECT_EQ(list->comms(), 3U);
     EXPECT_EQ(intern({rt1, soo, rt2}), list);
-    auto const other = intern({rt1, color, rt2});
+    auto const other = intern({rt1, color100, rt2});
     EXPECT_NE(other, list);
     auto const rts = list->classificationList(extCommClassificationRouteTarget);
     EXPECT_EQ(other->classificationList(extCommClassificationRouteTarget), rts);
@@ -117,8 +117,8 @@ TEST_P(ExtCommLists, ReportTheirMembers) {
         bool linkBandwidth, unspecifiedAs, originValidation;
     } const rows[] = {
         {{}, 0, false, false, false},
-        {{rt1, rt1, color, opaque}, 2, false, false, false},
-        {{rt1, bandwidth}, 1, true, false, false},
+        {{rt1, rt1, color100, costCommunity}, 2, false, false, false},
+        {{rt1, bandwidth65000}, 1, true, false, false},
         {{noAsBandwidth, validity}, 0, true, true, true},
         {{validity, validity + 1}, 0, false, false, true},
     };
@@ -143,8 +143,8 @@ TEST_P(ExtCommLists, ReportTheirMembers) {
 }
 
 TEST_P(ExtCommLists, SerializeSelectedMembers) {
-    auto const all = intern({bandwidth, rtDotted, validity, rt1, opaque});
-    auto const none = intern({opaque});
+    auto const all = intern({bandwidth65000, rtDotted, validity, rt1, costCommunity});
+    auto const none = intern({costCommunity});
     struct {
         ExtCommList::PtrConst list;
         U32 selection;
@@ -209,7 +209,7 @@ TEST_P(ExtCommLists, PrintAndMatch) {
 }
 
 TEST_P(ExtCommLists, CreateSnapshots) {
-    auto const list = intern({color, rt2, rt1});
+    auto const list = intern({color100, rt2, rt1});
     auto const snapshot = list->commSnapshot();
     EXPECT_EQ(snapshot->comms(), 3U);
     std::vector<ExtCommClassification> classes;
@@ -223,7 +223,7 @@ TEST_P(ExtCommLists, CreateSnapshots) {
     EXPECT_EQ(snapshot->classificationList(extCommClassificationRouteTarget)->comms(), 2U);
 
     auto const part = list->classificationList(extCommClassificationRouteTarget)->commSnapshot();
-    part->commIs(comm(color));
+    part->commIs(comm(color100));
     EXPECT_EQ(part->classification(), extCommClassificationRouteTarget);
     EXPECT_EQ(part->comms(), 3U);
 
@@ -265,7 +265,7 @@ TEST_P(ExtCommLists, SnapshotsNotifyOfEachMapByItsAttributeNumber) {
 }
 
 TEST_P(ExtCommLists, SnapshotsMayBeReleasedWhileInUse) {
-    auto const snapshotOfTwo = [&] { return fill({rt1, color})->commSnapshot(); };
+    auto const snapshotOfTwo = [&] { return fill({rt1, color100})->commSnapshot(); };
     auto snapshot = snapshotOfTwo();
     auto visited = 0;
     snapshot->forEachComm([&](auto const&) {
@@ -293,15 +293,16 @@ TEST_P(ExtCommLists, SnapshotsMayBeReleasedWhileInUse) {
 }
 
 TEST_P(ExtCommLists, ReadingAllocatesNothing) {
-    auto const list = intern({color, rt2, rt1});
+    auto const list = intern({color100, rt2, rt1});
     auto const before = allocationsSoFar();
     EXPECT_TRUE(list->comm(rt1) && !list->comm(soo) &&
-                list->classificationList(extCommClassificationColor)->comm(color));
+                list->classificationList(extCommClassificationColor)->comm(color100));
     EXPECT_EQ(allocationsSoFar(), before);
 }
 
 TEST_P(ExtCommLists, TextsAndOctetsTakeOneAllocationAndThrowIfItFails) {
-    auto const list = intern({rt1, rtDotted, soo, color, bandwidth, validity, opaque});
+    auto const list =
+        intern({rt1, rtDotted, soo, color100, bandwidth65000, validity, costCommunity});
     auto const part = list->classificationList(extCommClassificationRouteTarget);
     auto const whole = [](auto call) { EXPECT_EQ(wholeOrRefused(call), 1); };
     whole([&] { return list->toStrep(); });
@@ -382,9 +383,9 @@ Mox::PtrConst<Own> internOwn(ExtCommDedupTable const& comms, Mox::Ptr<Own> const
 
 TEST_P(ExtCommLists, ListTextsIncludeTextsOfAnAgentsOwnTypes) {
     auto const list = extCommListFactory();
-    list->commIs(internOwn(*comms, Mox::makeActive<OwnShow>(ExtCommContent(color))));
+    list->commIs(internOwn(*comms, Mox::makeActive<OwnShow>(ExtCommContent(color100))));
     list->commIs(internOwn(*comms, Mox::makeActive<OwnPolicy>(extCommClassificationUnSpecified,
-                                                              ExtCommContent(opaque))));
+                                                              ExtCommContent(costCommunity))));
     list->commIs(internOwn(*comms, Mox::makeActive<OwnAsNumber>(ExtCommContent(rt1), false)));
     list->commIs(comm(soo));
     list->commIs(internOwn(*comms, Mox::makeActive<OwnTyped>(extCommClassificationUnSpecified,
@@ -415,7 +416,7 @@ TEST_P(ExtCommLists, ListTextsIncludeTextsOfAnAgentsOwnTypes) {
 
 TEST_P(ExtCommLists, VerdictsAreCachedWhileTheListIsInterned) {
     auto const own = internOwn(*comms, Mox::makeActive<OwnPolicy>(extCommClassificationUnSpecified,
-                                                                  ExtCommContent(opaque)));
+                                                                  ExtCommContent(costCommunity)));
     Routing::RouteMap::PosixRegex const regex("own:4");
     Routing::RouteMap::PosixRegex const other("own:5");
     auto const asked = [&](ExtCommList const& list, Routing::RouteMap::PosixRegex const& by) {
@@ -453,21 +454,21 @@ TEST_P(ExtCommLists, DuplicatesReadLikeTheInternedList) {
 }
 
 TEST_P(ExtCommLists, HitsAllocateOnlyTheListAndItsArrays) {
-    auto const list = intern({color, rt2, rt1});
+    auto const list = intern({color100, rt2, rt1});
     auto const before = allocationsSoFar();
-    EXPECT_EQ(intern({rt1, rt2, color, color}), list);
+    EXPECT_EQ(intern({rt1, rt2, color100, color100}), list);
     EXPECT_LE(allocationsSoFar() - before, 3U) << "list, members, classification lists";
 }
 
 TEST_P(ExtCommLists, SortVectorsOfAgents) {
     std::vector<ExtComm::PtrConst> vector;
-    for (auto const value : {soo, rt2, color, rt1, rt2}) {
+    for (auto const value : {soo, rt2, color100, rt1, rt2}) {
         ExtCommVectorAdd(comm(value), vector);
     }
     ExtCommVectorSort(vector);
-    EXPECT_EQ(vector, (std::vector{comm(rt1), comm(rt2), comm(soo), comm(color)}));
+    EXPECT_EQ(vector, (std::vector{comm(rt1), comm(rt2), comm(soo), comm(color100)}));
     EXPECT_EQ(ExtCommVectorLookup(true, vector, rt2), comm(rt2));
-    EXPECT_EQ(ExtCommVectorLookup(true, vector, bandwidth), nullptr);
+    EXPECT_EQ(ExtCommVectorLookup(true, vector, bandwidth65000), nullptr);
     std::vector<ExtCommClassificationList::PtrConst> lists;
     auto const list = intern({rt1, soo});
     auto const origins = list->classificationList(extCommClassificationRouteOrigin);
@@ -525,7 +526,7 @@ TEST_P(ExtCommListsDeathTest, Contracts) {
     auto const interned = Mox::constPtrCast<ExtCommList>(intern({rt1}));
     auto const part = extCommClassificationListFactory(extCommClassificationColor);
     auto const neverInterned =
-        Mox::makeActive<ExtComm>(extCommClassificationColor, ExtCommContent(color));
+        Mox::makeActive<ExtComm>(extCommClassificationColor, ExtCommContent(color100));
     auto const twice = intern({validity, validity + 1});
     expectAssertions({
         {"'__null != comm'", [&] { unsorted->commIs(nullptr); }},
@@ -547,7 +548,7 @@ TEST_P(ExtCommListsDeathTest, Contracts) {
          [&] { (void)unsorted->classificationList(extCommClassificationColor); }},
         {"ExtCommList.cpp:#: dedup: Assertion 'comms() <= 1'",
          [&] {
-             (void)intern({bandwidth, noAsBandwidth});
+             (void)intern({bandwidth65000, noAsBandwidth});
          }},
         {"'__null == ( _classificationList ) || ( _classificationList )->dedupState() == "
          "Kel::dedupHandleStateNeverDeduped()'",

@@ -18,7 +18,7 @@ using namespace Routing::Bgp;
 constexpr unsigned rtA = 3;
 constexpr unsigned rtB = 13;
 constexpr unsigned rtC = 23;
-constexpr unsigned other = 8;
+constexpr unsigned noTarget = 8;
 
 class RtExtCommLists : public testing::TestWithParam<bool> {
   protected:
@@ -59,7 +59,7 @@ class ReactingObserver : public RtObserver {
 
 TEST_P(RtExtCommLists, AreInTheCollectionWhileReferenced) {
     auto first = list({rtA, rtB});
-    auto second = list({rtB, other, rtA});
+    auto second = list({rtB, noTarget, rtA});
     auto rts = rtsOf(*first);
     auto const notifier = rts->getLifeTimeNotifier();
     EXPECT_EQ(notifier->rtExtCommListRawPtr(), rts.get());
@@ -90,7 +90,7 @@ TEST_P(RtExtCommLists, InternedDirectlyAreInTheCollection) {
 
 TEST_P(RtExtCommLists, AreRemovedWhenNotificationStops) {
     auto const held = list({rtA});
-    auto const heldToo = list({rtB, other});
+    auto const heldToo = list({rtB, noTarget});
     row.table->rtExtCommClassificationListDedupTable()->lifeTimeNotifieeIs(nullptr);
     EXPECT_EQ(row.observer.went, 2);
     EXPECT_EQ(row.collection->rtExtCommLists(), 0U);
@@ -118,7 +118,7 @@ TEST_P(RtExtCommLists, ObserversMayInternAndReleaseLists) {
     ReactingObserver observer(row.collection);
     observer.onCome = [&](auto const& each) {
         if (each->comm(extCommKey(*row.comm(rtA)))) {
-            mine = {list({rtB, other}), list({rtB})};
+            mine = {list({rtB, noTarget}), list({rtB})};
         }
     };
     observer.onGo = [&](auto const&) { auto const dropped = std::exchange(mine, {}); };
@@ -135,7 +135,7 @@ TEST_P(RtExtCommLists, TheTableMayBeDestroyedDuringANotification) {
     ReactingObserver observer(row.collection);
     auto const earlier = list({rtC});
     observer.onCome = [&](auto const&) { row.table = nullptr; };
-    auto const held = list({rtA, other});
+    auto const held = list({rtA, noTarget});
     EXPECT_FALSE(row.table);
     EXPECT_EQ(held->comms(), 2U);
     EXPECT_EQ(held->dedupState(), Kel::dedupHandleStateLeft());
@@ -156,7 +156,7 @@ TEST_P(RtExtCommLists, TheTableMayBeDestroyedDuringANotification) {
 TEST_P(RtExtCommLists, NothingIsLeftOverIfAnObserverThrows) {
     ReactingObserver observer(row.collection);
     observer.onCome = [](auto const&) { throw std::runtime_error("no"); };
-    auto const filled = fill(row, {rtB, other, rtA});
+    auto const filled = fill(row, {rtB, noTarget, rtA});
     EXPECT_THROW((void)filled->dedup(row.table.get()), std::runtime_error);
     EXPECT_EQ(row.classificationLists(), 0U);
     EXPECT_EQ(row.observer.went, 1);
@@ -170,12 +170,12 @@ TEST_P(RtExtCommLists, NothingIsLeftOverIfAnObserverThrows) {
     ASSERT_NO_FATAL_FAILURE(row.check({}));
     observer.onCome = nullptr;
     EXPECT_EQ(filled->dedup(row.table.get()), filled.get());
-    ASSERT_NO_FATAL_FAILURE(expectMembers(row, *filled, {rtA, rtB, other}));
+    ASSERT_NO_FATAL_FAILURE(expectMembers(row, *filled, {rtA, rtB, noTarget}));
     ASSERT_NO_FATAL_FAILURE(row.check({{rtA, rtB}}));
 }
 
 TEST_P(RtExtCommLists, AreDumped) {
-    auto const held = list({rtA, other});
+    auto const held = list({rtA, noTarget});
     EXPECT_EQ(dumpOf(*row.collection, 1),
               " NotifyingRtExtCommListCollection rtExtCommLists #1;\n   rtExtCommList " +
                   rtsOf(*held)->toStrep().str() + "\n");

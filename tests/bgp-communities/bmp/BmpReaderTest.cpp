@@ -66,12 +66,12 @@ class Trace final : public BmpHandler {
     }
 };
 
-struct Read {
+struct Received {
     Lines lines;
     std::string fault;
 };
 
-Read read(std::string const& octets) {
+Received read(std::string const& octets) {
     Trace trace;
     BmpReader reader(trace);
     BmpStream stream(4096);
@@ -103,7 +103,7 @@ Lines const sampleLines = {
 };
 
 TEST(BmpReaderTest, ReadsEveryTypeAndView) {
-    Read const whole = read(contentOf(sample("session.bmp")));
+    Received const whole = read(contentOf(sample("session.bmp")));
     EXPECT_EQ(whole.lines, sampleLines);
     EXPECT_EQ(whole.fault, "");
 }
@@ -124,7 +124,7 @@ TEST(BmpReaderTest, TakesOnlyAnUpdateOfNothingAsEndOfRib) {
 TEST(BmpReaderTest, ReadsCompleteMessages) {
     std::string const octets = contentOf(sample("session.bmp"));
     for (std::size_t size = 0; size < octets.size(); ++size) {
-        Read const part = read(octets.substr(0, size));
+        Received const part = read(octets.substr(0, size));
         ASSERT_EQ(part.fault, "") << size;
         ASSERT_LT(part.lines.size(), sampleLines.size()) << size;
         ASSERT_TRUE(std::equal(part.lines.begin(), part.lines.end(), sampleLines.begin())) << size;
@@ -158,7 +158,7 @@ TEST(BmpReaderTest, ReportsTruncatedBodiesAndContinues) {
              {4, bmpTlv(2, "name"), {{0, ""}, {1, noTlv}}},
              {6, peer + bmpTlv(0, "x"), {{42, ""}, {43, noTlv}}}}) {
         for (std::size_t size = 0; size < row.body.size(); ++size) {
-            Read const part =
+            Received const part =
                 read(bmp(row.type, row.body.substr(0, size)) + bmp(4, bmpTlv(2, "next")));
             auto const lacking = std::find_if(row.parts.rbegin(), row.parts.rend(),
                                               [&](Part const& of) { return size >= of.start; });
@@ -329,7 +329,7 @@ TEST(BmpReaderTest, ReportsFaults) {
                problem + "2: peer down message without a NOTIFICATION"},
               ""},
          }) {
-        Read const result = read(row.octets);
+        Received const result = read(row.octets);
         EXPECT_EQ(result.lines, row.lines) << row.name;
         EXPECT_EQ(result.fault, row.fault) << row.name;
     }

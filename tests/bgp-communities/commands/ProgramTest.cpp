@@ -22,7 +22,7 @@ using namespace Test;
 
 // ---- decode ----
 
-std::string const target = "0002fde800000064";
+std::string const targetDigits = "0002fde800000064";
 std::string const targetToo = "0102c000020100c8";
 std::string const bandwidth = "4004fbf04cee6b28";
 std::string const bandwidthToo = "4004fbf04d6e6b28";
@@ -70,41 +70,42 @@ struct DecodeRow {
 
 std::vector<DecodeRow> decodeRows() {
     std::string const reason = "two different link bandwidths, at most one is allowed";
-    std::string const wholeTarget = target + ": " + target;
+    std::string const wholeTarget = targetDigits + ": " + targetDigits;
     std::string const longest(65528 * 2, '0'), beyond(65536 * 2, '0');
     return {
-        {"one value", {target}, "", {wholeTarget}, 0, ""},
+        {"one value", {targetDigits}, "", {wholeTarget}, 0, ""},
         {"upper case", {"0002FDE800000064"}, "", {wholeTarget}, 0, ""},
         {"members sorted, each once",
-         {bandwidth + target + bandwidth + targetToo + target},
+         {bandwidth + targetDigits + bandwidth + targetToo + targetDigits},
          "",
-         {bandwidth + target + bandwidth + targetToo + target + ": " + target + " " + targetToo +
-          " " + bandwidth},
+         {bandwidth + targetDigits + bandwidth + targetToo + targetDigits + ": " + targetDigits +
+          " " + targetToo + " " + bandwidth},
          0,
          ""},
         {"values in their order, a malformed one among them",
-         {targetToo, "00", "", target},
+         {targetToo, "00", "", targetDigits},
          "",
          {targetToo + ": " + targetToo, "00: ! length 1 is not a multiple of 8",
           ": ! the value is empty", wholeTarget},
          1,
          ""},
         {"two link bandwidths",
-         {bandwidth + target + bandwidthToo},
+         {bandwidth + targetDigits + bandwidthToo},
          "",
-         {bandwidth + target + bandwidthToo + ": ! " + reason},
+         {bandwidth + targetDigits + bandwidthToo + ": ! " + reason},
          1,
          ""},
         {"too long for an attribute",
          {},
-         longest + "\n" + beyond + "\n" + target,
+         longest + "\n" + beyond + "\n" + targetDigits,
          {longest + ": 0000000000000000", beyond + ": ! length 65536 exceeds the maximum of 65535",
           wholeTarget},
          1,
          ""},
         {"lines of all forms, the last one without an end",
          {"--type", "16"},
-         target + "\r\n16\t" + target + "\n16\t" + target + "\tanywhere\tat all\n" + target,
+         targetDigits + "\r\n16\t" + targetDigits + "\n16\t" + targetDigits +
+             "\tanywhere\tat all\n" + targetDigits,
          {wholeTarget, wholeTarget, wholeTarget, wholeTarget},
          0,
          ""},
@@ -117,22 +118,27 @@ std::vector<DecodeRow> decodeRows() {
         {"no input", {}, "", {}, 0, ""},
         {"dashes between values",
          {targetToo, "-", bandwidth},
-         target,
+         targetDigits,
          {targetToo + ": " + targetToo, wholeTarget, bandwidth + ": " + bandwidth},
          0,
          ""},
-        {"odd digits", {}, "000\n" + target, {wholeTarget}, 1, "line 1: an odd number"},
-        {"no digits", {}, target + "\n0x\n" + target, {wholeTarget, wholeTarget}, 1, "line 2: not"},
+        {"odd digits", {}, "000\n" + targetDigits, {wholeTarget}, 1, "line 1: an odd number"},
+        {"no digits",
+         {},
+         targetDigits + "\n0x\n" + targetDigits,
+         {wholeTarget, wholeTarget},
+         1,
+         "line 2: not"},
         {"no such type",
          {},
-         "17\t00\n" + target,
+         "17\t00\n" + targetDigits,
          {wholeTarget},
          1,
          "line 1: expected attribute type"},
         {"no type", {}, "\t00\n", {}, 1, "line 1: expected attribute type"},
         {"a line that never ends",
          {},
-         std::string(3000000, '0') + "\n" + target,
+         std::string(3000000, '0') + "\n" + targetDigits,
          {wholeTarget},
          1,
          "line 1: line too long"},
@@ -261,8 +267,8 @@ TEST(ProgramTest, DecodesEveryKind) {
 
 TEST(ProgramTest, FormsListEveryTextAndSelection) {
     std::string const states = "43000000000000004300000000000001";
-    Result const result = run(
-        {"decode", "--json", "--forms", target + bandwidth, target + states, "0202000100000005"});
+    Result const result = run({"decode", "--json", "--forms", targetDigits + bandwidth,
+                               targetDigits + states, "0202000100000005"});
     Lines const lines = linesOf(result.out);
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_TRUE(
@@ -323,7 +329,7 @@ TEST(ProgramTest, AnswersEachLineOfAPipeAtOnce) {
     pid_t const pid = start({"decode", "--json"}, in.fd(), out.fd(), STDERR_FILENO);
     in.close();
     out.close();
-    std::string const line = target + "\n";
+    std::string const line = targetDigits + "\n";
     for (int turn = 0; turn < 3; ++turn) {
         ASSERT_EQ(::write(question.fd(), line.data(), line.size()),
                   static_cast<ssize_t>(line.size()));
@@ -335,7 +341,7 @@ TEST(ProgramTest, AnswersEachLineOfAPipeAtOnce) {
             ASSERT_EQ(::read(answer.fd(), &character, 1), 1);
             got += character;
         }
-        EXPECT_TRUE(got.find(target) != std::string::npos) << got;
+        EXPECT_TRUE(got.find(targetDigits) != std::string::npos) << got;
     }
     question.close();
     EXPECT_EQ(finish(pid), 0);
@@ -371,16 +377,16 @@ TEST(ProgramTest, ReportsUsageErrorsAndReadsNothing) {
              {{"decipher"}, "\"decipher\""},
              {{"--json"}, "\"--json\""},
              {{"stats", "--type", sample("rib.mrt.gz")}, "--type"},
-             {{"types", target}, "types takes no argument (bgp-communities types --help)"},
+             {{"types", targetDigits}, "types takes no argument (bgp-communities types --help)"},
              {{"help", "decipher"}, "\"decipher\" (bgp-communities --help)"},
-             {{"decode", "--type=7", target}, "--type: expected attribute type"},
-             {{"decode", target, "--type"}, "--type needs a value"},
-             {{"decode", "--json=yes", target}, "--json takes no value"},
-             {{"decode", target, "0002fde80000006"}, "odd"},
-             {{"decode", target, "--", "--json"}, "\"--json\""},
+             {{"decode", "--type=7", targetDigits}, "--type: expected attribute type"},
+             {{"decode", targetDigits, "--type"}, "--type needs a value"},
+             {{"decode", "--json=yes", targetDigits}, "--json takes no value"},
+             {{"decode", targetDigits, "0002fde80000006"}, "odd"},
+             {{"decode", targetDigits, "--", "--json"}, "\"--json\""},
          }) {
         SCOPED_TRACE(row.complaint);
-        Result const result = run(row.arguments, target);
+        Result const result = run(row.arguments, targetDigits);
         EXPECT_EQ(result.status, 2);
         EXPECT_EQ(result.out, "");
         EXPECT_TRUE(result.err.starts_with("bgp-communities: ")) << result.err;
@@ -408,7 +414,7 @@ TEST(ProgramTest, ContinuesAfterAnUnreadableFile) {
               number(run({"stats", "--json", sample("damaged.mrt"), sample("rib.mrt.gz")}).out, "",
                      "records"));
 
-    Result const decode = runWithFile({"decode", "--json", target, "-", targetToo}, folder);
+    Result const decode = runWithFile({"decode", "--json", targetDigits, "-", targetToo}, folder);
     EXPECT_EQ(decode.status, 3);
     EXPECT_EQ(linesOf(decode.out).size(), 2U);
 }
@@ -431,7 +437,7 @@ TEST(ProgramTest, MasksTerminalControlsInNames) {
 TEST(ProgramTest, ClosedOutputPipeIsNotAnError) {
     std::string input;
     for (int count = 0; count < 20000; ++count) {
-        input += target + "\n";
+        input += targetDigits + "\n";
     }
     TemporaryFile const in(input), err("");
     std::array<int, 2> pipe{};
@@ -444,7 +450,7 @@ TEST(ProgramTest, ClosedOutputPipeIsNotAnError) {
 }
 
 TEST(ProgramTest, ReportsOutputErrors) {
-    TemporaryFile const in(target), err("");
+    TemporaryFile const in(targetDigits), err("");
     Descriptor const inFd(in.path(), O_RDONLY), errFd(err.path(), O_WRONLY);
     Descriptor const full("/dev/full", O_WRONLY);
     EXPECT_EQ(finish(start({"decode"}, inFd.fd(), full.fd(), errFd.fd())), 3);
@@ -454,7 +460,7 @@ TEST(ProgramTest, ReportsOutputErrors) {
 TEST(ProgramTest, ReportsALimitOnTheSizeOfFiles) {
     std::string input;
     for (int count = 0; count < 100; ++count) {
-        input += target + "\n";
+        input += targetDigits + "\n";
     }
     std::string const store = testing::TempDir() + "limited-store";
     for (Arguments const& arguments :

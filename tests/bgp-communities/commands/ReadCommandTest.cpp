@@ -15,9 +15,9 @@ using namespace Test;
 
 // ---- Octets ----
 
-std::string const target = hex("0002fde800000064");
-std::string const bandwidth = hex("4004fbf04cee6b28");
-std::string const bandwidthToo = hex("4004fbf04d6e6b28");
+std::string const targetOctets = hex("0002fde800000064");
+std::string const bandwidthOctets = hex("4004fbf04cee6b28");
+std::string const bandwidthOctetsToo = hex("4004fbf04d6e6b28");
 std::string const ip6Target = hex("0002 20010db8000000000000000000000001 0064");
 std::string const large = hex("00010000 00000001 00000002");
 
@@ -141,8 +141,8 @@ std::vector<RouteRow> routeRows() {
         {"no communities", route(1, ""), "IPv4 unicast|10.1.0.0/16|-",
          as4Peer + R"("family":"IPv4 unicast","prefix":"10.1.0.0/16")"},
         {"lists of all kinds, in any order",
-         route(1, attribute(32, large + large) + attribute(16, target + target) + standard() +
-                      attribute(25, ip6Target)),
+         route(1, attribute(32, large + large) + attribute(16, targetOctets + targetOctets) +
+                      standard() + attribute(25, ip6Target)),
          "IPv4 unicast|10.1.0.0/16|-",
          as4Peer + R"("family":"IPv4 unicast","prefix":"10.1.0.0/16")",
          "|" + standardText + "|" + targetText + "|" + ip6Text + "|" + largeText +
@@ -200,9 +200,10 @@ std::string const wellKnownAttributes =
     attribute(3, hex("c0000201")) + attribute(4, u32(7)) + attribute(5, u32(100));
 
 TEST(ReadCommandTest, PrintsEveryPartOfARoute) {
-    std::string const body = peer4 + update(wellKnownAttributes + standard() +
-                                                attribute(16, target) + attribute(25, "short"),
-                                            hex("10 0a01"), hex("08 0b"));
+    std::string const body =
+        peer4 + update(wellKnownAttributes + standard() + attribute(16, targetOctets) +
+                           attribute(25, "short"),
+                       hex("10 0a01"), hex("08 0b"));
     TemporaryFile const file(
         record(17, 4, u32(42) + body) +
         record(
@@ -251,7 +252,7 @@ TEST(ReadCommandTest, PrintsEveryPartOfARoute) {
 }
 
 TEST(ReadCommandTest, PrintsMeaningsFromTheDictionary) {
-    TemporaryFile const file(route(1, standard() + attribute(16, target)));
+    TemporaryFile const file(route(1, standard() + attribute(16, targetOctets)));
     TemporaryFile const words("100:1,a\tcustomer\nrt:65000:100,blue\\\nnonsense\n", ".txt");
     Result const text = run({"read", "--dictionary", words.path(), file.path()});
     EXPECT_EQ(fieldsOf(linesOf(text.out)[0]).back(), "100:1=a?customer; rt:65000:100=blue\\");
@@ -266,10 +267,11 @@ TEST(ReadCommandTest, PrintsMeaningsFromTheDictionary) {
 
 TEST(ReadCommandTest, UsesTheFirstOfDuplicateAttributes) {
     TemporaryFile const file(
-        route(1, attribute(16, target) + attribute(16, bandwidth)) +
-        route(2, attribute(16, "short") + attribute(16, target) + standard()) +
-        route(3, attribute(16, bandwidth + bandwidthToo) + attribute(16, target)) +
-        route(4, attribute(16, "") + attribute(16, target)));
+        route(1, attribute(16, targetOctets) + attribute(16, bandwidthOctets)) +
+        route(2, attribute(16, "short") + attribute(16, targetOctets) + standard()) +
+        route(3,
+              attribute(16, bandwidthOctets + bandwidthOctetsToo) + attribute(16, targetOctets)) +
+        route(4, attribute(16, "") + attribute(16, targetOctets)));
     Result const result = run({"read", file.path()});
     EXPECT_EQ(column(result, 12)[0], targetText);
     EXPECT_EQ(column(result, 12)[1], "!73686f7274 (length 5 is not a multiple of 8)");
@@ -294,10 +296,11 @@ struct FilterRow {
 };
 
 std::string filterDump() {
-    return route(1, "") + route(2, standard()) + route(3, attribute(16, target)) +
+    return route(1, "") + route(2, standard()) + route(3, attribute(16, targetOctets)) +
            route(4, attribute(25, ip6Target)) + route(5, attribute(32, large)) +
-           route(6, standard() + attribute(16, target + bandwidth) + attribute(32, large)) +
-           route(7, attribute(16, bandwidth + target)) +
+           route(6, standard() + attribute(16, targetOctets + bandwidthOctets) +
+                        attribute(32, large)) +
+           route(7, attribute(16, bandwidthOctets + targetOctets)) +
            as4Record(update(reach(1, 128, hex("69 000011 0000fbf000000001 0a0880")))) +
            as4Record(update(reach(2, 1, hex("20 20010db8"))));
 }

@@ -61,9 +61,9 @@ class RecordingPlugin : public BgpParseExtCommPluginBaseSm {
 };
 
 template <class Kind, class Next>
-using EveryHook = typename Kind::template PluginOverride<Kind, Next>;
+using EveryPluginHook = typename Kind::template PluginOverride<Kind, Next>;
 
-class Counter final : public ExtCommChain<ExtCommRuleKinds, EveryHook, RecordingPlugin> {
+class Counter final : public ExtCommChain<ExtCommRuleKinds, EveryPluginHook, RecordingPlugin> {
   public:
     explicit Counter(Registry::PtrConst const& registry)
       : ExtCommChain(registry) {}

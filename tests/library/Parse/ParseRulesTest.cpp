@@ -27,7 +27,7 @@ struct Heard {
     bool operator==(Heard const&) const = default;
 };
 
-class RecordingObserver : public Registry::Notifiee {
+class KeyRecorder : public Registry::Notifiee {
   public:
     using Notifiee::Notifiee;
     std::vector<Heard> heard;
@@ -43,8 +43,8 @@ class RecordingObserver : public Registry::Notifiee {
 };
 
 template <class Each, class Next>
-using EveryHook = typename Each::template NotifieeOverride<Next>;
-using Recorder = ExtCommChain<ExtCommRuleKinds, EveryHook, RecordingObserver>;
+using EveryNotifieeHook = typename Each::template NotifieeOverride<Next>;
+using Recorder = ExtCommChain<ExtCommRuleKinds, EveryNotifieeHook, KeyRecorder>;
 
 /// The tree of rules without any plug-in.
 struct BareTree {
@@ -79,7 +79,7 @@ class SubRule final : public Base {
 using OpaqueSubRule = SubRule<BgpParseExtComSubTypeTransOpaqueRuleBase>;
 
 /// An object that identifies the sub-rule.
-ExtComm::PtrConst color(ExtCommContent const& content) {
+ExtComm::PtrConst newColor(ExtCommContent const& content) {
     return Mox::makeActive<ExtComm>(extCommClassificationColor, content);
 }
 
@@ -234,7 +234,7 @@ TEST(ParseRules, TheLastSubRuleOfASubtypeReplacesTheOthers) {
     auto* const opaque = tree.perTypeRule<OpaqueRule>(extCommPktTypeTransOpaque);
     auto const decline = [](ExtCommContent const&) -> ExtComm::PtrConst { return nullptr; };
     auto const first = Mox::makeActive<OpaqueSubRule>(tree.control, 0x06u, decline);
-    auto const second = Mox::makeActive<OpaqueSubRule>(tree.control, 0x06u, color);
+    auto const second = Mox::makeActive<OpaqueSubRule>(tree.control, 0x06u, newColor);
     opaque->subTypeRuleIs(Mox::makeActive<OpaqueSubRule>(tree.control, 0x0bu, decline));
     opaque->subTypeRuleIs(first);
     opaque->subTypeRuleIs(first);
@@ -258,7 +258,7 @@ TEST(ParseRules, SubRulesAreCalledOnlyForMembersValidOnTheWire) {
     auto* const rule = tree.perTypeRule<TwoOctetAsRule>(extCommPktTypeTransTwoOctetAs);
     // 0x14 has a name for show output only; 0x55 has none; 256 is not an octet.
     for (U32 const subtype : {0x14u, 0x55u, 256u}) {
-        rule->subTypeRuleIs(Mox::makeActive<TwoOctetAsSubRule>(tree.control, subtype, color));
+        rule->subTypeRuleIs(Mox::makeActive<TwoOctetAsSubRule>(tree.control, subtype, newColor));
         EXPECT_TRUE(
             rule->subTypeRuleHas(static_cast<BgpExtCommPktSubtypeTransTwoOctetAs>(subtype)));
     }
@@ -274,7 +274,7 @@ TEST(ParseRules, SubRulesMayReplaceThemselvesDuringACall) {
     opaque->subTypeRuleIs(Mox::makeActive<OpaqueSubRule>(
         tree.control, 0x06u, [=](ExtCommContent const& content) -> ExtComm::PtrConst {
             opaque->subTypeRuleDelAll();
-            return text.size() == 100 ? color(content) : nullptr;
+            return text.size() == 100 ? newColor(content) : nullptr;
         }));
     EXPECT_EQ(classOf(tree, 0x0306'0000'0000'0001), extCommClassificationColor);
     EXPECT_EQ(classOf(tree, 0x0306'0000'0000'0001), extCommClassificationUnSpecified);
@@ -300,7 +300,7 @@ class OwnTypeRule final : public BgpParseExtendedCommunityTypeRuleBase {
     OwnTypeRule(BgpParseExtCommControl const& control, BgpExtCommPktType type)
       : BgpParseExtendedCommunityTypeRuleBase(control, type) {}
     ExtComm::PtrConst inhale(ExtCommContent const& content) const override {
-        return content.subtypeOctet() == 0x06 ? color(content) : nullptr;
+        return content.subtypeOctet() == 0x06 ? newColor(content) : nullptr;
     }
 };
 
@@ -364,7 +364,7 @@ TEST(ParseRules, SubRulesMayReleaseTheirTableAndRule) {
         ->subTypeRuleIs(Mox::makeActive<OpaqueSubRule>(tree.control, 0x06u,
                                                        [drop](ExtCommContent const& content) {
                                                            drop();
-                                                           return color(content);
+                                                           return newColor(content);
                                                        }));
     ExtCommContent const content(0x0306'0000'0000'0001);
     EXPECT_EQ(ExtComm::dedupContent(table.get(), content)->getContent(), content);
@@ -383,7 +383,7 @@ TEST(ParseRules, SubRulesMayBuildAnotherContent) {
     ExtCommContent const built(0x0306'0000'0000'0002);
     tree.perTypeRule<OpaqueRule>(extCommPktTypeTransOpaque)
         ->subTypeRuleIs(Mox::makeActive<OpaqueSubRule>(
-            tree.control, 0x06u, [built](ExtCommContent const&) { return color(built); }));
+            tree.control, 0x06u, [built](ExtCommContent const&) { return newColor(built); }));
     auto const table = extCommDedupTableFactory(tree.rule);
     auto const first = ExtComm::dedupContent(table.get(), ExtCommContent(0x0306'0000'0000'0001));
     EXPECT_EQ(ExtComm::dedupContent(table.get(), built), first);

@@ -333,7 +333,7 @@ TEST_P(Intern, TheTableIsUnchangedIfAnObserverThrows) {
 }
 
 /// A release in another thread waits for the observer of that object, even while it is stopped.
-TEST(InternThreads, ObserversAreStoppedBeforeTheirObjectsAreRemoved) {
+TEST(InternThreadSafe, ObserversAreStoppedBeforeTheirObjectsAreRemoved) {
     PointerMode const mode(true);
     auto const table = Mox::makeCounted<Table>(true);
     auto const observer = Mox::makeActive<Observer>();
