@@ -183,12 +183,14 @@ TEST_P(FilePublisher, SyncsTheFileBeforeAndTheFolderAfterRenaming) {
     calls.onCall = [&](std::string const& call) {
         order.push_back(call);
         if (call.starts_with("rename")) {
-            EXPECT_EQ(statusOf(aside).st_mode & 0777U, 0600U);
+            EXPECT_EQ(statusOf(aside).st_mode & 0777U, 0644U);
         }
     };
     StoreWriter writer;
     put(writer, 1, 1);
-    publishStore(writer, store, 0600);
+    auto const umaskBefore = ::umask(077);
+    publishStore(writer, store, 0644);
+    ::umask(umaskBefore);
     std::vector<std::string> const wanted = {
         "fsync " + aside + " of " + std::to_string(fs::file_size(file)),
         "rename " + aside + " " + file, "fsync " + folder.path() + " of folder"};
