@@ -119,6 +119,20 @@ TEST_P(CountedObjects, StringsShareTheirOctets) {
     EXPECT_EQ(octets.end().offset(), 3U);
 }
 
+TEST(CountedObjects, TheOutermostHoldTakesOverTheLastReference) {
+    std::string log;
+    auto thing = Mox::makeCounted<Thing>(&log);
+    {
+        Mox::ScopedHold const outer(*thing);
+        {
+            Mox::ScopedHold const inner(*thing);
+            thing = nullptr;
+        }
+        EXPECT_EQ(log, "");
+    }
+    EXPECT_EQ(log, " zero destroyed");
+}
+
 TEST(CountedObjectsDeathTest, ContractsAreAsserted) {
     expectAssertions(
         {{"platform/Mox/PtrInterface.cpp:#: ~PtrInterface: Assertion 'no owner is left' failed",
