@@ -165,8 +165,9 @@ TEST(MalformedRecordsTest, KeepsTheMemoryOfALargeRecordNoLongerThanIt) {
         record(tableDumpV2, 2, u32(0) + hex("00 0000") + std::string(4 << 20, 'x'));
     auto const allocatedFor = [](std::string const& dump) {
         Recorder recorder;
+        std::string const whole = peers + dump;
         auto const before = octetsAllocatedSoFar();
-        read(peers + dump, recorder);
+        read(whole, recorder);
         return octetsAllocatedSoFar() - before;
     };
     EXPECT_GT(allocatedFor(large + small + large), allocatedFor(large + small) + large.size())

@@ -210,6 +210,17 @@ TEST_F(Observers, MayUnsubscribeObserversDuringANotification) {
     EXPECT_EQ(log, "a1 c1 c2 ");
 }
 
+TEST_F(Observers, AreAllNotifiedAfterANestedNotification) {
+    RecordingObserver a(*thing, log, 'a');
+    RecordingObserver const b(*thing, log, 'b'), c(*thing, log, 'c');
+    a.then = [&](int) {
+        a.unsubscribe();
+        thing->change(2);
+    };
+    thing->change(1);
+    EXPECT_EQ(log, "a1 b2 c2 b1 c1 ");
+}
+
 TEST_F(Observers, LeaveNothingBehindWhenTheyUnsubscribeDuringANotification) {
     RecordingObserver a(*thing, log, 'a');
     a.then = [&](int) {
