@@ -3,8 +3,7 @@
  *
  * Checks the order of the steps of Kel::DedupTableCore on the word of Mox::CountWord under every
  * interleaving. Each plain load, compare-and-swap, lock and unlock is one step; a compare-and-swap
- * compares with a value loaded some steps before. README.md lists what is not
- * modelled.
+ * compares with a value loaded some steps before. README.md lists what is not modelled.
  *
  * A step that the code marks with MOX_SCHEDULING_POINT has its name here in a comment. The table has
  * one slot for each content; slots.pml has the steps of changes and probes of real slots.
@@ -154,16 +153,16 @@ byte notified;            /* the notifiee that was called last */
 
 #if CONTENTS == 2
 #define contentOf(o) content[o]
-#define madeOf(o, c) content[o] = c
+#define contentIs(o, c) content[o] = c
 #define tableIsEmpty (entry[0] == NONE && entry[1] == NONE)
-#define nothingIsHeard (announcedObject[0] == NONE && announcedObject[1] == NONE)
-#define nothingHeard() atomic { announcedObject[0] = NONE; announcedObject[1] = NONE }
+#define nothingIsAnnounced (announcedObject[0] == NONE && announcedObject[1] == NONE)
+#define clearAnnounced() atomic { announcedObject[0] = NONE; announcedObject[1] = NONE }
 #else
 #define contentOf(o) 0
-#define madeOf(o, c) skip
+#define contentIs(o, c) skip
 #define tableIsEmpty (entry[0] == NONE)
-#define nothingIsHeard (announcedObject[0] == NONE)
-#define nothingHeard() announcedObject[0] = NONE
+#define nothingIsAnnounced (announcedObject[0] == NONE)
+#define clearAnnounced() announcedObject[0] = NONE
 #endif
 
 /* ---- Locks ------------------------------------------------------------------------------------ */
@@ -385,7 +384,7 @@ inline notifieeIsAgain() {
 }
 
 inline handleNotificationStop() {
-    nothingHeard();
+    clearAnnounced();
 #ifdef RETURNS
     if
     :: tableReferences != 0 -> notifieeIsAgain()
@@ -571,7 +570,7 @@ inline startNotification() {
     notifying = _pid
 }
 
-/* A notifiee leaves, or registers another one. */
+/* A notifiee unregisters itself, or registers another one. */
 inline leaveNotifiee() {
     if
     :: notifieeIs(0)
@@ -1027,7 +1026,7 @@ proctype Interner(byte first) {
 #endif
               life[own] = ALIVE;
               word[own] = 1;
-              madeOf(own, want);
+              contentIs(own, want);
               ownsObject = 1
           };
           /* An object whose handleInsert threw may be interned again. */
@@ -1168,7 +1167,7 @@ init {
     };
     finished == PROCESSES;
     /* Only notifiers may still hold objects. */
-    assert(tableIsEmpty && nothingIsHeard);
+    assert(tableIsEmpty && nothingIsAnnounced);
 #ifndef TABLE_DIES
     hasTable = 1;
     tableReferences = 1;

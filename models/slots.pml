@@ -47,7 +47,6 @@ bit isSpare[ARRAYS];
 byte next;  /* the next bucket of `previous` to move */
 byte size;
 
-
 /* DedupSlots::changes_, as a flag, so that the count cannot wrap around. */
 bit changing;
 bit unchanged;
@@ -173,27 +172,27 @@ inline assertConsistent() {
     at = NONE
 }
 
-/* DedupSlots::arrayOf: `larger` is a spare array, a new one, or NONE if there is no memory. */
+/* DedupSlots::arrayOf: `replacement` is a spare array, a new one, or NONE if there is no memory. */
 inline arrayOf(n) {
     atomic {
         if
-        :: isSpare[arrayOfSize(n, 0)] -> larger = arrayOfSize(n, 0)
+        :: isSpare[arrayOfSize(n, 0)] -> replacement = arrayOfSize(n, 0)
         :: else ->
            if
-           :: isSpare[arrayOfSize(n, 1)] -> larger = arrayOfSize(n, 1)
+           :: isSpare[arrayOfSize(n, 1)] -> replacement = arrayOfSize(n, 1)
            :: else ->
               if
 #ifdef FAILS
-              :: larger = NONE
+              :: replacement = NONE
 #endif
-              :: larger = arrayOfSize(n, (exists[arrayOfSize(n, 0)] -> 1 : 0));
-                 assert(!exists[larger]);
-                 exists[larger] = 1
+              :: replacement = arrayOfSize(n, (exists[arrayOfSize(n, 0)] -> 1 : 0));
+                 assert(!exists[replacement]);
+                 exists[replacement] = 1
               fi
            fi
         fi;
         if
-        :: larger != NONE -> isSpare[larger] = 0
+        :: replacement != NONE -> isSpare[replacement] = 0
         :: else
         fi
     }
@@ -201,7 +200,7 @@ inline arrayOf(n) {
 
 inline replaceBy() {
     atomic { next = 0; previous = current };
-    current = larger /* step: replaceBy */
+    current = replacement /* step: replaceBy */
 }
 
 /* A part of DedupSlots::step: SlotArray::moveBucketTo for the next bucket. */
@@ -244,17 +243,17 @@ inline step() {
 
 #define capacity (current == NONE -> 0 : sizeOf(current))
 
-/* DedupSlots::makeRoomForOne. `larger` is NONE if it throws. */
+/* DedupSlots::makeRoomForOne. `replacement` is NONE if it throws. */
 inline makeRoomForOne() {
     if
-    :: size + 1 <= capacity -> larger = current
+    :: size + 1 <= capacity -> replacement = current
     :: capacity != 4 ->
 #ifdef FAULT_ALLOCATED_TOO_LATE
        atomic { next = 0; previous = current };
 #endif
        arrayOf((current == NONE -> 2 : 4));
        if
-       :: larger == NONE
+       :: replacement == NONE
        :: else ->
 #ifndef FAULT_MOVES_UNCOUNTED
           beginChange();
@@ -280,7 +279,7 @@ inline shrinkIfEmpty() {
     :: capacity != 2 && size <= capacity / 2 && previous == NONE ->
 #endif
        arrayOf(2);
-       assert(larger != NONE); /* the array that this one replaced when it grew is spare */
+       assert(replacement != NONE); /* the array that this one replaced when it grew is spare */
        replaceBy()
     :: true
     fi
@@ -290,7 +289,7 @@ inline shrinkIfEmpty() {
 inline insert() {
     makeRoomForOne();
     if
-    :: larger == NONE /* throws */
+    :: replacement == NONE /* throws */
     :: else ->
        atomic {
            object = (isFree[0] -> 0 : 1);
@@ -338,7 +337,7 @@ inline erase() {
 
 /* A thread that holds the shard's lock. */
 proctype Changer() {
-    byte content, checked, object = NONE, larger = NONE, moved = NONE, index, left, at = NONE, found;
+    byte content, checked, object = NONE, replacement = NONE, moved = NONE, index, left, at = NONE, found;
     do
     :: atomic {
            select (content : 0 .. CONTENTS - 1);
@@ -351,7 +350,7 @@ proctype Changer() {
        :: found == 1 -> found = 0; insert()
        :: else -> erase()
        fi;
-       atomic { content = 0; object = NONE; larger = NONE; index = 0; left = 0 }
+       atomic { content = 0; object = NONE; replacement = NONE; index = 0; left = 0 }
     od
 }
 

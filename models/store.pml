@@ -1,10 +1,10 @@
 /*
  * MoxStash: writers that publish stores in one place, which may be killed at any step, and a reader.
  *
- * Writers publish ATTEMPTS stores in total, one after the other, as the lock has it. Each system call and each
- * load or store of a word in a segment is one step. A checksum is a perfect one: a word has the
- * number of the attempt that wrote it and its index in the store. Not modelled: other programs,
- * removeStore(), lack of memory, power failure, and files of other users.
+ * Writers publish ATTEMPTS stores in total, one at a time, because they hold the lock. Each system
+ * call, and each load or store of a word in a segment, is one step. Checksums are perfect: a word
+ * has the number of the attempt that wrote it and its index in the store. Not modelled: other
+ * programs, removeStore(), lack of memory, power failure, and files of other users.
  *
  *   FILE      the place is a file; otherwise it is a shared-memory segment
  *   WRITERS   1 or 2: how many processes publish; one that was killed is started again
@@ -263,7 +263,7 @@ inline publishStore() {
 /* StoreManager::isOverwritten. */
 inline isOverwritten() {
     overwritten = 0;
-    /* The last word and that of the generation. */
+    /* The last word, and the generation in the header. */
     if
     :: indexOf(wordAt(area, wordsOf(attached) - 1)) != wordsOf(attached) - 1 ||
        generationOf[attemptOf(wordAt(area, wordsOf(attached) - 1))] != generation -> overwritten = 1
@@ -288,7 +288,7 @@ inline isOverwritten() {
     fi
 }
 
-/* StoreManager::check: whether it fails. */
+/* StoreManager::check: sets `failed`. */
 inline check() {
     loaded = wordAt(area, 0);
     attached = attemptOf(loaded);
@@ -346,8 +346,8 @@ inline attach() {
 #endif
        same = same && area == (mapped == 0 -> 0 : current);
 #endif
-       /* An error that is not a newer store: there was no store yet. Otherwise a store is stale
-          only if there is a newer one. */
+       /* An error without a newer store means that there was no store yet. A store is stale only
+          if there is a newer one. */
        assert(same -> expected == 0 && area == 0 : eventsBefore != events)
     :: else ->
        isOverwritten();
@@ -368,13 +368,13 @@ proctype Reader() {
        if
        :: failed
        :: else ->
-          /* It is a whole store that is published, and no older one than at the beginning. */
+          /* The store is whole and published, and not older than the one at the beginning. */
           assert(isPublished[attached] && generation == generationOf[attached]);
           assert(generation >= expected);
           atomic { select (i : 0 .. 3); i = (i < wordsOf(attached) -> i : 0) };
           loaded = wordAt(area, i);
           isOverwritten();
-          /* The word is that of this store, unless the store after the next has been begun. */
+          /* The word belongs to this store, unless the store after the next has been begun. */
           assert(overwritten -> begun > generation + 1 : loaded == wordOf(attached, i))
        fi
     fi
