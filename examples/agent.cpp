@@ -15,7 +15,8 @@ using namespace Routing::Bgp;
 namespace {
 
 //! [octets]
-/// Parses octets. Reading past the end returns zero or an empty string and makes `ok()` false.
+/// Parses octets. Reading past the end drops the rest, returns zero or an empty string and makes
+/// `ok()` false.
 class Reader {
   public:
     explicit Reader(std::string_view octets)
@@ -23,8 +24,8 @@ class Reader {
 
     std::string_view take(std::size_t count) {
         ok_ = ok_ && count <= left_.size();
-        std::string_view const taken = ok_ ? left_.substr(0, count) : std::string_view();
-        left_.remove_prefix(taken.size());
+        std::string_view const taken = left_.substr(0, ok_ ? count : 0);
+        left_.remove_prefix(ok_ ? count : left_.size());
         return taken;
     }
     std::size_t number(std::size_t octets) {
@@ -78,7 +79,9 @@ class Routes {
         }
         ExtCommList::PtrConst const list = targetsOf(attributes);
         while (!announced.empty()) {
-            routes_[key(peer, announced)] = list;
+            if (auto const route = key(peer, announced); announced.ok()) {
+                routes_[route] = list;
+            }
         }
         if (list) {
             resend(*list);
