@@ -55,11 +55,12 @@ vobgp_debian_package(development libvobgpcommunity-dev libdevel
 pkg-config files."
   MULTIARCH same DEPENDS "${same_version}" SUGGESTS libvobgpcommunity-doc)
 vobgp_debian_package(program bgp-communities net
-  "BGP communities in MRT dumps"
+  "BGP communities in MRT dumps and BMP sessions"
   "Prints, counts, checks and replays the BGP communities of routes in MRT dumps
-(RFC 6396), plain or compressed. It knows standard, extended,
-IPv6-address-specific extended and large communities. It also decodes
-single attributes, and writes and prints stores of communities."
+(RFC 6396), plain or compressed, and receives routes from routers over BMP
+(RFC 7854). It supports standard, extended, IPv6-address-specific extended and
+large communities. It also decodes single attributes, and writes and prints
+stores of communities."
   SHLIBDEPS ON DEPENDS "${same_version}")
 vobgp_debian_package(documentation libvobgpcommunity-doc doc
   "interned BGP communities (documentation)"
