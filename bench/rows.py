@@ -37,7 +37,7 @@ def size(count):
     return f"10^{len(str(count)) - 1}"
 
 
-def value_rows():
+def value_hit_rows():
     bars = {
         "threadSafe": {1000: (1.4, 1.15), 100_000: (1.6, 1.4), 1_000_000: (1.8, 1.5)},
         "plain": {1000: (4, 3.2), 100_000: (2.5, 2), 1_000_000: (2.2, 1.8)},
@@ -68,6 +68,9 @@ def value_rows():
                 3,
                 slow=count > 100_000,
             )
+
+
+def thread_rows():
     yield Row(
         "two threads, distinct values, throughput of two against one",
         "10^5 values",
@@ -95,6 +98,9 @@ def value_rows():
         1.4,
         1.7,
     )
+
+
+def value_miss_rows():
     for mode, text in MODES.items():
         yield Row(
             "miss, parse, insert, release, destroy, against flyweight with its default lock",
@@ -227,7 +233,15 @@ def figure_rows():
         )
 
 
-ROWS = [*value_rows(), *list_rows(), *observer_rows(), *text_rows(), *figure_rows()]
+ROWS = [
+    *value_hit_rows(),
+    *thread_rows(),
+    *value_miss_rows(),
+    *list_rows(),
+    *observer_rows(),
+    *text_rows(),
+    *figure_rows(),
+]
 
 
 @dataclasses.dataclass(frozen=True)
@@ -240,19 +254,25 @@ class Counted:
     operations: int
 
 
-def counted():
-    hit, some, few = 20_000, 4_000, 1_000
+# How often valgrind executes an operation: the slower, the fewer.
+HIT, SOME, FEW = 20_000, 4_000, 1_000
+
+
+def counted_values():
     for mode, text in MODES.items():
         name = f"valueHit/{mode}/{{}}/1000"
         reference = "limP" if mode == "plain" else "limA"
-        yield Counted(f"value hit, {text}", name.format("library"), name.format(reference), hit)
+        yield Counted(f"value hit, {text}", name.format("library"), name.format(reference), HIT)
     for mode, text in MODES.items():
         yield Counted(
             f"value miss and release, {text}",
             f"valueMiss/{mode}/library/1000",
             "valueMiss/threadSafe/flyweight/1000",
-            some,
+            SOME,
         )
+
+
+def counted_lists():
     for mode, text in MODES.items():
         for kind in ("standard", "extended"):
             for members in MEMBERS:
@@ -261,7 +281,7 @@ def counted():
                     f"{kind} list hit, {members} members, separate calls, {text}",
                     f"listHit/{mode}/{kind}/library/{members}",
                     flyweight if mode == "plain" else None,
-                    few,
+                    FEW,
                 )
     for mode, text in MODES.items():
         for kind in KINDS:
@@ -271,7 +291,7 @@ def counted():
                     f"{kind} list hit, {members} members, one call, {text}",
                     name.format("library"),
                     name.format("limL"),
-                    some,
+                    SOME,
                 )
     for kind in ("standard", "extended"):
         for work, calls in (("listMiss", "separate calls"), ("newListFromOctets", "one call")):
@@ -279,8 +299,11 @@ def counted():
                 f"new {kind} list and its release, 8 members, {calls}, plain",
                 f"{work}/plain/{kind}/library/8",
                 f"listMiss/plain/{kind}/flyweight/8",
-                few,
+                FEW,
             )
+
+
+def counted_texts():
     for work, text, reference in (
         ("listText", "text", "toChars"),
         ("listAttribute", "path attribute", "copy"),
@@ -291,27 +314,30 @@ def counted():
                 f"{text} of a list of 8, {kind}",
                 name.format("library"),
                 name.format(reference),
-                few,
+                FEW,
             )
     for kind in ("standard", "extended"):
         yield Counted(
             f"regular expression on the same list again, {kind}",
             f"listRegex/match/{kind}/8",
             "listRegex/match/regexec/8",
-            few,
+            FEW,
         )
+
+
+def counted_observers():
     yield Counted(
         "route target coming and going, observed",
         "routeTargetChurn/observed/1000",
         "routeTargetChurn/unobserved/1000",
-        few,
+        FEW,
     )
     yield Counted(
         "list of route targets coming and going, observed",
         "routeTargetListChurn/observed/1000",
         "routeTargetListChurn/unobserved/1000",
-        few,
+        FEW,
     )
 
 
-COUNTED = list(counted())
+COUNTED = [*counted_values(), *counted_lists(), *counted_texts(), *counted_observers()]
