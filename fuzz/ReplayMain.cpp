@@ -12,7 +12,6 @@
 #include <fstream>
 #include <iterator>
 #include <random>
-#include <string>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(Mox::U8 const* data, std::size_t size);

@@ -9,7 +9,6 @@
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include <fcntl.h>
 #include <poll.h>

@@ -1,7 +1,6 @@
 #include "input/OctetCache.h"
 
 #include <array>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>

@@ -15,7 +15,6 @@
 #include <future>
 #include <map>
 #include <new>
-#include <optional>
 #include <string>
 #include <vector>
 

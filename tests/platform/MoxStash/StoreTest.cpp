@@ -21,7 +21,6 @@
 #include <functional>
 #include <memory>
 #include <set>
-#include <sstream>
 #include <thread>
 #include <vector>
 

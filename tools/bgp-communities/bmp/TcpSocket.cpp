@@ -1,6 +1,5 @@
 #include "TcpSocket.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <system_error>

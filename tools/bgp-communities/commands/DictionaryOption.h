@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string_view>
-
 #include "CommandLine.h"
 #include "text/Dictionary.h"
 

@@ -1,6 +1,5 @@
 #include "MetricsServer.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string_view>

@@ -42,7 +42,7 @@ class RouteWriter {
 
     /// Sets the file name for the following lines.
     void startFile(std::string_view name);
-    /// The same as fields of JSON.
+    /// Sets JSON fields that the following lines have instead of the file name.
     void setSource(std::string_view fields) { source_ = fields; }
 
     /// Writes the header line of TSV; nothing in other formats.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <ctime>
-#include <utility>
 
 namespace BgpCommunities {
 

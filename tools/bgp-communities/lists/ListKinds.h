@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <string_view>
 #include <tuple>
-#include <utility>
 
 #include <Kel/DedupHashTable.h>
 #include <VoBgp/CommunityTables.h>

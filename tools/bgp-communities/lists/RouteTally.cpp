@@ -4,7 +4,6 @@
 #include <map>
 #include <tuple>
 #include <unordered_set>
-#include <utility>
 
 #include <Mox/Hash.h>
 

@@ -19,7 +19,7 @@ struct Bgp4mpForm {
     bool pathIds = false;
 };
 
-/// `holds` is `unsupported` for deprecated and unassigned subtypes.
+/// `content` is `unsupported` for deprecated and unassigned subtypes.
 Bgp4mpForm const& bgp4mpForm(U16 subtype);
 
 /// The two ends of the BGP session of a record.

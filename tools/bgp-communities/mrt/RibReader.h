@@ -1,7 +1,5 @@
 #pragma once
 
-#include <vector>
-
 #include "MrtRecords.h"
 #include "RecordContext.h"
 #include "wire/PathAttributes.h"

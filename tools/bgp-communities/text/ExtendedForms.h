@@ -58,8 +58,8 @@ struct Ip6Form {
 
 std::span<Ip6Form const> ip6Forms();
 
-/// Whether the fields that appendExtendedName() appends for this layout may begin so: with a digit,
-/// or with a word, whole or up to a "*". REQUIRES: the fields are not empty.
+/// Whether appendExtendedName() may append `fields` for this layout, judging by their start: a
+/// digit, or a word, which is incomplete before a "*". REQUIRES: `fields` is not empty.
 bool mayBeginFields(ExtendedLayout layout, std::string_view fields);
 
 /// Returns the name for type and subtype; empty if unknown.

@@ -77,7 +77,8 @@ bool isLikely(Route const& route) {
            (octets[0] == 0 && octets[1] == 0x64 && octets[2] == 0xff);
 }
 
-/// Whether a default route with a large path identifier may be a longer prefix that ends in a zero.
+/// Whether a default route with a large path identifier may be a longer prefix without one, whose
+/// last octet is zero.
 bool mayBeLongerPrefix(Route const& route) {
     return route.length == 0 && route.hasPathId && route.pathId >> 24 != 0;
 }

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <map>
 #include <optional>
-#include <span>
 #include <vector>
 
 #include "BgpMessage.h"
