@@ -123,7 +123,7 @@ class ListInterned {
 
 template <class Member>
 void addLists(std::string const& kind) {
-    for (std::size_t const members : {1, 8, 32}) {
+    for (std::size_t const members : {1U, 8U, 32U}) {
         add({"listHit/plain/" + kind + "/flyweight/" + std::to_string(members),
              work<ListInterned<Member>>(members, listsHeld, false)});
     }
@@ -134,7 +134,7 @@ void addLists(std::string const& kind) {
 } // namespace
 
 void addFlyweights() {
-    for (std::size_t const values : {1'000, 100'000, 1'000'000}) {
+    for (std::size_t const values : {1'000U, 100'000U, 1'000'000U}) {
         auto const size = "/flyweight/" + std::to_string(values);
         auto const iterations = iterationsFor(values);
         add({"valueHit/plain" + size, work<ValueHit<WithoutLock>>(values), 1, iterations});

@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Bench {
@@ -112,7 +111,7 @@ std::string decodedName(std::string const& work, bool threadSafe, std::string co
 template <class Member>
 void addKind() {
     std::string const kind(KindOf<Member>::name);
-    for (std::size_t const members : {1, 8, 32}) {
+    for (std::size_t const members : {1U, 8U, 32U}) {
         auto const size = "/" + std::to_string(members);
         for (bool const threadSafe : {false, true}) {
             auto const mode = threadSafe ? "listHit/threadSafe/" : "listHit/plain/";
@@ -139,7 +138,7 @@ void addKind() {
 template <class Member>
 void addGrowth() {
     std::string const kind(KindOf<Member>::name);
-    for (std::size_t const count : {1'000, 10'000, 100'000, 1'000'000}) {
+    for (std::size_t const count : {1'000U, 10'000U, 100'000U, 1'000'000U}) {
         auto const size = "/library/" + std::to_string(count);
         auto const iterations = iterationsFor(8 * count);
         for (bool const fresh : {false, true}) {

@@ -75,7 +75,7 @@ auto makeValue(Kind kind) {
 } // namespace
 
 void addMemory() {
-    for (std::size_t const count : {1'000, 10'000, 100'000, 1'000'000, 10'000'000}) {
+    for (std::size_t const count : {1'000U, 10'000U, 100'000U, 1'000'000U, 10'000'000U}) {
         auto const size = "/" + std::to_string(count);
         addFigures("octets/value" + size, [=] { return memoryOf(count, makeValue(Kind::plain)); });
         addFigures("octets/routeTarget" + size,

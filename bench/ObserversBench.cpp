@@ -101,7 +101,7 @@ class RouteTargetListChurn {
 } // namespace
 
 void addObservers() {
-    for (std::size_t const others : {1'000, 100'000}) {
+    for (std::size_t const others : {1'000U, 100'000U}) {
         for (bool const observed : {false, true}) {
             auto const contender =
                 (observed ? "/observed/" : "/unobserved/") + std::to_string(others);

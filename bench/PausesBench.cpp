@@ -115,7 +115,7 @@ CommList::PtrConst makeList(World const& world, std::size_t i) {
 } // namespace
 
 void addPauses() {
-    for (std::size_t const count : {1'000'000, 10'000'000}) {
+    for (std::size_t const count : {1'000'000U, 10'000'000U}) {
         for (bool const threadSafe : {false, true}) {
             auto const name = [&](std::string const& subject) {
                 return "longestPause/" + subject + (threadSafe ? "/threadSafe/" : "/plain/") +

@@ -97,7 +97,7 @@ class ValueMiss {
 } // namespace
 
 void addValues() {
-    for (std::size_t const values : {1'000, 10'000, 100'000, 1'000'000, 10'000'000}) {
+    for (std::size_t const values : {1'000U, 10'000U, 100'000U, 1'000'000U, 10'000'000U}) {
         auto const size = "/" + std::to_string(values);
         auto const iterations = iterationsFor(values);
         add({"valueHit/plain/library" + size, work<ValueHit>(false, values, false), 1, iterations});
