@@ -7,9 +7,11 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdlib>
 #include <ctime>
 #include <limits>
 #include <set>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -247,6 +249,20 @@ TEST(HashFloodTest, Ip6Values) {
                          return ExtCommIp6::dedupContent(tables.extCommIp6DedupTable().get(),
                                                          content);
                      });
+}
+
+TEST(KeyedHash, DependsOnLengthAndSeed) {
+    EXPECT_NE(Mox::hashOctets({"\0", 1}), Mox::hashOctets({"\0\0", 2}));
+    EXPECT_NE(Mox::nextHashSeed(), Mox::nextHashSeed());
+}
+
+TEST(KeyedHashDeathTest, DiffersInEveryProcess) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // executes the program again
+    auto const hash = std::to_string(Mox::keyedHash(1));
+    char const* const variable = "VOBGP_TEST_HASH";
+    ::setenv(variable, hash.c_str(), 0); // not in the child, which has that of its parent
+    EXPECT_EXIT(std::_Exit(::getenv(variable) == hash ? 1 : 0), testing::ExitedWithCode(0), "");
+    ::unsetenv(variable);
 }
 
 } // namespace

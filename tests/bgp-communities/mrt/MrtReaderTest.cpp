@@ -32,7 +32,10 @@ TEST(MrtReaderTest, ReadsEveryBgp4mpSubtype) {
         {4, peer4 + update("", announced), wide},
         {5, peer4 + hex("0006 0001"), {"192.0.2.1 AS65536 6>1"}},
         {6, peer2 + update("", announced), {"192.0.2.1 AS64496 sent +192.0.2.0/24 -"}},
-        {7, peer4 + update("", announced), {"192.0.2.1 AS65536 sent +192.0.2.0/24 -"}},
+        // The octets could be a route with path identifier, which this subtype does not carry.
+        {7,
+         peer4 + update("", hex("08 0a 08 0b 00")),
+         {"192.0.2.1 AS65536 sent +10.0.0.0/8 11.0.0.0/8 0.0.0.0/0 -"}},
         {8, peer2 + update("", withPath), {"192.0.2.1 AS64496 +7@192.0.2.0/24 -"}},
         {9, peer4 + update("", withPath), {"192.0.2.1 AS65536 +7@192.0.2.0/24 -"}},
         {10, peer2 + update("", withPath), {"192.0.2.1 AS64496 sent +7@192.0.2.0/24 -"}},
@@ -118,6 +121,29 @@ TEST(MrtReaderTest, ReadsEveryTableDumpSubtype) {
         EXPECT_EQ(counts.records, 2U);
         EXPECT_EQ(counts.ribEntries, row.lines.size());
         EXPECT_EQ(counts.skippedRecords, row.lines.empty() ? 1U : 0U);
+    }
+}
+
+TEST(MrtReaderTest, ReadsEveryTypeOfPeer) {
+    std::string const table = hex("c00002fe 0004") + "view" + hex("0004") +
+                              hex("00 c0000201 c0000201 fbf0"
+                                  "01 c0000202 20010db8000000000000000000000002 fbf1"
+                                  "02 c0000203 c0000203 00010000"
+                                  "03 c0000204 20010db8000000000000000000000004 00010001");
+    std::string rib = u32(0) + hex("18 c00002") + u16(4);
+    for (unsigned int peer = 0; peer < 4; ++peer) {
+        rib += u16(peer) + u32(0) + u16(0);
+    }
+    Lines lines = {"192.0.2.1 AS64496 192.0.2.0/24", "2001:db8::2 AS64497 192.0.2.0/24",
+                   "192.0.2.3 AS65536 192.0.2.0/24", "2001:db8::4 AS65537 192.0.2.0/24"};
+    for (bool const whole : {true, false}) {
+        Recorder recorder;
+        read(record(tableDumpV2, 1, table.substr(0, table.size() - !whole)) +
+                 record(tableDumpV2, 2, rib),
+             recorder);
+        EXPECT_EQ(recorder.lines, lines);
+        EXPECT_EQ(recorder.problems.size(), whole ? 0U : 2U); // of the table and of the entry
+        lines.back() = "- 192.0.2.0/24";
     }
 }
 

@@ -19,15 +19,21 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
 #include <new>
 #include <ostream>
 #include <random>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include <unistd.h>
 
 namespace {
 
@@ -548,6 +554,41 @@ TEST(Trace, ReadsItsVariableBySecureGetenv) {
     EXPECT_EQ(traceLevelAtStart, 5) << "not what secure_getenv() below returns";
 }
 
+/// The file of traces, which exists when the library opens it.
+struct TraceFile {
+    TraceFile() {
+        int const file = ::mkstemp(setting.data() + 2);
+        ::dprintf(file, "before\n");
+        ::close(file);
+    }
+    ~TraceFile() { ::unlink(path()); }
+    char const* path() const { return setting.c_str() + 2; }
+
+    std::string setting = "5:/tmp/vobgp-trace-XXXXXX";
+};
+
+TraceFile& traceFile() {
+    static TraceFile file;
+    return file;
+}
+
+TEST(Trace, AppendsToItsFile) {
+    Mox::traceLevelIs(12);
+    EXPECT_EQ(Mox::traceLevel(), 9);
+    MOX_TRACE(9, "after");
+    Mox::traceLevelIs(0);
+    std::ostringstream content;
+    content << std::ifstream(traceFile().path()).rdbuf();
+    EXPECT_TRUE(content.str().starts_with("before\n")) << content.str();
+    EXPECT_TRUE(content.str().ends_with(": after\n")) << content.str();
+}
+
+TEST(Trace, ASinkMayThrow) {
+    TracedLines const traced(1);
+    Mox::traceSinkIs([](int, std::string_view) { throw std::bad_alloc(); });
+    EXPECT_NO_THROW(MOX_TRACE(1, "dropped"));
+}
+
 TEST(Trace, EvaluatesNothingWhenOffAndPrintsTheLocationWhenOn) {
     TracedLines const traced(7);
     int evaluated = 0;
@@ -577,6 +618,5 @@ TEST(Reflection, TheRegistryFindsTypesByName) {
 
 /// Replaces the system's function. The environment variable is not set.
 extern "C" VOBGP_EXPORT char* secure_getenv(char const* name) noexcept {
-    static char level[] = "5";
-    return std::strcmp(name, "VOBGP_TRACE") == 0 ? level : nullptr;
+    return std::strcmp(name, "VOBGP_TRACE") == 0 ? traceFile().setting.data() : nullptr;
 }
