@@ -138,7 +138,7 @@ void addKind() {
 template <class Member>
 void addGrowth() {
     std::string const kind(KindOf<Member>::name);
-    for (std::size_t const count : {1'000U, 10'000U, 100'000U, 1'000'000U}) {
+    for (std::size_t const count : {1'000U, 10'000U, 100'000U, 1'000'000U, 10'000'000U}) {
         auto const size = "/library/" + std::to_string(count);
         auto const iterations = iterationsFor(8 * count);
         for (bool const fresh : {false, true}) {

@@ -50,10 +50,10 @@ Figures memoryOf(std::size_t count, Make const& make) {
             {"newed", static_cast<double>(heapOctets()) / each}};
 }
 
-/// A list of eight members. Its route targets and its route origins are each one of 1,024 sets, so
+/// A list of eight members. Its route targets and its route origins are each one of 4,096 sets, so
 /// lists share their classification lists.
 ExtCommList::PtrConst makeExtendedList(World const& world, std::size_t i) {
-    static auto const sets = lists<ExtCommContent>(8, 1'024);
+    static auto const sets = lists<ExtCommContent>(8, 4'096);
     auto const targets = sets[i % sets.size()].first(4);
     auto const origins = sets[i / sets.size() % sets.size()].last(4);
     std::vector<ExtCommContent> members(targets.begin(), targets.end());
@@ -80,12 +80,10 @@ void addMemory() {
         addFigures("octets/value" + size, [=] { return memoryOf(count, makeValue(Kind::plain)); });
         addFigures("octets/routeTarget" + size,
                    [=] { return memoryOf(count, makeValue(Kind::routeTarget)); });
-        if (count <= 1'000'000) {
-            addFigures("octets/standardListOf8" + size,
-                       [=] { return memoryOf(count, makeStandardList); });
-            addFigures("octets/extendedListOf8" + size,
-                       [=] { return memoryOf(count, makeExtendedList); });
-        }
+        addFigures("octets/standardListOf8" + size,
+                   [=] { return memoryOf(count, makeStandardList); });
+        addFigures("octets/extendedListOf8" + size,
+                   [=] { return memoryOf(count, makeExtendedList); });
     }
 }
 
