@@ -31,8 +31,8 @@ Every figure is for one operation or one object, in a table that holds as many v
 the row says. With one thread it is processor time. With two threads it is real time divided by the
 operations of both: half of what one thread takes is perfect scaling. A list is interned from the
 octets of its path attribute, by the one call, in thread-safe mode; half of an extended list's
-members are route targets. Memory is resident memory, tables included; the extended lists share
-their classification lists.
+members are route targets. The fewer lists there are, the more members of a new one are new, too.
+Memory is resident memory, tables included; the extended lists share their classification lists.
 """
 
 
