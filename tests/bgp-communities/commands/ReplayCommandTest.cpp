@@ -116,6 +116,10 @@ std::vector<Row> rows() {
          1},
         {"peers are kept apart", from(1, a7) + from(2, a7) + from(2, update("", "", prefixA)),
          toTheEnd, 2, 1},
+        {"peers of one address with different AS numbers",
+         from(1, a7) + record(16, as4, hex("0000fbf1 0000fbff 0000 0001 c0000201 c00002fe") + a7) +
+             from(1, update("", "", prefixA)),
+         toTheEnd, 2, 1},
         {"the last of two peers",
          from(1, a7) + from(2, a7) + from(1, update("", "", prefixA)) + stateChange(2, 6, 1),
          {life[0], life[1], "- targets [ 64500:7 ] 4", "- target 64500:7 4"},

@@ -155,6 +155,14 @@ TEST(StatsCommandTest, CountsRoutesByGroup) {
     EXPECT_NE(refused.err.find("not one of peer, as, family and hour"), std::string::npos);
 }
 
+TEST(StatsCommandTest, ReportsADumpWhoseCompressionIsDamaged) {
+    std::string const whole = contentOf(sample("rib.mrt.gz"));
+    TemporaryFile const cut(whole.substr(0, whole.size() / 2));
+    Result const result = run({"stats", "--json", cut.path()});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find("truncated gzip data"), std::string::npos) << result.err;
+}
+
 TEST(StatsCommandTest, CountsTheDamagedSampleAsFarAsPossible) {
     Result const damaged = run({"stats", "--json", sample("damaged.mrt")});
     EXPECT_EQ(damaged.status, 1);
