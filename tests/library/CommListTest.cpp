@@ -53,6 +53,21 @@ TEST(CompactVector, IsUnchangedIfAllocationFails) {
     EXPECT_THROW(vector.reserve(std::size_t{1} << 32), std::length_error);
 }
 
+TEST(CompactVector, AppendsItselfAndShrinks) {
+    Mox::CompactVector<CommList::Ptr> vector;
+    vector.push_back(commListFactory());
+    vector.push_back(commListFactory());
+    vector.shrink_to_fit();
+    EXPECT_EQ(vector.capacity(), 2U);
+    vector.append(vector);
+    ASSERT_EQ(vector.size(), 4U);
+    EXPECT_TRUE(std::equal(vector.begin(), vector.begin() + 2, vector.begin() + 2));
+    EXPECT_EQ(vector.begin()[0]->referenceCount(), 2U);
+    vector.reserve(9);
+    vector.shrink_to_fit();
+    EXPECT_EQ(vector.capacity(), 4U);
+}
+
 // ---- Values -------------------------------------------------------------------------------------
 
 TEST(CommListText, StandardValues) {

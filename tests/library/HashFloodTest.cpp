@@ -251,7 +251,13 @@ TEST(HashFloodTest, Ip6Values) {
                      });
 }
 
-TEST(KeyedHash, DependsOnLengthAndSeed) {
+TEST(KeyedHash, DependsOnLengthSeedAndLastOctets) {
+    for (std::size_t size = 1; size < 40; ++size) {
+        std::vector<std::byte> octets(size);
+        auto const hash = Mox::keyedHash(octets);
+        octets.back() = std::byte{1};
+        EXPECT_NE(Mox::keyedHash(octets), hash) << size;
+    }
     EXPECT_NE(Mox::hashOctets({"\0", 1}), Mox::hashOctets({"\0\0", 2}));
     EXPECT_NE(Mox::nextHashSeed(), Mox::nextHashSeed());
 }

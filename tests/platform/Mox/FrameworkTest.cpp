@@ -95,6 +95,8 @@ TEST_P(CountedObjects, PointersShareOneObject) {
     moved = Thing::Ptr(moved);
     EXPECT_EQ(moved->referenceCount(), 2U) << "moves and self-assignment do not change the count";
     moved = nullptr;
+    auto const& self = copy;
+    copy = self;
     EXPECT_EQ(log, "");
     copy = nullptr;
     EXPECT_EQ(log, " zero destroyed");
@@ -409,6 +411,15 @@ TEST(Collections, HashMapChangesMoveFewKeys) {
     }
     EXPECT_EQ(set.size(), 1000U);
     EXPECT_LE(most, 10);
+}
+
+TEST(Collections, MovedMapsAreEmpty) {
+    Mox::HashSet<int> set;
+    set.is(1);
+    auto const moved = std::move(set);
+    EXPECT_EQ(moved.size(), 1U);
+    set = Mox::HashSet<int>();
+    EXPECT_EQ(set.size(), 0U);
 }
 
 TEST(Collections, MapsAreUnchangedIfAllocationFails) {
