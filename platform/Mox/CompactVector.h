@@ -118,10 +118,12 @@ class CompactVector {
         size_ = static_cast<U32>(count);
     }
 
-    /// Removes elements. REQUIRES: `last` is the end.
+    /// Removes the elements from `first` to before `last`.
     void erase(T* first, T* last) noexcept {
-        size_ = static_cast<U32>(first - begin());
-        std::destroy(first, last);
+        auto* const oldEnd = end();
+        auto* const newEnd = std::move(last, oldEnd, first);
+        size_ = static_cast<U32>(newEnd - begin());
+        std::destroy(newEnd, oldEnd);
     }
 
     void clear() noexcept { erase(begin(), end()); }

@@ -53,7 +53,7 @@ TEST(CompactVector, IsUnchangedIfAllocationFails) {
     EXPECT_THROW(vector.reserve(std::size_t{1} << 32), std::length_error);
 }
 
-TEST(CompactVector, AppendsItselfAndShrinks) {
+TEST(CompactVector, AppendsItselfShrinksAndErases) {
     Mox::CompactVector<CommList::Ptr> vector;
     vector.push_back(commListFactory());
     vector.push_back(commListFactory());
@@ -66,6 +66,10 @@ TEST(CompactVector, AppendsItselfAndShrinks) {
     vector.reserve(9);
     vector.shrink_to_fit();
     EXPECT_EQ(vector.capacity(), 4U);
+    auto const last = vector.begin()[3];
+    vector.erase(vector.begin() + 1, vector.begin() + 3);
+    ASSERT_EQ(vector.size(), 2U);
+    EXPECT_EQ(vector.begin()[1], last);
 }
 
 // ---- Values -------------------------------------------------------------------------------------
