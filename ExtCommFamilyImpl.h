@@ -10,7 +10,6 @@
 #include <Mox/TextStream.h>
 
 #include <ostream>
-#include <string_view>
 #include <utility>
 
 // The operations that extended communities of eight octets and of twenty have in common, for the

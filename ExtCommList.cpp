@@ -12,7 +12,6 @@
 
 #include <optional>
 #include <ostream>
-#include <utility>
 
 namespace Routing::Bgp {
 

@@ -16,7 +16,6 @@
 #include <iterator>
 #include <ostream>
 #include <span>
-#include <type_traits>
 #include <vector>
 
 // Definitions of the templates in `ExtCommListFamily.h`, for the sources that instantiate them.

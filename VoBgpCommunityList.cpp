@@ -13,11 +13,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <ostream>
 #include <span>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace Routing::Bgp {

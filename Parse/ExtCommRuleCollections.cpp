@@ -4,7 +4,6 @@
 #include <Mox/Exception.h>
 #include <Mox/HashMap.h>
 
-#include <bit>
 #include <charconv>
 #include <system_error>
 #include <vector>

@@ -12,7 +12,6 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
-#include <utility>
 #include <vector>
 
 namespace Kel {

@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <bit>
 #include <cstring>
-#include <string_view>
 #include <sys/socket.h>
 
 namespace Lumo {

@@ -6,7 +6,6 @@
 #include <Mox/ValueText.h>
 
 #include <string_view>
-#include <vector>
 
 namespace Mox {
 

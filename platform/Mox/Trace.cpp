@@ -5,7 +5,6 @@
 #include <cstdlib> // secure_getenv
 #include <locale>
 #include <mutex>
-#include <string>
 #include <utility>
 
 namespace Mox {

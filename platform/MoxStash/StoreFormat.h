@@ -3,7 +3,6 @@
 #include <Mox/Types.h>
 
 #include <array>
-#include <atomic>
 #include <cstddef>
 #include <cstring>
 #include <span>
