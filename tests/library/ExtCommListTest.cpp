@@ -598,21 +598,4 @@ TEST(NullArgumentsDeathTest, AssertInTheCallee) {
     });
 }
 
-TEST(ExtCommListOrder, KeepsTheFirstOfEqualValues) {
-    // Two objects with equal values, interned in two tables.
-    EightOctets ours;
-    EightOctets theirs;
-    auto const list = extCommListFactory();
-    for (auto* const row : {&ours, &theirs}) {
-        for (unsigned n = 0; n < 100; ++n) {
-            list->commIs(row->comm(n));
-        }
-    }
-    list->sortComms();
-    ASSERT_EQ(list->comms(), 100U);
-    for (unsigned n = 0; n < 100; ++n) {
-        EXPECT_EQ(list->comm(extCommKey(*ours.comm(n))), ours.comm(n));
-    }
-}
-
 } // namespace
