@@ -7,6 +7,7 @@
 #include <Mox/Type.h>
 #include <Routing/Bgp/VoBgpGlobals.h>
 
+#include <algorithm>
 #include <ostream>
 #include <string>
 
@@ -110,8 +111,10 @@ void NotifyingRtExtCommListCollection::rtExtCommListIs(NotifierPtr const& rtExtC
 void NotifyingRtExtCommListCollection::dumpState(Kel::DumpContext::PtrConst const& dumpContext,
                                                  U32 indent) const {
     MOX_ASSERT_TEXT(dumpContext != nullptr, "__null != dumpContext");
-    dumpContext->line(indent, "NotifyingRtExtCommListCollection rtExtCommLists #" +
-                                  std::to_string(rtExtCommLists()) + ";");
+    // Indented as "%*c" does it: by one blank at indent 0, too.
+    dumpContext->line(std::max<U32>(indent, 1),
+                      "NotifyingRtExtCommListCollection rtExtCommLists #" +
+                          std::to_string(rtExtCommLists()) + ";");
     rtExtCommList_.forEach([&](NotifierPtr const& each) {
         dumpContext->line(indent + 2, "rtExtCommList " + each->toStrep().str());
     });

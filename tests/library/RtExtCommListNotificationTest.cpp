@@ -176,8 +176,8 @@ TEST_P(RtExtCommLists, NothingIsLeftOverIfAnObserverThrows) {
 
 TEST_P(RtExtCommLists, AreDumped) {
     auto const held = list({rtA, noTarget});
-    EXPECT_EQ(dumpOf(*row.collection, 1),
-              " NotifyingRtExtCommListCollection rtExtCommLists #1;\n   rtExtCommList " +
+    EXPECT_EQ(dumpOf(*row.collection, 0),
+              " NotifyingRtExtCommListCollection rtExtCommLists #1;\n  rtExtCommList " +
                   rtsOf(*held)->toStrep().str() + "\n");
     auto const dump = dumpOf(*row.table, 3);
     auto at = std::size_t{0};
