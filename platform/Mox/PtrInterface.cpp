@@ -26,15 +26,14 @@ ScopedHold::~ScopedHold() {
 }
 
 bool ScopedHold::takesOver(PtrInterface const& object) noexcept {
-    ScopedHold* outermost = nullptr;
     for (auto* hold = innermostHold; hold != nullptr; hold = hold->outer_) {
-        outermost = &hold->object_ == &object ? hold : outermost;
+        if (&hold->object_ == &object) {
+            // At its end, it passes the reference to an outer hold on the object, if any.
+            hold->ownsReference_ = true;
+            return true;
+        }
     }
-    if (outermost == nullptr) {
-        return false;
-    }
-    outermost->ownsReference_ = true;
-    return true;
+    return false;
 }
 
 PtrInterface::~PtrInterface() {

@@ -84,7 +84,7 @@ class VOBGP_EXPORT ScopedHold {
   private:
     friend class PtrInterface;
 
-    /// Passes the last reference to the outermost hold of this thread on the object. Returns
+    /// Passes the last reference to the innermost hold of this thread on the object. Returns
     /// whether there is one.
     static bool takesOver(PtrInterface const& object) noexcept;
 

@@ -127,7 +127,7 @@ TEST_P(CountedObjects, StringsShareTheirOctets) {
     EXPECT_EQ(octets.end().offset(), 3U);
 }
 
-TEST(CountedObjects, TheOutermostHoldTakesOverTheLastReference) {
+TEST(CountedObjects, HoldsPassTheLastReferenceOutwards) {
     std::string log;
     auto thing = Mox::makeCounted<Thing>(&log);
     {
