@@ -341,6 +341,7 @@ TEST(ReadCommandTest, FiltersSelectRoutes) {
         {{"--exact", "10.4.0.0/16", "--prefix", "10.7.0.0/16"}, "4 7"},
         {{"--covers", "10.8.200.1"}, "vpn"},
         {{"--covers", "10.4.7.0/24"}, "4"},
+        {{"--covers", "10.4.0.0/14"}, ""},
         {{"--covers", "2001:db8::1"}, "ipv6"},
         {{"--covers", "a04::1"}, ""}, // begins as 10.4.0.0/16
         {{"--family", "ipv4"}, "1 2 3 4 5 6 7 vpn"},

@@ -272,20 +272,18 @@ std::string_view readPrefix(std::string_view text, Prefix& prefix) {
     return {};
 }
 
+// An IPv4 address never equals an IPv6 address.
+
 bool contains(Prefix const& prefix, Route const& route) {
-    return route.isPrefix && route.address.size == prefix.address.size &&
-           route.length >= prefix.length &&
-           firstBits(route.address, prefix.length) == prefix.address;
+    return route.isPrefix && route.length >= prefix.length && contains(prefix, route.address);
 }
 
 bool contains(Prefix const& prefix, IpAddress const& address) {
-    return address.size == prefix.address.size &&
-           firstBits(address, prefix.length) == prefix.address;
+    return firstBits(address, prefix.length) == prefix.address;
 }
 
 bool covers(Route const& route, Prefix const& prefix) {
-    return route.isPrefix && route.address.size == prefix.address.size &&
-           route.length <= prefix.length &&
+    return route.isPrefix && route.length <= prefix.length &&
            firstBits(prefix.address, route.length) == route.address;
 }
 
