@@ -41,10 +41,11 @@ class TwentyOctets {
         return comms_[n];
     }
 
+    template <class Comm = ExtCommIp6>
     ExtCommIp6::PtrConst comm(ExtCommClassification classification,
                               ExtCommIp6Content const& content) {
         return Mox::staticPtrCast<ExtCommIp6 const>(
-            commTable->dedupHashTable()->dedup(extCommIp6Factory(classification, content)));
+            commTable->dedupHashTable()->dedup(Mox::makeActive<Comm>(classification, content)));
     }
 
     std::size_t classificationLists() const { return table->extCommClassification()->size(); }
@@ -111,9 +112,8 @@ TEST_P(ExtCommIp6Lists, Wire) {
 }
 
 TEST_P(ExtCommIp6Lists, TextsAndOctetsTakeOneAllocationAndThrowIfItFails) {
-    auto const subtyped = Mox::staticPtrCast<ExtCommIp6 const>(
-        row.commTable->dedupHashTable()->dedup(Mox::makeActive<ExtCommIp6Subtyped>(
-            extCommClassificationUnSpecified, ExtCommIp6Content(0, 3, address, 1))));
+    auto const subtyped =
+        row.comm<ExtCommIp6Subtyped>(extCommClassificationUnSpecified, {0, 3, address, 1});
     auto list = internOf({rt, nonTransitive, subtyped});
     auto const part = list->classificationList(extCommClassificationUnSpecified);
     auto const whole = [](auto call) { EXPECT_EQ(wholeOrRefused(call), 1); };
@@ -126,24 +126,25 @@ TEST_P(ExtCommIp6Lists, TextsAndOctetsTakeOneAllocationAndThrowIfItFails) {
 }
 
 /// An agent's own type with its own texts.
-class Shouting final : public ExtCommIp6Subtyped {
+template <class Base>
+class Shouting final : public Base {
   public:
-    using ExtCommIp6Subtyped::ExtCommIp6Subtyped;
+    using Base::Base;
     void formatDerivedType(std::ostream& os) const override {
         os << std::hex << std::showbase << std::setw(8) << 255;
     }
-    String toStrepForPolicy(StrepFormat format) const override {
-        return "!" + ExtCommIp6Subtyped::toStrepForPolicy(format).str();
+    String toStrepForPolicy(ExtCommIp6::StrepFormat format) const override {
+        return "!" + Base::toStrepForPolicy(format).str();
     }
 };
 
 TEST_P(ExtCommIp6Lists, ListTextsIncludeTextsOfAnAgentsOwnTypes) {
-    auto const own = Mox::staticPtrCast<ExtCommIp6 const>(
-        row.commTable->dedupHashTable()->dedup(Mox::makeActive<Shouting>(
-            extCommClassificationUnSpecified, ExtCommIp6Content(0, 3, address, 1))));
-    auto const list = internOf({own, rt});
-    EXPECT_EQ(list->toStrep(), "[ " + rt->toStrep().str() + "     0xff ]");
-    EXPECT_EQ(list->commsStringForm(), "2001:db8::1:356 !2001:db8::1:1 ");
+    constexpr auto unspecified = extCommClassificationUnSpecified;
+    auto const list =
+        internOf({row.comm<Shouting<ExtCommIp6>>(unspecified, {0, 3, address, 2}), rt,
+                  row.comm<Shouting<ExtCommIp6Subtyped>>(unspecified, {0, 3, address, 1})});
+    EXPECT_EQ(list->toStrep(), "[ " + rt->toStrep().str() + "     0xff     0xff ]");
+    EXPECT_EQ(list->commsStringForm(), "2001:db8::1:356 !2001:db8::1:1 !2001:db8::1:2 ");
     wholeOrRefused([&] { return list->toStrep(); });
     wholeOrRefused([&] { return list->commsStringForm(); });
 }

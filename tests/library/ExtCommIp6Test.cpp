@@ -182,6 +182,7 @@ TEST_P(ExtCommIp6InternTest, ContentsThatDifferInOneFieldAreDifferentObjects) {
           content(0x00, 0x02, "2001:db8::2", 100), content(0x00, 0x02, "2001:db8::1", 101)}) {
         auto const other = intern(object(false, c));
         EXPECT_EQ(other->getContent(), c);
+        EXPECT_NE(c.placementHash(), ip6Target.placementHash());
         EXPECT_FALSE(held->compare(other.get())) << c;
         EXPECT_FALSE(held->compareByContent(Kel::DedupContentHandle(c))) << c;
     }

@@ -324,6 +324,7 @@ TEST_F(Stash, ReturnsNothingFromOverwrittenStores) {
     };
     overwritten(comm(rt), comm(soo));
     overwritten(comm(ip6(0, 2, 1)), comm(ip6(0, 2, 2)));
+    overwritten(extCommIp6ListFactory(), extCommIp6ListFactory());
 }
 
 // ---- Allocations --------------------------------------------------------------------------------

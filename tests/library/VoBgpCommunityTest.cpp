@@ -321,6 +321,7 @@ TEST(ExtCommReflection, AttributesReadAsText) {
         ASSERT_NE(attribute, nullptr) << name;
         EXPECT_EQ(type.attributeText(*attribute, *community), text) << name;
     }
+    EXPECT_EQ(type.attributes().front().name, "classification") << "those of the base come first";
     EXPECT_EQ(type.attribute("address"), nullptr);
 }
 

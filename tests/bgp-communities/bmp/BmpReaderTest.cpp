@@ -315,11 +315,13 @@ TEST(BmpReaderTest, ReportsFaults) {
               ""},
              {"path identifiers in the session before",
               bmp(3, bmpPeer() + std::string(20, '\0') + addPathOpen + addPathOpen) +
-                  bmp(0, bmpPeer() + update("", hex("00000001 00"))) + bmp(3, bmpPeerUp()) +
-                  bmp(0, bmpPeer() + update("", prefixNear)),
+                  bmp(0, bmpPeer() + update("", hex("00000001 00"))) +
+                  bmp(3, bmpPeer() + std::string(20, '\0') + openWith(1) + openWith(1)) +
+                  bmp(0, bmpPeer() + update("", hex("080a 080b 080c"))),
               {"adjRibInPre 192.0.2.1 AS64496 up, to 0.0.0.0",
-               "adjRibInPre 192.0.2.1 AS64496 +0.0.0.0/0#1", up,
-               "adjRibInPre 192.0.2.1 AS64496 +192.0.2.0/24"},
+               "adjRibInPre 192.0.2.1 AS64496 +0.0.0.0/0#1",
+               "adjRibInPre 192.0.2.1 AS64496 up, to 0.0.0.0",
+               "adjRibInPre 192.0.2.1 AS64496 +10.0.0.0/8 +11.0.0.0/8 +12.0.0.0/8"},
               ""},
              {"down, without its NOTIFICATION",
               bmp(3, bmpPeerUp()) + bmp(2, bmpPeer() + u8(3)),

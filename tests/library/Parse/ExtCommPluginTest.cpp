@@ -13,6 +13,7 @@
 #include <array>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -174,7 +175,11 @@ TEST(ExtCommPlugin, MayBeDestroyedByItsOwnReaction) {
     EXPECT_EQ(other->hooks.size(), 13u);
     // And while it is notified of existing rules.
     plugin = Mox::makeActive<Counter>(registry);
-    plugin->reaction = [&] { plugin = nullptr; };
+    plugin->reaction = [&plugin, owned = std::make_shared<int>()] {
+        std::weak_ptr const remaining = owned;
+        plugin = nullptr;
+        EXPECT_FALSE(remaining.expired()) << "the plug-in is destroyed after its hook";
+    };
     plugin.get()->handleStartup();
     EXPECT_EQ(plugin, nullptr);
 }

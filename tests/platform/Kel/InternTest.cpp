@@ -63,6 +63,8 @@ TEST_P(Intern, TheTableGrowsAndShrinks) {
         EXPECT_GE(grown, 20000U);
         auto const octets = table->octets();
         EXPECT_GE(octets, grown * sizeof(U64));
+        held.resize(18000);
+        EXPECT_EQ(table->capacity(), grown) << "at this size it grew";
         held.resize(100);
         expectAll();
         EXPECT_LT(table->capacity(), grown / 8);
@@ -155,6 +157,7 @@ TEST(HandleMemory, CellsOfAnEndedThreadAreUsedAgainAndDoNotOverlap) {
         }).join();
     }
     EXPECT_LT(known.size(), 8192U + 64);
+    EXPECT_THROW((void)Kel::HandleMemory::allocate(std::size_t{2} << 20), std::bad_alloc);
 }
 
 TEST_P(Intern, DestructorsRunWithoutLocks) {
@@ -198,6 +201,14 @@ TEST_P(Intern, DumpsListEveryObjectAndItsReferences) {
     context->dumpChild(*table, 2);
     EXPECT_EQ(context->text(), "  Kel::DedupHashTableUnorderedSet #1 capacity 7 octets " +
                                    std::to_string(table->octets()) + "\n    Word references 1\n");
+    auto const observer = observe();
+    auto const expectOne = [&](auto const&) {
+        auto const dump = dumpOf(*table, 0);
+        EXPECT_EQ(dump.find("Word"), dump.rfind("Word")) << "no object that comes or goes";
+    };
+    observer->onInsert = expectOne;
+    observer->onRemove = expectOne;
+    intern(*table, 2);
 }
 
 TEST_P(Intern, CountsInsertionsAndWhileSwitchedOnHits) {
@@ -471,18 +482,15 @@ TEST_P(InternDeathTest, ChangingTheModeWhileATableExistsAsserts) {
 TEST(InternSettings, TablesFollowTheSettingAtTheirCreation) {
     using Routing::Bgp::VoBgpGlobals;
     PointerMode const mode(false);
-    auto const plain = Mox::makeCounted<Table>(VoBgpGlobals::multiThreaded());
+    auto plain = Mox::makeCounted<Table>(VoBgpGlobals::multiThreaded());
     VoBgpGlobals::multiThreadedIs(true);
     EXPECT_FALSE(Mox::threadSafePtrs()) << "changed while a table exists";
-    auto const locked = Mox::makeCounted<Table>(VoBgpGlobals::multiThreaded());
+    auto locked = Mox::makeCounted<Table>(VoBgpGlobals::multiThreaded());
     EXPECT_TRUE(locked->isThreadSafe() && !plain->isThreadSafe());
     EXPECT_EQ(intern(*locked, 1).get(), intern(*locked, 1).get());
     EXPECT_EQ(locked->size(), 0U);
-}
-
-TEST(InternSettings, ThreadSafeTablesMakeCountsThreadSafe) {
-    PointerMode const mode(false);
-    Routing::Bgp::VoBgpGlobals::multiThreadedIs(true);
+    plain = locked = nullptr;
+    VoBgpGlobals::multiThreadedIs(true);
     EXPECT_TRUE(Mox::threadSafePtrs());
 }
 

@@ -157,6 +157,27 @@ TEST(CountedObjectsDeathTest, ContractsAreAsserted) {
           }}});
 }
 
+TEST(CountedObjectsDeathTest, TheFloorCountsNotifiersUntilTheObjectLeavesItsTable) {
+    using Mox::CountWord;
+    CountWord word;
+    word.enterTable(7, true);
+    word.insertionAnnounced();
+    EXPECT_FALSE(word.retainIfSettledIn(CountWord::SettledIn(8))) << "not in that table";
+    for (U32 left = CountWord::maximumNotifiers; left != 0; --left) {
+        ASSERT_TRUE(word.retainForNotifier());
+    }
+    CountWord detached;
+    detached.enterTable(7, false);
+    EXPECT_EQ(detached.releaseUnderLock(), CountWord::Release::detaching);
+    expectAssertions({{"at most 62 notifiers hold an object", [&] { word.retainForNotifier(); }},
+                      {"dedupState() != Kel::dedupHandleStateBeingDetached()",
+                       [&] { detached.retainForNotifier(); }}});
+    word.leaveBehind();
+    EXPECT_EQ(word.releaseUnderLock(), CountWord::Release::notInTable);
+    EXPECT_EQ(word.referenceCount(), 64U) << "this one, the table's and the notifiers'";
+    EXPECT_FALSE(word.isAnnounced());
+}
+
 // ---- Observers ----------------------------------------------------------------------------------
 
 class RecordingObserver : public Mox::Notifiee {
@@ -315,6 +336,12 @@ TEST(Collections, NoChangeOfAHashMapAllocatesMuch) {
         auto const before = octetsAllocatedSoFar();
         set.is(key);
         most = std::max(most, octetsAllocatedSoFar() - before);
+        auto const filled = octetsAllocatedSoFar();
+        set.del(key);
+        set.del(key / 2);
+        set.is(key / 2);
+        set.is(key);
+        ASSERT_EQ(octetsAllocatedSoFar(), filled) << "items that come and go allocate nothing";
     }
     EXPECT_LE(most, 128U << 10);
 }
@@ -338,6 +365,16 @@ TEST(Collections, ToleratesChangesDuringIteration) {
         EXPECT_FALSE(set.has(i));
         EXPECT_EQ(set.has(1000 + i), i % 2 == 0);
     }
+
+    Mox::HashMap<int, int> holes;
+    for (int key = 0; key < 4; ++key) {
+        holes.is(key, key);
+    }
+    holes.forEach([&](int key, int) { key != 1 && holes.del(key); });
+    EXPECT_EQ(holes.size(), 1U);
+    auto const* const place = holes.get(1);
+    holes.forEach([](int, int) {});
+    EXPECT_EQ(holes.get(1), place) << "no holes are left: threads may read the map";
 
     Mox::OrderedMap<int, int> map;
     for (int const key : {5, 1, 3}) {
@@ -367,10 +404,14 @@ struct CountedKey {
         return *this;
     }
     Mox::U64 hash() const noexcept { return Mox::hashWord(static_cast<Mox::U64>(number)); }
-    bool operator==(CountedKey const& other) const noexcept { return number == other.number; }
+    bool operator==(CountedKey const& other) const noexcept {
+        ++comparisons;
+        return number == other.number;
+    }
 
     int number;
     static inline int transfers = 0;
+    static inline int comparisons = 0;
 };
 
 /// Agents intern consecutive numbers, and numbers that differ in one field.
@@ -411,6 +452,11 @@ TEST(Collections, HashMapChangesMoveFewKeys) {
     }
     EXPECT_EQ(set.size(), 1000U);
     EXPECT_LE(most, 10);
+    CountedKey::comparisons = 0;
+    for (int key = 2000; key < 3000; ++key) {
+        EXPECT_FALSE(set.has(CountedKey(key)));
+    }
+    EXPECT_LE(CountedKey::comparisons, 1500) << "chains are short";
 }
 
 TEST(Collections, MovedMapsAreEmpty) {
