@@ -130,9 +130,9 @@ void RouteAttributes::readNextHop(PathAttribute const& attribute) {
 ///                                   RFC 4760, section 3; RFC 6396, section 4.3.4
 void RouteAttributes::readMpReach(PathAttribute const& attribute) {
     OctetReader in(attribute.value);
-    bool const isShort =
-        !attribute.value.empty() && attribute.value.size() == std::size_t{1} + attribute.value[0];
-    if (!isShort) {
+    OctetReader look = in;
+    std::size_t const length = look.u8();
+    if (length != look.left()) {
         mpFamily_ = {in.u16(), in.u8()};
     }
     Octets const field = in.octets(in.u8());
