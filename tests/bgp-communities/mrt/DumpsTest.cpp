@@ -1,11 +1,7 @@
 #include "mrt/MrtReader.h"
 
-#include <cstdlib>
-#include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -15,8 +11,6 @@ namespace BgpCommunities {
 namespace {
 
 using namespace Test;
-
-// ---- Samples ----
 
 MrtCounts readSample(std::string const& name, Recorder& recorder) {
     InputStream input(std::string(VOBGP_SAMPLES "/") + name);
@@ -62,88 +56,6 @@ TEST(DumpsTest, ReadsTheOtherSamplesWithoutProblems) {
     EXPECT_EQ(routes["192.0.2.1 AS64496" + four], 3);
     EXPECT_EQ(routes["203.0.113.4 AS65540 +192.0.2.0/24 198.51.100.0/24 203.0.113.128/25 -"], 3);
     EXPECT_EQ(recorder.problems, Lines());
-}
-
-// ---- Real dumps ----
-
-/// The counts of a line of the manifest, by column name.
-std::map<std::string, U64> columnsOf(MrtCounts const& counts) {
-    std::map<std::string, U64> out = {
-        {"records", counts.records},
-        {"updates", counts.updates},
-        {"rib_entries", counts.ribEntries},
-        {"broken_updates", counts.brokenUpdates},
-        {"broken_attr_areas", counts.brokenAttributeAreas},
-        {"skipped_records", counts.skippedRecords},
-        {"truncated_tail_bytes", counts.truncatedOctets},
-    };
-    for (std::size_t kind = 0; kind < communityKinds; ++kind) {
-        std::string const head = "a" + std::to_string(communityKindTraits[kind].attributeType);
-        CommunityCounts const& of = counts.communities[kind];
-        out[head + "_attrs"] = of.attributes;
-        out[head + "_empty"] = of.empty;
-        out[head + "_malformed"] = of.malformed;
-        out[head + "_repeated"] = of.repeated;
-        out[head + "_members_wire"] = of.members;
-    }
-    return out;
-}
-
-class Ignorer : public RouteHandler {
-  public:
-    void handleProblem(Problem const& /*problem*/) override {}
-};
-
-std::vector<std::string> fields(std::string const& line) {
-    std::vector<std::string> out;
-    std::istringstream in(line);
-    for (std::string field; std::getline(in, field, '\t');) {
-        out.push_back(field);
-    }
-    return out;
-}
-
-void expectColumns(std::vector<std::string> const& names, std::vector<std::string> const& row,
-                   MrtCounts const& counts) {
-    auto const columns = columnsOf(counts);
-    std::size_t compared = 0;
-    for (std::size_t column = 0; column < names.size(); ++column) {
-        if (auto const found = columns.find(names[column]); found != columns.end()) {
-            EXPECT_EQ(std::to_string(found->second), row[column]) << names[column];
-            ++compared;
-        }
-    }
-    EXPECT_EQ(compared, columns.size());
-}
-
-TEST(DumpsTest, CountsRealDumpsLikeIndependentDecoders) {
-    char const* const data = std::getenv("VOBGP_DATA");
-    if (data == nullptr) {
-        GTEST_SKIP() << "VOBGP_DATA is not set";
-    }
-    std::ifstream manifest(std::string(data) + "/manifest.tsv");
-    std::string line;
-    ASSERT_TRUE(std::getline(manifest, line)) << data;
-    std::vector<std::string> const names = fields(line);
-    MrtCounts sum;
-    std::size_t files = 0;
-    while (std::getline(manifest, line)) {
-        std::vector<std::string> const row = fields(line);
-        SCOPED_TRACE(row[0]);
-        if (row[0].starts_with("ALL:")) {
-            expectColumns(names, row, sum);
-        } else if (row[0].starts_with("mrt/")) {
-            ++files;
-            Ignorer ignorer;
-            InputStream input(std::string(data) + "/" + row[0]);
-            MrtReader reader(input, ignorer);
-            while (reader.next()) {
-            }
-            expectColumns(names, row, reader.counts());
-            sum += reader.counts();
-        }
-    }
-    EXPECT_GT(files, 0U);
 }
 
 } // namespace

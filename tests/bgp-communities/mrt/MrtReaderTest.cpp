@@ -180,10 +180,10 @@ TEST(MrtReaderTest, DeliversRoutesAndCommunitiesOfAnUpdate) {
     EXPECT_EQ(recorder.problems, (Lines{"1@0: attribute 16 is empty",
                                         "1@0: attribute 32 has 13 octets, not a multiple of 12"}));
     using Counts = CommunityCounts;
-    EXPECT_EQ(counts.of(CommunityKind::standard), (Counts{2, 0, 0, 1, 2}));
-    EXPECT_EQ(counts.of(CommunityKind::extended), (Counts{1, 1, 0, 1, 3}));
-    EXPECT_EQ(counts.of(CommunityKind::ip6Extended), (Counts{1, 0, 0, 0, 2}));
-    EXPECT_EQ(counts.of(CommunityKind::large), (Counts{0, 0, 1, 0, 0}));
+    EXPECT_EQ(counts.of(CommunityKind::standard), (Counts{2, 0, 0, 2}));
+    EXPECT_EQ(counts.of(CommunityKind::extended), (Counts{1, 1, 0, 3}));
+    EXPECT_EQ(counts.of(CommunityKind::ip6Extended), (Counts{1, 0, 0, 2}));
+    EXPECT_EQ(counts.of(CommunityKind::large), (Counts{0, 0, 1, 0}));
 }
 
 } // namespace

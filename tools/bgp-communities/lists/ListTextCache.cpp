@@ -9,7 +9,6 @@ namespace BgpCommunities {
 void ListTextCache::make(Octets value, ListText& result) {
     result.text.clear();
     result.notes.clear();
-    result.met = 0;
     result.fault = decoder_->decode(value);
     appendText(result.text, value, result.fault);
     if (result.fault.empty()) {

@@ -19,7 +19,7 @@ struct ListText {
     std::string text;  // for printing; octets and fault if malformed or refused
     std::string notes; // names and meanings of members
     std::string fault; // why the attribute is malformed or refused
-    RouteFilter::Conditions met = 0;
+    RouteFilter::Conditions met = 0; // if `fault` is empty
 
     [[nodiscard]] std::size_t octets() const { return text.size() + notes.size() + fault.size(); }
 };

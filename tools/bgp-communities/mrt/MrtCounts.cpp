@@ -7,7 +7,6 @@ void CommunityCounts::count(CommunityAttribute const& attribute) {
     case CommunityAttribute::Form::wellFormed:
         ++attributes;
         members += attribute.members();
-        repeated += attribute.repetition != 0 ? 1 : 0;
         break;
     case CommunityAttribute::Form::empty:
         ++empty;
@@ -22,7 +21,6 @@ CommunityCounts& CommunityCounts::operator+=(CommunityCounts const& other) {
     attributes += other.attributes;
     empty += other.empty;
     malformed += other.malformed;
-    repeated += other.repeated;
     members += other.members;
     return *this;
 }

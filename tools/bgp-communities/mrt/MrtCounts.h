@@ -12,7 +12,6 @@ struct CommunityCounts {
     U64 attributes = 0; // whose length is a non-zero multiple of the member's size
     U64 empty = 0;      // whose length is zero
     U64 malformed = 0;  // whose length is not a multiple of the member's size
-    U64 repeated = 0;   // of `attributes`: not the first of its type in its area
     U64 members = 0;    // of `attributes`: as sent
 
     void count(CommunityAttribute const& attribute);
