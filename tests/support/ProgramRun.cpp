@@ -34,20 +34,26 @@ void Descriptor::close() {
 namespace {
 
 /// Resets signals, because the parent may ignore or block some: a shell makes background processes
-/// ignore SIGINT.
+/// ignore SIGINT. While it exists, this process ignores `ignored`, for the program to inherit.
 class UsersSignals {
   public:
-    UsersSignals() {
+    explicit UsersSignals(int ignored)
+      : ignored_(ignored)
+      , before_(ignored == 0 ? SIG_DFL : ::signal(ignored, SIG_IGN)) {
         sigset_t signals;
         ::posix_spawnattr_init(&attributes_);
         ::sigemptyset(&signals);
         ::posix_spawnattr_setsigmask(&attributes_, &signals);
         ::sigaddset(&signals, SIGINT);
         ::sigaddset(&signals, SIGTERM);
+        ::sigdelset(&signals, ignored);
         ::posix_spawnattr_setsigdefault(&attributes_, &signals);
         ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     }
-    ~UsersSignals() { ::posix_spawnattr_destroy(&attributes_); }
+    ~UsersSignals() {
+        ::posix_spawnattr_destroy(&attributes_);
+        ::signal(ignored_, before_); // changes nothing for 0
+    }
 
     UsersSignals(UsersSignals const&) = delete;
     UsersSignals& operator=(UsersSignals const&) = delete;
@@ -56,11 +62,13 @@ class UsersSignals {
 
   private:
     posix_spawnattr_t attributes_{};
+    int const ignored_;
+    sighandler_t const before_;
 };
 
 } // namespace
 
-pid_t start(Arguments const& arguments, int in, int out, int err) {
+pid_t start(Arguments const& arguments, int in, int out, int err, int ignored) {
     std::vector<char*> argv = {const_cast<char*>(VOBGP_PROGRAM)};
     for (std::string const& argument : arguments) {
         argv.push_back(const_cast<char*>(argument.c_str()));
@@ -72,9 +80,9 @@ pid_t start(Arguments const& arguments, int in, int out, int err) {
     posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, err, STDERR_FILENO);
     pid_t pid = -1;
-    EXPECT_EQ(posix_spawn(&pid, VOBGP_PROGRAM, &actions, UsersSignals().attributes(), argv.data(),
-                          environ),
-              0);
+    UsersSignals const signals(ignored);
+    EXPECT_EQ(
+        posix_spawn(&pid, VOBGP_PROGRAM, &actions, signals.attributes(), argv.data(), environ), 0);
     posix_spawn_file_actions_destroy(&actions);
     return pid;
 }

@@ -32,8 +32,8 @@ class Descriptor {
     int fd_;
 };
 
-/// Starts the program with these standard descriptors.
-pid_t start(Arguments const& arguments, int in, int out, int err);
+/// Starts the program with these standard descriptors. It ignores the signal `ignored`.
+pid_t start(Arguments const& arguments, int in, int out, int err, int ignored = 0);
 
 /// Waits for the program; returns its exit status, or -1 if a signal ended it.
 int finish(pid_t pid);

@@ -19,15 +19,22 @@ std::string announce(unsigned int number, std::string const& communities) {
     return as4Record(update(value.empty() ? "" : attribute(8, value), prefix(number)));
 }
 
+/// The same for a path of 10.3.0.0/16.
+std::string announcePath(unsigned int path, std::string const& communities) {
+    return record(16, 9, peer4 + update(attribute(8, hex(communities)), u32(path) + prefix(3)));
+}
+
 TEST(DiffCommandTest, PrintsChangedRoutesListsAndValues) {
-    std::string const same = announce(1, "fbf00001 fbf00002");
-    TemporaryFile const before(same + announce(2, "fbf00001") + announce(3, "fbf00003") +
+    std::string const same = announce(1, "fbf00001 fbf00002") + announcePath(1, "fbf00001");
+    TemporaryFile const before(same + announce(2, "fbf00001") + announcePath(2, "fbf00003") +
                                announce(4, "fbf00001") + announce(5, "") + announce(7, "fbf00001"));
-    // Only the final state is compared: 2 is unchanged, 4 is withdrawn.
+    // Only the final state is compared: 2 is unchanged, 4 is withdrawn, and 9 is of a session that
+    // ended.
     TemporaryFile const after(
-        same + announce(2, "fbf00009") + announce(2, "fbf00001") +
-        announce(3, "fbf00001 fbf00004") + announce(4, "") + as4Record(update("", "", prefix(4))) +
-        announce(5, "fbf00001") + announce(6, "fbf00001") +
+        announce(9, "fbf00001") + record(16, 5, peer4 + hex("0006 0001")) + same +
+        announce(2, "fbf00009") + announce(2, "fbf00001") + announcePath(2, "fbf00001 fbf00004") +
+        announce(4, "") + as4Record(update("", "", prefix(4))) + announce(5, "fbf00001") +
+        announce(6, "fbf00001") +
         // Messages sent by the collector are ignored; a malformed
         // attribute withdraws the route.
         record(16, 7, peer4 + update(attribute(8, hex("fbf00001")), prefix(8))) +
@@ -42,10 +49,10 @@ TEST(DiffCommandTest, PrintsChangedRoutesListsAndValues) {
                               "+value\tstandard\t1\t64496:9\n";
     Result const result = run({"diff", "--dictionary", words.path(), before.path(), after.path()});
     EXPECT_EQ(result.status, 1) << result.err;
-    EXPECT_EQ(result.out, route + "3.0.0/16\t-\tstandard\t64496:3\t64496:1 64496:4\n" + route +
+    EXPECT_EQ(result.out, route + "3.0.0/16\t2\tstandard\t64496:3\t64496:1 64496:4\n" + route +
                               "5.0.0/16\t-\tstandard\t-\t64496:1\n" + lists +
                               "\nroutes with other communities     2\n"
-                              "routes with the same communities  2\n"
+                              "routes with the same communities  3\n"
                               "routes only before                2\n"
                               "routes only after                 1\n"
                               "distinct lists only before        1\n"

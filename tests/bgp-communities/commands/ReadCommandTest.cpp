@@ -192,6 +192,8 @@ TEST(ReadCommandTest, PrintsOneLinePerRoute) {
         EXPECT_TRUE(json.starts_with(R"({"file":")" + file.path() +
                                      R"(","record":2,"time":"2023-11-14T22:13:20Z","type":)"));
         EXPECT_NE(json.find("," + row.json + ","), std::string::npos) << json;
+        EXPECT_EQ(run({"read", "--peer", "AS0", file.path()}).out, "")
+            << "an unknown peer has none";
     }
 }
 
