@@ -10,6 +10,9 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
+
+#include <MoxStash/StoreManager.h>
 
 #include <gtest/gtest.h>
 
@@ -55,6 +58,12 @@ class Running {
     }
     int finish() { return Test::finish(std::exchange(pid_, -1)); }
     void signal(int number) const { ::kill(pid_, number); }
+
+    /// Suspends the program and waits until all its threads have stopped.
+    void suspend() const {
+        signal(SIGSTOP);
+        EXPECT_EQ(::waitpid(pid_, nullptr, WUNTRACED), pid_);
+    }
 
     /// From now on the program cannot make a file longer.
     void limitFiles(rlim_t octets) const {
@@ -123,15 +132,16 @@ class Listening : public Running {
 
 std::string const terminated = "session ended: terminated by the router";
 
-/// Returns the lines of routes, without the fields of the file or the session.
-Lines routesOf(std::string const& json) {
+/// Returns the lines of routes, without the fields of the file or the session, and without `sent`,
+/// which a station prints as a view.
+Lines routesOf(std::string const& json, std::string const& sent = R"("sent":true,)") {
     Lines routes;
     for (std::string line : linesOf(json)) {
         bool const isRoute = line.find(R"("family":)") != std::string::npos &&
                              line.find(R"("type":"endOfRib")") == std::string::npos;
         line.erase(0, line.find(R"("time":)"));
-        if (auto const sent = line.find(R"("sent":true,)"); sent != std::string::npos) {
-            line.erase(sent, 12);
+        if (auto const at = line.find(sent); at != std::string::npos) {
+            line.erase(at, sent.size());
         }
         if (auto const view = line.find(R"("view":)"); view != std::string::npos) {
             line.erase(view, line.find(',', view) + 1 - view);
@@ -154,11 +164,33 @@ TEST(ListenCommandTest, PrintsAndRecordsRoutesAsRead) {
         EXPECT_EQ(sent.status, 0) << sent.err;
         EXPECT_TRUE(station.says(terminated));
         EXPECT_EQ(station.end(SIGTERM), 0) << station.err();
-        Lines const read = routesOf(run({"read", "--json", sample(name)}).out);
-        EXPECT_GT(read.size(), 0U);
-        EXPECT_EQ(routesOf(station.out()), read) << name;
-        EXPECT_EQ(routesOf(run({"read", "--json", recorded}).out), read) << name;
+        std::string const read = run({"read", "--json", sample(name)}).out;
+        EXPECT_NE(read, "");
+        EXPECT_EQ(routesOf(station.out()), routesOf(read)) << name;
+        EXPECT_EQ(routesOf(run({"read", "--json", recorded}).out, ""), routesOf(read, "")) << name;
+        std::string const records = contentOf(recorded);
+        EXPECT_TRUE(records.ends_with(hex("0006 0001"))) << "no longer Established";
+        EXPECT_TRUE(records.find(hex("0011 0009")) != std::string::npos || // MESSAGE_AS4_ADDPATH
+                    !std::string(name).starts_with("add-path"));
     }
+}
+
+TEST(ListenCommandTest, ReceivesEntriesOfTableDumps) {
+    auto const entry = [](std::string const& prefix, std::size_t octets) {
+        std::string const area = attribute(8, std::string(octets, '\1'));
+        return record(13, 2, u32(0) + prefix + u16(1) + u16(0) + u32(0) + u16(area.size()) + area);
+    };
+    TemporaryFile const dump(
+        record(13, 1, hex("c00002fe 0000 0001 02 c0000201 c0000201 0000fbf0")) +
+        entry(prefixNear, 256) + entry(prefixFar, 65528)); // the latter fits no UPDATE
+    Listening station({"--json"});
+    Result const sent = run({"send", "--bmp", station.address, dump.path()});
+    EXPECT_NE(sent.out.find(" 1 entries of table dumps; 1 not sent"), std::string::npos);
+    EXPECT_TRUE(station.says(terminated));
+    EXPECT_EQ(station.end(SIGTERM), 0);
+    Lines const routes = routesOf(station.out());
+    ASSERT_EQ(routes.size(), 1U);
+    EXPECT_NE(routes[0].find(R"("192.0.2.0/24","communities":{"standard":)"), std::string::npos);
 }
 
 TEST(ListenCommandTest, PublishesTheListsOfRoutes) {
@@ -178,7 +210,7 @@ TEST(ListenCommandTest, PublishesTheListsOfRoutes) {
     EXPECT_TRUE(eventually([&] { return lists(store) == wanted; }));
     sender.end(SIGKILL);
     EXPECT_TRUE(eventually([&] { return lists(store).empty(); })) << "routes are withdrawn";
-    auto const router = station.router(bmp(4, "") + bmp(3, bmpPeerUp()));
+    auto const router = station.router(bmp(4, bmpTlv(2, "edge")) + bmp(3, bmpPeerUp()));
     auto const holds = [&](std::string const& messages, std::set<std::string> const& texts) {
         ::send(router.get(), messages.data(), messages.size(), MSG_NOSIGNAL);
         return eventually([&] { return lists(store) == texts; });
@@ -190,6 +222,12 @@ TEST(ListenCommandTest, PublishesTheListsOfRoutes) {
     EXPECT_TRUE(holds(bmp(0, bmpPeer() + carrying(7)) + bmp(0, bmpPeer(1, post) + carrying(8)),
                       {"\tstandard\t0:7", "\tstandard\t0:8"}))
         << "views are kept apart";
+    {
+        MoxStash::StoreManager const reader(store);
+        auto const* const view = reader.root("standard of edge/192.0.2.1 AS64496/adjRibInPost");
+        ASSERT_NE(view, nullptr);
+        EXPECT_EQ(MoxStash::StoredTable(reader, view).size(), 1U);
+    }
     EXPECT_TRUE(holds(bmp(0, bmpPeer(1, post) + update("", "", prefixFar)), {"\tstandard\t0:7"}));
     EXPECT_TRUE(holds(bmp(2, bmpPeer() + u8(4)), {})) << "the peer is down";
     EXPECT_TRUE(holds(bmp(3, bmpPeerUp()) + bmp(0, bmpPeer() + carrying(9)), {"\tstandard\t0:9"}));
@@ -199,8 +237,12 @@ TEST(ListenCommandTest, PublishesTheListsOfRoutes) {
     Listening restarted({"--store", store, "--every", "1"});
     std::this_thread::sleep_for(std::chrono::milliseconds(1500));
     EXPECT_EQ(lists(store), last) << "until the first route changes";
+    std::string const obstacle = store + ".new"; // the file that is written first
+    std::filesystem::create_directory(obstacle);
     auto const again =
         restarted.router(bmp(4, "") + bmp(3, bmpPeerUp()) + bmp(0, bmpPeer() + carrying(7)));
+    EXPECT_TRUE(restarted.says(store + ": ")) << "a publication failed";
+    std::filesystem::remove(obstacle);
     EXPECT_TRUE(eventually([&] { return lists(store).contains("\tstandard\t0:7"); }));
 }
 
@@ -211,10 +253,18 @@ TEST(ListenCommandTest, EndsOnlyBadSessions) {
         Arguments options;
         std::string octets;
         char const* reason;
+        std::string more = ""; // sent again and again
     };
 
-    std::string const routes = bmp(4, "") + bmp(3, bmpPeerUp());
-    std::string const one = bmp(0, bmpPeer() + update("", prefixNear));
+    std::string const routes = bmp(4, "") + bmp(3, bmpPeerUp()), locRib = u8(3);
+    std::string const target = attribute(16, hex("0002fbf400000007")),
+                      malformed = attribute(8, "1");
+    std::string const one = bmp(0, bmpPeer() + update(target, prefixNear));
+    std::string const two = bmp(0, bmpPeer() + update("", prefixFar));
+    std::string const badOne = bmp(0, bmpPeer() + update(malformed, prefixNear));
+    // IPv4 in a socket for IPv6, where there are some.
+    bool const hasIpv6 = std::filesystem::exists("/proc/net/if_inet6");
+    std::string const mapped = hasIpv6 ? "[::ffff:127.0.0.1]:0" : ":0";
     for (Row const& row : std::vector<Row>{
              {"not BMP", {}, "GET / HTTP/1.0\r\n\r\n", "ended: unknown BMP version 71"},
              {"wrong length",
@@ -226,17 +276,28 @@ TEST(ListenCommandTest, EndsOnlyBadSessions) {
               routes + "\x03" + u32(4097) + u8(0),
               "ended: BMP message of 4097 octets, at most 4096 are accepted"},
              {"silent", {"--timeout", "2"}, "", "ended: timed out"},
-             {"half a message", {"--timeout", "2"}, one.substr(0, 9), "ended: timed out"},
+             {"never a whole message",
+              {"--timeout", "2"},
+              "\x03" + u32(9999),
+              "ended: timed out",
+              "."},
              {"too many routes",
-              {"--max-routes", "1"},
-              routes + one + bmp(0, bmpPeer() + update("", prefixFar)),
+              {"--max-routes", "1", "--targets"},
+              routes + one + two + bmp(0, bmpPeer() + update("", hex("18 cb0071"))),
               "ended: more than 1 routes; 2 routes withdrawn"},
              {"a malformed attribute",
               {},
-              routes + bmp(0, bmpPeer() + update(attribute(8, "123"), prefixNear)),
+              routes + badOne,
               "malformed attribute of communities: routes withdrawn"},
+             {"no route left",
+              {},
+              routes + two + bmp(3, bmpPeerUp()) + one + badOne +
+                  bmp(3, locRib + bmpPeerUp().substr(1)) +
+                  bmp(0, locRib + bmpPeer().substr(1) + update("", prefixNear)) +
+                  bmp(2, locRib + bmpPeer().substr(1) + u8(4)) + "x",
+              "ended: unknown BMP version 120; 0 routes withdrawn"},
              {"an address that is not allowed",
-              {"--allow", "192.0.2.0/24", "--allow", "::/0"},
+              {"--bmp", mapped, "--allow", "192.0.2.0/24", "--allow", "::/0"},
               "",
               "refused: address is not allowed"},
              {"too many sessions", {"--max-sessions", "1"}, "", "refused: too many sessions"},
@@ -244,14 +305,19 @@ TEST(ListenCommandTest, EndsOnlyBadSessions) {
         Listening station(row.options);
         bool const isRefused = std::string(row.reason).starts_with("refused");
         FileDescriptor const good = station.router(bmp(4, bmpTlv(2, "good")));
-        EXPECT_TRUE(row.options.size() == 4 || station.says("(good)")) << row.name;
+        EXPECT_TRUE(row.options.size() == 6 || station.says("(good)")) << row.name;
         {
             FileDescriptor const bad = station.router(row.octets);
-            EXPECT_TRUE(station.says(row.reason)) << row.name << ": " << station.err();
+            EXPECT_TRUE(eventually([&] {
+                ::send(bad.get(), row.more.data(), row.more.size(), MSG_NOSIGNAL);
+                return station.err().find(row.reason) != std::string::npos;
+            })) << row.name
+                << ": " << station.err();
         }
         EXPECT_EQ(station.end(SIGTERM), 0);
         EXPECT_TRUE(isRefused || station.says("(good): session ended: the station stops"))
             << row.name << ": " << station.err();
+        EXPECT_EQ(station.out().find("publication"), std::string::npos) << station.out();
     }
 }
 
@@ -263,7 +329,7 @@ TEST(ListenCommandTest, ReadsBeforeItTimesOut) {
         router = station.router("");
     }
     EXPECT_TRUE(station.says("connected", 100));
-    station.signal(SIGSTOP);
+    station.suspend();
     std::string const octets = bmp(4, bmpTlv(2, "in time"));
     for (FileDescriptor const& router : routers) {
         ::send(router.get(), octets.data(), octets.size(), MSG_NOSIGNAL);
@@ -308,31 +374,44 @@ TEST(ListenCommandTest, KeepsNothingOfFlappingSessions) {
 TEST(ListenCommandTest, ServesMetricsAndRotatesRecordings) {
     StoreFolder const folder;
     std::string const recorded = folder.path() + "/recorded";
+    std::string const store = folder.store(true);
     std::ofstream(recorded) << "old";
-    Listening station({"--metrics", ":0", "--record", recorded, "--record-octets", "20000"});
+    Listening station({"--metrics", ":0", "--record", recorded, "--record-octets", "20000",
+                       "--store", store, "--every", "86400"});
     std::string const metrics = station.addressAfter("serving metrics on ");
     Running sender({"send", "--hold", "--bmp", station.address, sample("rib.mrt.gz")});
     std::string text;
-    EXPECT_TRUE(eventually([&] {
-        auto const client = Listening::connection(metrics, "GET /metrics HTTP/1.1\r\n\r\n");
-        std::string piece(1U << 16, '\0');
-        text.clear();
-        for (ssize_t got = 1; got > 0; text.append(piece, 0, static_cast<std::size_t>(got))) {
-            got = std::max<ssize_t>(::recv(client.get(), piece.data(), piece.size(), 0), 0);
-        }
-        return text.find("\nbgp_communities_routes 393\n") != std::string::npos;
-    })) << text;
+    auto const countsRoutes = [&](std::string const& routes) {
+        return eventually([&] {
+            auto const client = Listening::connection(metrics, "GET /metrics HTTP/1.1\r\n\r\n");
+            std::string piece(1U << 16, '\0');
+            text.clear();
+            for (ssize_t got = 1; got > 0; text.append(piece, 0, static_cast<std::size_t>(got))) {
+                got = std::max<ssize_t>(::recv(client.get(), piece.data(), piece.size(), 0), 0);
+            }
+            return text.find("\nbgp_communities_routes " + routes + "\n") != std::string::npos;
+        });
+    };
+    EXPECT_TRUE(countsRoutes("393")) << text;
     EXPECT_NE(text.find("\nbgp_communities_messages_total{type=\"peerUp\"} 5\n"), text.npos);
     sender.end(SIGKILL);
-    EXPECT_TRUE(station.says("session ended"));
+    EXPECT_TRUE(countsRoutes("0")) << text;
+    // AS 65551, where AS numbers have two octets.
+    std::string const wide = bmpPeer(1, 0x20).replace(26, 4, u32(65551));
+    auto const router = station.router(bmp(3, bmpPeerUp()) +
+                                       bmp(0, wide + update(attribute(8, u32(7)), prefixNear)));
+    EXPECT_TRUE(countsRoutes("1")) << text;
     EXPECT_EQ(station.end(SIGTERM), 0);
-    std::size_t routes = 0, files = 0;
+    EXPECT_EQ(run({"show", store}).out, "1\tstandard\t0:7\n") << "published at the end";
+    std::string read;
+    std::size_t files = 0;
     for (auto const& file : std::filesystem::directory_iterator(folder.path())) {
         EXPECT_TRUE(file.file_size() <= 20000 && file.file_size() != 0);
-        routes += linesOf(run({"read", file.path()}).out).size();
+        read += run({"read", file.path()}).out;
         ++files;
     }
-    EXPECT_EQ(routes, 402U);
+    EXPECT_EQ(linesOf(read).size(), 403U);
+    EXPECT_NE(read.find("\t192.0.2.1 AS23456\t"), std::string::npos) << "AS_TRANS";
     EXPECT_GE(files, 4U); // including the old one
 }
 
