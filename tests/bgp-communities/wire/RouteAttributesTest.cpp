@@ -153,7 +153,7 @@ TEST(RouteAttributesTest, ListsMalformedAttributes) {
 
     std::string const bad = attribute(1, u8(3)) + attribute(2, u8(2)) + attribute(3, u8(0)) +
                             attribute(4, u32(7) + u8(0)) + attribute(5, u16(1)) +
-                            attribute(14, u16(1)) + hex("c0 63 04 0001");
+                            attribute(14, u16(1)) + attribute(19, "") + hex("c0 63 04 0001");
     RouteAttributes const faulty({octetsOf(bad), AsWidth::four});
     EXPECT_FALSE(faulty.origin() || faulty.asPath() || faulty.med() || faulty.localPref());
     EXPECT_EQ(faulty.nextHop(Route()).size, 0);
