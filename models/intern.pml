@@ -528,11 +528,13 @@ inline dropNotifier(o) {
        /* CountWord::releaseForNotifier */
        atomic { touch(o); before = word[o] };
        do
-       :: stateOf(before) == INTERNED && floorOf(before) > 1 ->
+       :: stateOf(before) == INTERNED ->
           atomic {
               touch(o);
               if
-              :: word[o] == before -> word[o] = before - 1 - FLOOR_ONE; lowered = 1; break
+              :: word[o] == before ->
+                 assert(floorOf(before) > 1);
+                 word[o] = before - 1 - FLOOR_ONE; lowered = 1; break
               :: else -> before = word[o]
               fi
           }

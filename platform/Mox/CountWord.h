@@ -263,7 +263,7 @@ class CountWord {
     bool releaseForNotifier() noexcept {
         bool lowered = false;
         change([&lowered](U64 word) {
-            lowered = stateOf(word) == State::interned && floorOf(word) > 1;
+            lowered = stateOf(word) == State::interned;
             return lowered ? word - floorOne : word;
         });
         return lowered;
