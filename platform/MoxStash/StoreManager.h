@@ -118,7 +118,8 @@ class VOBGP_EXPORT StoreManager {
     /// not `kind`.
     StoredRecord translate(void const* stored, StoredKind kind) const;
 
-    /// Returns the record with that name, or null if not found.
+    /// Returns the record with that name, or null if not found. What it returns is valid if
+    /// validateVersionAnchor() succeeds afterwards, as the functions that rebuild objects check.
     void const* root(std::string_view name) const;
 
     /// Sets whether records are rebuilt only once and shared by all that refer to them. Off by

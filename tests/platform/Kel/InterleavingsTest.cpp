@@ -322,7 +322,10 @@ void publishAndRebuild(std::string const& store, ExtCommList const& list) {
     try {
         MoxStash::StoreManager manager(store);
         auto const rebuilt = ExtCommList::destash(manager.root("list"), &manager);
-        EXPECT_EQ(manager.root(wireOf(*rebuilt)), manager.root("list"));
+        auto const* const root = manager.root(wireOf(*rebuilt));
+        auto const* const last = manager.root("list");
+        manager.validateVersionAnchor(); // the roots may be those of a newer store
+        EXPECT_EQ(root, last);
     } catch (MoxStash::StaleStoreException const&) {
         // Other threads have published two stores meanwhile.
     }
