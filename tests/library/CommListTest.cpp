@@ -284,6 +284,9 @@ TEST_P(CommLists, StayInTheirTableAndDumpUntilTheLastRelease) {
     auto const dump = dumpOf(*table, 3);
     EXPECT_TRUE(dump.starts_with("   DedupTable\n     Kel::")) << dump;
     EXPECT_NE(dump.find("1:1 100:1"), dump.npos) << dump;
+    auto const largeTable = largeCommListDedupTableFactory();
+    auto const large = listOf<Large>({{64496, 1, 2}})->dedup(largeTable.get());
+    EXPECT_NE(dumpOf(*largeTable, 0).find("64496:1:2"), dump.npos);
     list = nullptr;
     EXPECT_EQ(table->dedupTable()->size(), 0U);
 }

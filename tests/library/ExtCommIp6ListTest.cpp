@@ -159,9 +159,10 @@ TEST_P(ExtCommIp6Lists, Text) {
         << "in brackets, unlike one of eight octets";
     EXPECT_EQ(internOf({})->toStrep(), "[  ]");
     std::ostringstream os;
-    os << static_cast<ExtCommIp6List const*>(nullptr) << ' '
+    auto const part = list->classificationList(extCommClassificationRouteTarget);
+    os << static_cast<ExtCommIp6List const*>(nullptr) << *list << *part
        << static_cast<ExtCommIp6ClassificationList const*>(nullptr);
-    EXPECT_EQ(os.str(), "NULL NULL");
+    EXPECT_EQ(os.str(), "NULL" + text + part->toStrep().str() + "NULL");
 }
 
 TEST_P(ExtCommIp6Lists, DumpUnderTheHeadingOfExtendedLists) {
@@ -169,6 +170,7 @@ TEST_P(ExtCommIp6Lists, DumpUnderTheHeadingOfExtendedLists) {
         return "      Kel::DedupHashTableUnorderedSet #0 capacity 0 octets " +
                std::to_string(table.octets()) + '\n';
     };
+    EXPECT_TRUE(dumpOf(*row.commTable, 1).starts_with(" Kel::DedupHashTableUnorderedSet #2 "));
     EXPECT_EQ(dumpOf(*row.table, 2),
               "  ExtCommListDedupTable\n    extComm\n" + lineOf(*row.table->dedupTable()) +
                   "    extCommClassification\n" + lineOf(*row.table->extCommClassification()));
@@ -184,6 +186,8 @@ TEST_P(ExtCommIp6Lists, CreateSnapshots) {
     auto const part = list->classificationList(extCommClassificationRouteTarget)->commSnapshot();
     EXPECT_EQ(part->classification(), extCommClassificationRouteTarget);
     EXPECT_EQ(part->comms(), 1U);
+    EXPECT_EQ(extCommIp6ListSnapshotFactory()->comms(), 0U);
+    EXPECT_EQ(extCommIp6ClassificationListSnapshotFactory(part->classification())->comms(), 0U);
     EXPECT_THROW(part->commIs(nullptr), Mox::NullMutatorArgumentException);
     EXPECT_THROW(snapshot->classificationListIs(nullptr), Mox::NullMutatorArgumentException);
 }

@@ -226,6 +226,10 @@ TEST_P(ExtCommLists, CreateSnapshots) {
     part->commIs(comm(color100));
     EXPECT_EQ(part->classification(), extCommClassificationRouteTarget);
     EXPECT_EQ(part->comms(), 3U);
+    EXPECT_EQ(extCommListSnapshotFactory()->comms(), 0U);
+    EXPECT_EQ(
+        extCommClassificationListSnapshotFactory(extCommClassificationColor)->classification(),
+        extCommClassificationColor);
 
     using NullArgument = Mox::NullMutatorArgumentException;
     EXPECT_EQ(errorOf<NullArgument>([&] { snapshot->commIs(nullptr); }),

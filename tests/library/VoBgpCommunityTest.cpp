@@ -76,6 +76,9 @@ TEST(ExtCommText, ShowForms) {
         EXPECT_EQ(make(row.layout, row.community)->toStrep(), row.text);
     }
     EXPECT_EQ(subtypeOf(*make(Layout::plain, 0)), "unspecified");
+    std::ostringstream value;
+    make(Layout::ipv4, 0x01020a0102030007)->formatCommunityValue(value);
+    EXPECT_EQ(value.str(), "0x01020a0102030007");
 }
 
 TEST(ExtCommText, SubtypesOfAFamilyHaveNamesOrNumbers) {

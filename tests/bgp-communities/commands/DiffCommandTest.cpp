@@ -75,6 +75,9 @@ TEST(DiffCommandTest, PrintsChangedRoutesListsAndValues) {
     for (char const* const suffix : {"", ".lock"}) {
         ::unlink((store + suffix).c_str());
     }
+    Result const ribs = run({"diff", sample("rib.mrt.gz"), sample("rib.mrt.gz")});
+    EXPECT_EQ(ribs.status, 0) << ribs.err;
+    EXPECT_NE(ribs.out.find("same communities  393\n"), std::string::npos) << ribs.out;
     Result const missing = run({"diff", before.path(), store});
     EXPECT_EQ(missing.status, 3);
     EXPECT_EQ(missing.out, "");

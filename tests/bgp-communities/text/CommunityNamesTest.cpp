@@ -1,4 +1,6 @@
+#include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <sys/resource.h>
@@ -8,6 +10,7 @@
 #include "input/Hex.h"
 #include "input/InputStream.h"
 #include "support/DumpOctets.h"
+#include "support/StoreFolder.h"
 #include "text/CommunityPattern.h"
 #include "text/Dictionary.h"
 #include "text/ExtendedForms.h"
@@ -195,6 +198,23 @@ TEST(DictionaryTest, UnreadableFolderIsAnError) {
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
     EXPECT_THROW(Dictionary().read(testing::TempDir(), [](auto const&) {}), InputError);
     ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+TEST(DictionaryTest, ReadsTheFilesOfAFolderInTheOrderOfTheirNames) {
+    StoreFolder const folder;
+    for (auto const& [name, lines] : {std::pair{"/b", "64496:1,second\n64496:2,other\n"},
+                                      {"/a", "64496:1,first\n"},
+                                      {"/.c", "64496:3,hidden\n"}}) {
+        std::ofstream(folder.path() + name) << lines;
+    }
+    Dictionary dictionary;
+    dictionary.read(folder.path(), [](std::string const& reason) { ADD_FAILURE() << reason; });
+    std::string meanings;
+    for (char const* const octets : {"fbf00001", "fbf00002", "fbf00003"}) {
+        meanings += dictionary.meaning(standard, octetsOf(hex(octets)));
+        meanings += ' ';
+    }
+    EXPECT_EQ(meanings, "first other  ");
 }
 
 TEST(DictionaryTest, ReadsLinesAndReportsMalformedOnes) {

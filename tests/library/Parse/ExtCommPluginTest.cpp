@@ -266,6 +266,8 @@ TEST(ExtCommContainer, PlugInsAreAppendedToTheQueue) {
     EXPECT_EQ(container->extCommParserSmsEnq(plugin), 8u);
     EXPECT_TRUE(container->extCommParserSmsDel(7));
     EXPECT_FALSE(container->extCommParserSmsDel(7));
+    EXPECT_EQ(container->extCommParserSms(7), nullptr);
+    EXPECT_EQ(container->extCommParserSms(8), plugin);
     EXPECT_TRUE(!container->extCommParserSmsHas(7) && container->extCommParserSmsHas(8));
     EXPECT_EQ(container->extCommParserSmsEnq(plugin), 9u);
     EXPECT_EQ(container->extCommParserSmsDeq(), plugin);
